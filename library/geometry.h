@@ -1,0 +1,24 @@
+// Plain value types of the drawing side.
+#pragma once
+
+namespace lumo {
+
+struct coord_kt {
+    int x = 0;
+    int y = 0;
+    bool operator==(const coord_kt&) const = default;
+};
+
+struct dcoord_kt {
+    double x = 0;
+    double y = 0;
+};
+
+struct rect_kt {
+    int left = 0;
+    int top = 0;
+    int right = 0;
+    int bottom = 0;
+};
+
+}  // namespace lumo
