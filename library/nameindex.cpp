@@ -1,0 +1,101 @@
+// The hashed index of nodes by text and the store of short texts.
+
+#include "library/nameindex.h"
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+
+namespace lumo {
+
+namespace {
+
+constexpr std::size_t FirstSlots = 16;
+constexpr std::size_t FirstBlock = 1024;
+constexpr std::size_t LargestBlock = 64 * 1024;
+
+std::uint64_t ProcessSeed() {
+    static const std::uint64_t seed = [] {
+        std::random_device device;
+        return (std::uint64_t{device()} << 32) ^ device();
+    }();
+    return seed;
+}
+
+}  // namespace
+
+std::uint64_t HashText(std::string_view text) {
+    std::uint64_t hash = ProcessSeed();
+    for (const char c : text) {
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x9E3779B97F4A7C15u;
+        hash ^= hash >> 32;
+    }
+    return hash;
+}
+
+Bnode_bn* NodeIndex::find(std::string_view text) const {
+    if (slots_.empty()) return nullptr;
+    std::size_t at = HashText(text) & mask();
+    while (slots_[at] != nullptr && text != keyOf_(*slots_[at])) at = (at + 1) & mask();
+    return slots_[at];
+}
+
+void NodeIndex::add(Bnode_bn& node) {
+    if (2 * (count_ + 1) > slots_.size()) grow();
+    put(node);
+    ++count_;
+}
+
+void NodeIndex::remove(const Bnode_bn& node) {
+    std::size_t gap = home(node);
+    while (slots_[gap] != &node) gap = (gap + 1) & mask();
+    // Entries behind the gap move up unless that would put them before their home.
+    for (std::size_t at = (gap + 1) & mask(); slots_[at] != nullptr; at = (at + 1) & mask()) {
+        const std::size_t wayHome = (at - home(*slots_[at])) & mask();
+        if (wayHome < ((at - gap) & mask())) continue;
+        slots_[gap] = slots_[at];
+        gap = at;
+    }
+    slots_[gap] = nullptr;
+    --count_;
+}
+
+void NodeIndex::put(Bnode_bn& node) {
+    std::size_t at = home(node);
+    while (slots_[at] != nullptr) at = (at + 1) & mask();
+    slots_[at] = &node;
+}
+
+void NodeIndex::grow() {
+    std::vector<Bnode_bn*> old(std::max(FirstSlots, 2 * slots_.size()));
+    old.swap(slots_);
+    for (Bnode_bn* node : old) {
+        if (node != nullptr) put(*node);
+    }
+}
+
+char* TextStore::add(std::string_view text) {
+    const std::size_t size = text.size() + 1;
+    if (size > left_) {
+        const std::size_t usual =
+            std::min(LargestBlock, FirstBlock << std::min<std::size_t>(blocks_.size(), 6));
+        const std::size_t fresh = std::max(usual, size);
+        blocks_.push_back(std::make_unique_for_overwrite<char[]>(fresh));
+        // A text that fills a block of its own leaves the block in use open.
+        if (fresh == size) {
+            std::memcpy(blocks_.back().get(), text.data(), size - 1);
+            blocks_.back()[size - 1] = '\0';
+            return blocks_.back().get();
+        }
+        free_ = blocks_.back().get();
+        left_ = fresh;
+    }
+    char* copy = free_;
+    std::memcpy(copy, text.data(), text.size());
+    copy[text.size()] = '\0';
+    free_ += size;
+    left_ -= size;
+    return copy;
+}
+
+}  // namespace lumo
