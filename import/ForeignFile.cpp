@@ -1,0 +1,152 @@
+// The entry: loads the file, makes channel and net, runs the format's reader, decides the net's
+// fate.
+#include "import/ForeignFile.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <string>
+
+#include "import/readers.h"
+
+namespace lumo {
+
+namespace {
+
+constexpr int couldNotRead = -3468;
+constexpr int wholeDrawing = 16383;  // extent while a reader runs, before it is sized to fit
+constexpr int drawingMargin = 40;    // of FixNodePositions
+
+using Reader = rept_kt* (*)(InChannel_CString_kt&, Bnet_bn&, Vnet_kt&);
+
+struct Format {
+    int code;
+    Reader read;
+};
+
+rept_kt* ReadErgo(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt&) {
+    return ParseErgoFile(channel, net);
+}
+
+/// Adapts a reader that takes any channel.
+template <rept_kt* (*parse)(InChannel_kt&, Bnet_bn&, Vnet_kt&)>
+rept_kt* ReadAny(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing) {
+    return parse(channel, net, drawing);
+}
+
+constexpr Format formats[] = {
+    {FormatHugin, ReadAny<ParseHuginFile>},
+    {FormatDsc, ReadAny<ParseDscFile>},
+    {FormatDXPress, ReadAny<ParseDXPressFile>},
+    {FormatErgo, ReadErgo},
+    {FormatXMLBIF, ParseXMLFile},
+};
+
+/// An empty net named after the bare file name, with the path as its file name, its extension the
+/// native one.
+OwnedNet NewNamedNet(const char* fileName) {
+    std::string path(fileName);
+    path.resize(path.size() + std::strlen(LumoFileExtension_sy) + 2);  // room for the extension
+    RemoveExtension_kt(path.data());
+    OwnedStr name(DupStr_kt(FileNamePtr_kt(path.data())));
+    OwnedNet net(NewVBNet(ToLegalName_kt(name.release()), false));
+    AddExtension_kt(path.data(), LumoFileExtension_sy, nullptr);
+    delete[] net->fileName;
+    net->fileName = DupStr_kt(path.c_str());
+    net->savedChangeMarker = net->changeMarker;
+    return net;
+}
+
+OwnedNet ReadText(const char* text, const char* fileName, int format) {
+    const auto channel = std::make_unique<InChannel_CString_kt>(text, fileName);
+    OwnedNet net = NewNamedNet(fileName);
+    Vnet_kt& drawing = *net->vnets[0];
+    drawing.extentWidth = drawing.extentHeight = wholeDrawing;
+
+    const Format* found = std::ranges::find(formats, format, &Format::code);
+    if (found == std::end(formats)) {
+        throw newerr_kt(num::unknownFormatCode, "unknown format code %d", format);
+    }
+    rept_kt* report = found->read(*channel, *net, drawing);
+    // The generic failure says nothing that an error before it has not said.
+    if (report != Fail_rept_kt || ErrorsSoFar() == 0) ShowReport(report);
+    if (IsError(report) && net->nodes.N == 0) return nullptr;
+    drawing.adjustDrawingSizeToFit({drawing.marginUnit.x * 2, drawing.marginUnit.y});
+    return net;
+}
+
+/// Runs one import: whatever escapes it is shown, and the result is null.
+template <class Work>
+Bnet_bn* Guarded(const char* fileName, Work work) {
+    const ReportScope scope;
+    try {
+        const userwait_kt wait("reading file %s", fileName);
+        return work().release();
+    } catch (rept_kt* report) {
+        ShowReport(report);
+    } catch (const std::bad_alloc&) {
+        ShowReport(newerr_mem_kt(num::outOfMemory, 0, "while reading '%s'", fileName));
+    } catch (const std::exception& e) {
+        ShowReport(newerr_kt(num::internalError, "internal error: %s", e.what()));
+    }
+    return nullptr;
+}
+
+/// Moves the visual node to the place, in two steps where one offset would not fit an int.
+void MoveTo(Vnode_kt& vnode, long long x, long long y) {
+    const auto clamped = [](long long v) {
+        return static_cast<int>(std::clamp<long long>(v, INT_MIN, INT_MAX));
+    };
+    const coord_kt target{clamped(x), clamped(y)};
+    while (vnode.position != target) {
+        vnode.moveBy({clamped(static_cast<long long>(target.x) - vnode.position.x),
+                      clamped(static_cast<long long>(target.y) - vnode.position.y)},
+                     1);
+    }
+}
+
+}  // namespace
+
+Bnet_bn* ReadForeignNetFile_kt(const char* fileName, int format, bool) {
+    if (fileName == nullptr) fileName = "";
+    return Guarded(fileName, [&] {
+        const XArray<char> text(FileToStringThrows_kt(fileName, -1, nullptr));
+        if (text == nullptr) {
+            throw newerr_kt(couldNotRead, "couldn't read file '%s' into memory", fileName);
+        }
+        return ReadText(text.get(), fileName, format);
+    });
+}
+
+Bnet_bn* ReadForeignNetText_kt(std::string_view text, const char* fileName, int format) {
+    if (fileName == nullptr) fileName = "";
+    return Guarded(fileName, [&] {
+        const std::string copy(text);
+        if (const std::size_t zero = copy.find('\0'); zero != std::string::npos) {
+            WarnZeroByte(fileName, static_cast<long long>(zero));
+        }
+        return ReadText(copy.c_str(), fileName, format);
+    });
+}
+
+void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver) {
+    if (!(scale > 0) || !std::isfinite(scale)) {
+        newwarn_kt(num::badZoom, "positions cannot be scaled by %g, so they keep their size",
+                   scale);
+        scale = 1;
+    }
+    rect_kt extent;
+    drawing.findExtent(extent);
+    for (Vnode_kt* vnode : drawing.vnodes) {
+        const double dx = static_cast<double>(vnode->position.x) - extent.left;
+        const double dy = turnOver ? static_cast<double>(extent.bottom) - vnode->position.y
+                                   : static_cast<double>(vnode->position.y) - extent.top;
+        MoveTo(*vnode, static_cast<long long>(RoundToInt_kt(dx * scale)) + drawingMargin,
+               static_cast<long long>(RoundToInt_kt(dy * scale)) + drawingMargin);
+    }
+}
+
+}  // namespace lumo

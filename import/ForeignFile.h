@@ -1,0 +1,52 @@
+// Lumo import: the one door into the importer.
+//
+//     lumo::OwnedNet net(lumo::ReadForeignNetFile_kt("asia.net", lumo::FormatHugin, false));
+//     if (net != nullptr)
+//         for (const lumo::Bnode_bn* node : net->nodes) std::puts(node->name());
+//
+// Problems reach the application's ReportHandler (library/reports.h) while the call runs.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "library/netmodel.h"
+#include "library/parser.h"
+
+namespace lumo {
+
+/// Format codes.
+enum ForeignFormatEN : int {
+    FormatHugin = 8,     ///< Hugin .net, versions 4 to 6
+    FormatDsc = 9,       ///< DSC, the Bayes Net Interchange Format
+    FormatDXPress = 10,  ///< DXPress diagnostic knowledge bases
+    FormatErgo = 11,     ///< the older, numeric Ergo format
+    FormatXMLBIF = 13,   ///< XML BIF 0.3
+};
+
+/// Reads the file as that format and returns the new net, which the caller deletes; null when the file
+/// cannot be loaded, the code is unknown, or the reader ended with an error before any node was made.
+/// A net read with errors is returned with what could be read. The last argument has no effect.
+/// Never throws a report; thread-safe (four of the formats take turns under a lock).
+Bnet_bn* ReadForeignNetFile_kt(const char* fileName, int format, bool);
+
+/// The same for a text in memory (copied; a zero byte ends it, with a warning), shown in reports under
+/// fileName, from which the net is named.
+Bnet_bn* ReadForeignNetText_kt(std::string_view text, const char* fileName, int format);
+
+/// Owning handle of a net.
+using OwnedNet = std::unique_ptr<Bnet_bn>;
+
+/// Moves all visual nodes so that the drawing starts 40 units from its top left corner, its distances
+/// multiplied by scale; turnOver turns it upside down. Positions stay within int: a scale that is not
+/// finite or not positive counts as 1, an offset outside is clamped.
+void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver);
+
+/// Position given to new Hugin nodes, and added to Hugin and XML BIF file positions.
+inline constexpr coord_kt safety{400, 400};
+
+/// Preferences: when state titles are no legal names, make state names from them as well.
+extern bool Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
+extern bool Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
+
+}  // namespace lumo

@@ -1,0 +1,301 @@
+// Reader of the original, simple Ergo format (.erg): numbers and words separated by white space,
+// with
+// /* ... */ comments anywhere between them. In this order, each for all nodes in file order:
+//
+//     node count N
+//     states          N numbers of states
+//     parents         k, then k parent numbers, 1 being the first node of the file
+//     probabilities   c, then c probabilities: one row per combination of parent states, the node's
+//                     own state fastest, the last parent next
+//     node names      N words
+//     state names     as many words as the node has states
+//     positions       x and y, taken as they stand
+//
+// The newer Ergo format (.ent) is another one; its files are refused. A file that breaks off leaves
+// the nodes read so far with what they have.
+#include <string>
+#include <vector>
+
+#include "import/readers.h"
+
+namespace lumo {
+
+namespace {
+
+constexpr int notErgo = -3469;
+constexpr int parentOutOfBounds = -2316;
+constexpr int wrongProbabilityCount = -2317;
+constexpr int noMemoryForTable = -2318;
+constexpr int impossibleCount = -5230;
+
+constexpr int wordSize = 256;      // longest node or state word
+constexpr int stateNameSize = 31;  // storage of a state name, its zero byte included
+constexpr int bytesPerToken = 2;   // the least that a number or word takes in the file
+
+class ErgoReader {
+public:
+    ErgoReader(Parser_CString_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
+
+    /// Reads the whole file; the first problem that leaves no way on ends it.
+    rept_kt* read() {
+        using Section = bool (ErgoReader::*)();
+        constexpr Section sections[] = {
+            &ErgoReader::readNodeCount, &ErgoReader::readStates,    &ErgoReader::readParents,
+            &ErgoReader::readTables,    &ErgoReader::readNodeNames, &ErgoReader::readStateNames,
+            &ErgoReader::readPositions,
+        };
+        for (const Section section : sections) {
+            if (!(this->*section)()) return result_ != nullptr ? result_ : in_.curReport;
+        }
+        return in_.curReport;
+    }
+
+private:
+    Parser_CString_kt& in_;
+    Bnet_bn& net_;
+    std::vector<Bnode_bn*> nodes_;   // borrowed, in file order
+    std::vector<bool> lostParents_;  // nodes with a refused link: their table does not fit
+    int nodeCount_ = 0;
+    rept_kt* result_ = nullptr;  // what ends the reading, when it is not in_.curReport
+
+    /// Ends the reading with the report.
+    bool fail(rept_kt* report) {
+        in_.setError(report);
+        result_ = report;
+        return false;
+    }
+
+    bool readInt(int& value) {
+        if (in_.isAtEnd())
+            return fail(in_.makeError(num::unexpectedEnd, "unexpected end-of-input"));
+        value = in_.readInt();
+        return !in_.numberFailed;
+    }
+
+    /// Reads a count of things that each take at least one token in the rest of the file.
+    bool readCount(int& count, const char* what) {
+        return readInt(count) && checkCount(count, what);
+    }
+
+    bool checkCount(int count, const char* what) {
+        if (count >= 0 && count <= (in_.bytesLeft() + 1) / bytesPerToken) return true;
+        return fail(in_.makeError(impossibleCount,
+                                  "%d %s cannot be: the rest of the file has %lld bytes", count,
+                                  what, in_.bytesLeft()));
+    }
+
+    /// The next word; double quotes, the format's only punctuation, belong to no name.
+    bool readWord(char* word) {
+        for (;;) {
+            in_.readWord(word, wordSize);
+            if (word[0] != '\0') return true;
+            if (in_.isAtEnd()) {
+                return fail(in_.makeError(num::unexpectedEnd, "unexpected end-of-input"));
+            }
+            in_.skipChar();
+        }
+    }
+
+    bool readNodeCount() {
+        in_.skipSpaces();
+        in_.setTokenStart(in_.getPos());
+        if (IsError(in_.channel.readInt(&nodeCount_))) {
+            return fail(newerrwait_kt(notErgo,
+                                      "File does not start in the original simple Ergo format; "
+                                      "perhaps it is in the newer Ergo format (.ent)"));
+        }
+        return checkCount(nodeCount_, "nodes");
+    }
+
+    bool readStates() {
+        nodes_.reserve(static_cast<std::size_t>(nodeCount_));
+        for (int i = 0; i < nodeCount_; ++i) {
+            int states = 0;
+            if (!readInt(states)) return false;
+            rept_kt* error = nullptr;
+            Bnode_bn* node = NewNode_ibn(nullptr, states, net_, {0, 0}, &error);
+            if (node == nullptr) {
+                in_.setError(error);
+                result_ = Fail_rept_kt;
+                return false;
+            }
+            nodes_.push_back(node);
+        }
+        lostParents_.resize(nodes_.size());
+        return true;
+    }
+
+    bool readParents() {
+        for (std::size_t i = 0; i < nodes_.size(); ++i) {
+            in_.structName = nodes_[i]->name();
+            int count = 0;
+            if (!readCount(count, "parents")) return false;
+            for (int k = 0; k < count; ++k) {
+                if (!readParent(i)) return false;
+            }
+            in_.checkError();
+        }
+        return true;
+    }
+
+    bool readParent(std::size_t child) {
+        int parent = 0;
+        if (!readInt(parent)) return false;
+        Bnode_bn& node = *nodes_[child];
+        if (parent < 1 || parent > nodeCount_) {
+            return fail(
+                in_.makeError(parentOutOfBounds,
+                              "when adding links to >-node %s, parent is declared as %d, but "
+                              "that is out-of-bounds",
+                              node.name(), parent));
+        }
+        rept_kt* report = AddLink_ibn(*nodes_[static_cast<std::size_t>(parent) - 1], node);
+        in_.setError(report);
+        if (IsError(report)) lostParents_[child] = true;
+        return true;
+    }
+
+    bool readTables() {
+        for (std::size_t i = 0; i < nodes_.size(); ++i) {
+            in_.structName = nodes_[i]->name();
+            if (!readTable(i)) return false;
+            in_.checkError();
+        }
+        return true;
+    }
+
+    bool readTable(std::size_t index) {
+        Bnode_bn& node = *nodes_[index];
+        int count = 0;
+        if (!readCount(count, "probabilities")) return false;
+        const int expected = NumProduct(node.family);
+        const int number = static_cast<int>(index);
+        if (lostParents_[index]) return skipNumbers(count);
+        if (count != expected) {
+            return fail(in_.makeError(wrongProbabilityCount,
+                                      "%d probabilities for >-node %d, but expected %d", count,
+                                      number, expected));
+        }
+        if (count > MaxTableEntries) {
+            return fail(in_.makeError(
+                num::tableTooLarge, "the table of >-node %d wants %d entries, but the limit is %d",
+                number, count, MaxTableEntries));
+        }
+        XArray<float> table = NewXArray<float>(count);
+        if (table == nullptr) {
+            return fail(
+                newerr_mem_kt(noMemoryForTable, 4.0 * count, "for >-CPTable of >-node %d", number));
+        }
+        if (in_.readFloats(table.get(), count, false) != count) return reportBadNumber();
+        if (node.numStates() > 0) {
+            NormalizeBelvecTable(table.get(), node.numStates(), NumProduct(node.parents));
+        }
+        in_.setError(node.setProbsTable(table.release(), true, CheckFull));
+        return true;
+    }
+
+    /// Passes over the numbers of a table that fits no node.
+    bool skipNumbers(int count) {
+        for (float ignored = 0; count > 0; --count) {
+            if (in_.readFloats(&ignored, 1, false) != 1) return reportBadNumber();
+        }
+        return true;
+    }
+
+    /// Stands before what is no number of a table: the error names it.
+    bool reportBadNumber() {
+        if (in_.isAtEnd())
+            return fail(in_.makeError(num::unexpectedEnd, "unexpected end-of-input"));
+        const std::string token(in_.peekWord());
+        in_.readDouble();
+        if (in_.numberFailed) return false;
+        return fail(
+            in_.makeError(num::numberTooLarge, "number '%.80s' is too large", token.c_str()));
+    }
+
+    bool readNodeNames() {
+        char word[wordSize + 1];
+        for (Bnode_bn* node : nodes_) {
+            if (!readWord(word)) return false;
+            in_.setError(SetNodeLabel(*node, DupStr_kt(word)));
+            if (node->title != nullptr) {
+                Printf_kt("Node renamed:  %.200s  ->  %s   (but it is titled with the old name)\n",
+                          node->title, node->name());
+            }
+            in_.checkError();
+        }
+        return true;
+    }
+
+    bool readStateNames() {
+        for (Bnode_bn* node : nodes_) {
+            in_.structName = node->name();
+            if (!readNamesOf(*node)) return false;
+            in_.checkError();
+        }
+        return true;
+    }
+
+    bool readNamesOf(Bnode_bn& node) {
+        const int count = node.numStates();
+        char word[wordSize + 1];
+        UniqueNames_kt taken;
+        OwnedStrs names(new char*[static_cast<std::size_t>(count)](), count);
+        for (int s = 0; s < count; ++s) {
+            if (!readWord(word)) return false;
+            char* name = names.get()[s] = new char[stateNameSize]();
+            for (int i = 0; i < stateNameSize - 1 && word[i] != '\0'; ++i) name[i] = word[i];
+            ToLegalUniqueName_kt(name, taken, 's', stateNameSize);
+            if (streql_kt(name, word)) continue;
+            in_.setError(node.setStateTitle(s, DupStr_kt(word), CheckFull));
+            Printf_kt(
+                "State of node %s renamed:  %.200s  ->  %s   (but it is titled with the old "
+                "name)\n",
+                node.name(), word, name);
+        }
+        in_.setError(node.setStateNames(names.release(), CheckFull));
+        return true;
+    }
+
+    bool readPositions() {
+        for (Bnode_bn* node : nodes_) {
+            in_.structName = node->name();
+            coord_kt wanted;
+            if (!readInt(wanted.x) || !readInt(wanted.y)) return false;
+            if (!node->vns.hasSome() || node->vns[0] == nullptr) continue;
+            const coord_kt now = node->vns[0]->position;
+            node->vns[0]->moveBy({wanted.x - now.x, wanted.y - now.y}, 0);
+        }
+        return true;
+    }
+};
+
+/// Property table of the format: the double quote is punctuation, '/' may start a comment.
+std::unique_ptr<short[]> ErgoCharProps() {
+    std::unique_ptr<short[]> props(MakeStdCharProps_kt());
+    SetCharProp_kt("\"", CharPropPunct, props.get());
+    SetCharProp_kt("/", CharPropComment, props.get());
+    return props;
+}
+
+}  // namespace
+
+rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net) {
+    const CritSecHold lock(Mut_ReadForeignFile);
+    const std::unique_ptr<short[]> props = ErgoCharProps();
+    ParserOptions_kt options;
+    options.charProps = props.get();
+    options.commentMode = 2;
+    const OwnedParser parser(channel.makeParser(&options));
+    // Over a text channel the tokenizer is always the one with a channel of its own.
+    auto& in = static_cast<Parser_CString_kt&>(*parser);
+    const ParserContext context(in, "Ergo file");
+    try {
+        return ErgoReader(in, net).read();
+    } catch (rept_kt* report) {  // out of memory, or the user cancelled
+        in.setError(report);
+        return report;
+    }
+}
+
+}  // namespace lumo

@@ -1,0 +1,179 @@
+// The Ergo reader: whole files, every report with its place, and what hostile files may cost.
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+Imported Ergo(std::string_view text) { return ImportText(text, FormatErgo, "dir/my file.erg"); }
+
+TEST(Ergo, ReadsAWholeFile) {
+    const Imported got = Ergo(
+        "3\n2 3 2\n0\n1 1\n2 1 2\n/* Probabilities */\n2 1 3\n6 .5 5e-1 0 +1 1. 2\n"
+        "12 1 0 0 1 1 0 0 1 1 0 0 1\n/* Names */ A 9lives A\n/* Labels */\nno yes\n"
+        "abcdefghijklmnopqrstuvwxyz0123456789 low low\nt-1 f\n/* Centers */ 10 20 -3 4 5 6");
+    EXPECT_EQ(NetText(got.net.get()),
+              "net my_file\n"
+              "nature A at 10,20\n  states no yes\n  table 0.25 0.75\n"
+              "nature N9lives title='9lives' at -3,4\n"
+              "  states abcdefghijklmnopqrstuvwxyz0123='abcdefghijklmnopqrstuvwxyz0123456789' low "
+              "low2='low'\n  parents A\n  table 0.5 0.5 0 0.25 0.25 0.5\n"
+              "nature A2 title='A' at 5,6\n  states t_1='t-1' f\n  parents A N9lives\n"
+              "  table 1 0 0 1 1 0 0 1 1 0 0 1\n");
+    EXPECT_EQ(got.seen.errors(), 0);
+    const std::vector<std::string> notes = {
+        "Node renamed:  9lives  ->  N9lives   (but it is titled with the old name)",
+        "Node renamed:  A  ->  A2   (but it is titled with the old name)",
+        "State of node N9lives renamed:  abcdefghijklmnopqrstuvwxyz0123456789  ->  "
+        "abcdefghijklmnopqrstuvwxyz0123   (but it is titled with the old name)",
+        "State of node N9lives renamed:  low  ->  low2   (but it is titled with the old name)",
+        "State of node A2 renamed:  t-1  ->  t_1   (but it is titled with the old name)"};
+    EXPECT_EQ(got.seen.prints, notes);
+    EXPECT_STREQ(got.net->fileName, "dir/my file.lumo");
+}
+
+TEST(Ergo, SaysWhatIsWrongAndWhere) {
+    struct Case {
+        const char* text;
+        int nodes;  // that stay; -1: no net
+        const char* report;
+    };
+    const Case cases[] = {
+        {"", -1,
+         "-3469 1:1 File does not start in the original simple Ergo format; perhaps it is in "
+         "the newer Ergo format (.ent)"},
+        {"\n ergo 2", -1,
+         "-3469 2:2 File does not start in the original simple Ergo format; perhaps "
+         "it is in the newer Ergo format (.ent)"},
+        {"-1", -1, "-5230 1:1 -1 nodes cannot be: the rest of the file has 0 bytes"},
+        {"2147483647 2 2", -1,
+         "-5230 1:1 2147483647 nodes cannot be: the rest of the file has 4 bytes"},
+        {"99999999999", -1,
+         "-3469 1:1 File does not start in the original simple Ergo format; perhaps "
+         "it is in the newer Ergo format (.ent)"},
+        {"1\n-2 ", -1, "-5085 2:1 a node of -2 states is wanted, but the limit is 1000000"},
+        {"2\n2 x", 1, "-5042 2:3 'x' is not an integer"},
+        {"1 2", 1, "-4108 1:4 unexpected end-of-input"},
+        {"1 2\n 1 0\n", 1,
+         "-2316 2:4 when adding links to node Node_1, parent is declared as 0, but that "
+         "is out-of-bounds"},
+        {"2 2 2 0 1\n3 2 ", 2,
+         "-2316 2:1 when adding links to node Node_2, parent is declared as 3, but "
+         "that is out-of-bounds"},
+        {"1 2 0\n3 .1 .2 .7", 1, "-2317 2:1 3 probabilities for node 0, but expected 2"},
+        {"1 2 0\n2147483647 1", 1,
+         "-5230 2:1 2147483647 probabilities cannot be: the rest of the file has 2 bytes"},
+        {"1 2 0 2\n.5 .5.5 a b", 1, "-5040 2:4 '.5.5' is not a number"},
+        {"1 2 0 2\n.5 1e39 a b", 1, "-5041 2:4 number '1e39' is too large"},
+        {"1 2 0 2 .5", 1, "-4108 1:11 unexpected end-of-input"},
+        {"1 2 0 2 .5 .5\nA a", 1, "-4108 2:4 unexpected end-of-input"},
+        {"1 2 0 2 .5 .5 A a b 1\n", 1, "-4108 2:1 unexpected end-of-input"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        const Imported got = Ergo(c.text);
+        EXPECT_EQ(got.net ? got.net->nodes.N : -1, c.nodes);
+        EXPECT_EQ(got.seen.text(), std::string(c.report) + "\n");
+    }
+}
+
+TEST(Ergo, EmptyNetIsANet) {
+    const Imported got = Ergo("0");
+    ASSERT_NE(got.net, nullptr);
+    EXPECT_EQ(got.seen.text(), "");
+}
+
+TEST(Ergo, RefusedLinksCostOnlyTheirTable) {
+    // Node 1 is its own parent, nodes 2 and 3 name each other, node 3 names node 2 twice.
+    const Imported got = Ergo(
+        "3 2 2 2\n1 1\n1 3\n2 2 2\n4 .1 .9 .2 .8\n4 .5 .5 .3 .7\n4 .6 .4 1 0\n"
+        "A B C a b a b a b 0 0 0 0 0 0");
+    ASSERT_NE(got.net, nullptr);
+    EXPECT_EQ(got.seen.count(num::selfLink), 1);
+    EXPECT_EQ(got.seen.count(num::cycle), 2);
+    EXPECT_EQ(got.seen.reports.size(), 3U);
+    EXPECT_EQ(NodeText(*got.net->nodes[0]), "nature A at 0,0\n  states a b\n  none\n");
+    EXPECT_EQ(NodeText(*got.net->nodes[1]),
+              "nature B at 0,0\n  states a b\n  parents C\n  table 0.5 0.5 0.3 0.7\n");
+    EXPECT_EQ(NodeText(*got.net->nodes[2]), "nature C at 0,0\n  states a b\n  none\n");
+}
+
+TEST(Ergo, RepeatedParentGivesTheTableOfDistinctOnes) {
+    const Imported got = Ergo("2 2 2 0 2\n1 1 2 1 0 4 1 0 0 1 A B a b a b 0 0 0 0");
+    ASSERT_NE(got.net, nullptr);
+    EXPECT_EQ(got.seen.errors(), 0);
+    EXPECT_EQ(got.seen.count(num::parentAgain), 1);
+    EXPECT_EQ(NodeText(*got.net->nodes[1]),
+              "nature B at 0,0\n  states a b\n  parents A\n  table 1 0 0 1\n");
+}
+
+TEST(Ergo, ATableAboveTheLimitIsRefused) {
+    // 40 binary parents: the product overflows an int. 7 parents of 1000 states: 64 bits.
+    for (const auto& [parents, states] :
+         {std::pair{40, 2}, std::pair{7, 1000}, std::pair{9, 1000}}) {
+        std::string text = std::to_string(parents + 1) + "\n";
+        for (int i = 0; i <= parents; ++i) text += std::to_string(states) + " ";
+        for (int i = 0; i < parents; ++i) text += "0 ";
+        text += "\n" + std::to_string(parents);
+        for (int i = 1; i <= parents; ++i) text += " " + std::to_string(i);
+        std::string row = std::to_string(states);
+        for (int i = 0; i < states; ++i) row += " 1";
+        for (int i = 0; i < parents; ++i) text += " " + row;
+        text += "\n2147483647 0.5 " + std::string(1 << 12, '1');
+        const Imported got = Ergo(text);
+        ASSERT_NE(got.net, nullptr);
+        EXPECT_EQ(got.net->nodes.N, parents + 1);
+        EXPECT_EQ(got.seen.errors(), 1) << got.seen.text();
+    }
+}
+
+TEST(Ergo, AMillionStatesAreTheLimit) {
+    std::string text = "1 1000000 0 1000000";
+    for (int i = 0; i < 1'000'000; ++i) text += " 1";
+    text += " A";
+    for (int i = 0; i < 1'000'000; ++i) text += " s";
+    text += " 1 2";
+    const Imported got = Ergo(text);
+    ASSERT_NE(got.net, nullptr);
+    EXPECT_EQ(got.seen.errors(), 0) << got.seen.text().substr(0, 300);
+    EXPECT_EQ(got.net->nodes[0]->numStates(), 1'000'000);
+    const Imported more = Ergo("1 1000001 " + text);
+    EXPECT_EQ(more.net, nullptr);
+    EXPECT_EQ(more.seen.count(num::badStateCount), 1);
+}
+
+TEST(ErgoHostile, EveryPrefixAndEveryByteOfTheSamples) {
+    for (const char* sample : {"garden", "boiler", "broken-off"}) {
+        const std::string text = ReadFile(std::string(SAMPLES "/ergo/") + sample + ".erg");
+        ImportEveryPrefix(text, FormatErgo);
+        ImportEveryByteChanged(text, FormatErgo);
+    }
+}
+
+TEST(ErgoHostile, FilesThatAreNoText) {
+    for (const std::string& text :
+         {std::string("1"), std::string(), std::string(1000, '\0'), std::string(1000, '\xff')}) {
+        const Imported got = Ergo(text);
+        EXPECT_EQ(got.net, nullptr);
+        EXPECT_GE(got.seen.errors(), 1);
+    }
+}
+
+TEST(ErgoSamples, ReadAsTheyShould) {
+    const auto read = [](const char* name) {
+        return ImportText(ReadFile(std::string(SAMPLES "/ergo/") + name), FormatErgo, name);
+    };
+    EXPECT_EQ(read("garden.erg").seen.text(), "");
+    const Imported boiler = read("boiler.erg");
+    EXPECT_EQ(boiler.seen.text(), "");
+    EXPECT_EQ(
+        NodeText(*boiler.net->nodes[3]),
+        "nature Room_temperature title='Room.temperature' at 100,260\n"
+        "  states comfortable_for_everybody_in_t='comfortable-for-everybody-in-the-house' cool "
+        "cold\n  parents Burner\n  table 0.9 0.08 0.02 0.05 0.2 0.75\n");
+    const Imported broken = read("broken-off.erg");
+    EXPECT_EQ(broken.net->nodes.N, 3);
+    EXPECT_EQ(broken.seen.text(), "-4108 17:1 unexpected end-of-input\n");
+}
+
+}  // namespace
+}  // namespace lumo::test

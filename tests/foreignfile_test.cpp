@@ -1,0 +1,195 @@
+// The entry: loading, naming, the net's fate; and the normalisation of positions.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <filesystem>
+#include <thread>
+
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class EntryTest : public ::testing::Test {
+protected:
+    fs::path folder = fs::temp_directory_path() / ("lumo-entry-" + std::to_string(getpid()));
+    void SetUp() override { fs::create_directories(folder); }
+    void TearDown() override { fs::remove_all(folder); }
+
+    std::string write(const std::string& name, std::string_view text) const {
+        const fs::path path = folder / name;
+        fs::create_directories(path.parent_path());
+        std::ofstream(path, std::ios::binary) << text;
+        return path.string();
+    }
+};
+
+Imported ImportFile(const std::string& path, int format) {
+    Imported result;
+    HandlerScope scope(result.seen);
+    result.net.reset(ReadForeignNetFile_kt(path.c_str(), format, false));
+    return result;
+}
+
+constexpr const char* tiny = "1 2 0 2 .5 .5 A a b 7 9";
+
+TEST_F(EntryTest, NamesTheNetAfterTheFile) {
+    struct Case {
+        const char *path, *name, *fileName;
+    };
+    for (const Case& c :
+         {Case{"a.erg", "a", "a.lumo"},
+          Case{"two words.v2.erg", "two_words_v2", "two words.v2.lumo"},
+          Case{"d.x/9net", "N9net", "d.x/9net.lumo"}, Case{".erg", "N_erg", ".erg.lumo"}}) {
+        const Imported got = ImportFile(write(c.path, tiny), FormatErgo);
+        ASSERT_NE(got.net, nullptr) << c.path;
+        EXPECT_STREQ(got.net->name, c.name);
+        EXPECT_EQ(got.net->fileName, (folder / c.fileName).string());
+        EXPECT_EQ(got.net->changeMarker >= got.net->savedChangeMarker, true);
+    }
+}
+
+TEST_F(EntryTest, LongPathsWork) {
+    std::string deep;
+    for (int i = 0; i < 4; ++i) deep += std::string(100, static_cast<char>('a' + i)) + "/";
+    const Imported got = ImportFile(write(deep + std::string(200, 'n') + ".erg", tiny), FormatErgo);
+    ASSERT_NE(got.net, nullptr);
+    EXPECT_EQ(got.net->name, std::string(200, 'n'));
+    EXPECT_EQ(got.net->fileName, (folder / (deep + std::string(200, 'n') + ".lumo")).string());
+}
+
+TEST_F(EntryTest, RefusesWhatCannotBeRead) {
+    const std::string unicode = write("u.erg",
+                                      "\xff\xfe"
+                                      "1\0");
+    EXPECT_EQ(ImportFile(unicode, FormatErgo).seen.count(-4136), 1);
+    EXPECT_EQ(ImportFile(unicode, FormatErgo).net, nullptr);
+
+    mkfifo((folder / "fifo").c_str(), 0600);
+    for (const fs::path& path : {folder, folder / "missing.erg"}) {
+        const Imported got = ImportFile(path.string(), FormatErgo);
+        EXPECT_EQ(got.net, nullptr);
+        EXPECT_EQ(got.seen.reports.back().number, -3468);
+        EXPECT_EQ(got.seen.reports.back().message,
+                  "couldn't read file '" + path.string() + "' into memory");
+    }
+    EXPECT_EQ(ImportFile((folder / "fifo").string(), FormatErgo).net, nullptr);  // nobody writes
+    if (getuid() != 0) {
+        const std::string secret = write("secret.erg", tiny);
+        chmod(secret.c_str(), 0);
+        EXPECT_EQ(ImportFile(secret, FormatErgo).seen.count(-3468), 1);
+    }
+}
+
+TEST_F(EntryTest, ReadsAPipeThatSomebodyWrites) {
+    const std::string fifo = (folder / "pipe").string();
+    mkfifo(fifo.c_str(), 0600);
+    // Open for both, so that the writer exists before the import opens its end.
+    const int fd = open(fifo.c_str(), O_RDWR);
+    std::thread writer([&] {
+        for (const char c : std::string(tiny)) EXPECT_EQ(::write(fd, &c, 1), 1);
+        usleep(20000);
+        close(fd);
+    });
+    const Imported got = ImportFile(fifo, FormatErgo);
+    writer.join();
+    ASSERT_NE(got.net, nullptr);
+    EXPECT_EQ(got.net->nodes.N, 1);
+}
+
+TEST_F(EntryTest, SaysWhereAZeroByteIs) {
+    const std::string text = std::string(tiny) + '\0' + "more";
+    for (const Imported& got :
+         {ImportFile(write("z.erg", text), FormatErgo), ImportText(text, FormatErgo)}) {
+        EXPECT_NE(got.net, nullptr);
+        ASSERT_EQ(got.seen.count(num::zeroByte), 1);
+        EXPECT_NE(got.seen.reports[0].message.find(std::to_string(std::string(tiny).size())),
+                  std::string::npos);
+    }
+}
+
+TEST_F(EntryTest, UnknownCodesAreAnErrorThatNamesThem) {
+    for (const int code : {12, 0, -1, 99}) {
+        const Imported got = ImportText(tiny, code);
+        EXPECT_EQ(got.net, nullptr);
+        ASSERT_EQ(got.seen.count(num::unknownFormatCode), 1);
+        EXPECT_NE(got.seen.reports[0].message.find(std::to_string(code)), std::string::npos);
+    }
+}
+
+TEST_F(EntryTest, SizesTheDrawingOfAPartialNetToo) {
+    const Imported got = ImportText("1 2 0 2 .5 .5 A a b 700 900\n", FormatErgo);
+    const Vnet_kt& drawing = *got.net->vnets[0];
+    EXPECT_EQ(drawing.extentWidth, 700 + 2 * drawing.marginUnit.x);
+    EXPECT_EQ(drawing.extentHeight, 900 + drawing.marginUnit.y);
+    const Imported partial = ImportText("1 2 0", FormatErgo);
+    ASSERT_NE(partial.net, nullptr);
+    EXPECT_LT(partial.net->vnets[0]->extentWidth, 16383);
+}
+
+/// A handler that stops the import in one way or another.
+struct Stopper : Collector {
+    enum { cancel, throwing } how = cancel;
+    bool cancelled() override { return how == cancel; }
+    void print(const char*) override {
+        if (how == throwing) throw std::runtime_error("no more");
+    }
+};
+
+TEST_F(EntryTest, WhatEscapesAReaderFreesEverythingAndTheLock) {
+    const char* renames = "1 2 0 2 .5 .5 9 a b 7 9";
+    Stopper stopper;
+    HandlerScope scope(stopper);
+    stopper.how = Stopper::throwing;
+    EXPECT_EQ(ReadForeignNetText_kt(renames, "x", FormatErgo), nullptr);
+    EXPECT_EQ(stopper.count(num::internalError), 1);
+    stopper.how = Stopper::cancel;
+    const OwnedNet net(ReadForeignNetText_kt(renames, "x", FormatErgo));
+    EXPECT_EQ(stopper.count(num::importCancelled), 1);
+    EXPECT_NE(ImportText(renames, FormatErgo).net, nullptr);  // the lock is free
+}
+
+struct Placed {
+    Collector seen;
+    HandlerScope handler{seen};
+    ReportScope scope;
+    OwnedNet net{NewVBNet(DupStr_kt("n"), false)};
+
+    std::vector<coord_kt> fix(const std::vector<coord_kt>& at, double scale, bool turnOver) {
+        for (const coord_kt& p : at) NewNode_ibn(nullptr, 2, *net, p);
+        FixNodePositions(*net->vnets[0], scale, turnOver);
+        std::vector<coord_kt> out;
+        for (const Vnode_kt* v : net->vnets[0]->vnodes) out.push_back(v->position);
+        return out;
+    }
+};
+
+TEST(FixNodePositions, ScalesTurnsAndKeepsTheMargin) {
+    using P = std::vector<coord_kt>;
+    const P square = {{100, 50}, {200, 150}};
+    EXPECT_EQ(Placed().fix(square, 1.25, false), (P{{40, 40}, {165, 165}}));
+    EXPECT_EQ(Placed().fix(square, 1.25, true), (P{{40, 165}, {165, 40}}));
+    EXPECT_EQ(Placed().fix(square, 0.625, false), (P{{40, 40}, {103, 103}}));  // 62.5 goes up
+    EXPECT_EQ(Placed().fix({{-7, -7}}, 3.0, true), (P{{40, 40}}));
+    EXPECT_EQ(Placed().fix({}, 1.0, true), P{});
+}
+
+TEST(FixNodePositions, StaysWithinInt) {
+    using P = std::vector<coord_kt>;
+    Placed wide;
+    EXPECT_EQ(wide.fix({{INT_MIN, 0}, {INT_MAX, 10}}, 1e6, false),
+              (P{{40, 40}, {INT_MAX, 10000040}}));
+    EXPECT_GE(wide.seen.count(num::failedAssertion), 1);
+    for (const double scale : {0.0, -1.0, HUGE_VAL, std::nan("")}) {
+        Placed bad;
+        EXPECT_EQ(bad.fix({{0, 0}, {10, 10}}, scale, false), (P{{40, 40}, {50, 50}}));
+        EXPECT_EQ(bad.seen.count(num::badZoom), 1);
+    }
+}
+
+}  // namespace
+}  // namespace lumo::test
