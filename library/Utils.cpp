@@ -17,6 +17,7 @@ namespace lumo {
 
 namespace {
 
+// Not the C library's: it asks the locale.
 char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 std::string_view WithoutNumericSuffix(std::string_view s) {
@@ -40,6 +41,7 @@ private:
     locale_t previous_;
 };
 
+/// The texts of CharName_kt, all made when compiling, so that they are constant.
 struct CharNames {
     static constexpr int size = 20;
     std::array<std::array<char, size>, 256> texts{};
@@ -77,6 +79,7 @@ constexpr CharNames charNames = MakeCharNames();
 char* DupStr_kt(const char* s) { return s == nullptr ? nullptr : DupStr_kt(std::string_view(s)); }
 
 char* DupStr_kt(std::string_view s) {
+    // Two zeros: the spare byte, and the end of 16-bit text.
     char* const copy = new char[s.size() + 2];
     std::copy(s.begin(), s.end(), copy);
     copy[s.size()] = copy[s.size() + 1] = '\0';
@@ -114,7 +117,7 @@ bool SubstStrWithStr_kt(char* s, int size, const char* find, const char* replace
     const std::string_view to(replacement);
     const std::string text(s);
     std::string result;
-    std::size_t done = 0;
+    std::size_t done = 0;  // of the text; what was put into the result is not searched again
     bool replaced = false;
     for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, done)) {
         const std::size_t after = at + from.size();
@@ -183,8 +186,7 @@ int SPrintf(char* buffer, int size, const char* format, ...) {
     return std::clamp(wanted, 0, size - 1);
 }
 
-// Through a stream: vsnprintf into a buffer that is too small takes many times as long for a long
-// text.
+// Through a stream: for a long text, vsnprintf into too small a buffer takes many times as long.
 std::string VFormat(const char* format, va_list arguments) {
     const CLocale plain;
     char* block = nullptr;
@@ -211,6 +213,7 @@ std::string Format(const char* format, ...) {
 int RoundToInt_kt(double x) {
     if (std::isnan(x)) return 0;
     const double r = std::floor(x + 0.5);
+    // Converting a double outside the range would be undefined.
     if (r < INT_MIN) {
         FailAssert_kt("r >= INT_MIN", "Utils", 319);
         return INT_MIN;

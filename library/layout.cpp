@@ -22,6 +22,8 @@ using layout::Placement;
 constexpr double RowGap = 10;           ///< between boxes of a row
 constexpr double PitchGap = 20;         ///< between rows
 constexpr double TightestPitchGap = 7;  ///< the same where that makes the drawing fit
+/// A drawing of n nodes may be that times the root of n wide, however narrow its area.
+constexpr double LeastWidth = 120;
 // A drawing smaller than its area is pulled out that much at most.
 constexpr double WidestStretch = 1.6;
 constexpr double TallestStretch = 2.2;
@@ -210,15 +212,15 @@ struct Axis {
     }
 };
 
-/// `edge` is the part of the drawing at each end that does not scale; `tightest` the smallest
-/// scale.
+/// `edge` is the part of the drawing at each end that does not scale. A drawing that does not even
+/// fit at the tightest scale keeps its own.
 Axis FitAxis(int from, int to, double extent, double edge, double tightest, double widest) {
     const double room = static_cast<double>(to) - from;
     const double flexible = extent - 2 * edge;
     Axis axis;
     if (flexible > 0) axis.scale = std::clamp((room - 2 * edge) / flexible, tightest, widest);
-    if (axis.scale < 1 && flexible * axis.scale + 2 * edge > room)
-        axis.scale = 1;  // too small anyway
+    const bool fits = flexible * axis.scale + 2 * edge < room + 0.5;
+    if (axis.scale < 1 && !fits) axis.scale = 1;
     const double rest = std::max(0.0, room - (flexible * axis.scale + 2 * edge));
     axis.origin = from + rest / 2 + edge * (1 - axis.scale);
     return axis;
@@ -228,9 +230,10 @@ Axis FitAxis(int from, int to, double extent, double edge, double tightest, doub
 
 void Layout(VnodeList_kt& vnodes, const rect_kt& area, bool, bool, bool, double spacing) {
     if (!vnodes.hasSome()) return;
-    const double loose = std::isfinite(spacing) ? std::clamp(spacing, 0.1, 100.0) : 1;
+    const double loose = std::isfinite(spacing) ? std::clamp(spacing, 0.3, 100.0) : 1;
     const double boxHeight = NodeSize(0).y;
-    const double areaWidth = std::max(1.0, static_cast<double>(area.right) - area.left);
+    const double areaWidth = std::max(static_cast<double>(area.right) - area.left,
+                                      LeastWidth * std::sqrt(static_cast<double>(vnodes.N)));
     const Metrics metrics = {RowGap * loose, boxHeight + PitchGap * loose, boxHeight, areaWidth};
 
     std::vector<ListedPart> parts = SplitIntoParts(vnodes);

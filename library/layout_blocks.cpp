@@ -1,4 +1,9 @@
 // Automatic layout: ordering whole blocks instead of single vertices.
+//
+// One order of all blocks gives the order in every row. A block is tried at every place of that
+// order by passing its neighbours one by one; each step changes only the crossings of the two
+// blocks' own links, so that the best place is found without counting anything again. Places are
+// kept doubled, which leaves room for the moving block between any two others.
 
 #include "library/layout_blocks.h"
 
@@ -28,6 +33,7 @@ BlockOrder::BlockOrder(const Layered& graph) : graph_(graph) {
         }
         blockOf[index(v)] = static_cast<int>(blocks_.size()) - 1;
     }
+    // Links within a block are left out: they run straight down.
     Pairs down;
     for (int v = 0; v < graph.size(); ++v) {
         for (const int other : graph.down.of(v)) {
@@ -115,6 +121,7 @@ long long BlockOrder::moveToBestPlace(int b, long long& work) {
         for (int i = from + step; i >= 0 && i < static_cast<int>(order_.size()); i += step) {
             const int other = order_[index(i)];
             --work;
+            // Blocks without a common row have no order between them.
             if (blocks_[index(b)].top > blocks_[index(other)].bottom) continue;
             if (blocks_[index(other)].top > blocks_[index(b)].bottom) continue;
             change += step > 0 ? exchangeChange(b, other, work) : exchangeChange(other, b, work);
@@ -135,6 +142,7 @@ void BlockOrder::carryOut(int b, int from, int to) {
     if (to > from) std::rotate(at, at + 1, order_.begin() + to + 1);
     if (to < from) std::rotate(order_.begin() + to, at, at + 1);
     for (int i = std::min(from, to); i <= std::max(from, to); ++i) place(order_[index(i)]) = 2 * i;
+    // Only lists with the block in them are out of order now.
     const auto byPlace = [&](int x, int y) { return place(x) < place(y); };
     for (const int other : std::as_const(up_).of(b)) std::ranges::sort(down_.of(other), byPlace);
     for (const int other : std::as_const(down_).of(b)) std::ranges::sort(up_.of(other), byPlace);

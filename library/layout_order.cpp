@@ -10,13 +10,13 @@ namespace lumo::layout {
 namespace {
 
 /// Work spent on one part, in visits of links: many attempts for a small part, few for a huge one.
-constexpr long long SmallWork = 4'000'000;
-constexpr long long WorkPerVertex = 40;
+constexpr long long SmallWork = 30'000'000;
+constexpr long long WorkPerVertex = 10;
 constexpr int PatientRounds = 4;  ///< rounds without gain before an attempt ends
 constexpr int MaxRounds = 40;
 /// Parts whose blocks are ordered too: their steps at most, and the work on it.
 constexpr long long BlockSteps = 4000;
-constexpr long long BlockWork = 5'000'000;
+constexpr long long BlockWork = 8'000'000;
 constexpr int BlockAttempts = 200;
 
 /// Counts how many numbers added before are larger than a number.
@@ -291,7 +291,7 @@ private:
                 for (const int other : graph_.down.of(v)) counter_.add(position(other));
             }
         }
-        work_ -= 2 * graph_.steps;
+        work_ -= 6 * graph_.steps;
         return count;
     }
 

@@ -14,11 +14,15 @@ constexpr int Sweeps = 12;
 constexpr int SweepsOfLargeParts = 4;
 constexpr int LargePart = 20'000;  ///< vertices, from which on way-points get no room of their own
 constexpr double WayPointWidth = 6;
+// Way-points follow their link's straight line and give way to nodes: nothing is drawn there.
 constexpr double WayPointWeight = 0.15;
 constexpr double FoldFrom = 10;  ///< a row this many times wider than wanted has rows folded,
 constexpr double FoldTo = 2;     ///< down to this many times
 
 /// Places the vertices of the rows; the vertices are the nodes and, in small parts, way-points.
+/// Every vertex wants to stand in the middle of its neighbours; row by row, the wishes are met as
+/// well as the order and the boxes' sizes allow. A few sweeps down and up let long-range wishes
+/// through.
 class Placer {
 public:
     Placer(const Part& part, const Layered& graph, const Metrics& metrics)
@@ -65,7 +69,7 @@ private:
         std::erase_if(row, [&](int v) { return !isNode(v) && nodesOnly_; });
         const double times = rowWidth(row) / (FoldTo * metrics_.width);
         if (!fold || times <= 1) return rows_.push_back(std::move(row));
-        const auto rows = static_cast<std::size_t>(std::ceil(times));
+        const auto rows = std::min(row.size(), static_cast<std::size_t>(std::ceil(times)));
         std::vector<std::vector<int>> folded(rows);
         for (std::size_t i = 0; i < row.size(); ++i) folded[i % rows].push_back(row[i]);
         std::ranges::move(folded, std::back_inserter(rows_));

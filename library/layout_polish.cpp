@@ -145,7 +145,7 @@ namespace {
 /// Parts polished at most, and the work on one, in tests of a link with a link or box.
 constexpr int PolishedNodes = 600;
 constexpr std::size_t PolishedLinks = 1500;
-constexpr long long PolishWork = 12'000'000;
+constexpr long long PolishWork = 25'000'000;
 constexpr int PolishPasses = 8;
 constexpr int Disturbances = 300;
 constexpr int RowsTried = 2;  ///< above and below a node's own
@@ -159,6 +159,8 @@ constexpr double GrazeCost = 0.2;       ///< the same beside one of its own ends
 constexpr double LengthCost = 0.004;    ///< of a pitch to the side
 constexpr double SpanCost = 0.02;       ///< of a row passed
 
+/// Tries for every node the places that may help, each with the room its row must make, and takes
+/// the best one. Costs are compared over what a move touches, not over the whole drawing.
 class Polisher {
 public:
     Polisher(const Part& part, const Metrics& metrics, Placement& placement)

@@ -11,6 +11,7 @@ namespace lumo {
 
 namespace {
 
+// A mere sum: nothing is ordered by it, so relaxed operations do.
 std::atomic<long long> vectMemory{0};
 
 }  // namespace
@@ -18,7 +19,7 @@ std::atomic<long long> vectMemory{0};
 void* xmallocf_kt(long long bytes) { return xreallocf_kt(nullptr, bytes); }
 
 void* xreallocf_kt(void* block, long long bytes) {
-    if (bytes < 0) return nullptr;
+    if (bytes < 0) return nullptr;  // a product of counts that went wrong
     return std::realloc(block, static_cast<std::size_t>(std::max(bytes, 1LL)));
 }
 

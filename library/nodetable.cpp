@@ -20,7 +20,7 @@ public:
     ShapeCheck(const Bnode_bn& node, bool hasStates) : node_(node) {
         long long span = 1;
         const auto addLevel = [&](const Bnode_bn& level) {
-            if (level.numStates() < 2) return;
+            if (level.numStates() < 2 || span > MaxTableEntries) return;
             levels_.push_back({&level, span});
             span *= level.numStates();
         };
@@ -87,9 +87,17 @@ private:
 
     void check(const Frame& frame, long long end) {
         const long long span = end - frame.start;
+        if (frame.start == lastEnd_ && span == lastSpan_) {  // the next one like a list in order
+            lastEnd_ = end;
+            return;
+        }
         const auto fits = [&](const Level& level) { return level.span == span; };
         const bool inOrder = span > 0 && frame.start % span == 0 &&
                              std::any_of(levels_.begin(), levels_.end(), fits);
+        if (inOrder) {
+            lastEnd_ = end;
+            lastSpan_ = span;
+        }
         if (inOrder || !problem_.empty()) return;
         const long long held = frame.lists > 0 ? frame.lists : span;
         const long long part = frame.lists > 0 ? span / frame.lists : 1;
@@ -107,6 +115,8 @@ private:
     const Bnode_bn& node_;
     std::vector<Level> levels_;  ///< from the innermost out, by growing span
     std::vector<Frame> stack_;
+    long long lastEnd_ = -1;  ///< of the last list in order
+    long long lastSpan_ = 0;
     int depth_ = 0;
     std::string problem_;
     ParserPos_kt place_ = nullptr;

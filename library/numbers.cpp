@@ -28,8 +28,8 @@ const char* SkipDigits(const char* p, const char* last) {
     return p;
 }
 
-/// Where the number at the start of a zero-terminated text ends at most; costs no more than reading
-/// it.
+/// Where the number at the start of a zero-terminated text ends at most. The text may be long and
+/// hold many numbers, so its length is not asked for.
 const char* NumberLimit(const char* text) {
     const auto digits = [](const char* p) { return p + std::strspn(p, "0123456789"); };
     const auto sign = [](const char* p) { return p + (*p == '-' || *p == '+'); };
@@ -61,6 +61,7 @@ NumberEN detail::ParseNumberSlow(const char* first, const char* last, double& va
     if (*first == '+') ++first;
     double parsed = 0;
     const std::from_chars_result result = std::from_chars(first, last, parsed);
+    // Standard libraries differ in what they call out of range and in what they set then.
     if (result.ec == std::errc() && std::isfinite(parsed)) {
         value = parsed;
         return NumberEN::ok;

@@ -20,19 +20,23 @@ namespace lumo {
 
 namespace {
 
-constexpr std::size_t MaxMessage = 64 * 1024;  ///< bytes of one message
-constexpr std::size_t MaxLongMessages =
-    16 * 1024 * 1024;                          ///< bytes a scope spends on messages, until
-constexpr std::size_t MaxShortMessage = 1024;  ///< they are cut to this
-constexpr std::size_t MaxKeptOutside = 256;    ///< reports made outside any scope
-constexpr std::size_t MaxSummary = 400;        ///< bytes of words in the summary
+// In bytes. Once the messages of a scope come to MaxLongMessages, later ones are kept short, so
+// that a long name in a file cannot fill the memory by being complained about often.
+constexpr std::size_t MaxMessage = 64 * 1024;
+constexpr std::size_t MaxShortMessage = 1024;
+constexpr std::size_t MaxLongMessages = 16 * 1024 * 1024;
+constexpr std::size_t MaxSummary = 400;  // of words in the summary of unknown ones
+
+// Reports made outside any scope have no end to be released at: so many are kept, the latest.
+constexpr std::size_t MaxKeptOutside = 256;
 
 /// A new[] copy of the text, cut to `most` bytes at the start of a character.
 char* NewMessage(std::string_view text, std::size_t most) {
     constexpr std::string_view cutMark = "...";
     if (text.size() <= most) return DupStr_kt(text);
     std::size_t kept = most - cutMark.size();
-    while (kept > 0 && (static_cast<unsigned char>(text[kept]) & 0xC0) == 0x80) --kept;
+    const std::size_t least = kept - 3;  // the bytes that can follow the first of a character
+    while (kept > least && (static_cast<unsigned char>(text[kept]) & 0xC0) == 0x80) --kept;
     return DupStr_kt(std::string(text.substr(0, kept)).append(cutMark));
 }
 
@@ -78,6 +82,8 @@ private:
 };
 
 // ---- Unknown words -------------------------------------------------------------------------
+
+// Looked up by view, so that a word that was met before costs no allocation.
 
 struct UnknownView {
     int number;
@@ -136,6 +142,7 @@ struct Context {
     int errors = 0;                ///< shown
     int warnings = 0;              ///< shown, notices included
     long long hiddenWarnings = 0;  ///< not shown because the budget was spent
+    long long notes = 0;           ///< printed, or not because there were too many
     bool failShown = false;        ///< Fail_rept_kt, which is shared by all threads
     UnknownCounts unknown;
     ReportHandler* handler = nullptr;
@@ -149,7 +156,7 @@ struct Context {
         firstOfScope = reports.size();
         messageBytes = 0;
         errors = warnings = 0;
-        hiddenWarnings = 0;
+        hiddenWarnings = notes = 0;
         failShown = false;
     }
 
@@ -201,6 +208,7 @@ void ShowNow(rept_kt* report) {
 
 /// What the outermost scope still has to say when it ends.
 void ShowClosingReports(Context& here) {
+    // By index: the handler may make reports meanwhile.
     for (std::size_t i = here.firstOfScope; i < here.reports.size(); ++i) {
         ShowReport(&here.reports[i]);
     }
@@ -209,6 +217,11 @@ void ShowClosingReports(Context& here) {
         ShowNow(AddReport(
             num::moreWarnings, SeverityNotice,
             Format("%lld further warnings and notices are not shown", here.hiddenWarnings)));
+    }
+    if (here.notes > MaxShownWarnings) {
+        ShowNow(
+            AddReport(num::moreWarnings, SeverityNotice,
+                      Format("%lld further notes are not shown", here.notes - MaxShownWarnings)));
     }
     if (const std::string summary = UnknownSummary(here.unknown); !summary.empty()) {
         ShowNow(AddReport(num::unknownSummary, SeverityNotice,
@@ -257,6 +270,7 @@ ReportScope::~ReportScope() {
 PlaceSource::PlaceSource() : outer_(Here().place) { Here().place = this; }
 
 PlaceSource::~PlaceSource() {
+    // Mostly the innermost one, but tokenizers need not end in order.
     PlaceSource** link = &Here().place;
     while (*link != nullptr && *link != this) link = &(*link)->outer_;
     if (*link == this) *link = outer_;
@@ -337,6 +351,7 @@ HandlerScope::~HandlerScope() { Here().handler = previous_; }
 void ShowReport(rept_kt* report) {
     if (report == nullptr || report == Okay_rept_kt) return;
     Context& here = Here();
+    // Shared by all threads, so it keeps no note itself; outside a scope it is shown each time.
     const bool shared = report == Fail_rept_kt;
     bool& shown = shared ? here.failShown : report->shown;
     if (std::exchange(shown, here.inScope() || !shared)) return;
@@ -394,8 +409,10 @@ rept_kt* newerrwait_kt(int number, const char* format, ...) {
 }
 
 rept_kt* newerr_mem_kt(int number, double bytes, const char* format, ...) {
+    // Formatted without allocating, so that the text survives when even the report cannot be had.
     char text[SpareReport::size];
-    int length = bytes > 0 ? SPrintf(text, sizeof text, "out of memory (%.0f bytes wanted) ", bytes)
+    const int length = bytes > 0
+                           ? SPrintf(text, sizeof text, "out of memory (%.0f bytes wanted) ", bytes)
                            : SPrintf(text, sizeof text, "out of memory ");
     va_list arguments;
     va_start(arguments, format);
@@ -434,6 +451,7 @@ rept_kt* WrapReport(rept_kt& inner, const char* format, va_list arguments) {
     const int severity = std::max<int>(inner.severity, SeverityError);
     rept_kt* report = nullptr;
     try {
+        // A va_list cannot be given another first argument: the format is split at its first %s.
         const std::string_view whole(format);
         const std::size_t at = whole.find("%s");
         std::string text(whole.substr(0, at));
@@ -464,6 +482,7 @@ rept_kt* VMakeUnknown(std::string_view word, int number, const char* format, va_
         }
     }
     rept_kt* const report = VMakeReport(number, SeverityWarning, format, arguments);
+    // Words beyond the budget of warnings are not remembered, which bounds the memory for them.
     if (here.inScope() && report->severity == SeverityWarning) {
         try {
             here.unknown.emplace(UnknownWord{number, std::string(word)}, 1);
@@ -515,6 +534,8 @@ const char* CheckBelvecMesg_kt(int problems, bool, char* buffer) {
 // ---- The user ------------------------------------------------------------------------------
 
 void Printf_kt(const char* format, ...) {
+    Context& here = Here();
+    if (here.inScope() && ++here.notes > MaxShownWarnings) return;
     va_list arguments;
     va_start(arguments, format);
     std::string text = WithoutMarker(VFormat(format, arguments));

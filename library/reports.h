@@ -174,7 +174,7 @@ rept_kt* VMakeUnknown(std::string_view word, int number, const char* format, va_
 /// buffer (256 bytes) in words, joined by "; ", and returns it. The bool is true: name the values.
 const char* CheckBelvecMesg_kt(int problems, bool, char* buffer);
 
-/// Prints a line for the user.
+/// Prints a line for the user; at most MaxShownWarnings an import, the rest are counted.
 void Printf_kt(const char* format, ...) LUMO_PRINTF(1);
 
 using bool3 = signed char;  ///< 1 yes, 0 no, -1 neither

@@ -20,6 +20,7 @@ void vect3_kt<char>::realloc_(int req_size) {
         FailAssert_kt("req_size >= num()", "vect3", 461);
         return;
     }
+    // Announced before it happens; taken back when it does not happen.
     AcquiringVectMemory_kt(req_size);
     char* fresh = nullptr;
     try {
@@ -56,6 +57,7 @@ void strin_kt::append(std::string_view text) {
     const auto count = static_cast<std::size_t>(num());
     if (text.size() > static_cast<std::size_t>(capacity()) - count) {
         if (text.size() > INT_MAX - count) throw std::bad_alloc();
+        // As byte by byte, but one step at a time would copy a long text often.
         const std::size_t grown = std::min<std::size_t>(2 * count + 32, INT_MAX);
         realloc_(static_cast<int>(std::max(grown, count + text.size())));
     }
@@ -64,6 +66,7 @@ void strin_kt::append(std::string_view text) {
 }
 
 char* strin_kt::getCStr() {
+    // The zeros are appended, for their room, and then not counted.
     append('\0');
     if (Is16Bit_kt(first)) {
         append('\0');
