@@ -1,0 +1,216 @@
+#include "app/console.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#include "export/json.h"
+#include "export/text.h"
+
+namespace lumo::app {
+namespace {
+
+constexpr long long sourceBefore = 100;  // bytes of the line shown before the caret
+constexpr long long sourceAfter = 60;
+constexpr auto progressDelay = std::chrono::seconds(1);
+constexpr int progressWidth = 30;
+
+constexpr const char* bold = "\x1b[1m";
+constexpr const char* red = "\x1b[1;31m";
+constexpr const char* magenta = "\x1b[1;35m";
+constexpr const char* cyan = "\x1b[1;36m";
+constexpr const char* green = "\x1b[1;32m";
+constexpr const char* plain = "\x1b[0m";
+
+const char* ColorOf(int severity) {
+    if (severity > SeverityWarning) return red;
+    return severity > SeverityNotice ? magenta : cyan;
+}
+
+bool WantsColors(ColorEN choice) {
+    if (choice != ColorEN::automatic) return choice == ColorEN::always;
+    const char* refused = std::getenv("NO_COLOR");
+    const char* terminal = std::getenv("TERM");
+    if (refused != nullptr && *refused != 0) return false;
+    return IsTerminal(STDERR_FILENO) && terminal != nullptr && std::string_view(terminal) != "dumb";
+}
+
+/// Up to `length` bytes of the file from the offset; empty when that cannot be had.
+std::string ReadAt(const std::string& file, long long offset, long long length) {
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0) return {};
+    std::string text(static_cast<std::size_t>(length), '\0');
+    const ssize_t got = ::pread(descriptor, text.data(), text.size(), offset);
+    ::close(descriptor);
+    text.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
+    return text;
+}
+
+bool IsContinuation(char c) { return (c & '\xC0') == '\x80'; }
+
+/// Columns that UTF-8 text takes on a terminal, one a character.
+std::size_t Columns(std::string_view utf8) {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(utf8, [](char c) { return !IsContinuation(c); }));
+}
+
+}  // namespace
+
+bool IsTerminal(int descriptor) { return ::isatty(descriptor) == 1; }
+
+// ---- Progress ------------------------------------------------------------------------------
+
+void ProgressLine::start() { begun_ = std::chrono::steady_clock::now(); }
+
+void ProgressLine::update(const std::string& what, long long done, long long total) {
+    if (!enabled_ || total <= 0) return;
+    if (std::chrono::steady_clock::now() - begun_ < progressDelay) return;
+    const double part =
+        std::clamp(static_cast<double>(done) / static_cast<double>(total), 0.0, 1.0);
+    const auto filled = static_cast<std::size_t>(part * progressWidth);
+    std::string bar(progressWidth, '.');
+    std::fill_n(bar.begin(), filled, '#');
+    std::fprintf(stderr, "\r\x1b[K[%s] %3d%% %.*s", bar.c_str(), static_cast<int>(part * 100), 40,
+                 what.c_str());
+    std::fflush(stderr);
+    shown_ = true;
+}
+
+void ProgressLine::clear() {
+    if (shown_) std::fputs("\r\x1b[K", stderr);
+    shown_ = false;
+}
+
+// ---- Console -------------------------------------------------------------------------------
+
+Console::Console(const Options& options)
+    : options_(options),
+      terminal_(IsTerminal(STDERR_FILENO) && !options.jsonDiagnostics),
+      colors_(WantsColors(options.color)),
+      progress_(terminal_ && !options.quiet) {}
+
+void Console::begin(const std::string& file, std::string_view text) {
+    file_ = file;
+    text_ = text;
+    reports_.clear();
+}
+
+void Console::show(const rept_kt& report) {
+    ReportRecord& record = reports_.emplace_back(report);
+    if (record.file.empty()) record.file = file_;
+    if (options_.quiet && report.severity <= SeverityWarning) return;
+    progress_.clear();
+    if (options_.jsonDiagnostics) {
+        std::cerr << ReportToJson(record) + '\n';
+    } else {
+        showText(record, report.offset);
+    }
+}
+
+void Console::showText(const ReportRecord& report, long long offset) {
+    std::string place = Visible(report.file);
+    if (report.line > 0)
+        place += ":" + std::to_string(report.line) + ":" + std::to_string(report.column);
+    std::string out = paint(bold, place + ":") + " ";
+    out += paint(ColorOf(report.severity), std::string(SeverityName(report.severity)) + ":");
+    out += " " + Visible(report.message);
+    if (report.number != 0) out += " [" + std::to_string(report.number) + "]";
+    out += '\n';
+    if (terminal_ && report.line > 0) out += contextLine(report) + sourceLines(offset);
+    std::cerr << out;
+}
+
+/// What was being read, a line of its own; empty when that is not known.
+std::string Console::contextLine(const ReportRecord& report) {
+    std::string text = report.structKind;
+    if (!report.structName.empty()) text += " '" + report.structName + "'";
+    if (!report.fieldName.empty()) text += ", field '" + report.fieldName + "'";
+    return text.empty() ? text : "  in " + Visible(text) + "\n";
+}
+
+/// The line of the source around the offset, and one with a caret below it.
+std::string Console::sourceLines(long long offset) const {
+    if (offset < 0) return {};
+    std::size_t caret = 0;
+    const std::string line = windowAround(offset, caret);
+    if (line.empty()) return {};
+    const std::string before = Visible(std::string_view(line).substr(0, caret));
+    return "  " + before + Visible(std::string_view(line).substr(caret)) + "\n  " +
+           std::string(Columns(before), ' ') + paint(green, "^") + "\n";
+}
+
+/// The part of the offset's line around it, tabs made blanks and characters that the window's ends
+/// cut left out; caret is the offset's place in it.
+std::string Console::windowAround(long long offset, std::size_t& caret) const {
+    const long long from = std::max(0LL, offset - sourceBefore);
+    const long long length = offset - from + sourceAfter;
+    std::string window;
+    if (text_.data() == nullptr) {
+        window = ReadAt(file_, from, length);
+    } else if (from < static_cast<long long>(text_.size())) {
+        window = text_.substr(static_cast<std::size_t>(from), static_cast<std::size_t>(length));
+    }
+    caret = std::min(static_cast<std::size_t>(offset - from), window.size());
+    const std::size_t end = window.find_first_of("\r\n", caret);
+    std::size_t start = std::string_view(window).substr(0, caret).find_last_of("\r\n") + 1;
+    if (start == 0 && from > 0)
+        while (start < caret && IsContinuation(window[start])) ++start;
+    if (end != std::string::npos) {
+        window.resize(end);
+    } else if (static_cast<long long>(window.size()) == length) {
+        while (window.size() > caret && IsContinuation(window.back())) window.pop_back();
+        if (window.size() > caret && (window.back() & '\x80') != 0) window.pop_back();
+    }
+    window.erase(0, start);
+    caret -= start;
+    std::ranges::replace(window, '\t', ' ');
+    return window;
+}
+
+std::string Console::paint(const char* code, const std::string& text) const {
+    return colors_ ? code + text + plain : text;
+}
+
+void Console::print(const char* text) {
+    if (options_.quiet) return;
+    progress_.clear();
+    ReportRecord note;
+    note.file = file_;
+    note.severity = SeverityNotice;
+    note.message = WithoutMarker(text);
+    while (note.message.ends_with('\n')) note.message.pop_back();
+    if (options_.jsonDiagnostics) {
+        std::cerr << ReportToJson(note) + '\n';
+    } else {
+        showText(note, -1);
+    }
+}
+
+bool Console::ask(int, const char* question) {
+    if (options_.condense) return *options_.condense;
+    if (terminal_ && !options_.quiet && IsTerminal(STDIN_FILENO)) {
+        progress_.clear();
+        std::cerr << WithoutMarker(question) << " [y/N] " << std::flush;
+        std::string answer;
+        std::getline(std::cin, answer);
+        return answer.starts_with('y') || answer.starts_with('Y');
+    }
+    print((std::string(question) + " No, as nobody can be asked; --condense yes changes that")
+              .c_str());
+    return false;
+}
+
+void Console::waitBegin(const char* text) {
+    wait_ = Visible(WithoutMarker(text));
+    progress_.start();
+}
+
+void Console::waitEnd(const char*) { progress_.clear(); }
+
+void Console::progress(long long done, long long total) { progress_.update(wait_, done, total); }
+
+}  // namespace lumo::app

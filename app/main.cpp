@@ -1,0 +1,58 @@
+// lumo-import: summarises, checks and converts the files of other Bayes-net programs.
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+#include "app/batch.h"
+#include "app/console.h"
+#include "app/convert.h"
+#include "app/options.h"
+#include "app/read.h"
+#include "app/summary.h"
+#include "import/ForeignFile.h"
+
+namespace lumo::app {
+namespace {
+
+/// Writes what the command wants of the result; empty, or what went wrong.
+std::string Write(const ImportResult& result, const Options& options) {
+    switch (options.command) {
+        case CommandEN::check:
+            return {};
+        case CommandEN::convert:
+            if (result.net == nullptr && !options.writer->withoutNet) return {};
+            return WriteOutput(result, *options.writer, OutputFor(options, result.file));
+        default:
+            return WriteStandardOutput(options.files.size() > 1 ? SummaryLine(result)
+                                                                : Summary(result));
+    }
+}
+
+int WorkOnFile(const std::string& file, const Options& options, Console& console) {
+    try {
+        const ImportResult result = ReadOne(file, options, console);
+        const std::string failure = Write(result, options);
+        if (failure.empty()) return ExitCodeOf(result);
+        std::cerr << "lumo-import: " + failure + "\n";
+        return ExitWriteFailed;
+    } catch (const std::exception& e) {
+        std::cerr << "lumo-import: " + file + ": " + e.what() + "\n";
+        return ExitNothing;
+    }
+}
+
+int Run(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is a failed write like any other
+    Options options;
+    if (const std::optional<int> exitCode = ParseArguments(argc, argv, options)) return *exitCode;
+    Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref = options.createStateNames;
+    Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref = options.createStateNames;
+    if (options.files.size() > 1) return RunBatch(options, WorkOnFile);
+    Console console(options);
+    return WorkOnFile(options.files.front(), options, console);
+}
+
+}  // namespace
+}  // namespace lumo::app
+
+int main(int argc, char** argv) { return lumo::app::Run(argc, argv); }

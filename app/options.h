@@ -1,0 +1,46 @@
+// The command line's arguments.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/detect.h"
+#include "export/writers.h"
+
+namespace lumo::app {
+
+/// Exit codes; of many files the highest counts.
+enum ExitEN : int {
+    ExitRead = 0,
+    ExitErrors = 1,   ///< read with errors; what could be read was written
+    ExitNothing = 2,  ///< nothing could be read
+    ExitUsage = 64,
+    ExitWriteFailed = 74,  ///< the output could not be written
+};
+
+enum class CommandEN : unsigned char { summary, check, convert };
+enum class ColorEN : unsigned char { automatic, always, never };
+
+struct Options {
+    CommandEN command = CommandEN::summary;
+    std::vector<std::string> files;      ///< "-" is standard input
+    std::string output;                  ///< convert: a file, a folder for many files, "-"
+    const Writer* writer = nullptr;      ///< convert
+    const FormatInfo* format = nullptr;  ///< null: detect
+    std::optional<bool> condense;        ///< answer to the noisy-max question
+    bool createStateNames = false;
+    bool quiet = false;
+    bool jsonDiagnostics = false;
+    ColorEN color = ColorEN::automatic;
+    int jobs = 1;
+};
+
+/// Reads the arguments. Returns the exit code when there is nothing more to do: help or version was
+/// shown, or the usage is wrong, which standard error was told.
+std::optional<int> ParseArguments(int argc, char** argv, Options& options);
+
+/// Where convert writes the file: the output itself, or in its folder under the file's own name.
+std::string OutputFor(const Options& options, const std::string& file);
+
+}  // namespace lumo::app

@@ -1,0 +1,63 @@
+// What one import gave: the net and the reports made meanwhile, as the writers take it.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "library/netmodel.h"
+
+namespace lumo {
+
+/// A copy of a report that outlives its import; texts are without the marker.
+struct ReportRecord {
+    int number = 0;
+    int severity = 0;
+    std::string message;
+    std::string file;
+    int line = 0;  ///< 0: no place
+    int column = 0;
+    std::string structKind;
+    std::string structName;
+    std::string fieldName;
+
+    ReportRecord() = default;
+    explicit ReportRecord(const rept_kt& report)
+        : number(report.number),
+          severity(report.severity),
+          message(WithoutMarker(report.message == nullptr ? "" : report.message)),
+          file(report.file),
+          line(report.line),
+          column(report.column),
+          structKind(WithoutMarker(report.structKind)),
+          structName(report.structName),
+          fieldName(report.fieldName) {}
+};
+
+/// How an import went: the worst report counts, a missing net above all.
+enum class StatusEN : unsigned char { ok, warnings, errors, failed };
+
+struct ImportResult {
+    std::string file;                   ///< as the user named it
+    std::string format;                 ///< "hugin" ...; empty when it was not recognised
+    int formatCode = 0;                 ///< 0 likewise
+    std::unique_ptr<Bnet_bn> net;       ///< null when nothing was read
+    std::vector<ReportRecord> reports;  ///< in the order they were made
+
+    StatusEN status() const {
+        int worst = SeverityOkay;
+        for (const ReportRecord& report : reports) worst = std::max(worst, report.severity);
+        if (net == nullptr) return StatusEN::failed;
+        if (worst > SeverityWarning) return StatusEN::errors;
+        return worst > SeverityNotice ? StatusEN::warnings : StatusEN::ok;
+    }
+};
+
+/// "notice", "warning", "error" or "fatal".
+constexpr const char* SeverityName(int severity) {
+    if (severity >= SeverityFatal) return "fatal";
+    if (severity > SeverityWarning) return "error";
+    return severity > SeverityNotice ? "warning" : "notice";
+}
+
+}  // namespace lumo

@@ -1,0 +1,82 @@
+#include "export/text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
+namespace lumo {
+namespace {
+
+// Windows-1252 from 0x80 to 0x9F; the five bytes it leaves undefined are the control characters.
+constexpr std::array<std::uint16_t, 32> windows1252 = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
+unsigned byteAt(std::string_view text, std::size_t i) {
+    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+}
+
+void appendUtf8(unsigned code, std::string& out) {
+    const auto put = [&out](unsigned byte) { out += static_cast<char>(byte); };
+    if (code < 0x80) return put(code);
+    if (code < 0x800) {
+        put(0xC0 | code >> 6);
+    } else {
+        put(0xE0 | code >> 12);
+        put(0x80 | (code >> 6 & 0x3F));
+    }
+    put(0x80 | (code & 0x3F));
+}
+
+}  // namespace
+
+int Utf8Length(std::string_view text) {
+    const unsigned lead = byteAt(text, 0);
+    const unsigned second = byteAt(text, 1);
+    if (text.empty() || lead < 0x80) return text.empty() ? 0 : 1;
+    if (lead < 0xC2 || lead > 0xF4) return 0;
+    const int length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    for (int i = 1; i < length; ++i)
+        if ((byteAt(text, static_cast<std::size_t>(i)) & 0xC0) != 0x80) return 0;
+    const bool overlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
+    const bool noCharacter = (lead == 0xED && second > 0x9F) || (lead == 0xF4 && second > 0x8F);
+    return overlong || noCharacter ? 0 : length;
+}
+
+std::string ToUtf8(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        const int length = Utf8Length(text);
+        if (length > 0) {
+            out += text.substr(0, static_cast<std::size_t>(length));
+        } else {
+            const unsigned byte = byteAt(text, 0);
+            appendUtf8(byte < 0xA0 ? windows1252[byte - 0x80] : byte, out);
+        }
+        text.remove_prefix(static_cast<std::size_t>(std::max(length, 1)));
+    }
+    return out;
+}
+
+std::string Visible(std::string_view text) {
+    static constexpr char digits[] = "0123456789abcdef";
+    const std::string utf8 = ToUtf8(text);
+    std::string out;
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        const unsigned byte = byteAt(utf8, i);
+        const bool upperControl = byte == 0xC2 && byteAt(utf8, i + 1) < 0xA0;
+        const unsigned code = upperControl ? byteAt(utf8, ++i) : byte;
+        if (upperControl || code < 0x20 || code == 0x7F) {
+            out += "\\x";
+            out += digits[code >> 4];
+            out += digits[code & 15];
+        } else {
+            out += utf8[i];
+        }
+    }
+    return out;
+}
+
+}  // namespace lumo

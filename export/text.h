@@ -1,0 +1,20 @@
+// Text of imported files for the outer world.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace lumo {
+
+/// The text as valid UTF-8: what is valid already is kept, every other byte is taken as
+/// Windows-1252.
+std::string ToUtf8(std::string_view text);
+
+/// The bytes of the UTF-8 character at the start of the text (1 to 4), 0 when it is not valid
+/// there.
+int Utf8Length(std::string_view text);
+
+/// The text as UTF-8 for a terminal or a line of a log: control characters are written as \x1b.
+std::string Visible(std::string_view text);
+
+}  // namespace lumo

@@ -1,0 +1,35 @@
+#include "export/writers.h"
+
+#include <array>
+#include <string>
+
+#include "export/json.h"
+#include "library/Utils.h"
+
+namespace lumo {
+namespace {
+
+constexpr std::array writers = {
+    Writer{"json", ".json", true, WriteJson},
+};
+
+}  // namespace
+
+std::span<const Writer> Writers() { return writers; }
+
+const Writer* FindWriter(std::string_view name) {
+    for (const Writer& writer : writers)
+        if (name == writer.name) return &writer;
+    return nullptr;
+}
+
+const Writer* FindWriterForFile(std::string_view fileName) {
+    const std::size_t dot = fileName.rfind('.');
+    if (dot == std::string_view::npos) return nullptr;
+    const std::string extension(fileName.substr(dot));
+    for (const Writer& writer : writers)
+        if (streqli_kt(extension.c_str(), writer.extension)) return &writer;
+    return nullptr;
+}
+
+}  // namespace lumo

@@ -1,0 +1,26 @@
+// The formats that an imported net can be written in.
+#pragma once
+
+#include <iosfwd>
+#include <span>
+#include <string_view>
+
+#include "export/result.h"
+
+namespace lumo {
+
+/// One format. A new one is a file with its function and a line in the table of writers.cpp.
+struct Writer {
+    const char* name;       ///< for --to
+    const char* extension;  ///< with its dot
+    bool withoutNet;        ///< writes something useful when nothing was read
+    void (*write)(const ImportResult& result, std::ostream& out);
+};
+
+std::span<const Writer> Writers();
+
+/// The writer of that name, or of that extension ("x.JSON"); null when there is none.
+const Writer* FindWriter(std::string_view name);
+const Writer* FindWriterForFile(std::string_view fileName);
+
+}  // namespace lumo
