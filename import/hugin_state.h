@@ -1,0 +1,101 @@
+// Private to the Hugin reader: the module state and the readers that its two files share.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "library/netmodel.h"
+#include "library/parser.h"
+
+namespace lumo::hugin {
+
+// ---- Module state --------------------------------------------------------------------------
+// One set for the program, guarded by the import lock; empty between imports.
+
+extern vect_kt<char*> GroupNames;   ///< by group index; owned, null for a group without a name
+extern vect_kt<int> GroupColors;    ///< by group index: red * 65536 + green * 256 + blue
+extern int NumGroups;               ///< the count that the file declares
+extern const char* GroupAttribute;  ///< what follows "HR_Group_" in the name of the field read
+extern std::vector<ParserPos_kt> GroupPlaces;  ///< by node: where its group is given
+
+inline constexpr int Version5 = 5;  ///< a file that starts with "net"
+inline constexpr int Version6 = 6;  ///< a file that starts with "class"
+extern int HuginVersion;
+
+/// Empties what display fields and groups have collected.
+void EmptyGroups();
+
+// ---- Fields --------------------------------------------------------------------------------
+
+/// Reads a field's value, the '=' before it consumed and the ';' after it not.
+template <class OBJECT>
+using FieldHandler = void (*)(Parser_kt& in, OBJECT& object);
+
+template <class OBJECT>
+struct Field {
+    const char* name;
+    FieldHandler<OBJECT> handler;
+};
+
+/// The handler of the field in the table, its name compared ignoring letter case; null when none.
+template <class OBJECT, std::size_t N>
+FieldHandler<OBJECT> FindField(const Field<OBJECT> (&table)[N], const char* name) {
+    for (const Field<OBJECT>& field : table) {
+        if (streqli_kt(field.name, name)) return field.handler;
+    }
+    return nullptr;
+}
+
+/// Handlers of the fields of a net or class, in hugin_display.cpp.
+FieldHandler<Vnet_kt> read_net_func(const char* name);
+
+/// Makes node sets of the groups and puts the nodes into theirs.
+void BuildGroups(Parser_kt& in, Bnet_bn& net, Vnet_kt& drawing);
+
+// ---- Recovery, in hugin_recovery.cpp --------------------------------------------------------
+
+/// Forgets what was learnt about the last file.
+void StartRecovery(const Parser_kt& in);
+
+void SkipWord(Parser_kt& in);    ///< the next word, however long it is
+void SkipString(Parser_kt& in);  ///< the rest of a quoted string, in silence
+
+/// Whether an object starts here.
+bool AtObject(Parser_kt& in);
+
+/// Passes over a body whose '{' was read, or, when its own '}' is missing, up to the next object.
+void SkipBody(Parser_kt& in);
+
+/// Passes over the rest of a field up to its ';', like skipStatement, but not beyond its object: it
+/// stops before the '}' that ends the object and before the next object.
+void SkipField(Parser_kt& in);
+
+/// Passes over the rest of an object whose header is damaged: its body, or, when the '{' is
+/// missing, its fields up to the '}'.
+void SkipObject(Parser_kt& in);
+
+/// For a value at its opening quote: when the quote does not close on its line and the string that
+/// it opens ends in the middle of something, goes on at the end of the line, with an error.
+bool StringRunsOn(Parser_kt& in);
+
+/// For a value that failed: the same, when its first line has such a quote.
+bool ListRanOn(Parser_kt& in, ParserPos_kt value);
+
+// ---- Value readers -------------------------------------------------------------------------
+// Those of numbers throw the error that they record, the target unchanged.
+
+inline constexpr int ValueSize = 255;  ///< most characters of a value that is no free text
+
+void read_quoted_text(Parser_kt& in, strin_kt& text);  ///< a quoted text of any length
+void read_int_string(Parser_kt& in, int& value);
+void read_double_string(Parser_kt& in, double& value);
+void read_bool_string(Parser_kt& in, bool& value);
+
+/// The integer at the start of the text, 0 when there is none; `rest` is what follows it. False
+/// when it does not fit an int.
+bool LeadingInt(const char* text, int& value, const char*& rest);
+
+/// The integer that is the whole text, an empty text counting as 0; false when it is none.
+bool WholeInt(const char* text, int& value);
+
+}  // namespace lumo::hugin
