@@ -1,0 +1,89 @@
+// XML BIF import beside the bare number pass over the same bytes: number-heavy files, and nets of
+// many nodes with three parents each, placed by the file or laid out.
+#include <random>
+
+#include "bench/support.h"
+
+namespace lumo::bench {
+namespace {
+
+/// Appends one row of `states` probabilities with six decimals that sum to 1.
+void AppendRow(std::string& out, int states, std::mt19937& random) {
+    int left = 1'000'000;
+    for (int i = states - 1; i >= 0; --i) {
+        const int part =
+            i == 0 ? left : static_cast<int>(random() % static_cast<unsigned>(left / 2 + 1));
+        left -= part;
+        char text[16];
+        out.append(text, static_cast<std::size_t>(SPrintf(
+                             text, sizeof text, part == 1'000'000 ? "1.0 " : "0.%06d ", part)));
+    }
+}
+
+void AppendVariable(std::string& out, int index, int states, bool placed) {
+    const std::string name = std::to_string(index);
+    out += "<VARIABLE TYPE=\"nature\">\n\t<NAME>node" + name + "</NAME>\n";
+    for (int s = 0; s < states; ++s) out += "\t<OUTCOME>state" + std::to_string(s) + "</OUTCOME>\n";
+    if (placed) {
+        out += "\t<PROPERTY>position = (" + std::to_string(index % 300 * 90) + ", " +
+               std::to_string(index / 300 * 50) + ")</PROPERTY>\n";
+    }
+    out += "</VARIABLE>\n";
+}
+
+std::string InNetwork(const std::string& content) {
+    return "<?xml version=\"1.0\"?>\n<BIF VERSION=\"0.3\">\n<NETWORK>\n<NAME>bench</NAME>\n" +
+           content + "</NETWORK>\n</BIF>\n";
+}
+
+/// One node of many parents: 2^parents rows of `states` numbers.
+std::string NumberHeavy(int parents, int states) {
+    std::mt19937 random(7);
+    std::string out;
+    for (int i = 0; i <= parents; ++i) AppendVariable(out, i, i == parents ? states : 2, true);
+    out += "<DEFINITION>\n\t<FOR>node" + std::to_string(parents) + "</FOR>\n";
+    for (int i = 0; i < parents; ++i) out += "\t<GIVEN>node" + std::to_string(i) + "</GIVEN>\n";
+    out += "\t<TABLE>";
+    for (int row = 0; row < 1 << parents; ++row) AppendRow(out, states, random);
+    return InNetwork(out + "</TABLE>\n</DEFINITION>\n");
+}
+
+/// Nodes of two states with three parents among the fifty before them.
+std::string NodeHeavy(int nodes, bool placed) {
+    std::mt19937 random(7);
+    std::string out;
+    for (int i = 0; i < nodes; ++i) AppendVariable(out, i, 2, placed);
+    for (int i = 0; i < nodes; ++i) {
+        out += "<DEFINITION>\n\t<FOR>node" + std::to_string(i) + "</FOR>\n";
+        int parent = i;
+        int parents = 0;
+        for (; parents < 3 && parent > 0; ++parents) {
+            parent -= 1 + static_cast<int>(random() % static_cast<unsigned>(std::min(parent, 16)));
+            out += "\t<GIVEN>node" + std::to_string(parent) + "</GIVEN>\n";
+        }
+        out += "\t<TABLE>";
+        for (int row = 0; row < 1 << parents; ++row) AppendRow(out, 2, random);
+        out += "</TABLE>\n</DEFINITION>\n";
+    }
+    return InNetwork(out);
+}
+
+void BM_NumberHeavy(benchmark::State& state) {
+    MeasureImport(state, NumberHeavy(static_cast<int>(state.range(0)), 4), FormatXMLBIF);
+}
+BENCHMARK(BM_NumberHeavy)->Arg(12)->Arg(18)->Unit(benchmark::kMillisecond);
+
+void BM_NodeHeavyPlaced(benchmark::State& state) {
+    MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0)), true), FormatXMLBIF);
+}
+BENCHMARK(BM_NodeHeavyPlaced)->Arg(1000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+
+void BM_NodeHeavyLaidOut(benchmark::State& state) {
+    MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0)), false), FormatXMLBIF);
+}
+BENCHMARK(BM_NodeHeavyLaidOut)->Arg(1000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace lumo::bench
+
+BENCHMARK_MAIN();
