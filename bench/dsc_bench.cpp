@@ -1,0 +1,136 @@
+// How fast DSC files are read, beside a bare pass over their numbers: of_bare is to be at least 0.6
+// on number-heavy files and 0.2 on node-heavy ones.
+#include <cstdarg>
+#include <random>
+
+#include "bench/support.h"
+
+namespace lumo::bench {
+namespace {
+
+class Writer {
+public:
+    Writer() { text_ = "belief network \"bench\"\n\n"; }
+
+    const std::string& text() const { return text_; }
+
+    void node(int number, int states) {
+        put("node n%d\n{\n    name: \"Node number %d\";\n    type: discrete[%d] =\n    {\n", number,
+            number, states);
+        for (int s = 0; s < states; ++s) {
+            put("        \"state_%d\"%s\n", s, s + 1 < states ? "," : "");
+        }
+        put("    };\n    position: (%d, %d);\n}\n\n", number % 100 * 120, number / 100 * 90);
+    }
+
+    void open(int child, std::initializer_list<int> parents) {
+        put("probability(n%d", child);
+        const char* separator = " | ";
+        for (const int parent : parents) {
+            put("%sn%d", separator, parent);
+            separator = ", ";
+        }
+        text_ += ")\n{\n";
+    }
+
+    void close() { text_ += "}\n\n"; }
+
+    template <class... Ints>
+    void tuple(Ints... states) {
+        const char* separator = "    (";
+        ((put("%s%d", separator, states), separator = ", "), ...);
+        text_ += "): ";
+    }
+
+    /// A row of random numbers with seven digits that sum to 1.
+    void row(int states) {
+        int rest = 10'000'000;
+        for (int s = 0; s < states; ++s) {
+            const int left = states - s;
+            const int part = left == 1 ? rest : static_cast<int>(next() * rest * 2 / (left + 1));
+            put("%s%d.%07d", s > 0 ? ", " : "", part / 10'000'000, part % 10'000'000);
+            rest -= part;
+        }
+        text_ += ";\n";
+    }
+
+private:
+    __attribute__((format(printf, 2, 3))) void put(const char* format, ...) {
+        char line[200];
+        va_list arguments;
+        va_start(arguments, format);
+        text_.append(
+            line, static_cast<std::size_t>(std::vsnprintf(line, sizeof line, format, arguments)));
+        va_end(arguments);
+    }
+
+    double next() { return static_cast<double>(random_()) / 4294967296.0; }
+
+    std::string text_;
+    std::mt19937 random_{20};
+};
+
+/// A child with 500 states under a parent with 1000.
+std::string NumberHeavy() {
+    Writer out;
+    out.node(0, 1000);
+    out.node(1, 500);
+    out.open(1, {0});
+    for (int i = 0; i < 1000; ++i) {
+        out.tuple(i);
+        out.row(500);
+    }
+    out.close();
+    return out.text();
+}
+
+/// A binary child with a million rows.
+std::string RowHeavy() {
+    Writer out;
+    for (int i = 0; i < 6; ++i) out.node(i, 10);
+    out.node(6, 2);
+    out.open(6, {0, 1, 2, 3, 4, 5});
+    for (int i = 0; i < 1'000'000; ++i) {
+        out.tuple(i / 100'000, i / 10'000 % 10, i / 1000 % 10, i / 100 % 10, i / 10 % 10, i % 10);
+        out.row(2);
+    }
+    out.close();
+    return out.text();
+}
+
+/// Binary nodes with up to three parents, from among the forty before them.
+std::string NodeHeavy(int count) {
+    Writer out;
+    for (int i = 0; i < count; ++i) out.node(i, 2);
+    for (int i = 0; i < count; ++i) {
+        if (i < 40) {
+            out.open(i, {});
+            out.row(2);
+        } else {
+            out.open(i, {i - 1, i - 7, i - 40});
+            for (int r = 0; r < 8; ++r) {
+                out.tuple(r / 4, r / 2 % 2, r % 2);
+                out.row(2);
+            }
+        }
+        out.close();
+    }
+    return out.text();
+}
+
+void NumberHeavyFile(benchmark::State& state) { MeasureImport(state, NumberHeavy(), FormatDsc); }
+
+void RowHeavyFile(benchmark::State& state) { MeasureImport(state, RowHeavy(), FormatDsc); }
+
+void NodeHeavyFile(benchmark::State& state) {
+    MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0))), FormatDsc);
+}
+
+BENCHMARK(NumberHeavyFile)->Unit(benchmark::kMillisecond);
+BENCHMARK(RowHeavyFile)->Unit(benchmark::kMillisecond);
+BENCHMARK(NodeHeavyFile)->Arg(1000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace lumo::bench
+
+BENCHMARK_MAIN();
