@@ -1,0 +1,219 @@
+// lumo-import as its users run it: exit codes, streams, files.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Slurp(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+struct Outcome {
+    int code;
+    std::string out, err;
+};
+
+class Cli : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::string name = (fs::temp_directory_path() / "lumo-cli-XXXXXX").string();
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        folder = name;
+        write("good.erg", "1\n2\n0\n2 0.25 0.75\nRain\nno yes\n10 20\n");
+        write("errors.dsc",
+              "belief network \"e\"\nnode a { type: discrete[2] = {\"x\", \"y\"}; }\n"
+              "probability (b) { 0.5, 0.5; }\n");
+        write("none.net", "Enet { }\n");
+    }
+    void TearDown() override { fs::remove_all(folder); }
+
+    void write(const char* name, std::string_view text) const {
+        std::ofstream(folder / name, std::ios::binary) << text;
+    }
+    std::string path(const char* name) const { return (folder / name).string(); }
+
+    /// Runs a shell command in the folder; $L is the program.
+    Outcome run(const std::string& command) const {
+        const std::string whole = "cd '" + folder.string() + "' && L='" BINARY "'; { " + command +
+                                  "; } >.out 2>.err </dev/null";
+        const int status = std::system(whole.c_str());
+        return {WEXITSTATUS(status), Slurp(folder / ".out"), Slurp(folder / ".err")};
+    }
+    int entries() const {
+        return static_cast<int>(std::distance(fs::directory_iterator(folder), {}));
+    }
+
+    fs::path folder;
+};
+
+TEST_F(Cli, ExitCodes) {
+    const std::pair<const char*, int> cases[] = {
+        {"$L good.erg", 0},
+        {"$L errors.dsc", 1},
+        {"$L none.net", 2},
+        {"$L missing.net", 2},
+        {"$L missing", 2},
+        {"$L .", 2},
+        {"$L good.erg errors.dsc good.erg", 1},
+        {"$L -j 3 none.net good.erg errors.dsc", 2},
+        {"$L check good.erg", 0},
+        {"$L check errors.dsc", 1},
+        {"$L convert errors.dsc -o x.json", 1},
+        {"$L convert none.net -o none.json", 2},
+        {"$L --from dsc good.erg", 2},
+        {"$L", 64},
+        {"$L --nonsense good.erg", 64},
+        {"$L --from gif good.erg", 64},
+        {"$L -j 0 good.erg", 64},
+        {"$L convert good.erg", 64},
+        {"$L convert good.erg -o good.xyz", 64},
+        {"$L convert good.erg errors.dsc --to json -o x.json", 64},
+        {"$L convert good.erg ./good.erg --to json -o .", 64},
+        {"$L check - - ", 64},
+    };
+    for (const auto& [command, code] : cases) {
+        const Outcome r = run(command);
+        EXPECT_EQ(r.code, code) << command << '\n' << r.out << r.err;
+        if (code == 64) {
+            EXPECT_EQ(r.out, "") << command;
+            EXPECT_NE(r.err.find("Try 'lumo-import --help'"), std::string::npos) << command;
+        }
+    }
+}
+
+TEST_F(Cli, HelpAndVersionGoToStandardOutput) {
+    for (const char* command : {"$L --help", "$L check -h", "$L convert --help"}) {
+        const Outcome r = run(command);
+        EXPECT_EQ(r.code, 0);
+        EXPECT_EQ(r.err, "");
+        EXPECT_LT(r.out.find("Examples:"), r.out.find("Options:"));
+        for (const char* option : {"--from", "--to", "--output", "--condense", "--quiet", "--jobs",
+                                   "--create-state-names", "--diagnostics", "--color", "--version"})
+            EXPECT_NE(r.out.find(option), std::string::npos) << option;
+    }
+    EXPECT_EQ(run("$L --version").out.find("lumo-import "), 0U);
+}
+
+TEST_F(Cli, SummaryOnOutputDiagnosticsOnError) {
+    const Outcome good = run("$L good.erg");
+    EXPECT_EQ(good.err, "");
+    EXPECT_EQ(good.out,
+              "good.erg: Ergo, read\n"
+              "  name        good\n"
+              "  nodes       1 nature\n"
+              "  states      2, 2 a node\n"
+              "  links       0\n"
+              "  tables      2 numbers in 1 table\n"
+              "  problems    none\n");
+    const Outcome errors = run("$L check errors.dsc");
+    EXPECT_EQ(errors.out, "");
+    EXPECT_EQ(errors.err, "errors.dsc:3:14: error: undeclared node 'b' [-4016]\n");
+    EXPECT_EQ(run("$L check -q good.erg").err, "");
+    EXPECT_EQ(run("$L --color always check errors.dsc").err.find("\x1b[1merrors.dsc:3:14:"), 0U);
+}
+
+TEST_F(Cli, DiagnosticsAsJsonLines) {
+    const auto report = nlohmann::json::parse(run("$L check --diagnostics json errors.dsc").err);
+    EXPECT_EQ(report["file"], "errors.dsc");
+    EXPECT_EQ(report["number"], -4016);
+    EXPECT_EQ(report["line"], 3);
+    EXPECT_EQ(report["message"], "undeclared node 'b'");
+}
+
+TEST_F(Cli, ConvertToFileStandardOutputAndFolder) {
+    write("out.json", "old");
+    chmod(path("out.json").c_str(), 0640);
+    fs::create_symlink("out.json", folder / "link.json");
+    EXPECT_EQ(run("$L convert good.erg -o link.json").out, "");
+    EXPECT_TRUE(fs::is_symlink(folder / "link.json"));
+    const std::string text = Slurp(path("out.json"));
+    const auto json = nlohmann::json::parse(text);
+    EXPECT_EQ(json["net"]["nodes"][0]["relation"]["table"], nlohmann::json({0.25, 0.75}));
+    struct stat status {};
+    stat(path("out.json").c_str(), &status);
+    EXPECT_EQ(status.st_mode & 0777, 0640U);
+    EXPECT_EQ(run("$L convert good.erg --to json -o -").out, text);
+    EXPECT_EQ(run("$L convert good.erg --to json -o /dev/stdout").out, text);
+
+    fs::create_directory(folder / "all");
+    const Outcome many = run("$L convert -j 2 good.erg errors.dsc none.net --to json -o all");
+    EXPECT_EQ(many.code, 2);
+    EXPECT_EQ(Slurp(folder / "all/good.json"), text);
+    EXPECT_EQ(nlohmann::json::parse(Slurp(folder / "all/errors.json"))["status"], "errors");
+    const auto none = nlohmann::json::parse(Slurp(folder / "all/none.json"));
+    EXPECT_TRUE(none["net"].is_null());
+    EXPECT_EQ(none["status"], "failed");
+    EXPECT_FALSE(none["reports"].empty());
+}
+
+TEST_F(Cli, InputFromPipes) {
+    const std::string piped = run("cat good.erg | $L convert - --to json -o -").out;
+    EXPECT_EQ(nlohmann::json::parse(piped)["net"]["name"], "stdin");
+    EXPECT_EQ(run("mkfifo p.erg; cat good.erg >p.erg & $L p.erg").code, 0);
+    EXPECT_EQ(run("printf 'plain text' | $L -").code, 2);
+    EXPECT_EQ(run("cat errors.dsc | $L check -").err.find("stdin:3:14: error:"), 0U);
+}
+
+TEST_F(Cli, WritesThatFailLeaveNothing) {
+    const int before = (run("true"), entries());
+    const Outcome missing = run("$L convert good.erg -o no/such/x.json");
+    EXPECT_EQ(missing.code, 74);
+    EXPECT_EQ(missing.err,
+              "lumo-import: cannot write 'no/such/x.json': No such file or directory\n");
+    EXPECT_EQ(run("$L convert good.erg --to json -o /dev/full").code, 74);
+    EXPECT_EQ(run("$L convert good.erg --to json -o - >/dev/full").code, 74);
+    EXPECT_EQ(run("$L good.erg >&-").code, 74);
+    const Outcome large =
+        run("trap '' XFSZ; ulimit -f 0; $L convert good.erg -o x.json 2>/dev/null");
+    EXPECT_EQ(large.code, 74);
+    EXPECT_EQ(entries(), before);
+}
+
+TEST_F(Cli, ClosedPipeEndsQuicklyWithAnError) {
+    const Outcome r =
+        run("{ $L convert good.erg --to json -o - ; echo $? >code; } | true; cat code");
+    EXPECT_TRUE(r.out == "74\n" || r.out == "0\n") << r.out;  // the reader may be slower
+    EXPECT_EQ(run("(sleep 0.2; $L convert good.erg --to json -o - ; echo $? >code) | : ; "
+                  "sleep 1; cat code")
+                  .out,
+              "74\n");
+}
+
+TEST_F(Cli, ManyFilesKeepTheirOrder) {
+    std::string command = "$L";
+    for (int i = 0; i < 20; ++i) command += i % 2 == 0 ? " good.erg" : " errors.dsc";
+    const Outcome serial = run(command);
+    const Outcome parallel = run(command + " -j 4");
+    EXPECT_EQ(parallel.out, serial.out);
+    EXPECT_EQ(parallel.err, serial.err);
+    EXPECT_NE(serial.out.find("20 files: 10 read, 10 read with errors\n"), std::string::npos);
+}
+
+TEST_F(Cli, NoisyMaxQuestion) {
+    const std::string file = SAMPLES "/dxpress/alarm-bell.dxp";
+    const auto relation = [&](const std::string& options) {
+        const auto json = nlohmann::json::parse(
+            run("$L convert --to json -o - " + options + " '" + file + "'").out);
+        for (const auto& node : json["net"]["nodes"])
+            if (node["relation"]["kind"] == "noisy-max") return node["relation"];
+        return nlohmann::json();
+    };
+    EXPECT_TRUE(relation("--condense yes")["table"].is_null());
+    EXPECT_TRUE(relation("--condense no")["table"].is_array());
+    EXPECT_TRUE(relation("")["table"].is_array());
+    EXPECT_NE(run("$L check '" + file + "'").err.find("--condense"), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,84 @@
+// Which format a text is taken for, by content and by name.
+#include "app/detect.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace lumo::app {
+namespace {
+
+std::string Detected(std::string_view text, std::string_view name = "file") {
+    const FormatInfo* format = DetectFormat(text, name);
+    return format == nullptr ? "unknown" : format->name;
+}
+
+struct Case {
+    const char* text;
+    const char* name;
+    const char* format;
+};
+
+TEST(Detect, ContentDecides) {
+    const Case cases[] = {
+        {"net { }", "x.dsc", "hugin"},
+        {"\xEF\xBB\xBF% a banner: network \"x\" node\r% more\r\nNET\n{", "x", "hugin"},
+        {"class Pump { inputs = (); }", "x.xml", "hugin"},
+        {"belief network \"asia\"\nnode visit {\n", "x.net", "dsc"},
+        {"network \"n\" { version is 1; }\nprobability (a) { }", "x", "dsc"},
+        {"// note\n/* net { */ trouble network \"t\"\nservice { }\nnode a { }", "x.dxp", "dsc"},
+        {"diagnostic network \"\"\nnode kb { }", "x.dxp", "dsc"},
+        {"diagnostic network \"printer\" kb { notes: \"node probability\"; }", "x.dsc", "dxpress"},
+        {"DIAGNOSTIC NETWORK p nodes { node \"a\" { } }", "x.dsc", "dxpress"},
+        {"diagnostic network \"p\" faulthierarchy { node { } }", "x", "dxpress"},
+        {"2\n2 3\n0\n1 1\n2 0.5 0.5", "x.txt", "ergo"},
+        {"/* from the old program */ 1 2 0", "x.dsc", "ergo"},
+        {"<?xml version=\"1.0\"?>\n<!-- net { --><BIF VERSION=\"0.3\">", "x.net", "xmlbif"},
+        {" <!DOCTYPE BIF [", "x", "xmlbif"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(Detected(c.text, c.name), c.format) << c.text;
+}
+
+TEST(Detect, ExtensionDecidesWhereContentDoesNot) {
+    const Case cases[] = {
+        {"", "a.net", "hugin"},
+        {"Enet { }", "a.oobn", "hugin"},
+        {"", "a.hugin", "hugin"},
+        {"diagnostic network \"x\"", "a.DSC", "dsc"},
+        {"diagnostic network \"x\"", "a.dxp", "dxpress"},
+        {"", "a.dx", "dxpress"},
+        {"text", "a.erg", "ergo"},
+        {"", "a.ergo", "ergo"},
+        {"\xFF\xFE<", "a.xml", "xmlbif"},
+        {"<x/>", "dir.net/a.bifxml", "xmlbif"},
+        {"", "a.xbif", "xmlbif"},
+        {"", "a.xmlbif", "xmlbif"},
+        {"", "a.bif", "xmlbif"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(Detected(c.text, c.name), c.format) << c.name;
+}
+
+TEST(Detect, OtherTextsAreUnknown) {
+    for (const char* text : {"", "<html><body>", "The network of nodes is large.", "{\"a\":1}",
+                             "digraph { a -> b }", "0.5 0.5", "%", "\"unclosed", "/* unclosed"})
+        EXPECT_EQ(Detected(text), "unknown") << text;
+    EXPECT_EQ(Detected("", "dir.net/file"), "unknown");
+    EXPECT_EQ(Detected("", ".net.bak"), "unknown");
+}
+
+TEST(Detect, EverySampleWithoutItsName) {
+    int samples = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(SAMPLES)) {
+        if (!entry.is_regular_file()) continue;
+        std::ifstream in(entry.path(), std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(in), {}};
+        EXPECT_EQ(Detected(text), entry.path().parent_path().filename()) << entry.path();
+        ++samples;
+    }
+    EXPECT_GT(samples, 0);
+}
+
+}  // namespace
+}  // namespace lumo::app

@@ -1,0 +1,96 @@
+// Hostile DSC files: they end in good time, in bounded memory, with a consistent net.
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+Imported Dsc(std::string_view text) { return ImportText(text, FormatDsc); }
+
+std::string Repeated(std::string_view part, int times) {
+    std::string text;
+    for (int i = 0; i < times; ++i) text += part;
+    return text;
+}
+
+TEST(DscHostile, EverySampleDamaged) {
+    for (const char* name : {"classic", "defaults", "sets-and-positions", "damaged"}) {
+        SCOPED_TRACE(name);
+        const std::string text = ReadFile(SAMPLES "/dsc/" + std::string(name) + ".dsc");
+        ImportEveryPrefix(text, FormatDsc);
+        ImportEveryByteChanged(text, FormatDsc);
+    }
+}
+
+TEST(DscHostile, TablesOutOfProportion) {
+    std::string parents;
+    std::string nodes = "network n node C {}";
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "P" + std::to_string(i);
+        nodes += "node " + name + "{type:discrete[10]={0 1 2 3 4 5 6 7 8 9};}";
+        parents += (i > 0 ? "," : "") + name;
+    }
+    const Imported fill = Dsc(nodes + "probability (C|" + parents + ") { default: 1,0; }");
+    EXPECT_EQ(fill.seen.count(num::tableTooLarge), 1);
+
+    // Each of these texts asks for far more than it holds, again and again.
+    const std::string wide =
+        "network n node A{type:discrete[1000000];} node B{type:discrete[100];}";
+    const std::string texts[] = {
+        wide + "probability (A) {" + Repeated("1;", 100'000) + "}",
+        wide + Repeated("probability (A) {1;}", 10'000),
+        wide + Repeated("probability (B|A) {default:1;}", 1000),
+        wide + "probability (B|A) {" + Repeated("default:1;", 1000) + "}",
+    };
+    for (const std::string& text : texts) {
+        const Imported got = Dsc(text);
+        EXPECT_GE(got.seen.errors(), 1);
+        ExpectConsistent(got.net.get());
+    }
+}
+
+TEST(DscHostile, CountsAndTuplesOutOfRange) {
+    const std::string ab = "network n node A{} node B{} probability(B|A){";
+    const std::pair<std::string, int> cases[] = {
+        {"network n node A{type:discrete[2147483647]={a};}", num::badStateCount},
+        {"network n node A{type:discrete[99999999999]={a,b};}", num::numberTooLarge},
+        {ab + "(): 1,0; }", num::wrongListCount},
+        {ab + "(0,0): 1,0; }", num::wrongListCount},
+        {ab + "(2): 1,0; }", num::badParentState},
+        {ab + "(-1): 1,0; }", num::badParentState},
+        {ab + "(-5): 1,0; }", num::badParentState},
+        {ab + "(0.5): 1,0; }", num::notAnInteger},
+        {ab + "(0 : 1,0; }", num::notAnInteger},
+    };
+    for (const auto& [text, number] : cases) {
+        SCOPED_TRACE(text);
+        const Imported got = Dsc(text);
+        EXPECT_EQ(got.seen.errors(), 1);
+        EXPECT_EQ(got.seen.count(number), 1);
+    }
+}
+
+TEST(DscHostile, LongTextsEnd) {
+    const int many = 1'000'000;
+    const std::string ab = "network n node A{} node B{}";
+    const std::string texts[] = {
+        ab + "probability(A){" + Repeated("1,", many) + "}",
+        ab + "probability(B|A){" + Repeated("(0):1,0;", many) + "}",
+        ab + Repeated(" thing", many),
+        ab + Repeated("a } ", many) + "{",
+        ab + Repeated("a { ", many),
+        ab + Repeated("node C ", many),
+        ab + Repeated("node C { x ", many / 10),
+        ab + Repeated("probability(A){1,0} 1;", many / 10),
+        ab + "probability(B|" + Repeated("A,", many / 10) + "){default:1,0;}",
+        "network n node A{" + Repeated("x:(", many) + "}",
+    };
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(text.substr(0, 60));
+        const Imported got = Dsc(text);
+        EXPECT_FALSE(got.seen.reports.empty());
+        ExpectConsistent(got.net.get());
+    }
+}
+
+}  // namespace
+}  // namespace lumo::test

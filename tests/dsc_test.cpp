@@ -1,0 +1,170 @@
+// The DSC reader: what it makes of whole files, every report with its place, and recovery.
+#include <algorithm>
+
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+// Nodes for the probability blocks of short texts, in the first line.
+const std::string abc =
+    "network n node A{type:discrete[2]={x,y};} node B{type:discrete[2]={x,y};} "
+    "node C{type:discrete[3]={x,y,z};}\n";
+
+Imported Dsc(std::string_view text) { return ImportText(text, FormatDsc); }
+
+std::string TableOf(const Imported& got, const std::string& name) {
+    const Bnode_bn* node = got.net ? got.net->findNodeLabeled(name.c_str()) : nullptr;
+    if (node == nullptr || node->relation.probs == nullptr) return "none";
+    return TableText(node->relation.probs, NumProduct(node->family));
+}
+
+TEST(Dsc, ReadsAttributesInAnyOrderAndCase) {
+    const Imported got =
+        Dsc("// a network of /* no */ importance\nbelief network \"A \\\"net\\\"\"\n"
+            "NODE a.b-c { Category = \"two words\"; POSITION : 10 -7.5; /* ; } */ Label:fix;\n"
+            "  Type = DISCRETE [ 3 ] = { \"<5\", \"5-12\", \"12+\", }; name: \"Long name\"; }\n"
+            "node 2nd { type:discrete[2]={ 0 1 }; position=(20,-5) ; name = word; }\n"
+            "node a_b-d { label: \"fix\"; category: fix; }\r"
+            "node C{type:continuous;}node E{type:discrete[3]={\"\",\"\",\"\"};}\r\n"
+            "Probability (2nd|a.b-c) { default:1 3; (2) : 0, 1; }");
+    EXPECT_EQ(got.seen.text(), "");
+    EXPECT_EQ(NetText(got.net.get()),
+              "net test title='A \"net\"'\n"
+              "nature a_b_c title='Long name' at 40,40\n  states -='<5' -='5-12' -='12+'\n"
+              "  group fix\n  group two_words\n  none\n"
+              "nature N2nd title='word' at 50,42\n  states -='0' -='1'\n  parents a_b_c\n"
+              "  table 0.25 0.75 0.25 0.75 0 1\n"
+              "nature a_b_d at 130,147\n  states - -\n  group fix\n  none\n"
+              "nature C continuous at 130,147\n  states\n  none\n"
+              "nature E at 130,147\n  states -='' -='' -=''\n  none\n");
+    EXPECT_EQ(Dsc("network n node a.b{} node a-b{} node a_b{}").net->nodes.N, 3);
+}
+
+TEST(Dsc, StateNamesFromTitlesWhenPreferred) {
+    Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref = true;
+    const Imported got = Dsc("network n node A { type: discrete[2] = { \"a b\", \"<5\" }; }");
+    Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref = false;
+    EXPECT_STREQ(got.net->nodes[0]->variable.stateNames[0], "a_b");
+    EXPECT_STREQ(got.net->nodes[0]->variable.stateTitles[1], "<5");
+}
+
+// Text -> nodes read (-1: no net), reports. A ~ is a line break, % the nodes of abc and
+// "probability".
+const char* const reportCases = R"(
+belief net x -> -1 -4025 1:1 keyword 'network' not found
+network x -> -1 -4108 1:10 unexpected end-of-input
+network x :~node A {} -> 1 -4026 1:11 unexpected punctuation ':'
+network x node A{} a { { "}" } /* } */ }~; node B{} -> 2 -4027 1:20 unknown block type 'a'~-4028 2:1 unexpected punctuation ';'
+network x { v is 1; }~node A{} -> 1 -4027 1:13 unknown block type 'v'~-4028 1:21 unexpected punctuation '}'
+network x node A~node B{} -> 1 -4005 2:1 missing '{'
+network x node A type: {~{} } }~node B{} -> 1 -4005 1:18 missing '{'
+network x node A {~ ) } -> 1 -4006 2:2 unexpected punctuation '')''
+network x node A {~ name "{"; } -> 1 -4007 2:2 missing colon ':' after attribute name
+network x node A {~ type: discrete; } -> 1 -4008 2:8 missing [ after type:discrete
+network x node A {~ type: discrete[2] {a;b}; } -> 1 -4009 2:20 missing ]= after type:discrete
+network x node A {~ type: discrete[2] = {a} ; } -> 1 -4010 2:24 supposed to be 2 states, but there are 1 state names
+network x node A {~ type: fuzzy[2] = {a,b}; } -> 1 -4011 2:8 unknown or ignored node type 'fuzzy'
+network x node A {~ cost: fix = 2, "}" ; } -> 1 -4012 2:2 unknown or ignored attribute 'cost'
+network x node A {~ name: a~} -> 1 -4013 3:1 missing semicolon at end
+network x node A {~ name: a; -> 1 -4014 2:10 missing '}' at end
+network x node A { type: discrete[2]={a;b}; }~node B{} -> 1 -5047 1:40 missing '}' at the end of the list, before ';'
+network x node A {}~node A { }~node B{} -> 2 -5080 2:6 there is a node 'A' already
+%A { 1; } -> 3 -4015 2:13 missing '('
+%(X) { 1; } -> 3 -4016 2:14 undeclared node 'X'
+%(B|=A,,) { (0):1,0;(1):1,0;} -> 3 -4017 2:16 unexpected punctuation '='
+%(B|A,X) { (0,0):1,0; } -> 3 -4018 2:18 unknown node 'X'
+%(B,A) { (0):1,0; } -> 3 -4019 2:15 unexpected punctuation ','
+%(B|A,~ -> 3 -4108 3:1 unexpected end-of-input~-4020 3:1 missing '{'
+%(B|A) {~0.5, 0.5; } -> 3 -4022 3:1 unexpected token '0.5'
+%(B|A) {~:0.5; } -> 3 -4023 3:1 unexpected punctuation ':'
+%(B|A) {~default=1,0; } -> 3 -4024 3:8 expecting colon (:), but read '='
+%(A) { 1, 0~ } -> 3 -3611 3:2 expected semicolon (;) after probablity vector, but read '}'
+%(B|A) { (0):1,0; (2):1,0; } -> 3 -5094 2:30 state 2 of node 'A' is wanted for a row of node 'B', but it has 2 states~-5092 2:1 1 of the 2 rows of node 'B' are missing, and are zeros
+%(B|A) { (0,1):1,0; } -> 3 -5048 2:25 1 numbers wanted, but 2 read
+%(B|A,A) { (0,0):1,0; (1,0):1,0; (1,1):1,0; } -> 3 -5084 2:18 node 'A' is named again as a parent of node 'B'~-5211 2:35 this row names two states of node 'A', so it is passed over
+%(C) {~ 1, 0; } -> 3 -4034 3:2 fewer numbers than states, the missing ones are 0
+%(C) {~ 1, 0, 0, 0; } -> 3 -4034 3:2 more numbers than states, the rest is passed over
+%(C) {~ 1, 0, o; } -> 3 -4034 3:2 something that is no number is taken as 0
+%(C) {~ 1, 0, -3; } -> 3 -4034 3:2 a negative number is taken as 0
+%(C) {~ 0, 0, 0; } -> 3 -4034 3:2 the numbers sum to 0
+%(C) {~ 0.1, 0.2, 0.5; } -> 3 -4034 3:2 the numbers do not sum to 1
+%(C) { 188, 10, 2; 0.3333, 0.3333, 0.3333; } -> 3 -5093 2:31 a row of node 'C' is given again, and the later one counts
+)";
+
+TEST(Dsc, EveryReportHasItsPlace) {
+    std::istringstream lines(reportCases + 1);
+    for (std::string line; std::getline(lines, line);) {
+        SCOPED_TRACE(line);
+        std::ranges::replace(line, '~', '\n');
+        const std::size_t arrow = line.find(" -> ");
+        std::string text = line.substr(0, arrow);
+        if (text[0] == '%') text = abc + "probability " + text.substr(1);
+        const Imported got = Dsc(text);
+        const int nodes = got.net ? got.net->nodes.N : -1;
+        EXPECT_EQ(std::to_string(nodes) + " " + got.seen.text(), line.substr(arrow + 4) + "\n");
+    }
+}
+
+TEST(Dsc, ReportsNameBlockNodeAndAttribute) {
+    const Imported got = Dsc(abc + "node D-1 { type: fuzzy; }\nprobability (A) { 1, x; }");
+    ASSERT_EQ(got.seen.reports.size(), 2U);
+    const Seen &type = got.seen.reports[0], &row = got.seen.reports[1];
+    EXPECT_EQ(type.structKind + '/' + type.structName + '/' + type.fieldName,
+              "node block/D_1/type");
+    EXPECT_EQ(row.structKind + '/' + row.structName + '/' + row.fieldName, "probability block/A/");
+}
+
+// Probability block -> a node and its table.
+const char* const tableCases = R"(
+(A) { 2, 6; } -> A 0.25 0.75
+(A) { default : 0.25 0.75; } -> A 0.25 0.75
+(C) { 0, 0, 0; } -> C 0 0 0
+(C) { -1, 1, 3; } -> C 0 0.25 0.75
+(C) { (0.25, 0.25, 0.5); } -> C 0.25 0.25 0.5
+(C) { 1e-1, 2E-01, .7 /* , 3 */ ; } -> C 0.1 0.2 0.7
+(B | A, C) { default: 1 1; (0 1): 1,0; (1, 2) : 0,1; } -> B 0.5 0.5 1 0 0.5 0.5 0.5 0.5 0.5 0.5 0 1
+(B | A) { (1): 1,0; (0): 1,0; default: 0,1; } -> B 0 1 0 1
+(B | A) { (1): 1,0; (0): 1,0; (1): 0,1; } -> B 1 0 0 1
+(B | A) { (0): 1,0; } probability (B | A) { (1): 0,1; } -> B 1 0 0 1
+(B | A) { } probability (B | C) { default: 0,1; (1,0): 1,0; } -> B 0 1 0 1 0 1 1 0 0 1 0 1
+(B | A, A) { (0,0): 1,0; (0,1): 1,1; (1,1): 0,1; } -> B 1 0 0 1
+(B | A) { } probability (B | C, A) { default: 0,1; (2,0): 1,0; } -> B 0 1 0 1 1 0 0 1 0 1 0 1
+(B | A) { (0): 1,0; (0,1): 0,1; } probability (A) {0,1;} -> A 0 1
+(B | A) { (0): 1,0; (x): 0,1; (1): 0,1; } -> B 1 0 0 0
+(A | A) { (0): 1,0; } probability (A) {0,1;} -> A 0 1
+(B | A); probability (A) {0,1;} -> A 0 1
+(B) { 1,0 }; probability (A) {0,1;} -> B 1 0
+(B | A) { (0): 1,0; (1): 0,1 } probability (A) {0,1;} -> A 0 1
+(B | A) { function: max; (0): { 1; } } probability (A) {0,1;} -> A 0 1
+)";
+
+TEST(Dsc, ReadsTablesAndRecovers) {
+    std::istringstream lines(tableCases + 1);
+    for (std::string line; std::getline(lines, line);) {
+        SCOPED_TRACE(line);
+        const std::size_t arrow = line.find(" -> ");
+        const Imported got = Dsc(abc + "probability " + line.substr(0, arrow));
+        EXPECT_EQ(TableOf(got, line.substr(arrow + 4, 1)), line.substr(arrow + 6));
+    }
+}
+
+TEST(Dsc, Samples) {
+    const std::tuple<const char*, int, int, const char*> cases[] = {
+        {"classic", 5, 0, "Harvest"},
+        {"defaults", 5, 0, "Comes"},
+        {"sets-and-positions", 5, 0, "Prints"},
+        {"damaged", 3, 6, "Siren"},
+    };
+    for (const auto& [name, nodes, errors, last] : cases) {
+        SCOPED_TRACE(name);
+        const Imported got = Dsc(ReadFile(SAMPLES "/dsc/" + std::string(name) + ".dsc"));
+        ASSERT_NE(got.net, nullptr);
+        EXPECT_EQ(got.net->nodes.N, nodes);
+        EXPECT_EQ(got.seen.errors(), errors);
+        EXPECT_NE(TableOf(got, last), "none");
+    }
+}
+
+}  // namespace
+}  // namespace lumo::test

@@ -1,0 +1,336 @@
+// The DXPress reader: every report with its place, whole samples, and what hostile files may cost.
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+std::size_t questionsAsked = 0;  // by all tests of the process
+
+Imported DX(std::string_view text, bool condense = false) {
+    Imported got = ImportText(text, FormatDXPress, "kb.dxp", condense);
+    questionsAsked += got.seen.questions.size();
+    return got;
+}
+
+/// A file with the fields in its one node.
+std::string InNode(const std::string& fields) {
+    return "diagnostic network x\nnodes { standard A {\n" + fields + "\n} }";
+}
+/// A file with the fields in a state of its one node.
+std::string InState(const std::string& fields) {
+    return InNode("type: discrete[2] = { standard {\n" + fields + "\n} };");
+}
+/// A file of two binary nodes with the network text.
+std::string InNetwork(const std::string& network) {
+    return "diagnostic network x nodes { standard A { } standard B { } }\nnetwork " + network;
+}
+
+struct Case {
+    std::string text;
+    const char* reports;
+};
+
+void ExpectReports(const std::vector<Case>& cases) {
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(DX(c.text).seen.text(), c.reports);
+    }
+}
+
+TEST(DXPress, ReportsOfFileAndKb) {
+    ExpectReports({
+        {"diagnosis network x kb { }", "-4086 1:1 expecting word 'diagnostic'\n"},
+        {"Diagnostic\nnet x kb { }", "-4087 2:1 expecting word 'network'\n"},
+        {"diagnostic network \"x\"\n", "-4108 2:1 unexpected end-of-input\n"},
+        {"diagnostic network x\n views { { } } kb { }", "-4088 2:2 unknown object type 'views'\n"},
+        {"diagnostic network x kb { };\n;",
+         "-4089 1:28 unexpected punctuation ';'\n"
+         "-4089 2:1 unexpected punctuation ';'\n"},
+        {"diagnostic network x kb\n notes: a; }", "-4045 2:2 expected '{'\n"},
+        {"diagnostic network x kb {\n , notes: a; }", "-4046 2:2 unexpected punctuation ','\n"},
+        {"diagnostic network x kb {\n Version: a; NOTES: b; }",
+         "-4047 2:2 unknown field 'Version'\n"},
+        {"diagnostic network x kb {\n notes: a version: 2; }", "-4048 2:11 expected ';'\n"},
+        {"diagnostic network x kb { notes \"a\"; }", "-4040 1:33 expected ':'\n"},
+        {"diagnostic network x kb { version: 2;\n", "-4108 2:1 unexpected end-of-input\n"},
+    });
+}
+
+TEST(DXPress, ReportsOfNodes) {
+    ExpectReports({
+        {"diagnostic network x nodes\n standard A { } }", "-4068 2:2 expected '{', but got none\n"},
+        {"diagnostic network x nodes {\n ; }", "-4069 2:2 unexpected punctuation ';'\n"},
+        {"diagnostic network x nodes {\n odd A { b: 1; } standard B { } }",
+         "-4070 2:2 unknown node type 'odd'\n"},
+        {"diagnostic network x nodes { standard A\n name: b; } }", "-4055 2:2 expected '{'\n"},
+        {InNode(", name: b;"), "-4056 3:1 unexpected punctuation ','\n"},
+        {InNode("color: b;"), "-4066 3:1 unknown node field 'color'\n"},
+        {InNode("size: 3; Data: 4;"), ""},
+        {InNode("name: b"), "-4067 4:1 expected ';'\n"},
+        {InNode("class probability;"), "-4057 3:7 expected ':'\n"},
+        {InNode("class: decision;"), "-4058 3:8 unknown node class 'decision'\n"},
+        {InNode("classtype max;"), "-4059 3:11 expected ':'\n"},
+        {InNode("classtype: min;"),
+         "-4060 3:12 'A' is a ci node is of unknown classtype min, but will be "
+         "treated as 'max' (i.e. noisy-max)\n"},
+        {InNode("type discrete[2] = { };"), "-4061 3:6 expected ':'\n"},
+        {InNode("type: continuous;"),
+         "-4062 3:7 can only parse 'discrete' node-s, but node 'A' is of type "
+         "'continuous'\n"},
+        {InNode("type: discrete 2] = { };"), "-4063 3:16 expected '['\n"},
+        {InNode("type: discrete[2 = { };"), "-4064 3:18 expected ']'\n-4065 3:20 expected '='\n"},
+        {InNode("type: discrete[2] { };"), "-4065 3:19 expected '='\n"},
+        {InNode("type: discrete[x] = { };"), "-5042 3:16 'x' is not an integer\n"},
+        {InNode("cost 1;"), "-4042 3:6 expected ':'\n"},
+        {InNode("cost: much;"), "-5040 3:7 'much' is not a number\n"},
+        {InNode("position (1 2);"), "-4041 3:10 expected ':'\n"},
+        {InNode("observable true;"), "-4043 3:12 expected ':'\n"},
+        {InNode("observable: yes;"), "-4044 3:13 expected boolean quantitity, but read 'yes'\n"},
+        {"diagnostic network x nodes { standard A { name: b;",
+         "-4108 1:51 unexpected end-of-input\n"
+         "-4108 1:51 unexpected end-of-input\n"},
+    });
+}
+
+TEST(DXPress, ReportsOfStates) {
+    ExpectReports({
+        {InNode("type: discrete[1] = standard { name: a; } };"), "-4049 3:21 expected '{'\n"},
+        {InNode("type: discrete[1] = { , standard { name: a; } };"),
+         "-4050 3:23 unexpected punctuation ','\n"},
+        {InState("; name: a;"), "-4051 4:1 unexpected punctuation ';'\n"},
+        {InState("colour: a;"), "-4052 4:1 unknown node state field 'colour'\n"},
+        {InState("name: a"), "-4053 5:1 expected ';'\n"},
+        {InNode("type: discrete[2] = { foo { name: a; } fault { name: b; } };"),
+         "-4054 3:23 unknown node state type 'foo'\n"},
+        {InNode("type: discrete[1] = { fault { name: a; }\nfault { name: b; } };"),
+         "-4107 4:1 too many state definitions (2)\n"},
+    });
+}
+
+TEST(DXPress, ReportsOfTheNetwork) {
+    ExpectReports({
+        {InNetwork("\n}"), "-4080 3:1 expected '{'\n"},
+        {InNetwork("{\n; }"), "-4081 3:1 unexpected punctuation ';'\n"},
+        {InNetwork("{ standard\nC () { prob: { (;1,0; } } }"),
+         "-4082 3:1 unknown node named 'C'\n"},
+        {InNetwork("{ standard A\n(B) { } }"), "-4083 3:2 unexpected punctuation 'B'\n"},
+        {InNetwork("{ standard A (\"B\",\n C) { } }"), "-4084 3:2 unknown parent named 'C'\n"},
+        {InNetwork("{\nfuzzy A (\"B\") { { } } }"), "-4085 3:1 unknown node type 'fuzzy'\n"},
+        {InNetwork("{ standard A ("),
+         "-4108 2:23 unexpected end-of-input\n"
+         "-4071 2:23 expected '{'\n"
+         "-4108 2:23 unexpected end-of-input\n"
+         "-4108 2:23 unexpected end-of-input\n"},
+        {InNetwork("{ standard A ()\nprob: { (;1,0; } } }"), "-4071 3:1 expected '{'\n"},
+        {InNetwork("{ standard A () {\n; } }"), "-4072 3:1 unexpected punctuation ';'\n"},
+        {InNetwork("{ standard A () { prob\n = { (;1,0; } } }"),
+         "-4073 3:2 expected ':', but got '='\n"},
+        {InNetwork("{ standard A () { prob:\n(;1,0; } } }"),
+         "-4074 3:1 expected '{', but got '('\n"},
+        {InNetwork("{ standard A () { prob: {\n;1,0; } } }"),
+         "-4075 3:1 unexpected punctuation ';'\n"
+         "-4078 3:7 expected to read 2 conditional "
+         "probabilities, but read 0\n"},
+        {InNetwork("{ standard A () { prob: { (;1\n0; } } }"),
+         "-4076 3:1 unexpected punctuation none\n"},
+        {InNetwork("{ standard A () { prob: { (;1;\n} } }"),
+         "-4078 3:1 expected to read 2 conditional probabilities, but read 1\n"},
+        {InNetwork("{ standard A () {\nweights { } partitions { { } } } }"),
+         "-4079 3:1 unknown node relation field 'weights'\n"},
+        {InNetwork("{ standard A () { prob: { (;1,\nx; } } }"), "-5040 3:1 'x' is not a number\n"},
+    });
+}
+
+TEST(DXPress, ReportsOfNoisyMax) {
+    ExpectReports({
+        {InNetwork("{ ci A ()\n (x) (;1,0; end } }"), "-4102 3:2 expected '{'\n"},
+        {InNetwork("{ ci A () { (x)\n ;1; .2, .8; end } }"),
+         "-4103 3:2 unexpected punctuation ';'\n"},
+        {InNetwork("{ ci A () { (x) (;1\n0; end } }"), "-4104 3:1 unexpected punctuation none\n"},
+        {InNetwork("{ ci A () { (x) (;1;\nend } standard B () { prob: { (;1,0; } } }"),
+         "-4105 3:1 expected to read 2 noisy-max probabilities, but read 1\n"},
+    });
+}
+
+TEST(DXPress, ReadPuncEQ) {
+    // =3D is '=', =2A is nothing; whatever else follows a '=' is read next.
+    const Imported got = DX(
+        InNode("name =3D \"a\"; category =3d b; cost =3; observable =2a true; recommendable =1;"));
+    ASSERT_EQ(got.net->nodes.N, 1);
+    EXPECT_EQ(NodeText(*got.net->nodes[0]),
+              "nature A title='a' at 0,0\n  states - -\n  field group 'b'\n  field cost '3'\n"
+              "  field observable 'true'\n  field recommendable 'true'\n  none\n");
+    EXPECT_EQ(got.seen.count(-4043), 1);
+    for (const char* end : {"=3D", "=2A", "=3", "=2", "="}) {
+        const Imported cut =
+            DX(std::string("diagnostic network x nodes { standard A { cost ") + end);
+        ASSERT_NE(cut.net, nullptr) << end;
+        EXPECT_GE(cut.seen.errors(), 1) << end;
+    }
+}
+
+TEST(DXPress, UserFieldsKeepTheNameAsWritten) {
+    const Imported got =
+        DX(InNode("Cost: 0.0000001; Observable: 1; mandatory: FALSE; category: \"\";"));
+    EXPECT_EQ(NodeText(*got.net->nodes[0]),
+              "nature A at 0,0\n  states - -\n  field Cost '1e-07'\n  field Observable 'true'\n"
+              "  field mandatory 'false'\n  field group ''\n  none\n");
+}
+
+TEST(DXPress, FaultStatesAndDescriptions) {
+    const Imported got = DX(InNode(
+        "type: discrete[3] = { fault { name: \"Very High\"; definition: \"hot\"; }\n"
+        "foo { } fault { definition: \"cold\"; name: abcdefghijklmnopqrstuvwxyz0123456789; } };\n"
+        "definition: D;"));
+    ASSERT_EQ(got.net->nodes.N, 1);
+    const Bnode_bn& node = *got.net->nodes[0];
+    EXPECT_STREQ(node.comment, "D\nState Very_High: hot\n\nState #2: cold\n");
+    EXPECT_STREQ(node.variable.stateTitles[2], "abcdefghijklmnopqrstuvwxyz0123456789");
+    EXPECT_STREQ(node.variable.stateNames[2], "abcdefghijklmnopqrstuvwxyz0123");
+    ASSERT_EQ(node.userFields().size(), 1U);
+    EXPECT_EQ(node.userFields()[0].data, std::string("0, 2", 5));  // with its zero byte
+}
+
+TEST(DXPress, TitlesThatRepeatTheNamesAreDropped) {
+    const Imported got =
+        DX(InNode("type: discrete[2] = { standard { name: Low; } fault { name: High; } };"));
+    EXPECT_EQ(got.net->nodes[0]->variable.stateTitles, nullptr);
+    EXPECT_STREQ(got.net->nodes[0]->variable.stateNames[1], "High");
+}
+
+TEST(DXPress, DamageCostsOnlyWhatIsDamaged) {
+    struct Damage {
+        const char* text;
+        int number;
+        const char* nodes;
+    };
+    const Damage cases[] = {
+        {"nodes { standard A { } standard A { type: discrete[3] = { }; } standard B { } }",
+         num::nodeExists, "A B "},
+        {"nodes { standard A { type: discrete[2147483647] = { }; } standard B { } }",
+         num::badStateCount, "A B "},
+        {"nodes { odd \"x\" { b: { c } } standard A { } }", -4070, "A "},
+        {"nodes { standard A { position: (1, x); cost: 2; } standard B { } }", num::badCoordinate,
+         "A B "},
+    };
+    for (const Damage& c : cases) {
+        const Imported got = DX(std::string("diagnostic network x ") + c.text);
+        std::string nodes;
+        for (const Bnode_bn* node : got.net->nodes) nodes += std::string(node->name()) + ' ';
+        EXPECT_EQ(nodes, c.nodes) << c.text;
+        EXPECT_EQ(got.seen.count(c.number), 1) << got.seen.text();
+    }
+}
+
+TEST(DXPress, NamesAreFoundAsWritten) {
+    const Imported got = DX(
+        "diagnostic network x nodes { standard \"A b\" { } standard \"A-b\" { } standard C { } }\n"
+        "network { standard \"C\" (\"A-b\", \"A b\") { prob: { (;1,0;(;0,1;(;.5,.5;(;1,0; } } }");
+    EXPECT_EQ(got.seen.text(), "");
+    ASSERT_EQ(got.net->nodes[2]->parents.N, 2);
+    EXPECT_EQ(got.net->nodes[2]->parents[0], got.net->nodes[1]);
+    EXPECT_EQ(got.net->nodes[2]->relation.kind, RelnKindEN::table);
+    EXPECT_STREQ(got.net->nodes[0]->name(), "A_b");
+}
+
+TEST(DXPress, ABraceRightAfterTheLastGroupEndsTheBody) {
+    for (const char* end : {"}", "end }", "0.3 more { } }"}) {
+        const Imported got = DX(InNetwork("{ ci A () { (p) (x; .25, .75; " + std::string(end) +
+                                          " standard B () { prob: { (;1,0; } } }"));
+        EXPECT_EQ(got.seen.text(), "") << end;
+        EXPECT_EQ(got.net->nodes[0]->relation.kind, RelnKindEN::noisyMax) << end;
+        EXPECT_EQ(got.net->nodes[1]->relation.kind, RelnKindEN::deterministic) << end;
+    }
+    const Imported few =
+        DX(InNetwork("{ ci A () { (p) (x; .25; } standard B () { prob: { (;1,0; } } }"));
+    EXPECT_EQ(few.seen.count(-4105), 1);
+    EXPECT_EQ(few.net->nodes[1]->relation.kind, RelnKindEN::deterministic);
+}
+
+TEST(DXPress, TheQuestionIsAskedOnceInAProcess) {
+    const std::string ci =
+        InNetwork("{ ci A () { (p) (x; .25, .75; end } ci B () { (p) (x; .5, .5; end } }");
+    const Imported first = DX(ci, true);
+    const Imported second = DX(ci, false);
+    EXPECT_EQ(questionsAsked, 1U);
+    EXPECT_EQ(first.net->nodes[0]->relation.probs == nullptr,
+              second.net->nodes[0]->relation.probs == nullptr);
+}
+
+TEST(DXPress, NoisyMaxParametersAreChecked) {
+    for (const char* numbers : {"1.5, -0.5", "0.5, 0.6"}) {
+        const Imported got =
+            DX(InNetwork("{ ci A () { (p) (x; " + std::string(numbers) + "; end } }"));
+        ASSERT_EQ(got.seen.errors(), 1) << numbers;
+        EXPECT_NE(got.seen.reports[0].message.find("creating noisy-max node"), std::string::npos);
+        EXPECT_EQ(got.net->nodes[0]->relation.kind, RelnKindEN::none);
+    }
+}
+
+TEST(DXPressSamples, ReadAsTheyShould) {
+    const auto read = [](const std::string& name) {
+        return ImportText(ReadFile(SAMPLES "/dxpress/" + name), FormatDXPress, name.c_str());
+    };
+    for (const std::string name : {"copier", "every-field", "alarm-bell", "damaged"}) {
+        const Imported got = read(name + ".dxp");
+        ExpectFile(SAMPLES "/dxpress/" + name + ".expected",
+                   NetText(got.net.get()) + got.seen.text());
+    }
+}
+
+TEST(DXPressHostile, EveryPrefixAndEveryByteOfTheSamples) {
+    for (const char* sample : {"copier", "alarm-bell", "every-field", "damaged"}) {
+        const std::string text = ReadFile(std::string(SAMPLES "/dxpress/") + sample + ".dxp");
+        ImportEveryPrefix(text, FormatDXPress);
+        ImportEveryByteChanged(text, FormatDXPress);
+    }
+}
+
+std::string Repeated(const char* text, int times) {
+    std::string out;
+    for (int i = 0; i < times; ++i) out += text;
+    return out;
+}
+
+TEST(DXPressHostile, EndsInLinearTimeWithClearReports) {
+    const std::string head = "diagnostic network x ";
+    const std::string texts[] = {
+        head + Repeated("word ", 1'000'000),
+        head + "nodes { standard A { " + Repeated("f: 1; ", 1'000'000),
+        head + "nodes { standard A { " + Repeated("f ", 1'000'000),
+        head + Repeated("{", 1'000'000),
+        head + Repeated("nodes {", 300'000),
+        head + Repeated("}", 1'000'000),
+        InNetwork("{ standard A (" + Repeated("\"B\",", 300'000)),
+        InNetwork("{ standard A (" + Repeated("(", 1'000'000)),
+        InNetwork("{ standard A () { prob: {" + Repeated("(;1,", 300'000)),
+        InNetwork("{ ci A () { (" + Repeated("}", 1'000'000)),
+        head + "kb { notes: \"" + Repeated("x", 1'000'000),
+    };
+    for (const std::string& text : texts) {
+        const Imported got = DX(text);
+        ExpectConsistent(got.net.get());
+        EXPECT_GE(got.seen.reports.size(), 1U) << text.substr(0, 60);
+        EXPECT_LE(got.seen.reports.size(), 12'100U);
+    }
+}
+
+TEST(DXPressHostile, FiftyParentsAreTooManyForATable) {
+    std::string nodes = "diagnostic network x nodes { standard C { }";
+    std::string parents;
+    for (int i = 0; i < 50; ++i) {
+        const std::string name = "P" + std::to_string(i);
+        nodes += " standard " + name + " { }";
+        parents += (i ? ", \"" : "\"") + name + "\"";
+    }
+    for (const char* relation : {"prob: { (; 1, 0; }", "prob: { }"}) {
+        const Imported got =
+            DX(nodes + " } network { standard C (" + parents + ") { " + relation + " } }");
+        ASSERT_EQ(got.seen.reports.size(), 1U) << got.seen.text();
+        EXPECT_EQ(got.seen.reports[0].number, num::tableTooLarge);
+        EXPECT_EQ(got.net->nodes[0]->parents.N, 50);
+    }
+}
+
+}  // namespace
+}  // namespace lumo::test

@@ -1,0 +1,250 @@
+// The JSON of a net built through the model, compared as a whole, and the details of numbers and
+// text.
+#include "export/json.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <sstream>
+
+#include "export/text.h"
+#include "export/writers.h"
+
+namespace lumo {
+namespace {
+
+std::string Json(const ImportResult& result) {
+    std::ostringstream out;
+    WriteJson(result, out);
+    return out.str();
+}
+
+ImportResult NewResult() {
+    ImportResult result;
+    result.file = "asia.net";
+    result.format = "hugin";
+    result.formatCode = 8;
+    result.net.reset(NewVBNet(DupStr_kt("asia"), false));
+    return result;
+}
+
+char** Strings(std::initializer_list<const char*> texts) {
+    char** array = new char*[texts.size()];
+    int count = 0;
+    for (const char* text : texts) array[count++] = DupStr_kt(text);
+    return array;
+}
+
+float* Table(std::initializer_list<float> values) {
+    XArray<float> table = NewXArray<float>(std::ssize(values));
+    std::copy(values.begin(), values.end(), table.get());
+    return table.release();
+}
+
+ReportRecord Report(int severity, int line) {
+    ReportRecord report;
+    report.number = -3037;
+    report.severity = severity;
+    report.message = "unknown or ignored field";
+    report.line = line;
+    report.column = 5;
+    return report;
+}
+
+Bnode_bn& NewNode(Bnet_bn& net, const char* name, std::initializer_list<const char*> states) {
+    const int count = static_cast<int>(states.size());
+    Bnode_bn* node = NewNode_ibn(name, count, net, {40, 50});
+    node->setStates(count, Strings(states), nullptr, nullptr, nullptr, CheckFull);
+    return *node;
+}
+
+TEST(Json, WholeNet) {
+    ImportResult result = NewResult();
+    Bnet_bn& net = *result.net;
+    SetNetLabel(net, DupStr_kt("Chest clinic"));
+    net.setComment(DupStr_kt("two\nlines"));
+    net.setAutoUpdate(true, true);
+
+    Bnode_bn& visit = NewNode(net, "visit", {"yes", "no"});
+    visit.setTitle(DupStr_kt("Visit \"Asia\"?"));
+    visit.setStateTitle(0, DupStr_kt("Yes!"), CheckFull);
+    visit.setStateComment(1, DupStr_kt("never"));
+    visit.setUserField("cost", "0.5\0", 4);
+    visit.setProbsTable(Table({0.1F, 0.9F}), false, CheckFull);
+    AddNodeToNodeset_ibn(visit, "Group_01");
+    AddNodeToNodeset_ibn(visit, "plain");
+
+    Bnode_bn& test = NewNode(net, "test", {"a", "b"});
+    AddLink_ibn(visit, test);
+    test.setKind(DecisionNode, CheckFull);
+    test.setProbsTable(Table({1, 0, 0, 1}), false, CheckFull);
+    test.relation.makeDeterminFromProbs(false);
+    test.relation.setExperTable(Table({3, 1e-7F}));
+
+    Bnode_bn& gain = *NewNode_ibn("gain", 2, net, {1, -2});
+    gain.setKind(UtilityNode, CheckFull);
+    gain.setDiscrete(ContinuousVar, false, CheckFull);
+    AddLink_ibn(visit, gain);
+    gain.relation.setRealTable(Table({-10, 0.3F}), nullptr);
+
+    NodesetStyle style;
+    style.setName("Group_01");
+    style.red = 0;
+    vect_kt<NodesetStyle> styles;
+    styles.append(style);
+    net.vnets[0]->setNodesetStyles(styles, nullptr);
+    net.vnets[0]->extentWidth = 300;
+    net.vnets[0]->extentHeight = 200;
+    result.reports.push_back(Report(SeverityWarning, 3));
+    result.reports.back().structName = "visit";
+    result.reports.push_back(Report(SeverityNotice, 0));
+
+    EXPECT_EQ(
+        Json(result),
+        R"({"schema":"lumo-import/1","file":"asia.net","format":"hugin",)"
+        R"("formatCode":8,"status":"warnings",
+"net":{"name":"asia","title":"Chest clinic","comment":"two\nlines","fileName":null,"autoUpdate":true,"nodes":[
+{"name":"visit","title":"Visit \"Asia\"?","comment":null,"kind":"nature","discrete":true,)"
+        R"("states":[{"name":"yes","title":"Yes!","comment":null,"value":null},)"
+        R"({"name":"no","title":null,"comment":"never","value":null}],"levels":null,"parents":[],)"
+        R"("position":[40,50],"groups":["Group_01","plain"],"userFields":{"cost":"0.5"},)"
+        R"("relation":{"kind":"table","table":[0.1,0.9],"experience":null,"parameters":null}},
+{"name":"test","title":null,"comment":null,"kind":"decision","discrete":true,)"
+        R"("states":[{"name":"a","title":null,"comment":null,"value":null},)"
+        R"({"name":"b","title":null,"comment":null,"value":null}],"levels":null,)"
+        R"("parents":["visit"],"position":[40,50],"groups":[],"userFields":{},)"
+        R"("relation":{"kind":"deterministic","table":[1,0,0,1],"experience":[3,1e-07],)"
+        R"("parameters":null}},
+{"name":"gain","title":null,"comment":null,"kind":"utility","discrete":false,"states":[],)"
+        R"("levels":null,"parents":["visit"],"position":[1,-2],"groups":[],"userFields":{},)"
+        R"("relation":{"kind":"real","table":[-10,0.3],"experience":null,"parameters":null}}],
+"groups":[{"name":"Group_01","color":"#00ffff"},{"name":"plain","color":"#ffffcc"}],
+"drawing":{"extent":[300,200],"drawStyle":0,"labelStyle":1,"zoom":1.0,)"
+        R"("font":{"face":"Arial","size":12,"bold":false,"italic":false},)"
+        R"("grid":{"x":10.0,"y":10.0,"show":false,"snap":false}}},
+"reports":[
+{"number":-3037,"severity":4,"kind":"warning","message":"unknown or ignored field","line":3,)"
+        R"("column":5,"structKind":null,"structName":"visit","fieldName":null},
+{"number":-3037,"severity":2,"kind":"notice","message":"unknown or ignored field","line":null,)"
+        R"("column":null,"structKind":null,"structName":null,"fieldName":null}]}
+)");
+}
+
+std::string NodeJson(const ImportResult& result, const char* from) {
+    const std::string text = Json(result);
+    const std::size_t start = text.find(from);
+    return text.substr(start, text.find('\n', start) - start);
+}
+
+TEST(Json, NoisyMaxHasParametersAndATableUnlessCondensed) {
+    const double params[] = {0.2, 0.8, 0.9, 0.1};
+    for (const bool condense : {false, true}) {
+        ImportResult result = NewResult();
+        Bnode_bn& cause = NewNode(*result.net, "cause", {"no", "yes"});
+        Bnode_bn& effect = NewNode(*result.net, "effect", {"no", "yes"});
+        AddLink_ibn(cause, effect);
+        ASSERT_FALSE(IsError(effect.makeIntoNoisyMax(params, condense)));
+        const std::string relation = NodeJson(result, "\"noisy-max\"");
+        EXPECT_NE(relation.find("\"parameters\":[0.2,0.8,0.9,0.1]"), std::string::npos) << relation;
+        EXPECT_EQ(relation.find("\"table\":null") != std::string::npos, condense) << relation;
+    }
+}
+
+TEST(Json, LevelsAreValuesOrBounds) {
+    ImportResult result = NewResult();
+    Bnode_bn& values = *NewNode_ibn("values", 2, *result.net, {});
+    values.setStates(2, nullptr, new double[2]{0.5, 3}, nullptr, nullptr, CheckFull);
+    EXPECT_NE(Json(result).find(
+                  R"("states":[{"name":null,"title":null,"comment":null,"value":0.5},)"
+                  R"({"name":null,"title":null,"comment":null,"value":3.0}],"levels":null)"),
+              std::string::npos);
+    Bnode_bn& bounds = *NewNode_ibn("bounds", 2, *result.net, {});
+    bounds.setDiscrete(ContinuousVar, false, CheckFull);
+    bounds.setStates(2, nullptr, new double[3]{0, 1.25, 4e30}, nullptr, nullptr, CheckFull);
+    EXPECT_NE(Json(result).find(R"("value":null}],"levels":[0.0,1.25,4e+30])"), std::string::npos);
+}
+
+TEST(Json, FloatsReadBackToTheSameFloat) {
+    ImportResult result = NewResult();
+    Bnode_bn& gain = NewNode(*result.net, "gain", {"a"});
+    gain.setKind(UtilityNode, CheckFull);
+    using Limits = std::numeric_limits<float>;
+    for (const float value : {1.0F / 3, 0.1F, 16777216.0F, 1e-10F, Limits::min(),
+                              Limits::denorm_min(), -Limits::max()}) {
+        gain.relation.setRealTable(Table({value}), nullptr);
+        const std::string relation = NodeJson(result, "\"real\"");
+        const std::string digits = relation.substr(relation.find('[') + 1);
+        EXPECT_EQ(std::strtof(digits.c_str(), nullptr), value) << relation;
+        EXPECT_LE(digits.find(']'), 14U) << relation;
+    }
+}
+
+TEST(Json, StatusIsTheWorstReport) {
+    ImportResult result = NewResult();
+    EXPECT_EQ(result.status(), StatusEN::ok);
+    const std::pair<int, StatusEN> cases[] = {{SeverityNotice, StatusEN::ok},
+                                              {SeverityWarning, StatusEN::warnings},
+                                              {SeverityError, StatusEN::errors}};
+    for (const auto& [severity, status] : cases) {
+        result.reports.push_back(Report(severity, 1));
+        EXPECT_EQ(result.status(), status);
+    }
+    result.net.reset();
+    result.format.clear();
+    result.formatCode = 0;
+    EXPECT_TRUE(Json(result).starts_with(
+        R"({"schema":"lumo-import/1","file":"asia.net","format":null,"formatCode":null,)"
+        R"("status":"failed",)"
+        "\n\"net\":null,\n"));
+}
+
+TEST(Json, GroupsWithLongNamesHaveTheirOwnColors) {
+    ImportResult result = NewResult();
+    Bnode_bn& node = NewNode(*result.net, "a", {"x"});
+    const std::string common(40, 'g');
+    vect_kt<NodesetStyle> styles;
+    for (const char* tail : {"1", "2"}) {
+        AddNodeToNodeset_ibn(node, (common + tail).c_str());
+        NodesetStyle style;
+        style.setName((common + tail).c_str());
+        style.blue = *tail == '1' ? 1 : 2;
+        styles.append(style);
+    }
+    result.net->vnets[0]->setNodesetStyles(styles, nullptr);
+    EXPECT_NE(Json(result).find(common + R"(1","color":"#ffff01"},{"name":")" + common +
+                                R"(2","color":"#ffff02")"),
+              std::string::npos);
+}
+
+TEST(Text, BytesThatAreNotUtf8AreWindows1252) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"plain", "plain"},
+        {"Jo\xE3o", "João"},
+        {"João", "João"},
+        {"\x80 \x93q\x94 \xFF", "€ “q” ÿ"},
+        {"\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
+        {"\xC0\xAF", "À¯"},                   // overlong
+        {"\xED\xA0\x80", "í\xC2\xA0€"},       // half a surrogate pair
+        {"\xF4\x90\x80\x80", "ô\xC2\x90€€"},  // beyond the last character
+        {"cut \xE2\x82", "cut â‚"},
+    };
+    for (const auto& [bytes, utf8] : cases) EXPECT_EQ(ToUtf8(bytes), utf8);
+}
+
+TEST(Text, JsonEscapesControlCharacters) {
+    ReportRecord report;
+    report.message = "a\"b\\c\n\t\x01\x7F\xE9";
+    EXPECT_NE(ReportToJson(report).find(R"("message":"a\"b\\c\n\t\u0001\u007fé")"),
+              std::string::npos);
+    EXPECT_EQ(Visible("a\x1b[31m\n\x7F\xC2\x9B z\xE9"), "a\\x1b[31m\\x0a\\x7f\\x9b zé");
+}
+
+TEST(Writers, AreFoundByNameAndByExtension) {
+    ASSERT_NE(FindWriter("json"), nullptr);
+    EXPECT_EQ(FindWriterForFile("a.b/x.JSON"), FindWriter("json"));
+    EXPECT_EQ(FindWriterForFile("json"), nullptr);
+    EXPECT_EQ(FindWriter("JPEG"), nullptr);
+}
+
+}  // namespace
+}  // namespace lumo

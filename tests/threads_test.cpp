@@ -1,0 +1,62 @@
+// Eight threads importing at once give what one thread gives.
+#include <filesystem>
+#include <map>
+#include <thread>
+
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+struct Job {
+    std::string name, text, expected;
+    int format;
+};
+
+std::string ResultOf(const Job& job) {
+    const Imported got = ImportText(job.text, job.format, job.name.c_str());
+    return NetText(got.net.get()) + got.seen.text();
+}
+
+/// The samples of these formats with the results of reading them one after the other.
+std::vector<Job> Jobs(const std::map<std::string, int>& formats) {
+    std::vector<Job> jobs;
+    for (const auto& [folder, format] : formats) {
+        const std::filesystem::path path = std::string(SAMPLES "/") + folder;
+        if (!std::filesystem::is_directory(path)) continue;
+        for (const auto& entry : std::filesystem::directory_iterator(path))
+            jobs.push_back({entry.path().filename(), ReadFile(entry.path()), "", format});
+    }
+    for (Job& job : jobs) job.expected = ResultOf(job);
+    return jobs;
+}
+
+void ExpectSameInEightThreads(const std::vector<Job>& jobs) {
+    ASSERT_FALSE(jobs.empty());
+    std::vector<std::vector<std::string>> results(8, std::vector<std::string>(jobs.size()));
+    std::vector<std::thread> threads;
+    for (std::size_t t = 0; t < results.size(); ++t)
+        threads.emplace_back([&jobs, t, &mine = results[t]] {
+            for (std::size_t i = 0; i < jobs.size(); ++i) {
+                const std::size_t k = (i + t) % jobs.size();  // each thread starts elsewhere
+                mine[k] = ResultOf(jobs[k]);
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    for (const auto& mine : results)
+        for (std::size_t i = 0; i < jobs.size(); ++i)
+            EXPECT_EQ(mine[i], jobs[i].expected) << jobs[i].name;
+}
+
+TEST(Threads, XmlBif) { ExpectSameInEightThreads(Jobs({{"xmlbif", FormatXMLBIF}})); }
+
+TEST(Threads, AllFormats) {
+    ExpectSameInEightThreads(Jobs({{"hugin", FormatHugin},
+                                   {"dsc", FormatDsc},
+                                   {"dxpress", FormatDXPress},
+                                   {"ergo", FormatErgo},
+                                   {"xmlbif", FormatXMLBIF}}));
+}
+
+}  // namespace
+}  // namespace lumo::test

@@ -1,0 +1,288 @@
+// XML BIF 0.3: what texts become, and every report with its place.
+#include "import/readers.h"
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+Imported Import(const std::string& text) { return ImportText(text, FormatXMLBIF, "test.xml"); }
+
+Imported ImportSample(const std::string& name) {
+    return ImportText(ReadFile(SAMPLES "/xmlbif/" + name), FormatXMLBIF, name.c_str());
+}
+
+/// The content of a network as a file; the content starts on line 2.
+std::string InNetwork(const std::string& content) {
+    return "<BIF VERSION=\"0.3\"><NETWORK>\n" + content + "</NETWORK></BIF>";
+}
+
+std::string Variable(const std::string& name, const std::string& rest = "") {
+    return "<VARIABLE TYPE=\"nature\"><NAME>" + name +
+           "</NAME><OUTCOME>y</OUTCOME><OUTCOME>n</OUTCOME>" + rest + "</VARIABLE>\n";
+}
+
+/// The state lines of a variable with these outcomes.
+std::string States(const std::vector<std::string>& outcomes) {
+    std::string content = "<VARIABLE TYPE=\"nature\"><NAME>v</NAME>";
+    for (const std::string& outcome : outcomes) content += "<OUTCOME>" + outcome + "</OUTCOME>";
+    const Imported got = Import(InNetwork(content + "</VARIABLE>"));
+    EXPECT_EQ(got.seen.text(), "") << content;
+    const std::string text = NodeText(*got.net->nodes[0]);
+    const std::size_t from = text.find("states");
+    return (got.net->nodes[0]->variable.discrete ? "" : "continuous ") +
+           text.substr(from, text.rfind("\n  none") - from);
+}
+
+TEST(XmlBif, Samples) {
+    const struct {
+        const char *file, *net;
+    } cases[] = {
+        {"intervals.xml", R"(net intervals title='Commuter ferry'
+nature wind continuous at 160,40
+  states - - -
+  levels 0 5 11.5 33
+  table 0.5 0.375 0.125
+nature boats at 400,42
+  states - - -
+  levels 1 2 5
+  parents wind
+  table 0.1 0.3 0.6 0.2 0.5 0.3 0.9 0.1 0
+nature delay continuous at 280,205
+  states - -
+  levels 0 10 45
+  parents wind boats
+  table 0.8 0.2 0.9 0.1 0.95 0.05 0.7 0.3 0.8 0.2 0.85 0.15 0.3 0.7 0.4 0.6 0.5 0.5
+nature deck at 40,205
+  states - - -
+  levels -1 0 1.5
+  table 0.25 0.25 0.5
+nature seats_left title='seats left' at 520,205
+  states -='0' -='a few' -='many'
+  parents boats
+  table 0.6 0.3 0.1 0.3 0.4 0.3 0.05 0.25 0.7
+)"},
+        {"decision.xml", R"(net decision title='Orchard harvest'
+nature frost_tonight title='frost tonight' at 310,40
+  states yes no
+  table 0.3 0.7
+nature forecast at 40,40
+  states cold mild
+  parents frost_tonight
+  table 0.8 0.2 0.15 0.85
+decision pick_today_ title='pick today?' at 40,190
+  states pick wait cover
+  parents forecast
+  none
+utility income at 310,190
+  states value
+  parents frost_tonight pick_today_
+  real 600 -450 380 620 1000 910
+)"},
+        {"markup.xml", R"(net markup title='Café & kitchen <ground floor>'
+nature N5_o_clock_tea_ title='5 o'clock <tea>' at 40,40
+  states -='"hot"' -='<cold>'
+  parents K_che
+  table 0.9 0.1 0.25 0.75
+nature K_che title='Küche' at 190,40
+  states auf zu
+  table 0.5 0.5
+)"},
+    };
+    for (const auto& c : cases) {
+        const Imported got = ImportSample(c.file);
+        EXPECT_EQ(NetText(got.net.get()), c.net);
+        EXPECT_EQ(got.seen.errors(), 0) << got.seen.text();
+    }
+}
+
+TEST(XmlBif, DamagedSampleKeepsWhatWasReadBefore) {
+    const Imported got = ImportSample("damaged.xml");
+    EXPECT_EQ(got.seen.text(), R"(-3488 5:1 unknown element type AUTHOR
+-3481 6:1 unknown VARIABLE TYPE sensor
+-3482 12:1 unknown VARIABLE attribute UNIT
+-3484 16:2 unknown element type COLOUR
+-3478 30:2 3 numbers read in 'TABLE', but 4 required (since parents are: fog)
+-3475 34:9 unknown variable 'horn' in GIVEN element
+)");
+    EXPECT_EQ(NodeText(*got.net->nodes[1]),
+              "nature lamp at 0,0\n  states on off\n  parents fog\n  none\n");
+    ASSERT_EQ(got.seen.prints.size(), 1U);
+    EXPECT_EQ(got.seen.prints[0],
+              "Node renamed:  ship seen  ->  ship_seen   (but it is titled with the old name)");
+}
+
+TEST(XmlBif, OutcomesDecideTheKindOfVariable) {
+    const struct {
+        std::vector<std::string> outcomes;
+        const char* states;
+    } cases[] = {
+        {{}, "states"},
+        {{"true", "false"}, "states true false"},
+        {{"1", "2", "5"}, "states - - -\n  levels 1 2 5"},
+        {{"'1'", "\"-2.5\""}, "states - -\n  levels 1 -2.5"},
+        {{"1", "high"}, "states -='1' -='high'"},
+        {{"1 Changed", "2 Changed"}, "states -='1 Changed' -='2 Changed'"},
+        {{"[0,10)", "[10,20)", "[20, 30]"}, "continuous states - - -\n  levels 0 10 20 30"},
+        {{"(0 to 10)", "(10 to 20)"}, "continuous states - -\n  levels 0 10 20"},
+        {{"(0 - 10)"}, "continuous states -\n  levels 0 10"},
+        {{"'[-5, 0)'", "[0 , .5]"}, "continuous states - -\n  levels -5 0 0.5"},
+        {{"[0,10)", "10"}, "states -='[0,10)' -='10'"},
+        {{"(-inf-5.5]", "(5.5-inf)"}, "states -='(-inf-5.5]' -='(5.5-inf)'"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(States(c.outcomes), c.states);
+}
+
+TEST(XmlBif, StateNamesAreMadeWhenThePreferenceSaysSo) {
+    Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref = true;
+    EXPECT_EQ(States({"so so", "good"}), "states so_so='so so' good='good'");
+    Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref = false;
+}
+
+TEST(XmlBif, PositionsInEveryForm) {
+    const struct {
+        const char *property, *place;
+    } cases[] = {
+        {"position = (100, 60)", "190,130"},
+        {"position:(100,60)", "190,130"},
+        {"position (100, 60)", "190,130"},
+        {"\n position\t=\n100 60 px ", "190,130"},
+        {"position=(99.5,59.6)", "190,130"},
+        {"<!-- p -->position=(100,60)", "190,130"},
+        {"Position = (1, 2)", "40,40"},
+        {"pos = (1, 2)", "40,40"},
+        {"position=(2147483647,60)", "2147483647,130"},
+    };
+    for (const auto& c : cases) {
+        const Imported got = Import(
+            InNetwork(Variable("a", "<PROPERTY>position = (0,0)</PROPERTY>") +
+                      Variable("b", std::string("<PROPERTY>") + c.property + "</PROPERTY>")));
+        EXPECT_EQ(got.seen.errors(), 0) << got.seen.text();
+        const std::string text = NodeText(*got.net->nodes[1]);
+        EXPECT_NE(text.find(std::string("nature b at ") + c.place + "\n"), std::string::npos)
+            << c.property << '\n'
+            << text;
+    }
+}
+
+TEST(XmlBif, WithoutPositionsParentsStandAboveAndNothingOverlaps) {
+    const Imported got = ImportSample("no_positions.xml");
+    ASSERT_EQ(got.net->nodes.N, 9);
+    for (const Bnode_bn* node : got.net->nodes) {
+        const coord_kt at = node->vns[0]->position;
+        for (const Bnode_bn* parent : node->parents) EXPECT_LT(parent->vns[0]->position.y, at.y);
+        for (const Bnode_bn* other : got.net->nodes) {
+            const coord_kt place = other->vns[0]->position;
+            EXPECT_TRUE(other == node || place != at) << node->name();
+        }
+    }
+}
+
+const std::string ab = Variable("a") + Variable("b");
+
+TEST(XmlBif, Reports) {
+    const std::string definition = "<DEFINITION><FOR>b</FOR><GIVEN>a</GIVEN>";
+    const struct {
+        std::string text, reports;
+        int nodes;  // -1: no net
+    } cases[] = {
+        {"", "", 0},
+        {"<?xml version=\"1.0\"?>\n<!-- <BIF> -->\n", "", 0},
+        {"<!DOCTYPE BIF [ <!ELEMENT BIF (",
+         "-5051 1:1 the markup that starts here is never closed\n", -1},
+        {"net", "-3493 1:1 expecting '<', but instead there is 'n'\n", -1},
+        {"<=", "-3494 1:2 unexpected punctuation '='\n", -1},
+        {"<bif version=\"0.3\">",
+         "-3490 1:1 can only read BIF VERSION 0.3 XML files, not bif version 0.3\n", -1},
+        {"<BIF>", "-3490 1:1 can only read BIF VERSION 0.3 XML files, not BIF  \n", -1},
+        {"<BIF VERSION='0.3'>\n</NETWORK>",
+         "-3485 2:1 close element </NETWORK> seen without open\n", -1},
+        {"<BIF VERSION='0.3'><NETWORK id='x'>",
+         "-3486 1:20 expecting NETWORK element with no attributes but encountered 'NETWORK id'\n",
+         -1},
+        {InNetwork(ab + "</BIF>"), "-3487 4:1 must close element 'NETWORK' before closing </BIF>\n",
+         2},
+        {InNetwork(ab) + "<BIF>",
+         "-3491 4:11 can only read a single Bayes net from the file, so ignoring everything "
+         "after\n",
+         2},
+        {"<BIF VERSION='0.3'><NETWORK>" + ab + "</NETWORK><NETWORK>",
+         "-3491 3:11 can only read a single Bayes net from the file, so ignoring everything "
+         "after\n",
+         2},
+        {"<BIF VERSION='0.3'><NETWORK>" + ab + "</NETWORK></XBIF>",
+         "-3492 3:11 expecting close tag for 'BIF', but instead there is close of 'XBIF'\n", 2},
+        {InNetwork("<PROPERTY>it's</PROPERTY>" + ab + "<PROPERTY/>"),
+         "-3488 2:1 unknown element type PROPERTY\n", 2},
+        {InNetwork(ab + "<X>\n" + ab),
+         "-3488 4:1 unknown element type X\n-5051 4:1 element 'X' is never closed\n", 2},
+        {InNetwork(ab + "<VARIABLE></NETWORK>"),
+         "-3483 4:11 must close element 'VARIABLE' before closing </NETWORK>\n", 3},
+        {InNetwork(ab + "<DEFINITION x=''></FOR>"),
+         "-3473 4:1 unknown DEFINITION attribute x\n-3472 4:18 must close element 'DEFINITION' "
+         "before closing </FOR>\n",
+         2},
+        {InNetwork(ab + "<DEFINITION><FOR>z</FOR>"),
+         "-3474 4:18 unknown variable 'z' in FOR element\n", 2},
+        {InNetwork(ab + definition + "<SEEN>1</SEEN></DEFINITION>"),
+         "-3476 4:41 unknown element type SEEN\n", 2},
+        {InNetwork(ab + "<DEFINITION></DEFINITION>"),
+         "-3477 4:1 missing 'FOR' element in DEFINITION\n", 2},
+        {InNetwork(ab + definition + "<TABLE>1 0 .5x 0</TABLE></DEFINITION>"),
+         "-5040 4:52 '.5x' is not a number\n", 2},
+        {InNetwork(ab + definition + "<TABLE>1 0 1</TABLE><TABLE>2 3 4 5</TABLE></DEFINITION>"),
+         "-3478 4:61 7 numbers read in 'TABLE', but 4 required (since parents are: a)\n", 2},
+    };
+    for (const auto& c : cases) {
+        const Imported got = Import(c.text);
+        std::string seen = got.seen.text();
+        seen.resize(
+            std::min(seen.size(), std::max<std::size_t>(c.reports.size(), seen.find("-5022"))));
+        EXPECT_EQ(seen, c.reports) << c.text;
+        EXPECT_EQ(got.net ? got.net->nodes.N : -1, c.nodes) << c.text;
+    }
+}
+
+TEST(XmlBif, ElementReadersThatReadTheirOwnStartTag) {
+    const struct {
+        void (*read)(Parser_CString_kt&, Bnet_bn&, const strin_kt*, const strin_kt*);
+        const char* text;
+        int number, nodes;
+    } cases[] = {
+        {ReadVariable, "</VARIABLE>", -3479, 0},
+        {ReadVariable, "<NAME>", -3480, 0},
+        {ReadVariable, "<VARIABLE></VARIABLE>", 0, 1},
+        {ReadNode, "</DEFINITION>", -3470, 0},
+        {ReadNode, "<VARIABLE>", -3471, 0},
+        {ReadNode, "<DEFINITION></DEFINITION>", -3477, 0},
+    };
+    const std::unique_ptr<short[]> properties(MakeXMLCharProps());
+    ParserOptions_kt options{properties.get(), '/', '/', 1, 1, true, true};
+    for (const auto& c : cases) {
+        const ReportScope scope;
+        const OwnedNet net(NewVBNet(DupStr_kt("net"), false));
+        Parser_CString_kt in(&options, InChannel_CString_kt(c.text, "test.xml"));
+        int number = 0;
+        try {
+            c.read(in, *net, nullptr, nullptr);
+        } catch (rept_kt* report) {
+            number = report->number;
+            report->shown = true;
+        }
+        EXPECT_EQ(number, c.number) << c.text;
+        EXPECT_EQ(net->nodes.N, c.nodes);
+        EXPECT_EQ(in.structKind, nullptr);
+    }
+}
+
+TEST(XmlBif, DefinitionsInUnusualForm) {
+    const Imported got = Import(InNetwork(ab + "<DEFINITION><TABLE>1 0 1e-1 .9</TABLE><GIVEN> a "
+                                               "</GIVEN><FOR>a</FOR><FOR>b</FOR></DEFINITION>"
+                                               "<DEFINITION><FOR>a</FOR><TABLE/><TABLE><![CDATA[ "
+                                               "90 ]]>10<!-- 1 --></TABLE></DEFINITION>"));
+    EXPECT_EQ(got.seen.count(num::rowSum), 1) << got.seen.text();
+    EXPECT_NE(NetText(got.net.get()).find("parents a\n  table 1 0 0.1 0.9\n"), std::string::npos);
+    EXPECT_NE(NetText(got.net.get()).find("  table 90 10\n"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace lumo::test
