@@ -87,9 +87,9 @@ void Pool::start() {
 }
 
 void Pool::runWorker(const std::string& file, const Worker& worker) const {
+    Console console(options_, false);  // looks at the real standard error
     ::dup2(worker.out, STDOUT_FILENO);
     ::dup2(worker.error, STDERR_FILENO);
-    Console console(options_);
     const int code = work_(file, options_, console);
     std::cout.flush();
     std::cerr.flush();

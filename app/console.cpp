@@ -87,11 +87,12 @@ void ProgressLine::clear() {
 
 // ---- Console -------------------------------------------------------------------------------
 
-Console::Console(const Options& options)
+Console::Console(const Options& options, bool interactive)
     : options_(options),
       terminal_(IsTerminal(STDERR_FILENO) && !options.jsonDiagnostics),
+      interactive_(interactive && terminal_ && !options.quiet),
       colors_(WantsColors(options.color)),
-      progress_(terminal_ && !options.quiet) {}
+      progress_(interactive_) {}
 
 void Console::begin(const std::string& file, std::string_view text) {
     file_ = file;
@@ -192,7 +193,7 @@ void Console::print(const char* text) {
 
 bool Console::ask(int, const char* question) {
     if (options_.condense) return *options_.condense;
-    if (terminal_ && !options_.quiet && IsTerminal(STDIN_FILENO)) {
+    if (interactive_ && IsTerminal(STDIN_FILENO)) {
         progress_.clear();
         std::cerr << WithoutMarker(question) << " [y/N] " << std::flush;
         std::string answer;

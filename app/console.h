@@ -32,7 +32,8 @@ private:
 
 class Console : public ReportHandler {
 public:
-    explicit Console(const Options& options);
+    /// interactive: may ask and show progress; else it only writes what comes.
+    explicit Console(const Options& options, bool interactive = true);
 
     /// Starts a file. Its text is given when it was read from a pipe; it must outlive the import.
     void begin(const std::string& file, std::string_view text = {});
@@ -54,6 +55,7 @@ private:
 
     const Options& options_;
     const bool terminal_;
+    const bool interactive_;
     const bool colors_;
     std::string file_;
     std::string_view text_;  ///< the text read from a pipe

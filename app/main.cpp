@@ -9,6 +9,7 @@
 #include "app/options.h"
 #include "app/read.h"
 #include "app/summary.h"
+#include "export/text.h"
 #include "import/ForeignFile.h"
 
 namespace lumo::app {
@@ -36,7 +37,7 @@ int WorkOnFile(const std::string& file, const Options& options, Console& console
         std::cerr << "lumo-import: " + failure + "\n";
         return ExitWriteFailed;
     } catch (const std::exception& e) {
-        std::cerr << "lumo-import: " + file + ": " + e.what() + "\n";
+        std::cerr << "lumo-import: " + Visible(file) + ": " + e.what() + "\n";
         return ExitNothing;
     }
 }

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <map>
 
+#include "export/text.h"
 #include "library/Utils.h"
 
 namespace lumo::app {
@@ -80,14 +81,18 @@ void AddOptions(CLI::App& app, Options& options, Raw& raw) {
     app.add_option("-j,--jobs", options.jobs)->check(CLI::Range(1, 256));
 }
 
+bool IsFolder(const std::string& path) {
+    std::error_code unknown;
+    return path != "-" && std::filesystem::is_directory(path, unknown);
+}
+
 /// The first mistake in a convert command, empty when there is none.
 std::string CheckConvert(Options& options, const Raw& raw) {
-    const bool isFolder = std::filesystem::is_directory(options.output);
     options.writer =
         raw.writer.empty() ? FindWriterForFile(options.output) : FindWriter(raw.writer);
     if (options.writer == nullptr)
         return "convert: no format for '" + options.output + "': name one with --to";
-    if (options.files.size() > 1 && !isFolder)
+    if (options.files.size() > 1 && !IsFolder(options.output))
         return "convert: '" + options.output + "' is not a folder, which many files need";
     std::map<std::string, std::string> sources;
     for (const std::string& file : options.files) {
@@ -111,7 +116,7 @@ std::string Check(Options& options, const Raw& raw) {
 }
 
 int UsageError(const std::string& text) {
-    std::cerr << "lumo-import: " << text << "\nTry 'lumo-import --help'.\n";
+    std::cerr << "lumo-import: " << Visible(text) << "\nTry 'lumo-import --help'.\n";
     return ExitUsage;
 }
 
@@ -128,7 +133,7 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     AddOptions(app, options, raw);
     app.add_option("FILE", options.files);
 
-    // Subcommands take over the help and the fallthrough.
+    // Subcommands inherit help and fallthrough.
     CLI::App* check = app.add_subcommand("check");
     check->add_option("FILE", options.files);
     CLI::App* convert = app.add_subcommand("convert");
@@ -152,8 +157,7 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
 }
 
 std::string OutputFor(const Options& options, const std::string& file) {
-    if (options.output == "-" || !std::filesystem::is_directory(options.output))
-        return options.output;
+    if (!IsFolder(options.output)) return options.output;
     const std::string name = file == "-" ? "stdin" : std::filesystem::path(file).stem().string();
     return (std::filesystem::path(options.output) / (name + options.writer->extension)).string();
 }

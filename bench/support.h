@@ -2,6 +2,10 @@
 #pragma once
 
 #include <benchmark/benchmark.h>
+#include <malloc.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <charconv>
 #include <chrono>
@@ -71,8 +75,35 @@ inline OwnedNet ImportForBench(const std::string& text, int format) {
     return net;
 }
 
-/// Measures import and bare pass interleaved; the counter "of_bare" is the bare pass's time divided
-/// by the import's: 1.0 means as fast as the bare pass.
+/// Bytes that the work makes the process grow by at its peak, measured in a child process of its
+/// own.
+inline double PeakGrowth(const std::function<void()>& work) {
+    malloc_trim(0);
+    int ends[2];
+    if (pipe(ends) != 0) return 0;
+    const pid_t child = fork();
+    if (child == 0) {
+        const auto peak = [] {
+            rusage usage{};
+            getrusage(RUSAGE_SELF, &usage);
+            return usage.ru_maxrss * 1024L;
+        };
+        const long before = peak();
+        work();
+        const long growth = peak() - before;
+        _exit(write(ends[1], &growth, sizeof growth) == sizeof growth ? 0 : 1);
+    }
+    long growth = 0;
+    close(ends[1]);
+    if (read(ends[0], &growth, sizeof growth) != sizeof growth) growth = 0;
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    return static_cast<double>(growth);
+}
+
+/// Measures import and bare pass interleaved. Counters: of_bare, the bare pass's time divided by
+/// the import's (1.0: as fast as the bare pass); ns_per_node; and what the peak of memory is beyond
+/// the file and its tables, in all and in bytes a node.
 inline void MeasureImport(benchmark::State& state, const std::string& text, int format) {
     double import = 1e100;
     double bare = 1e100;
@@ -84,7 +115,18 @@ inline void MeasureImport(benchmark::State& state, const std::string& text, int 
     }
     state.SetBytesProcessed(static_cast<long long>(text.size()) *
                             static_cast<long long>(state.iterations()));
+    const OwnedNet net = ImportForBench(text, format);
+    double tables = 0;
+    for (const Bnode_bn* node : net->nodes) {
+        if (node->relation.probs != nullptr) tables += 4.0 * NumProduct(node->family);
+    }
+    const double beyond =
+        PeakGrowth([&] { benchmark::DoNotOptimize(ImportForBench(text, format)); }) -
+        static_cast<double>(text.size()) - tables;
     state.counters["of_bare"] = bare / import;
+    state.counters["ns_per_node"] = 1e9 * import / net->nodes.N;
+    state.counters["beyond_MB"] = beyond / 1e6;
+    state.counters["beyond_B_per_node"] = beyond / net->nodes.N;
 }
 
 }  // namespace lumo::bench

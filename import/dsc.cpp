@@ -82,7 +82,7 @@ std::string FoundName(Parser_kt& in, char c) {
     constexpr std::size_t longestShown = 80;
     const std::string_view word = c == 0 ? in.peekWord() : std::string_view();
     if (word.empty()) return CharName(c);
-    return "'" + std::string(word.substr(0, longestShown)) + "'";
+    return Format("'%s'", std::string(word.substr(0, longestShown)).c_str());
 }
 
 void PutBack(Parser_kt& in, char c) {
@@ -334,11 +334,14 @@ void read_discrete(Parser_kt& in, char c, NodeValues& values) {
         return;
     }
     int count = 0;
+    in.skipSpaces();
+    const ParserPos_kt list = in.getPos();
     OwnedStrs names = read_state_names(in, illegible ? MaxStates : stated, count);
     if (illegible) values.numStates = count;
     if (count == values.numStates) {
         values.stateNames = std::move(names);
     } else {
+        in.setTokenStart(list);
         in.makeWarning(-4010, "supposed to be %d states, but there are %d state names",
                        values.numStates, count);
     }

@@ -1,6 +1,7 @@
 // Hugin files: where reading goes on after a damaged header, field, brace or quote, so that only
 // the damaged object is lost. All costs stay linear over a file: what was looked for in vain is
 // remembered, and what may be read once more is bounded.
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -18,7 +19,7 @@ constexpr const char* ObjectWords[] = {"net",     "class",     "node",       "de
                                        "utility", "potential", "continuous", "discrete",
                                        "boolean", "function",  "temporal",   "instance"};
 
-bool BraceMissing = false;    // a '}' is known to be missing in the file
+bool Wary = false;            // a '}' or a quote is known to be missing in a body passed over
 long long BytesToReread = 0;  // what may still be read once more
 
 /// The text not read yet.
@@ -44,6 +45,32 @@ bool IsObjectWord(std::string_view word) {
     return false;
 }
 
+/// Goes back from where reading is to the end of a line on which the quote opens a string that
+/// never closes there.
+void ResumeAfterLine(Parser_kt& in, ParserPos_kt quote, ParserPos_kt lineEnd) {
+    in.setPos(lineEnd);
+    in.setTokenStart(quote);
+    in.makeError(num::unterminatedString, "missing closing quote");
+}
+
+/// For the input at an opening quote: how far behind it its line ends, when the quote does not
+/// close on its line and the string that it opens ends in the middle of something; npos when all is
+/// well.
+std::size_t RunOnAfter(Parser_kt& in) {
+    const std::string_view text = Rest(in);
+    const std::size_t close = std::min(ClosingQuote(text, 1), text.size());
+    const std::size_t lineEnd = text.substr(0, close).find_first_of("\r\n");
+    if (lineEnd == std::string_view::npos) return lineEnd;
+    if (static_cast<long long>(close - lineEnd) > BytesToReread) return std::string_view::npos;
+    const ParserPos_kt quote = in.getPos();
+    in.setPos(quote + close + (close < text.size() ? 1 : 0));
+    const bool ends = close < text.size() && std::strchr(";,)}", in.peekPunc()) != nullptr;
+    in.setPos(quote);
+    if (ends) return std::string_view::npos;
+    BytesToReread -= static_cast<long long>(close - lineEnd);
+    return lineEnd;
+}
+
 /// Passes over a string whose quote was read. False when it runs on.
 bool PassString(Parser_kt& in) {
     in.unreadChar('"');
@@ -53,35 +80,31 @@ bool PassString(Parser_kt& in) {
     return true;
 }
 
-/// Passes over a body whose '{' was read, token by token. False when the input ends in it, or, with
-/// stopAtObject, when another object starts.
-bool SkipTokens(Parser_kt& in, bool stopAtObject) {
+/// Passes over a body whose '{' was read. False when the input ends in it. Warily, other objects
+/// and lines end what is damaged; otherwise damage is just found: false for a string that runs on.
+bool PassBody(Parser_kt& in, bool warily) {
     for (int depth = 1; !in.isAtEnd();) {
+        const ParserPos_kt here = in.getPos();
         const char punc = in.readPunc();
         if (punc == '{') ++depth;
         if (punc == '}' && --depth == 0) return true;
-        if (punc == '"' && stopAtObject)
-            PassString(in);
-        else if (punc == '"')
-            SkipString(in);
+        if (punc == '"' && !warily) {
+            in.setPos(here);
+            if (RunOnAfter(in) != std::string_view::npos) return false;
+            in.skipChar();
+        }
+        if (punc == '"') PassString(in);
         if (punc != 0) continue;
-        if (stopAtObject && AtObject(in)) return false;
+        if (warily && AtObject(in)) return false;
         SkipWord(in);
     }
     return false;
 }
 
-/// Goes back to the end of the line on which the quote opens a string that never closes there.
-void ResumeAfterLine(Parser_kt& in, ParserPos_kt quote, ParserPos_kt lineEnd) {
-    in.setPos(lineEnd);
-    in.setTokenStart(quote);
-    in.makeError(num::unterminatedString, "missing closing quote");
-}
-
 }  // namespace
 
 void StartRecovery(const Parser_kt& in) {
-    BraceMissing = false;
+    Wary = false;
     BytesToReread = in.bytesLeft();
 }
 
@@ -117,15 +140,13 @@ bool AtObject(Parser_kt& in) {
 // A class has one '}' more, so that a missing one shows only at the end of the input.
 void SkipBody(Parser_kt& in) {
     const ParserPos_kt start = in.getPos();
-    if (!BraceMissing) {
-        in.skipStructure('{', '}', true);
-        if (!in.isAtEnd()) return;
-        in.setPos(start);
-        if (HuginVersion == Version5 && SkipTokens(in, false)) return;
-        BraceMissing = true;
+    if (!Wary) {
+        const bool closed = PassBody(in, false);
+        if (closed && (HuginVersion == Version5 || !in.isAtEnd())) return;
+        Wary = true;
         in.setPos(start);
     }
-    SkipTokens(in, true);
+    PassBody(in, true);
 }
 
 void SkipField(Parser_kt& in) {
@@ -158,18 +179,9 @@ void SkipObject(Parser_kt& in) {
 }
 
 bool StringRunsOn(Parser_kt& in) {
-    const std::string_view text = Rest(in);
-    const std::size_t close = ClosingQuote(text, 1);
-    const std::size_t lineEnd = text.substr(0, close).find_first_of("\r\n");
+    const std::size_t lineEnd = RunOnAfter(in);
     if (lineEnd == std::string_view::npos) return false;
-    const ParserPos_kt quote = in.getPos();
-    if (close != std::string_view::npos) {
-        in.setPos(quote + close + 1);
-        const bool ends = std::strchr(";,)}", in.peekPunc()) != nullptr;
-        in.setPos(quote);
-        if (ends) return false;
-    }
-    ResumeAfterLine(in, quote, quote + lineEnd);
+    ResumeAfterLine(in, in.getPos(), in.getPos() + lineEnd);
     return true;
 }
 

@@ -323,7 +323,8 @@ vect_kt<double> NumericValues(const vect_kt<char*>& outcomes) {
 /// One VARIABLE element and the node made from it.
 class VariableReader {
 public:
-    VariableReader(Parser_CString_kt& in, Bnet_bn& net) : in_(in), node_(newNode(net)) {}
+    VariableReader(Parser_CString_kt& in, Bnet_bn& net)
+        : in_(in), node_(newNode(net)), text_(in.work) {}
     ~VariableReader() {
         for (char* outcome : outcomes_) delete[] outcome;
     }
@@ -351,7 +352,7 @@ private:
     Parser_CString_kt& in_;
     Bnode_bn& node_;
     vect_kt<char*> outcomes_;  // owned texts, in file order
-    strin_kt text_;
+    strin_kt& text_;           // the tokenizer's work string
 };
 
 Bnode_bn& VariableReader::newNode(Bnet_bn& net) {
@@ -456,7 +457,7 @@ char** VariableReader::takeOutcomes() {
 class DefinitionReader {
 public:
     DefinitionReader(Parser_CString_kt& in, Bnet_bn& net)
-        : in_(in), net_(net), place_(in.tokenStart()) {}
+        : in_(in), net_(net), place_(in.tokenStart()), text_(in.work) {}
 
     void readContent() { ReadContent(*this, in_, definition, elements_); }
     void apply();
@@ -481,7 +482,7 @@ private:
     Bnode_bn* child_ = nullptr;
     BndList_bn parents_;
     vect_kt<float> numbers_;
-    strin_kt text_;
+    strin_kt& text_;  // the tokenizer's work string
 };
 
 void DefinitionReader::readFor(Tag& tag) { child_ = findNode(tag, -3474); }
@@ -558,11 +559,10 @@ void DefinitionReader::installTable() {
 void ReadVariable(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute,
                   const strin_kt* value) {
     const ParserContext context(in, variableElement.kind);
-    Tag own;
     if (attribute == nullptr) {
-        ReadStartTag(in, variableElement, own);
-        attribute = &own.attribute;
-        value = &own.value;
+        Tag tag;
+        ReadStartTag(in, variableElement, tag);
+        return ReadVariable(in, net, &tag.attribute, &tag.value);
     }
     VariableReader reader(in, net);
     reader.readAttribute(*attribute, *value);
@@ -570,13 +570,15 @@ void ReadVariable(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute
     reader.setStates();
 }
 
-void ReadNode(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute, const strin_kt*) {
+void ReadNode(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute,
+              const strin_kt* value) {
     const ParserContext context(in, definition.kind);
-    Tag own;
     if (attribute == nullptr) {
-        ReadStartTag(in, definition, own);
-        attribute = &own.attribute;
+        Tag tag;
+        ReadStartTag(in, definition, tag);
+        return ReadNode(in, net, &tag.attribute, &tag.value);
     }
+    static_cast<void>(value);  // of an attribute that means nothing here
     if (!attribute->isEmpty()) WarnUnknownAttribute(in, definition, *attribute);
     DefinitionReader reader(in, net);
     reader.readContent();

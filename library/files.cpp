@@ -55,8 +55,8 @@ public:
         return status.st_size;
     }
 
-    /// Reads up to `most` bytes, waiting while a writer has none ready. Returns 0 at the end and -1,
-    /// with errno set, on failure.
+    /// Reads up to `most` bytes, waiting while a writer has none ready.
+    /// Returns 0 at the end and -1, with errno set, on failure.
     long long read(char* out, long long most) const {
         const auto step = static_cast<std::size_t>(std::min(most, MaxReadStep));
         for (;;) {

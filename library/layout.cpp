@@ -140,6 +140,22 @@ void MeasurePart(const Metrics& metrics, ListedPart& listed) {
     listed.height = (rows - 1) * metrics.pitch + metrics.boxHeight;
 }
 
+Placement BestPlacement(const Part& part, const Metrics& metrics, layout::Layered& graph) {
+    std::vector<layout::Rows> orders = layout::OrderRows(graph);
+    if (!layout::IsPolished(part)) orders.resize(1);
+    Placement best;
+    double least = 0;
+    for (layout::Rows& order : orders) {
+        graph.rows = std::move(order);
+        Placement placement = layout::PlaceRows(part, graph, metrics);
+        const double cost = orders.size() == 1 ? 0 : layout::PictureCost(part, metrics, placement);
+        if (!best.x.empty() && cost >= least) continue;
+        least = cost;
+        best = std::move(placement);
+    }
+    return best;
+}
+
 void PlacePart(const Metrics& metrics, ListedPart& listed) {
     Part& part = listed.part;
     if (part.size() == 1) {
@@ -147,8 +163,7 @@ void PlacePart(const Metrics& metrics, ListedPart& listed) {
     } else {
         std::vector<int> layers = layout::AssignLayers(part);
         layout::Layered graph = layout::MakeLayered(part, std::move(layers));
-        layout::OrderRows(graph);
-        listed.placement = layout::PlaceRows(part, graph, metrics);
+        listed.placement = BestPlacement(part, metrics, graph);
         layout::Polish(part, metrics, listed.placement);
     }
     MeasurePart(metrics, listed);

@@ -59,13 +59,16 @@ private:
     std::vector<int> neighbours_;
 };
 
+/// Vertices of every row, rows from top to bottom, each from left to right.
+using Rows = std::vector<std::vector<int>>;
+
 /// A part with every link cut into steps from one row to the next by way-points, which are the
 /// vertices from `nodes` on.
 struct Layered {
     int nodes = 0;
-    std::vector<int> layer;              ///< of every vertex
-    std::vector<Link> wayOf;             ///< of every way-point: the ends of its link
-    std::vector<std::vector<int>> rows;  ///< vertices of each layer, from left to right
+    std::vector<int> layer;   ///< of every vertex
+    std::vector<Link> wayOf;  ///< of every way-point: the ends of its link
+    Rows rows;
     Adjacency up, down;
     long long steps = 0;  ///< links between neighbouring rows
     int size() const { return static_cast<int>(layer.size()); }
@@ -73,8 +76,8 @@ struct Layered {
 
 /// Where a part's nodes stand; the left edge of the leftmost box is 0.
 struct Placement {
-    std::vector<double> x;               ///< centres
-    std::vector<std::vector<int>> rows;  ///< from top to bottom, each from left to right
+    std::vector<double> x;  ///< centres
+    Rows rows;
     double width = 0;
 };
 
@@ -86,11 +89,18 @@ std::vector<int> AssignLayers(Part& part);
 /// the longest links are left out.
 Layered MakeLayered(const Part& part, std::vector<int> layers);
 
-/// Orders the rows for few crossings; returns the number of crossings of the steps.
-long long OrderRows(Layered& graph);
+/// Orders of the rows with few crossings of the steps; the first has the fewest, but straight links
+/// may like another one better.
+std::vector<Rows> OrderRows(Layered& graph);
 
 /// Gives the nodes of the ordered rows their places. Rows far too wide are folded into several.
 Placement PlaceRows(const Part& part, const Layered& graph, const Metrics& metrics);
+
+/// True for parts small enough to look at the straight links of the picture.
+bool IsPolished(const Part& part);
+
+/// What a placement loses by crossings, links through boxes and long links.
+double PictureCost(const Part& part, const Metrics& metrics, Placement& placement);
 
 /// Moves single nodes while that rids the drawing of crossings and of links through boxes. Does
 /// nothing in large parts.

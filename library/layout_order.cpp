@@ -18,6 +18,7 @@ constexpr int MaxRounds = 40;
 constexpr long long BlockSteps = 4000;
 constexpr long long BlockWork = 8'000'000;
 constexpr int BlockAttempts = 200;
+constexpr std::size_t MostOrders = 16;
 
 /// Counts how many numbers added before are larger than a number.
 class LargerCounter {
@@ -43,8 +44,6 @@ private:
     int total_ = 0;
 };
 
-using Rows = std::vector<std::vector<int>>;
-
 class Ordering {
 public:
     explicit Ordering(Layered& graph)
@@ -53,7 +52,7 @@ public:
           key_(graph.layer.size()),
           work_(SmallWork + WorkPerVertex * (graph.size() + graph.steps)) {}
 
-    long long run() {
+    std::vector<Rows> run() {
         best_ = graph_.rows;
         constexpr std::pair<bool, bool> searches[] = {{true, false}, {true, true}, {false, true}};
         for (const auto& [down, up] : searches) {
@@ -62,8 +61,9 @@ public:
             attempt();
         }
         if (bestCount_ > 0 && graph_.steps <= BlockSteps) orderBlocks();
-        graph_.rows = std::move(best_);
-        return bestCount_;
+        orders_.push_back(std::move(best_));
+        std::ranges::reverse(orders_);
+        return std::move(orders_);
     }
 
 private:
@@ -104,12 +104,14 @@ private:
 
     /// Orders blocks, from the best rows so far and again and again from a disturbed best order.
     void orderBlocks() {
+        orders_.push_back(best_);
         BlockOrder blocks(graph_);
         Dice dice;
         blocks.readRows(best_);
         long long work = BlockWork;
         blocks.improve(work);
         long long count = record(blocks.rows());
+        orders_.push_back(graph_.rows);
         std::vector<int> order = blocks.order();
         for (int i = 0; i < BlockAttempts && work > 0 && bestCount_ > 0; ++i) {
             blocks.setOrder(order);
@@ -117,6 +119,7 @@ private:
             blocks.improve(work);
             const long long reached = record(blocks.rows());
             if (reached > count) continue;
+            if (reached < count || i % 4 == 0) orders_.push_back(graph_.rows);
             count = reached;
             order = blocks.order();
         }
@@ -300,6 +303,7 @@ private:
     std::vector<double> key_;
     std::vector<int> moving_;
     LargerCounter counter_;
+    std::vector<Rows> orders_;  ///< worth trying besides the best one
     Rows best_;
     long long bestCount_ = LLONG_MAX;
     long long work_;
@@ -307,9 +311,11 @@ private:
 
 }  // namespace
 
-long long OrderRows(Layered& graph) {
-    if (graph.rows.size() < 2) return 0;
-    return Ordering(graph).run();
+std::vector<Rows> OrderRows(Layered& graph) {
+    if (graph.rows.size() < 2) return {graph.rows};
+    std::vector<Rows> orders = Ordering(graph).run();
+    if (orders.size() > MostOrders) orders.resize(MostOrders);
+    return orders;
 }
 
 }  // namespace lumo::layout

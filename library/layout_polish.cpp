@@ -147,7 +147,8 @@ constexpr int PolishedNodes = 600;
 constexpr std::size_t PolishedLinks = 1500;
 constexpr long long PolishWork = 25'000'000;
 constexpr int PolishPasses = 8;
-constexpr int Disturbances = 300;
+constexpr int Disturbances = 80;  ///< without gain, before it is given up
+constexpr double LeastGain = 0.1;
 constexpr int RowsTried = 2;  ///< above and below a node's own
 constexpr std::size_t PlacesTried = 24;
 constexpr double MovedWeight = 3;  ///< of the moved node's wish against its row's
@@ -180,12 +181,14 @@ public:
     void run() {
         settle();
         double reached = totalCost();
-        for (int i = 0; i < Disturbances && reached >= CrossingCost && work_ > 0; ++i) {
+        int patience = Disturbances;
+        while (reached >= CrossingCost && work_ > 0 && patience-- > 0) {
             const std::vector<double> oldX = x_;
             const std::vector<std::vector<int>> oldRows = rows_;
             disturb();
             settle();
             const double now = totalCost();
+            if (now < reached - LeastGain) patience = Disturbances;
             if (now <= reached) {
                 reached = now;
             } else {
@@ -195,6 +198,14 @@ public:
             }
         }
         std::erase_if(rows_, [](const auto& row) { return row.empty(); });
+    }
+
+    double totalCost() {
+        double sum = 0;
+        linkChanged_.assign(lines_.size(), true);
+        for (std::size_t i = 0; i < lines_.size(); ++i) sum += linkCost(i);
+        linkChanged_.assign(lines_.size(), false);
+        return sum;
     }
 
 private:
@@ -403,14 +414,6 @@ private:
         return sum;
     }
 
-    double totalCost() {
-        double sum = 0;
-        linkChanged_.assign(lines_.size(), true);
-        for (std::size_t i = 0; i < lines_.size(); ++i) sum += linkCost(i);
-        linkChanged_.assign(lines_.size(), false);
-        return sum;
-    }
-
     /// A link's own cost and that of its meeting links that did not change or come after it.
     double linkCost(std::size_t i) {
         const Segment line = lines_[i];
@@ -458,9 +461,16 @@ private:
 
 }  // namespace
 
+bool IsPolished(const Part& part) {
+    return part.size() <= PolishedNodes && part.links.size() <= PolishedLinks;
+}
+
+double PictureCost(const Part& part, const Metrics& metrics, Placement& placement) {
+    return Polisher(part, metrics, placement).totalCost();
+}
+
 void Polish(const Part& part, const Metrics& metrics, Placement& placement) {
-    if (part.size() < 3 || part.size() > PolishedNodes) return;
-    if (part.links.size() > PolishedLinks || placement.rows.size() < 2) return;
+    if (part.size() < 3 || placement.rows.size() < 2 || !IsPolished(part)) return;
     Polisher(part, metrics, placement).run();
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <random>
+#include <utility>
 
 namespace lumo {
 
@@ -33,44 +34,54 @@ std::uint64_t HashText(std::string_view text) {
     return hash;
 }
 
+std::uint32_t NodeIndex::half(std::string_view text) {
+    return static_cast<std::uint32_t>(HashText(text));
+}
+
 Bnode_bn* NodeIndex::find(std::string_view text) const {
     if (slots_.empty()) return nullptr;
-    std::size_t at = HashText(text) & mask();
-    while (slots_[at] != nullptr && text != keyOf_(*slots_[at])) at = (at + 1) & mask();
+    const std::uint32_t hash = half(text);
+    std::size_t at = hash & mask();
+    while (slots_[at] != nullptr && (hashes_[at] != hash || text != keyOf_(*slots_[at])))
+        at = (at + 1) & mask();
     return slots_[at];
 }
 
 void NodeIndex::add(Bnode_bn& node) {
     if (2 * (count_ + 1) > slots_.size()) grow();
-    put(node);
+    put(node, half(keyOf_(node)));
     ++count_;
 }
 
 void NodeIndex::remove(const Bnode_bn& node) {
-    std::size_t gap = home(node);
+    std::size_t gap = half(keyOf_(node)) & mask();
     while (slots_[gap] != &node) gap = (gap + 1) & mask();
     // Entries behind the gap move up unless that would put them before their home.
     for (std::size_t at = (gap + 1) & mask(); slots_[at] != nullptr; at = (at + 1) & mask()) {
-        const std::size_t wayHome = (at - home(*slots_[at])) & mask();
+        const std::size_t wayHome = (at - hashes_[at]) & mask();
         if (wayHome < ((at - gap) & mask())) continue;
         slots_[gap] = slots_[at];
+        hashes_[gap] = hashes_[at];
         gap = at;
     }
     slots_[gap] = nullptr;
     --count_;
 }
 
-void NodeIndex::put(Bnode_bn& node) {
-    std::size_t at = home(node);
+void NodeIndex::put(Bnode_bn& node, std::uint32_t hash) {
+    std::size_t at = hash & mask();
     while (slots_[at] != nullptr) at = (at + 1) & mask();
     slots_[at] = &node;
+    hashes_[at] = hash;
 }
 
 void NodeIndex::grow() {
-    std::vector<Bnode_bn*> old(std::max(FirstSlots, 2 * slots_.size()));
-    old.swap(slots_);
-    for (Bnode_bn* node : old) {
-        if (node != nullptr) put(*node);
+    const std::size_t size = std::max(FirstSlots, 2 * slots_.size());
+    const std::vector<Bnode_bn*> nodes = std::exchange(slots_, std::vector<Bnode_bn*>(size));
+    const std::vector<std::uint32_t> hashes =
+        std::exchange(hashes_, std::vector<std::uint32_t>(size));
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        if (nodes[i] != nullptr) put(*nodes[i], hashes[i]);
     }
 }
 

@@ -14,8 +14,9 @@ class Bnode_bn;
 /// Hash of a text. It differs from process to process, so that no file can be made to collide.
 std::uint64_t HashText(std::string_view text);
 
-/// Nodes by a text of theirs: open addressing over the node pointers, 8 bytes a slot, at most half
-/// full. The texts must be distinct, and stay as they are while their node is in the index.
+/// Nodes by a text of theirs: open addressing over the node pointers and half of their hashes, 12
+/// bytes a slot, at most half full; a node is looked at only when its half hash is the one wanted.
+/// The texts must be distinct, and stay as they are while their node is in the index.
 class NodeIndex {
 public:
     using KeyOf = const char* (*)(const Bnode_bn&);
@@ -26,13 +27,14 @@ public:
     void remove(const Bnode_bn& node);
 
 private:
-    std::size_t home(const Bnode_bn& node) const { return HashText(keyOf_(node)) & mask(); }
+    static std::uint32_t half(std::string_view text);
     std::size_t mask() const { return slots_.size() - 1; }
-    void put(Bnode_bn& node);
+    void put(Bnode_bn& node, std::uint32_t hash);
     void grow();
 
     KeyOf keyOf_;
-    std::vector<Bnode_bn*> slots_;  // a power of two, or none
+    std::vector<Bnode_bn*> slots_;       // a power of two, or none
+    std::vector<std::uint32_t> hashes_;  // of the nodes in the slots
     std::size_t count_ = 0;
 };
 

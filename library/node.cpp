@@ -34,6 +34,13 @@ bool AllLegal(char* const* names, int count) {
 
 /// The first name that an earlier entry has too, null when all are distinct. Null entries are none.
 const char* FirstRepeated(char* const* names, int count) {
+    constexpr int few = 8;  // compared each with each, without a set
+    if (count <= few) {
+        for (int i = 1; i < count; ++i)
+            for (int j = 0; j < i; ++j)
+                if (names[i] != nullptr && streql_kt(names[i], names[j])) return names[i];
+        return nullptr;
+    }
     std::unordered_set<std::string_view> seen;
     for (int i = 0; i < count; ++i) {
         if (names[i] != nullptr && !seen.insert(names[i]).second) return names[i];

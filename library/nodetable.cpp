@@ -34,7 +34,7 @@ public:
         if (stack_.empty() || stack_.back().start != index || stack_.back().lists > 0) {
             if (stack_.size() >= MostFrames)
                 return fail("the data list is nested too deeply", place);
-            stack_.push_back({index, place});
+            stack_.push_back({index});
         }
         ++stack_.back().pairs;
     }
@@ -50,7 +50,7 @@ public:
         --depth_;
         if (stack_.empty()) return;
         Frame& frame = stack_.back();
-        if (frame.lists != 1 || frame.hasNumbers) check(frame, index);
+        if (frame.lists != 1 || frame.hasNumbers) check(frame, index, place);
         frame.hasNumbers = false;
         frame.lists = 1;  // itself, in the next pair around it
         if (--frame.pairs > 0) return;
@@ -71,8 +71,7 @@ private:
         long long span;        ///< numbers of one state
     };
     struct Frame {
-        long long start;  ///< index of its first number
-        ParserPos_kt place;
+        long long start;      ///< index of its first number
         int pairs = 0;        ///< open pairs that start there
         long long lists = 0;  ///< closed within the innermost of them
         bool hasNumbers = false;
@@ -85,7 +84,7 @@ private:
         place_ = place;
     }
 
-    void check(const Frame& frame, long long end) {
+    void check(const Frame& frame, long long end, ParserPos_kt place) {
         const long long span = end - frame.start;
         if (frame.start == lastEnd_ && span == lastSpan_) {  // the next one like a list in order
             lastEnd_ = end;
@@ -109,7 +108,7 @@ private:
         const char* const what = frame.lists > 0 ? "lists" : "numbers";
         fail(Format("a list at the level of '%s' holds %lld %s, but %d were expected", name, held,
                     what, states),
-             frame.place);
+             place);
     }
 
     const Bnode_bn& node_;

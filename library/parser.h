@@ -284,7 +284,7 @@ private:
 
     // Scanning, which consumes nothing: each takes a place in the text and gives another.
     bool commentAt(const char* p) const {
-        return (has(p, CharPropComment) || *p == '<') && startsComment(p);
+        return (has(p, CharPropComment) || (p[0] == '<' && p[1] == '!')) && startsComment(p);
     }
     bool startsComment(const char* p) const;
     const char* pastComment(const char* p);

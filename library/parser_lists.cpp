@@ -42,7 +42,9 @@ rept_kt* ReadPair(Parser_kt& in, double (&pair)[2]) {
     const bool opened = Take(in, '(');
     if (in.readDoubles(pair, 2, true) < 2)
         return Unexpected(in, num::badCoordinate, "a pair of numbers");
+    const ParserPos_kt last = in.tokenStart();
     if (opened && !Take(in, ')')) return Unexpected(in, num::badCoordinate, "')'");
+    in.setTokenStart(last);
     return nullptr;
 }
 
@@ -65,7 +67,8 @@ rept_kt* ReadIntPair(Parser_kt& in, coord_kt& out) {
 std::string NextToken(Parser_kt& in) {
     const std::string_view word = in.peekWord();
     in.setTokenStart(in.getPos());
-    if (!word.empty()) return "'" + Shown(word) + "'";
+    if (!word.empty()) return Format("'%s'", Shown(word).c_str());
+    if (in.peekChar() == 0) return "the end of the input";
     return CharName_kt(static_cast<unsigned char>(in.peekChar()));
 }
 

@@ -126,7 +126,7 @@ void Parser_CString_kt::readXMLText(const char* stops, strin_kt& out) {
 
 /// Past the CDATA section at p, which is text, or the comment or instruction, which are none.
 const char* Parser_CString_kt::pastTextMarkup(const char* p, strin_kt& out) {
-    if (*p != '<') return p;
+    if (*p != '<' || (p[1] != '!' && p[1] != '?')) return p;
     const char* const past = pastShielded(p);
     if (past != p && StartsWith(p, CDataStart))
         out.append(ViewOf(p + CDataStart.size(), past - CDataEnd.size()));
@@ -204,11 +204,12 @@ struct XMLMarkup {
         name = takeName(p);
         if (name.empty()) throw unexpected(p, num::badXML, "an attribute or '>'");
         p = pastWhite(p);
-        if (*p != '=') throw unexpected(p, num::badXML, "'=' after '" + Shown(name) + "'");
+        if (*p != '=')
+            throw unexpected(p, num::badXML, Format("'=' after '%s'", Shown(name).c_str()));
         p = pastWhite(p + 1);
         const char quote = *p;
         if (quote != '"' && quote != '\'')
-            throw unexpected(p, num::badXML, "a quoted value of '" + Shown(name) + "'");
+            throw unexpected(p, num::badXML, Format("a quoted value of '%s'", Shown(name).c_str()));
         const char ends[] = {quote, '<', 0};  // a '<' cannot stand in a value
         const char* const last = p + 1 + std::strcspn(p + 1, ends);
         value = ViewOf(p + 1, last);
@@ -237,6 +238,32 @@ struct XMLMarkup {
         state.emptyName = element;
     }
 
+    /// Reads the tag, when it stands right here, blanks aside, and is a name in angle brackets
+    /// alone, as most are. Returns whether it did.
+    bool takePlainTag(strin_kt& tag, bool& isEnd) {
+        const char* const p = in.channel.position + std::strspn(in.channel.position, Blanks.data());
+        if (*p != '<') return false;
+        const char* const name = p + (p[1] == '/' ? 2 : 1);
+        const char* last = name;
+        while (in.has(last, CharPropLetter)) ++last;
+        if (last == name || *last != '>') return false;
+        tag.append(ViewOf(name, last));
+        isEnd = p[1] == '/';
+        in.setTokenStart(p);
+        in.channel.position = last + 1;
+        return true;
+    }
+
+    /// Passes over the end tag of the element when it stands right here without blanks in it.
+    bool takePlainEndTag(std::string_view name) {
+        const char* const p = in.channel.position;
+        if (p[0] != '<' || p[1] != '/' || !StartsWith(p + 2, name) || p[2 + name.size()] != '>')
+            return false;
+        in.setTokenStart(p);
+        in.channel.position = p + name.size() + 3;
+        return true;
+    }
+
     bool takeEmptyElement() {
         if (!in.atEmptyElement()) return false;
         in.setTokenStart(in.channel.position);
@@ -263,9 +290,11 @@ bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, s
         tag.append(markup.state.emptyName);
         return true;
     }
+    bool isEnd = false;
+    if (markup.takePlainTag(tag, isEnd)) return isEnd;
     const char* p = markup.toTag(num::badXML, "a tag");
     const ParserPos_kt start = in.tokenStart();
-    const bool isEnd = *p == '/';
+    isEnd = *p == '/';
     if (isEnd) ++p;
     const std::string_view name = markup.takeTagName(p);
     tag.append(name);
@@ -279,7 +308,8 @@ bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, s
 
 void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) {
     XMLMarkup markup(in);
-    const std::string expected = "</" + Shown(tag.view()) + ">";
+    if (markup.takePlainEndTag(tag.view())) return;
+    const std::string expected = Format("</%s>", Shown(tag.view()).c_str());
     const ParserPos_kt before = in.getPos();
     if (markup.takeEmptyElement()) {
         if (tag.view() == markup.state.emptyName) return;

@@ -64,7 +64,8 @@ public:
             FailAssert_kt("req_size >= N", "vect", 608);
             return;
         }
-        const long long bytes = static_cast<long long>(req_size) * static_cast<long long>(sizeof(T));
+        const long long bytes =
+            static_cast<long long>(req_size) * static_cast<long long>(sizeof(T));
         AcquiringVectMemory_kt(bytes);
         T* fresh = nullptr;
         try {
@@ -91,7 +92,8 @@ private:
     void freeStorage() {
         if (array == nullptr) return;
         delete[] array;
-        ReleasingVectMemory_kt(static_cast<long long>(capacity) * static_cast<long long>(sizeof(T)));
+        ReleasingVectMemory_kt(static_cast<long long>(capacity) *
+                               static_cast<long long>(sizeof(T)));
     }
 };
 

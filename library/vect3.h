@@ -57,8 +57,8 @@ public:
     }
     void append(std::string_view text);
 
-    /// The text, zero-terminated (16-bit text: with a 16-bit zero) in place; the count is unchanged.
-    /// Valid until the string changes.
+    /// The text, zero-terminated in place (16-bit text: with a 16-bit zero); the count is
+    /// unchanged. Valid until the string changes.
     char* getCStr();
 
     /// A new[] copy of the text, zero-terminated, with one spare byte (see DupStr_kt).

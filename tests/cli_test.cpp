@@ -124,6 +124,26 @@ TEST_F(Cli, SummaryOnOutputDiagnosticsOnError) {
     EXPECT_EQ(run("$L --color always check errors.dsc").err.find("\x1b[1merrors.dsc:3:14:"), 0U);
 }
 
+TEST_F(Cli, SourceLineAndCaretOnATerminal) {
+    const auto onTerminal = [this](const std::string& line) {
+        write("t.dsc", "belief network \"e\"\n" + line + "\n");
+        return run("TERM=dumb script -qec \"$L check t.dsc\" /dev/null").out;
+    };
+    EXPECT_EQ(onTerminal("\tprobability (b) { 0.5; }"),
+              "t.dsc:2:15: error: undeclared node 'b' [-4016]\r\n"
+              "  in probability\r\n"
+              "   probability (b) { 0.5; }\r\n"
+              "                ^\r\n");
+    EXPECT_NE(onTerminal("/*\xC3\xA9\x1b[31m\xE9*/ probability (b) { }")
+                  .find("  /*é\\x1b[31mé*/ probability (b) { }\r\n"
+                        "                              ^\r\n"),
+              std::string::npos);
+    const std::string far(5000, ' ');
+    const std::string windowed = onTerminal(far + "probability (b)" + far);
+    EXPECT_LT(windowed.size(), 500U);
+    EXPECT_NE(windowed.find("probability (b)  "), std::string::npos);
+}
+
 TEST_F(Cli, DiagnosticsAsJsonLines) {
     const auto report = nlohmann::json::parse(run("$L check --diagnostics json errors.dsc").err);
     EXPECT_EQ(report["file"], "errors.dsc");

@@ -48,27 +48,6 @@ TEST(DscHostile, TablesOutOfProportion) {
     }
 }
 
-TEST(DscHostile, CountsAndTuplesOutOfRange) {
-    const std::string ab = "network n node A{} node B{} probability(B|A){";
-    const std::pair<std::string, int> cases[] = {
-        {"network n node A{type:discrete[2147483647]={a};}", num::badStateCount},
-        {"network n node A{type:discrete[99999999999]={a,b};}", num::numberTooLarge},
-        {ab + "(): 1,0; }", num::wrongListCount},
-        {ab + "(0,0): 1,0; }", num::wrongListCount},
-        {ab + "(2): 1,0; }", num::badParentState},
-        {ab + "(-1): 1,0; }", num::badParentState},
-        {ab + "(-5): 1,0; }", num::badParentState},
-        {ab + "(0.5): 1,0; }", num::notAnInteger},
-        {ab + "(0 : 1,0; }", num::notAnInteger},
-    };
-    for (const auto& [text, number] : cases) {
-        SCOPED_TRACE(text);
-        const Imported got = Dsc(text);
-        EXPECT_EQ(got.seen.errors(), 1);
-        EXPECT_EQ(got.seen.count(number), 1);
-    }
-}
-
 TEST(DscHostile, LongTextsEnd) {
     const int many = 1'000'000;
     const std::string ab = "network n node A{} node B{}";

@@ -63,7 +63,7 @@ network x node A {~ ) } -> 1 -4006 2:2 unexpected punctuation '')''
 network x node A {~ name "{"; } -> 1 -4007 2:2 missing colon ':' after attribute name
 network x node A {~ type: discrete; } -> 1 -4008 2:8 missing [ after type:discrete
 network x node A {~ type: discrete[2] {a;b}; } -> 1 -4009 2:20 missing ]= after type:discrete
-network x node A {~ type: discrete[2] = {a} ; } -> 1 -4010 2:24 supposed to be 2 states, but there are 1 state names
+network x node A {~ type: discrete[2] = {a} ; } -> 1 -4010 2:22 supposed to be 2 states, but there are 1 state names
 network x node A {~ type: fuzzy[2] = {a,b}; } -> 1 -4011 2:8 unknown or ignored node type 'fuzzy'
 network x node A {~ cost: fix = 2, "}" ; } -> 1 -4012 2:2 unknown or ignored attribute 'cost'
 network x node A {~ name: a~} -> 1 -4013 3:1 missing semicolon at end
@@ -81,8 +81,15 @@ network x node A {}~node A { }~node B{} -> 2 -5080 2:6 there is a node 'A' alrea
 %(B|A) {~default=1,0; } -> 3 -4024 3:8 expecting colon (:), but read '='
 %(A) { 1, 0~ } -> 3 -3611 3:2 expected semicolon (;) after probablity vector, but read '}'
 %(B|A) { (0):1,0; (2):1,0; } -> 3 -5094 2:30 state 2 of node 'A' is wanted for a row of node 'B', but it has 2 states~-5092 2:1 1 of the 2 rows of node 'B' are missing, and are zeros
+network x node A{type:discrete[2147483647]={a};} -> 1 -4010 1:44 supposed to be 2147483647 states, but there are 1 state names~-5085 1:16 node 'A' is to have 2147483647 states, but the limit is 1000000
+network x node A{type:discrete[99999999999]={a,b};} -> 1 -5041 1:32 number '99999999999' is too large
+%(B|A) { (): 1,0; } -> 3 -5048 2:22 1 numbers wanted, but 0 read
+%(B|A) { (-1): 1,0; } -> 3 -5094 2:21 state -1 of node 'A' is wanted for a row of node 'B', but it has 2 states
+%(B|A) { (-5): 1,0; } -> 3 -5094 2:21 state -5 is wanted for a row of node 'B', but states are counted from 0
+%(B|A) { (0.5): 1,0; } -> 3 -5042 2:22 '0.5' is not an integer
+%(B|A) { (0 : 1,0; } -> 3 -5042 2:24 expected an integer, but found ':'
 %(B|A) { (0,1):1,0; } -> 3 -5048 2:25 1 numbers wanted, but 2 read
-%(B|A,A) { (0,0):1,0; (1,0):1,0; (1,1):1,0; } -> 3 -5084 2:18 node 'A' is named again as a parent of node 'B'~-5211 2:35 this row names two states of node 'A', so it is passed over
+%(B|A,A) { (0,0):1,0; (1,0):1,0; (1,1):1,0; } -> 3 -5084 2:18 node 'A' is named again as a parent of node 'B'~-5211 2:34 this row names two states of node 'A', so it is passed over
 %(C) {~ 1, 0; } -> 3 -4034 3:2 fewer numbers than states, the missing ones are 0
 %(C) {~ 1, 0, 0, 0; } -> 3 -4034 3:2 more numbers than states, the rest is passed over
 %(C) {~ 1, 0, o; } -> 3 -4034 3:2 something that is no number is taken as 0

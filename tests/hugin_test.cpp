@@ -1,4 +1,6 @@
 // Hugin .net files: what is read into the net, every report at its place, and recovery from damage.
+#include <algorithm>
+
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -334,10 +336,10 @@ constexpr const char* Reports = R"(
 -5082 3:16 | net { }~node A { }~potential (A | A) { data = (1 0); }
 -5086 2:10 | net { }~node A { HR_State_2 = "x"; }
 -5046 2:24 | net { }~node A { position = (1 x); }
--5041 2:27 coordinate 3e+09 is too large | net { }~node A { position = (1 3e9); }
+-5041 2:24 coordinate 3e+09 is too large | net { }~node A { position = (1 3e9); }
 -5045 2:14 text of 256 characters is cut to 255 | net { }~node A { u = "*"; }
 -5045 2:24 group name of 256 characters is cut to 255 | net {~HR_Groups_GroupNames = "*"; }
--5049 3:26 the data of node 'A' should be 2 numbers, but 3 were read | net { }~node A { }~potential (A) { data=(1 2 3); }
+-5049 3:27 the data of node 'A' should be 2 numbers, but 3 were read | net { }~node A { }~potential (A) { data=(1 2 3); }
 -5096 2:26 10001 groups are declared, but at most 10000 are possible | net {~HR_Groups_UserGroupsNo = "10001"; }
 -5096 2:28 group index 2147483647 is too high: at most 10000 groups | net {~HR_Group_2147483647_Name = "x"; }
 -5098 2:22 a zoom of 0 per cent counts as 100 per cent | net {~HR_Zoom_ZoomFactor = "0"; }

@@ -156,10 +156,6 @@ TEST(Links, ManyLinksInManyPatterns) {
             for (int d = 1; d <= 3; ++d)
                 for (int i = 0; i + d < Many; ++i) link(i + d, i);
         },
-        [](const auto& link) {  // the same, from the end
-            for (int d = 1; d <= 3; ++d)
-                for (int i = Many - d; i-- > 0;) link(i + d, i);
-        },
         RandomPattern(1'000'000, false),
         RandomPattern(300'000, true),
         [](const auto& link) {  // one child, then one parent, of all; both in front

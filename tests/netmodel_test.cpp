@@ -39,14 +39,6 @@ protected:
     }
 };
 
-TEST_F(NetModel, ANewNodeStandsInNetAndDrawing) {
-    Bnode_bn& node = make("A", 3);
-    EXPECT_EQ(NodeText(node), "nature A at 1,2\n  states - - -\n  none\n");
-    EXPECT_EQ(net->vnets[0]->vnodes[0], node.vns[0]);
-    EXPECT_EQ(&node.net(), net.get());
-    ExpectConsistent(net.get());
-}
-
 TEST_F(NetModel, NodesAreNamedApartAndFoundAsWritten) {
     // Each node is made with the name (null: made up), then labelled (null: not at all).
     const struct {

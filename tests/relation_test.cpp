@@ -319,24 +319,5 @@ TEST(NoisyMax, IsTheDistributionOfTheMaximum) {
     }
 }
 
-TEST(NoisyMax, BadParametersAreRefused) {
-    OwnedNet net(NewVBNet(DupStr_kt("net"), false));
-    ReportScope reports;
-    Bnode_bn& child = *NewNode_ibn("C", 2, *net, {});
-    AddLink_ibn(*NewNode_ibn("P", 3, *net, {}), child);
-    const struct {
-        double params[6];
-        const char* message;
-    } cases[] = {
-        {{0.5, 0.5, 1.5, -0.5, 1, 0}, "noisy-max parameter 3 of node 'C' is 1.5, not from 0 to 1"},
-        {{0.5, 0.5, 1, 0, NAN, 0}, "noisy-max parameter 5 of node 'C' is nan, not from 0 to 1"},
-        {{0.5, 0.5, 1, 0.5, 1, 0}, "noisy-max parameters 3 to 4 of node 'C' sum to 1.5, not to 1"},
-    };
-    for (const auto& each : cases) {
-        EXPECT_STREQ(child.makeIntoNoisyMax(each.params, false)->message, each.message);
-        EXPECT_EQ(child.relation.kind, RelnKindEN::none);
-    }
-}
-
 }  // namespace
 }  // namespace lumo::test
