@@ -308,7 +308,7 @@ private:
 OwnedStrs read_state_names(Parser_kt& in, int wanted, int& count) {
     const ListOpenScope braces(in, '{');
     char** names = ReadListStrings<Parser_kt, true, true, 1>(in, count);
-    if (count == wanted + 1 && (names[wanted] == nullptr || *names[wanted] == 0)) {
+    if (count - 1 == wanted && (names[wanted] == nullptr || *names[wanted] == 0)) {
         delete[] names[wanted];
         names[wanted] = nullptr;
         count = wanted;

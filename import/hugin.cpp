@@ -150,7 +150,7 @@ void ReadObject(Parser_kt& in, Vnet_kt& drawing) {
     char word[ValueSize + 1];
     in.readWord(word, ValueSize);
     for (const Object& object : Objects) {
-        if (!streqli_kt(word, object.word)) continue;
+        if (!IsWord(word, object.word)) continue;
         object.read(in, drawing, object.kind != nullptr ? object.kind : word);
         return;
     }
@@ -429,7 +429,7 @@ FieldHandler<Bnode_bn> read_node_func(const char* name) {
         StateNumStr = name + std::strlen(StatePrefix);
         return parse_node_HR_State_;
     }
-    if (streqli_kt(name, "subtype") || HasPrefix_kt("HR_", name)) return nullptr;
+    if (IsWord(name, "subtype") || HasPrefix_kt("HR_", name)) return nullptr;
     UserFieldName = name;
     return parse_node_userdef;
 }
@@ -472,11 +472,27 @@ void parse_node_position(Parser_kt& in, Bnode_bn& node) {
     node.vns[0]->shiftBy({read.x + safety.x - now.x, read.y + safety.y - now.y});
 }
 
+/// Whether the labels are legal and distinct, when there are few enough to compare each with each.
+bool AreNames(const char* const* labels, int count) {
+    constexpr int few = 8;
+    for (int i = 0; i < count; ++i) {
+        if (count > few || labels[i] == nullptr || !IsLegalName_kt(labels[i])) return false;
+        for (int j = 0; j < i; ++j) {
+            if (streql_kt(labels[i], labels[j])) return false;
+        }
+    }
+    return count > 0;
+}
+
 void parse_node_states(Parser_kt& in, Bnode_bn& node) {
     int count = 0;
     char** const list = ReadListStrings<Parser_kt, true, true, 1>(in, count);
     OwnedStrs labels(list, count);
     constexpr int mostlyUsable = 3;
+    if (AreNames(list, count)) {  // the usual case, without a copy
+        in.setError(node.setStates(count, labels.release(), nullptr, nullptr, nullptr, CheckFull));
+        return;
+    }
     if (StrsNullEmpty_kt(labels.get(), count, 1) > mostlyUsable) {
         in.setError(node.setStates(count, nullptr, nullptr, nullptr, nullptr, CheckFull));
         return;

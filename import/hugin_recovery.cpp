@@ -29,9 +29,9 @@ std::string_view Rest(const Parser_kt& in) {
 
 /// Where the string ends whose text starts at `from`: the place of its closing quote, or npos.
 std::size_t ClosingQuote(std::string_view text, std::size_t from) {
-    for (std::size_t at = text.find_first_of("\"\\", from); at < text.size();
-         at = text.find_first_of("\"\\", at + 2)) {
+    for (std::size_t at = from; at < text.size(); ++at) {
         if (text[at] == '"') return at;
+        if (text[at] == '\\') ++at;
     }
     return std::string_view::npos;
 }

@@ -37,11 +37,17 @@ struct Field {
     FieldHandler<OBJECT> handler;
 };
 
+/// streqli_kt, but quick to see that the first letters differ.
+inline bool IsWord(const char* word, const char* known) {
+    constexpr int caseBit = 'a' ^ 'A';
+    return (word[0] | caseBit) == (known[0] | caseBit) && streqli_kt(word, known);
+}
+
 /// The handler of the field in the table, its name compared ignoring letter case; null when none.
 template <class OBJECT, std::size_t N>
 FieldHandler<OBJECT> FindField(const Field<OBJECT> (&table)[N], const char* name) {
     for (const Field<OBJECT>& field : table) {
-        if (streqli_kt(field.name, name)) return field.handler;
+        if (IsWord(name, field.name)) return field.handler;
     }
     return nullptr;
 }

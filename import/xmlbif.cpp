@@ -15,6 +15,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "import/ForeignFile.h"
 #include "import/readers.h"
@@ -169,13 +170,13 @@ private:
 /// ends before a root.
 bool Document::skipPrologue() {
     for (;;) {
-        in_.skipSpaces();
         if (in_.isAtEnd()) return false;
         const ParserPos_kt start = in_.getPos();
         in_.setTokenStart(start);
         if (const char c = in_.readChar(); c != '<') {
             throw newerrwait_kt(-3493, "expecting '<', but instead there is '%c'", c);
         }
+        if (in_.peekPunc() == '/') return true;  // an end tag where the root should be
         const char c = in_.readPunc();
         if (c == 0) return true;
         if (c != '!' && c != '?') {

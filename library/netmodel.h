@@ -405,6 +405,7 @@ private:
 void Layout(VnodeList_kt& vnodes, const rect_kt& area, bool, bool, bool, double spacing);
 
 /// Size of a drawn node with a label of that many characters, as Layout and the pictures assume it.
+/// It does not grow beyond 40 characters: pictures cut longer labels.
 coord_kt NodeSize(int labelLength);
 
 // ---- Nets ----------------------------------------------------------------------------------

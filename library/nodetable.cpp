@@ -18,6 +18,9 @@ namespace {
 class ShapeCheck {
 public:
     ShapeCheck(const Bnode_bn& node, bool hasStates) : node_(node) {
+        const std::size_t most = static_cast<std::size_t>(node.parents.N) + 2;
+        levels_.reserve(most);
+        stack_.reserve(most);
         long long span = 1;
         const auto addLevel = [&](const Bnode_bn& level) {
             if (level.numStates() < 2 || span > MaxTableEntries) return;

@@ -99,6 +99,7 @@ char** ReadListStrings(PARSER& in, int& count) {
     Open(in, in.listOpenChar);
     const char close = Counterpart(in.listOpenChar);
     std::vector<OwnedStr> entries;
+    entries.reserve(8);  // enough for most
     bool afterComma = false;
     while (!Take(in, close)) {
         if (Take(in, ',')) {
