@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "import/ForeignFile.h"
@@ -304,14 +305,15 @@ private:
     char old_;
 };
 
-/// The braced list of state names. A comma after the last one is allowed.
+/// The braced list of state names. An empty one too many at its end stands for a comma there, which
+/// is allowed.
 OwnedStrs read_state_names(Parser_kt& in, int wanted, int& count) {
     const ListOpenScope braces(in, '{');
     char** names = ReadListStrings<Parser_kt, true, true, 1>(in, count);
-    if (count - 1 == wanted && (names[wanted] == nullptr || *names[wanted] == 0)) {
-        delete[] names[wanted];
-        names[wanted] = nullptr;
-        count = wanted;
+    const int last = count - 1;
+    if (last >= 0 && last == wanted && (names[last] == nullptr || *names[last] == 0)) {
+        delete[] std::exchange(names[last], nullptr);
+        count = last;
     }
     return {names, count};
 }

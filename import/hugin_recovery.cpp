@@ -27,13 +27,22 @@ std::string_view Rest(const Parser_kt& in) {
     return {in.getPos(), static_cast<std::size_t>(in.bytesLeft())};
 }
 
-/// Where the string ends whose text starts at `from`: the place of its closing quote, or npos.
-std::size_t ClosingQuote(std::string_view text, std::size_t from) {
+/// What stands behind an opening quote: where the string closes and where its first line ends; the
+/// size of the text when they do not.
+struct StringEnds {
+    std::size_t close;
+    std::size_t line;
+};
+
+StringEnds FindEnds(std::string_view text, std::size_t from) {
+    StringEnds ends{text.size(), text.size()};
     for (std::size_t at = from; at < text.size(); ++at) {
-        if (text[at] == '"') return at;
-        if (text[at] == '\\') ++at;
+        const char c = text[at];
+        if (c == '"') return {at, std::min(at, ends.line)};
+        if ((c == '\n' || c == '\r') && at < ends.line) ends.line = at;
+        if (c == '\\') ++at;
     }
-    return std::string_view::npos;
+    return ends;
 }
 
 bool IsObjectWord(std::string_view word) {
@@ -58,17 +67,17 @@ void ResumeAfterLine(Parser_kt& in, ParserPos_kt quote, ParserPos_kt lineEnd) {
 /// well.
 std::size_t RunOnAfter(Parser_kt& in) {
     const std::string_view text = Rest(in);
-    const std::size_t close = std::min(ClosingQuote(text, 1), text.size());
-    const std::size_t lineEnd = text.substr(0, close).find_first_of("\r\n");
-    if (lineEnd == std::string_view::npos) return lineEnd;
-    if (static_cast<long long>(close - lineEnd) > BytesToReread) return std::string_view::npos;
+    const auto [close, line] = FindEnds(text, 1);
+    const auto behind = static_cast<long long>(close - line);
+    if (behind == 0 || behind > BytesToReread) return std::string_view::npos;
+    const bool closes = close < text.size();
     const ParserPos_kt quote = in.getPos();
-    in.setPos(quote + close + (close < text.size() ? 1 : 0));
-    const bool ends = close < text.size() && std::strchr(";,)}", in.peekPunc()) != nullptr;
+    in.setPos(quote + close + (closes ? 1 : 0));
+    const bool ends = closes && std::strchr(";,)}", in.peekPunc()) != nullptr;
     in.setPos(quote);
     if (ends) return std::string_view::npos;
-    BytesToReread -= static_cast<long long>(close - lineEnd);
-    return lineEnd;
+    BytesToReread -= behind;
+    return line;
 }
 
 /// Passes over a string whose quote was read. False when it runs on.
@@ -114,11 +123,8 @@ void SkipWord(Parser_kt& in) {
 }
 
 void SkipString(Parser_kt& in) {
-    const std::size_t close = ClosingQuote(Rest(in), 0);
-    if (close == std::string_view::npos)
-        in.jumpToEnd();
-    else
-        in.setPos(in.getPos() + close + 1);
+    const std::size_t close = FindEnds(Rest(in), 0).close;
+    in.setPos(in.getPos() + std::min(close + 1, Rest(in).size()));
 }
 
 // Its word, up to two more with perhaps a ':', and a '{' or '('.
@@ -191,8 +197,9 @@ bool ListRanOn(Parser_kt& in, ParserPos_kt value) {
     if (lineEnd == std::string_view::npos) return false;
     const std::string_view line = read.substr(0, lineEnd);
     std::size_t quote = line.find('"');
-    std::size_t close = std::string_view::npos;
-    while (quote < line.size() && (close = ClosingQuote(line, quote + 1)) < line.size()) {
+    while (quote < line.size()) {
+        const std::size_t close = FindEnds(line, quote + 1).close;
+        if (close == line.size()) break;
         quote = line.find('"', close + 1);
     }
     const auto swallowed = static_cast<long long>(read.size() - lineEnd);

@@ -266,10 +266,9 @@ std::string_view Parser_CString_kt::peekWord() {
 }
 
 std::string_view Parser_CString_kt::takeWord() {
-    toToken();
-    const std::string_view word = peekWord();
-    channel.position += word.size();
-    return word;
+    const char* const p = toToken();
+    channel.position = wordEnd(p);
+    return {p, static_cast<std::size_t>(channel.position - p)};
 }
 
 void Parser_CString_kt::readWord(char* out, int size) { CopyWord(takeWord(), out, size); }

@@ -302,6 +302,7 @@ private:
     template <class T>
     int readNumbers(T* out, int most, bool inList);
     void unterminatedString(const char* quote);
+    bool takePlainText(strin_kt& out);
     void readXMLText(const char* stops, strin_kt& out);
     const char* pastTextMarkup(const char* p, strin_kt& out);
 

@@ -97,8 +97,23 @@ void AppendDecoded(std::string_view text, strin_kt& out) {
 
 bool Parser_CString_kt::atEmptyElement() const { return channel.position == state_->emptyElement; }
 
+/// Takes the text at the position when an end tag follows it without a reference or other markup
+/// between, as most do. Returns whether it did.
+bool Parser_CString_kt::takePlainText(strin_kt& out) {
+    const char* const first = toToken();
+    const char* p = first;
+    while (p < end_ && *p != '<' && *p != '&') ++p;
+    if (p[0] != '<' || p[1] != '/') return false;
+    const char* last = p;
+    while (last > first && has(last - 1, CharPropSpace)) --last;
+    out.append(ViewOf(first, last));
+    channel.position = p;
+    return true;
+}
+
 void Parser_CString_kt::readXMLText(const char* stops, strin_kt& out) {
     if (atEmptyElement()) return setTokenStart(channel.position);
+    if (std::string_view(stops) == "<" && takePlainText(out)) return;
     bool stop[256] = {};
     for (const char* s = stops; *s != 0; ++s) stop[static_cast<unsigned char>(*s)] = true;
     const auto plain = [&](char c) {
@@ -241,7 +256,8 @@ struct XMLMarkup {
     /// Reads the tag, when it stands right here, blanks aside, and is a name in angle brackets
     /// alone, as most are. Returns whether it did.
     bool takePlainTag(strin_kt& tag, bool& isEnd) {
-        const char* const p = in.channel.position + std::strspn(in.channel.position, Blanks.data());
+        const char* p = in.channel.position;
+        while (in.has(p, CharPropSpace)) ++p;
         if (*p != '<') return false;
         const char* const name = p + (p[1] == '/' ? 2 : 1);
         const char* last = name;

@@ -131,7 +131,7 @@ TEST_F(Cli, SourceLineAndCaretOnATerminal) {
     };
     EXPECT_EQ(onTerminal("\tprobability (b) { 0.5; }"),
               "t.dsc:2:15: error: undeclared node 'b' [-4016]\r\n"
-              "  in probability\r\n"
+              "  in probability block\r\n"
               "   probability (b) { 0.5; }\r\n"
               "                ^\r\n");
     EXPECT_NE(onTerminal("/*\xC3\xA9\x1b[31m\xE9*/ probability (b) { }")

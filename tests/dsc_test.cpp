@@ -82,6 +82,7 @@ network x node A {}~node A { }~node B{} -> 2 -5080 2:6 there is a node 'A' alrea
 %(A) { 1, 0~ } -> 3 -3611 3:2 expected semicolon (;) after probablity vector, but read '}'
 %(B|A) { (0):1,0; (2):1,0; } -> 3 -5094 2:30 state 2 of node 'A' is wanted for a row of node 'B', but it has 2 states~-5092 2:1 1 of the 2 rows of node 'B' are missing, and are zeros
 network x node A{type:discrete[2147483647]={a};} -> 1 -4010 1:44 supposed to be 2147483647 states, but there are 1 state names~-5085 1:16 node 'A' is to have 2147483647 states, but the limit is 1000000
+network x node A{type:discrete[-1]={};} -> 1 -4010 1:36 supposed to be -1 states, but there are 0 state names~-5085 1:16 node 'A' is to have -1 states, but the limit is 1000000
 network x node A{type:discrete[99999999999]={a,b};} -> 1 -5041 1:32 number '99999999999' is too large
 %(B|A) { (): 1,0; } -> 3 -5048 2:22 1 numbers wanted, but 0 read
 %(B|A) { (-1): 1,0; } -> 3 -5094 2:21 state -1 of node 'A' is wanted for a row of node 'B', but it has 2 states
