@@ -86,9 +86,7 @@ UniqueNames_kt& Taken() {
 /// The name made legal and unlike all group names so far, which it joins.
 char* NewGroupName(std::string_view name) {
     char buffer[ValueSize + 1];
-    const std::size_t length = std::min<std::size_t>(name.size(), ValueSize);
-    std::memcpy(buffer, name.data(), length);
-    buffer[length] = '\0';
+    buffer[name.copy(buffer, ValueSize)] = '\0';
     return DupStr_kt(ToLegalUniqueName_kt(buffer, Taken(), 'G', sizeof buffer));
 }
 
