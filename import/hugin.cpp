@@ -258,15 +258,17 @@ void ReadFields(Parser_kt& in, OBJECT& object, const char* kind,
                 FieldHandler<OBJECT> (*lookup)(const char* name)) {
     FieldName name(in);
     const bool inClass = HuginVersion > Version5 && streql_kt(kind, "class");
-    while (!in.isAtEnd()) {
-        const ParserPos_kt start = in.getPos();
-        if (const char punc = in.readPunc()) {
-            if (punc == '}') return;
+    for (;;) {
+        const char punc = in.readPunc();
+        const ParserPos_kt start = in.tokenStart();
+        if (punc == '}') return;
+        if (punc != 0) {
             in.makeWarning(-3035, "unexpected punctuation %s",
                            CharName_kt(static_cast<unsigned char>(punc)));
             continue;
         }
         const bool field = in.readWordPunc(name.text, ValueSize) == '=';
+        if (*name.text == '\0') break;  // the input ends
         if (!field && inClass) return in.setPos(start);
         SubstStrWithStr_kt(name.text, sizeof name.text, "HRUNTIME", "HR");
         in.fieldName = name.text;
@@ -361,12 +363,9 @@ Bnode_bn* ReadParents(Parser_kt& in, Bnet_bn& net, Bnode_bn& child) {
     char name[ValueSize + 1];
     bool refused = false;
     for (;;) {
-        if (in.isAtEnd()) {
-            in.makeError(num::unexpectedEnd, "unexpected end-of-input");
-            return &child;
-        }
-        const ParserPos_kt here = in.getPos();
-        if (const char punc = in.readPunc()) {
+        const char punc = in.readPunc();
+        const ParserPos_kt here = in.tokenStart();
+        if (punc != 0) {
             if (punc == ')') return refused ? nullptr : &child;
             in.makeError(-3031, "unexpected punctuation %s",
                          CharName_kt(static_cast<unsigned char>(punc)));
@@ -374,6 +373,10 @@ Bnode_bn* ReadParents(Parser_kt& in, Bnet_bn& net, Bnode_bn& child) {
             return nullptr;
         }
         ReadName(in, name);
+        if (*name == '\0') {
+            in.makeError(num::unexpectedEnd, "unexpected end-of-input");
+            return &child;
+        }
         Bnode_bn* const parent = net.findNodeLabeled(name);
         if (parent == nullptr) {
             if (PassedOver.contains(name)) {

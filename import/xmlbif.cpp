@@ -92,11 +92,10 @@ void SkipElement(Parser_CString_kt& in, Tag& tag, int number) {
 }
 
 /// The content loop of every structure: each element goes to its reader, up to the structure's end
-/// tag or the end of the input.
+/// tag or the end of the input. The tags are read into `tag`.
 template <class READER, std::size_t count>
 void ReadContent(READER& reader, Parser_CString_kt& in, const Structure& what,
-                 const Element<READER> (&elements)[count]) {
-    Tag tag;
+                 const Element<READER> (&elements)[count], Tag& tag) {
     while (!in.isAtEnd()) {
         tag.read(in);
         if (tag.closes) {
@@ -126,6 +125,20 @@ void WarnUnknownAttribute(Parser_CString_kt& in, const Structure& what, const st
     in.makeWarningUnknown(name, what.unknownAttribute, "unknown %s attribute %.*s", what.kind,
                           name.num(), name.first);
 }
+
+/// What the element readers fill, kept from one element to the next: a file of many small elements
+/// does not allocate it for each.
+struct Scratch {
+    Tag tag;
+    strin_kt text;
+    vect_kt<char*> outcomes;  // owned texts, in file order
+    BndList_bn parents;
+    vect_kt<float> numbers;
+};
+
+void ReadVariable(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute,
+                  const strin_kt* value, Scratch& scratch);
+void ReadNode(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute, Scratch& scratch);
 
 // ---- Driver --------------------------------------------------------------------------------
 
@@ -164,6 +177,7 @@ private:
     Parser_CString_kt& in_;
     Bnet_bn& net_;
     Vnet_kt& drawing_;
+    Scratch scratch_;
 };
 
 /// Passes over what stands before the root element, and over the root's '<'. False when the text
@@ -217,25 +231,24 @@ void Document::readNetwork() {
                             "expecting %s element with no attributes but encountered '%s %s'",
                             network.kind, tag.name.getCStr(), tag.attribute.getCStr());
     }
-    ReadContent(*this, in_, network, elements_);
+    ReadContent(*this, in_, network, elements_, tag);
     placeNodes();
 }
 
 void Document::readName(Tag& tag) {
-    strin_kt text;
-    ReadText(in_, tag, text);
-    SetNetLabel(net_, text.newCopy());
+    ReadText(in_, tag, scratch_.text);
+    SetNetLabel(net_, scratch_.text.newCopy());
     in_.structName = Printable(net_.title) != nullptr ? net_.title : net_.name;
 }
 
 // checkError lets the application see progress and stop a long import between two nodes.
 void Document::readVariable(Tag& tag) {
-    ReadVariable(in_, net_, &tag.attribute, &tag.value);
+    ReadVariable(in_, net_, &tag.attribute, &tag.value, scratch_);
     in_.checkError();
 }
 
 void Document::readDefinition(Tag& tag) {
-    ReadNode(in_, net_, &tag.attribute, &tag.value);
+    ReadNode(in_, net_, &tag.attribute, scratch_);
     in_.checkError();
 }
 
@@ -324,16 +337,21 @@ vect_kt<double> NumericValues(const vect_kt<char*>& outcomes) {
 /// One VARIABLE element and the node made from it.
 class VariableReader {
 public:
-    VariableReader(Parser_CString_kt& in, Bnet_bn& net)
-        : in_(in), node_(newNode(net)), text_(in.work) {}
+    VariableReader(Parser_CString_kt& in, Bnet_bn& net, Scratch& scratch)
+        : in_(in),
+          node_(newNode(net)),
+          tag_(scratch.tag),
+          text_(scratch.text),
+          outcomes_(scratch.outcomes) {}
     ~VariableReader() {
         for (char* outcome : outcomes_) delete[] outcome;
+        outcomes_.N = 0;
     }
     VariableReader(const VariableReader&) = delete;
     VariableReader& operator=(const VariableReader&) = delete;
 
     void readAttribute(const strin_kt& name, const strin_kt& value);
-    void readContent() { ReadContent(*this, in_, variableElement, elements_); }
+    void readContent() { ReadContent(*this, in_, variableElement, elements_, tag_); }
     void setStates();
 
 private:
@@ -352,8 +370,9 @@ private:
 
     Parser_CString_kt& in_;
     Bnode_bn& node_;
-    vect_kt<char*> outcomes_;  // owned texts, in file order
-    strin_kt& text_;           // the tokenizer's work string
+    Tag& tag_;
+    strin_kt& text_;
+    vect_kt<char*>& outcomes_;
 };
 
 Bnode_bn& VariableReader::newNode(Bnet_bn& net) {
@@ -457,10 +476,18 @@ char** VariableReader::takeOutcomes() {
 /// One DEFINITION element: the parents and the table of a node.
 class DefinitionReader {
 public:
-    DefinitionReader(Parser_CString_kt& in, Bnet_bn& net)
-        : in_(in), net_(net), place_(in.tokenStart()), text_(in.work) {}
+    DefinitionReader(Parser_CString_kt& in, Bnet_bn& net, Scratch& scratch)
+        : in_(in),
+          net_(net),
+          place_(in.tokenStart()),
+          tag_(scratch.tag),
+          text_(scratch.text),
+          parents_(scratch.parents),
+          numbers_(scratch.numbers) {
+        parents_.N = numbers_.N = 0;
+    }
 
-    void readContent() { ReadContent(*this, in_, definition, elements_); }
+    void readContent() { ReadContent(*this, in_, definition, elements_, tag_); }
     void apply();
 
 private:
@@ -480,10 +507,11 @@ private:
     Parser_CString_kt& in_;
     Bnet_bn& net_;
     ParserPos_kt place_;  // where problems with parents and table are reported
+    Tag& tag_;
+    strin_kt& text_;
+    BndList_bn& parents_;
+    vect_kt<float>& numbers_;
     Bnode_bn* child_ = nullptr;
-    BndList_bn parents_;
-    vect_kt<float> numbers_;
-    strin_kt& text_;  // the tokenizer's work string
 };
 
 void DefinitionReader::readFor(Tag& tag) { child_ = findNode(tag, -3474); }
@@ -553,37 +581,49 @@ void DefinitionReader::installTable() {
     child_->checkRowSums();
 }
 
-}  // namespace
-
 // ---- Entries -------------------------------------------------------------------------------
 
 void ReadVariable(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute,
-                  const strin_kt* value) {
+                  const strin_kt* value, Scratch& scratch) {
     const ParserContext context(in, variableElement.kind);
-    if (attribute == nullptr) {
-        Tag tag;
-        ReadStartTag(in, variableElement, tag);
-        return ReadVariable(in, net, &tag.attribute, &tag.value);
-    }
-    VariableReader reader(in, net);
+    VariableReader reader(in, net, scratch);
     reader.readAttribute(*attribute, *value);
     reader.readContent();
     reader.setStates();
 }
 
-void ReadNode(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute,
-              const strin_kt* value) {
+void ReadNode(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute, Scratch& scratch) {
     const ParserContext context(in, definition.kind);
-    if (attribute == nullptr) {
-        Tag tag;
-        ReadStartTag(in, definition, tag);
-        return ReadNode(in, net, &tag.attribute, &tag.value);
-    }
-    static_cast<void>(value);  // of an attribute that means nothing here
     if (!attribute->isEmpty()) WarnUnknownAttribute(in, definition, *attribute);
-    DefinitionReader reader(in, net);
+    DefinitionReader reader(in, net, scratch);
     reader.readContent();
     reader.apply();
+}
+
+}  // namespace
+
+void ReadVariable(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute,
+                  const strin_kt* value) {
+    Tag own;
+    if (attribute == nullptr) {
+        const ParserContext context(in, variableElement.kind);
+        ReadStartTag(in, variableElement, own);
+        attribute = &own.attribute;
+        value = &own.value;
+    }
+    Scratch scratch;
+    ReadVariable(in, net, attribute, value, scratch);
+}
+
+void ReadNode(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute, const strin_kt*) {
+    Tag own;
+    if (attribute == nullptr) {
+        const ParserContext context(in, definition.kind);
+        ReadStartTag(in, definition, own);
+        attribute = &own.attribute;
+    }
+    Scratch scratch;
+    ReadNode(in, net, attribute, scratch);
 }
 
 rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing) {

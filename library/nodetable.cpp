@@ -161,17 +161,16 @@ private:
         throw error;
     }
 
-    /// Reads a bracket, a comma or a run of numbers; false at the end of the value.
+    /// Reads brackets, a comma or a run of numbers; false at the end of the value.
     bool item() {
+        passBrackets();
         switch (in_.peekPunc()) {
             case '(':
-                shape_.open(count_, in_.getPos());
-                break;
             case ')':
-                shape_.close(count_, in_.getPos());
-                break;
+                return true;
             case ',':
-                break;
+                in_.skipChar();
+                return true;
             case ';':
             case '}':
             case 0:
@@ -180,8 +179,21 @@ private:
                 if (readRun() == 0) throw MakeNumberError(in_, num::notANumber);
                 return true;
         }
-        in_.skipChar();
-        return true;
+    }
+
+    /// Passes over brackets between which are only blanks: every second token of most tables.
+    void passBrackets() {
+        ParserPos_kt p = in_.getPos();
+        for (;; ++p) {
+            if (*p == '(') {
+                shape_.open(count_, p);
+            } else if (*p == ')') {
+                shape_.close(count_, p);
+            } else if (*p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') {
+                break;
+            }
+        }
+        in_.setPos(p);
     }
 
     int readRun() {

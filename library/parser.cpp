@@ -174,12 +174,13 @@ const char* Parser_CString_kt::pastComment(const char* p) {
     return end_;
 }
 
-const char* Parser_CString_kt::pastBlanks(const char* p) {
-    for (;;) {
-        while (has(p, CharPropSpace)) ++p;
-        if (p >= end_ || !commentAt(p)) return p;
+/// From the start of a comment, past it and all white space and comments behind it.
+const char* Parser_CString_kt::pastComments(const char* p) {
+    while (p < end_ && commentAt(p)) {
         p = pastComment(p);
+        while (has(p, CharPropSpace)) ++p;
     }
+    return p;
 }
 
 const char* Parser_CString_kt::wordEnd(const char* p) const {
@@ -382,15 +383,18 @@ double Parser_CString_kt::readDouble() {
 }
 
 int Parser_CString_kt::readInt() {
-    toToken();
-    const std::string_view word = peekWord();
+    const char* const p = toToken();
+    const char* const last = wordEnd(p);
     int value = 0;
     const char* end = nullptr;
-    const NumberEN found = ParseInteger(word.data(), word.data() + word.size(), value, end);
-    numberFailed = found != NumberEN::ok || end != word.data() + word.size();
-    if (numberFailed) MakeNumberError(*this, num::notAnInteger);
+    numberFailed = ParseInteger(p, last, value, end) != NumberEN::ok || end != last;
+    if (!numberFailed) {
+        channel.position = last;
+        return value;
+    }
+    MakeNumberError(*this, num::notAnInteger);
     takeWord();
-    return numberFailed ? 0 : value;
+    return 0;
 }
 
 // ---- Places --------------------------------------------------------------------------------

@@ -288,7 +288,12 @@ private:
     }
     bool startsComment(const char* p) const;
     const char* pastComment(const char* p);
-    const char* pastBlanks(const char* p);
+    /// Past white space and comments. The text ends in a zero byte, which is neither.
+    const char* pastBlanks(const char* p) {
+        while (has(p, CharPropSpace)) ++p;
+        return commentAt(p) ? pastComments(p) : p;
+    }
+    const char* pastComments(const char* p);
     const char* pastShielded(const char* p);
     const char* pastSeparator(const char* p, bool comma);
     const char* wordEnd(const char* p) const;
