@@ -98,6 +98,7 @@ void Console::begin(const std::string& file, std::string_view text) {
     file_ = file;
     text_ = text;
     reports_.clear();
+    skipped_.clear();
 }
 
 void Console::show(const rept_kt& report) {
@@ -213,5 +214,9 @@ void Console::waitBegin(const char* text) {
 void Console::waitEnd(const char*) { progress_.clear(); }
 
 void Console::progress(long long done, long long total) { progress_.update(wait_, done, total); }
+
+void Console::unknownWord(const char* word, int, long long count) {
+    skipped_.push_back({word, count});
+}
 
 }  // namespace lumo::app

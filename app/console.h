@@ -38,6 +38,7 @@ public:
     /// Starts a file. Its text is given when it was read from a pipe; it must outlive the import.
     void begin(const std::string& file, std::string_view text = {});
     std::vector<ReportRecord> takeReports() { return std::move(reports_); }
+    std::vector<SkippedWord> takeSkipped() { return std::move(skipped_); }
 
     void show(const rept_kt& report) override;
     void print(const char* text) override;
@@ -45,6 +46,7 @@ public:
     void waitBegin(const char* text) override;
     void waitEnd(const char* text) override;
     void progress(long long done, long long total) override;
+    void unknownWord(const char* word, int number, long long count) override;
 
 private:
     void showText(const ReportRecord& report, long long offset);
@@ -62,6 +64,7 @@ private:
     std::string wait_;
     ProgressLine progress_;
     std::vector<ReportRecord> reports_;
+    std::vector<SkippedWord> skipped_;
 };
 
 /// Whether a person is looking at that descriptor.

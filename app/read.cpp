@@ -111,6 +111,7 @@ ImportResult ReadOne(const std::string& file, const Options& options, Console& c
                                 : ReadFile(file, options, console, result);
     result.net.reset(net);
     result.reports = console.takeReports();
+    result.skipped = console.takeSkipped();
     return result;
 }
 

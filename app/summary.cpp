@@ -1,6 +1,8 @@
 #include "app/summary.h"
 
 #include <algorithm>
+#include <functional>
+#include <map>
 #include <vector>
 
 #include "app/detect.h"
@@ -46,7 +48,9 @@ struct Facts {
     long long largest = 0;
     const Bnode_bn* largestNode = nullptr;
     std::vector<std::string> withoutTable;
-    bool placed = false;  ///< the nodes are not all at one place
+    std::vector<std::string> renamed;  ///< the file's text and the name in the net
+    long long titledStates = 0;        ///< states that have a title but no name
+    bool placed = false;               ///< the nodes are not all at one place
 };
 
 long long TableSize(const Bnode_bn& node) {
@@ -55,6 +59,17 @@ long long TableSize(const Bnode_bn& node) {
         node.relation.kind == RelnKindEN::noisyMax && node.relation.probs == nullptr;
     if (condensed) return NumCIParams(node);
     return static_cast<long long>(NumProduct(node.parents)) * std::max(node.numStates(), 1);
+}
+
+/// States that have a title but no name.
+int TitledStates(const Varbl_bn& variable) {
+    if (variable.stateTitles == nullptr) return 0;
+    int count = 0;
+    for (int i = 0; i < variable.numStates; ++i) {
+        const bool named = variable.stateNames != nullptr && variable.stateNames[i] != nullptr;
+        count += variable.stateTitles[i] != nullptr && !named;
+    }
+    return count;
 }
 
 void AddNode(const Bnode_bn& node, Facts& facts) {
@@ -68,7 +83,10 @@ void AddNode(const Bnode_bn& node, Facts& facts) {
     const long long size = TableSize(node);
     facts.numbers += size;
     if (size > 0) ++facts.tables;
-    if (size == 0 && node.kind != DecisionNode) facts.withoutTable.emplace_back(node.name());
+    if (size == 0 && node.kind != DecisionNode) facts.withoutTable.push_back(Short(node.name()));
+    if (node.identity() != nullptr)
+        facts.renamed.push_back("'" + Short(node.identity()) + "' to " + Short(node.name()));
+    facts.titledStates += TitledStates(node.variable);
     if (size > facts.largest) {
         facts.largest = size;
         facts.largestNode = &node;
@@ -129,9 +147,8 @@ std::string Numbers(const Facts& facts) {
 }
 
 std::string Names(const std::vector<std::string>& names) {
-    std::vector<std::string> shown(
+    const std::vector<std::string> shown(
         names.begin(), names.begin() + std::min<std::ptrdiff_t>(std::ssize(names), namesListed));
-    for (std::string& name : shown) name = Short(name.c_str());
     const long long more = std::ssize(names) - std::ssize(shown);
     return Joined(shown) + (more > 0 ? " and " + Digits(more) + " more" : "");
 }
@@ -147,10 +164,22 @@ const char* FormatTitle(const ImportResult& result) {
     return format == nullptr ? "unknown format" : format->title;
 }
 
-/// Where positions come from, as far as the net tells: only XML BIF nets are ever laid out.
-const char* Positions(const ImportResult& result, const Facts& facts) {
-    if (result.net->nodes.N < 2 || FindFormat("xmlbif")->code == result.formatCode) return nullptr;
+const char* Positions(const Bnet_bn& net, const Facts& facts) {
+    if (net.vnets[0]->laidOut) return "none in the file, laid out here";
+    if (net.nodes.N < 2) return nullptr;
     return facts.placed ? "from the file" : "none in the file";
+}
+
+/// The words with their counts; a word that is unknown in several places counts once.
+std::string Skipped(const std::vector<SkippedWord>& words) {
+    std::map<std::string, long long> totals;
+    for (const SkippedWord& word : words) totals[word.word] += word.count;
+    std::vector<std::pair<std::string, long long>> ranked(totals.begin(), totals.end());
+    std::ranges::stable_sort(ranked, std::greater(), [](const auto& word) { return word.second; });
+    std::vector<std::string> texts;
+    for (const auto& [word, count] : ranked)
+        texts.push_back(Short(word.c_str()) + (count > 1 ? " " + Digits(count) + " times" : ""));
+    return Names(texts);
 }
 
 }  // namespace
@@ -172,8 +201,12 @@ std::string Summary(const ImportResult& result) {
         line("tables", Numbers(facts));
         if (!facts.withoutTable.empty()) line("no table", Names(facts.withoutTable));
         if (!net.nodesets().empty()) line("groups", Digits(std::ssize(net.nodesets())));
-        if (const char* positions = Positions(result, facts)) line("positions", positions);
+        if (!facts.renamed.empty()) line("renamed", Names(facts.renamed));
+        if (facts.titledStates > 0)
+            line("no name", Count(facts.titledStates, "state") + ", titled only");
+        if (const char* positions = Positions(net, facts)) line("positions", positions);
     }
+    if (!result.skipped.empty()) line("skipped", Skipped(result.skipped));
     line("problems", Problems(result));
     return text;
 }

@@ -34,6 +34,12 @@ struct ReportRecord {
           fieldName(report.fieldName) {}
 };
 
+/// A word of the file that has no meaning here: it was passed over with what belongs to it.
+struct SkippedWord {
+    std::string word;
+    long long count = 0;
+};
+
 /// How an import went: the worst report counts, a missing net above all.
 enum class StatusEN : unsigned char { ok, warnings, errors, failed };
 
@@ -43,6 +49,7 @@ struct ImportResult {
     int formatCode = 0;                 ///< 0 likewise
     std::unique_ptr<Bnet_bn> net;       ///< null when nothing was read
     std::vector<ReportRecord> reports;  ///< in the order they were made
+    std::vector<SkippedWord> skipped;   ///< unknown words, the most frequent first
 
     StatusEN status() const {
         int worst = SeverityOkay;

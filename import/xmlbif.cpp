@@ -264,6 +264,7 @@ void Document::placeNodes() {
                        10 + RoundToInt_kt(100.0 * static_cast<double>(side))};
     Layout(drawing_.vnodes, area, false, false, true, layoutSpacing);
     drawing_.reformAllAndRedraw(true, true, -1);
+    drawing_.laidOut = true;
 }
 
 /// What follows the network: the end of BIF, or more than is read.

@@ -154,6 +154,10 @@ void ModelAccess::setIdentity(Bnode_bn& node, const char* text) {
     at.identities.add(node);
 }
 
+const char* Bnode_bn::identity() const {
+    return identity_ == IdentityEN::text ? ModelAccess::identityOf(*this) : nullptr;
+}
+
 /// Names the node after the text, which may be any; null: with a made-up name.
 void ModelAccess::nameNode(Bnode_bn& node, const char* text) {
     setName(node, text == nullptr ? madeUpName(node.net()) : uniqueName(node.net(), text));

@@ -192,6 +192,8 @@ public:
     const char* name() const { return variable.name; }
     int numStates() const { return variable.numStates; }
     Bnet_bn& net() const { return *net_; }
+    /// The text that the file names the node by, when that is not its name; else null.
+    const char* identity() const;
     const std::vector<UserField>& userFields() const;  ///< in the order of their first setting
     const std::vector<nodeset_bn*>& nodesets() const;  ///< in the order of joining
 
@@ -374,6 +376,7 @@ public:
     bool showGrid = false;
     bool snapToGrid = false;
     vect_kt<NodesetStyle> nodesetStyles;
+    bool laidOut = false;  ///< the positions are those of the automatic layout
 
     Bnet_bn* getBNet() const { return net_; }
 

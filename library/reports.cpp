@@ -112,23 +112,29 @@ struct UnknownEqual {
 
 using UnknownCounts = std::unordered_map<UnknownWord, long long, UnknownHash, UnknownEqual>;
 
-/// "'HR_X' 12 times, 'HR_Y' 2 times" with the most frequent first; empty when none occurred again.
-std::string UnknownSummary(const UnknownCounts& counts) {
-    std::vector<const UnknownCounts::value_type*> repeated;
-    for (const auto& entry : counts) {
-        if (entry.second > 1) repeated.push_back(&entry);
-    }
-    std::ranges::sort(repeated, [](const auto* a, const auto* b) {
-        return std::tie(b->second, a->first.word, a->first.number) <
-               std::tie(a->second, b->first.word, b->first.number);
+using UnknownList = std::vector<std::pair<UnknownWord, long long>>;
+
+/// The words with the most frequent first.
+UnknownList ByFrequency(const UnknownCounts& counts) {
+    UnknownList words(counts.begin(), counts.end());
+    std::ranges::sort(words, [](const auto& a, const auto& b) {
+        return std::tie(b.second, a.first.word, a.first.number) <
+               std::tie(a.second, b.first.word, b.first.number);
     });
+    return words;
+}
+
+/// "'HR_X' 12 times, 'HR_Y' 2 times"; empty when no word occurred again.
+std::string UnknownSummary(const UnknownList& words) {
+    const auto once =
+        std::ranges::find_if(words, [](const auto& entry) { return entry.second < 2; });
     std::string text;
-    std::size_t named = 0;
-    for (; named < repeated.size() && text.size() < MaxSummary; ++named) {
-        const auto& [unknown, count] = *repeated[named];
-        text += Format("%s'%.60s' %lld times", named == 0 ? "" : ", ", unknown.word.c_str(), count);
+    auto next = words.begin();
+    for (; next != once && text.size() < MaxSummary; ++next) {
+        text += Format("%s'%.60s' %lld times", text.empty() ? "" : ", ", next->first.word.c_str(),
+                       next->second);
     }
-    if (named < repeated.size()) text += Format(", and %zu more", repeated.size() - named);
+    if (next != once) text += Format(", and %td more", once - next);
     return text;
 }
 
@@ -223,9 +229,13 @@ void ShowClosingReports(Context& here) {
             AddReport(num::moreWarnings, SeverityNotice,
                       Format("%lld further notes are not shown", here.notes - MaxShownWarnings)));
     }
-    if (const std::string summary = UnknownSummary(here.unknown); !summary.empty()) {
+    const UnknownList words = ByFrequency(here.unknown);
+    if (const std::string summary = UnknownSummary(words); !summary.empty()) {
         ShowNow(AddReport(num::unknownSummary, SeverityNotice,
                           "unknown words that occur again: " + summary));
+    }
+    for (const auto& [unknown, count] : words) {
+        CurrentReportHandler().unknownWord(unknown.word.c_str(), unknown.number, count);
     }
 }
 
@@ -332,6 +342,7 @@ void ReportHandler::waitBegin(const char* text) { WriteLine(Printable(text)); }
 void ReportHandler::waitEnd(const char*) {}
 void ReportHandler::progress(long long, long long) {}
 bool ReportHandler::cancelled() { return false; }
+void ReportHandler::unknownWord(const char*, int, long long) {}
 
 ReportHandler* SetDefaultReportHandler(ReportHandler* handler) {
     return defaultHandler.exchange(handler);

@@ -71,6 +71,9 @@ public:
     virtual void waitEnd(const char* text);
     virtual void progress(long long done, long long total);  ///< bytes; about 100 times an import
     virtual bool cancelled();  ///< true stops reading at the next check
+    /// When an import ends, once for each unknown word, the most frequent first: the number of its
+    /// warning and how often it occurred.
+    virtual void unknownWord(const char* word, int number, long long count);
 };
 
 /// Installs the process-wide default handler, null for the built-in one; returns the previous one.

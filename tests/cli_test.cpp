@@ -124,6 +124,27 @@ TEST_F(Cli, SummaryOnOutputDiagnosticsOnError) {
     EXPECT_EQ(run("$L --color always check errors.dsc").err.find("\x1b[1merrors.dsc:3:14:"), 0U);
 }
 
+TEST_F(Cli, SummarySaysWhatBecameOfTheFile) {
+    write("plant.net",
+          "net { HR_Odd = \"1\"; HR_Odd = \"2\"; }\n"
+          "node 2nd.pump { states = (\"on\" \"off\"); position = (10 20); HR_Group = \"0\"; }\n"
+          "node Valve { states = (\"half open\" \"shut\"); position = (90 20); }\n"
+          "decision Stop { states = (\"yes\" \"no\"); position = (90 90); }\n"
+          "potential (2nd.pump) { data = (0.5 0.5); }\n");
+    EXPECT_EQ(run("$L plant.net").out,
+              "plant.net: Hugin, read with warnings\n"
+              "  name        plant\n"
+              "  nodes       3: 2 nature, 1 decision\n"
+              "  states      6, 2 a node\n"
+              "  links       0\n"
+              "  tables      2 numbers in 1 table\n"
+              "  no table    Valve\n"
+              "  renamed     '2nd.pump' to N2nd_pump\n"
+              "  positions   from the file\n"
+              "  skipped     HR_Odd 2 times\n"
+              "  problems    1 warning, 1 notice\n");
+}
+
 TEST_F(Cli, SourceLineAndCaretOnATerminal) {
     const auto onTerminal = [this](const std::string& line) {
         write("t.dsc", "belief network \"e\"\n" + line + "\n");

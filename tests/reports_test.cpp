@@ -51,6 +51,9 @@ public:
     }
     void waitBegin(const char* text) override { notes += std::string("<") + text; }
     void waitEnd(const char* text) override { notes += std::string(text) + ">"; }
+    void unknownWord(const char* word, int number, long long count) override {
+        words += Format("%s %d %lld;", word, number, count);
+    }
 
     int count(int number) const {
         return static_cast<int>(std::ranges::count(reports, number, &Shown::number));
@@ -58,6 +61,7 @@ public:
 
     std::vector<Shown> reports;
     std::string notes;
+    std::string words;
     bool throws = false;
 };
 
@@ -187,6 +191,7 @@ TEST_F(Reports, UnknownWordsAreShownOnceThenSummedUp) {
     ASSERT_EQ(shown.count(num::unknownSummary), 1);
     EXPECT_EQ(shown.reports.back().message,
               "unknown words that occur again: 'HR_X' 12 times, 'HR_Y' 3 times");
+    EXPECT_EQ(shown.words, "HR_X -3037 12;HR_Y -3037 3;HR_X -3040 1;hr_x -3037 1;");
 
     shown.reports.clear();
     {
