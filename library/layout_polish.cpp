@@ -103,7 +103,7 @@ long long CountByStrips(std::vector<Segment> segments) {
     std::vector<double> heights;
     for (const Segment& s : segments) heights.insert(heights.end(), {s.upper.y, s.lower.y});
     std::ranges::sort(heights);
-    heights.erase(std::ranges::unique(heights).begin(), heights.end());
+    heights.erase(std::unique(heights.begin(), heights.end()), heights.end());
 
     long long count = 0;
     std::size_t work = 0;
@@ -311,7 +311,7 @@ private:
         }
         work_ -= static_cast<long long>(part_.links.size());
         std::ranges::sort(places, {}, [&](double p) { return std::abs(p - mean); });
-        places.erase(std::ranges::unique(places).begin(), places.end());
+        places.erase(std::unique(places.begin(), places.end()), places.end());
         if (places.size() > PlacesTried) places.resize(PlacesTried);
         return places;
     }
