@@ -1,0 +1,7 @@
+// Imports the bytes as the format LUMO_FUZZ_FORMAT: no crash, and a net that is sound.
+#include "fuzz/properties.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+    lumo::fuzz::ImportSound(lumo::fuzz::View(data, size), lumo::LUMO_FUZZ_FORMAT);
+    return 0;
+}
