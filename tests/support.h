@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "import/ForeignFile.h"
+#include "library/catalogue.h"
 #include "tests/consistency.h"
 
 namespace lumo::test {
@@ -63,6 +64,17 @@ public:
     }
 };
 
+/// Every report is one that the catalogue knows; what a reader adds to another's message aside.
+inline void ExpectInCatalogue(const Collector& seen) {
+    for (const Seen& r : seen.reports) {
+        std::string message = r.message;
+        for (const std::string_view added :
+             {" creating noisy-max node", " reading conditional probabilites"})
+            if (message.ends_with(added)) message.resize(message.size() - added.size());
+        EXPECT_EQ(CatalogueFault(r.number, r.severity, message.c_str()), "");
+    }
+}
+
 struct Imported {
     OwnedNet net;
     Collector seen;
@@ -74,6 +86,7 @@ inline Imported ImportText(std::string_view text, int format, const char* name =
     result.seen.answer = answer;
     HandlerScope scope(result.seen);
     result.net.reset(ReadForeignNetText_kt(text, name, format));
+    ExpectInCatalogue(result.seen);
     return result;
 }
 

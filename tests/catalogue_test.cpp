@@ -1,0 +1,94 @@
+// The catalogue of reports and the tables of the documentation, which are made of it: run with
+// LUMO_UPDATE=1 after a change, they are written anew.
+#include "library/catalogue.h"
+
+#include <set>
+
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+const std::string docs = DOCS "/";
+constexpr std::string_view begin = "<!-- reports -->\n";
+constexpr std::string_view end = "<!-- end of reports -->\n";
+
+std::string Numbers(const ReportInfo& info) {
+    std::string text;
+    for (const int number : info.numbers)
+        if (number != 0) text += (text.empty() ? "" : ", ") + std::to_string(number);
+    return text;
+}
+
+/// The messages as one cell: %s and its like become three dots.
+std::string Messages(const ReportInfo& info) {
+    std::string text;
+    for (const char* p = info.message; *p != '\0'; ++p) {
+        if (*p == '%') {
+            p += std::strcspn(p, "sdgcf");
+            text += "...";
+        } else if (*p == '\n') {
+            text += "; ";
+        } else {
+            text += *p == '|' ? "\\|" : std::string(1, *p);
+        }
+    }
+    return text;
+}
+
+const char* Kind(int severity) {
+    if (severity == SeverityOkay) return "question";
+    if (severity == SeverityFatal) return "fatal";
+    return severity == SeverityError ? "error" : severity == SeverityWarning ? "warning" : "notice";
+}
+
+std::string TableOf(char format) {
+    std::string table = "| number | kind | message | cause and cure |\n|---|---|---|---|\n";
+    for (const ReportInfo& info : ReportCatalogue()) {
+        if (std::strchr(info.formats, format) == nullptr) continue;
+        std::string cure = info.cure;
+        for (std::size_t at = 0; (at = cure.find('|', at)) != std::string::npos; at += 2)
+            cure.insert(at, "\\");
+        table += "| " + Numbers(info) + " | " + Kind(info.severity) + " | " + Messages(info) +
+                 " | " + cure + " |\n";
+    }
+    return table;
+}
+
+TEST(Catalogue, IsWhatTheDocumentationSays) {
+    const struct {
+        const char* page;
+        char format;
+    } pages[] = {{"hugin.md", 'h'}, {"dsc.md", 'd'},    {"dxpress.md", 'x'},
+                 {"ergo.md", 'e'},  {"xmlbif.md", 'b'}, {"limits.md", '*'}};
+    for (const auto& [page, format] : pages) {
+        const std::string text = ReadFile(docs + page);
+        const std::size_t first = text.find(begin);
+        const std::size_t last = text.find(end);
+        ASSERT_TRUE(first != std::string::npos && last != std::string::npos) << page;
+        ExpectFile(docs + page,
+                   text.substr(0, first + begin.size()) + TableOf(format) + text.substr(last));
+    }
+}
+
+TEST(Catalogue, HasEachNumberOnce) {
+    std::set<int> seen;
+    for (const ReportInfo& info : ReportCatalogue()) {
+        for (const int number : info.numbers)
+            EXPECT_TRUE(number == 0 || seen.insert(number).second) << number;
+    }
+    EXPECT_EQ(FindReport(0), nullptr);
+    EXPECT_EQ(FindReport(-1), nullptr);
+}
+
+TEST(Catalogue, TellsItsReportsFromOthers) {
+    EXPECT_EQ(CatalogueFault(-4014, SeverityWarning, "missing '}' at end"), "");
+    EXPECT_EQ(CatalogueFault(-5046, SeverityError, "expected a pair, but found 'x'"), "");
+    EXPECT_NE(CatalogueFault(-4014, SeverityError, "missing '}' at end"), "");
+    EXPECT_NE(CatalogueFault(-4014, SeverityWarning, "missing '}' at the end"), "");
+    EXPECT_NE(CatalogueFault(-5046, SeverityError, "expected a pair"), "");
+    EXPECT_NE(CatalogueFault(-1, SeverityError, ""), "");
+}
+
+}  // namespace
+}  // namespace lumo::test
