@@ -177,6 +177,7 @@ std::string Skipped(const std::vector<SkippedWord>& words) {
     std::vector<std::pair<std::string, long long>> ranked(totals.begin(), totals.end());
     std::ranges::stable_sort(ranked, std::greater(), [](const auto& word) { return word.second; });
     std::vector<std::string> texts;
+    texts.reserve(ranked.size());
     for (const auto& [word, count] : ranked)
         texts.push_back(Short(word.c_str()) + (count > 1 ? " " + Digits(count) + " times" : ""));
     return Names(texts);

@@ -26,7 +26,7 @@ void Words(benchmark::State& state) {
     std::string text;
     for (int i = 0; i < 100'000; ++i) text += "word_" + std::to_string(i) + (i % 8 ? " " : "\n");
     char word[256];
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         Tokenizer t(text);
         while (!t.in->isAtEnd()) t.in->readWord(word, 255);
         benchmark::DoNotOptimize(word);
@@ -49,11 +49,11 @@ void Numbers(benchmark::State& state) {
     std::vector<float> numbers(1'000'000);
     double mine = 1e100;
     double bare = 1e100;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         mine = std::min(mine, Fastest(
                                   [&] {
                                       Tokenizer t(text);
-                                      t.in->readFloats(numbers.data(), 1'000'000, false);
+                                      t.in->readFloats(numbers.data(), 1'000'000, CommasEN::none);
                                       benchmark::DoNotOptimize(numbers.data());
                                   },
                                   1));
@@ -65,6 +65,7 @@ BENCHMARK(Numbers)->Unit(benchmark::kMillisecond);
 
 std::vector<std::string> Names(int n) {
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(n));
     for (int i = 0; i < n; ++i) names.push_back("node_" + std::to_string(i * 7919 % n));
     return names;
 }
@@ -77,7 +78,7 @@ OwnedNet NewNodes(const std::vector<std::string>& names) {
 
 void CreateNodes(benchmark::State& state) {
     const auto names = Names(static_cast<int>(state.range(0)));
-    for (auto _ : state) benchmark::DoNotOptimize(NewNodes(names));
+    for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(NewNodes(names));
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(CreateNodes)->Arg(1'000)->Arg(10'000)->Arg(100'000);
@@ -85,7 +86,7 @@ BENCHMARK(CreateNodes)->Arg(1'000)->Arg(10'000)->Arg(100'000);
 void FindNodes(benchmark::State& state) {
     const auto names = Names(static_cast<int>(state.range(0)));
     const OwnedNet net = NewNodes(names);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (const std::string& name : names)
             benchmark::DoNotOptimize(net->findNodeLabeled(name.c_str()));
     }
@@ -97,7 +98,7 @@ BENCHMARK(FindNodes)->Arg(1'000)->Arg(10'000)->Arg(100'000);
 void AddLinks(benchmark::State& state) {
     const int n = static_cast<int>(state.range(0));
     const auto names = Names(n);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         state.PauseTiming();
         OwnedNet net = NewNodes(names);
         std::mt19937 random(3);

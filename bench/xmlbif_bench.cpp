@@ -1,6 +1,7 @@
 // XML BIF import beside the bare number pass over the same bytes: number-heavy files, and nets of
 // many nodes with three parents each, placed by the file or laid out.
 #include <random>
+#include <thread>
 
 #include "bench/support.h"
 
@@ -82,6 +83,25 @@ void BM_NodeHeavyLaidOut(benchmark::State& state) {
     MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0)), false), FormatXMLBIF);
 }
 BENCHMARK(BM_NodeHeavyLaidOut)->Arg(1000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+
+/// Two imports side by side against one after the other; of two cores, 2 is the most.
+void BM_TwoThreads(benchmark::State& state) {
+    const std::string text = NodeHeavy(20'000, true);
+    const auto import = [&text] { ImportForBench(text, FormatXMLBIF); };
+    double serial = 1e100;
+    double parallel = 1e100;
+    for ([[maybe_unused]] auto _ : state) {
+        serial = std::min(serial, Fastest([&] { import(), import(); }, 1));
+        parallel = std::min(parallel, Fastest(
+                                          [&] {
+                                              const std::jthread other(import);
+                                              import();
+                                          },
+                                          1));
+    }
+    state.counters["speedup"] = serial / parallel;
+}
+BENCHMARK(BM_TwoThreads)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 }  // namespace lumo::bench

@@ -46,7 +46,7 @@ void Pair(Parser_CString_kt& in) {
 }
 void Floats(Parser_CString_kt& in) {
     float numbers[50];
-    Require(in.readFloats(numbers, 50, true) <= 50, "no more numbers than were asked for");
+    Require(in.readFloats(numbers, 50, CommasEN::may) <= 50, "no more numbers than were asked for");
 }
 void Numbers(Parser_CString_kt& in) {
     vect_kt<float> numbers;

@@ -24,22 +24,22 @@ enum ForeignFormatEN : int {
     FormatXMLBIF = 13,   ///< XML BIF 0.3
 };
 
-/// Reads the file as that format and returns the new net, which the caller deletes; null when the file
-/// cannot be loaded, the code is unknown, or the reader ended with an error before any node was made.
-/// A net read with errors is returned with what could be read. The last argument has no effect.
-/// Never throws a report; thread-safe (four of the formats take turns under a lock).
+/// Reads the file as that format and returns the new net, which the caller deletes; null when the
+/// file cannot be loaded, the code is unknown, or the reader ended with an error before any node
+/// was made. A net read with errors is returned with what could be read. The last argument has no
+/// effect. Never throws a report; thread-safe (four of the formats take turns under a lock).
 Bnet_bn* ReadForeignNetFile_kt(const char* fileName, int format, bool);
 
-/// The same for a text in memory (copied; a zero byte ends it, with a warning), shown in reports under
-/// fileName, from which the net is named.
+/// The same for a text in memory (copied; a zero byte ends it, with a warning), shown in reports
+/// under fileName, from which the net is named.
 Bnet_bn* ReadForeignNetText_kt(std::string_view text, const char* fileName, int format);
 
 /// Owning handle of a net.
 using OwnedNet = std::unique_ptr<Bnet_bn>;
 
-/// Moves all visual nodes so that the drawing starts 40 units from its top left corner, its distances
-/// multiplied by scale; turnOver turns it upside down. Positions stay within int: a scale that is not
-/// finite or not positive counts as 1, an offset outside is clamped.
+/// Moves all visual nodes so that the drawing starts 40 units from its top left corner, its
+/// distances multiplied by scale; turnOver turns it upside down. Positions stay within int: a scale
+/// that is not finite or not positive counts as 1, an offset outside is clamped.
 void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver);
 
 /// Position given to new Hugin nodes, and added to Hugin and XML BIF file positions.

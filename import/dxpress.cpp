@@ -470,12 +470,32 @@ struct Numbers {
         const bool possible = n <= (in.bytesLeft() + 1) / bytesPerNumber;
         if (possible && n <= MaxTableEntries) values = NewXArray<NUMBER>(n);
     }
+    /// Reads the next number, and those behind it that are separated from it by commas.
+    void read(Parser_kt& in) {
+        const int run =
+            values == nullptr || count >= wanted ? 0 : readRun(in, values.get() + count);
+        if (run > 0) {
+            count += run;
+            return;
+        }
+        const double value = in.readDouble();
+        damaged |= in.numberFailed;
+        add(value);
+    }
+    bool complete() const { return count == wanted && values != nullptr && !damaged; }
+
+private:
+    int readRun(Parser_kt& in, float* out) const {
+        return in.readFloats(out, wanted - count, CommasEN::must);
+    }
+    int readRun(Parser_kt& in, double* out) const {
+        return in.readDoubles(out, wanted - count, CommasEN::must);
+    }
     void add(double value) {
         if (count < wanted && values != nullptr)
             values[static_cast<std::size_t>(count)] = static_cast<NUMBER>(value);
         if (count < INT_MAX) ++count;
     }
-    bool complete() const { return count == wanted && values != nullptr && !damaged; }
 };
 
 /// Reads a label up to its ';', then numbers separated by ',' up to the ';' that ends them.
@@ -484,9 +504,7 @@ void ReadRow(Parser_kt& in, Numbers<NUMBER>& numbers, int strayPunctuation) {
     if (in.skipToString(";") == -1) in.jumpToEnd();
     while (!in.isAtEnd()) {
         if (in.peekPunc() == '}') return;  // ends what holds the rows, short of a number
-        const double value = in.readDouble();
-        numbers.damaged |= in.numberFailed;
-        numbers.add(value);
+        numbers.read(in);
         const char c = ReadPuncEQ(in);
         if (c == ';') return;
         if (c == ',') continue;

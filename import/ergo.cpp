@@ -186,7 +186,7 @@ private:
             return fail(
                 newerr_mem_kt(noMemoryForTable, 4.0 * count, "for >-CPTable of >-node %d", number));
         }
-        if (in_.readFloats(table.get(), count, false) != count) return reportBadNumber();
+        if (in_.readFloats(table.get(), count, CommasEN::none) != count) return reportBadNumber();
         if (node.numStates() > 0) {
             NormalizeBelvecTable(table.get(), node.numStates(), NumProduct(node.parents));
         }
@@ -197,7 +197,7 @@ private:
     /// Passes over the numbers of a table that fits no node.
     bool skipNumbers(int count) {
         for (float ignored = 0; count > 0; --count) {
-            if (in_.readFloats(&ignored, 1, false) != 1) return reportBadNumber();
+            if (in_.readFloats(&ignored, 1, CommasEN::none) != 1) return reportBadNumber();
         }
         return true;
     }

@@ -471,8 +471,10 @@ void parse_node_position(Parser_kt& in, Bnode_bn& node) {
         FailAssert_kt("nd.vns.hasSome()", "ForeignFile", __LINE__);
         return;
     }
-    const coord_kt now = node.vns[0]->position;
-    node.vns[0]->shiftBy({read.x + safety.x - now.x, read.y + safety.y - now.y});
+    Vnode_kt& place = *node.vns[0];
+    place.shiftBy({-place.position.x, -place.position.y});
+    place.shiftBy(read);  // step by step: each is clamped to what an int holds
+    place.shiftBy(safety);
 }
 
 /// Whether the labels are legal and distinct, when there are few enough to compare each with each.

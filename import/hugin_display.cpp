@@ -120,7 +120,7 @@ NodesetStyle GroupStyle(const std::string& name, int index) {
 /// The group's own name, or one made of its number.
 std::string GroupName(int index) {
     if (index < GroupNames.N && GroupNames[index] != nullptr) return GroupNames[index];
-    const std::string name = Taken().unique(Format("Group_%02d", index + 1), 'G');
+    std::string name = Taken().unique(Format("Group_%02d", index + 1), 'G');
     Taken().add(name);
     return name;
 }

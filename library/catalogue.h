@@ -10,7 +10,7 @@ namespace lumo {
 
 /// One kind of problem, under the numbers of all the places that report it.
 struct ReportInfo {
-    std::array<int, 9> numbers;  ///< zeros fill it up
+    std::array<int, 8> numbers;  ///< zeros fill it up
     /// Formats whose readers make it, a letter each: h(ugin), d(sc), x (dxpress), e(rgo), b
     /// (xmlbif); "*" where the file's format does not matter.
     const char* formats;

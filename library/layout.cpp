@@ -177,6 +177,7 @@ struct Size {
 /// within a shelf. Returns the size of it all.
 Size PackParts(std::vector<ListedPart>& parts, double width, const Size& gap) {
     std::vector<ListedPart*> order;
+    order.reserve(parts.size());
     for (ListedPart& part : parts) order.push_back(&part);
     std::ranges::stable_sort(order, [](const ListedPart* a, const ListedPart* b) {
         return std::pair(a->height, a->width) > std::pair(b->height, b->width);

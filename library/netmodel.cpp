@@ -115,7 +115,7 @@ std::string ModelAccess::madeUpName(Bnet_bn& net) {
 }
 
 std::string ModelAccess::uniqueName(Bnet_bn& net, std::string_view text) {
-    const std::string legal = LegalName(text);
+    std::string legal = LegalName(text);
     if (nameIsFree(net, legal)) return legal;
     // For every stem and number of digits the next number to try is remembered, so that many equal
     // texts, cut or not, do not count up each time.

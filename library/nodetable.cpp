@@ -201,7 +201,7 @@ private:
         const bool store = table_ != nullptr && count_ < wanted_;
         float* const out = store ? table_.get() + count_ : passed;
         const long long room = store ? wanted_ - count_ : count_ == wanted_ ? 1 : 64;
-        const int run = in_.readFloats(out, static_cast<int>(room), true);
+        const int run = in_.readFloats(out, static_cast<int>(room), CommasEN::may);
         shape_.numbers(run, in_.tokenStart());
         if (run == 1 && count_ == wanted_) firstExtra_ = in_.tokenStart();
         count_ += run;

@@ -335,7 +335,8 @@ inline bool Parser_CString_kt::numberAt(const char* p, bool inList, T& out,
 }
 
 /// From the start of a list, or the end p of a number of it, to where the next number may start.
-inline const char* Parser_CString_kt::pastSeparator(const char* p, bool comma) {
+/// When a comma may be passed and is, `comma` becomes false.
+inline const char* Parser_CString_kt::pastSeparator(const char* p, bool& comma) {
     for (;;) {
         while (has(p, CharPropSpace)) ++p;
         if (commentAt(p)) [[unlikely]]
@@ -347,12 +348,15 @@ inline const char* Parser_CString_kt::pastSeparator(const char* p, bool comma) {
 }
 
 template <class T>
-int Parser_CString_kt::readNumbers(T* out, int most, bool inList) {
+int Parser_CString_kt::readNumbers(T* out, int most, CommasEN commas) {
+    const bool inList = commas != CommasEN::none;
     const char* token = nullptr;       // the number read last, or what stands in its place
     const char* p = channel.position;  // after the number read last
     int n = 0;
     for (; n < most; ++n) {
-        token = pastSeparator(p, inList && n > 0);
+        bool comma = inList && n > 0;
+        token = pastSeparator(p, comma);
+        if (comma && commas == CommasEN::must) break;
         const char* after = nullptr;
         if (!numberAt(token, inList, out[n], after)) break;
         p = after;
@@ -365,17 +369,17 @@ int Parser_CString_kt::readNumbers(T* out, int most, bool inList) {
     return n;
 }
 
-int Parser_CString_kt::readFloats(float* out, int most, bool commas) {
+int Parser_CString_kt::readFloats(float* out, int most, CommasEN commas) {
     return readNumbers(out, most, commas);
 }
 
-int Parser_CString_kt::readDoubles(double* out, int most, bool commas) {
+int Parser_CString_kt::readDoubles(double* out, int most, CommasEN commas) {
     return readNumbers(out, most, commas);
 }
 
 double Parser_CString_kt::readDouble() {
     double value = 0;
-    numberFailed = readNumbers(&value, 1, false) == 0;
+    numberFailed = readNumbers(&value, 1, CommasEN::none) == 0;
     if (!numberFailed) return value;
     MakeNumberError(*this, num::notANumber);
     takeWord();

@@ -38,6 +38,9 @@ class Parser_CString_kt;
 
 // ---- Options -------------------------------------------------------------------------------
 
+/// Whether single commas stand between the numbers of a list.
+enum class CommasEN : unsigned char { none, may, must };
+
 /// Property bits of a character.
 enum CharPropBitsEN : short {
     CharPropSpace = 0x01,
@@ -147,12 +150,13 @@ public:
     virtual bool isAtEnd() = 0;
 
     // Further operations.
-    /// Reads numbers separated by white space, comments and, when commas is true, single commas,
-    /// until `most` are read, or something that is not the start of a number token follows. Each is
-    /// stored as float (rounded from double). Returns how many were stored; stops before a token
-    /// that is no number (or too large for a float) without recording anything.
-    virtual int readFloats(float* out, int most, bool commas) = 0;
-    virtual int readDoubles(double* out, int most, bool commas) = 0;
+    /// Reads numbers separated by white space, comments and commas as `commas` says, until `most`
+    /// are read, or something that is not the start of a number token follows. Each is stored as
+    /// float (rounded from double). Returns how many were stored; stops before a token that is no
+    /// number (or too large for a float), or behind a number that lacks its comma, without
+    /// recording anything.
+    virtual int readFloats(float* out, int most, CommasEN commas) = 0;
+    virtual int readDoubles(double* out, int most, CommasEN commas) = 0;
     /// Bytes of input not read yet: bounds what any count in the file can promise.
     virtual long long bytesLeft() const = 0;
     /// Moves to the end of the input, so that every loop ends by itself.
@@ -212,7 +216,7 @@ public:
 
 protected:
     Parser_kt() = default;
-    ~Parser_kt() { delete[] buffer; }
+    ~Parser_kt() override { delete[] buffer; }
     friend void DeleteParser(Parser_kt* parser);
     virtual long long bytesTotal() const = 0;
 
@@ -232,7 +236,7 @@ public:
     strin_kt work;
 
     Parser_CString_kt(const ParserOptions_kt* options, const InChannel_CString_kt& from);
-    ~Parser_CString_kt();
+    ~Parser_CString_kt() override;
 
     int eofChar() const override;
     void skipSpaces() override;
@@ -255,8 +259,8 @@ public:
     void setPos(ParserPos_kt position) override { channel.position = position; }
     bool isAtEnd() override;
 
-    int readFloats(float* out, int most, bool commas) override;
-    int readDoubles(double* out, int most, bool commas) override;
+    int readFloats(float* out, int most, CommasEN commas) override;
+    int readDoubles(double* out, int most, CommasEN commas) override;
     long long bytesLeft() const override { return end_ - channel.position; }
     void jumpToEnd() override { channel.position = end_; }
     std::string_view peekWord() override;
@@ -295,7 +299,7 @@ private:
     }
     const char* pastComments(const char* p);
     const char* pastShielded(const char* p);
-    const char* pastSeparator(const char* p, bool comma);
+    const char* pastSeparator(const char* p, bool& comma);
     const char* wordEnd(const char* p) const;
     const char* closingQuote(const char* p) const;
 
@@ -305,7 +309,7 @@ private:
     template <class T>
     bool numberAt(const char* p, bool inList, T& out, const char*& after) const;
     template <class T>
-    int readNumbers(T* out, int most, bool inList);
+    int readNumbers(T* out, int most, CommasEN commas);
     void unterminatedString(const char* quote);
     bool takePlainText(strin_kt& out);
     void readXMLText(const char* stops, strin_kt& out);

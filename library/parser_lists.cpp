@@ -40,7 +40,7 @@ void Open(Parser_kt& in, char open) {
 /// A pair in parentheses or not. Returns the error that it recorded, or null.
 rept_kt* ReadPair(Parser_kt& in, double (&pair)[2]) {
     const bool opened = Take(in, '(');
-    if (in.readDoubles(pair, 2, true) < 2)
+    if (in.readDoubles(pair, 2, CommasEN::may) < 2)
         return Unexpected(in, num::badCoordinate, "a pair of numbers");
     const ParserPos_kt last = in.tokenStart();
     if (opened && !Take(in, ')')) return Unexpected(in, num::badCoordinate, "')'");
@@ -154,7 +154,7 @@ void ReadList(PARSER& in, vect_kt<T>& out) {
     const char close = elementText ? '<' : Counterpart(in.listOpenChar);
     for (;;) {
         if (out.N == out.capacity) out.realloc_(GrownCapacity_kt(out.N));
-        const int n = in.readFloats(out.array + out.N, out.capacity - out.N, true);
+        const int n = in.readFloats(out.array + out.N, out.capacity - out.N, CommasEN::may);
         out.N += n;
         const char next = in.peekPunc();
         if (next == close) break;
@@ -214,7 +214,7 @@ private:
 
     bool more() {
         const int room = count_ == 0 ? std::min(n_, 1) : n_ - count_;  // see whether commas follow
-        if (room > 0) count_ += in_.readFloats(out_ + count_, room, true);
+        if (room > 0) count_ += in_.readFloats(out_ + count_, room, CommasEN::may);
         switch (in_.peekPunc()) {
             case ',':
                 problems_ |= BelVecCommas;
@@ -244,7 +244,7 @@ private:
         const std::string_view next = in_.peekWord();
         if (next.empty() || IsDefault(next)) return false;
         float extra = 0;
-        if (in_.readFloats(&extra, 1, true) == 0) {
+        if (in_.readFloats(&extra, 1, CommasEN::may) == 0) {
             problems_ |= BelVecNotANumber;
             skipWord();
         }

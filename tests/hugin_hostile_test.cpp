@@ -102,6 +102,14 @@ std::vector<Case> Cases() {
         {"state comments of nobody",
          net + "node A { " + Repeat(many, numbered("HR_State_9# = \"x\";\n")) + "}", 1,
          num::badStateIndex},
+        {"a group of the highest number", "net { HR_Group_2147483647_Name = \"g\"; } node A { }", 1,
+         num::tooManyGroups},
+        {"positions at the ends of an int",
+         net + "node A { position = (2147483647 -2147483648); position = (-2147483648 2147483647); "
+               "} node B { position = (-2147483648 2147483647); }",
+         2, 0},
+        {"a position beyond", net + "node A { position = (1e10 0); } node B { }", 2,
+         num::numberTooLarge},
         {"names with brackets", net + Repeat(many, numbered("node f(#)( { }\n")), 1000, -3034},
     };
 }

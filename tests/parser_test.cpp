@@ -205,22 +205,24 @@ TEST(Numbers, RunsStopBeforeWhatIsNone) {
     const struct {
         Dialect dialect;
         const char* text;
-        bool commas;
+        CommasEN commas;
         std::vector<float> values;
         const char* rest;
     } cases[] = {
-        {hugin, "1 2%c\n3 ) 4", true, {1, 2, 3}, ") 4"},
-        {hugin, "1, 2 %c\n ,% d\n 3,,4", true, {1, 2, 3}, ",,4"},
-        {hugin, "1, 2", false, {1}, ", 2"},
-        {hugin, ",1", true, {}, ",1"},
-        {hugin, "1 2x 3", true, {1}, "2x 3"},
-        {hugin, "1 1e39 3", true, {1}, "1e39 3"},
-        {hugin, "3.4028235e38 1e-60 -1e-46", true, {FLT_MAX, 0, -0.0F}, ""},
-        {hugin, "1 2 3 4 5 6", true, {1, 2, 3, 4, 5}, " 6"},
-        {dsc, "0.1/*a*/,0.2//b\n0.7;", true, {0.1F, 0.2F, 0.7F}, ";"},
-        {ergo, "1,2 3", false, {}, "1,2 3"},
-        {ergo, "1)2", false, {}, "1)2"},
-        {xml, "1<!-- 5 --> 2, 3)</T>", true, {1, 2, 3}, ")</T>"},
+        {hugin, "1 2%c\n3 ) 4", CommasEN::may, {1, 2, 3}, ") 4"},
+        {hugin, "1, 2 %c\n ,% d\n 3,,4", CommasEN::may, {1, 2, 3}, ",,4"},
+        {hugin, "1, 2", CommasEN::none, {1}, ", 2"},
+        {hugin, ",1", CommasEN::may, {}, ",1"},
+        {hugin, "1 2x 3", CommasEN::may, {1}, "2x 3"},
+        {hugin, "1 1e39 3", CommasEN::may, {1}, "1e39 3"},
+        {hugin, "3.4028235e38 1e-60 -1e-46", CommasEN::may, {FLT_MAX, 0, -0.0F}, ""},
+        {hugin, "1 2 3 4 5 6", CommasEN::may, {1, 2, 3, 4, 5}, " 6"},
+        {dsc, "0.1/*a*/,0.2//b\n0.7;", CommasEN::may, {0.1F, 0.2F, 0.7F}, ";"},
+        {ergo, "1,2 3", CommasEN::none, {}, "1,2 3"},
+        {ergo, "1)2", CommasEN::none, {}, "1)2"},
+        {dxpress, "1, 2 ,3 4,5", CommasEN::must, {1, 2, 3}, "4,5"},
+        {dxpress, "1,2;", CommasEN::must, {1, 2}, ";"},
+        {xml, "1<!-- 5 --> 2, 3)</T>", CommasEN::may, {1, 2, 3}, ")</T>"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
@@ -233,7 +235,7 @@ TEST(Numbers, RunsStopBeforeWhatIsNone) {
     }
     Reading r("1 1e39");
     double values[2];
-    EXPECT_EQ(r.in.readDoubles(values, 2, false), 2);
+    EXPECT_EQ(r.in.readDoubles(values, 2, CommasEN::none), 2);
     EXPECT_EQ(values[1], 1e39);
 }
 
