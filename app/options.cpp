@@ -125,7 +125,9 @@ int UsageError(const std::string& text) {
 std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     Raw raw;
     CLI::App app("", "lumo-import");
-    const auto help = [](const CLI::App*, const std::string&, CLI::AppFormatMode) { return Help(); };
+    const auto help = [](const CLI::App*, const std::string&, CLI::AppFormatMode) {
+        return Help();
+    };
     app.formatter(std::make_shared<CLI::FormatterLambda>(help));
     app.set_help_flag("-h,--help");
     app.set_version_flag("--version", "lumo-import " LUMO_VERSION);

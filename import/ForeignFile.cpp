@@ -52,7 +52,8 @@ OwnedNet NewNamedNet(const char* fileName) {
     path.resize(path.size() + std::strlen(LumoFileExtension_sy) + 2);  // room for the extension
     RemoveExtension_kt(path.data());
     OwnedStr name(DupStr_kt(FileNamePtr_kt(path.data())));
-    OwnedNet net(NewVBNet(ToLegalName_kt(name.release()), false));
+    ToLegalName_kt(name.get());
+    OwnedNet net(NewVBNet(name.release(), false));
     AddExtension_kt(path.data(), LumoFileExtension_sy, nullptr);
     delete[] net->fileName;
     net->fileName = DupStr_kt(path.c_str());

@@ -465,10 +465,15 @@ struct Numbers {
     int count = 0;
     bool damaged = false;  // a token was no number
 
-    Numbers(const Parser_kt& in, int n) : wanted(n) {
+    Numbers(Parser_kt& in, const Bnode_bn& node, int n) : wanted(n) {
         constexpr int bytesPerNumber = 2;
         const bool possible = n <= (in.bytesLeft() + 1) / bytesPerNumber;
-        if (possible && n <= MaxTableEntries) values = NewXArray<NUMBER>(n);
+        if (!possible || n > MaxTableEntries) return;
+        values = NewXArray<NUMBER>(n);
+        if (values == nullptr) {
+            in.setError(newerr_mem_kt(num::outOfMemory, static_cast<double>(n) * sizeof(NUMBER),
+                                      "for the table of >-node '%s'", node.name()));
+        }
     }
     /// Reads the next number, and those behind it that are separated from it by commas.
     void read(Parser_kt& in) {
@@ -531,7 +536,7 @@ bool IsTooLarge(Parser_kt& in, const Bnode_bn& node, int wanted) {
 void read_prob(Parser_kt& in, Bnode_bn& node) {
     Expect(in, ":", -4073, "expected ':', but got %s");
     Expect(in, "{", -4074, expectedOpenGot);
-    Numbers<float> table(in, NumProduct(node.family));
+    Numbers<float> table(in, node, NumProduct(node.family));
     for (;;) {
         if (in.isAtEnd()) {
             EndOfInput(in);
@@ -611,7 +616,7 @@ void MakeNoisyMax(Parser_kt& in, Bnode_bn& node, const double* parameters) {
 void read_ci_reln(Parser_kt& in, Bnode_bn& node) {
     ReadFramed(in, noisyMaxRelation.kind, node.name(), [&] {
         Expect(in, "{", noisyMaxRelation.noOpen, noisyMaxRelation.openText);
-        Numbers<double> parameters(in, NumCIParams(node));
+        Numbers<double> parameters(in, node, NumCIParams(node));
         if (in.skipToString(")") == -1) in.jumpToEnd();
         const bool ended = ReadGroups(in, parameters);
         if (IsTooLarge(in, node, parameters.wanted)) {

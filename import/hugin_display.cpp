@@ -316,7 +316,8 @@ void parse_net_HR_Groups_GroupNames(Parser_kt& in, Vnet_kt&) {
             in.makeWarning(num::textCut, "group name of %d characters is cut to %d",
                            static_cast<int>(name.size()), ValueSize);
         }
-        GroupNames.append(NewGroupName(name));
+        GroupNames.append(nullptr);  // first the place, so that the name has an owner
+        GroupNames[GroupNames.N - 1] = NewGroupName(name);
     }
 }
 

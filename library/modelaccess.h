@@ -64,7 +64,7 @@ struct Bnet_bn::Index {
     LinkSearchStore forward, backward;
 
     // Node sets.
-    std::vector<std::unique_ptr<nodeset_bn, void (*)(nodeset_bn*)>> nodesets;
+    std::vector<OwnedNodeset> nodesets;
     std::unordered_map<std::string_view, nodeset_bn*> nodesetsByName;
 
     long long filledEntries = 0;

@@ -49,7 +49,10 @@ void NodeNamesToStr(const BndList_bn& list, const char* separator, int limit, st
 
 Bnet_bn::Index::Index() : names(ModelAccess::nameOf), identities(ModelAccess::identityOf) {}
 
-Bnet_bn::Bnet_bn() : index_(std::make_unique<Index>()) { vnets.append(new Vnet_kt(this)); }
+Bnet_bn::Bnet_bn() : index_(std::make_unique<Index>()) {
+    vnets.realloc_(1);  // first, so that nothing can fail once the drawing side is there
+    vnets.append(new Vnet_kt(this));
+}
 
 Bnet_bn::~Bnet_bn() {
     for (Vnet_kt* vnet : vnets) delete vnet;
@@ -244,8 +247,9 @@ Bnode_bn* NewNode_ibn(const char* name, int numStates, Bnet_bn& net, coord_kt po
 nodeset_bn* ModelAccess::newNodeset(Bnet_bn& net, std::string name) {
     Bnet_bn::Index& at = index(net);
     if (at.nodesets.size() >= static_cast<std::size_t>(MaxNodesets)) return nullptr;
-    at.nodesets.emplace_back(new nodeset_bn(std::move(name)), DeleteNodeset);
-    nodeset_bn* set = at.nodesets.back().get();
+    OwnedNodeset owned(new nodeset_bn(std::move(name)), DeleteNodeset);
+    nodeset_bn* const set = owned.get();
+    at.nodesets.push_back(std::move(owned));
     at.nodesetsByName.emplace(set->name_, set);
     ++net.changeMarker;
     return set;
@@ -262,9 +266,7 @@ nodeset_bn* Bnet_bn::findNodeset(std::string_view setName) const {
     return found == index_->nodesetsByName.end() ? nullptr : found->second;
 }
 
-const std::vector<std::unique_ptr<nodeset_bn, void (*)(nodeset_bn*)>>& Bnet_bn::nodesets() const {
-    return index_->nodesets;
-}
+const std::vector<OwnedNodeset>& Bnet_bn::nodesets() const { return index_->nodesets; }
 
 void nodeset_bn::addNodes(const BndList_bn& nodes, bool) {
     for (Bnode_bn* node : nodes) {

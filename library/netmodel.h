@@ -319,6 +319,7 @@ private:
     std::string name_;
     BndList_bn nodes_;
 };
+using OwnedNodeset = std::unique_ptr<nodeset_bn, void (*)(nodeset_bn*)>;
 
 // ---- The drawing side ----------------------------------------------------------------------
 
@@ -438,7 +439,7 @@ public:
     /// exists (that one is returned then). Style and template are null.
     nodeset_bn* newNodeset(const char* setName, const NodesetStyle*, const nodeset_bn*);
     nodeset_bn* findNodeset(std::string_view setName) const;
-    const std::vector<std::unique_ptr<nodeset_bn, void (*)(nodeset_bn*)>>& nodesets() const;
+    const std::vector<OwnedNodeset>& nodesets() const;
 
     void setComment(char* text);
     void setAutoUpdate(bool on, bool);  ///< the bool is true
