@@ -1,0 +1,107 @@
+#include "export/describe.h"
+
+#include <unordered_map>
+
+#include "export/text.h"
+
+namespace lumo {
+namespace {
+
+constexpr int itemsListed = 12;  // in a tooltip
+
+/// Finds the display style of a node set. A style holds the set's name cut to its field, so that of
+/// the same place in the list is looked at first.
+class StyleFinder {
+public:
+    explicit StyleFinder(const vect_kt<NodesetStyle>& styles) : styles_(styles) {
+        for (const NodesetStyle& style : styles) byName_.try_emplace(style.name, &style);
+    }
+    const NodesetStyle* find(std::string_view setName, int place) const {
+        const std::string_view cut = setName.substr(0, sizeof NodesetStyle::name - 1);
+        if (place < styles_.N && cut == styles_[place].name) return &styles_[place];
+        const auto found = byName_.find(cut);
+        return found == byName_.end() ? nullptr : found->second;
+    }
+
+private:
+    const vect_kt<NodesetStyle>& styles_;
+    std::unordered_map<std::string_view, const NodesetStyle*> byName_;
+};
+
+bool HasText(const char* text) { return text != nullptr && *text != 0; }
+
+/// A line "label: a, b, c and 5 more"; nothing when there are no items.
+template <class TEXT_OF>
+std::string ListLine(const char* label, int count, TEXT_OF textOf) {
+    if (count == 0) return {};
+    std::string line = std::string("\n") + label + ": ";
+    for (int i = 0; i < std::min(count, itemsListed); ++i)
+        line += (i == 0 ? "" : ", ") + ToUtf8(textOf(i));
+    if (count > itemsListed) line += " and " + std::to_string(count - itemsListed) + " more";
+    return line;
+}
+
+}  // namespace
+
+const char* StatusName(StatusEN status) {
+    constexpr const char* names[] = {"ok", "warnings", "errors", "failed"};
+    return names[static_cast<int>(status)];
+}
+
+const char* KindName(NodeKindEN kind) {
+    if (kind == DecisionNode) return "decision";
+    return kind == UtilityNode ? "utility" : "nature";
+}
+
+const char* RelationName(RelnKindEN relation) {
+    constexpr const char* names[] = {"none", "table", "deterministic", "noisy-max", "real"};
+    return names[static_cast<int>(relation)];
+}
+
+const char* TitleOrName(const Bnode_bn& node) {
+    return HasText(node.title) ? node.title : node.name();
+}
+
+const char* TitleOrName(const Bnet_bn& net) { return HasText(net.title) ? net.title : net.name; }
+
+std::string StateLabel(const Varbl_bn& variable, int state) {
+    const char* title = variable.stateTitles == nullptr ? nullptr : variable.stateTitles[state];
+    char buffer[StateTextSize];
+    return HasText(title) ? title : statetostr1(state, variable, buffer);
+}
+
+std::string_view FieldText(const UserField& field) {
+    std::string_view data = field.data;
+    if (data.ends_with('\0')) data.remove_suffix(1);
+    return data;
+}
+
+std::string NodeSummary(const Bnode_bn& node) {
+    std::string text = ToUtf8(TitleOrName(node));
+    if (HasText(node.title)) text += " (" + std::string(node.name()) + ")";
+    text += std::string("\n") + KindName(node.kind) + (node.variable.discrete ? "" : ", continuous");
+    if (node.relation.kind == RelnKindEN::deterministic) text += ", deterministic";
+    text += ListLine("states", node.numStates(),
+                     [&](int state) { return StateLabel(node.variable, state); });
+    const auto& sets = node.nodesets();
+    text += ListLine("groups", static_cast<int>(sets.size()),
+                     [&](int i) { return sets[static_cast<std::size_t>(i)]->name(); });
+    return text;
+}
+
+std::vector<RGB> NodesetColors(const Bnet_bn& net) {
+    const StyleFinder styles(net.vnets[0]->nodesetStyles);
+    std::vector<RGB> colors;
+    for (const auto& set : net.nodesets()) {
+        const NodesetStyle* style = styles.find(set->name(), static_cast<int>(colors.size()));
+        colors.push_back(style == nullptr ? DefaultNodesetColor
+                                          : RGB{style->red, style->green, style->blue});
+    }
+    return colors;
+}
+
+std::string ColorText(RGB color) {
+    return Format("#%02x%02x%02x", color.red, color.green, color.blue);
+}
+
+}  // namespace lumo

@@ -1,0 +1,37 @@
+// Words and colours for the parts of a net, shared by the writers.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "export/result.h"
+
+namespace lumo {
+
+const char* StatusName(StatusEN status);        ///< "ok", "warnings", "errors", "failed"
+const char* KindName(NodeKindEN kind);          ///< "nature", "decision", "utility"
+const char* RelationName(RelnKindEN relation);  ///< "none", "table", "deterministic" ...
+
+/// What a person calls the node or net: its title, else its name. Bytes as in the file.
+const char* TitleOrName(const Bnode_bn& node);
+const char* TitleOrName(const Bnet_bn& net);
+
+/// What a person calls the state: its title, else its name, value or interval, else "#k". Bytes as
+/// in the file.
+std::string StateLabel(const Varbl_bn& variable, int state);
+
+/// The user field's data without the zero byte at its end.
+std::string_view FieldText(const UserField& field);
+
+/// A few lines about the node for a tooltip: title and name, kind, states, node sets. UTF-8;
+/// bounded for nodes with many states or sets.
+std::string NodeSummary(const Bnode_bn& node);
+
+/// The display colours of the net's node sets, in their order.
+std::vector<RGB> NodesetColors(const Bnet_bn& net);
+
+/// "#rrggbb".
+std::string ColorText(RGB color);
+
+}  // namespace lumo
