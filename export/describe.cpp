@@ -79,7 +79,8 @@ std::string_view FieldText(const UserField& field) {
 std::string NodeSummary(const Bnode_bn& node) {
     std::string text = ToUtf8(TitleOrName(node));
     if (HasText(node.title)) text += " (" + std::string(node.name()) + ")";
-    text += std::string("\n") + KindName(node.kind) + (node.variable.discrete ? "" : ", continuous");
+    text +=
+        std::string("\n") + KindName(node.kind) + (node.variable.discrete ? "" : ", continuous");
     if (node.relation.kind == RelnKindEN::deterministic) text += ", deterministic";
     text += ListLine("states", node.numStates(),
                      [&](int state) { return StateLabel(node.variable, state); });

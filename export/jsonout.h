@@ -15,8 +15,8 @@ namespace lumo {
 /// pass through.
 class JsonOut {
 public:
-    /// Without a stream the text is kept, for take(). inMarkup: '<' is escaped too, so that the text
-    /// can stand in a script element of a page.
+    /// Without a stream the text is kept, for take(). inMarkup: '<' is escaped too, so that the
+    /// text can stand in a script element of a page.
     explicit JsonOut(std::ostream* out = nullptr, bool inMarkup = false)
         : out_(out), inMarkup_(inMarkup) {}
 

@@ -29,6 +29,17 @@ void appendUtf8(unsigned code, std::string& out) {
     put(0x80 | (code & 0x3F));
 }
 
+bool IsControl(unsigned byte) { return byte < 0x20 || byte == 0x7F; }
+
+/// Bytes of the control character (or of U+FFFE and U+FFFF, which are no characters) that the valid
+/// UTF-8 text starts with; 0 when it starts with another one.
+std::size_t ControlLength(std::string_view utf8) {
+    const unsigned lead = byteAt(utf8, 0);
+    if (IsControl(lead)) return 1;
+    if (lead == 0xC2 && byteAt(utf8, 1) < 0xA0) return 2;
+    return lead == 0xEF && byteAt(utf8, 1) == 0xBF && byteAt(utf8, 2) >= 0xBE ? 3 : 0;
+}
+
 }  // namespace
 
 int Utf8Length(std::string_view text) {
@@ -75,6 +86,39 @@ std::string Visible(std::string_view text) {
         } else {
             out += utf8[i];
         }
+    }
+    return out;
+}
+
+std::string OneLine(std::string_view text) {
+    std::string out = ToUtf8(text);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < out.size();) {
+        const std::size_t control = ControlLength(std::string_view(out).substr(i));
+        out[kept++] = control > 0 ? ' ' : out[i];
+        i += std::max<std::size_t>(control, 1);
+    }
+    out.resize(kept);
+    return out;
+}
+
+std::string XmlText(std::string_view text) {
+    static constexpr std::string_view special = "&<>\"'";
+    static constexpr const char* escaped[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&#39;"};
+    const std::string utf8 = ToUtf8(text);
+    std::string out;
+    out.reserve(utf8.size());
+    for (std::size_t i = 0; i < utf8.size();) {
+        const std::string_view rest = std::string_view(utf8).substr(i);
+        const std::size_t control = ControlLength(rest);
+        if (const std::size_t at = special.find(rest[0]); at != std::string_view::npos) {
+            out += escaped[at];
+        } else if (control > 0 && rest[0] != '\n' && rest[0] != '\t') {
+            out += "\uFFFD";
+        } else {
+            out += rest[0];
+        }
+        i += std::max<std::size_t>(control, 1);
     }
     return out;
 }

@@ -17,4 +17,12 @@ int Utf8Length(std::string_view text);
 /// The text as UTF-8 for a terminal or a line of a log: control characters are written as \x1b.
 std::string Visible(std::string_view text);
 
+/// The text as one line of UTF-8 for labels: control characters and what is no character are
+/// blanks.
+std::string OneLine(std::string_view text);
+
+/// The text as UTF-8 for the content and the quoted attributes of XML: mark-up is escaped, and
+/// U+FFFD stands for every control character but tab and line break, and for what is no character.
+std::string XmlText(std::string_view text);
+
 }  // namespace lumo

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "export/json.h"
+#include "export/svg.h"
 #include "library/Utils.h"
 
 namespace lumo {
@@ -11,6 +12,7 @@ namespace {
 
 constexpr std::array writers = {
     Writer{"json", ".json", true, WriteJson},
+    Writer{"svg", ".svg", false, WriteSvg},
 };
 
 }  // namespace

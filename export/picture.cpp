@@ -1,0 +1,370 @@
+#include "export/picture.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <unordered_map>
+
+#include "export/describe.h"
+#include "export/text.h"
+
+namespace lumo {
+namespace {
+
+// Labels; widths are in ems, multiples of the font's size.
+constexpr double lineEms = 13;     ///< a label wider than this is broken
+constexpr double fixedEms = 0.61;  ///< a character of a font whose characters are equally wide
+constexpr std::size_t titleLines = 2;
+constexpr std::size_t maxLabelBytes = 400;  ///< no label that long is drawn whole
+
+// Shapes.
+constexpr double sidePadding = 8;
+constexpr double heightPadding = 7;
+constexpr double leastHalfWidthEms = 2.2;
+constexpr double hexagonSlant = 0.6;  ///< width lost at each side by half the height
+
+constexpr RGB natureFill{252, 243, 207};
+constexpr RGB decisionFill{214, 230, 250};
+constexpr RGB utilityFill{216, 240, 216};
+
+// ---- Text ----------------------------------------------------------------------------------
+
+/// The code point at the start of valid UTF-8, and its bytes.
+std::pair<char32_t, std::size_t> CodePoint(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text[0]);
+    const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    char32_t code = length == 1 ? lead : lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i)
+        code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3FU);
+    return {code, length};
+}
+
+struct WidthRange {
+    char32_t first, last;
+    double ems;
+};
+
+// Beyond ASCII: marks without a width, and the scripts that are as wide as high.
+constexpr WidthRange wideRanges[] = {
+    {0x0300, 0x036F, 0}, {0x1100, 0x115F, 1},     {0x200B, 0x200F, 0},   {0x202A, 0x202E, 0},
+    {0x2E80, 0xA4CF, 1}, {0xAC00, 0xD7A3, 1},     {0xF900, 0xFAFF, 1},   {0xFE30, 0xFE6F, 1},
+    {0xFF00, 0xFF60, 1}, {0x1F000, 0x1FAFF, 1.3}, {0x20000, 0x3FFFD, 1},
+};
+
+double CharacterEms(char32_t code) {
+    constexpr std::string_view narrow = "ijlI|!.,:;'`()[] ft/\\r";
+    constexpr std::string_view broad = "mwMW@%";
+    if (code < 0x80) {
+        const char c = static_cast<char>(code);
+        if (narrow.find(c) != std::string_view::npos) return 0.39;
+        if (broad.find(c) != std::string_view::npos) return 0.98;
+        return (c >= 'A' && c <= 'Z') || c == '+' || c == '=' || c == '<' || c == '>' ? 0.77
+                                                                                      : 0.635;
+    }
+    for (const WidthRange& range : wideRanges)
+        if (code >= range.first && code <= range.last) return range.ems;
+    return code < 0x0250 ? 0.68 : 0.78;
+}
+
+bool IsMonospaced(const PictureFont& font) {
+    return font.face.find("Cour") != std::string::npos ||
+           font.face.find("Mono") != std::string::npos ||
+           font.face.find("Consol") != std::string::npos;
+}
+
+bool IsLower(char c) { return c >= 'a' && c <= 'z'; }
+bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
+
+/// Whether a line may end between the two neighbouring bytes.
+bool MayBreak(char before, char after) {
+    return after == ' ' || std::string_view(" _-./,;").find(before) != std::string_view::npos ||
+           (IsLower(before) && IsUpper(after));
+}
+
+std::string_view Trimmed(std::string_view text) {
+    const std::size_t from = text.find_first_not_of(' ');
+    if (from == std::string_view::npos) return {};
+    return text.substr(from, text.find_last_not_of(' ') - from + 1);
+}
+
+/// Bytes at the start of the text that make its next line: up to the last place to break within the
+/// width, or within a word that is wider.
+std::size_t NextLine(std::string_view text, double width, const PictureFont& font) {
+    std::size_t at = 0;
+    std::size_t lastBreak = 0;
+    double used = 0;
+    while (at < text.size()) {
+        const std::size_t length = CodePoint(text.substr(at)).second;
+        if (at > 0 && MayBreak(text[at - 1], text[at])) lastBreak = at;
+        used += TextWidth(text.substr(at, length), font);
+        if (used > width && at > 0) return lastBreak > 0 ? lastBreak : at;
+        at += length;
+    }
+    return at;
+}
+
+/// The text cut to the width, with an ellipsis when something went.
+std::string Cut(std::string_view text, double width, const PictureFont& font) {
+    if (TextWidth(text, font) <= width) return std::string(text);
+    std::size_t at = 0;
+    double used = TextWidth("…", font);
+    while (at < text.size()) {
+        const std::size_t length = CodePoint(text.substr(at)).second;
+        used += TextWidth(text.substr(at, length), font);
+        if (used > width) break;
+        at += length;
+    }
+    return std::string(Trimmed(text.substr(0, at))) + "…";
+}
+
+std::vector<std::string> Broken(std::string_view text, double width, const PictureFont& font) {
+    std::vector<std::string> lines;
+    for (text = Trimmed(text); !text.empty() && lines.size() < titleLines; text = Trimmed(text)) {
+        const bool last = lines.size() + 1 == titleLines;
+        const std::size_t length = last ? text.size() : NextLine(text, width, font);
+        lines.push_back(Cut(Trimmed(text.substr(0, length)), width, font));
+        text.remove_prefix(length);
+    }
+    return lines;
+}
+
+/// The text in at most titleLines lines of about equal widths.
+std::vector<std::string> LabelLines(const char* text, const PictureFont& font) {
+    const std::string line = OneLine(std::string_view(text).substr(0, maxLabelBytes));
+    const std::string clean(Trimmed(line));
+    if (clean.empty()) return {};
+    const double most = lineEms * font.size;
+    const double whole = TextWidth(clean, font);
+    if (whole <= most) return {clean};
+    double width = std::min(most, whole / titleLines);
+    while (width < most) {
+        const std::vector<std::string> lines = Broken(clean, width, font);
+        if (!lines.back().ends_with("…")) return lines;
+        width += font.size;
+    }
+    return Broken(clean, most, font);
+}
+
+/// The label that the net's style wants: 0 name, 3 name and title, else the title; a node without a
+/// title shows its name.
+std::vector<std::string> NodeLines(const Bnode_bn& node, int style, const PictureFont& font) {
+    const bool titled = node.title != nullptr && *node.title != 0;
+    if (style == 0 || !titled) return LabelLines(node.name(), font);
+    std::vector<std::string> lines = LabelLines(node.title, font);
+    if (style == 3) lines.insert(lines.begin(), Cut(node.name(), lineEms * font.size, font));
+    return lines;
+}
+
+PictureFont FontOf(const Vnet_kt& drawing) {
+    const fontspec_kt& spec = drawing.font->spec();
+    PictureFont font;
+    for (const char c : OneLine(spec.face)) {
+        const bool other = static_cast<unsigned char>(c) >= 0x80;
+        if (other || std::isalnum(static_cast<unsigned char>(c)) != 0 || c == ' ' || c == '-' ||
+            c == '_' || c == '.')
+            font.face += c;
+    }
+    font.size = std::clamp(spec.size, 6, 48);
+    font.bold = (spec.styleFlags & fontspec_kt::Bold) != 0;
+    font.italic = (spec.styleFlags & fontspec_kt::Italic) != 0;
+    return font;
+}
+
+// ---- Shapes and colours --------------------------------------------------------------------
+
+ShapeEN ShapeOf(NodeKindEN kind) {
+    if (kind == DecisionNode) return ShapeEN::rectangle;
+    return kind == UtilityNode ? ShapeEN::hexagon : ShapeEN::ellipse;
+}
+
+RGB KindFill(NodeKindEN kind) {
+    if (kind == DecisionNode) return decisionFill;
+    return kind == UtilityNode ? utilityFill : natureFill;
+}
+
+/// Makes the shape large enough for the label.
+void Size(PictureNode& node, const PictureFont& font) {
+    double textHalf = 0;
+    for (const std::string& line : node.lines)
+        textHalf = std::max(textHalf, TextWidth(line, font) / 2);
+    const double textHalfHeight = static_cast<double>(node.lines.size()) * font.lineHeight() / 2;
+    const double inner = node.doubled ? InnerBorder : 0;
+    node.halfHeight = textHalfHeight + heightPadding;
+    node.halfWidth = textHalf + sidePadding;
+    if (node.shape == ShapeEN::ellipse) {
+        node.halfHeight = textHalfHeight * 1.2 + heightPadding;
+        const double part = textHalfHeight / node.halfHeight;
+        node.halfWidth = (textHalf + sidePadding / 2) / std::sqrt(1 - part * part);
+    } else if (node.shape == ShapeEN::hexagon) {
+        node.halfWidth += hexagonSlant * textHalfHeight;
+    }
+    node.halfWidth = std::max(node.halfWidth, leastHalfWidthEms * font.size) + inner;
+    node.halfHeight += inner;
+}
+
+double LinearLight(unsigned char channel) {
+    const double c = channel / 255.0;
+    return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+}
+
+std::unordered_map<const nodeset_bn*, RGB> ColorOfSets(const Bnet_bn& net) {
+    const std::vector<RGB> colors = NodesetColors(net);
+    std::unordered_map<const nodeset_bn*, RGB> of;
+    for (std::size_t i = 0; i < colors.size(); ++i) of.emplace(net.nodesets()[i].get(), colors[i]);
+    return of;
+}
+
+// ---- Links and the whole -------------------------------------------------------------------
+
+double Distance(Point a, Point b) { return std::hypot(b.x - a.x, b.y - a.y); }
+
+void AddLinks(Picture& picture) {
+    std::unordered_map<const Bnode_bn*, int> places;
+    places.reserve(picture.nodes.size());
+    for (const PictureNode& node : picture.nodes)
+        places.emplace(node.node, static_cast<int>(places.size()));
+    int child = 0;
+    for (const PictureNode& to : picture.nodes) {
+        for (const Bnode_bn* parent : to.node->parents) {
+            const int place = places.at(parent);
+            const PictureNode& from = picture.nodes[static_cast<std::size_t>(place)];
+            const PictureLink link{place, child, from.borderTowards(to.centre),
+                                   to.borderTowards(from.centre)};
+            const double inside = Distance(from.centre, link.from) + Distance(to.centre, link.to);
+            if (inside < Distance(from.centre, to.centre)) picture.links.push_back(link);
+        }
+        ++child;
+    }
+}
+
+/// Sets what is shown: the nodes with a margin, and the net's drawing extent when that is about as
+/// large.
+void Frame(Picture& picture, double extentWidth, double extentHeight) {
+    constexpr double margin = 20;
+    if (picture.nodes.empty()) {
+        picture.width = 200;
+        picture.height = 100;
+        return;
+    }
+    double left = 1e300, top = 1e300, right = -1e300, bottom = -1e300;
+    for (const PictureNode& node : picture.nodes) {
+        left = std::min(left, node.centre.x - node.halfWidth - margin);
+        right = std::max(right, node.centre.x + node.halfWidth + margin);
+        top = std::min(top, node.centre.y - node.halfHeight - margin);
+        bottom = std::max(bottom, node.centre.y + node.halfHeight + margin);
+    }
+    const auto sensible = [](double extent, double from, double to) {
+        return extent > to && extent < to + 0.3 * (to - from) + 100;
+    };
+    const bool fromOrigin =
+        left >= 0 && top >= 0 && left < 0.3 * right + 100 && top < 0.3 * bottom + 100;
+    if (!picture.laidOut && fromOrigin) {
+        left = top = 0;
+        if (sensible(extentWidth, left, right)) right = extentWidth;
+        if (sensible(extentHeight, top, bottom)) bottom = extentHeight;
+    }
+    picture.left = left;
+    picture.top = top;
+    picture.width = right - left;
+    picture.height = bottom - top;
+}
+
+}  // namespace
+
+std::string PictureFont::families() const {
+    const std::string own = face.empty() ? std::string() : "'" + face + "', ";
+    return own + (IsMonospaced(*this) ? "monospace" : "Arial, Helvetica, sans-serif");
+}
+
+Point PictureNode::borderTowards(Point target) const {
+    const double dx = target.x - centre.x;
+    const double dy = target.y - centre.y;
+    if (dx == 0 && dy == 0) return centre;
+    const double acrossX = std::abs(dx) / halfWidth;
+    const double acrossY = std::abs(dy) / halfHeight;
+    double part = 0;  // of the way to the border that the offset is
+    switch (shape) {
+        case ShapeEN::ellipse:
+            part = std::hypot(acrossX, acrossY);
+            break;
+        case ShapeEN::rectangle:
+            part = std::max(acrossX, acrossY);
+            break;
+        case ShapeEN::hexagon:
+            part = std::max(acrossY, (std::abs(dx) + hexagonSlant * std::abs(dy)) / halfWidth);
+            break;
+    }
+    return {centre.x + dx / part, centre.y + dy / part};
+}
+
+double PictureNode::lineMiddle(std::size_t line, const PictureFont& font) const {
+    const double fromMiddle = static_cast<double>(line) - static_cast<double>(lines.size() - 1) / 2;
+    return centre.y + fromMiddle * font.lineHeight();
+}
+
+std::vector<Point> HexagonCorners(Point centre, double halfWidth, double halfHeight) {
+    const double flat = halfWidth - hexagonSlant * halfHeight;
+    const auto at = [&](double x, double y) { return Point{centre.x + x, centre.y + y}; };
+    return {at(-halfWidth, 0), at(-flat, -halfHeight), at(flat, -halfHeight),
+            at(halfWidth, 0),  at(flat, halfHeight),   at(-flat, halfHeight)};
+}
+
+std::vector<Point> ArrowHead(const PictureLink& link) {
+    const double length = Distance(link.from, link.to);
+    const double x = (link.to.x - link.from.x) / length;
+    const double y = (link.to.y - link.from.y) / length;
+    const Point base{link.to.x - x * ArrowLength, link.to.y - y * ArrowLength};
+    return {link.to,
+            {base.x - y * ArrowHalfWidth, base.y + x * ArrowHalfWidth},
+            {base.x + y * ArrowHalfWidth, base.y - x * ArrowHalfWidth}};
+}
+
+double TextWidth(std::string_view utf8, const PictureFont& font) {
+    const bool fixed = IsMonospaced(font);
+    double ems = 0;
+    while (!utf8.empty()) {
+        const auto [code, length] = CodePoint(utf8);
+        const double own = CharacterEms(code);
+        ems += fixed && own > 0 && own < 1 ? fixedEms : own;
+        utf8.remove_prefix(length);
+    }
+    return ems * font.size * (font.bold ? 1.1 : 1.0);
+}
+
+RGB InkOn(RGB fill) {
+    const double light = 0.2126 * LinearLight(fill.red) + 0.7152 * LinearLight(fill.green) +
+                         0.0722 * LinearLight(fill.blue);
+    return light > 0.18 ? RGB{0, 0, 0} : RGB{255, 255, 255};
+}
+
+std::string Decimal(double value) {
+    char text[40];
+    const double rounded = std::round(value * 100) / 100;
+    return {text, std::to_chars(text, text + sizeof text, rounded == 0 ? 0.0 : rounded).ptr};
+}
+
+Picture MakePicture(const Bnet_bn& net) {
+    const Vnet_kt& drawing = *net.vnets[0];
+    Picture picture;
+    picture.font = FontOf(drawing);
+    const auto colors = ColorOfSets(net);
+    picture.nodes.reserve(static_cast<std::size_t>(net.nodes.N));
+    for (const Bnode_bn* node : net.nodes) {
+        PictureNode& drawn = picture.nodes.emplace_back();
+        drawn.node = node;
+        drawn.lines = NodeLines(*node, drawing.labelStyle, picture.font);
+        drawn.shape = ShapeOf(node->kind);
+        drawn.doubled = node->relation.kind == RelnKindEN::deterministic;
+        drawn.fill =
+            node->nodesets().empty() ? KindFill(node->kind) : colors.at(node->nodesets().front());
+        drawn.ink = InkOn(drawn.fill);
+        Size(drawn, picture.font);
+    }
+    const double scale = PlacePicture(net, picture);
+    picture.laidOut = scale == 0;
+    AddLinks(picture);
+    Frame(picture, drawing.extentWidth * scale, drawing.extentHeight * scale);
+    return picture;
+}
+
+}  // namespace lumo
