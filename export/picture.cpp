@@ -256,10 +256,12 @@ void Frame(Picture& picture, double extentWidth, double extentHeight) {
     const auto sensible = [](double extent, double from, double to) {
         return extent > to && extent < to + 0.3 * (to - from) + 100;
     };
-    const bool fromOrigin =
-        left >= 0 && top >= 0 && left < 0.3 * right + 100 && top < 0.3 * bottom + 100;
-    if (!picture.laidOut && fromOrigin) {
-        left = top = 0;
+    const auto nearOrigin = [](double from, double to) {
+        return from > -100 && from < 0.3 * to + 100;
+    };
+    if (!picture.laidOut && nearOrigin(left, right) && nearOrigin(top, bottom)) {
+        left = std::min(left, 0.0);
+        top = std::min(top, 0.0);
         if (sensible(extentWidth, left, right)) right = extentWidth;
         if (sensible(extentHeight, top, bottom)) bottom = extentHeight;
     }

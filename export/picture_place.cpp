@@ -17,12 +17,12 @@ namespace {
 constexpr double gap = 14;  ///< between shapes: room for an arrow head
 constexpr double scaleStep = 1.12;
 constexpr double largestScale = 6;
-constexpr double touchingAllowed = 0.02;  ///< share of the nodes, moved apart afterwards
+constexpr double touchingAllowed = 0.04;  ///< share of the nodes, moved apart afterwards
 constexpr double touchingHopeless = 0.3;  ///< share that no scaling parted: no drawing
 // Measures of a drawing, as so many times the root of what its shapes cover, and some more that
 // matters with few shapes.
 constexpr double roomyRoots = 5, roomyMore = 500;  ///< one wider or higher is scaled down
-constexpr double vastRoots = 8, vastMore = 600;    ///< root of the area of what is no drawing
+constexpr double vastRoots = 10, vastMore = 600;   ///< root of the area of what is no drawing
 constexpr double longestRoots = 40;                ///< nor is one that is longer
 constexpr std::size_t neighboursLooked = 32;       ///< of a cell, so that work stays linear
 

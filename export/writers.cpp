@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 
+#include "export/dot.h"
 #include "export/json.h"
 #include "export/svg.h"
 #include "library/Utils.h"
@@ -13,6 +14,7 @@ namespace {
 constexpr std::array writers = {
     Writer{"json", ".json", true, WriteJson},
     Writer{"svg", ".svg", false, WriteSvg},
+    Writer{"dot", ".dot", false, WriteDot},
 };
 
 }  // namespace

@@ -1,0 +1,86 @@
+#include "export/dot.h"
+
+#include <ostream>
+
+#include "export/describe.h"
+#include "export/picture.h"
+#include "export/text.h"
+
+namespace lumo {
+namespace {
+
+constexpr double pointsPerInch = 72;
+
+/// A quoted text that stands for itself: backslashes (escapes of labels) and ampersands (character
+/// references) lose their meaning. Line breaks become those of labels.
+std::string Quoted(std::string_view text) {
+    std::string out = "\"";
+    std::string_view separator;
+    while (true) {
+        const std::size_t end = text.find('\n');
+        out += separator;
+        for (const char c : OneLine(text.substr(0, end))) {
+            if (c == '"' || c == '\\') out += '\\';
+            out += c;
+            if (c == '&') out += "amp;";
+        }
+        if (end == std::string_view::npos) break;
+        text.remove_prefix(end + 1);
+        separator = "\\n";
+    }
+    return out + '"';
+}
+
+const char* ShapeName(ShapeEN shape) {
+    constexpr const char* names[] = {"ellipse", "box", "hexagon"};
+    return names[static_cast<int>(shape)];
+}
+
+std::string Label(const PictureNode& node) {
+    std::string text;
+    for (const std::string& line : node.lines) text += (text.empty() ? "" : "\n") + line;
+    return text;
+}
+
+void WriteNode(const PictureNode& node, std::ostream& out) {
+    out << "  " << Quoted(node.node->name()) << " [label=" << Quoted(Label(node))
+        << ", shape=" << ShapeName(node.shape) << ", fillcolor=\"" << ColorText(node.fill)
+        << "\", fontcolor=\"" << ColorText(node.ink) << "\", pos=\"" << Decimal(node.centre.x)
+        << ',' << Decimal(-node.centre.y)
+        << "!\", width=" << Decimal(2 * node.halfWidth / pointsPerInch)
+        << ", height=" << Decimal(2 * node.halfHeight / pointsPerInch)
+        << (node.doubled ? ", peripheries=2" : "")
+        << ", tooltip=" << Quoted(NodeSummary(*node.node)) << "];\n";
+}
+
+void WriteGroup(const nodeset_bn& set, RGB color, std::ostream& out) {
+    // The prefix keeps a set from being taken for a cluster, which would change the drawing.
+    out << "  subgraph " << Quoted("group " + set.name()) << " {\n    label=" << Quoted(set.name())
+        << ";\n    color=\"" << ColorText(color) << "\";\n   ";
+    for (const Bnode_bn* node : set.nodes()) out << ' ' << Quoted(node->name()) << ';';
+    out << "\n  }\n";
+}
+
+}  // namespace
+
+void WriteDot(const ImportResult& result, std::ostream& out) {
+    const Bnet_bn& net = *result.net;
+    const Picture picture = MakePicture(net);
+    const PictureFont& font = picture.font;
+    const std::string face =
+        font.face + (font.bold ? " Bold" : "") + (font.italic ? " Italic" : "");
+    out << "digraph " << Quoted(net.name)
+        << " {\n  graph [inputscale=72, tooltip=" << Quoted(TitleOrName(net))
+        << "];\n  node [style=filled, color=\"#3c4650\", fontname=" << Quoted(face)
+        << ", fontsize=" << Decimal(font.size)
+        << "];\n  edge [color=\"#5c6670\", arrowsize=0.8];\n";
+    for (const PictureNode& node : picture.nodes) WriteNode(node, out);
+    for (const Bnode_bn* child : net.nodes)
+        for (const Bnode_bn* parent : child->parents)
+            out << "  " << Quoted(parent->name()) << " -> " << Quoted(child->name()) << ";\n";
+    const std::vector<RGB> colors = NodesetColors(net);
+    for (std::size_t i = 0; i < colors.size(); ++i) WriteGroup(*net.nodesets()[i], colors[i], out);
+    out << "}\n";
+}
+
+}  // namespace lumo

@@ -1,0 +1,285 @@
+// Pictures: where nodes stand, where arrows end, labels, colours, and that nothing of a file
+// becomes mark-up.
+#include "export/svg.h"
+
+#include <cmath>
+#include <sstream>
+
+#include "export/picture.h"
+#include "export/text.h"
+#include "picture_support.h"
+
+namespace lumo {
+namespace {
+
+using test::AddNode;
+using test::NewResult;
+
+std::string Svg(const ImportResult& result) {
+    std::ostringstream out;
+    WriteSvg(result, out);
+    return out.str();
+}
+
+/// 0 on the border of the node's shape, negative inside, by the shape's own equation.
+double FromBorder(const PictureNode& node, Point at) {
+    const double x = std::abs(at.x - node.centre.x) / node.halfWidth;
+    const double y = std::abs(at.y - node.centre.y) / node.halfHeight;
+    switch (node.shape) {
+        case ShapeEN::ellipse:
+            return std::hypot(x, y) - 1;
+        case ShapeEN::rectangle:
+            return std::max(x, y) - 1;
+        default: {
+            const std::vector<Point> corners =
+                HexagonCorners(node.centre, node.halfWidth, node.halfHeight);
+            const double flat = (corners[2].x - node.centre.x) / node.halfWidth;
+            return std::max(y, x + (1 - flat) * y) - 1;
+        }
+    }
+}
+
+bool Overlapping(const PictureNode& a, const PictureNode& b) {
+    return std::abs(a.centre.x - b.centre.x) < a.halfWidth + b.halfWidth &&
+           std::abs(a.centre.y - b.centre.y) < a.halfHeight + b.halfHeight;
+}
+
+/// What holds for every picture: no overlap, nothing cut, links from border to border.
+void ExpectSoundPicture(const Picture& picture) {
+    for (const PictureNode& node : picture.nodes) {
+        EXPECT_GE(node.centre.x - node.halfWidth, picture.left);
+        EXPECT_GE(node.centre.y - node.halfHeight, picture.top);
+        EXPECT_LE(node.centre.x + node.halfWidth, picture.left + picture.width);
+        EXPECT_LE(node.centre.y + node.halfHeight, picture.top + picture.height);
+        for (const PictureNode& other : picture.nodes)
+            if (&other < &node) {
+                EXPECT_FALSE(Overlapping(node, other))
+                    << node.node->name() << ' ' << other.node->name();
+            }
+    }
+    for (const PictureLink& link : picture.links) {
+        const auto at = [&](int i) { return picture.nodes[static_cast<std::size_t>(i)]; };
+        EXPECT_NEAR(FromBorder(at(link.parent), link.from), 0, 1e-9);
+        EXPECT_NEAR(FromBorder(at(link.child), link.to), 0, 1e-9);
+        for (const Point corner : ArrowHead(link))
+            for (const PictureNode& node : picture.nodes)
+                EXPECT_GE(FromBorder(node, corner), -1e-9) << "a head is on " << node.node->name();
+    }
+}
+
+/// A star of all kinds around a centre, at the positions times the scale, moved by the offset.
+ImportResult Star(double scale, coord_kt offset = {}) {
+    ImportResult result = NewResult();
+    constexpr coord_kt places[] = {{200, 200}, {50, 60},   {200, 40},  {380, 70},
+                                   {400, 200}, {370, 330}, {210, 360}, {30, 340}};
+    constexpr NodeKindEN kinds[] = {NatureNode, DecisionNode, UtilityNode};
+    int i = 0;
+    for (const coord_kt at : places) {
+        const coord_kt scaled{static_cast<int>(at.x * scale) + offset.x,
+                              static_cast<int>(at.y * scale) + offset.y};
+        AddNode(*result.net, ("node_" + std::to_string(i)).c_str(), scaled, kinds[i % 3]);
+        ++i;
+    }
+    const BndList_bn& nodes = result.net->nodes;
+    for (int n = 1; n < nodes.N; ++n)
+        n % 2 == 0 ? AddLink_ibn(*nodes[0], *nodes[n]) : AddLink_ibn(*nodes[n], *nodes[0]);
+    return result;
+}
+
+TEST(Picture, KeepsTheFilesDrawingAtAnyScaleThatCanBeDrawn) {
+    for (const double scale : {0.35, 1.0, 3.0, 50.0, 1e6}) {
+        SCOPED_TRACE(scale);
+        const ImportResult result = Star(scale, scale < 2 ? coord_kt{-500, 9000} : coord_kt{});
+        const Picture picture = MakePicture(*result.net);
+        ExpectSoundPicture(picture);
+        EXPECT_FALSE(picture.laidOut);
+        EXPECT_EQ(picture.links.size(), 7U);
+        EXPECT_LT(picture.width, 2200);
+        // The same drawing: directions from the centre stay.
+        for (const PictureNode& node : picture.nodes) {
+            const coord_kt was = node.node->vns[0]->position;
+            const coord_kt origin = result.net->nodes[0]->vns[0]->position;
+            const double before = std::atan2(was.y - origin.y, was.x - origin.x);
+            const double now = std::atan2(node.centre.y - picture.nodes[0].centre.y,
+                                          node.centre.x - picture.nodes[0].centre.x);
+            EXPECT_NEAR(before, now, 0.03) << node.node->name();
+        }
+    }
+}
+
+TEST(Picture, LaysOutWhatIsNoDrawing) {
+    struct Case {
+        const char* what;
+        void (*place)(Bnet_bn& net);
+    };
+    const Case cases[] = {
+        {"all at one place",
+         [](Bnet_bn& net) {
+             for (Bnode_bn* node : net.nodes) SetNodeVisPosition_ibn(*node, {7, 7}, nullptr);
+         }},
+        {"hardly apart",
+         [](Bnet_bn& net) {
+             int i = 0;
+             for (Bnode_bn* node : net.nodes) SetNodeVisPosition_ibn(*node, {++i, i}, nullptr);
+         }},
+        {"one far away from the rest",
+         [](Bnet_bn& net) {
+             SetNodeVisPosition_ibn(*net.nodes[1], {INT_MAX, INT_MIN}, nullptr);
+         }},
+    };
+    for (const auto& [what, place] : cases) {
+        SCOPED_TRACE(what);
+        const ImportResult result = Star(1);
+        place(*result.net);
+        std::vector<coord_kt> before;
+        for (const Bnode_bn* node : result.net->nodes) before.push_back(node->vns[0]->position);
+        const Picture picture = MakePicture(*result.net);
+        EXPECT_TRUE(picture.laidOut);
+        ExpectSoundPicture(picture);
+        EXPECT_LT(picture.width, 2000);
+        std::size_t i = 0;
+        for (const Bnode_bn* node : result.net->nodes)
+            EXPECT_EQ(node->vns[0]->position, before[i++]) << "the net was changed";
+    }
+}
+
+TEST(Picture, TwoNodesAtOnePlaceAreMovedApart) {
+    const ImportResult result = Star(1);
+    SetNodeVisPosition_ibn(*result.net->nodes[5], {30, 340}, nullptr);
+    ExpectSoundPicture(MakePicture(*result.net));
+}
+
+TEST(Picture, ShowsTheDrawingExtentWhenItFits) {
+    struct Case {
+        int extent;
+        bool shown;
+    };
+    for (const auto& [extent, shown] : {Case{520, true}, Case{16383, false}, Case{100, false}}) {
+        const ImportResult result = Star(1);
+        result.net->vnets[0]->extentWidth = result.net->vnets[0]->extentHeight = extent;
+        const Picture picture = MakePicture(*result.net);
+        ExpectSoundPicture(picture);
+        EXPECT_EQ(picture.left + picture.width == extent, shown) << extent;
+        EXPECT_LT(picture.width, 600);
+    }
+}
+
+TEST(Picture, LabelsFollowTheStyleAndFitTheirNode) {
+    struct Case {
+        int style;
+        const char* title;
+        std::vector<std::string> lines;
+    };
+    const std::string endless(300, 'W');
+    const Case cases[] = {
+        {0, "A title", {"its_name"}},
+        {1, "A title", {"A title"}},
+        {3, "A title", {"its_name", "A title"}},
+        {7, "A title", {"A title"}},
+        {1, nullptr, {"its_name"}},
+        {1, "", {"its_name"}},
+        {1,
+         "a\x01"
+         "b\r\nc",
+         {"a b  c"}},
+        {1, "M\xE4rz \x80", {"März €"}},
+        {1, "A longer title that needs two", {"A longer title", "that needs two"}},
+        {1, "aNameWithoutAnyBlankInItAtAll", {"aNameWithout", "AnyBlankInItAtAll"}},
+    };
+    for (const auto& [style, title, lines] : cases) {
+        const ImportResult result = NewResult();
+        Bnode_bn& node = AddNode(*result.net, "its_name", {});
+        result.net->vnets[0]->labelStyle = style;
+        node.setTitle(DupStr_kt(title));
+        EXPECT_EQ(MakePicture(*result.net).nodes[0].lines, lines);
+    }
+    for (const NodeKindEN kind : {NatureNode, DecisionNode, UtilityNode}) {
+        for (const std::string& title : {std::string("i"), std::string("Wide Words"), endless}) {
+            const ImportResult result = NewResult();
+            AddNode(*result.net, "n", {}, kind).setTitle(DupStr_kt(title));
+            const Picture picture = MakePicture(*result.net);
+            const PictureNode& node = picture.nodes[0];
+            EXPECT_LE(node.lines.size(), 2U);
+            for (std::size_t i = 0; i < node.lines.size(); ++i) {
+                const double half = TextWidth(node.lines[i], picture.font) / 2;
+                const double middle = node.lineMiddle(i, picture.font);
+                for (const double y :
+                     {middle - picture.font.size / 2, middle + picture.font.size / 2})
+                    EXPECT_LE(FromBorder(node, {node.centre.x + half, y}), 0) << title;
+            }
+            EXPECT_EQ(node.lines.back().ends_with("…"), title == endless);
+        }
+    }
+}
+
+TEST(Picture, TextIsReadableOnEveryColour) {
+    EXPECT_EQ(InkOn({255, 255, 255}).red, 0);
+    EXPECT_EQ(InkOn({255, 255, 0}).red, 0);
+    EXPECT_EQ(InkOn({0, 0, 0}).red, 255);
+    EXPECT_EQ(InkOn({0, 0, 160}).red, 255);
+    EXPECT_EQ(InkOn({128, 0, 0}).red, 255);
+}
+
+TEST(Svg, DrawsShapesColoursFontAndDoubleBorders) {
+    ImportResult result = Star(1);
+    Bnet_bn& net = *result.net;
+    AddNodeToNodeset_ibn(*net.nodes[1], "dark");
+    NodesetStyle style;
+    style.setName("dark");
+    style.red = style.green = 16;
+    style.blue = 64;
+    vect_kt<NodesetStyle> styles;
+    styles.append(style);
+    net.vnets[0]->setNodesetStyles(styles, nullptr);
+    net.nodes[1]->relation.kind = RelnKindEN::deterministic;
+    fontspec_kt font;
+    font.face = "My \"Face'; x:url(a)";
+    font.size = 15;
+    font.styleFlags = fontspec_kt::Bold | fontspec_kt::Italic;
+    FreeFont_fc(net.vnets[0]->font);
+    net.vnets[0]->font = NewFont_fc(nullptr, -1, &font);
+    const std::string svg = Svg(result);
+    EXPECT_EQ(test::XmlFault(svg), "");
+    const auto node = [&](int i) {
+        const std::size_t from = svg.find("<g id=\"node-node_" + std::to_string(i) + "\">");
+        return svg.substr(from, svg.find("</g>", from) - from);
+    };
+    const auto has = [](const std::string& text, const char* part) {
+        return text.find(part) != std::string::npos;
+    };
+    EXPECT_TRUE(has(node(0), "<ellipse") && !has(node(0), "fill=\"none\""));
+    EXPECT_TRUE(has(node(1), "<rect") && has(node(1), "fill=\"#101040\"") &&
+                has(node(1), "fill=\"#ffffff\">node_1</text>") && has(node(1), "fill=\"none\""));
+    EXPECT_TRUE(has(node(2), "<path"));
+    EXPECT_TRUE(
+        has(node(1), "<title>node_1\ndecision, deterministic\nstates: #0, #1\ngroups: dark"));
+    EXPECT_TRUE(has(svg,
+                    "font-family=\"&#39;My Face xurla&#39;, Arial, Helvetica, sans-serif\" "
+                    "font-size=\"15\" font-weight=\"bold\" font-style=\"italic\""));
+}
+
+TEST(Svg, NothingOfTheFileBecomesMarkup) {
+    const std::string svg = Svg(test::HostileResult());
+    EXPECT_EQ(test::XmlFault(svg), "");
+    EXPECT_EQ(ToUtf8(svg), svg);
+    EXPECT_EQ(svg.find("<script"), std::string::npos);
+    EXPECT_NE(svg.find("&lt;script&gt;"), std::string::npos);
+    EXPECT_NE(svg.find("café"), std::string::npos);
+}
+
+TEST(Svg, AnEmptyNetAndALargeOneAreDrawn) {
+    ImportResult empty = NewResult();
+    EXPECT_EQ(test::XmlFault(Svg(empty)), "");
+    // Far too many at one place for a layout by pairs.
+    ImportResult large = NewResult();
+    for (int i = 0; i < 3000; ++i) {
+        Bnode_bn& node = AddNode(*large.net, ("n" + std::to_string(i)).c_str(), {});
+        if (i > 0) AddLink_ibn(*large.net->nodes[(i - 1) / 3], node);
+    }
+    const Picture picture = MakePicture(*large.net);
+    ASSERT_EQ(picture.links.size(), 2999U);
+    EXPECT_LT(picture.width * picture.height, 3000.0 * 60 * 60 * 40);
+}
+
+}  // namespace
+}  // namespace lumo
