@@ -104,16 +104,19 @@ void Console::begin(const std::string& file, std::string_view text) {
 void Console::show(const rept_kt& report) {
     ReportRecord& record = reports_.emplace_back(report);
     if (record.file.empty()) record.file = file_;
+    const bool wanted = terminal_ || options_.command == CommandEN::convert;
+    if (wanted && report.line > 0 && report.offset >= 0)
+        record.sourceLine = windowAround(report.offset, record.sourceCaret);
     if (options_.quiet && report.severity <= SeverityWarning) return;
     progress_.clear();
     if (options_.jsonDiagnostics) {
         std::cerr << ReportToJson(record) + '\n';
     } else {
-        showText(record, report.offset);
+        showText(record);
     }
 }
 
-void Console::showText(const ReportRecord& report, long long offset) {
+void Console::showText(const ReportRecord& report) {
     std::string place = Visible(report.file);
     if (report.line > 0)
         place += ":" + std::to_string(report.line) + ":" + std::to_string(report.column);
@@ -122,7 +125,7 @@ void Console::showText(const ReportRecord& report, long long offset) {
     out += " " + Visible(report.message);
     if (report.number != 0) out += " [" + std::to_string(report.number) + "]";
     out += '\n';
-    if (terminal_ && report.line > 0) out += contextLine(report) + sourceLines(offset);
+    if (terminal_ && report.line > 0) out += contextLine(report) + sourceLines(report);
     std::cerr << out;
 }
 
@@ -134,14 +137,12 @@ std::string Console::contextLine(const ReportRecord& report) {
     return text.empty() ? text : "  in " + Visible(text) + "\n";
 }
 
-/// The line of the source around the offset, and one with a caret below it.
-std::string Console::sourceLines(long long offset) const {
-    if (offset < 0) return {};
-    std::size_t caret = 0;
-    const std::string line = windowAround(offset, caret);
-    if (line.empty()) return {};
-    const std::string before = Visible(std::string_view(line).substr(0, caret));
-    return "  " + before + Visible(std::string_view(line).substr(caret)) + "\n  " +
+/// The line of the source, and one with a caret below it.
+std::string Console::sourceLines(const ReportRecord& report) const {
+    if (report.sourceLine.empty()) return {};
+    const std::string_view line = report.sourceLine;
+    const std::string before = Visible(line.substr(0, report.sourceCaret));
+    return "  " + before + Visible(line.substr(report.sourceCaret)) + "\n  " +
            std::string(Columns(before), ' ') + paint(green, "^") + "\n";
 }
 
@@ -188,7 +189,7 @@ void Console::print(const char* text) {
     if (options_.jsonDiagnostics) {
         std::cerr << ReportToJson(note) + '\n';
     } else {
-        showText(note, -1);
+        showText(note);
     }
 }
 

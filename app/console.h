@@ -49,9 +49,9 @@ public:
     void unknownWord(const char* word, int number, long long count) override;
 
 private:
-    void showText(const ReportRecord& report, long long offset);
+    void showText(const ReportRecord& report);
     static std::string contextLine(const ReportRecord& report);
-    std::string sourceLines(long long offset) const;
+    std::string sourceLines(const ReportRecord& report) const;
     std::string windowAround(long long offset, std::size_t& caret) const;
     std::string paint(const char* code, const std::string& text) const;
 

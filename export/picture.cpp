@@ -21,7 +21,6 @@ constexpr std::size_t maxLabelBytes = 400;  ///< no label that long is drawn who
 constexpr double sidePadding = 8;
 constexpr double heightPadding = 7;
 constexpr double leastHalfWidthEms = 2.2;
-constexpr double hexagonSlant = 0.6;  ///< width lost at each side by half the height
 
 constexpr RGB natureFill{252, 243, 207};
 constexpr RGB decisionFill{214, 230, 250};
@@ -196,7 +195,7 @@ void Size(PictureNode& node, const PictureFont& font) {
         const double part = textHalfHeight / node.halfHeight;
         node.halfWidth = (textHalf + sidePadding / 2) / std::sqrt(1 - part * part);
     } else if (node.shape == ShapeEN::hexagon) {
-        node.halfWidth += hexagonSlant * textHalfHeight;
+        node.halfWidth += HexagonSlant * textHalfHeight;
     }
     node.halfWidth = std::max(node.halfWidth, leastHalfWidthEms * font.size) + inner;
     node.halfHeight += inner;
@@ -293,7 +292,7 @@ Point PictureNode::borderTowards(Point target) const {
             part = std::max(acrossX, acrossY);
             break;
         case ShapeEN::hexagon:
-            part = std::max(acrossY, (std::abs(dx) + hexagonSlant * std::abs(dy)) / halfWidth);
+            part = std::max(acrossY, (std::abs(dx) + HexagonSlant * std::abs(dy)) / halfWidth);
             break;
     }
     return {centre.x + dx / part, centre.y + dy / part};
@@ -305,7 +304,7 @@ double PictureNode::lineMiddle(std::size_t line, const PictureFont& font) const 
 }
 
 std::vector<Point> HexagonCorners(Point centre, double halfWidth, double halfHeight) {
-    const double flat = halfWidth - hexagonSlant * halfHeight;
+    const double flat = halfWidth - HexagonSlant * halfHeight;
     const auto at = [&](double x, double y) { return Point{centre.x + x, centre.y + y}; };
     return {at(-halfWidth, 0), at(-flat, -halfHeight), at(flat, -halfHeight),
             at(halfWidth, 0),  at(flat, halfHeight),   at(-flat, halfHeight)};

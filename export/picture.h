@@ -67,7 +67,8 @@ struct Picture {
 
 inline constexpr double ArrowLength = 9;
 inline constexpr double ArrowHalfWidth = 3.5;
-inline constexpr double InnerBorder = 3;  ///< from a doubled border to the one inside
+inline constexpr double HexagonSlant = 0.6;  ///< width lost at each side by half the height
+inline constexpr double InnerBorder = 3;     ///< from a doubled border to the one inside
 
 /// The corners of a hexagon (from the left one) with these half sides.
 std::vector<Point> HexagonCorners(Point centre, double halfWidth, double halfHeight);

@@ -20,6 +20,8 @@ struct ReportRecord {
     std::string structKind;
     std::string structName;
     std::string fieldName;
+    std::string sourceLine;       ///< the file's line, cut around the place; empty when not known
+    std::size_t sourceCaret = 0;  ///< the place in it, in bytes
 
     ReportRecord() = default;
     explicit ReportRecord(const rept_kt& report)

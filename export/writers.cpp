@@ -5,6 +5,7 @@
 
 #include "export/dot.h"
 #include "export/json.h"
+#include "export/report.h"
 #include "export/svg.h"
 #include "library/Utils.h"
 
@@ -14,6 +15,7 @@ namespace {
 constexpr std::array writers = {
     Writer{"json", ".json", true, WriteJson},
     Writer{"svg", ".svg", false, WriteSvg},
+    Writer{"html", ".html", true, WriteReport},
     Writer{"dot", ".dot", false, WriteDot},
 };
 

@@ -1,0 +1,53 @@
+# Makes the report's page, a source of lumo_export (LUMO_REPORT_PAGE), from the files beside this
+# one: the style and the scripts go into page.html, with the hashes of both for its content security
+# policy.
+
+set(folder ${CMAKE_CURRENT_LIST_DIR})
+set(scripts page.js list.js picture.js node.js problems.js)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/page.html ${folder}/page.css)
+
+# A SHA-256 in base 64: three hexadecimal digits make two characters; one is left at the end.
+function(lumo_hash text result)
+    set(alphabet "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/")
+    string(SHA256 hex "${text}")
+    string(APPEND hex "00")
+    set(encoded "")
+    foreach(from RANGE 0 63 3)
+        string(SUBSTRING ${hex} ${from} 3 digits)
+        math(EXPR first "0x${digits} >> 6")
+        math(EXPR second "0x${digits} & 63")
+        string(SUBSTRING ${alphabet} ${first} 1 first)
+        string(SUBSTRING ${alphabet} ${second} 1 second)
+        string(APPEND encoded ${first}${second})
+    endforeach()
+    string(SUBSTRING ${encoded} 0 43 encoded)
+    set(${result} "${encoded}=" PARENT_SCOPE)
+endfunction()
+
+file(READ ${folder}/page.css style)
+set(script "")
+foreach(name ${scripts})
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/${name})
+    file(READ ${folder}/${name} part)
+    string(APPEND script "${part}")
+endforeach()
+lumo_hash("${style}" style_hash)
+lumo_hash("${script}" script_hash)
+
+file(READ ${folder}/page.html page)
+string(REPLACE "{{style-hash}}" "${style_hash}" page "${page}")
+string(REPLACE "{{script-hash}}" "${script_hash}" page "${page}")
+string(REPLACE "{{style}}" "${style}" page "${page}")
+string(REPLACE "{{script}}" "${script}" page "${page}")
+set(end ")LUMO\"")
+set(start "R\"LUMO(")
+string(REPLACE "{{title}}" "${end},\n    ${start}" page "${page}")
+string(REPLACE "{{data}}" "${end},\n    ${start}" page "${page}")
+set(LUMO_REPORT_PAGE ${PROJECT_BINARY_DIR}/generated/report_page.cpp)
+file(CONFIGURE OUTPUT ${LUMO_REPORT_PAGE} @ONLY CONTENT
+"// Made from export/report/.
+#include \"export/report.h\"
+
+const lumo::ReportPage lumo::TheReportPage = {
+    @start@@page@@end@};
+")

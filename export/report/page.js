@@ -1,0 +1,97 @@
+
+'use strict';
+// The report's page. Everything that comes from the file becomes text nodes or is drawn: no string
+// of it is ever parsed as markup.
+
+const data = JSON.parse(document.getElementById('data').textContent);
+const nodes = data.nodes;
+const byId = (id) => document.getElementById(id);
+const titleOf = (node) => node.title || node.name;
+const count = (n, word) => `${n.toLocaleString('en')} ${word}${n === 1 ? '' : 's'}`;
+
+/** An element with attributes ('text', 'class' and handlers 'onclick' ... among them) and children. */
+function el(tag, attributes = {}, ...children) {
+    const made = document.createElement(tag);
+    for (const [name, value] of Object.entries(attributes)) {
+        if (name === 'text') made.textContent = value;
+        else if (name.startsWith('on')) made.addEventListener(name.slice(2), value);
+        else if (value !== null && value !== false) made.setAttribute(name, value);
+    }
+    made.append(...children.filter((child) => child !== null));
+    return made;
+}
+
+/**
+ * Items shown in pages, so that the page never holds more than a few of them: a container whose
+ * content fill(from, to) makes, and buttons to turn pages when there is more than one.
+ */
+function paged(total, perPage, what, fill) {
+    const box = el('div');
+    const show = (from, turned) => {
+        const to = Math.min(total, from + perPage);
+        box.replaceChildren(fill(from, to));
+        if (total <= perPage) return;
+        const turn = (label, target, enabled) => el('button', {
+            type: 'button', text: label, 'aria-label': `${label} ${what}`,
+            disabled: enabled ? null : '', onclick: () => show(target, label),
+        });
+        const last = Math.floor((total - 1) / perPage) * perPage;
+        const place = el('span', {
+            role: 'status',
+            text: `${what} ${(from + 1).toLocaleString('en')} to ${to.toLocaleString('en')} of ${total.toLocaleString('en')}`,
+        });
+        const pager = el('div', {class: 'pager'}, turn('First', 0, from > 0),
+            turn('Previous', Math.max(0, from - perPage), from > 0), place,
+            turn('Next', from + perPage, to < total), turn('Last', last, to < total));
+        box.append(pager);
+        if (turned) {
+            const again = [...pager.querySelectorAll('button')];
+            (again.find((b) => b.textContent === turned && !b.disabled) || again.find((b) => !b.disabled)).focus();
+        }
+    };
+    show(0, null);
+    return box;
+}
+
+// ---- What is selected ----------------------------------------------------------------------
+
+const listeners = [];
+let selected = -1;
+
+/** Selects the node of that index (-1: none) and shows it everywhere; source says who asked. */
+function select(index, source) {
+    selected = index;
+    for (const listener of listeners) listener(index, source);
+    byId('said').textContent = index < 0 ? 'No node selected' : `${titleOf(nodes[index])} selected`;
+}
+
+/** A button that leads to a node. */
+function nodeLink(index) {
+    return el('button', {
+        type: 'button', class: 'link', text: titleOf(nodes[index]),
+        onclick: () => { select(index, 'link'); focusDetails(); },
+    });
+}
+
+// ---- Links and problems by node ------------------------------------------------------------
+
+const children = nodes.map(() => []);
+nodes.forEach((node, child) => node.parents.forEach((parent) => children[parent].push(child)));
+const problemsOf = new Map();
+data.reports.forEach((report, i) => {
+    if (report.node === undefined) return;
+    if (!problemsOf.has(report.node)) problemsOf.set(report.node, []);
+    problemsOf.get(report.node).push(i);
+});
+/** The kind of a node's worst problem, or null. */
+function worstOf(index) {
+    const own = problemsOf.get(index);
+    if (!own) return null;
+    return own.map((i) => data.reports[i]).reduce((a, b) => (b.severity > a.severity ? b : a)).kind;
+}
+
+function swatch(node) {
+    const box = el('span', {class: `swatch ${node.kind}`, 'aria-hidden': 'true'});
+    box.style.backgroundColor = node.fill;
+    return box;
+}

@@ -1,0 +1,277 @@
+#include <unordered_map>
+
+#include "export/describe.h"
+#include "export/picture.h"
+#include "export/report.h"
+#include "export/text.h"
+
+namespace lumo {
+namespace {
+
+using GroupPlaces = std::unordered_map<const nodeset_bn*, int>;
+using NodePlaces = std::unordered_map<const Bnode_bn*, int>;
+
+/// A number that is rounded to a tenth: enough for a picture.
+void Place(JsonOut& json, double value) {
+    json.number(static_cast<float>(std::round(value * 10) / 10));
+}
+
+/// Writes the parts of nodes and counts the numbers that the page has room for.
+class NodeWriter {
+public:
+    NodeWriter(JsonOut& json, const Bnet_bn& net) : json_(json) {
+        for (const Bnode_bn* node : net.nodes)
+            places_.emplace(node, static_cast<int>(places_.size()));
+        for (const auto& set : net.nodesets())
+            groups_.emplace(set.get(), static_cast<int>(groups_.size()));
+    }
+
+    void write(const PictureNode& drawn) {
+        const Bnode_bn& node = *drawn.node;
+        json_.line();
+        json_.open('{');
+        json_.key("name").text(node.name());
+        json_.key("title").textOrNull(node.title);
+        json_.key("comment").textOrNull(node.comment);
+        json_.key("kind").text(KindName(node.kind));
+        json_.key("discrete").boolean(node.variable.discrete);
+        writeLook(drawn);
+        writeStates(node.variable);
+        indices("parents", node.parents, places_);
+        indices("groups", node.nodesets(), groups_);
+        writeFields(node.userFields());
+        writeRelation(node);
+        json_.close('}');
+    }
+
+    NodePlaces takePlaces() { return std::move(places_); }
+
+private:
+    void writeLook(const PictureNode& drawn) {
+        json_.key("label").open('[');
+        for (const std::string& line : drawn.lines) json_.text(line);
+        json_.close(']').key("at").open('[');
+        for (const double value :
+             {drawn.centre.x, drawn.centre.y, drawn.halfWidth, drawn.halfHeight})
+            Place(json_, value);
+        json_.close(']');
+        json_.key("fill").text(ColorText(drawn.fill));
+        json_.key("ink").text(ColorText(drawn.ink));
+        json_.key("double").boolean(drawn.doubled);
+    }
+
+    /// The states' labels, each a text or a list of label, name and comment; the number of states
+    /// when nothing is known about any.
+    void writeStates(const Varbl_bn& variable) {
+        json_.key("states");
+        const bool named = variable.stateNames != nullptr || variable.stateTitles != nullptr ||
+                           variable.stateComments != nullptr || variable.levels != nullptr;
+        if (!named) return json_.number(variable.numStates);
+        const auto entry = [](char** texts, int i) {
+            return texts == nullptr ? nullptr : texts[i];
+        };
+        json_.open('[');
+        for (int i = 0; i < variable.numStates; ++i) {
+            const char* title = entry(variable.stateTitles, i);
+            const char* name = entry(variable.stateNames, i);
+            const char* comment = entry(variable.stateComments, i);
+            const bool more = (title != nullptr && name != nullptr) || comment != nullptr;
+            if (more) json_.open('[');
+            json_.text(StateLabel(variable, i));
+            if (!more) continue;
+            json_.textOrNull(name);
+            json_.textOrNull(comment);
+            json_.close(']');
+        }
+        json_.close(']');
+        const bool bounds = variable.levels != nullptr && variable.numLevels != variable.numStates;
+        if (bounds) json_.key("levels").numbers(variable.levels, variable.numLevels);
+    }
+
+    template <class LIST, class PLACES>
+    void indices(const char* key, const LIST& list, const PLACES& places) {
+        json_.key(key).open('[');
+        for (const auto* item : list) json_.number(places.at(item));
+        json_.close(']');
+    }
+
+    void writeFields(const std::vector<UserField>& fields) {
+        json_.key("fields").open('[');
+        for (const UserField& field : fields) {
+            json_.open('[');
+            json_.text(field.name);
+            json_.text(FieldText(field));
+            json_.close(']');
+        }
+        json_.close(']');
+    }
+
+    void writeRelation(const Bnode_bn& node) {
+        const Reln_bn& relation = node.relation;
+        const bool real = relation.kind == RelnKindEN::real;
+        const float* table = real ? relation.reals : relation.probs;
+        const long long rows = NumProduct(node.parents);
+        const long long size = table == nullptr ? 0 : rows * std::max(node.numStates(), 1);
+        const long long experience = relation.exper == nullptr ? 0 : rows;
+        const long long parameters = relation.params == nullptr ? 0 : NumCIParams(node);
+        json_.key("relation").open('{');
+        json_.key("kind").text(RelationName(relation.kind));
+        if (parameters > 0 && fits(parameters))
+            json_.key("parameters").numbers(relation.params, parameters);
+        if (size > 0 && fits(size + experience)) {
+            json_.key("table").numbers(table, size);
+            if (experience > 0) json_.key("experience").numbers(relation.exper, experience);
+        }
+        if (leftOut_ > 0) json_.key("leftOut").number(static_cast<double>(leftOut_));
+        leftOut_ = 0;
+        json_.close('}');
+    }
+
+    /// Takes the numbers from the page's room, or counts them as left out.
+    bool fits(long long numbers) {
+        const bool fit = numbers <= room_;
+        (fit ? room_ : leftOut_) += fit ? -numbers : numbers;
+        return fit;
+    }
+
+    JsonOut& json_;
+    NodePlaces places_;
+    GroupPlaces groups_;
+    long long room_ = MostReportNumbers;
+    long long leftOut_ = 0;
+};
+
+void WritePicture(JsonOut& json, const Picture& picture) {
+    const PictureFont& font = picture.font;
+    json.line();
+    json.key("picture").open('{');
+    json.key("laidOut").boolean(picture.laidOut);
+    json.key("left").number(picture.left);
+    json.key("top").number(picture.top);
+    json.key("width").number(picture.width);
+    json.key("height").number(picture.height);
+    json.key("font").open('{');
+    json.key("families").text(font.families());
+    json.key("size").number(font.size);
+    json.key("bold").boolean(font.bold);
+    json.key("italic").boolean(font.italic);
+    json.close('}');
+    json.key("lineHeight").number(font.lineHeight());
+    json.key("baseline").number(font.baseline());
+    json.key("inner").number(InnerBorder);
+    json.key("slant").number(HexagonSlant);
+    json.key("arrow").open('[');
+    json.number(ArrowLength);
+    json.number(ArrowHalfWidth);
+    json.close(']').key("links").open('[');
+    for (const PictureLink& link : picture.links) {
+        json.number(link.parent);
+        json.number(link.child);
+        for (const double value : {link.from.x, link.from.y, link.to.x, link.to.y})
+            Place(json, value);
+    }
+    json.close(']').close('}');
+}
+
+void WriteGroups(JsonOut& json, const Bnet_bn* net) {
+    json.line();
+    json.key("groups").open('[');
+    if (net != nullptr) {
+        const std::vector<RGB> colors = NodesetColors(*net);
+        for (std::size_t i = 0; i < colors.size(); ++i) {
+            json.open('{');
+            json.key("name").text(net->nodesets()[i]->name());
+            json.key("color").text(ColorText(colors[i]));
+            json.close('}');
+        }
+    }
+    json.close(']');
+}
+
+/// The node that the report is about: the object being read, or the one that its message quotes.
+const Bnode_bn* NodeOf(const ReportRecord& report, const Bnet_bn& net) {
+    const bool ofNet = report.structKind == "net" || report.structKind == "class";
+    const Bnode_bn* node = report.structName.empty() || ofNet
+                               ? nullptr
+                               : net.findNodeLabeled(report.structName.c_str());
+    constexpr std::string_view quote = "node '";
+    const std::size_t from = report.message.find(quote);
+    if (node != nullptr || from == std::string::npos) return node;
+    const std::string rest = report.message.substr(from + quote.size());
+    return net.findNodeLabeled(rest.substr(0, rest.find('\'')).c_str());
+}
+
+/// What was being read when the report was made.
+std::string ContextOf(const ReportRecord& report) {
+    std::string text = report.structKind;
+    if (!report.structName.empty()) text += " '" + report.structName + "'";
+    if (!report.fieldName.empty()) text += ", field '" + report.fieldName + "'";
+    return text;
+}
+
+void WriteProblem(JsonOut& json, const ReportRecord& report) {
+    json.key("kind").text(SeverityName(report.severity));
+    json.key("severity").number(report.severity);
+    json.key("number").number(report.number);
+    json.key("message").text(report.message);
+    json.key("line").number(report.line);
+    json.key("column").number(report.column);
+    json.key("context").textOrNull(ContextOf(report));
+    if (report.sourceLine.empty()) return;
+    json.key("source").open('[');
+    json.text(OneLine(std::string_view(report.sourceLine).substr(0, report.sourceCaret)));
+    json.text(OneLine(std::string_view(report.sourceLine).substr(report.sourceCaret)));
+    json.close(']');
+}
+
+Picture EmptyPicture() {
+    Picture picture;
+    picture.width = 200;
+    picture.height = 100;
+    return picture;
+}
+
+}  // namespace
+
+void WriteReportData(const ImportResult& result, JsonOut& json) {
+    const Bnet_bn* net = result.net.get();
+    const Picture picture = net == nullptr ? EmptyPicture() : MakePicture(*net);
+    json.open('{');
+    json.key("file").text(result.file);
+    json.key("format").textOrNull(result.format);
+    json.key("status").text(StatusName(result.status()));
+    json.key("mostNumbers").number(static_cast<int>(MostReportNumbers));
+    json.key("net");
+    if (net == nullptr) {
+        json.null();
+    } else {
+        json.open('{');
+        json.key("name").text(net->name);
+        json.key("title").textOrNull(net->title);
+        json.key("comment").textOrNull(net->comment);
+        json.close('}');
+    }
+    WriteGroups(json, net);
+    json.key("nodes").open('[');
+    NodePlaces places;
+    if (net != nullptr) {
+        NodeWriter writer(json, *net);
+        for (const PictureNode& node : picture.nodes) writer.write(node);
+        places = writer.takePlaces();
+    }
+    json.close(']');
+    WritePicture(json, picture);
+    json.line();
+    json.key("reports").open('[');
+    for (const ReportRecord& report : result.reports) {
+        json.line();
+        json.open('{');
+        WriteProblem(json, report);
+        const Bnode_bn* node = net == nullptr ? nullptr : NodeOf(report, *net);
+        if (node != nullptr) json.key("node").number(places.at(node));
+        json.close('}');
+    }
+    json.close(']').close('}');
+}
+
+}  // namespace lumo
