@@ -31,7 +31,7 @@ function listRow(place) {
         'aria-posinset': place + 1, title: titleOf(node),
         onclick: () => { current = place; select(index, 'list'); },
     }, swatch(node), el('span', {text: titleOf(node)}),
-    node.title ? el('span', {class: 'name', text: node.name}) : null,
+    nameBeside(node) ? el('span', {class: 'name', text: node.name}) : null,
     worst ? el('span', {class: `mark ${worst}`, text: '!', 'aria-label': `has ${worst}s`}) : null);
     row.style.top = `${place * rowHeight}px`;
     return row;

@@ -33,7 +33,7 @@ function stateTable(node) {
         for (let i = from; i < to; ++i) {
             const [label, name, comment] = [].concat(stateEntry(node, i));
             body.append(el('tr', {}, el('th', {scope: 'row', text: label, title: label}),
-                el('th', {text: name || ''}), el('th', {text: comment || ''})));
+                el('td', {class: 'words', text: name || ''}), el('td', {class: 'words', text: comment || ''})));
         }
         return el('div', {class: 'scroll'}, el('table', {}, body));
     });
@@ -139,7 +139,7 @@ function nodeParts(index) {
     const facts = `${kind}, ${count(statesOf(node), 'state')}`;
     return [
         el('h2', {tabindex: '-1', id: 'heading', text: titleOf(node)}),
-        el('p', {class: 'faint', text: node.title ? `${node.name}: ${facts}` : facts}),
+        el('p', {class: 'faint', text: nameBeside(node) ? `${node.name}: ${facts}` : facts}),
         node.comment ? longText(node.comment) : null,
         own ? section('Problems', problemList(own)) : null,
         node.parents.length ? section('Parents', itemList(node.parents.length, 'Parents', (i) => nodeLink(node.parents[i]))) : null,
@@ -156,7 +156,7 @@ function fieldParts(fields) {
     return [paged(fields.length, itemsAtOnce, 'Fields', (from, to) => {
         const body = el('tbody');
         fields.slice(from, to).forEach(([name, value]) =>
-            body.append(el('tr', {}, el('th', {scope: 'row', text: name}), el('th', {text: value, title: value}))));
+            body.append(el('tr', {}, el('th', {scope: 'row', text: name}), el('td', {class: 'words', text: value, title: value}))));
         return el('div', {class: 'scroll'}, el('table', {}, body));
     })];
 }

@@ -7,6 +7,7 @@ const data = JSON.parse(document.getElementById('data').textContent);
 const nodes = data.nodes;
 const byId = (id) => document.getElementById(id);
 const titleOf = (node) => node.title || node.name;
+const nameBeside = (node) => Boolean(node.title) && node.title !== node.name;
 const count = (n, word) => `${n.toLocaleString('en')} ${word}${n === 1 ? '' : 's'}`;
 
 /** An element with attributes ('text', 'class' and handlers 'onclick' ... among them) and children. */
@@ -58,10 +59,14 @@ function paged(total, perPage, what, fill) {
 const listeners = [];
 let selected = -1;
 
-/** Selects the node of that index (-1: none) and shows it everywhere; source says who asked. */
+/**
+ * Selects the node of that index (-1: none), shows it everywhere and puts it into the page's
+ * address; source says who asked.
+ */
 function select(index, source) {
     selected = index;
     for (const listener of listeners) listener(index, source);
+    history.replaceState(null, '', index < 0 ? '#' : `#${nodes[index].name}`);
     byId('said').textContent = index < 0 ? 'No node selected' : `${titleOf(nodes[index])} selected`;
 }
 
@@ -71,6 +76,13 @@ function nodeLink(index) {
         type: 'button', class: 'link', text: titleOf(nodes[index]),
         onclick: () => { select(index, 'link'); focusDetails(); },
     });
+}
+
+/** Selects the node that the page's address names. */
+function selectAddressed() {
+    const name = location.hash.slice(1);
+    const index = name === '' ? -1 : nodes.findIndex((node) => node.name === name);
+    if (index !== selected) select(index, 'address');
 }
 
 // ---- Links and problems by node ------------------------------------------------------------

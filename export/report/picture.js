@@ -103,16 +103,17 @@ function drawLinks(visible) {
     const total = links.length / linkFields;
     const step = Math.max(1, Math.ceil(total / linksDrawnAtOnce));
     const heads = view.zoom > 0.25;
-    const paint = (from, color, width) => {
+    const paint = (from, color, width, alpha) => {
         pen.strokeStyle = pen.fillStyle = color;
         pen.lineWidth = width / Math.min(1, view.zoom * 1.5);
+        pen.globalAlpha = alpha;
         pen.beginPath();
         from((i) => { pen.moveTo(links[i + 2], links[i + 3]); pen.lineTo(links[i + 4], links[i + 5]); });
         pen.stroke();
-        if (!heads) return;
         pen.beginPath();
-        from(arrowHead);
+        if (heads) from(arrowHead);
         pen.fill();
+        pen.globalAlpha = 1;
     };
     const inView = (i) => Math.max(links[i + 2], links[i + 4]) >= visible.left &&
         Math.min(links[i + 2], links[i + 4]) <= visible.right &&
@@ -122,10 +123,12 @@ function drawLinks(visible) {
     const stride = view.zoom < 0.1 ? step * linkFields : linkFields;
     for (let i = 0; i < links.length; i += linkFields)
         if (links[i] === selected || links[i + 1] === selected) chosen.push(i);
-    paint((add) => {
-        for (let i = 0; i < links.length; i += stride) if (inView(i)) add(i);
-    }, colors.link, 1);
-    if (chosen.length > 0) paint((add) => chosen.forEach(add), colors.accent, 2);
+    const drawn = [];
+    for (let i = 0; i < links.length; i += stride) if (inView(i)) drawn.push(i);
+    // The more there are, the fainter, so that the nodes stay in front.
+    const alpha = Math.max(0.15, Math.min(1, 1500 / drawn.length));
+    paint((add) => drawn.forEach(add), colors.link, 1, alpha);
+    if (chosen.length > 0) paint((add) => chosen.forEach(add), colors.accent, 2, 1);
 }
 
 function arrowHead(i) {

@@ -62,6 +62,8 @@ function start() {
     showDetails(-1);
     search();
     fit();
+    selectAddressed();
+    addEventListener('hashchange', selectAddressed);
 }
 
 start();
