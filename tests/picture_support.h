@@ -53,16 +53,16 @@ inline ImportResult HostileResult() {
     Bnet_bn& net = *result.net;
     SetNetLabel(net, DupStr_kt("</title><script>document.title='owned'</script>"));
     net.setComment(DupStr_kt("]]></style><svg onload=document.title=1>"));
-    const Bnode_bn* before = nullptr;
+    Bnode_bn* before = nullptr;
     int place = 0;
     for (const std::string& text : HostileTexts()) {
         Bnode_bn* node = NewNode_ibn(nullptr, 2, net, {place % 4 * 150, place / 4 * 90});
-        node->setTitle(DupStr_kt(text));
+        SetNodeLabel(*node, DupStr_kt(text));
         node->setComment(DupStr_kt(text));
         node->setStateTitle(0, DupStr_kt(text), CheckFull);
         node->setUserField("field", text.data(), static_cast<int>(text.size()));
         AddNodeToNodeset_ibn(*node, text.c_str());
-        if (before != nullptr) AddLink_ibn(const_cast<Bnode_bn&>(*before), *node);
+        if (before != nullptr) AddLink_ibn(*before, *node);
         before = node;
         ++place;
         ReportRecord report;
