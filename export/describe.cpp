@@ -64,6 +64,10 @@ const char* TitleOrName(const Bnode_bn& node) {
 
 const char* TitleOrName(const Bnet_bn& net) { return HasText(net.title) ? net.title : net.name; }
 
+bool HasOwnTitle(const Bnode_bn& node) {
+    return HasText(node.title) && std::string_view(node.title) != node.name();
+}
+
 std::string StateLabel(const Varbl_bn& variable, int state) {
     const char* title = variable.stateTitles == nullptr ? nullptr : variable.stateTitles[state];
     char buffer[StateTextSize];
@@ -78,7 +82,7 @@ std::string_view FieldText(const UserField& field) {
 
 std::string NodeSummary(const Bnode_bn& node) {
     std::string text = ToUtf8(TitleOrName(node));
-    if (HasText(node.title)) text += " (" + std::string(node.name()) + ")";
+    if (HasOwnTitle(node)) text += " (" + std::string(node.name()) + ")";
     text +=
         std::string("\n") + KindName(node.kind) + (node.variable.discrete ? "" : ", continuous");
     if (node.relation.kind == RelnKindEN::deterministic) text += ", deterministic";

@@ -17,6 +17,9 @@ const char* RelationName(RelnKindEN relation);  ///< "none", "table", "determini
 const char* TitleOrName(const Bnode_bn& node);
 const char* TitleOrName(const Bnet_bn& net);
 
+/// Whether the node has a title that says more than its name.
+bool HasOwnTitle(const Bnode_bn& node);
+
 /// What a person calls the state: its title, else its name, value or interval, else "#k". Bytes as
 /// in the file.
 std::string StateLabel(const Varbl_bn& variable, int state);

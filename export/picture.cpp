@@ -145,10 +145,9 @@ std::vector<std::string> LabelLines(const char* text, const PictureFont& font) {
 }
 
 /// The label that the net's style wants: 0 name, 3 name and title, else the title; a node without a
-/// title shows its name.
+/// title of its own shows its name.
 std::vector<std::string> NodeLines(const Bnode_bn& node, int style, const PictureFont& font) {
-    const bool titled = node.title != nullptr && *node.title != 0;
-    if (style == 0 || !titled) return LabelLines(node.name(), font);
+    if (style == 0 || !HasOwnTitle(node)) return LabelLines(node.name(), font);
     std::vector<std::string> lines = LabelLines(node.title, font);
     if (style == 3) lines.insert(lines.begin(), Cut(node.name(), lineEms * font.size, font));
     return lines;

@@ -75,11 +75,12 @@ private:
             const char* title = entry(variable.stateTitles, i);
             const char* name = entry(variable.stateNames, i);
             const char* comment = entry(variable.stateComments, i);
-            const bool more = (title != nullptr && name != nullptr) || comment != nullptr;
+            const bool renamed = title != nullptr && name != nullptr && !streql_kt(title, name);
+            const bool more = renamed || comment != nullptr;
             if (more) json_.open('[');
             json_.text(StateLabel(variable, i));
             if (!more) continue;
-            json_.textOrNull(name);
+            json_.textOrNull(renamed ? name : nullptr);
             json_.textOrNull(comment);
             json_.close(']');
         }

@@ -96,6 +96,11 @@ function probabilityTable(node, relation) {
         if (!single) return String(relation.table[r * states + c]);
         return stateLabel(node, relation.table.indexOf(1, r * states) - r * states);
     };
+    // A long single row reads better downwards.
+    if (rowCount === 1 && columns > 8 && !experience) {
+        return numberTable('Table', columns, ['state'], (row) => [stateLabel(node, row)], 1,
+            () => (relation.kind === 'real' ? 'value' : 'probability'), (r) => value(0, r));
+    }
     return numberTable('Table', rowCount, parentHeads(node), (row) => rowStates(node, row),
         columns + (experience ? 1 : 0), title, value);
 }
