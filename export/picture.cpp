@@ -137,7 +137,7 @@ std::vector<std::string> LabelLines(const char* text, const PictureFont& font) {
     if (whole <= most) return {clean};
     double width = std::min(most, whole / titleLines);
     while (width < most) {
-        const std::vector<std::string> lines = Broken(clean, width, font);
+        std::vector<std::string> lines = Broken(clean, width, font);
         if (!lines.back().ends_with("…")) return lines;
         width += font.size;
     }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <tuple>
 
 #include "export/picture.h"
 
@@ -64,7 +65,9 @@ private:
     struct Entry {
         std::int64_t column, row;
         std::size_t node;
-        auto operator<=>(const Entry&) const = default;
+        bool operator<(const Entry& other) const {
+            return std::tie(column, row, node) < std::tie(other.column, other.row, other.node);
+        }
     };
 
     std::size_t startOf(std::int64_t column, std::int64_t row) const {
@@ -164,16 +167,17 @@ double PutScaled(std::vector<PictureNode>& nodes, const std::vector<Point>& plac
     const double leastShare = TouchingShare(nodes);
     if (leastShare > touchingHopeless) return 0;
     const double allowed = std::max(leastShare, touchingAllowed);
-    for (; scale < largestScale; scale *= scaleStep) {
-        Put(nodes, places, scale);
-        if (TouchingShare(nodes) <= allowed) return scale;
-    }
     Put(nodes, places, scale);
+    while (scale < largestScale && TouchingShare(nodes) > allowed) {
+        scale *= scaleStep;
+        Put(nodes, places, scale);
+    }
     return scale;
 }
 
 std::vector<Point> NetPlaces(const Bnet_bn& net) {
     std::vector<Point> places;
+    places.reserve(static_cast<std::size_t>(net.nodes.N));
     for (const Bnode_bn* node : net.nodes) {
         const coord_kt at = node->vns.hasSome() ? node->vns[0]->position : coord_kt();
         places.push_back({static_cast<double>(at.x), static_cast<double>(at.y)});
@@ -192,6 +196,7 @@ std::vector<Point> LaidOutPlaces(const Bnet_bn& net) {
     const int side = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(list.N))));
     Layout(list, {0, 0, 200 * side, 100 * side}, false, false, true, 1.0);
     std::vector<Point> places;
+    places.reserve(copies.size());
     for (const Vnode_kt& copy : copies)
         places.push_back(
             {static_cast<double>(copy.position.x), static_cast<double>(copy.position.y)});
