@@ -126,9 +126,14 @@ void NodeHeavyFile(benchmark::State& state) {
     MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0))), FormatDsc);
 }
 
-BENCHMARK(NumberHeavyFile)->Unit(benchmark::kMillisecond);
-BENCHMARK(RowHeavyFile)->Unit(benchmark::kMillisecond);
-BENCHMARK(NodeHeavyFile)->Arg(1000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(NumberHeavyFile)->Name("NumberHeavy")->Unit(benchmark::kMillisecond);
+BENCHMARK(RowHeavyFile)->Name("RowHeavy")->Unit(benchmark::kMillisecond);
+BENCHMARK(NodeHeavyFile)
+    ->Name("NodeHeavy")
+    ->Arg(1000)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace lumo::bench

@@ -72,17 +72,27 @@ std::string NodeHeavy(int nodes, bool placed) {
 void BM_NumberHeavy(benchmark::State& state) {
     MeasureImport(state, NumberHeavy(static_cast<int>(state.range(0)), 4), FormatXMLBIF);
 }
-BENCHMARK(BM_NumberHeavy)->Arg(12)->Arg(18)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_NumberHeavy)->Name("NumberHeavy")->Arg(12)->Arg(18)->Unit(benchmark::kMillisecond);
 
 void BM_NodeHeavyPlaced(benchmark::State& state) {
     MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0)), true), FormatXMLBIF);
 }
-BENCHMARK(BM_NodeHeavyPlaced)->Arg(1000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_NodeHeavyPlaced)
+    ->Name("NodeHeavyPlaced")
+    ->Arg(1000)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Unit(benchmark::kMillisecond);
 
 void BM_NodeHeavyLaidOut(benchmark::State& state) {
     MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0)), false), FormatXMLBIF);
 }
-BENCHMARK(BM_NodeHeavyLaidOut)->Arg(1000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_NodeHeavyLaidOut)
+    ->Name("NodeHeavyLaidOut")
+    ->Arg(1000)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Unit(benchmark::kMillisecond);
 
 /// Two imports side by side against one after the other; of two cores, 2 is the most.
 void BM_TwoThreads(benchmark::State& state) {
@@ -101,7 +111,7 @@ void BM_TwoThreads(benchmark::State& state) {
     }
     state.counters["speedup"] = serial / parallel;
 }
-BENCHMARK(BM_TwoThreads)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_TwoThreads)->Name("TwoThreads")->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 }  // namespace lumo::bench
