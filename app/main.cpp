@@ -6,6 +6,7 @@
 #include "app/batch.h"
 #include "app/console.h"
 #include "app/convert.h"
+#include "app/explain.h"
 #include "app/options.h"
 #include "app/read.h"
 #include "app/summary.h"
@@ -42,10 +43,26 @@ int WorkOnFile(const std::string& file, const Options& options, Console& console
     }
 }
 
+int ExplainAll(const std::vector<std::string>& numbers) {
+    int exitCode = ExitRead;
+    for (const std::string& number : numbers) {
+        const std::string text = Explain(number);
+        if (text.empty()) {
+            std::cerr << "lumo-import: there is no report " + Visible(number) + "\n";
+            exitCode = ExitUsage;
+        } else if (const std::string failure = WriteStandardOutput(text); !failure.empty()) {
+            std::cerr << "lumo-import: " + failure + "\n";
+            return ExitWriteFailed;
+        }
+    }
+    return exitCode;
+}
+
 int Run(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is a failed write like any other
     Options options;
     if (const std::optional<int> exitCode = ParseArguments(argc, argv, options)) return *exitCode;
+    if (options.command == CommandEN::explain) return ExplainAll(options.files);
     Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref = options.createStateNames;
     Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref = options.createStateNames;
     if (options.files.size() > 1) return RunBatch(options, WorkOnFile);

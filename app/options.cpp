@@ -19,12 +19,14 @@ Examples:
   lumo-import check *.dsc                       problems only
   lumo-import convert asia.net -o asia.json     the whole net as JSON
   lumo-import convert asia.net --to json -o -   the same on standard output
+  lumo-import explain 4022                      what a report means, and its cure
   lumo-import convert -j 4 nets/*.xml --to json -o out/
 
 Usage:
   lumo-import [OPTIONS] FILE...
   lumo-import check [OPTIONS] FILE...
   lumo-import convert [OPTIONS] FILE... -o OUT [--to FORMAT]
+  lumo-import explain NUMBER...
 
 A FILE named - is standard input. With many files OUT is a folder.
 
@@ -142,6 +144,8 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     convert->add_option("FILE", options.files);
     convert->add_option("-o,--output", options.output)->required();
     convert->add_option("--to", raw.writer)->check(CLI::IsMember(Names(Writers())));
+    CLI::App* explain = app.add_subcommand("explain");
+    explain->add_option("NUMBER", options.files)->required();
 
     try {
         app.parse(argc, argv);
@@ -154,6 +158,10 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     }
     if (check->parsed()) options.command = CommandEN::check;
     if (convert->parsed()) options.command = CommandEN::convert;
+    if (explain->parsed()) {
+        options.command = CommandEN::explain;
+        return std::nullopt;
+    }
     const std::string mistake = Check(options, raw);
     return mistake.empty() ? std::nullopt : std::optional(UsageError(mistake));
 }

@@ -19,12 +19,12 @@ enum ExitEN : int {
     ExitWriteFailed = 74,  ///< the output could not be written
 };
 
-enum class CommandEN : unsigned char { summary, check, convert };
+enum class CommandEN : unsigned char { summary, check, convert, explain };
 enum class ColorEN : unsigned char { automatic, always, never };
 
 struct Options {
     CommandEN command = CommandEN::summary;
-    std::vector<std::string> files;      ///< "-" is standard input
+    std::vector<std::string> files;      ///< "-" is standard input; explain: report numbers
     std::string output;                  ///< convert: a file, a folder for many files, "-"
     const Writer* writer = nullptr;      ///< convert
     const FormatInfo* format = nullptr;  ///< null: detect

@@ -746,6 +746,8 @@ constexpr ReportInfo catalogue[] = {
      "answers it"},
 };
 
+constexpr const char* Conversions = "sdgcf";  // what ends a printf conversion
+
 /// Whether the text can come of the printf format: what stands between its conversions must follow
 /// each other in the text.
 bool Fits(std::string_view text, std::string_view format) {
@@ -757,7 +759,7 @@ bool Fits(std::string_view text, std::string_view format) {
         format.remove_prefix(literal.size());
         if (format.empty()) return anywhere ? text.ends_with(literal) : text == literal;
         text.remove_prefix(at + literal.size());
-        format.remove_prefix(std::min(format.size(), format.find_first_of("sdgcf") + 1));
+        format.remove_prefix(std::min(format.size(), format.find_first_of(Conversions) + 1));
         anywhere = true;
     }
     return anywhere || text.empty();
@@ -772,6 +774,19 @@ const ReportInfo* FindReport(int number) {
         return number != 0 && std::ranges::find(info.numbers, number) != info.numbers.end();
     });
     return found == std::end(catalogue) ? nullptr : found;
+}
+
+std::string MessageOf(const ReportInfo& info) {
+    std::string text;
+    for (const char* p = info.message; *p != '\0'; ++p) {
+        if (*p == '%') {
+            p += std::strcspn(p, Conversions);
+            text += "...";
+        } else {
+            text += *p == '\n' ? "; " : std::string(1, *p);
+        }
+    }
+    return text;
 }
 
 std::string CatalogueFault(int number, int severity, const char* message) {

@@ -25,6 +25,9 @@ std::span<const ReportInfo> ReportCatalogue();
 /// The entry with that number (negative, as in the reports); null when there is none.
 const ReportInfo* FindReport(int number);
 
+/// Its messages on one line; what differs from report to report is three dots.
+std::string MessageOf(const ReportInfo& info);
+
 /// What keeps a report of that number, severity and message (without the marker) from being one of
 /// the catalogue; empty when nothing does.
 std::string CatalogueFault(int number, int severity, const char* message);

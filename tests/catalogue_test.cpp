@@ -20,19 +20,10 @@ std::string Numbers(const ReportInfo& info) {
     return text;
 }
 
-/// The messages as one cell: %s and its like become three dots.
-std::string Messages(const ReportInfo& info) {
-    std::string text;
-    for (const char* p = info.message; *p != '\0'; ++p) {
-        if (*p == '%') {
-            p += std::strcspn(p, "sdgcf");
-            text += "...";
-        } else if (*p == '\n') {
-            text += "; ";
-        } else {
-            text += *p == '|' ? "\\|" : std::string(1, *p);
-        }
-    }
+/// The text as a cell of a table.
+std::string Cell(std::string text) {
+    for (std::size_t at = 0; (at = text.find('|', at)) != std::string::npos; at += 2)
+        text.insert(at, "\\");
     return text;
 }
 
@@ -46,11 +37,8 @@ std::string TableOf(char format) {
     std::string table = "| number | kind | message | cause and cure |\n|---|---|---|---|\n";
     for (const ReportInfo& info : ReportCatalogue()) {
         if (std::strchr(info.formats, format) == nullptr) continue;
-        std::string cure = info.cure;
-        for (std::size_t at = 0; (at = cure.find('|', at)) != std::string::npos; at += 2)
-            cure.insert(at, "\\");
-        table += "| " + Numbers(info) + " | " + Kind(info.severity) + " | " + Messages(info) +
-                 " | " + cure + " |\n";
+        table += "| " + Numbers(info) + " | " + Kind(info.severity) + " | " +
+                 Cell(MessageOf(info)) + " | " + Cell(info.cure) + " |\n";
     }
     return table;
 }

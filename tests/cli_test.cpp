@@ -257,4 +257,16 @@ TEST_F(Cli, NoisyMaxQuestion) {
     EXPECT_NE(run("$L check '" + file + "'").err.find("--condense"), std::string::npos);
 }
 
+TEST_F(Cli, ExplainsReports) {
+    const Outcome known = run("$L explain -4022 4004");
+    EXPECT_EQ(known.code, 0);
+    EXPECT_NE(known.out.find("-4022: error (DSC)\n  unexpected token '...'\n"), std::string::npos)
+        << known.out;
+    EXPECT_NE(known.out.find("-4004: error (Hugin)"), std::string::npos);
+    const Outcome unknown = run("$L explain 4022x");
+    EXPECT_EQ(unknown.code, 64);
+    EXPECT_EQ(unknown.err, "lumo-import: there is no report 4022x\n");
+    EXPECT_EQ(run("$L explain").code, 64);
+}
+
 }  // namespace
