@@ -16,14 +16,24 @@
 namespace lumo::app {
 namespace {
 
+/// Writes the net in the format asked for and says what the format does not keep.
+std::string Convert(const ImportResult& result, const Options& options, Console& console) {
+    const Writer& writer = *options.writer;
+    if (result.net == nullptr && !writer.withoutNet) return {};
+    std::string failure = WriteOutput(result, writer, OutputFor(options, result.file));
+    if (!failure.empty() || writer.losses == nullptr || options.quiet) return failure;
+    for (const std::string& note : LossNotes(writer.losses(*result.net), writer.title))
+        console.print(note.c_str());
+    return {};
+}
+
 /// Writes what the command wants of the result; empty, or what went wrong.
-std::string Write(const ImportResult& result, const Options& options) {
+std::string Write(const ImportResult& result, const Options& options, Console& console) {
     switch (options.command) {
         case CommandEN::check:
             return {};
         case CommandEN::convert:
-            if (result.net == nullptr && !options.writer->withoutNet) return {};
-            return WriteOutput(result, *options.writer, OutputFor(options, result.file));
+            return Convert(result, options, console);
         default:
             return WriteStandardOutput(options.files.size() > 1 ? SummaryLine(result)
                                                                 : Summary(result));
@@ -33,7 +43,7 @@ std::string Write(const ImportResult& result, const Options& options) {
 int WorkOnFile(const std::string& file, const Options& options, Console& console) {
     try {
         const ImportResult result = ReadOne(file, options, console);
-        const std::string failure = Write(result, options);
+        const std::string failure = Write(result, options, console);
         if (failure.empty()) return ExitCodeOf(result);
         std::cerr << "lumo-import: " + failure + "\n";
         return ExitWriteFailed;

@@ -3,10 +3,14 @@
 #include <array>
 #include <string>
 
+#include "export/bif_writer.h"
 #include "export/dot.h"
+#include "export/dsc_writer.h"
+#include "export/hugin_writer.h"
 #include "export/json.h"
 #include "export/report.h"
 #include "export/svg.h"
+#include "export/xmlbif_writer.h"
 #include "library/Utils.h"
 
 namespace lumo {
@@ -17,6 +21,10 @@ constexpr std::array writers = {
     Writer{"svg", ".svg", false, WriteSvg},
     Writer{"html", ".html", true, WriteReport},
     Writer{"dot", ".dot", false, WriteDot},
+    Writer{"xmlbif", ".xml", false, WriteXmlBif, "XML BIF", XmlBifLosses},
+    Writer{"hugin", ".net", false, WriteHugin, "Hugin", HuginLosses},
+    Writer{"dsc", ".dsc", false, WriteDsc, "DSC", DscLosses},
+    Writer{"bif", ".bif", false, WriteBif, "BIF", BifLosses},
 };
 
 }  // namespace

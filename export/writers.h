@@ -5,6 +5,7 @@
 #include <span>
 #include <string_view>
 
+#include "export/losses.h"
 #include "export/result.h"
 
 namespace lumo {
@@ -15,6 +16,8 @@ struct Writer {
     const char* extension;  ///< with its dot
     bool withoutNet;        ///< writes something useful when nothing was read
     void (*write)(const ImportResult& result, std::ostream& out);
+    const char* title = "";                          ///< for people
+    Losses (*losses)(const Bnet_bn& net) = nullptr;  ///< null: what it writes is no net to be read
 };
 
 std::span<const Writer> Writers();

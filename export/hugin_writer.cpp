@@ -1,0 +1,501 @@
+#include "export/hugin_writer.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <unordered_map>
+
+#include "export/groups.h"
+#include "export/labels.h"
+#include "export/placing.h"
+#include "export/rows.h"
+#include "export/text.h"
+#include "export/textout.h"
+
+namespace lumo {
+namespace {
+
+constexpr double fullScale = 1.25;  // of positions, by readers, at full zoom
+constexpr double fullZoom = 100;    // per cent
+constexpr std::size_t longestValue = 255;
+
+// ---- Colors --------------------------------------------------------------------------------
+
+/// The palette has four levels of each: blue changes slowest and green fastest.
+constexpr std::array<int, 4> outerLevels = {255, 198, 132, 0};
+constexpr std::array<int, 4> greenLevels = {255, 195, 130, 0};
+
+struct PaletteColor {
+    int index;
+    bool exact;
+};
+
+PaletteColor Nearest(RGB color) {
+    bool exact = true;
+    const auto nearest = [&exact](const std::array<int, 4>& levels, int value) {
+        const auto closer = [value](int a, int b) {
+            return std::abs(a - value) < std::abs(b - value);
+        };
+        const auto level = std::min_element(levels.begin(), levels.end(), closer);
+        exact = exact && *level == value;
+        return static_cast<int>(level - levels.begin());
+    };
+    const int index = nearest(outerLevels, color.blue) * 16 + nearest(outerLevels, color.red) * 4 +
+                      nearest(greenLevels, color.green);
+    return {index, exact};
+}
+
+// ---- What the file can say -----------------------------------------------------------------
+
+/// The number in per cent that a reader makes the zoom of.
+double Percent(double zoom) {
+    const double percent = zoom * fullZoom;
+    for (const double limit : {-HUGE_VAL, HUGE_VAL}) {
+        const double other = std::nextafter(percent, limit);
+        if (percent / fullZoom != zoom && other / fullZoom == zoom) return other;
+    }
+    return percent;
+}
+
+double ZoomAsRead(double zoom) {
+    const double read = Percent(zoom) / fullZoom;
+    return read > 0 && std::isfinite(read) && std::isfinite(fullZoom / read) ? read : 1;
+}
+
+/// A net as the file will show it.
+class Plan {
+public:
+    explicit Plan(const Bnet_bn& net)
+        : net_(net),
+          placing_(*net.vnets[0], fullScale / ZoomAsRead(net.vnets[0]->zoomFactor), true),
+          tables_(net),
+          colors_(GroupColors(net)) {
+        int place = 0;
+        for (const auto& set : net.nodesets()) {
+            places_.emplace(set.get(), place++);
+            if (IsLegalName_kt(set->name())) groupNames_.add(set->name());
+        }
+        while (colored_ < place) ++colored_;
+        while (colored_ > 0 &&
+               colors_[static_cast<std::size_t>(colored_ - 1)] == DefaultNodesetColor)
+            --colored_;
+    }
+
+    const Placing& placing() const { return placing_; }
+    const Tables& tables() const { return tables_; }
+    const Bnet_bn& net() const { return net_; }
+
+    // Groups. Those at the end of the list have no color in the file when theirs is the default.
+
+    int placeOf(const nodeset_bn& set) const { return places_.at(&set); }
+    const nodeset_bn& group(int place) const {
+        return *net_.nodesets()[static_cast<std::size_t>(place)];
+    }
+    /// The group's name, or a legal one unlike all others.
+    std::string groupName(const nodeset_bn& set) {
+        if (IsLegalName_kt(set.name())) return set.name();
+        std::string name = groupNames_.unique(set.name(), 'G');
+        groupNames_.add(name);
+        return name;
+    }
+    int coloredGroups() const { return colored_; }
+    PaletteColor color(int place) const {
+        return Nearest(colors_[static_cast<std::size_t>(place)]);
+    }
+
+    // States.
+
+    /// The labels to write, "" for each state when there is nothing to say.
+    const Texts& labels(const Bnode_bn& node) const {
+        const bool silent = node.variable.levels == nullptr && AreUnlabelled(node.variable);
+        if (silent) {
+            labels_.assign(static_cast<std::size_t>(node.numStates()), std::string());
+        } else {
+            StateLabels(node.variable, labels_);
+        }
+        return labels_;
+    }
+    /// What a reader makes of them: names, and titles unless they are the names.
+    bool readsUnnamed(const Bnode_bn& node) const {
+        labels(node);
+        return std::all_of(labels_.begin(), labels_.end(),
+                           [](const std::string& label) { return label.empty(); });
+    }
+    Texts readNames(const Bnode_bn& node) const {
+        const int count = node.numStates();
+        if (AreStateNames(labels(node))) return labels_;
+        const OwnedStrs made(MakeLegalUniqueNames_kt(Pointers(labels_).data(), count, 'N'), count);
+        return {made.get(), made.get() + count};
+    }
+
+private:
+    const Bnet_bn& net_;
+    Placing placing_;
+    Tables tables_;
+    std::vector<RGB> colors_;
+    std::unordered_map<const nodeset_bn*, int> places_;
+    UniqueNames_kt groupNames_;
+    int colored_ = 0;
+    mutable Texts labels_;
+};
+
+/// A utility node has no states here.
+int StatesOf(const Bnode_bn& node) { return node.kind == UtilityNode ? 0 : node.numStates(); }
+
+// ---- User fields ---------------------------------------------------------------------------
+
+/// Names that mean something else to a reader.
+constexpr const char* reservedFields[] = {"label", "position", "states", "subtype"};
+
+bool IsFieldName(const std::string& name) {
+    constexpr std::string_view ends = " \t\n\v\f\r\"(){}=,;:|%";
+    if (name.empty() || name.size() > longestValue) return false;
+    if (name.find_first_of(ends) != std::string::npos) return false;
+    if (name.find("HRUNTIME") != std::string::npos) return false;
+    const std::string start = name.substr(0, 3);
+    return !streqli_kt(start.c_str(), "HR_") &&
+           std::none_of(std::begin(reservedFields), std::end(reservedFields),
+                        [&](const char* word) { return streqli_kt(word, name.c_str()); });
+}
+
+/// The text of a field, which may end in a zero byte that is not part of it.
+std::string_view FieldText(const UserField& field) {
+    std::string_view text = field.data;
+    if (text.ends_with('\0')) text.remove_suffix(1);
+    return text;
+}
+
+bool IsWritable(const UserField& field) {
+    const std::string_view text = FieldText(field);
+    return IsFieldName(field.name) && text.find('\0') == std::string_view::npos &&
+           ToUtf8(text).size() <= longestValue;
+}
+
+// ---- Tables --------------------------------------------------------------------------------
+
+bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
+    if (!plan.tables().has(node)) return false;
+    if (node.relation.kind == RelnKindEN::real) return node.numStates() <= 1;
+    return StatesOf(node) > 0 && std::all_of(node.parents.begin(), node.parents.end(),
+                                             [](const Bnode_bn* p) { return StatesOf(*p) > 0; });
+}
+
+/// A number that a row can sum to.
+bool IsWeight(float experience) { return experience > 0 && std::isfinite(experience); }
+
+/// Readers normalise the rows and take their sums, near whole numbers made whole, for experience.
+float ExperienceOf(double sum) {
+    constexpr double tolerance = 0.004;
+    const auto read = static_cast<float>(sum);
+    const double nearest = std::round(static_cast<double>(read));
+    return std::fabs(static_cast<double>(read) - nearest) <= tolerance
+               ? static_cast<float>(nearest + 0.0)
+               : read;
+}
+
+/// Hands every row, fitted, to use(numbers, exact, experience kept).
+template <class USE>
+void FitRows(const Plan& plan, const Bnode_bn& node, USE use) {
+    const int states = node.numStates();
+    const int rows = NumProduct(node.parents);
+    const float* experience = node.relation.exper;
+    const float* row = plan.tables().of(node);
+    RowFitter fitter(NormalizingEN::divide, states);
+    for (int r = 0; r < rows; ++r, row += states) {
+        const float weight = experience != nullptr ? experience[r] : 1.0F;
+        const bool exact = fitter.fit(row, IsWeight(weight) ? static_cast<double>(weight) : 1.0);
+        const float read = fitter.sum() == 0 ? 1.0F : ExperienceOf(fitter.sum());
+        if (!use(fitter.numbers(), exact, read == weight)) return;
+    }
+}
+
+bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
+    if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return true;
+    const bool mayWeigh = node.relation.exper != nullptr;
+    bool all = true;
+    FitRows(plan, node, [&](const float*, bool exact, bool weighs) {
+        return all = exact && (mayWeigh || weighs);
+    });
+    return all;
+}
+
+/// Experience of 1 throughout is as none to readers.
+bool KeepsExperience(const Plan& plan, const Bnode_bn& node) {
+    if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return false;
+    bool all = true, some = false;
+    int row = 0;
+    FitRows(plan, node, [&](const float*, bool, bool weighs) {
+        some = some || node.relation.exper[row++] != 1;
+        return all = weighs;
+    });
+    return all && some;
+}
+
+bool KeepsDeterministic(const Plan& plan, const Bnode_bn& node) { return KeepsTable(plan, node); }
+
+// ---- What is kept --------------------------------------------------------------------------
+
+bool KeepsStateNames(const Plan& plan, const Bnode_bn& node) {
+    return StatesOf(node) > 0 && !plan.readsUnnamed(node) &&
+           AreKept(node.variable.stateNames, plan.readNames(node));
+}
+
+bool KeepsUnnamed(const Plan& plan, const Bnode_bn& node) {
+    return StatesOf(node) == 0 || plan.readsUnnamed(node);
+}
+
+bool KeepsStateTitles(const Plan& plan, const Bnode_bn& node) {
+    return StatesOf(node) > 0 && !plan.readsUnnamed(node) && !AreStateNames(plan.labels(node));
+}
+
+bool KeepsUntitled(const Plan& plan, const Bnode_bn& node) {
+    return StatesOf(node) == 0 || plan.readsUnnamed(node) || AreStateNames(plan.labels(node));
+}
+
+bool KeepsStateComments(const Plan&, const Bnode_bn& node) {
+    char* const* comments = node.variable.stateComments;
+    return StatesOf(node) > 0 &&
+           std::none_of(comments, comments + node.numStates(),
+                        [](const char* comment) { return comment != nullptr && *comment == '\0'; });
+}
+
+bool KeepsGroups(const Plan&, const Bnode_bn& node) {
+    return node.nodesets().size() == 1 && IsLegalName_kt(node.nodesets().front()->name());
+}
+
+bool KeepsUserFields(const Plan&, const Bnode_bn& node) {
+    return std::all_of(node.userFields().begin(), node.userFields().end(), IsWritable);
+}
+
+constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
+    {FeatureEN::node},
+    {FeatureEN::title},
+    {FeatureEN::sameTitle},
+    {FeatureEN::comment, [](const Plan&, const Bnode_bn& node) { return *node.comment != '\0'; }},
+    {FeatureEN::kind},
+    {FeatureEN::utilityForm,
+     [](const Plan&, const Bnode_bn& node) {
+         return node.numStates() == 0 && !node.variable.discrete;
+     }},
+    {FeatureEN::stateNames, KeepsStateNames},
+    {FeatureEN::unnamedStates, KeepsUnnamed},
+    {FeatureEN::stateTitles, KeepsStateTitles},
+    {FeatureEN::untitledStates, KeepsUntitled},
+    {FeatureEN::stateComments, KeepsStateComments},
+    {FeatureEN::position,
+     [](const Plan& plan, const Bnode_bn& node) { return plan.placing().isExact(node); }},
+    {FeatureEN::groups, KeepsGroups},
+    {FeatureEN::userFields, KeepsUserFields},
+    {FeatureEN::parents},
+    {FeatureEN::table, KeepsTable},
+    {FeatureEN::exactTable, KeepsExactTable},
+    {FeatureEN::deterministic, KeepsDeterministic},
+    {FeatureEN::experience, KeepsExperience},
+};
+
+constexpr Kept<Plan, int> keptOfGroups[] = {
+    {FeatureEN::group,
+     [](const Plan& plan, const int& place) { return IsLegalName_kt(plan.group(place).name()); }},
+    {FeatureEN::color,
+     [](const Plan& plan, const int& place) {
+         return place >= plan.coloredGroups() || plan.color(place).exact;
+     }},
+};
+
+constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
+    {FeatureEN::noNetTitle},
+    {FeatureEN::netComment, [](const Plan&, const Bnet_bn& net) { return *net.comment != '\0'; }},
+    {FeatureEN::autoUpdate},
+    {FeatureEN::labelStyle},
+    {FeatureEN::zoom,
+     [](const Plan&, const Bnet_bn& net) {
+         return ZoomAsRead(net.vnets[0]->zoomFactor) == net.vnets[0]->zoomFactor;
+     }},
+    {FeatureEN::font,
+     [](const Plan&, const Bnet_bn& net) {
+         const fontspec_kt& font = net.vnets[0]->font->spec();
+         return ToUtf8(font.face).size() <= longestValue && font.size >= 0;
+     }},
+    {FeatureEN::grid,
+     [](const Plan&, const Bnet_bn& net) {
+         const dcoord_kt grid = net.vnets[0]->grid;
+         return std::isfinite(grid.x) && std::isfinite(grid.y);
+     }},
+    {FeatureEN::margin,
+     [](const Plan& plan, const Bnet_bn&) { return plan.placing().keepsMargin(); }},
+    {FeatureEN::groupOrder},
+};
+
+// ---- Writing -------------------------------------------------------------------------------
+
+void WriteField(TextOut& out, std::string_view name, std::string_view text) {
+    out << "  " << name << " = " << Quoted(text) << ";\n";
+}
+
+template <class T>
+void WriteNumberField(TextOut& out, std::string_view name, T value) {
+    out << "  " << name << " = \"" << value << "\";\n";
+}
+
+void WriteDisplay(TextOut& out, const Bnet_bn& net) {
+    const Vnet_kt& drawing = *net.vnets[0];
+    const fontspec_kt& font = drawing.font->spec();
+    const FeatureSet has = FeaturesOf(net);
+    const auto flag = [&font](int bit) { return (font.styleFlags & bit) != 0; };
+    if ((has & Bit(FeatureEN::labelStyle)) != 0)
+        WriteNumberField(out, "HR_Node_Label_Style", drawing.labelStyle == 0 ? 1 : 2);
+    if ((has & Bit(FeatureEN::zoom)) != 0)
+        WriteNumberField(out, "HR_Zoom_ZoomFactor", Percent(drawing.zoomFactor));
+    if ((has & Bit(FeatureEN::autoUpdate)) != 0) WriteNumberField(out, "HR_Propagate_Auto", 1);
+    if ((has & Bit(FeatureEN::font)) != 0) {
+        WriteField(out, "HR_Font_Name", font.face);
+        WriteNumberField(out, "HR_Font_Size", font.size);
+        WriteNumberField(out, "HR_Font_Weight", flag(fontspec_kt::Bold) ? 700 : 400);
+        WriteNumberField(out, "HR_Font_Italic", flag(fontspec_kt::Italic) ? 1 : 0);
+    }
+    if ((has & Bit(FeatureEN::grid)) != 0) {
+        if (std::isfinite(drawing.grid.x)) WriteNumberField(out, "HR_Grid_X", drawing.grid.x);
+        if (std::isfinite(drawing.grid.y)) WriteNumberField(out, "HR_Grid_Y", drawing.grid.y);
+        WriteNumberField(out, "HR_Grid_GridShow", drawing.showGrid ? 1 : 0);
+        WriteNumberField(out, "HR_Grid_GridSnap", drawing.snapToGrid ? 1 : 0);
+    }
+}
+
+void WriteGroups(TextOut& out, Plan& plan) {
+    const int count = static_cast<int>(plan.net().nodesets().size());
+    if (count == 0) return;
+    WriteNumberField(out, "HR_Groups_UserGroupsNo", count);
+    std::string names;
+    for (const auto& set : plan.net().nodesets()) names += plan.groupName(*set) + '\t';
+    WriteField(out, "HR_Groups_GroupNames", names);
+    if (plan.coloredGroups() == 0) return;
+    std::string colors;
+    for (int i = 0; i < plan.coloredGroups(); ++i) colors += Format("%02d", plan.color(i).index);
+    WriteField(out, "HR_Groups_GroupColors", colors);
+}
+
+void WriteNet(TextOut& out, Plan& plan) {
+    const Bnet_bn& net = plan.net();
+    out << "net\n{\n";
+    if (net.comment != nullptr && *net.comment != '\0') WriteField(out, "HR_Desc", net.comment);
+    WriteDisplay(out, net);
+    WriteGroups(out, plan);
+    out << "}\n";
+}
+
+constexpr std::string_view KindOf(NodeKindEN kind) {
+    if (kind == DecisionNode) return "decision";
+    return kind == UtilityNode ? "utility" : "node";
+}
+
+void WriteStates(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    if (node.kind == UtilityNode) return;
+    out << "  states = (";
+    WriteSeparated(out, plan.labels(node), " ",
+                   [&](const std::string& label) { out << Quoted(label); });
+    out << ");\n";
+    char* const* comments = node.variable.stateComments;
+    for (int i = 0; comments != nullptr && i < node.numStates(); ++i) {
+        if (comments[i] != nullptr && *comments[i] != '\0')
+            WriteField(out, "HR_State_" + std::to_string(i), comments[i]);
+    }
+}
+
+void WriteNode(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    const coord_kt at = plan.placing().written(node);
+    out << '\n' << KindOf(node.kind) << ' ' << node.name() << "\n{\n";
+    if (node.title != nullptr) WriteField(out, "label", node.title);
+    out << "  position = (" << at.x << ' ' << at.y << ");\n";
+    WriteStates(out, node, plan);
+    if (node.comment != nullptr && *node.comment != '\0') WriteField(out, "HR_Desc", node.comment);
+    if (!node.nodesets().empty())
+        WriteNumberField(out, "HR_Grp", plan.placeOf(*node.nodesets().front()));
+    for (const UserField& field : node.userFields())
+        if (IsWritable(field)) WriteField(out, field.name, FieldText(field));
+    out << "}\n";
+}
+
+/// Writes the numbers of a table with the parentheses that show its levels: one pair around the
+/// states of each parent and, when there are several, around those of the node.
+class TableWriter {
+public:
+    TableWriter(TextOut& out, const Bnode_bn& node) : out_(out), parents_(node.parents) {
+        const bool nested = StatesOf(node) > 0;
+        spans_.assign(static_cast<std::size_t>(parents_.N), 1);
+        long long span = 1;
+        for (int i = parents_.N - 1; i >= 0; --i) {
+            span *= std::max(parents_[i]->numStates(), 1);
+            spans_[static_cast<std::size_t>(i)] = span;
+        }
+        if (nested) spans_.push_back(1);
+        if (spans_.empty()) spans_.push_back(1);
+    }
+
+    /// One row: the numbers of one combination of parent states.
+    void row(const float* numbers, int count) {
+        out_ << (row_ == 0 ? "" : !startsLevel() ? " " : "\n          ");
+        for (const long long span : spans_)
+            if (row_ % span == 0) out_ << '(';
+        for (int i = 0; i < count; ++i) {
+            if (i > 0) out_ << ' ';
+            out_ << numbers[i];
+        }
+        ++row_;
+        for (const long long span : spans_)
+            if (row_ % span == 0) out_ << ')';
+    }
+
+private:
+    bool startsLevel() const {
+        return std::any_of(spans_.begin(), spans_.end(),
+                           [this](long long span) { return row_ % span == 0; });
+    }
+
+    TextOut& out_;
+    const BndList_bn& parents_;
+    std::vector<long long> spans_;  // rows of a pair of parentheses, from the outermost in
+    long long row_ = 0;
+};
+
+void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    const bool hasTable = KeepsTable(plan, node);
+    if (!hasTable && node.parents.N == 0) return;
+    out << "\npotential (" << node.name();
+    if (node.parents.N > 0) out << " |";
+    for (const Bnode_bn* parent : node.parents) out << ' ' << parent->name();
+    out << ")\n{\n";
+    if (hasTable) {
+        out << "  data = ";
+        TableWriter table(out, node);
+        if (node.relation.kind == RelnKindEN::real) {
+            const int rows = NumProduct(node.parents);
+            for (int row = 0; row < rows; ++row) table.row(node.relation.reals + row, 1);
+        } else {
+            FitRows(plan, node, [&](const float* numbers, bool, bool) {
+                table.row(numbers, node.numStates());
+                return true;
+            });
+        }
+        out << ";\n";
+    }
+    out << "}\n";
+}
+
+}  // namespace
+
+void WriteHugin(const ImportResult& result, std::ostream& stream) {
+    const Bnet_bn& net = *result.net;
+    Plan plan(net);
+    TextOut out(stream);
+    WriteNet(out, plan);
+    for (const Bnode_bn* node : net.nodes) WriteNode(out, *node, plan);
+    for (const Bnode_bn* node : net.nodes) WritePotential(out, *node, plan);
+}
+
+Losses HuginLosses(const Bnet_bn& net) {
+    return FindLosses(net, Plan(net), keptOfNodes, keptOfGroups, keptOfNet);
+}
+
+}  // namespace lumo

@@ -1,0 +1,342 @@
+#include "export/xmlbif_writer.h"
+
+#include <array>
+#include <cmath>
+#include <string>
+#include <unordered_set>
+
+#include "export/labels.h"
+#include "export/placing.h"
+#include "export/rows.h"
+#include "export/text.h"
+#include "export/textout.h"
+
+namespace lumo {
+namespace {
+
+constexpr double readScale = 1.5;  // of positions, by readers
+
+// ---- Text ----------------------------------------------------------------------------------
+
+constexpr std::string_view blanks = " \t\n\v\f\r";
+constexpr std::string_view replacement = "\xEF\xBF\xBD";
+
+bool IsBlank(char c) { return blanks.find(c) != std::string_view::npos; }
+
+/// The length of a character at the start of the text that no XML document may hold, 0 when it may
+/// stand there.
+std::size_t ForbiddenLength(std::string_view utf8) {
+    const auto byte = static_cast<unsigned char>(utf8.front());
+    if (byte < 0x20) return byte == '\t' || byte == '\n' || byte == '\r' ? 0 : 1;
+    return utf8.starts_with("\xEF\xBF\xBE") || utf8.starts_with("\xEF\xBF\xBF") ? 3 : 0;
+}
+
+/// The text as valid UTF-8 of characters that XML has.
+std::string Allowed(std::string_view text) {
+    std::string utf8 = ToUtf8(text);
+    std::string out;
+    std::size_t plain = 0;
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        const std::size_t length = ForbiddenLength(std::string_view(utf8).substr(i));
+        if (length == 0) continue;
+        out.append(utf8, plain, i - plain) += replacement;
+        i += length - 1;
+        plain = i + 1;
+    }
+    return plain == 0 ? utf8 : out.append(utf8, plain);
+}
+
+/// What a reader takes the text for: white space at its end goes.
+std::string AsRead(std::string_view text) {
+    std::string read = Allowed(text);
+    while (!read.empty() && IsBlank(read.back())) read.pop_back();
+    return read;
+}
+
+bool ComesBack(const char* text) { return AsRead(text) == ToUtf8(text); }
+
+void WriteReference(TextOut& out, char c) { out << "&#" << static_cast<int>(c) << ';'; }
+
+void WriteText(TextOut& out, std::string_view text) {
+    const std::string allowed = Allowed(text);
+    bool leading = true;  // blanks that readers would pass over
+    for (const char c : allowed) {
+        leading = leading && IsBlank(c);
+        switch (c) {
+            case '<':
+                out << "&lt;";
+                break;
+            case '>':
+                out << "&gt;";
+                break;
+            case '&':
+                out << "&amp;";
+                break;
+            default:
+                leading || c == '\r' ? WriteReference(out, c) : static_cast<void>(out << c);
+        }
+    }
+}
+
+// ---- What the file can say -----------------------------------------------------------------
+
+/// Whether a reader takes the outcomes for numbers or intervals: all begin with a number, and what
+/// follows it does not matter from the first bracket on.
+bool AreNumbers(const Texts& outcomes) {
+    bool intervals = false;
+    const auto skip = [](const char* at, const char* any) {
+        return *at != '\0' && std::string_view(any).find(*at) != std::string_view::npos ? at + 1
+                                                                                        : at;
+    };
+    const char* rest = "";
+    for (const std::string& outcome : outcomes) {
+        const char* at = skip(outcome.c_str(), "'\"");
+        intervals = intervals || *at == '(' || *at == '[';
+        at = skip(at, "([");
+        while (*at == ' ' || (*at >= '\t' && *at <= '\r' && *at != '\v' && *at != '\f')) ++at;
+        double value = 0;
+        if (strtodouble2_kt(at, &value, &rest) < 0) return false;
+        if (!intervals && *skip(rest, "'\"") != '\0') return false;
+    }
+    if (!intervals) return true;
+    const std::string_view upper(rest);  // ", 10)": the upper bound of the last interval
+    const std::size_t digit = upper.find_first_of("0123456789");
+    return digit != std::string_view::npos &&
+           upper.substr(0, digit).find_first_not_of(" \t\r\n,-+to.") == std::string_view::npos;
+}
+
+bool HasTable(const Bnode_bn& node) {
+    const RelnKindEN kind = node.relation.kind;
+    return kind != RelnKindEN::none && (kind != RelnKindEN::real || node.kind == UtilityNode);
+}
+
+/// A net as the file will show it.
+class Plan {
+public:
+    explicit Plan(const Bnet_bn& net)
+        : net_(net), placing_(*net.vnets[0], readScale, false), tables_(net) {
+        chooseNames();
+    }
+
+    const Placing& placing() const { return placing_; }
+    const Tables& tables() const { return tables_; }
+
+    /// Whether the node is known by its title, from which readers make its name.
+    bool usesTitle(const Bnode_bn& node) const { return titled_.contains(&node); }
+    const char* nameOf(const Bnode_bn& node) const {
+        return usesTitle(node) ? node.title : node.name();
+    }
+
+    /// A utility node without states has its table under one outcome.
+    static bool needsOutcome(const Bnode_bn& node) {
+        return node.numStates() == 0 && node.relation.kind == RelnKindEN::real &&
+               node.kind == UtilityNode;
+    }
+    static bool writesNumbers(const Varbl_bn& variable) {
+        if (variable.levels == nullptr || variable.numStates == 0 || !AreUnlabelled(variable))
+            return false;
+        for (int i = 0; i < variable.numLevels; ++i)
+            if (!std::isfinite(variable.levels[i])) return false;
+        return true;
+    }
+
+    /// The outcomes that are labels; a view until the next call.
+    const Texts& labels(const Bnode_bn& node) const {
+        StateLabels(node.variable, labels_);
+        return labels_;
+    }
+
+    enum class StatesEN { names, titles, numbers };
+    /// What a reader makes of the labels, which become what it reads.
+    StatesEN readStates(const Bnode_bn& node) const {
+        if (writesNumbers(node.variable)) return StatesEN::numbers;
+        for (std::string& label : (labels(node), labels_)) label = AsRead(label);
+        if (AreNumbers(labels_)) return StatesEN::numbers;
+        return AreStateNames(labels_) ? StatesEN::names : StatesEN::titles;
+    }
+
+private:
+    void chooseNames();
+
+    const Bnet_bn& net_;
+    Placing placing_;
+    Tables tables_;
+    std::unordered_set<const Bnode_bn*> titled_;
+    mutable Texts labels_;
+};
+
+void Plan::chooseNames() {
+    std::unordered_set<std::string_view> used;
+    for (const Bnode_bn* node : net_.nodes) {
+        if (node->title == nullptr || IsLegalName_kt(node->title)) continue;
+        const std::string read = AsRead(node->title);
+        const bool gives = LegalName(read) == node->name() && ComesBack(node->title);
+        if (gives && used.insert(node->title).second) titled_.insert(node);
+    }
+}
+
+// ---- What is kept --------------------------------------------------------------------------
+
+using StatesEN = Plan::StatesEN;
+
+bool KeepsStateNames(const Plan& plan, const Bnode_bn& node) {
+    if (plan.readStates(node) != StatesEN::names) return false;
+    return AreKept(node.variable.stateNames, plan.labels(node));
+}
+
+bool KeepsUnnamed(const Plan& plan, const Bnode_bn& node) {
+    return node.numStates() == 0 || plan.readStates(node) != StatesEN::names;
+}
+
+bool KeepsStateTitles(const Plan& plan, const Bnode_bn& node) {
+    if (plan.readStates(node) != StatesEN::titles) return false;
+    for (const std::string& label : plan.labels(node))
+        if (!ComesBack(label.c_str())) return false;
+    return true;
+}
+
+bool KeepsUntitled(const Plan& plan, const Bnode_bn& node) {
+    return node.numStates() == 0 || plan.readStates(node) != StatesEN::titles;
+}
+
+bool KeepsNumbers(const Plan&, const Bnode_bn& node) { return Plan::writesNumbers(node.variable); }
+
+bool KeepsContinuous(const Plan&, const Bnode_bn& node) {
+    return node.numStates() > 0 && Plan::writesNumbers(node.variable);
+}
+
+bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
+    return HasTable(node) && plan.tables().has(node);
+}
+
+constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
+    {FeatureEN::node},
+    {FeatureEN::title, [](const Plan& plan, const Bnode_bn& node) { return plan.usesTitle(node); }},
+    {FeatureEN::kind},
+    {FeatureEN::continuous, KeepsContinuous},
+    {FeatureEN::utilityForm,
+     [](const Plan&, const Bnode_bn& node) {
+         return node.variable.discrete && !Plan::needsOutcome(node);
+     }},
+    {FeatureEN::stateNames, KeepsStateNames},
+    {FeatureEN::unnamedStates, KeepsUnnamed},
+    {FeatureEN::stateTitles, KeepsStateTitles},
+    {FeatureEN::untitledStates, KeepsUntitled},
+    {FeatureEN::stateValues, KeepsNumbers},
+    {FeatureEN::levels, KeepsNumbers},
+    {FeatureEN::position,
+     [](const Plan& plan, const Bnode_bn& node) { return plan.placing().isExact(node); }},
+    {FeatureEN::parents},
+    {FeatureEN::table, KeepsTable},
+    {FeatureEN::exactTable},
+    {FeatureEN::zeroOneTable},
+};
+
+constexpr std::array<Kept<Plan, int>, 0> keptOfGroups = {};
+
+constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
+    {FeatureEN::netTitle, [](const Plan&, const Bnet_bn& net) { return ComesBack(net.title); }},
+    {FeatureEN::margin,
+     [](const Plan& plan, const Bnet_bn&) { return plan.placing().keepsMargin(); }},
+};
+
+// ---- Writing -------------------------------------------------------------------------------
+
+void WriteElement(TextOut& out, std::string_view name, std::string_view text) {
+    out << '<' << name << '>';
+    WriteText(out, text);
+    out << "</" << name << ">\n";
+}
+
+void WriteOutcomes(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    const Varbl_bn& variable = node.variable;
+    if (Plan::needsOutcome(node)) return WriteElement(out, "OUTCOME", "utility");
+    if (!Plan::writesNumbers(variable)) {
+        for (const std::string& label : plan.labels(node)) WriteElement(out, "OUTCOME", label);
+        return;
+    }
+    const double* levels = variable.levels;
+    const bool intervals = variable.numLevels > variable.numStates;
+    for (int i = 0; i < variable.numStates; ++i) {
+        out << "<OUTCOME>";
+        intervals ? out << '[' << levels[i] << ',' << levels[i + 1] << ')' : out << levels[i];
+        out << "</OUTCOME>\n";
+    }
+}
+
+constexpr std::string_view TypeOf(NodeKindEN kind) {
+    if (kind == DecisionNode) return "decision";
+    return kind == UtilityNode ? "utility" : "nature";
+}
+
+void WriteVariable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    const coord_kt at = plan.placing().written(node);
+    out << "<VARIABLE TYPE=\"" << TypeOf(node.kind) << "\">\n";
+    WriteElement(out, "NAME", plan.nameOf(node));
+    WriteOutcomes(out, node, plan);
+    out << "<PROPERTY>position = (" << at.x << ", " << at.y << ")</PROPERTY>\n</VARIABLE>\n";
+}
+
+void WriteTable(TextOut& out, const float* table, int rowLength, int rows) {
+    out << "<TABLE>";
+    for (int row = 0; row < rows; ++row) {
+        out << '\n';
+        for (int i = 0; i < rowLength; ++i) {
+            if (i > 0) out << ' ';
+            out << *table++;
+        }
+    }
+    out << "\n</TABLE>\n";
+}
+
+void WriteDefinition(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    const bool hasTable = KeepsTable(plan, node);
+    if (!hasTable && node.parents.N == 0) return;
+    out << "<DEFINITION>\n";
+    WriteElement(out, "FOR", plan.nameOf(node));
+    for (const Bnode_bn* parent : node.parents) WriteElement(out, "GIVEN", plan.nameOf(*parent));
+    if (hasTable) {
+        const bool real = node.relation.kind == RelnKindEN::real;
+        WriteTable(out, real ? node.relation.reals : plan.tables().of(node),
+                   std::max(node.numStates(), 1), NumProduct(node.parents));
+    }
+    out << "</DEFINITION>\n";
+}
+
+constexpr std::string_view prologue = R"(<?xml version="1.0" encoding="UTF-8"?>
+<!DOCTYPE BIF [
+<!ELEMENT BIF (NETWORK)*>
+<!ATTLIST BIF VERSION CDATA #REQUIRED>
+<!ELEMENT NETWORK (NAME, (PROPERTY | VARIABLE | DEFINITION)*)>
+<!ELEMENT NAME (#PCDATA)>
+<!ELEMENT VARIABLE (NAME, (OUTCOME | PROPERTY)*)>
+<!ATTLIST VARIABLE TYPE (nature | decision | utility) "nature">
+<!ELEMENT OUTCOME (#PCDATA)>
+<!ELEMENT DEFINITION (FOR | GIVEN | TABLE | PROPERTY)*>
+<!ELEMENT FOR (#PCDATA)>
+<!ELEMENT GIVEN (#PCDATA)>
+<!ELEMENT TABLE (#PCDATA)>
+<!ELEMENT PROPERTY (#PCDATA)>
+]>
+<BIF VERSION="0.3">
+<NETWORK>
+)";
+
+}  // namespace
+
+void WriteXmlBif(const ImportResult& result, std::ostream& stream) {
+    const Bnet_bn& net = *result.net;
+    const Plan plan(net);
+    TextOut out(stream);
+    out << prologue;
+    WriteElement(out, "NAME", net.title != nullptr ? net.title : net.name);
+    for (const Bnode_bn* node : net.nodes) WriteVariable(out, *node, plan);
+    for (const Bnode_bn* node : net.nodes) WriteDefinition(out, *node, plan);
+    out << "</NETWORK>\n</BIF>\n";
+}
+
+Losses XmlBifLosses(const Bnet_bn& net) {
+    return FindLosses(net, Plan(net), keptOfNodes, keptOfGroups, keptOfNet);
+}
+
+}  // namespace lumo
