@@ -35,13 +35,14 @@ constexpr Kept<Tables, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::stateNames,
      [](const Tables&, const Bnode_bn& node) { return HasStateNames(node.variable); }},
     {FeatureEN::untitledStates},
+    {FeatureEN::exactPosition},
     {FeatureEN::parents, KeepsParents},
     {FeatureEN::table, KeepsTable},
     {FeatureEN::exactTable},
     {FeatureEN::zeroOneTable},
 };
 constexpr std::array<Kept<Tables, int>, 0> keptOfGroups = {};
-constexpr std::array<Kept<Tables, Bnet_bn>, 0> keptOfNet = {};
+constexpr Kept<Tables, Bnet_bn> keptOfNet[] = {{FeatureEN::margin}};
 
 // ---- Writing -------------------------------------------------------------------------------
 

@@ -28,16 +28,17 @@ constexpr Words words[] = {
     {FeatureEN::stateComments, ScopeEN::node, "state comments of %s"},
     {FeatureEN::stateValues, ScopeEN::node, "numeric state values of %s"},
     {FeatureEN::levels, ScopeEN::node, "interval bounds of %s"},
-    {FeatureEN::position, ScopeEN::node, "exact positions of %s"},
-    {FeatureEN::groups, ScopeEN::node, "some groups of %s"},
-    {FeatureEN::userFields, ScopeEN::node, "some user fields of %s"},
+    {FeatureEN::position, ScopeEN::node, "positions of %s"},
+    {FeatureEN::exactPosition, ScopeEN::node, "exact positions of %s"},
+    {FeatureEN::groups, ScopeEN::node, "groups of %s"},
+    {FeatureEN::userFields, ScopeEN::node, "user fields of %s"},
     {FeatureEN::parents, ScopeEN::node, "parents without states of %s"},
     {FeatureEN::table, ScopeEN::node, "tables of %s"},
     {FeatureEN::exactTable, ScopeEN::node, "exact numbers in tables of %s"},
     {FeatureEN::deterministic, ScopeEN::node,
      "deterministic relations (other than as tables) of %s"},
     {FeatureEN::parameters, ScopeEN::node, "noisy-max parameters (other than as tables) of %s"},
-    {FeatureEN::experience, ScopeEN::node, "experience of %s"},
+    {FeatureEN::experience, ScopeEN::node, "experience tables of %s"},
     {FeatureEN::group, ScopeEN::group, "%s"},
     {FeatureEN::color, ScopeEN::group, "exact colors of %s"},
     {FeatureEN::netTitle, ScopeEN::net, "the title of the net"},
@@ -112,7 +113,8 @@ std::string Count(long long count, const char* noun) {
 }  // namespace
 
 FeatureSet FeaturesOf(const Bnode_bn& node) {
-    FeatureSet set = Bit(FeatureEN::node) | Bit(FeatureEN::position);
+    FeatureSet set =
+        Bit(FeatureEN::node) | Bit(FeatureEN::position) | Bit(FeatureEN::exactPosition);
     if (node.title != nullptr)
         set |= Bit(streql_kt(node.title, node.name()) ? FeatureEN::sameTitle : FeatureEN::title);
     if (node.comment != nullptr) set |= Bit(FeatureEN::comment);

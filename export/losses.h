@@ -28,6 +28,7 @@ enum class FeatureEN : unsigned char {
     stateValues,
     levels,
     position,
+    exactPosition,
     groups,
     userFields,
     parents,

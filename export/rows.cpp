@@ -1,6 +1,7 @@
 #include "export/rows.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace lumo {
@@ -81,8 +82,21 @@ bool RowFitter::tryScale(const float* row, double scale) {
     return reads(row);
 }
 
+/// Counts are written as such.
+bool RowFitter::tryWhole(const float* row) {
+    constexpr double tolerance = 1e-6;
+    for (float& number : fitted_) {
+        const double exact = static_cast<double>(number);
+        const double whole = std::round(exact);
+        if (std::fabs(exact - whole) <= tolerance * exact) number = static_cast<float>(whole);
+    }
+    return reads(row);
+}
+
 bool RowFitter::fit(const float* row, double weight) {
-    if (tryScale(row, weight)) return true;
+    const bool asItIs = tryScale(row, weight);
+    if (weight != 1 && tryWhole(row)) return true;
+    if (asItIs) return tryScale(row, weight);
     // Slightly larger numbers round differently, and among some such roundings there is one with
     // the right sum. A row that does not sum to 1 comes out changed whatever is tried.
     double total = 0;

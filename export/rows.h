@@ -45,6 +45,7 @@ public:
 
 private:
     bool tryScale(const float* row, double scale);
+    bool tryWhole(const float* row);
     bool reads(const float* row);
 
     NormalizingEN normalizing_;

@@ -1,0 +1,219 @@
+// Nets that were written and read back: how they differ, and whether what the writer announces
+// explains it.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "export/json.h"
+#include "export/writers.h"
+#include "tests/support.h"
+
+namespace lumo::test {
+
+using Json = nlohmann::json;
+
+/// A format that can be written and read.
+struct RoundTripFormat {
+    const char* writer;
+    int code;
+};
+inline constexpr RoundTripFormat roundTripFormats[] = {
+    {"xmlbif", FormatXMLBIF}, {"hugin", FormatHugin}, {"dsc", FormatDsc}};
+
+inline std::string Write(const ImportResult& result, const char* writer) {
+    std::ostringstream out;
+    FindWriter(writer)->write(result, out);
+    return out.str();
+}
+
+/// The net as JSON; states, relation and drawing are flattened, so that every key is one thing.
+inline Json Flat(const ImportResult& result) {
+    std::ostringstream out;
+    WriteJson(result, out);
+    Json net = Json::parse(out.str())["net"];
+    for (Json& node : net["nodes"]) {
+        node["stateCount"] = node["states"].size();
+        for (const char* part : {"name", "title", "comment", "value"}) {
+            Json& list = node[std::string("state.") + part] = Json::array();
+            for (const Json& state : node["states"]) list.push_back(state[part]);
+        }
+        for (const auto& [key, value] : node["relation"].items()) node["relation." + key] = value;
+        node.erase("states");
+        node.erase("relation");
+    }
+    for (const auto& [key, value] : net["drawing"].items()) net["drawing." + key] = value;
+    net.erase("drawing");
+    return net;
+}
+
+/// The features whose loss explains that a key differs.
+struct Explanation {
+    const char* key;
+    FeatureSet features;
+};
+
+constexpr FeatureSet Of(std::initializer_list<FeatureEN> features) {
+    FeatureSet set = 0;
+    for (const FeatureEN feature : features) set |= Bit(feature);
+    return set;
+}
+
+using enum FeatureEN;
+
+inline const std::vector<Explanation> nodeKeys = {
+    {"name", 0},
+    {"title", Of({title, sameTitle})},
+    {"comment", Of({comment})},
+    {"kind", Of({kind})},
+    {"discrete", Of({continuous, utilityForm, stateTitles})},
+    {"stateCount", Of({utilityForm})},
+    {"state.name", Of({stateNames, unnamedStates, utilityForm})},
+    {"state.title", Of({stateTitles, untitledStates, utilityForm})},
+    {"state.comment", Of({stateComments, utilityForm})},
+    {"state.value", Of({stateValues, stateTitles, utilityForm})},
+    {"levels", Of({levels, stateTitles})},
+    {"parents", Of({parents})},
+    {"position", Of({position, exactPosition})},
+    {"groups", Of({groups})},
+    {"userFields", Of({userFields})},
+    {"relation.kind", Of({table, exactTable, deterministic, zeroOneTable, parameters})},
+    {"relation.table", Of({table, exactTable, parameters})},
+    {"relation.experience", Of({experience, table, exactTable})},
+    {"relation.parameters", Of({parameters})},
+};
+
+inline const std::vector<Explanation> netKeys = {
+    {"name", 0},
+    {"title", Of({netTitle, noNetTitle})},
+    {"comment", Of({netComment})},
+    {"fileName", 0},
+    {"autoUpdate", Of({autoUpdate})},
+    {"drawing.labelStyle", Of({labelStyle})},
+    {"drawing.zoom", Of({zoom})},
+    {"drawing.font", Of({font})},
+    {"drawing.grid", Of({grid})},
+    {"drawing.drawStyle", Of({drawStyle})},
+    {"drawing.extent", Of({margin})},
+};
+
+/// What nobody misses, and is not announced.
+inline constexpr FeatureSet quiet = Of({sameTitle, utilityForm, unnamedStates, untitledStates,
+                                        zeroOneTable, noNetTitle, drawStyle, groupOrder});
+
+/// Compares two objects key by key: what differs must be lost, what is lost must differ.
+inline void CompareObjects(const std::string& what, const Json& before, const Json& after,
+                           const std::vector<Explanation>& keys, FeatureSet lost,
+                           std::vector<std::string>& faults) {
+    FeatureSet seen = 0;
+    for (const auto& [key, features] : keys) {
+        if (before[key] == after[key]) continue;
+        seen |= features;
+        if ((lost & features) == 0)
+            faults.push_back(what + "." + key + " was " + before[key].dump().substr(0, 200) +
+                             ", became " + after[key].dump().substr(0, 200));
+    }
+    for (const auto& [key, features] : keys) {
+        const FeatureSet idle = lost & features & ~seen & ~quiet;
+        if (idle != 0) faults.push_back(what + "." + key + " is announced as lost, but is not");
+    }
+}
+
+/// Moves the positions so that the drawing starts at 0, 0.
+inline void DropMargin(Json& net) {
+    int least[2] = {INT_MAX, INT_MAX};
+    for (const Json& node : net["nodes"])
+        for (int i : {0, 1}) least[i] = std::min(least[i], node["position"][i].get<int>());
+    for (Json& node : net["nodes"])
+        for (int i : {0, 1}) {
+            const long long at = node["position"][i].get<int>();
+            node["position"][i] = at - least[i];
+        }
+}
+
+inline void CompareGroups(const Json& before, const Json& after, const Losses& losses,
+                          std::vector<std::string>& faults) {
+    const auto find = [&](const Json& name) {
+        return std::find_if(after.begin(), after.end(),
+                            [&](const Json& group) { return group["name"] == name; });
+    };
+    bool anyLost = false;
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        const bool lost = (losses.groups[i] & Bit(group)) != 0;
+        const auto found = find(before[i]["name"]);
+        anyLost = anyLost || lost;
+        if (lost) continue;
+        if (found == after.end()) {
+            faults.push_back("group " + before[i].dump() + " is lost");
+            continue;
+        }
+        const bool colorLost = (losses.groups[i] & Bit(color)) != 0;
+        if (colorLost == (before[i]["color"] == (*found)["color"]))
+            faults.push_back("group " + before[i].dump() + " became " + found->dump());
+    }
+    if (!anyLost && after.size() != before.size()) faults.push_back("a group is new");
+}
+
+/// What the announced losses do not explain.
+inline std::vector<std::string> Unexplained(Json before, Json after, const Losses& losses) {
+    std::vector<std::string> faults;
+    bool moved = (losses.net & Bit(margin)) != 0;
+    if (moved) {
+        DropMargin(before);
+        DropMargin(after);
+    }
+    const Json &nodes = before["nodes"], &read = after["nodes"];
+    if (nodes.size() != read.size()) {
+        faults.push_back(Format("%zu nodes became %zu", nodes.size(), read.size()));
+        return faults;
+    }
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        CompareObjects(nodes[i]["name"].get<std::string>(), nodes[i], read[i], nodeKeys,
+                       losses.nodes[i], faults);
+        moved = moved || (losses.nodes[i] & Of({position, exactPosition})) != 0;
+    }
+    if (moved) after["drawing.extent"] = before["drawing.extent"];
+    CompareObjects("net", before, after, netKeys, losses.net & ~Bit(margin), faults);
+    CompareGroups(before["groups"], after["groups"], losses, faults);
+    return faults;
+}
+
+inline ImportResult ReadBack(const std::string& text, int code, const char* name) {
+    ImportResult result;
+    Imported got = ImportText(text, code, name);
+    result.net = std::move(got.net);
+    for (const Seen& seen : got.seen.reports) {
+        ReportRecord& record = result.reports.emplace_back();
+        record.number = seen.number;
+        record.severity = seen.severity;
+        record.line = seen.line;
+        record.message = seen.message;
+    }
+    return result;
+}
+
+/// Writes, reads, compares; then writes and reads what was read, which must change nothing any
+/// more. Returns what is wrong, nothing if nothing is.
+inline std::vector<std::string> RoundTrip(const ImportResult& first, const RoundTripFormat& format,
+                                          const char* name) {
+    const Losses losses = FindWriter(format.writer)->losses(*first.net);
+    const std::string text = Write(first, format.writer);
+    const ImportResult second = ReadBack(text, format.code, name);
+    if (second.net == nullptr) return {"nothing can be read:\n" + text.substr(0, 2000)};
+    std::vector<std::string> faults;
+    for (const ReportRecord& report : second.reports) {
+        if (report.severity > SeverityWarning)
+            faults.push_back(Format("line %d: %s", report.line, report.message.c_str()));
+    }
+    const Json read = Flat(second);
+    for (std::string& fault : Unexplained(Flat(first), read, losses))
+        faults.push_back(std::move(fault));
+    const ImportResult third = ReadBack(Write(second, format.writer), format.code, name);
+    if (third.net == nullptr || Flat(third) != read)
+        faults.push_back("what was read changes when it is written and read again");
+    return faults;
+}
+
+}  // namespace lumo::test

@@ -1,0 +1,102 @@
+// Written nets read back: samples, random nets, and the files of a folder.
+#include "tests/roundtrip.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <map>
+
+#include "app/detect.h"
+
+namespace lumo::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<fs::path> FilesIn(const fs::path& folder) {
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        if (entry.is_regular_file()) files.push_back(entry.path());
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+/// Reads a file of any format; no net when its format is not recognised.
+ImportResult ReadAny(const fs::path& file) {
+    ImportResult result;
+    const std::string text = ReadFile(file.string());
+    const app::FormatInfo* format = app::DetectFormat(text, file.string());
+    if (format == nullptr) return result;
+    result = ReadBack(text, format->code, file.filename().c_str());
+    result.format = format->name;
+    return result;
+}
+
+std::string Joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (std::size_t i = 0; i < lines.size() && i < 10; ++i) text += lines[i] + '\n';
+    return text;
+}
+
+TEST(RoundTrip, EverySampleInEveryFormat) {
+    int nets = 0;
+    for (const fs::path& file : FilesIn(SAMPLES)) {
+        if (file.extension() == ".expected") continue;
+        const ImportResult first = ReadAny(file);
+        ASSERT_NE(first.net, nullptr) << file;
+        for (const RoundTripFormat& format : roundTripFormats) {
+            const auto faults = RoundTrip(first, format, file.filename().c_str());
+            EXPECT_TRUE(faults.empty()) << file << " as " << format.writer << '\n'
+                                        << Joined(faults);
+        }
+        ++nets;
+    }
+    EXPECT_GE(nets, 20);
+}
+
+/// With LUMO_ROUNDTRIP_FILES=FOLDER: every file in it through every format, and a table of how many
+/// came back the same.
+TEST(RoundTrip, FilesOfAFolder) {
+    const char* folder = std::getenv("LUMO_ROUNDTRIP_FILES");
+    if (folder == nullptr) return;
+    struct Tally {
+        int files = 0, same = 0, unread = 0;
+        std::map<std::string, int> announced;
+    };
+    std::map<std::string, Tally> tallies;
+    for (const fs::path& file : FilesIn(folder)) {
+        const ImportResult first = ReadAny(file);
+        if (first.net == nullptr) {
+            ++tallies["not read"].unread;
+            continue;
+        }
+        for (const RoundTripFormat& format : roundTripFormats) {
+            Tally& tally = tallies[first.format + " to " + format.writer];
+            const auto faults = RoundTrip(first, format, file.filename().c_str());
+            EXPECT_TRUE(faults.empty()) << file << " as " << format.writer << '\n'
+                                        << Joined(faults);
+            const Writer& writer = *FindWriter(format.writer);
+            const auto notes = LossNotes(writer.losses(*first.net), writer.title);
+            ++tally.files;
+            tally.same += faults.empty() && notes.empty();
+            for (const std::string& note : notes) {
+                std::string kind;  // without its count
+                for (const char c : note.substr(0, note.find(" not kept")))
+                    if (c < '0' || c > '9') kind += c;
+                ++tally.announced[kind];
+            }
+        }
+    }
+    for (const auto& [name, tally] : tallies) {
+        std::cout << name << ": " << tally.files << " files, " << tally.same << " the same";
+        if (tally.unread > 0) std::cout << ", " << tally.unread << " without a net";
+        std::cout << '\n';
+        for (const auto& [kind, count] : tally.announced)
+            std::cout << "    " << count << " files: " << kind << " not kept\n";
+    }
+}
+
+}  // namespace
+}  // namespace lumo::test
