@@ -64,7 +64,7 @@ void FitRows(const Plan& plan, const Bnode_bn& node, USE use) {
     const float* row = plan.tables().of(node);
     RowFitter fitter(NormalizingEN::multiply, node.numStates());
     for (int rows = NumProduct(node.parents); rows > 0; --rows, row += node.numStates()) {
-        const bool exact = fitter.fit(row);
+        const bool exact = fitter.fit(row).row;
         if (!use(fitter.numbers(), exact)) return;
     }
 }
@@ -202,7 +202,8 @@ void WriteDsc(const ImportResult& result, std::ostream& stream) {
     const Bnet_bn& net = *result.net;
     const Plan plan(net);
     TextOut out(stream);
-    out << "belief network " << Quoted(net.title != nullptr ? net.title : net.name) << '\n';
+    out << "belief network " << Quoted(net.title != nullptr ? net.title : net.name)
+        << (net.nodes.N > 0 ? "\n" : " {\n}\n");  // readers want something after the name
     for (const Bnode_bn* node : net.nodes) WriteNode(out, *node, plan);
     for (const Bnode_bn* node : net.nodes) WriteProbability(out, *node, plan);
 }

@@ -182,20 +182,7 @@ bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
                                              [](const Bnode_bn* p) { return StatesOf(*p) > 0; });
 }
 
-/// A number that a row can sum to.
-bool IsWeight(float experience) { return experience > 0 && std::isfinite(experience); }
-
-/// Readers normalise the rows and take their sums, near whole numbers made whole, for experience.
-float ExperienceOf(double sum) {
-    constexpr double tolerance = 0.004;
-    const auto read = static_cast<float>(sum);
-    const double nearest = std::round(static_cast<double>(read));
-    return std::fabs(static_cast<double>(read) - nearest) <= tolerance
-               ? static_cast<float>(nearest + 0.0)
-               : read;
-}
-
-/// Hands every row, fitted, to use(numbers, exact, experience kept).
+/// Hands every row, fitted, to use(numbers, what is kept of it).
 template <class USE>
 void FitRows(const Plan& plan, const Bnode_bn& node, USE use) {
     const int states = node.numStates();
@@ -204,10 +191,8 @@ void FitRows(const Plan& plan, const Bnode_bn& node, USE use) {
     const float* row = plan.tables().of(node);
     RowFitter fitter(NormalizingEN::divide, states);
     for (int r = 0; r < rows; ++r, row += states) {
-        const float weight = experience != nullptr ? experience[r] : 1.0F;
-        const bool exact = fitter.fit(row, IsWeight(weight) ? static_cast<double>(weight) : 1.0);
-        const float read = fitter.sum() == 0 ? 1.0F : ExperienceOf(fitter.sum());
-        if (!use(fitter.numbers(), exact, read == weight)) return;
+        const RowFitter::Fit kept = fitter.fit(row, experience != nullptr ? experience[r] : 1.0F);
+        if (!use(fitter.numbers(), kept)) return;
     }
 }
 
@@ -215,8 +200,8 @@ bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
     if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return true;
     const bool mayWeigh = node.relation.exper != nullptr;
     bool all = true;
-    FitRows(plan, node, [&](const float*, bool exact, bool weighs) {
-        return all = exact && (mayWeigh || weighs);
+    FitRows(plan, node, [&](const float*, RowFitter::Fit kept) {
+        return all = kept.row && (mayWeigh || kept.weight);
     });
     return all;
 }
@@ -226,9 +211,9 @@ bool KeepsExperience(const Plan& plan, const Bnode_bn& node) {
     if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return false;
     bool all = true, some = false;
     int row = 0;
-    FitRows(plan, node, [&](const float*, bool, bool weighs) {
+    FitRows(plan, node, [&](const float*, RowFitter::Fit kept) {
         some = some || node.relation.exper[row++] != 1;
-        return all = weighs;
+        return all = kept.weight;
     });
     return all && some;
 }
@@ -474,7 +459,7 @@ void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
             const int rows = NumProduct(node.parents);
             for (int row = 0; row < rows; ++row) table.row(node.relation.reals + row, 1);
         } else {
-            FitRows(plan, node, [&](const float* numbers, bool, bool) {
+            FitRows(plan, node, [&](const float* numbers, RowFitter::Fit) {
                 table.row(numbers, node.numStates());
                 return true;
             });

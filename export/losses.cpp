@@ -48,7 +48,6 @@ constexpr Words words[] = {
     {FeatureEN::zoom, ScopeEN::net, "the zoom"},
     {FeatureEN::font, ScopeEN::net, "the font"},
     {FeatureEN::grid, ScopeEN::net, "the grid"},
-    {FeatureEN::margin, ScopeEN::net, "the margin of the drawing"},
 };
 
 const char* const nouns[] = {"node", "group"};

@@ -9,8 +9,27 @@ namespace {
 
 constexpr int largestExpansion = 1 << 20;      // numbers of one table
 constexpr long long mostExpanded = 1LL << 24;  // numbers of all expanded tables
-constexpr int mostTries = 64;
-constexpr double step = 0x1p-22;  // between the scales tried: a few steps of a float
+constexpr int mostTries = 512;
+constexpr int fewTries = 16;
+
+/// Whether the numbers sum to 1 but for their rounding; other rows come out changed whatever is
+/// tried.
+bool IsRounded(const float* row, std::size_t count) {
+    constexpr double roundings = 1e-5;
+    double sum = 0;
+    for (std::size_t i = 0; i < count; ++i) sum += static_cast<double>(row[i]);
+    return std::fabs(sum - 1) < roundings;
+}
+
+/// Some readers take the sums of rows, near whole numbers made whole, for experience.
+float ExperienceOf(double sum) {
+    constexpr double tolerance = 0.004;
+    const auto read = static_cast<float>(sum);
+    const double nearest = std::round(static_cast<double>(read));
+    return std::fabs(static_cast<double>(read) - nearest) <= tolerance
+               ? static_cast<float>(nearest + 0.0)
+               : read;
+}
 
 bool IsCondensed(const Bnode_bn& node) {
     return node.relation.params != nullptr && node.relation.probs == nullptr;
@@ -53,61 +72,97 @@ const float* Tables::of(const Bnode_bn& node) const {
 RowFitter::RowFitter(NormalizingEN normalizing, int states)
     : normalizing_(normalizing), fitted_(static_cast<std::size_t>(states)) {}
 
-/// Whether reading the numbers gives the row.
-bool RowFitter::reads(const float* row) {
-    const auto count = static_cast<std::ptrdiff_t>(fitted_.size());
-    sum_ = 0;
+double RowFitter::sum() const {
+    double sum = 0;
+    const auto add = [&sum](float number) { sum += static_cast<double>(number); };
     if (normalizing_ == NormalizingEN::divide) {
-        for (const float number : fitted_) sum_ += static_cast<double>(number);
+        std::for_each(fitted_.begin(), fitted_.end(), add);
     } else {
-        for (std::ptrdiff_t i = count; i-- > 0;)
-            sum_ += static_cast<double>(fitted_[static_cast<std::size_t>(i)]);
+        std::for_each(fitted_.rbegin(), fitted_.rend(), add);
     }
-    if (sum_ == 0 || sum_ == 1) return std::equal(fitted_.begin(), fitted_.end(), row);
-    const double factor = 1.0 / sum_;
-    for (std::size_t i = 0; i < fitted_.size(); ++i) {
-        const double number = static_cast<double>(fitted_[i]);
-        const float read = static_cast<float>(
-            normalizing_ == NormalizingEN::divide ? number / sum_ : number * factor);
-        if (read != row[i]) return false;
-    }
-    return true;
+    return sum;
 }
 
-bool RowFitter::tryScale(const float* row, double scale) {
-    for (std::size_t i = 0; i < fitted_.size(); ++i) {
+/// What reading the numbers gives.
+RowFitter::Fit RowFitter::check(const float* row) const {
+    const double sum = this->sum();
+    const bool divides = normalizing_ == NormalizingEN::divide;
+    const bool weighs = !divides || (sum == 0 ? 1 : ExperienceOf(sum)) == weight_;
+    if (sum == 0 || sum == 1) return {std::equal(fitted_.begin(), fitted_.end(), row), weighs};
+    const double factor = 1.0 / sum;
+    const auto same = [&](float number, float wanted) {
+        const double exact = static_cast<double>(number);
+        return static_cast<float>(divides ? exact / sum : exact * factor) == wanted;
+    };
+    return {std::equal(fitted_.begin(), fitted_.end(), row, same), weighs};
+}
+
+RowFitter::Fit RowFitter::tryScale(const float* row, double scale) {
+    for (std::size_t i = 0; i < fitted_.size(); ++i)
         fitted_[i] = static_cast<float>(static_cast<double>(row[i]) * scale);
-        if (fitted_[i] > std::numeric_limits<float>::max()) return false;
-    }
-    return reads(row);
+    return check(row);
 }
 
 /// Counts are written as such.
-bool RowFitter::tryWhole(const float* row) {
+RowFitter::Fit RowFitter::tryWhole(const float* row) {
     constexpr double tolerance = 1e-6;
     for (float& number : fitted_) {
         const double exact = static_cast<double>(number);
         const double whole = std::round(exact);
         if (std::fabs(exact - whole) <= tolerance * exact) number = static_cast<float>(whole);
     }
-    return reads(row);
+    return check(row);
 }
 
-bool RowFitter::fit(const float* row, double weight) {
-    const bool asItIs = tryScale(row, weight);
-    if (weight != 1 && tryWhole(row)) return true;
-    if (asItIs) return tryScale(row, weight);
-    // Slightly larger numbers round differently, and among some such roundings there is one with
-    // the right sum. A row that does not sum to 1 comes out changed whatever is tried.
-    double total = 0;
-    for (std::size_t i = 0; i < fitted_.size(); ++i) total += static_cast<double>(row[i]);
-    constexpr double roundings = 1e-5;
-    if (total > 1 - roundings && total < 1 + roundings) {
-        for (int k = 1; k <= mostTries; ++k)
-            if (tryScale(row, weight * (1 + k * step))) return true;
+/// Moves numbers by a step each, where they read the same, as long as it brings their sum nearer to
+/// the weight, from which it is `rest` away.
+void RowFitter::nudge(const float* row, double rest) {
+    for (std::size_t i = 0; i < fitted_.size(); ++i) {
+        const float other = std::nextafter(fitted_[i], rest > 0 ? HUGE_VALF : 0.0F);
+        const double change = static_cast<double>(other) - static_cast<double>(fitted_[i]);
+        const double read = static_cast<double>(other) / static_cast<double>(weight_);
+        if (std::fabs(rest - change) >= std::fabs(rest) || static_cast<float>(read) != row[i])
+            continue;
+        fitted_[i] = other;
+        rest -= change;
     }
-    tryScale(row, weight);
+}
+
+/// Slightly other numbers round differently, and among some such roundings there is one with the
+/// right sum. A weight that is no whole number leaves little room, others more.
+bool RowFitter::search(const float* row) {
+    const double weight = static_cast<double>(weight_);
+    const bool roomy = weight == std::round(weight);
+    const double step = roomy ? 0x1p-24 : 0x1p-28;
+    for (int k = 1; k <= (roomy ? mostTries : fewTries); ++k) {
+        const int steps = roomy ? k : k % 2 == 0 ? k / 2 : -(k / 2 + 1);
+        const double scale = weight * (1 + steps * step);
+        double total = 0;
+        for (std::size_t i = 0; i < fitted_.size(); ++i) {
+            fitted_[i] = static_cast<float>(static_cast<double>(row[i]) * scale);
+            total += static_cast<double>(fitted_[i]);
+        }
+        if (roomy && std::fabs(total - scale) > 0x1p-25 * scale) continue;
+        if (!roomy) nudge(row, weight - total);
+        const Fit got = check(row);
+        if (got.row && got.weight) return true;
+    }
     return false;
+}
+
+RowFitter::Fit RowFitter::fit(const float* row, float weight) {
+    weight_ = weight;
+    const double scale = weight > 0 && std::isfinite(weight) ? static_cast<double>(weight) : 1;
+    const Fit plain = tryScale(row, scale);
+    if (scale != 1) {
+        const Fit whole = tryWhole(row);
+        if (whole.row && whole.weight) return whole;
+    }
+    const bool done = plain.row && plain.weight;
+    if (!done && scale == static_cast<double>(weight) && IsRounded(row, fitted_.size()) &&
+        search(row))
+        return {true, true};
+    return tryScale(row, scale);
 }
 
 }  // namespace lumo

@@ -38,19 +38,26 @@ class RowFitter {
 public:
     RowFitter(NormalizingEN normalizing, int states);
 
-    /// Fits the row to sum to about the weight. Returns whether reading gives the row back.
-    bool fit(const float* row, double weight = 1);
+    /// What a reader gets back of a row.
+    struct Fit {
+        bool row;     ///< the row itself
+        bool weight;  ///< and, by dividing, the weight for its experience
+    };
+    /// Fits the row to sum to the weight, as near as it can.
+    Fit fit(const float* row, float weight = 1);
     const float* numbers() const { return fitted_.data(); }  ///< of the last row
-    double sum() const { return sum_; }  ///< of the numbers, as a reader takes it
 
 private:
-    bool tryScale(const float* row, double scale);
-    bool tryWhole(const float* row);
-    bool reads(const float* row);
+    Fit tryScale(const float* row, double scale);
+    Fit tryWhole(const float* row);
+    bool search(const float* row);
+    void nudge(const float* row, double rest);
+    Fit check(const float* row) const;
+    double sum() const;
 
     NormalizingEN normalizing_;
     std::vector<float> fitted_;
-    double sum_ = 0;
+    float weight_ = 1;
 };
 
 }  // namespace lumo
