@@ -10,7 +10,7 @@ namespace {
 constexpr int largestExpansion = 1 << 20;      // numbers of one table
 constexpr long long mostExpanded = 1LL << 24;  // numbers of all expanded tables
 constexpr int mostTries = 512;
-constexpr int fewTries = 16;
+constexpr int fewTries = 40;
 
 /// Whether the numbers sum to 1 but for their rounding; other rows come out changed whatever is
 /// tried.
@@ -29,6 +29,12 @@ float ExperienceOf(double sum) {
     return std::fabs(static_cast<double>(read) - nearest) <= tolerance
                ? static_cast<float>(nearest + 0.0)
                : read;
+}
+
+/// What a row is to sum to. Less than the tolerance is read as no experience at all.
+double ScaleFor(float weight) {
+    if (weight == 0) return 0x1p-10;
+    return weight > 0 && std::isfinite(weight) ? static_cast<double>(weight) : 1;
 }
 
 bool IsCondensed(const Bnode_bn& node) {
@@ -115,12 +121,12 @@ RowFitter::Fit RowFitter::tryWhole(const float* row) {
 }
 
 /// Moves numbers by a step each, where they read the same, as long as it brings their sum nearer to
-/// the weight, from which it is `rest` away.
-void RowFitter::nudge(const float* row, double rest) {
+/// the scale, from which it is `rest` away.
+void RowFitter::nudge(const float* row, double scale, double rest) {
     for (std::size_t i = 0; i < fitted_.size(); ++i) {
         const float other = std::nextafter(fitted_[i], rest > 0 ? HUGE_VALF : 0.0F);
         const double change = static_cast<double>(other) - static_cast<double>(fitted_[i]);
-        const double read = static_cast<double>(other) / static_cast<double>(weight_);
+        const double read = static_cast<double>(other) / scale;
         if (std::fabs(rest - change) >= std::fabs(rest) || static_cast<float>(read) != row[i])
             continue;
         fitted_[i] = other;
@@ -130,9 +136,8 @@ void RowFitter::nudge(const float* row, double rest) {
 
 /// Slightly other numbers round differently, and among some such roundings there is one with the
 /// right sum. A weight that is no whole number leaves little room, others more.
-bool RowFitter::search(const float* row) {
-    const double weight = static_cast<double>(weight_);
-    const bool roomy = weight == std::round(weight);
+bool RowFitter::search(const float* row, double weight) {
+    const bool roomy = weight_ == std::round(weight_);
     const double step = roomy ? 0x1p-24 : 0x1p-28;
     for (int k = 1; k <= (roomy ? mostTries : fewTries); ++k) {
         const int steps = roomy ? k : k % 2 == 0 ? k / 2 : -(k / 2 + 1);
@@ -143,7 +148,7 @@ bool RowFitter::search(const float* row) {
             total += static_cast<double>(fitted_[i]);
         }
         if (roomy && std::fabs(total - scale) > 0x1p-25 * scale) continue;
-        if (!roomy) nudge(row, weight - total);
+        if (!roomy) nudge(row, scale, scale - total);
         const Fit got = check(row);
         if (got.row && got.weight) return true;
     }
@@ -152,16 +157,14 @@ bool RowFitter::search(const float* row) {
 
 RowFitter::Fit RowFitter::fit(const float* row, float weight) {
     weight_ = weight;
-    const double scale = weight > 0 && std::isfinite(weight) ? static_cast<double>(weight) : 1;
+    const double scale = ScaleFor(weight);
     const Fit plain = tryScale(row, scale);
-    if (scale != 1) {
+    if (weight != 1) {
         const Fit whole = tryWhole(row);
         if (whole.row && whole.weight) return whole;
     }
     const bool done = plain.row && plain.weight;
-    if (!done && scale == static_cast<double>(weight) && IsRounded(row, fitted_.size()) &&
-        search(row))
-        return {true, true};
+    if (!done && IsRounded(row, fitted_.size()) && search(row, scale)) return {true, true};
     return tryScale(row, scale);
 }
 

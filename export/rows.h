@@ -50,8 +50,8 @@ public:
 private:
     Fit tryScale(const float* row, double scale);
     Fit tryWhole(const float* row);
-    bool search(const float* row);
-    void nudge(const float* row, double rest);
+    bool search(const float* row, double weight);
+    void nudge(const float* row, double scale, double rest);
     Fit check(const float* row) const;
     double sum() const;
 

@@ -9,6 +9,7 @@
 #include <map>
 
 #include "app/detect.h"
+#include "tests/random_net.h"
 
 namespace lumo::test {
 namespace {
@@ -54,6 +55,20 @@ TEST(RoundTrip, EverySampleInEveryFormat) {
         ++nets;
     }
     EXPECT_GE(nets, 20);
+}
+
+TEST(RoundTrip, RandomNetsInEveryFormat) {
+    for (unsigned seed = 1; seed <= 400; ++seed) {
+        ImportResult first;
+        Collector silent;
+        const HandlerScope scope(silent);
+        first.net = RandomNet(seed).make();
+        for (const RoundTripFormat& format : roundTripFormats) {
+            const auto faults = RoundTrip(first, format, "test");
+            ASSERT_TRUE(faults.empty()) << "seed " << seed << " as " << format.writer << '\n'
+                                        << Joined(faults);
+        }
+    }
 }
 
 /// With LUMO_ROUNDTRIP_FILES=FOLDER: every file in it through every format, and a table of how many
