@@ -176,10 +176,11 @@ bool IsWritable(const UserField& field) {
 // ---- Tables --------------------------------------------------------------------------------
 
 bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
-    if (!plan.tables().has(node)) return false;
-    if (node.relation.kind == RelnKindEN::real) return node.numStates() <= 1;
-    return StatesOf(node) > 0 && std::all_of(node.parents.begin(), node.parents.end(),
-                                             [](const Bnode_bn* p) { return StatesOf(*p) > 0; });
+    const bool real = node.relation.kind == RelnKindEN::real;
+    if (!plan.tables().has(node) || (real ? node.numStates() > 1 : StatesOf(node) == 0))
+        return false;
+    return std::all_of(node.parents.begin(), node.parents.end(),
+                       [](const Bnode_bn* parent) { return StatesOf(*parent) > 0; });
 }
 
 /// Hands every row, fitted, to use(numbers, what is kept of it).

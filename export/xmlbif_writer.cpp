@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <string>
 #include <unordered_set>
 
@@ -80,29 +81,38 @@ void WriteText(TextOut& out, std::string_view text) {
 
 // ---- What the file can say -----------------------------------------------------------------
 
-/// Whether a reader takes the outcomes for numbers or intervals: all begin with a number, and what
-/// follows it does not matter from the first bracket on.
-bool AreNumbers(const Texts& outcomes) {
+/// What a reader takes outcomes for.
+enum class StatesEN : unsigned char { names, titles, values, intervals };
+
+const char* Skip(const char* at, std::string_view any) {
+    return *at != '\0' && any.find(*at) != std::string_view::npos ? at + 1 : at;
+}
+
+const char* SkipBlanks(const char* at) { return at + std::strspn(at, " \t\r\n"); }
+
+/// Whether the rest of an interval, behind its lower bound, gives an upper one: ", 10)".
+bool HasUpperBound(const char* at) {
+    at = SkipBlanks(at);
+    at = std::string_view(at).starts_with("to") ? at + 2 : Skip(at, ",-");
+    double bound = 0;
+    return strtodouble2_kt(SkipBlanks(at), &bound, &at) == 0;
+}
+
+/// Outcomes that all begin with a number are values, or intervals from the first bracket on, where
+/// it does not matter what follows the number.
+StatesEN TakenFor(const Texts& outcomes) {
+    const StatesEN labels = AreStateNames(outcomes) ? StatesEN::names : StatesEN::titles;
     bool intervals = false;
-    const auto skip = [](const char* at, const char* any) {
-        return *at != '\0' && std::string_view(any).find(*at) != std::string_view::npos ? at + 1
-                                                                                        : at;
-    };
     const char* rest = "";
     for (const std::string& outcome : outcomes) {
-        const char* at = skip(outcome.c_str(), "'\"");
+        const char* at = Skip(outcome.c_str(), "'\"");
         intervals = intervals || *at == '(' || *at == '[';
-        at = skip(at, "([");
-        while (*at == ' ' || (*at >= '\t' && *at <= '\r' && *at != '\v' && *at != '\f')) ++at;
         double value = 0;
-        if (strtodouble2_kt(at, &value, &rest) < 0) return false;
-        if (!intervals && *skip(rest, "'\"") != '\0') return false;
+        if (strtodouble2_kt(SkipBlanks(Skip(at, "([")), &value, &rest) < 0) return labels;
+        if (!intervals && *Skip(rest, "'\"") != '\0') return labels;
     }
-    if (!intervals) return true;
-    const std::string_view upper(rest);  // ", 10)": the upper bound of the last interval
-    const std::size_t digit = upper.find_first_of("0123456789");
-    return digit != std::string_view::npos &&
-           upper.substr(0, digit).find_first_not_of(" \t\r\n,-+to.") == std::string_view::npos;
+    if (!intervals) return outcomes.empty() ? labels : StatesEN::values;
+    return HasUpperBound(rest) ? StatesEN::intervals : labels;
 }
 
 bool HasTable(const Bnode_bn& node) {
@@ -146,13 +156,12 @@ public:
         return labels_;
     }
 
-    enum class StatesEN { names, titles, numbers };
     /// What a reader makes of the labels, which become what it reads.
     StatesEN readStates(const Bnode_bn& node) const {
-        if (writesNumbers(node.variable)) return StatesEN::numbers;
+        if (writesNumbers(node.variable))
+            return node.variable.discrete ? StatesEN::values : StatesEN::intervals;
         for (std::string& label : (labels(node), labels_)) label = AsRead(label);
-        if (AreNumbers(labels_)) return StatesEN::numbers;
-        return AreStateNames(labels_) ? StatesEN::names : StatesEN::titles;
+        return TakenFor(labels_);
     }
 
 private:
@@ -177,8 +186,6 @@ void Plan::chooseNames() {
 
 // ---- What is kept --------------------------------------------------------------------------
 
-using StatesEN = Plan::StatesEN;
-
 bool KeepsStateNames(const Plan& plan, const Bnode_bn& node) {
     if (plan.readStates(node) != StatesEN::names) return false;
     return AreKept(node.variable.stateNames, plan.labels(node));
@@ -201,8 +208,8 @@ bool KeepsUntitled(const Plan& plan, const Bnode_bn& node) {
 
 bool KeepsNumbers(const Plan&, const Bnode_bn& node) { return Plan::writesNumbers(node.variable); }
 
-bool KeepsContinuous(const Plan&, const Bnode_bn& node) {
-    return node.numStates() > 0 && Plan::writesNumbers(node.variable);
+bool KeepsContinuous(const Plan& plan, const Bnode_bn& node) {
+    return plan.readStates(node) == StatesEN::intervals;
 }
 
 bool KeepsTable(const Plan& plan, const Bnode_bn& node) {

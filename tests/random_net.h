@@ -134,7 +134,7 @@ inline void RandomNet::makeDrawing() {
 inline void RandomNet::makeStates(Bnode_bn& node, int count) {
     const auto size = static_cast<std::size_t>(count);
     double* values = nullptr;
-    if (once(4)) {
+    if (count > 0 && once(4)) {
         const int numbers = node.variable.discrete ? count : count + 1;
         values = new double[static_cast<std::size_t>(numbers) + 1];
         for (int i = 0; i < numbers; ++i) values[i] = i * 2.5 - unit();

@@ -7,8 +7,10 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <set>
 
 #include "app/detect.h"
+#include "tests/bif_reader.h"
 #include "tests/random_net.h"
 
 namespace lumo::test {
@@ -41,6 +43,44 @@ std::string Joined(const std::vector<std::string>& lines) {
     return text;
 }
 
+/// What the file says of a node against the net and the announced losses.
+void CompareWithBif(const Bnode_bn& node, FeatureSet lost, const BifVariable& read) {
+    SCOPED_TRACE(node.name());
+    const auto kept = [lost](FeatureEN feature) { return (lost & Bit(feature)) == 0; };
+    EXPECT_EQ(read.name, node.name());
+    ASSERT_EQ(read.states.size(), static_cast<std::size_t>(node.numStates()));
+    std::set<std::string> distinct(read.states.begin(), read.states.end());
+    EXPECT_EQ(distinct.size(), read.states.size());
+    char* const* names = kept(FeatureEN::stateNames) ? node.variable.stateNames : nullptr;
+    for (std::size_t i = 0; names != nullptr && i < read.states.size(); ++i) {
+        EXPECT_TRUE(names[i] == nullptr || read.states[i] == names[i]) << names[i];
+    }
+    std::vector<std::string> parents;
+    for (const Bnode_bn* parent : node.parents)
+        if (parent->numStates() > 0) parents.emplace_back(parent->name());
+    EXPECT_EQ(read.parents, parents);
+    EXPECT_EQ(kept(FeatureEN::parents), static_cast<int>(parents.size()) == node.parents.N);
+    const bool hasTable = node.relation.kind != RelnKindEN::none && kept(FeatureEN::table);
+    ASSERT_EQ(read.hasTable, hasTable);
+    if (!hasTable || node.relation.probs == nullptr) return;
+    EXPECT_TRUE(std::equal(read.table.begin(), read.table.end(), node.relation.probs));
+    EXPECT_EQ(read.table.size(), static_cast<std::size_t>(NumProduct(node.family)));
+}
+
+void ExpectGoodBif(const ImportResult& result) {
+    const Losses losses = FindWriter("bif")->losses(*result.net);
+    std::vector<BifVariable> read;
+    ASSERT_NO_THROW(read = BifReader(Write(result, "bif")).read());
+    std::size_t at = 0;
+    for (int i = 0; i < result.net->nodes.N; ++i) {
+        const FeatureSet lost = losses.nodes[static_cast<std::size_t>(i)];
+        if ((lost & Bit(FeatureEN::node)) != 0) continue;
+        ASSERT_LT(at, read.size());
+        CompareWithBif(*result.net->nodes[i], lost, read[at++]);
+    }
+    EXPECT_EQ(at, read.size());
+}
+
 TEST(RoundTrip, EverySampleInEveryFormat) {
     int nets = 0;
     for (const fs::path& file : FilesIn(SAMPLES)) {
@@ -52,22 +92,28 @@ TEST(RoundTrip, EverySampleInEveryFormat) {
             EXPECT_TRUE(faults.empty()) << file << " as " << format.writer << '\n'
                                         << Joined(faults);
         }
+        {
+            SCOPED_TRACE(file);
+            ExpectGoodBif(first);
+        }
         ++nets;
     }
     EXPECT_GE(nets, 20);
 }
 
 TEST(RoundTrip, RandomNetsInEveryFormat) {
-    for (unsigned seed = 1; seed <= 400; ++seed) {
+    for (unsigned seed = 1; seed <= 400 && !HasFatalFailure(); ++seed) {
         ImportResult first;
         Collector silent;
         const HandlerScope scope(silent);
         first.net = RandomNet(seed).make();
         for (const RoundTripFormat& format : roundTripFormats) {
             const auto faults = RoundTrip(first, format, "test");
-            ASSERT_TRUE(faults.empty()) << "seed " << seed << " as " << format.writer << '\n'
+            EXPECT_TRUE(faults.empty()) << "seed " << seed << " as " << format.writer << '\n'
                                         << Joined(faults);
         }
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        ExpectGoodBif(first);
     }
 }
 
