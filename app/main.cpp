@@ -69,7 +69,8 @@ int ExplainAll(const std::vector<std::string>& numbers) {
 }
 
 int Run(int argc, char** argv) {
-    std::signal(SIGPIPE, SIG_IGN);  // a closed pipe is a failed write like any other
+    // A closed pipe and a file that may not grow are failed writes like any other.
+    for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
     Options options;
     if (const std::optional<int> exitCode = ParseArguments(argc, argv, options)) return *exitCode;
     if (options.command == CommandEN::explain) return ExplainAll(options.files);

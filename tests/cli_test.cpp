@@ -216,10 +216,44 @@ TEST_F(Cli, WritesThatFailLeaveNothing) {
     EXPECT_EQ(run("$L convert good.erg --to json -o /dev/full").code, 74);
     EXPECT_EQ(run("$L convert good.erg --to json -o - >/dev/full").code, 74);
     EXPECT_EQ(run("$L good.erg >&-").code, 74);
-    const Outcome large =
-        run("trap '' XFSZ; ulimit -f 0; $L convert good.erg -o x.json 2>/dev/null");
-    EXPECT_EQ(large.code, 74);
     EXPECT_EQ(entries(), before);
+}
+
+TEST_F(Cli, NoWriterLeavesHalfAFile) {
+    fs::copy(SAMPLES "/hugin/asia.net", folder / "in.net");
+    for (const std::string writer : {"json", "xmlbif", "hugin", "dsc", "bif"}) {
+        SCOPED_TRACE(writer);
+        const std::string convert = "$L convert in.net --to " + writer + " -o ";
+        write("kept", "old");
+        const int before = (run("true"), entries());
+        const Outcome tooLarge = run("ulimit -f 1; " + convert + "kept");
+        EXPECT_EQ(tooLarge.code, 74);
+        EXPECT_EQ(tooLarge.err, "lumo-import: cannot write 'kept': File too large\n");
+        EXPECT_EQ(entries(), before);
+        EXPECT_EQ(Slurp(folder / "kept"), "old");
+        EXPECT_EQ(run(convert + "- >/dev/full").err,
+                  "lumo-import: cannot write 'standard output': No space left on device\n");
+        EXPECT_EQ(
+            run("(sleep 0.1; " + convert + "- ; echo $? >code) | : ; sleep 0.3; cat code").out,
+            "74\n");
+        fs::remove(folder / "code");
+        EXPECT_EQ(run(convert + "kept").code, 0);
+        EXPECT_GT(Slurp(folder / "kept").size(), 1024U);
+    }
+}
+
+TEST_F(Cli, LossesAreToldOnStandardError) {
+    const std::string convert = "$L convert " SAMPLES "/hugin/umbrella.net --to dsc -o x.dsc";
+    const Outcome told = run(convert);
+    EXPECT_EQ(told.code, 0);
+    EXPECT_EQ(told.out, "");
+    EXPECT_NE(told.err.find("umbrella.net: notice: tables of 2 nodes are not kept by DSC\n"),
+              std::string::npos);
+    EXPECT_EQ(run(convert + " --quiet").err, "");
+    const std::string lines = run(convert + " --diagnostics json").err;
+    const auto first = nlohmann::json::parse(lines.substr(0, lines.find('\n')));
+    EXPECT_EQ(first["kind"], "notice");
+    EXPECT_EQ(first["message"], "kinds (decision, utility) of 3 nodes are not kept by DSC");
 }
 
 TEST_F(Cli, ClosedPipeEndsQuicklyWithAnError) {

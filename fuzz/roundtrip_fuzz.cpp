@@ -1,0 +1,101 @@
+// Imports the bytes behind the first, which chooses the format, writes the net in every format that
+// can be read and imports it again: what the writer does not announce as lost is the same.
+#include <algorithm>
+#include <sstream>
+
+#include "export/text.h"
+#include "export/writers.h"
+#include "fuzz/properties.h"
+
+namespace lumo::fuzz {
+namespace {
+
+constexpr int formats[] = {FormatHugin, FormatDsc, FormatDXPress, FormatErgo, FormatXMLBIF};
+
+struct Target {
+    const char* writer;
+    int code;
+};
+constexpr Target targets[] = {{"xmlbif", FormatXMLBIF}, {"hugin", FormatHugin}, {"dsc", FormatDsc}};
+
+bool SameText(const char* a, const char* b) {
+    return a == nullptr || b == nullptr ? a == b : ToUtf8(a) == ToUtf8(b);
+}
+
+bool SameTexts(char* const* a, char* const* b, int count) {
+    for (int i = 0; i < count; ++i)
+        if (!SameText(a == nullptr ? nullptr : a[i], b == nullptr ? nullptr : b[i])) return false;
+    return true;
+}
+
+template <class T>
+bool SameNumbers(const T* a, const T* b, long long count) {
+    return a == nullptr || b == nullptr ? a == b : std::equal(a, a + count, b);
+}
+
+bool SameParents(const Bnode_bn& a, const Bnode_bn& b) {
+    return std::equal(
+        a.parents.begin(), a.parents.end(), b.parents.begin(), b.parents.end(),
+        [](const Bnode_bn* x, const Bnode_bn* y) { return streql_kt(x->name(), y->name()); });
+}
+
+/// The first thing that differs without having been announced; empty when nothing does.
+std::string Difference(const Bnode_bn& a, const Bnode_bn& b, FeatureSet lost) {
+    using enum FeatureEN;
+    const auto kept = [lost](std::initializer_list<FeatureEN> features) {
+        return std::none_of(features.begin(), features.end(),
+                            [lost](FeatureEN feature) { return (lost & Bit(feature)) != 0; });
+    };
+    const int states = a.numStates();
+    const long long rows = NumProduct(a.parents);
+    const long long entries = rows * std::max(states, 1);
+    if (!streql_kt(a.name(), b.name())) return "name";
+    if (!SameParents(a, b)) return "parents";
+    if (kept({kind}) && a.kind != b.kind) return "kind";
+    if (kept({title, sameTitle}) && !SameText(a.title, b.title)) return "title";
+    if (kept({utilityForm}) && states != b.numStates()) return "number of states";
+    if (states != b.numStates()) return "";
+    if (kept({stateNames, unnamedStates}) &&
+        !SameTexts(a.variable.stateNames, b.variable.stateNames, states))
+        return "state names";
+    if (kept({stateTitles, untitledStates}) &&
+        !SameTexts(a.variable.stateTitles, b.variable.stateTitles, states))
+        return "state titles";
+    if (!kept({table, exactTable, parameters})) return "";
+    if (!SameNumbers(a.relation.probs, b.relation.probs, entries)) return "table";
+    if (!SameNumbers(a.relation.reals, b.relation.reals, entries)) return "real table";
+    if (kept({experience}) && !SameNumbers(a.relation.exper, b.relation.exper, rows))
+        return "experience";
+    return "";
+}
+
+void RequireRoundTrip(const ImportResult& first, const Target& target) {
+    const Writer& writer = *FindWriter(target.writer);
+    const Losses losses = writer.losses(*first.net);
+    std::ostringstream out;
+    writer.write(first, out);
+    const OwnedNet read = ImportSound(out.str(), target.code);
+    const std::string place = std::string(" after writing ") + target.writer;
+    Require(read != nullptr, "a net" + place);
+    Require(read->nodes.N == first.net->nodes.N, "the same number of nodes" + place);
+    for (int i = 0; i < read->nodes.N; ++i) {
+        const Bnode_bn& node = *first.net->nodes[i];
+        const std::string difference =
+            Difference(node, *read->nodes[i], losses.nodes[static_cast<std::size_t>(i)]);
+        Require(difference.empty(), "the same " + difference + " of " + node.name() + place);
+    }
+}
+
+}  // namespace
+}  // namespace lumo::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+    using namespace lumo;
+    if (size == 0) return 0;
+    ImportResult first;
+    const std::size_t format = *data % std::size(fuzz::formats);
+    first.net = fuzz::ImportSound(fuzz::View(data + 1, size - 1), fuzz::formats[format]);
+    if (first.net == nullptr) return 0;
+    for (const fuzz::Target& target : fuzz::targets) fuzz::RequireRoundTrip(first, target);
+    return 0;
+}
