@@ -147,22 +147,21 @@ FeatureSet FeaturesOf(const Bnet_bn& net) {
 
 std::vector<std::string> LossNotes(const Losses& losses, const char* format) {
     std::vector<std::string> notes;
-    for (const auto& [feature, scope, text] : words) {
-        if (scope == ScopeEN::net) {
-            if ((losses.net & Bit(feature)) != 0)
-                notes.push_back(Format("%s is not kept by %s", text, format));
+    for (const Words& entry : words) {
+        const FeatureSet bit = Bit(entry.feature);
+        if (entry.scope == ScopeEN::net) {
+            if ((losses.net & bit) != 0)
+                notes.push_back(Format("%s is not kept by %s", entry.text, format));
             continue;
         }
-        const auto& sets = scope == ScopeEN::node ? losses.nodes : losses.groups;
+        const auto& sets = entry.scope == ScopeEN::node ? losses.nodes : losses.groups;
         const auto count = std::count_if(sets.begin(), sets.end(),
-                                         [&](FeatureSet set) { return (set & Bit(feature)) != 0; });
+                                         [bit](FeatureSet set) { return (set & bit) != 0; });
         if (count == 0) continue;
-        const std::string counted = Count(count, nouns[static_cast<int>(scope)]);
-        const bool plural = count > 1 || *text != '%';  // what is counted is the subject, or not
-        std::string note(text);
-        note.replace(note.find("%s"), 2, counted);
-        notes.push_back(
-            Format("%s %s not kept by %s", note.c_str(), plural ? "are" : "is", format));
+        const bool plural = count > 1 || *entry.text != '%';  // what is counted is the subject
+        std::string note(entry.text);
+        note.replace(note.find("%s"), 2, Count(count, nouns[static_cast<int>(entry.scope)]));
+        notes.push_back(note + (plural ? " are" : " is") + " not kept by " + format);
     }
     return notes;
 }

@@ -123,14 +123,15 @@ inline void CompareObjects(const std::string& what, const Json& before, const Js
 
 /// Moves the positions so that the drawing starts at 0, 0.
 inline void DropMargin(Json& net) {
-    int least[2] = {INT_MAX, INT_MAX};
-    for (const Json& node : net["nodes"])
-        for (int i : {0, 1}) least[i] = std::min(least[i], node["position"][i].get<int>());
-    for (Json& node : net["nodes"])
-        for (int i : {0, 1}) {
-            const long long at = node["position"][i].get<int>();
-            node["position"][i] = at - least[i];
+    for (const std::size_t axis : {0U, 1U}) {
+        long long least = INT_MAX;
+        for (const Json& node : net["nodes"])
+            least = std::min(least, node["position"][axis].get<long long>());
+        for (Json& node : net["nodes"]) {
+            const auto at = node["position"][axis].get<long long>();
+            node["position"][axis] = at - least;
         }
+    }
 }
 
 inline void CompareGroups(const Json& before, const Json& after, const Losses& losses,
