@@ -408,21 +408,17 @@ void WriteNode(TextOut& out, const Bnode_bn& node, const Plan& plan) {
 /// states of each parent and, when there are several, around those of the node.
 class TableWriter {
 public:
-    TableWriter(TextOut& out, const Bnode_bn& node) : out_(out), parents_(node.parents) {
-        const bool nested = StatesOf(node) > 0;
-        spans_.assign(static_cast<std::size_t>(parents_.N), 1);
+    TableWriter(TextOut& out, const Bnode_bn& node)
+        : out_(out), spans_(static_cast<std::size_t>(node.parents.N)) {
         long long span = 1;
-        for (int i = parents_.N - 1; i >= 0; --i) {
-            span *= std::max(parents_[i]->numStates(), 1);
-            spans_[static_cast<std::size_t>(i)] = span;
-        }
-        if (nested) spans_.push_back(1);
-        if (spans_.empty()) spans_.push_back(1);
+        for (std::size_t i = spans_.size(); i-- > 0;)
+            spans_[i] = span *= node.parents[static_cast<int>(i)]->numStates();
+        if (StatesOf(node) > 0 || spans_.empty()) spans_.push_back(1);
     }
 
     /// One row: the numbers of one combination of parent states.
     void row(const float* numbers, int count) {
-        out_ << (row_ == 0 ? "" : !startsLevel() ? " " : "\n          ");
+        if (row_ > 0) separate();
         for (const long long span : spans_)
             if (row_ % span == 0) out_ << '(';
         for (int i = 0; i < count; ++i) {
@@ -435,13 +431,19 @@ public:
     }
 
 private:
-    bool startsLevel() const {
-        return std::any_of(spans_.begin(), spans_.end(),
-                           [this](long long span) { return row_ % span == 0; });
+    /// A list starts on a new line, below those that it is beside.
+    void separate() {
+        const auto open = std::count_if(spans_.begin(), spans_.end(),
+                                        [this](long long span) { return row_ % span != 0; });
+        if (open == std::ssize(spans_)) {
+            out_ << ' ';
+            return;
+        }
+        constexpr std::size_t start = std::string_view("  data = ").size();
+        out_ << '\n' << std::string(start + static_cast<std::size_t>(open), ' ');
     }
 
     TextOut& out_;
-    const BndList_bn& parents_;
     std::vector<long long> spans_;  // rows of a pair of parentheses, from the outermost in
     long long row_ = 0;
 };
