@@ -28,10 +28,9 @@ std::unique_ptr<Bnet_bn> NewNet(int nodes) {
         }
         const int rows = NumProduct(node.parents);
         XArray<float> table = NewXArray<float>(rows * 2);
-        for (int r = 0; r < rows; ++r) {
-            const float p = static_cast<float>(random() % 1'000'000) / 1e6F;
-            table[static_cast<std::size_t>(2 * r)] = p;
-            table[static_cast<std::size_t>(2 * r + 1)] = 1 - p;
+        for (float* row = table.get(); row != table.get() + rows * 2; row += 2) {
+            row[0] = static_cast<float>(random() % 1'000'000) / 1e6F;
+            row[1] = 1 - row[0];
         }
         node.setProbsTable(table.release(), false, CheckFull);
     }
@@ -70,7 +69,7 @@ void MeasureWriter(benchmark::State& state, const char* name, const char* readNa
         return discard.bytes;
     };
     double writing = 1e100, reading = 1e100, losing = 1e100;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         writing = std::min(writing, Fastest([&] { benchmark::DoNotOptimize(write()); }, 1));
         reading = std::min(
             reading, Fastest([&] { benchmark::DoNotOptimize(ImportForBench(text, code)); }, 1));

@@ -210,16 +210,13 @@ bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
 /// Experience of 1 throughout is as none to readers.
 bool KeepsExperience(const Plan& plan, const Bnode_bn& node) {
     if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return false;
-    bool all = true, some = false;
-    int row = 0;
-    FitRows(plan, node, [&](const float*, RowFitter::Fit kept) {
-        some = some || node.relation.exper[row++] != 1;
-        return all = kept.weight;
-    });
-    return all && some;
+    const float* experience = node.relation.exper;
+    const auto isOne = [](float value) { return value == 1; };
+    bool kept = !std::all_of(experience, experience + NumProduct(node.parents), isOne);
+    if (kept)
+        FitRows(plan, node, [&](const float*, RowFitter::Fit row) { return kept = row.weight; });
+    return kept;
 }
-
-bool KeepsDeterministic(const Plan& plan, const Bnode_bn& node) { return KeepsTable(plan, node); }
 
 // ---- What is kept --------------------------------------------------------------------------
 
@@ -278,7 +275,7 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::parents},
     {FeatureEN::table, KeepsTable},
     {FeatureEN::exactTable, KeepsExactTable},
-    {FeatureEN::deterministic, KeepsDeterministic},
+    {FeatureEN::deterministic, KeepsTable},
     {FeatureEN::experience, KeepsExperience},
 };
 

@@ -1,6 +1,7 @@
 #include "export/rows.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -9,8 +10,9 @@ namespace {
 
 constexpr int largestExpansion = 1 << 20;      // numbers of one table
 constexpr long long mostExpanded = 1LL << 24;  // numbers of all expanded tables
-constexpr int mostTries = 512;
-constexpr int fewTries = 40;
+
+constexpr RowFitter::Scales fineScales = {-64, 64, 0x1p-28};  // parts of a step of a float
+constexpr RowFitter::Scales wideScales = {1, 512, 0x1p-24};
 
 /// Whether the numbers sum to 1 but for their rounding; other rows come out changed whatever is
 /// tried.
@@ -120,6 +122,20 @@ RowFitter::Fit RowFitter::tryWhole(const float* row) {
     return check(row);
 }
 
+/// Numbers of a few digits, which the program that wrote the row first may have known.
+RowFitter::Fit RowFitter::tryDigits(const float* row, double scale, int digits) {
+    for (std::size_t i = 0; i < fitted_.size(); ++i) {
+        char text[32];
+        const double exact = static_cast<double>(row[i]) * scale;
+        const auto written = std::to_chars(text, text + sizeof text, exact,
+                                           std::chars_format::scientific, digits - 1);
+        double rounded = 0;
+        std::from_chars(text, written.ptr, rounded);
+        fitted_[i] = static_cast<float>(rounded);
+    }
+    return check(row);
+}
+
 /// Moves numbers by a step each, where they read the same, as long as it brings their sum nearer to
 /// the scale, from which it is `rest` away.
 void RowFitter::nudge(const float* row, double scale, double rest) {
@@ -135,20 +151,16 @@ void RowFitter::nudge(const float* row, double scale, double rest) {
 }
 
 /// Slightly other numbers round differently, and among some such roundings there is one with the
-/// right sum. A weight that is no whole number leaves little room, others more.
-bool RowFitter::search(const float* row, double weight) {
-    const bool roomy = weight_ == std::round(weight_);
-    const double step = roomy ? 0x1p-24 : 0x1p-28;
-    for (int k = 1; k <= (roomy ? mostTries : fewTries); ++k) {
-        const int steps = roomy ? k : k % 2 == 0 ? k / 2 : -(k / 2 + 1);
-        const double scale = weight * (1 + steps * step);
+/// right sum.
+bool RowFitter::search(const float* row, double weight, const Scales& scales) {
+    for (int k = scales.first; k <= scales.last; ++k) {
+        const double scale = weight * (1 + k * scales.step);
         double total = 0;
         for (std::size_t i = 0; i < fitted_.size(); ++i) {
             fitted_[i] = static_cast<float>(static_cast<double>(row[i]) * scale);
             total += static_cast<double>(fitted_[i]);
         }
-        if (roomy && std::fabs(total - scale) > 0x1p-25 * scale) continue;
-        if (!roomy) nudge(row, scale, scale - total);
+        nudge(row, scale, scale - total);
         const Fit got = check(row);
         if (got.row && got.weight) return true;
     }
@@ -159,12 +171,22 @@ RowFitter::Fit RowFitter::fit(const float* row, float weight) {
     weight_ = weight;
     const double scale = ScaleFor(weight);
     const Fit plain = tryScale(row, scale);
+    const bool done = plain.row && plain.weight;
+    if (done && weight == 1) return plain;
     if (weight != 1) {
         const Fit whole = tryWhole(row);
         if (whole.row && whole.weight) return whole;
     }
-    const bool done = plain.row && plain.weight;
-    if (!done && IsRounded(row, fitted_.size()) && search(row, scale)) return {true, true};
+    if (done) return tryScale(row, scale);
+    for (const int digits : {6, 7}) {
+        const Fit decimals = tryDigits(row, scale, digits);
+        if (decimals.row && decimals.weight) return decimals;
+    }
+    // A weight that is no whole number leaves little room.
+    const bool roomy = weight == std::round(weight);
+    if (IsRounded(row, fitted_.size()) &&
+        (search(row, scale, fineScales) || (roomy && search(row, scale, wideScales))))
+        return {true, true};
     return tryScale(row, scale);
 }
 

@@ -38,6 +38,11 @@ class RowFitter {
 public:
     RowFitter(NormalizingEN normalizing, int states);
 
+    /// Sums to try: the weight and small steps away from it.
+    struct Scales {
+        int first, last;
+        double step;
+    };
     /// What a reader gets back of a row.
     struct Fit {
         bool row;     ///< the row itself
@@ -50,7 +55,8 @@ public:
 private:
     Fit tryScale(const float* row, double scale);
     Fit tryWhole(const float* row);
-    bool search(const float* row, double weight);
+    Fit tryDigits(const float* row, double scale, int digits);
+    bool search(const float* row, double weight, const Scales& scales);
     void nudge(const float* row, double scale, double rest);
     Fit check(const float* row) const;
     double sum() const;

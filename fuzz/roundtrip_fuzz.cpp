@@ -82,7 +82,8 @@ void RequireRoundTrip(const ImportResult& first, const Target& target) {
         const Bnode_bn& node = *first.net->nodes[i];
         const std::string difference =
             Difference(node, *read->nodes[i], losses.nodes[static_cast<std::size_t>(i)]);
-        Require(difference.empty(), "the same " + difference + " of " + node.name() + place);
+        Require(difference.empty(),
+                Format("the same %s of %s%s", difference.c_str(), node.name(), place.c_str()));
     }
 }
 
