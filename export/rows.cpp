@@ -177,15 +177,14 @@ RowFitter::Fit RowFitter::fit(const float* row, float weight) {
         const Fit whole = tryWhole(row);
         if (whole.row && whole.weight) return whole;
     }
-    if (done) return tryScale(row, scale);
+    if (done || !IsRounded(row, fitted_.size())) return tryScale(row, scale);
     for (const int digits : {6, 7}) {
         const Fit decimals = tryDigits(row, scale, digits);
         if (decimals.row && decimals.weight) return decimals;
     }
     // A weight that is no whole number leaves little room.
     const bool roomy = weight == std::round(weight);
-    if (IsRounded(row, fitted_.size()) &&
-        (search(row, scale, fineScales) || (roomy && search(row, scale, wideScales))))
+    if (search(row, scale, fineScales) || (roomy && search(row, scale, wideScales)))
         return {true, true};
     return tryScale(row, scale);
 }
