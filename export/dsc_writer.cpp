@@ -4,7 +4,7 @@
 #include <string>
 #include <unordered_set>
 
-#include "export/groups.h"
+#include "export/describe.h"
 #include "export/labels.h"
 #include "export/placing.h"
 #include "export/rows.h"
@@ -20,7 +20,10 @@ constexpr const char* groupAttributes[] = {"label", "category"};
 class Plan {
 public:
     explicit Plan(const Bnet_bn& net)
-        : net_(net), placing_(*net.vnets[0], 1.0, false), tables_(net), colors_(GroupColors(net)) {
+        : net_(net),
+          placing_(*net.vnets[0], 1.0, false),
+          tables_(net),
+          colors_(NodesetColors(net)) {
         for (const Bnode_bn* node : net.nodes) {
             const auto& sets = node->nodesets();
             const std::size_t count = std::min(sets.size(), std::size(groupAttributes));
@@ -40,7 +43,7 @@ public:
         return named_.contains(set) && IsLegalName_kt(set->name());
     }
     bool hasDefaultColor(int place) const {
-        return colors_[static_cast<std::size_t>(place)] == DefaultNodesetColor;
+        return IsDefaultColor(colors_[static_cast<std::size_t>(place)]);
     }
 
 private:

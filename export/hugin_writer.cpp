@@ -7,7 +7,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "export/groups.h"
+#include "export/describe.h"
 #include "export/labels.h"
 #include "export/placing.h"
 #include "export/rows.h"
@@ -71,15 +71,14 @@ public:
         : net_(net),
           placing_(*net.vnets[0], fullScale / ZoomAsRead(net.vnets[0]->zoomFactor), true),
           tables_(net),
-          colors_(GroupColors(net)) {
+          colors_(NodesetColors(net)) {
         int place = 0;
         for (const auto& set : net.nodesets()) {
             places_.emplace(set.get(), place++);
             if (IsLegalName_kt(set->name())) groupNames_.add(set->name());
         }
-        while (colored_ < place) ++colored_;
-        while (colored_ > 0 &&
-               colors_[static_cast<std::size_t>(colored_ - 1)] == DefaultNodesetColor)
+        colored_ = place;
+        while (colored_ > 0 && IsDefaultColor(colors_[static_cast<std::size_t>(colored_ - 1)]))
             --colored_;
     }
 
@@ -158,13 +157,6 @@ bool IsFieldName(const std::string& name) {
     return !streqli_kt(start.c_str(), "HR_") &&
            std::none_of(std::begin(reservedFields), std::end(reservedFields),
                         [&](const char* word) { return streqli_kt(word, name.c_str()); });
-}
-
-/// The text of a field, which may end in a zero byte that is not part of it.
-std::string_view FieldText(const UserField& field) {
-    std::string_view text = field.data;
-    if (text.ends_with('\0')) text.remove_suffix(1);
-    return text;
 }
 
 bool IsWritable(const UserField& field) {

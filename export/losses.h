@@ -73,6 +73,12 @@ struct Losses {
 FeatureSet FeaturesOf(const Bnode_bn& node);
 FeatureSet FeaturesOf(const Bnet_bn& net);
 
+/// Whether a group's color is that of groups which were given none.
+constexpr bool IsDefaultColor(RGB color) {
+    return color.red == DefaultNodesetColor.red && color.green == DefaultNodesetColor.green &&
+           color.blue == DefaultNodesetColor.blue;
+}
+
 /// A feature that a format keeps when `of` says so; null: always. PLAN is what the writer knows of
 /// the net as a whole, OBJECT a node, a net, or the place of a group.
 template <class PLAN, class OBJECT>
