@@ -68,10 +68,7 @@ void SetNodeVisPosition_ibn(Bnode_bn& node, coord_kt position, Vnet_kt* vnet) {
 
 Vnet_kt::Vnet_kt(Bnet_bn* net) : font(NewFont_fc(nullptr, -1, nullptr)), net_(net) {}
 
-Vnet_kt::~Vnet_kt() {
-    for (Vnode_kt* vnode : vnodes) delete vnode;
-    FreeFont_fc(font);
-}
+Vnet_kt::~Vnet_kt() { FreeFont_fc(font); }
 
 void Vnet_kt::findExtent(rect_kt& out) const {
     out = {};

@@ -196,11 +196,11 @@ rept_kt* SetNodeLabel(Bnode_bn& node, char* label) { return ModelAccess::setLabe
 // ---- New nodes -----------------------------------------------------------------------------
 
 void ModelAccess::addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position) {
-    auto vnode = std::make_unique<Vnode_kt>();
-    vnode->position = position;
-    vnode->node = &node;
-    vnet.vnodes.append(vnode.get());
-    node.vns.append(vnode.release());
+    Vnode_kt& vnode = vnet.store_.emplace_back();
+    vnode.position = position;
+    vnode.node = &node;
+    vnet.vnodes.append(&vnode);
+    node.vns.append(&vnode);
 }
 
 rept_kt* ModelAccess::newNode(const char* name, int states, Bnet_bn& net, coord_kt position,

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <climits>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -182,9 +183,9 @@ public:
     BndList_bn parents;  ///< in link order; a window onto family's storage: only read or copied
     BndList_bn family;   ///< the node itself, then its parents
     Reln_bn relation;
-    VisualNodes_bn vns;    ///< its visual nodes; owned by the visual net
-    strin_kt importNotes;  ///< a text that readers may append to; not part of the net
-    char* title = nullptr;
+    VisualNodes_bn vns;     ///< its visual nodes; owned by the visual net
+    strin_kt importNotes;   ///< a text that readers may append to; not part of the net
+    char* title = nullptr;  ///< in the net's text store
     char* comment = nullptr;
     int groupIndex = -1;  ///< Hugin group, -1 for none
     NodeKindEN kind = NatureNode;
@@ -400,6 +401,7 @@ private:
     explicit Vnet_kt(Bnet_bn* net);
     ~Vnet_kt();
     Bnet_bn* net_;
+    std::deque<Vnode_kt> store_;  ///< of vnodes
 };
 
 /// Places the nodes automatically: layered (longest path), parents above children, median ordering,

@@ -87,7 +87,6 @@ Varbl_bn::~Varbl_bn() {
 Bnode_bn::~Bnode_bn() {
     parents.array = nullptr;  // family owns the storage
     parents.N = parents.capacity = 0;
-    delete[] title;
     delete[] comment;
 }
 
@@ -254,8 +253,8 @@ rept_kt* SetStatesToLabels(Bnode_bn& node, char** labels, int count, bool create
 // ---- Attributes ----------------------------------------------------------------------------
 
 void Bnode_bn::setTitle(char* text) {
-    delete[] title;
-    title = text;
+    const OwnedStr owned(text);
+    title = text == nullptr ? nullptr : ModelAccess::index(*this).texts.add(text);
     ModelAccess::changed(*this);
 }
 
