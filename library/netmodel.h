@@ -365,6 +365,8 @@ struct undo_vnetNodesets;
 
 /// The drawing side of a net; owned by it.
 class Vnet_kt {
+    std::deque<Vnode_kt> store_;  // of vnodes; first, since making it can fail
+
 public:
     VnodeList_kt vnodes;  ///< in node order
     int extentWidth = 0;  ///< drawing extent
@@ -401,7 +403,6 @@ private:
     explicit Vnet_kt(Bnet_bn* net);
     ~Vnet_kt();
     Bnet_bn* net_;
-    std::deque<Vnode_kt> store_;  ///< of vnodes
 };
 
 /// Places the nodes automatically: layered (longest path), parents above children, median ordering,
