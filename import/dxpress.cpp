@@ -77,18 +77,26 @@ char ReadPuncEQ(Parser_kt& in) {
 
 void EndOfInput(Parser_kt& in) { in.makeError(num::unexpectedEnd, "unexpected end-of-input"); }
 
+// What belongs to the next thing when it stands where other punctuation is expected. Whatever else
+// stands there is dropped.
+constexpr const char* keepNothing = "";      // a block's body is read whatever opens it
+constexpr const char* keepBlockEnd = "}";    // the field before it lacks its ';'
+constexpr const char* keepTypeRest = "{};";  // a part of the type before it is missing
+constexpr const char* keepValue = "\"{}(;";  // the separator before it is missing
+
 /// Reads the punctuation that should be one of `wanted`. Otherwise makes the warning, whose %s
-/// receives what stood there, and puts back what belongs to the next thing.
-bool Expect(Parser_kt& in, const char* wanted, int number, const char* text) {
+/// receives what stood there, and puts that back when it is one of `keep`.
+void Expect(Parser_kt& in, const char* wanted, const char* keep, int number, const char* text) {
     const char c = ReadPuncEQ(in);
-    if (c != 0 && std::strchr(wanted, c) != nullptr) return true;
+    if (c != 0 && std::strchr(wanted, c) != nullptr) return;
     const std::string message = Format(text, CharName_kt(static_cast<unsigned char>(c)));
     in.makeWarning(number, "%s", message.c_str());
-    if (c != 0 && std::strchr("\"{}(", c) != nullptr) in.unreadChar(c);
-    return false;
+    if (c != 0 && std::strchr(keep, c) != nullptr) in.unreadChar(c);
 }
 
-bool ExpectSeparator(Parser_kt& in, int number) { return Expect(in, ":=", number, "expected ':'"); }
+void ExpectSeparator(Parser_kt& in, int number) {
+    Expect(in, ":=", keepValue, number, "expected ':'");
+}
 
 double read_number_field(Parser_kt& in) {
     ExpectSeparator(in, -4042);
@@ -158,7 +166,7 @@ void ReadItems(Parser_kt& in, const BlockKind& block, Item readItem) {
         const FieldScope field(in, block.noEnd != 0 ? word : nullptr);
         if (!readItem(word)) break;
         in.checkError();
-        if (block.noEnd != 0) Expect(in, ";", block.noEnd, "expected ';'");
+        if (block.noEnd != 0) Expect(in, ";", keepBlockEnd, block.noEnd, "expected ';'");
     }
     in.checkError();
 }
@@ -178,7 +186,7 @@ void ReadFramed(Parser_kt& in, const char* kind, const char* name, Body body) {
 template <class Item>
 void ReadBlock(Parser_kt& in, const BlockKind& block, const char* name, Item readItem) {
     ReadFramed(in, block.kind, name, [&] {
-        Expect(in, "{", block.noOpen, block.openText);
+        Expect(in, "{", keepNothing, block.noOpen, block.openText);
         ReadItems(in, block, readItem);
     });
 }
@@ -373,14 +381,19 @@ void parse_node_type(Parser_kt& in, Bnode_bn& node, const char*) {
         in.skipStatement();
         return;
     }
-    Expect(in, "[", -4063, "expected '['");
+    Expect(in, "[", keepTypeRest, -4063, "expected '['");
     const int states = in.readInt();
     if (!in.numberFailed) {
         in.setError(node.setStates(states, nullptr, nullptr, nullptr, nullptr, CheckFull));
     }
-    Expect(in, "]", -4064, "expected ']'");
-    Expect(in, "=", -4065, "expected '='");
-    read_states(in, node);
+    Expect(in, "]", keepTypeRest, -4064, "expected ']'");
+    Expect(in, "=", keepTypeRest, -4065, "expected '='");
+    if (const char c = in.peekPunc(); c == ';' || c == '}') {  // the field ends without a block
+        in.setTokenStart(in.getPos());
+        in.makeWarning(statesBlock.noOpen, "%s", statesBlock.openText);
+    } else {
+        read_states(in, node);
+    }
 }
 
 void parse_node_category(Parser_kt& in, Bnode_bn& node, const char*) {
@@ -419,7 +432,7 @@ void read_node(Parser_kt& in, Bnet_bn& net) {
     OwnedStr name(in.readStringNew());
     if (name == nullptr) name.reset(DupStr_kt(""));
     ReadFramed(in, nodeBlock.kind, name.get(), [&] {
-        Expect(in, "{", nodeBlock.noOpen, nodeBlock.openText);
+        Expect(in, "{", keepNothing, nodeBlock.noOpen, nodeBlock.openText);
         // The model makes the legal name, and keeps the text as what the network block will look
         // for.
         rept_kt* error = nullptr;
@@ -534,8 +547,8 @@ bool IsTooLarge(Parser_kt& in, const Bnode_bn& node, int wanted) {
 
 /// The "prob" field of a standard relation, after its name.
 void read_prob(Parser_kt& in, Bnode_bn& node) {
-    Expect(in, ":", -4073, "expected ':', but got %s");
-    Expect(in, "{", -4074, expectedOpenGot);
+    Expect(in, ":", keepValue, -4073, "expected ':', but got %s");
+    Expect(in, "{", keepValue, -4074, expectedOpenGot);
     Numbers<float> table(in, node, NumProduct(node.family));
     for (;;) {
         if (in.isAtEnd()) {
@@ -615,7 +628,7 @@ void MakeNoisyMax(Parser_kt& in, Bnode_bn& node, const double* parameters) {
 
 void read_ci_reln(Parser_kt& in, Bnode_bn& node) {
     ReadFramed(in, noisyMaxRelation.kind, node.name(), [&] {
-        Expect(in, "{", noisyMaxRelation.noOpen, noisyMaxRelation.openText);
+        Expect(in, "{", keepNothing, noisyMaxRelation.noOpen, noisyMaxRelation.openText);
         Numbers<double> parameters(in, node, NumCIParams(node));
         if (in.skipToString(")") == -1) in.jumpToEnd();
         const bool ended = ReadGroups(in, parameters);

@@ -47,10 +47,15 @@ TEST(DXPress, ReportsOfFileAndKb) {
          "-4089 1:28 unexpected punctuation ';'\n"
          "-4089 2:1 unexpected punctuation ';'\n"},
         {"diagnostic network x kb\n notes: a; }", "-4045 2:2 expected '{'\n"},
+        {"diagnostic network x kb\n( notes: a; }", "-4045 2:1 expected '{'\n"},
+        {"diagnostic network x kb\n} Notes: a; }", "-4045 2:1 expected '{'\n"},
         {"diagnostic network x kb {\n , notes: a; }", "-4046 2:2 unexpected punctuation ','\n"},
         {"diagnostic network x kb {\n Version: a; NOTES: b; }",
          "-4047 2:2 unknown field 'Version'\n"},
         {"diagnostic network x kb {\n notes: a version: 2; }", "-4048 2:11 expected ';'\n"},
+        {"diagnostic network x kb { notes: a (version); }", "-4048 1:36 expected ';'\n"},
+        {"diagnostic network x kb { notes ; Version: 2; }",
+         "-4040 1:33 expected ':'\n-4047 1:35 unknown field 'Version'\n"},
         {"diagnostic network x kb { notes \"a\"; }", "-4040 1:33 expected ':'\n"},
         {"diagnostic network x kb { version: 2;\n", "-4108 2:1 unexpected end-of-input\n"},
     });
@@ -78,8 +83,15 @@ TEST(DXPress, ReportsOfNodes) {
          "-4062 3:7 can only parse 'discrete' node-s, but node 'A' is of type "
          "'continuous'\n"},
         {InNode("type: discrete 2] = { };"), "-4063 3:16 expected '['\n"},
+        {InNode("type: discrete(2] = { };"), "-4063 3:15 expected '['\n"},
         {InNode("type: discrete[2 = { };"), "-4064 3:18 expected ']'\n-4065 3:20 expected '='\n"},
         {InNode("type: discrete[2] { };"), "-4065 3:19 expected '='\n"},
+        {InNode("type: discrete[2]; Color: 3;"),
+         "-4065 3:18 expected '='\n-4049 3:18 expected '{'\n"
+         "-4066 3:20 unknown node field 'Color'\n"},
+        {InNode("type: discrete[2] = }"),
+         "-4049 3:21 expected '{'\n-4067 3:21 expected ';'\n"
+         "-4089 4:3 unexpected punctuation '}'\n"},
         {InNode("type: discrete[x] = { };"), "-5042 3:16 'x' is not an integer\n"},
         {InNode("cost 1;"), "-4042 3:6 expected ':'\n"},
         {InNode("cost: much;"), "-5040 3:7 'much' is not a number\n"},
@@ -109,7 +121,7 @@ TEST(DXPress, ReportsOfStates) {
 
 TEST(DXPress, ReportsOfTheNetwork) {
     ExpectReports({
-        {InNetwork("\n}"), "-4080 3:1 expected '{'\n"},
+        {InNetwork("\n( }"), "-4080 3:1 expected '{'\n"},
         {InNetwork("{\n; }"), "-4081 3:1 unexpected punctuation ';'\n"},
         {InNetwork("{ standard\nC () { prob: { (;1,0; } } }"),
          "-4082 3:1 unknown node named 'C'\n"},
@@ -135,6 +147,9 @@ TEST(DXPress, ReportsOfTheNetwork) {
          "-4076 3:1 unexpected punctuation none\n"},
         {InNetwork("{ standard A () { prob: { (;1;\n} } }"),
          "-4078 3:1 expected to read 2 conditional probabilities, but read 1\n"},
+        {InNetwork("{ standard A () { prob: { (;1.5,\n-0.5; } } }"),
+         "-5088 3:7 the table of node 'A' holds -0.5 for state #1 reading conditional "
+         "probabilites\n"},
         {InNetwork("{ standard A () {\nweights { } partitions { { } } } }"),
          "-4079 3:1 unknown node relation field 'weights'\n"},
         {InNetwork("{ standard A () { prob: { (;1,\nx; } } }"), "-5040 3:1 'x' is not a number\n"},
