@@ -104,6 +104,12 @@ void Drop(Parser_kt& in, char c) {
     if (c == '"') in.readQuotedRest(text);
 }
 
+/// Drops a stray character among the attributes, and with a brace the group that it opens.
+void DropGroup(Parser_kt& in, char c) {
+    Drop(in, c);
+    if (c == '{') in.skipStructure('{', '}', true);
+}
+
 void ThrowIfError(rept_kt* report) {
     if (IsError(report)) throw report;
 }
@@ -118,6 +124,19 @@ struct Block {
     ParserPos_kt body = nullptr;  // after its '{'; null before that is read
 };
 
+/// Passes over words and strings, such as the rest of a name with blanks, and a ';' before them.
+/// False at the keyword of another block: this one has no body at all.
+bool pass_over_words(Parser_kt& in) {
+    Accept(in, ';');
+    for (;;) {
+        const std::string word(in.peekWord());
+        if (Find(blockKinds, word.c_str()) != nullptr) return false;
+        strin_kt text;
+        if (word.empty() && in.peekPunc() != '"') return true;
+        in.readString(text);
+    }
+}
+
 /// Passes over the rest of a damaged block: from the start of its body, when that was reached, so
 /// that braces half read do not count and the block's own '}' is found wherever reading had come
 /// to.
@@ -126,10 +145,8 @@ void pass_over(Parser_kt& in, const Block& block) {
     if (block.body != nullptr) {
         in.setPos(block.body);
     } else {
-        Accept(in, ';');
-        const std::string next(in.peekWord());
-        if (Find(blockKinds, next.c_str()) != nullptr) return;  // the block has no body at all
-        if (block.stage == Stage::header && in.skipToString("{") != 0) return;
+        if (!pass_over_words(in)) return;
+        if (!Accept(in, '{') && block.stage == Stage::header && in.skipToString("{") != 0) return;
     }
     in.skipStructure('{', '}', true);
 }
@@ -211,9 +228,8 @@ bool read_attribute(Parser_kt& in, NodeValues& values) {
     const char end = in.readPunc();
     if (end == ';') return true;
     in.makeWarning(-4013, "missing semicolon at end");
-    if (end == '}') return false;
-    PutBack(in, end);
-    return true;
+    DropGroup(in, end);
+    return end != '}';
 }
 
 void read_attributes(Parser_kt& in, NodeValues& values) {
@@ -225,8 +241,7 @@ void read_attributes(Parser_kt& in, NodeValues& values) {
             continue;
         }
         in.makeWarning(-4006, "unexpected punctuation '%s'", CharName(c));
-        Drop(in, c);
-        if (c == '{') in.skipStructure('{', '}', true);
+        DropGroup(in, c);
     }
     in.makeWarning(-4014, "missing '}' at end");
 }

@@ -327,7 +327,7 @@ constexpr ReportInfo catalogue[] = {
      W,
      "expected '{', but got %s",
      "the list of nodes, or the numbers after `prob`, lack their opening brace"},
-    {{-4073}, "x", W, "expected ':', but got %s", "put `:` or `=` after `prob`"},
+    {{-4073}, "x", W, "expected ':', but got %s", "put `:` after `prob`"},
     {{-4048, -4053, -4067}, "x", W, "expected ';'", "a field lacks its end"},
     {{-4044},
      "x",

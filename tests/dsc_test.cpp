@@ -59,6 +59,8 @@ network x node A{} a { { "}" } /* } */ }~; node B{} -> 2 -4027 1:20 unknown bloc
 network x { v is 1; }~node A{} -> 1 -4027 1:13 unknown block type 'v'~-4028 1:21 unexpected punctuation '}'
 network x node A~node B{} -> 1 -4005 2:1 missing '{'
 network x node A type: {~{} } }~node B{} -> 1 -4005 1:18 missing '{'
+network x node A b { v: { } }~node B{} -> 1 -4005 1:18 missing '{'
+network x node "A b" { v: { } }~node B{} -> 1 -4005 1:16 missing '{'
 network x node A {~ ) } -> 1 -4006 2:2 unexpected punctuation '')''
 network x node A {~ name "{"; } -> 1 -4007 2:2 missing colon ':' after attribute name
 network x node A {~ type: discrete; } -> 1 -4008 2:8 missing [ after type:discrete
@@ -67,6 +69,8 @@ network x node A {~ type: discrete[2] = {a} ; } -> 1 -4010 2:22 supposed to be 2
 network x node A {~ type: fuzzy[2] = {a,b}; } -> 1 -4011 2:8 unknown or ignored node type 'fuzzy'
 network x node A {~ cost: fix = 2, "}" ; } -> 1 -4012 2:2 unknown or ignored attribute 'cost'
 network x node A {~ name: a~} -> 1 -4013 3:1 missing semicolon at end
+network x node A {~ name: a { b: "}" } label: "x" "y; }"} -> 1 -4013 2:10 missing semicolon at end~-4013 2:32 missing semicolon at end
+network x node A {~ name: a, label; } -> 1 -4013 2:9 missing semicolon at end~-4007 2:11 missing colon ':' after attribute name
 network x node A {~ name: a; -> 1 -4014 2:10 missing '}' at end
 network x node A { type: discrete[2]={a;b}; }~node B{} -> 1 -5047 1:40 missing '}' at the end of the list, before ';'
 network x node A {}~node A { }~node B{} -> 2 -5080 2:6 there is a node 'A' already
