@@ -436,6 +436,7 @@ void VariableReader::readPosition() {
     }
     text_.clear();
     in_.readToChar(" =:\t\r\n", text_);
+    if (text_.view() != "position") return;  // markup stands before or within the word
     in_.skipSpaces();
     if (const char c = in_.readChar(); c != '=' && c != ':') in_.unreadChar(c);
     coord_kt point;
@@ -496,6 +497,7 @@ private:
     void readGiven(Tag& tag);
     void readTable(Tag& tag);
     void readNumbers(char listOpenChar);
+    bool passTableMarkup();
     Bnode_bn* findNode(Tag& tag, int unknownVariable);
     void installTable();
 
@@ -536,18 +538,28 @@ void DefinitionReader::readNumbers(char listOpenChar) {
     in_.listOpenChar = saved;
 }
 
-/// Numbers of a further TABLE are appended to those before. A CDATA section is a list between its
-/// inner brackets.
+/// Numbers of a further TABLE are appended to those before.
 void DefinitionReader::readTable(Tag& tag) {
     place_ = in_.tokenStart();
-    readNumbers('>');
-    while (StartsWith(in_.getPos(), cdataStart)) {
-        in_.setPos(in_.getPos() + cdataStart.size() - 1);
+    do readNumbers('>');
+    while (passTableMarkup());
+    ReadClosingTag(in_, tag.name);
+}
+
+/// Reads a CDATA section, which is a list between its inner brackets, or passes over a processing
+/// instruction. False when neither stands here.
+bool DefinitionReader::passTableMarkup() {
+    const ParserPos_kt at = in_.getPos();
+    if (StartsWith(at, cdataStart)) {
+        in_.setPos(at + cdataStart.size() - 1);
         readNumbers('[');
         if (StartsWith(in_.getPos(), "]>")) in_.setPos(in_.getPos() + 2);
-        readNumbers('>');
+        return true;
     }
-    ReadClosingTag(in_, tag.name);
+    if (!StartsWith(at, "<?")) return false;
+    in_.setPos(at + 2);
+    in_.skipStructure('<', '>', true);
+    return true;
 }
 
 /// Gives the node its parents, and the table when its count fits them.

@@ -2,6 +2,7 @@
 #include "library/parser.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <limits>
 
@@ -49,6 +50,19 @@ int OctalByte(const char* p) {
     return value <= 255 ? value : -1;
 }
 
+/// Past the reference to a white-space character at p ("&#13;", "&#xA;"); null when there is none.
+const char* PastWhiteReference(const char* p, const char* last) {
+    constexpr std::ptrdiff_t longest = 8;
+    if (p[1] != '#') return nullptr;
+    const bool hexadecimal = p[2] == 'x';
+    const char* const digits = p + (hexadecimal ? 3 : 2);
+    int code = 0;
+    const auto [end, error] = std::from_chars(digits, digits + std::min(longest, last - digits),
+                                              code, hexadecimal ? 16 : 10);
+    const bool white = code == '\t' || code == '\n' || code == '\r' || code == ' ';
+    return error == std::errc() && white && *end == ';' ? end + 1 : nullptr;
+}
+
 /// Decodes the escape at p, which points at a backslash, and returns the place after it.
 const char* AppendEscape(const char* p, strin_kt& out) {
     switch (p[1]) {
@@ -82,6 +96,7 @@ short* MakeStdCharProps_kt() { return NewTable(); }
 short* MakeXMLCharProps() {
     short* const table = NewTable();
     SetCharProp_kt("<>=/?!\"'", CharPropPunct, table);
+    SetCharProp_kt("&", CharPropComment, table);
     return table;
 }
 
@@ -150,6 +165,7 @@ const char* Parser_CString_kt::State::pastCloser(CloserEN which, const char* fro
 
 bool Parser_CString_kt::startsComment(const char* p) const {
     if (options->xmlComments && *p == '<') return StartsWith(p, "<!--");
+    if (options->xmlText && *p == '&') return PastWhiteReference(p, end_) != nullptr;
     if (!has(p, CharPropComment)) return false;
     const char first = options->commentChar1;
     if (options->commentMode != 2) return *p == first && first != 0;
@@ -159,6 +175,7 @@ bool Parser_CString_kt::startsComment(const char* p) const {
 }
 
 const char* Parser_CString_kt::pastComment(const char* p) {
+    if (options->xmlText && *p == '&') return PastWhiteReference(p, end_);
     const bool xml = *p == '<';
     const bool block = xml || (options->commentMode == 2 && p[1] == '*');
     if (!block) return p + std::strcspn(p, "\r\n");

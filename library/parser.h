@@ -54,7 +54,8 @@ inline constexpr int CharPropCount = 256;  ///< entries of a property table
 
 /// A new[] table with the standard classes, independent of the locale (free with delete[]).
 short* MakeStdCharProps_kt();
-/// A new[] table for XML text: the punctuation is < > = / ? ! and both quotes; no comment starts.
+/// A new[] table for XML text: the punctuation is < > = / ? ! and both quotes; & may start a
+/// reference to a white-space character, which counts as white space.
 short* MakeXMLCharProps();
 /// Adds the bits to every character of the zero-terminated string.
 void SetCharProp_kt(const char* characters, CharPropBitsEN bits, short* table);

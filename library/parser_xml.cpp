@@ -135,7 +135,10 @@ void Parser_CString_kt::readXMLText(const char* stops, strin_kt& out) {
         else
             break;
     }
-    while (out.num() > before && Blanks.find(out.last[-1]) != std::string_view::npos) --out.last;
+    const auto blank = [](char c) { return Blanks.find(c) != std::string_view::npos; };
+    while (out.num() > before && blank(out.last[-1])) --out.last;
+    char* const text = out.first + before;
+    out.last = std::move(std::find_if_not(text, out.last, blank), out.last, text);
     channel.position = p;
 }
 

@@ -148,6 +148,9 @@ TEST(XmlBif, PositionsInEveryForm) {
         {"\n position\t=\n100 60 px ", "190,130"},
         {"position=(99.5,59.6)", "190,130"},
         {"<!-- p -->position=(100,60)", "190,130"},
+        {"<![CDATA[ position = (100, 60) ]]>", "190,130"},
+        {"&#13;\nposition&#9;=&#32;(100 60)&#13;", "190,130"},
+        {"<?pi?> position = (1, 2)", "40,40"},
         {"Position = (1, 2)", "40,40"},
         {"pos = (1, 2)", "40,40"},
         {"position=(2147483647,60)", "2147483647,130"},
@@ -261,13 +264,15 @@ TEST(XmlBif, ElementReadersThatReadTheirOwnStartTag) {
 }
 
 TEST(XmlBif, DefinitionsInUnusualForm) {
-    const Imported got = Import(InNetwork(ab + "<DEFINITION><TABLE>1 0 1e-1 .9</TABLE><GIVEN> a "
-                                               "</GIVEN><FOR>a</FOR><FOR>b</FOR></DEFINITION>"
-                                               "<DEFINITION><FOR>a</FOR><TABLE/><TABLE><![CDATA[ "
-                                               "90 ]]>10<!-- 1 --></TABLE></DEFINITION>"));
+    const Imported got =
+        Import(InNetwork(ab + "<DEFINITION><TABLE>1 0 1e-1 .9</TABLE><GIVEN> a "
+                              "</GIVEN><FOR>a</FOR><FOR>b</FOR></DEFINITION>"
+                              "<DEFINITION><FOR>a</FOR>&#13;\n<TABLE/><TABLE>&#xD;<![CDATA[ "
+                              "90 ]]>5<?pi 2 ?>&#13;\n<!-- 1 -->&#13;</TABLE>"
+                              "</DEFINITION>"));
     EXPECT_EQ(got.seen.count(num::rowSum), 1) << got.seen.text();
     EXPECT_NE(NetText(got.net.get()).find("parents a\n  table 1 0 0.1 0.9\n"), std::string::npos);
-    EXPECT_NE(NetText(got.net.get()).find("  table 90 10\n"), std::string::npos);
+    EXPECT_NE(NetText(got.net.get()).find("  table 90 5\n"), std::string::npos);
 }
 
 }  // namespace
