@@ -38,8 +38,8 @@ public:
                            r.structKind, r.structName, r.fieldName});
     }
     void print(const char* text) override { prints.emplace_back(text); }
-    bool ask(int, const char* question) override {
-        questions.emplace_back(question);
+    bool ask(int number, const char* question) override {
+        questions.push_back(std::to_string(number) + ' ' + question);
         return answer;
     }
     void waitBegin(const char*) override {}

@@ -234,15 +234,15 @@ TEST(XmlBif, ReportsAndTheirPlaces) {
 TEST(XmlBif, ElementReadersThatReadTheirOwnStartTag) {
     const struct {
         void (*read)(Parser_CString_kt&, Bnet_bn&, const strin_kt*, const strin_kt*);
-        const char* text;
-        int number, nodes;
+        const char *text, *report;
+        int nodes;
     } cases[] = {
-        {ReadVariable, "</VARIABLE>", -3479, 0},
-        {ReadVariable, "<NAME>", -3480, 0},
-        {ReadVariable, "<VARIABLE></VARIABLE>", 0, 1},
-        {ReadNode, "</DEFINITION>", -3470, 0},
-        {ReadNode, "<VARIABLE>", -3471, 0},
-        {ReadNode, "<DEFINITION></DEFINITION>", -3477, 0},
+        {ReadVariable, "\n </VARIABLE>", "-3479 2:2", 0},
+        {ReadVariable, "\n <NAME>", "-3480 2:2", 0},
+        {ReadVariable, "<VARIABLE></VARIABLE>", "", 1},
+        {ReadNode, "\n </DEFINITION>", "-3470 2:2", 0},
+        {ReadNode, "\n <VARIABLE>", "-3471 2:2", 0},
+        {ReadNode, "\n <DEFINITION></DEFINITION>", "-3477 2:2", 0},
     };
     const std::unique_ptr<short[]> properties(MakeXMLCharProps());
     ParserOptions_kt options{properties.get(), '/', '/', 1, 1, true, true};
@@ -250,14 +250,14 @@ TEST(XmlBif, ElementReadersThatReadTheirOwnStartTag) {
         const ReportScope scope;
         const OwnedNet net(NewVBNet(DupStr_kt("net"), false));
         Parser_CString_kt in(&options, InChannel_CString_kt(c.text, "test.xml"));
-        int number = 0;
+        std::string thrown;
         try {
             c.read(in, *net, nullptr, nullptr);
         } catch (rept_kt* report) {
-            number = report->number;
+            thrown = Format("%d %d:%d", report->number, report->line, report->column);
             report->shown = true;
         }
-        EXPECT_EQ(number, c.number) << c.text;
+        EXPECT_EQ(thrown, c.report) << c.text;
         EXPECT_EQ(net->nodes.N, c.nodes);
         EXPECT_EQ(in.structKind, nullptr);
     }
