@@ -141,6 +141,11 @@ rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, bool condense) {
     const int count = NumCIParams(*this);
     rept_kt* report = CheckParameters(*this, params, count);
     if (IsError(report)) return report;
+    if (numStates() == 0) {  // nothing to tell, as for a table without entries
+        relation.clear();
+        ModelAccess::changed(*this);
+        return Okay_rept_kt;
+    }
     XArray<double> kept = NewXArray<double>(count);
     if (kept == nullptr) {
         return newerr_mem_kt(num::outOfMemory, 8.0 * count, "for the parameters of node '%s'",

@@ -285,6 +285,17 @@ TEST(DXPress, NoisyMaxParametersAreChecked) {
     }
 }
 
+TEST(DXPress, ANodeWithoutStatesGetsNoRelation) {
+    for (const char* relation : {"standard A () { prob: { } }", "ci A () { () end }"}) {
+        const Imported got =
+            DX(std::string("diagnostic network x nodes { standard A { type: discrete[0] = { }; } "
+                           "} network { ") +
+               relation + " }");
+        EXPECT_EQ(got.seen.text(), "");
+        EXPECT_EQ(got.net->nodes[0]->relation.kind, RelnKindEN::none) << relation;
+    }
+}
+
 TEST(DXPressSamples, ReadAsTheyShould) {
     const auto read = [](const std::string& name) {
         return ImportText(ReadFile(SAMPLES "/dxpress/" + name), FormatDXPress, name.c_str());
