@@ -137,6 +137,18 @@ bool pass_over_words(Parser_kt& in) {
     }
 }
 
+/// Moves past the next brace and returns it; 0 at the end of the input.
+char pass_brace(Parser_kt& in) {
+    while (!in.isAtEnd()) {
+        const char c = in.readPunc();
+        if (c == '{' || c == '}') return c;
+        strin_kt text;
+        if (c == 0) in.readString(text);
+        Drop(in, c);
+    }
+    return 0;
+}
+
 /// Passes over the rest of a damaged block: from the start of its body, when that was reached, so
 /// that braces half read do not count and the block's own '}' is found wherever reading had come
 /// to.
@@ -146,7 +158,10 @@ void pass_over(Parser_kt& in, const Block& block) {
         in.setPos(block.body);
     } else {
         if (!pass_over_words(in)) return;
-        if (!Accept(in, '{') && block.stage == Stage::header && in.skipToString("{") != 0) return;
+        if (block.stage == Stage::body)
+            Accept(in, '{');
+        else if (pass_brace(in) != '{')
+            return;  // a '}' is the block's own, whose '{' is lost
     }
     in.skipStructure('{', '}', true);
 }
@@ -412,7 +427,7 @@ std::vector<int> tuple_order(const BndList_bn& parents, int before,
 }
 
 /// The next parent of a header, linked to the child; null at the ')'.
-Bnode_bn* read_parent(Parser_kt& in, Bnode_bn& child) {
+Bnode_bn* read_parent(Parser_kt& in, Bnode_bn& child, Block& block) {
     char name[wordSize + 1] = {};
     while (name[0] == 0) {
         if (in.isAtEnd()) {
@@ -422,16 +437,19 @@ Bnode_bn* read_parent(Parser_kt& in, Bnode_bn& child) {
         const char c = in.readPunc();
         if (c == ')') return nullptr;
         if (c != 0 && c != ',') in.makeWarning(-4017, "unexpected punctuation %s", CharName(c));
+        if (c == '{' && block.body == nullptr) block.body = in.getPos();
         in.readWord(name, wordSize);
     }
     Bnode_bn* parent = child.net().findNodeLabeled(name);
     if (parent == nullptr) throw in.makeError(-4018, "unknown >-node '%s'", name);
+    block.body = nullptr;
     ThrowIfError(AddLink_ibn(*parent, child));
     return parent;
 }
 
-/// Reads the header from '(' to '{' and makes its links.
-Family read_header(Parser_kt& in, const Bnet_bn& net) {
+/// Reads the header from '(' to '{' and makes its links. Sets the block's body, also when an
+/// unknown parent shows that it begins before a ')'.
+Family read_header(Parser_kt& in, const Bnet_bn& net, Block& block) {
     if (!Accept(in, '(')) throw in.makeError(-4015, "missing '('");
     char name[wordSize + 1];
     const char c = in.readWordPunc(name, wordSize);
@@ -443,7 +461,7 @@ Family read_header(Parser_kt& in, const Bnet_bn& net) {
         std::vector<Bnode_bn*> written;
         const BndList_bn& parents = family.child->parents;
         const int before = parents.N;
-        while (Bnode_bn* parent = read_parent(in, *family.child)) written.push_back(parent);
+        while (Bnode_bn* parent = read_parent(in, *family.child, block)) written.push_back(parent);
         if (before + static_cast<int>(written.size()) != parents.N) {
             family.tupleOrder = tuple_order(parents, before, written);
         }
@@ -454,6 +472,8 @@ Family read_header(Parser_kt& in, const Bnet_bn& net) {
         throw in.makeError(-4019, "unexpected punctuation %s", FoundName(in, c).c_str());
     }
     if (!Accept(in, '{')) throw in.makeError(-4020, "missing '{'");
+    block.stage = Stage::body;
+    block.body = in.getPos();
     return family;
 }
 
@@ -625,9 +645,7 @@ void read_probab_block(Parser_kt& in, Vnet_kt& drawing) {
     Block block;
     Family family;
     try {
-        family = read_header(in, *drawing.getBNet());
-        block.stage = Stage::body;
-        block.body = in.getPos();
+        family = read_header(in, *drawing.getBNet(), block);
         RowReader(in, family).read();
     } catch (rept_kt* report) {
         in.setError(report);

@@ -649,8 +649,9 @@ void read_ci_reln(Parser_kt& in, Bnode_bn& node) {
 
 enum class ParentsEN { read, unknown };
 
-/// Stands before the next parent's name, or past the ')' that ends the list (then false).
-bool FindNextParent(Parser_kt& in) {
+/// Stands before the next parent's name, or past the ')' that ends the list (then false). `body` is
+/// set at a '{', which belongs to the relation: the ')' is missing.
+bool FindNextParent(Parser_kt& in, ParserPos_kt& body) {
     while (!in.isAtEnd()) {
         in.skipSpaces();
         const char c = in.peekChar();
@@ -661,6 +662,7 @@ bool FindNextParent(Parser_kt& in) {
             if (!in.peekWord().empty()) return true;  // after a ',' a bare word is a name as well
             continue;
         }
+        if (c == '{' && body == nullptr) body = in.getPos();
         in.setTokenStart(in.getPos());
         in.makeWarning(-4083, "unexpected punctuation %s",
                        CharName_kt(static_cast<unsigned char>(c)));
@@ -671,16 +673,19 @@ bool FindNextParent(Parser_kt& in) {
     return false;
 }
 
-/// The parent list after its '('.
+/// The parent list after its '('. After an unknown parent the input stands before the relation.
 ParentsEN ReadParents(Parser_kt& in, const Bnet_bn& net, BndList_bn& parents) {
-    while (FindNextParent(in)) {
+    ParserPos_kt body = nullptr;
+    while (FindNextParent(in, body)) {
         const OwnedStr name(in.readStringNew());
         Bnode_bn* parent = net.findNodeLabeled(name != nullptr ? name.get() : "");
         if (parent == nullptr) {
             in.makeError(-4084, "unknown parent named '%s'", name != nullptr ? name.get() : "");
+            if (body != nullptr) in.setPos(body);
             return ParentsEN::unknown;
         }
         parents.append(parent);
+        body = nullptr;
     }
     return ParentsEN::read;
 }

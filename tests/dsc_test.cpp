@@ -146,6 +146,9 @@ const char* const tableCases = R"(
 (B | A) { (0): 1,0; (x): 0,1; (1): 0,1; } -> B 1 0 0 0
 (A | A) { (0): 1,0; } probability (A) {0,1;} -> A 0 1
 (B | A); probability (A) {0,1;} -> A 0 1
+(B | A { (0): 1,0; } probability (A) {0,1;} -> A 0 1
+(B | A) (0): 1,0; } probability (A) {0,1;} -> A 0 1
+(X) "}" (0): 1,0; } probability (A) {0,1;} -> A 0 1
 (B) { 1,0 }; probability (A) {0,1;} -> B 1 0
 (B | A) { (0): 1,0; (1): 0,1 } probability (A) {0,1;} -> A 0 1
 (B | A) { function: max; (0): { 1; } } probability (A) {0,1;} -> A 0 1

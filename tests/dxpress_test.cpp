@@ -127,6 +127,10 @@ TEST(DXPress, ReportsOfTheNetwork) {
          "-4082 3:1 unknown node named 'C'\n"},
         {InNetwork("{ standard A\n(B) { } }"), "-4083 3:2 unexpected punctuation 'B'\n"},
         {InNetwork("{ standard A (\"B\",\n C) { } }"), "-4084 3:2 unknown parent named 'C'\n"},
+        {InNetwork("{ standard A (\"B\" {\nprob: { (;1,0; } } standard B () { } }"),
+         "-4083 2:27 unexpected punctuation '{'\n"
+         "-4083 3:1 unexpected punctuation 'p'\n"
+         "-4084 3:1 unknown parent named 'prob'\n"},
         {InNetwork("{\nfuzzy A (\"B\") { { } } }"), "-4085 3:1 unknown node type 'fuzzy'\n"},
         {InNetwork("{ standard A ("),
          "-4108 2:23 unexpected end-of-input\n"
