@@ -124,46 +124,77 @@ struct Block {
     ParserPos_kt body = nullptr;  // after its '{'; null before that is read
 };
 
-/// Passes over words and strings, such as the rest of a name with blanks, and a ';' before them.
-/// False at the keyword of another block: this one has no body at all.
-bool pass_over_words(Parser_kt& in) {
-    Accept(in, ';');
-    for (;;) {
-        const std::string word(in.peekWord());
-        if (Find(blockKinds, word.c_str()) != nullptr) return false;
-        strin_kt text;
-        if (word.empty() && in.peekPunc() != '"') return true;
-        in.readString(text);
-    }
+/// Whether a block starts here: its keyword, then a '(', or a name and a '{'.
+bool at_block(Parser_kt& in) {
+    const std::string keyword(in.peekWord());
+    if (Find(blockKinds, keyword.c_str()) == nullptr) return false;
+    const ParserPos_kt start = in.getPos();
+    in.setPos(start + keyword.size());
+    const std::size_t name = in.peekWord().size();
+    in.setPos(in.getPos() + name);
+    const bool starts = in.peekPunc() == (name == 0 ? '(' : '{');
+    in.setPos(start);
+    return starts;
 }
 
-/// Moves past the next brace and returns it; 0 at the end of the input.
-char pass_brace(Parser_kt& in) {
+/// Passes over a word or a string, which may be damaged. False when neither stands here.
+bool pass_text(Parser_kt& in) {
+    const std::size_t word = in.peekWord().size();
+    in.setPos(in.getPos() + word);
+    if (word > 0 || in.peekPunc() != '"') return word > 0;
+    in.skipChar();
+    const ParserPos_kt text = in.getPos();
+    for (char c = in.readChar(); c != '"'; c = in.readChar()) {
+        if (c == '\\') c = in.readChar();
+        if (c != in.eofChar()) continue;
+        in.setPos(text);  // never closed: the quote is an ordinary character
+        break;
+    }
+    return true;
+}
+
+/// Passes over words and strings, such as the rest of a name with blanks, and a ';' before them.
+/// False before the next block.
+bool pass_words(Parser_kt& in) {
+    Accept(in, ';');
+    while (!at_block(in)) {
+        if (!pass_text(in)) return true;
+    }
+    return false;
+}
+
+/// Moves past the next brace and returns it; 0 before the next block and at the end of the input.
+/// Blocks before `from` were read as something else: they do not count, or they would be read again
+/// and again.
+char pass_brace(Parser_kt& in, ParserPos_kt from) {
     while (!in.isAtEnd()) {
-        const char c = in.readPunc();
+        if (in.getPos() >= from && at_block(in)) return 0;
+        if (pass_text(in)) continue;
+        const char c = in.readChar();
         if (c == '{' || c == '}') return c;
-        strin_kt text;
-        if (c == 0) in.readString(text);
-        Drop(in, c);
     }
     return 0;
 }
 
 /// Passes over the rest of a damaged block: from the start of its body, when that was reached, so
 /// that braces half read do not count and the block's own '}' is found wherever reading had come
-/// to.
+/// to. A block whose '}' is lost ends before the next one.
 void pass_over(Parser_kt& in, const Block& block) {
     if (block.stage == Stage::done) return;
+    const ParserPos_kt reached = in.tokenStart();
     if (block.body != nullptr) {
         in.setPos(block.body);
-    } else {
-        if (!pass_over_words(in)) return;
-        if (block.stage == Stage::body)
-            Accept(in, '{');
-        else if (pass_brace(in) != '{')
-            return;  // a '}' is the block's own, whose '{' is lost
+    } else if (block.stage == Stage::body) {
+        if (!pass_words(in)) return;
+        Accept(in, '{');
+    } else if (pass_brace(in, reached) != '{') {
+        return;  // a '}' is the block's own, whose '{' is lost
     }
-    in.skipStructure('{', '}', true);
+    for (int depth = 1; depth > 0;) {
+        const char c = pass_brace(in, reached);
+        if (c == 0) return;
+        depth += c == '{' ? 1 : -1;
+    }
 }
 
 // ---- The file ------------------------------------------------------------------------------
@@ -252,6 +283,7 @@ void read_attributes(Parser_kt& in, NodeValues& values) {
         const char c = in.readPunc();
         if (c == '}') return;
         if (c == 0) {
+            if (at_block(in)) break;
             if (!read_attribute(in, values)) return;
             continue;
         }
@@ -541,7 +573,7 @@ private:
                 in_.makeWarning(-4024, "expecting colon (:), but read %s",
                                 FoundName(in_, colon).c_str());
             }
-        } else if (closed_) {
+        } else if (closed_ || at_block(in_)) {
             refuseWord();
         }
         readVector();
@@ -552,7 +584,7 @@ private:
         readSemicolon();
     }
 
-    /// After the block's end nothing but a number can belong to it.
+    /// After the block's end, and where another starts, nothing but a number can belong to it.
     void refuseWord() {
         char word[wordSize + 1];
         double value = 0;

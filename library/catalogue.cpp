@@ -225,7 +225,7 @@ constexpr ReportInfo catalogue[] = {
      "d",
      W,
      "missing '}' at end",
-     "the file ends inside a node block, which is made of what there is"},
+     "the file ends, or another block begins, inside a node block, which is made of what there is"},
     {{-4015}, "d", E, "missing '('", "the header is to be `probability(child | parents)`"},
     {{-4016},
      "d",

@@ -73,6 +73,9 @@ network x node A {~ name: a { b: "}" } label: "x" "y; }"} -> 1 -4013 2:10 missin
 network x node A {~ name: a, label; } -> 1 -4013 2:9 missing semicolon at end~-4007 2:11 missing colon ':' after attribute name
 network x node A {~ name: a; -> 1 -4014 2:10 missing '}' at end
 network x node A { type: discrete[2]={a;b}; }~node B{} -> 1 -5047 1:40 missing '}' at the end of the list, before ';'
+network x node A { type: discrete[2]={a,b; }~node B{} -> 1 -5047 1:42 missing '}' at the end of the list, before ';'
+network x node A { type: discrete[2]={"a,b; }~node B{} -> -1 -5043 1:39 unterminated string~-5047 2:9 missing '}' at the end of the list, before the end of the input
+network x node A { name: "node x {";~node B{} -> 2 -4014 2:1 missing '}' at end
 network x node A {}~node A { }~node B{} -> 2 -5080 2:6 there is a node 'A' already
 %A { 1; } -> 3 -4015 2:13 missing '('
 %(X) { 1; } -> 3 -4016 2:14 undeclared node 'X'
@@ -149,6 +152,8 @@ const char* const tableCases = R"(
 (B | A { (0): 1,0; } probability (A) {0,1;} -> A 0 1
 (B | A) (0): 1,0; } probability (A) {0,1;} -> A 0 1
 (X) "}" (0): 1,0; } probability (A) {0,1;} -> A 0 1
+(B) { 1,0; probability (A) {0,1;} -> A 0 1
+(B | A) { (0): 1,0; (1): 0,1; probability (A) {0,1;} -> A 0 1
 (B) { 1,0 }; probability (A) {0,1;} -> B 1 0
 (B | A) { (0): 1,0; (1): 0,1 } probability (A) {0,1;} -> A 0 1
 (B | A) { function: max; (0): { 1; } } probability (A) {0,1;} -> A 0 1
