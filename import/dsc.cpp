@@ -137,17 +137,19 @@ bool at_block(Parser_kt& in) {
     return starts;
 }
 
-/// Passes over a word or a string, which may be damaged. False when neither stands here.
-bool pass_text(Parser_kt& in) {
+/// Passes over a word or a string. False when neither stands here. A string that is never closed
+/// takes the rest of the input; the error is left out when its quote was read before, up to `read`.
+bool pass_text(Parser_kt& in, ParserPos_kt read) {
     const std::size_t word = in.peekWord().size();
     in.setPos(in.getPos() + word);
     if (word > 0 || in.peekPunc() != '"') return word > 0;
+    const ParserPos_kt quote = in.getPos();
     in.skipChar();
-    const ParserPos_kt text = in.getPos();
     for (char c = in.readChar(); c != '"'; c = in.readChar()) {
         if (c == '\\') c = in.readChar();
         if (c != in.eofChar()) continue;
-        in.setPos(text);  // never closed: the quote is an ordinary character
+        in.setTokenStart(quote);
+        if (quote >= read) in.makeError(num::unterminatedString, "unterminated string");
         break;
     }
     return true;
@@ -158,18 +160,18 @@ bool pass_text(Parser_kt& in) {
 bool pass_words(Parser_kt& in) {
     Accept(in, ';');
     while (!at_block(in)) {
-        if (!pass_text(in)) return true;
+        if (!pass_text(in, in.getPos())) return true;
     }
     return false;
 }
 
 /// Moves past the next brace and returns it; 0 before the next block and at the end of the input.
-/// Blocks before `from` were read as something else: they do not count, or they would be read again
-/// and again.
-char pass_brace(Parser_kt& in, ParserPos_kt from) {
+/// What stands before `read` was read as something else already: a block there does not count, or
+/// it would be read again and again.
+char pass_brace(Parser_kt& in, ParserPos_kt read) {
     while (!in.isAtEnd()) {
-        if (in.getPos() >= from && at_block(in)) return 0;
-        if (pass_text(in)) continue;
+        if (in.getPos() >= read && at_block(in)) return 0;
+        if (pass_text(in, read)) continue;
         const char c = in.readChar();
         if (c == '{' || c == '}') return c;
     }
@@ -181,17 +183,17 @@ char pass_brace(Parser_kt& in, ParserPos_kt from) {
 /// to. A block whose '}' is lost ends before the next one.
 void pass_over(Parser_kt& in, const Block& block) {
     if (block.stage == Stage::done) return;
-    const ParserPos_kt reached = in.tokenStart();
+    const ParserPos_kt read = in.tokenStart();
     if (block.body != nullptr) {
         in.setPos(block.body);
     } else if (block.stage == Stage::body) {
         if (!pass_words(in)) return;
         Accept(in, '{');
-    } else if (pass_brace(in, reached) != '{') {
+    } else if (pass_brace(in, read) != '{') {
         return;  // a '}' is the block's own, whose '{' is lost
     }
     for (int depth = 1; depth > 0;) {
-        const char c = pass_brace(in, reached);
+        const char c = pass_brace(in, read);
         if (c == 0) return;
         depth += c == '{' ? 1 : -1;
     }

@@ -420,8 +420,8 @@ void VariableReader::readOutcome(Tag& tag) {
 void VariableReader::readProperty(Tag& tag) {
     const ParserPos_kt start = in_.getPos();
     ReadText(in_, tag, text_);
-    const std::string_view word = text_.view().substr(0, text_.view().find_first_of(" =:\t\r\n"));
-    if (word != "position") return;
+    const std::string_view text(SkipBlanks(text_.getCStr()));
+    if (text.substr(0, text.find_first_of(" =:\t\r\n")) != "position") return;
     const ParserPos_kt end = in_.getPos();
     in_.setPos(start);
     readPosition();

@@ -312,6 +312,7 @@ private:
     template <class T>
     int readNumbers(T* out, int most, CommasEN commas);
     void unterminatedString(const char* quote);
+    const char* toText();
     bool takePlainText(strin_kt& out);
     void readXMLText(const char* stops, strin_kt& out);
     const char* pastTextMarkup(const char* p, strin_kt& out);

@@ -97,10 +97,20 @@ void AppendDecoded(std::string_view text, strin_kt& out) {
 
 bool Parser_CString_kt::atEmptyElement() const { return channel.position == state_->emptyElement; }
 
+/// Moves over white space and comments to where a text starts. A reference to white space is text.
+const char* Parser_CString_kt::toText() {
+    const char* p = channel.position;
+    while (has(p, CharPropSpace) || (*p == '<' && commentAt(p)))
+        p = *p == '<' ? pastComment(p) : p + 1;
+    channel.position = p;
+    setTokenStart(p);
+    return p;
+}
+
 /// Takes the text at the position when an end tag follows it without a reference or other markup
 /// between, as most do. Returns whether it did.
 bool Parser_CString_kt::takePlainText(strin_kt& out) {
-    const char* const first = toToken();
+    const char* const first = toText();
     const char* p = first;
     while (p < end_ && *p != '<' && *p != '&') ++p;
     if (p[0] != '<' || p[1] != '/') return false;
@@ -119,13 +129,19 @@ void Parser_CString_kt::readXMLText(const char* stops, strin_kt& out) {
     const auto plain = [&](char c) {
         return c != '<' && c != '&' && !stop[static_cast<unsigned char>(c)];
     };
+    const auto blank = [](char c) { return Blanks.find(c) != std::string_view::npos; };
     const int before = out.num();
-    const char* p = toToken();
+    const char* p = toText();
     while (p < end_) {
+        const bool leading = out.num() == before;
         const char* const run = p;
         while (p < end_ && plain(*p)) ++p;
         out.append(ViewOf(run, p));
         const char* const past = pastTextMarkup(p, out);
+        if (leading) {
+            char* const text = out.first + before;
+            out.last = std::move(std::find_if_not(text, out.last, blank), out.last, text);
+        }
         if (past != p)
             p = past;
         else if (*p == '&' && !stop[unsigned{'&'}])
@@ -135,10 +151,7 @@ void Parser_CString_kt::readXMLText(const char* stops, strin_kt& out) {
         else
             break;
     }
-    const auto blank = [](char c) { return Blanks.find(c) != std::string_view::npos; };
     while (out.num() > before && blank(out.last[-1])) --out.last;
-    char* const text = out.first + before;
-    out.last = std::move(std::find_if_not(text, out.last, blank), out.last, text);
     channel.position = p;
 }
 

@@ -60,6 +60,7 @@ TEST(DscHostile, LongTextsEnd) {
         ab + Repeated("node C ", many),
         ab + Repeated("node C { x ", many / 10),
         ab + Repeated("probability(A){1,0} 1;", many / 10),
+        ab + "node C { type: discrete[2]={; \"" + Repeated("\\\"", many),
         ab + Repeated("probability(A){1,", many / 10) + "} x",
         ab + "probability(B|" + Repeated("A,", many / 10) + "){default:1,0;}",
         "network n node A{" + Repeated("x:(", many) + "}",

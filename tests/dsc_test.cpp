@@ -75,6 +75,7 @@ network x node A {~ name: a; -> 1 -4014 2:10 missing '}' at end
 network x node A { type: discrete[2]={a;b}; }~node B{} -> 1 -5047 1:40 missing '}' at the end of the list, before ';'
 network x node A { type: discrete[2]={a,b; }~node B{} -> 1 -5047 1:42 missing '}' at the end of the list, before ';'
 network x node A { type: discrete[2]={"a,b; }~node B{} -> -1 -5043 1:39 unterminated string~-5047 2:9 missing '}' at the end of the list, before the end of the input
+network x node A { type: discrete[2]={a;} "~b; }~node B{} -> -1 -5047 1:40 missing '}' at the end of the list, before ';'~-5043 1:43 unterminated string
 network x node A { name: "node x {";~node B{} -> 2 -4014 2:1 missing '}' at end
 network x node A {}~node A { }~node B{} -> 2 -5080 2:6 there is a node 'A' already
 %A { 1; } -> 3 -4015 2:13 missing '('
