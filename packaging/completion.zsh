@@ -1,0 +1,32 @@
+#compdef lumo-import
+# Zsh completion for lumo-import. Options and their values are those that --help names.
+
+local line short long argument text values
+local -a specs
+for line in ${(f)"$(_call_program options $words[1] --help 2>/dev/null)"}; do
+    [[ $line =~ '^ +(-.)?,? *(--[a-z-]+) ?([A-Za-z|]*)  +(.*)$' ]] || continue
+    short=$match[1] long=$match[2] argument=$match[3] text=$match[4] values=''
+    # The values: "a|b" after the name, or "a, b" ending the line.
+    if [[ $argument == *'|'* ]]; then
+        values=${argument//|/ }
+    elif [[ $text =~ '^(.*): ([a-z]+(, [a-z]+)+)$' ]]; then
+        text=$match[1] values=${match[2]//,/}
+    fi
+    case $argument in
+        '') ;;
+        OUT) argument=:output:_files ;;
+        *) argument=":${argument//|/ or }:($values)" ;;
+    esac
+    text="[${text//:/\\:}]"
+    if [[ -n $short ]]; then
+        specs+=("($long)$short$text$argument" "($short)$long$text$argument")
+    else
+        specs+=("$long$text$argument")
+    fi
+done
+
+_arguments -s -S $specs '*: :->operands'
+if [[ $state == operands ]]; then
+    (( CURRENT == 2 )) && compadd check convert explain
+    _files -g '(#i)*.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif)(-.)'
+fi
