@@ -125,7 +125,7 @@ Bnet_bn* Import(Net& result, const app::FormatInfo* format, const std::string_vi
                            : ReadForeignNetText_kt(*text, result.file.c_str(), result.formatCode);
 }
 
-py::tuple Reports(const ImportResult& result) {
+py::tuple Reports(const Net& result) {
     py::tuple reports(result.reports.size());
     for (std::size_t i = 0; i < reports.size(); ++i) reports[i] = py::cast(result.reports[i]);
     return reports;

@@ -43,7 +43,7 @@ def run(*command):
 def bash(*words):
     script = f"source {ROOT}/packaging/completion.bash; COMP_WORDS=({shlex.join(words)}); " \
              f"COMP_CWORD={len(words) - 1}; _lumo_import lumo-import; printf '%s\\n' \"${{COMPREPLY[@]}}\""
-    return run("bash", "-euc", script)
+    return run("bash", "-uc", script)
 
 
 def fish(*words):
@@ -56,11 +56,12 @@ def zsh(*words):
     script = f"""
         zmodload zsh/zpty; zpty z zsh -f -i
         zpty -w z 'PS1=; fpath=({ROOT}/packaging $fpath); autoload -Uz compinit completion.zsh; compinit -D'
-        zpty -w z 'compdef completion.zsh lumo-import; bindkey "^I" list-choices; stty columns 1000'
+        zpty -w z 'compdef completion.zsh lumo-import; stty columns 1000'
+        zpty -w z 'tell() {{ zle list-choices; zle -R; print EN""D }}; zle -N tell; bindkey "^X" tell'
         zpty -w z 'zstyle ":completion:*" list-colors "lc=<" "rc=>" "ec=|"; zstyle ":completion:*" verbose no'
-        zpty -w -n z {shlex.quote(' '.join(words))}$'\\t\\x15'
-        zpty -w z 'print EN''D'
-        zpty -r z text $'*\\nEND*'; print -r -- $text; zpty -d z"""
+        zpty -w z 'print BEG""IN'; zpty -r z text '*BEGIN*'
+        zpty -w -n z {shlex.quote(' '.join(words))}$'\\x18'
+        zpty -r z text '*END*'; print -r -- $text; zpty -d z"""
     text = "\n".join(run("zsh", "-fc", script))
     return {word for word in re.findall(r"<[\d;]*>([^\x1b<>|]+)\|", text) if word.strip()}
 

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Installs the build into a folder of its own and builds a small program against it.
+# Installs the build into a folder, moves that, and builds a small program against it: with CMake,
+# with pkg-config, and with pkg-config and the shared library.
 set -euo pipefail
 build=$1
-samples=$2
+source=$2
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
 
-cmake --install "$build" --prefix "$place/prefix" >/dev/null
 cat >"$place/CMakeLists.txt" <<'END'
 cmake_minimum_required(VERSION 3.25)
 project(user LANGUAGES CXX)
@@ -25,8 +25,40 @@ int main(int, char** argv) {
     for (const lumo::Bnode_bn* node : net->nodes) std::puts(node->name());
 }
 END
-cmake -S "$place" -B "$place/build" -DCMAKE_PREFIX_PATH="$place/prefix" >/dev/null
+
+install_and_move() {
+    cmake --install "$1" --prefix "$place/first-$2" >/dev/null
+    mv "$place/first-$2" "$place/$2"
+}
+
+with_pkg_config() {
+    local found flags
+    found=$(dirname "$(find "$place/$1" -name lumo.pc)")
+    read -ra flags < <(PKG_CONFIG_PATH=$found pkg-config --cflags --libs lumo)
+    c++ -std=c++20 "$place/user.cpp" "${flags[@]}" -o "$place/user-$1"
+}
+
+expect_nodes() {
+    local nodes
+    nodes=$("$1" "$source/samples/ergo/garden.erg" | wc -l)
+    [ "$nodes" -eq 4 ] || { echo "$1: 4 nodes expected, $nodes seen"; exit 1; }
+}
+
+install_and_move "$build" static
+cmake -S "$place" -B "$place/build" -DCMAKE_PREFIX_PATH="$place/static" >/dev/null
 cmake --build "$place/build" >/dev/null
-nodes=$("$place/build/user" "$samples/ergo/garden.erg" | wc -l)
-[ "$nodes" -eq 4 ] || { echo "4 nodes expected, $nodes seen"; exit 1; }
-"$place/prefix/bin/lumo-import" --version
+expect_nodes "$place/build/user"
+with_pkg_config static
+expect_nodes "$place/user-static"
+"$place/static/bin/lumo-import" --version
+
+# Not optimised, as only the linking counts.
+cmake -S "$source" -B "$place/library" -DBUILD_SHARED_LIBS=ON -DLUMO_BUILD_APP=OFF \
+    -DLUMO_BUILD_TESTS=OFF -DCMAKE_BUILD_TYPE=None >/dev/null
+cmake --build "$place/library" -j 2 >/dev/null
+install_and_move "$place/library" shared
+with_pkg_config shared
+export LD_LIBRARY_PATH
+LD_LIBRARY_PATH=$(dirname "$(find "$place/shared" -name liblumo_import.so)")
+expect_nodes "$place/user-shared"
+ldd "$place/user-shared" | grep "$place/shared/.*liblumo_import.so"
