@@ -33,11 +33,10 @@ grep -q "lumo-import $version" <(zcat "$usr/share/man/man1/lumo-import.1.gz") ||
 [ -e "$usr/lib/liblumo_import.a" ] || [ -e "$usr"/lib/*/liblumo_import.a ] || fail "no library"
 [ "$(PKG_CONFIG_PATH=$usr/lib/pkgconfig pkg-config --modversion lumo)" = "$version" ] || fail "no lumo.pc"
 
-if [ -d "$usr/lib/python3"* ]; then
-    PYTHONPATH=$(echo "$usr"/lib/python3*/dist-packages) /usr/bin/python3 - "$samples/hugin/asia.net" <<'PYTHON'
-import sys
-import lumo
-
-assert len(lumo.read(sys.argv[1]).nodes) == 8
-PYTHON
+if [ -e "$place"/python3-lumo_*.deb ]; then
+    python=$(/usr/bin/python3 -c 'import sys; print("3.%d" % sys.version_info.minor)')
+    [[ $(field python3-lumo Depends) == *"python3 (>= $python)"*python3-numpy* ]] ||
+        fail "python3-lumo depends on $(field python3-lumo Depends)"
+    PYTHONPATH=$usr/lib/python$python/dist-packages /usr/bin/python3 -c \
+        "import lumo; assert len(lumo.read('$samples/hugin/asia.net').nodes) == 8"
 fi
