@@ -411,6 +411,15 @@ int WriteStream(const Net& net, const Writer& writer, const fs::path& path) {
     return out ? 0 : std::max(errno, 1);
 }
 
+/// Removes a file that a failure left.
+struct Leftover {
+    fs::path path;
+    ~Leftover() {
+        std::error_code none;
+        fs::remove(path, none);
+    }
+};
+
 /// Writes beside the path and renames, so that a failure leaves what was there.
 int WriteReplacing(const Net& net, const Writer& writer, const fs::path& path) {
     std::error_code failure;
@@ -419,30 +428,32 @@ int WriteReplacing(const Net& net, const Writer& writer, const fs::path& path) {
     fs::path beside = target;
     beside += ".part" + std::to_string(::getpid()) + "-" +
               std::to_string(reinterpret_cast<std::uintptr_t>(&failure));
-    failure.clear();
+    const Leftover leftover{beside};
     const int error = WriteStream(net, writer, beside);
-    if (error == 0) fs::rename(beside, target, failure);
-    if (error != 0 || failure) {
-        std::error_code ignored;
-        fs::remove(beside, ignored);
-    }
-    return error != 0 ? error : failure.value();
+    if (error != 0) return error;
+    fs::rename(beside, target, failure);
+    return failure.value();
 }
 
-void WriteFile(const Net& net, const fs::path& path, const OptionalText& format) {
+/// Returns what the format does not keep, a line each.
+std::vector<std::string> WriteFile(const Net& net, const fs::path& path,
+                                   const OptionalText& format) {
     const Writer* writer = format ? FindWriter(*format) : FindWriterForFile(path.string());
     if (writer == nullptr)
         throw py::value_error("no format to write '" + ToUtf8(format.value_or(path.string())) +
                               "'; there are " + Names(Writers()));
     int error = 0;
+    std::vector<std::string> lost;
     {
         const py::gil_scoped_release release;
         std::error_code unknown;
         const fs::file_status status = fs::status(path, unknown);
         const bool direct = fs::exists(status) && !fs::is_regular_file(status);
         error = direct ? WriteStream(net, *writer, path) : WriteReplacing(net, *writer, path);
+        if (writer->losses != nullptr) lost = LossNotes(writer->losses(*net.net), writer->title);
     }
     if (error != 0) RaiseOSError(error, path);
+    return lost;
 }
 
 // ---- The module ----------------------------------------------------------------------------
@@ -588,7 +599,8 @@ void DefineNet(py::module_& module) {
         .def("to_json", ToJson, "The net and its reports as the JSON of the command line.")
         .def("to_networkx", ToNetworkx, "The net as a networkx.DiGraph; tables stay here.")
         .def("write", WriteFile, "path"_a, "format"_a = py::none(),
-             "Writes the net in the format, or in that of the path's extension.")
+             "Writes the net in the format, or in that of the path's extension; returns what the "
+             "format does not keep, a line each.")
         .def("__repr__", [](const Net& n) { return "<lumo.Net " + ToUtf8(n.net->name) + ">"; });
 }
 

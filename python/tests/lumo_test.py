@@ -260,8 +260,12 @@ class Exports(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             for name, extension in lumo.writers.items():
                 path = pathlib.Path(folder, "asia" + extension)
-                net.write(path)
-                net.write(path.with_suffix(".same"), name)
+                lost = net.write(path)
+                self.assertEqual(lost, net.write(path.with_suffix(".same"), name))
+                if extension == ".bif":
+                    self.assertIn("positions of 8 nodes", "".join(lost))
+                if name in lumo.formats:
+                    self.assertEqual(net["dysp"].table.tolist(), lumo.read(path)["dysp"].table.tolist())
                 self.assertEqual(path.read_bytes(), path.with_suffix(".same").read_bytes())
                 self.assertGreater(path.stat().st_size, 100)
             target = pathlib.Path(folder, "asia.json")
