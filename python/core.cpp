@@ -172,7 +172,7 @@ const app::FormatInfo* FormatNamed(const OptionalText& name) {
 SharedNet Read(const std::string& name, const std::string_view* text, const OptionalText& format,
                bool condense) {
     const app::FormatInfo* const info = FormatNamed(format);
-    const auto net = std::make_shared<Net>();
+    auto net = std::make_shared<Net>();
     net->file = name;
     Collector collector(*net, condense);
     {
@@ -220,6 +220,7 @@ struct Node {
 template <class LIST>
 py::tuple NodeTuple(const SharedNet& net, const LIST& list) {
     std::vector<Node> nodes;
+    nodes.reserve(static_cast<std::size_t>(std::distance(list.begin(), list.end())));
     for (const Bnode_bn* node : list) nodes.push_back({net, node});
     return py::tuple(py::cast(nodes));
 }
@@ -253,7 +254,7 @@ py::tuple States(const Node& node) {
 template <class T>
 py::object View(const Node& node, const T* values, const std::vector<py::ssize_t>& shape) {
     if (values == nullptr) return py::none();
-    const py::array_t<T> array(shape, values, py::cast(node.net));
+    py::array_t<T> array(shape, values, py::cast(node.net));
     array.attr("setflags")(py::arg("write") = false);
     return array;
 }
@@ -375,8 +376,8 @@ py::object ToNetworkx(const SharedNet& net) {
         py::raise_from(error, PyExc_ImportError, "to_networkx() needs the package networkx");
         throw py::error_already_set();
     }
-    const py::object graph = networkx.attr("DiGraph")(
-        py::arg("name") = ToUtf8(net->net->name), py::arg("title") = TextOrNone(net->net->title));
+    py::object graph = networkx.attr("DiGraph")(py::arg("name") = ToUtf8(net->net->name),
+                                                py::arg("title") = TextOrNone(net->net->title));
     for (const Bnode_bn* bnode : net->net->nodes) {
         const Node node{net, bnode};
         py::list states;
