@@ -225,7 +225,7 @@ class Reading(unittest.TestCase):
         def stop(*_):
             raise Stop
 
-        data = chain(100_000)
+        data = chain(300_000)
         self.assertEqual(lumo.reads(chain(10)).status, "ok")
         former = signal.signal(signal.SIGUSR1, stop)
         self.addCleanup(signal.signal, signal.SIGUSR1, former)
