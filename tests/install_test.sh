@@ -14,17 +14,10 @@ find_package(Lumo 0.1 REQUIRED)
 add_executable(user user.cpp)
 target_link_libraries(user PRIVATE Lumo::import)
 END
-cat >"$place/user.cpp" <<'END'
-#include <cstdio>
-
-#include "import/ForeignFile.h"
-
-int main(int, char** argv) {
-    const lumo::OwnedNet net(lumo::ReadForeignNetFile_kt(argv[1], lumo::FormatErgo, false));
-    if (net == nullptr) return 1;
-    for (const lumo::Bnode_bn* node : net->nodes) std::puts(node->name());
-}
-END
+# The programs of the documentation.
+program_of() { sed -n '/^```cpp$/,/^```$/{/^```/!p}' "$source/$1"; }
+program_of docs/library.md >"$place/user.cpp"
+program_of README.md >"$place/readme.cpp"
 
 install_and_move() {
     cmake --install "$1" --prefix "$place/first-$2" >/dev/null
@@ -36,12 +29,13 @@ with_pkg_config() {
     found=$(dirname "$(find "$place/$1" -name lumo.pc)")
     read -ra flags < <(PKG_CONFIG_PATH=$found pkg-config --cflags --libs lumo)
     c++ -std=c++20 "$place/user.cpp" "${flags[@]}" -o "$place/user-$1"
+    c++ -std=c++20 "$place/readme.cpp" "${flags[@]}" -o "$place/readme-$1"
 }
 
 expect_nodes() {
     local nodes
-    nodes=$("$1" "$source/samples/ergo/garden.erg" | wc -l)
-    [ "$nodes" -eq 4 ] || { echo "$1: 4 nodes expected, $nodes seen"; exit 1; }
+    nodes=$(cd "$source/samples/hugin" && "$1" asia.net | grep -c '^[a-z]')
+    [ "$nodes" -eq 8 ] || { echo "$1: 8 nodes expected, $nodes seen"; exit 1; }
 }
 
 install_and_move "$build" static
@@ -50,6 +44,7 @@ cmake --build "$place/build" >/dev/null
 expect_nodes "$place/build/user"
 with_pkg_config static
 expect_nodes "$place/user-static"
+expect_nodes "$place/readme-static"
 "$place/static/bin/lumo-import" --version
 
 # Not optimised, as only the linking counts.
