@@ -30,10 +30,14 @@ thread_local Reading reading = Reading::whole;
 thread_local std::size_t bytesLeft = 0;  // of a file that is shortened
 }  // namespace
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     void* const block = allocations.fails() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    allocations.live += block != nullptr;
+    return block;
+}
+void* operator new(std::size_t size) {
+    void* const block = operator new(size, std::nothrow);
     if (block == nullptr) throw std::bad_alloc();
-    ++allocations.live;
     return block;
 }
 void* operator new[](std::size_t size) { return operator new(size); }
