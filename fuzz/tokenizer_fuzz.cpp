@@ -97,12 +97,14 @@ constexpr Operation operations[] = {
 void Run(Parser_CString_kt& in, std::string_view choices) {
     for (const char choice : choices) {
         const ParserPos_kt before = in.getPos();
+        const std::size_t operation = static_cast<unsigned char>(choice) % std::size(operations);
         try {
-            operations[static_cast<unsigned char>(choice) % std::size(operations)](in);
+            operations[operation](in);
         } catch (rept_kt*) {
             // Recorded and shown already.
         }
-        Require(in.getPos() >= before, "reading on");
+        if (in.getPos() < before)
+            Require(false, "operation " + std::to_string(operation) + " reads on");
         Require(in.bytesLeft() >= 0, "a place in the text");
     }
 }

@@ -148,7 +148,7 @@ void Parser_CString_kt::doSkipStructure(char open, char close, bool opened) {
 /// counting nested pairs, outside quoted literals, comments and instructions.
 void Parser_CString_kt::skipXMLMarkup() {
     const char* p = channel.position;
-    const char before = p > channel.start ? p[-1] : '\0';
+    const char before = p - channel.start >= 2 && p[-2] == '<' ? p[-1] : '\0';
     const char* whole = nullptr;
     if (before == '?')
         whole = state_->pastCloser(CloseInstruction, p, end_);
