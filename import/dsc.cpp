@@ -76,8 +76,6 @@ const ENTRY* Find(const ENTRY (&table)[n], const char* name) {
 
 // ---- Punctuation and reports ---------------------------------------------------------------
 
-const char* CharName(char c) { return CharName_kt(static_cast<unsigned char>(c)); }
-
 /// Names what readPunc met: the character c, or, when c is 0, the word that stands there.
 std::string FoundName(Parser_kt& in, char c) {
     constexpr std::size_t longestShown = 80;

@@ -89,7 +89,7 @@ constexpr const char* keepValue = "\"{}(;";  // the separator before it is missi
 void Expect(Parser_kt& in, const char* wanted, const char* keep, int number, const char* text) {
     const char c = ReadPuncEQ(in);
     if (c != 0 && std::strchr(wanted, c) != nullptr) return;
-    const std::string message = Format(text, CharName_kt(static_cast<unsigned char>(c)));
+    const std::string message = Format(text, CharName(c));
     in.makeWarning(number, "%s", message.c_str());
     if (c != 0 && std::strchr(keep, c) != nullptr) in.unreadChar(c);
 }
@@ -157,8 +157,7 @@ void ReadItems(Parser_kt& in, const BlockKind& block, Item readItem) {
         const char c = ReadPuncEQ(in);
         if (c == '}') break;
         if (c != 0) {
-            in.makeWarning(block.strayPunctuation, "unexpected punctuation %s",
-                           CharName_kt(static_cast<unsigned char>(c)));
+            in.makeWarning(block.strayPunctuation, "unexpected punctuation %s", CharName(c));
             continue;
         }
         if (in.peekWord().empty()) continue;  // what ReadPuncEQ took for nothing
@@ -526,8 +525,7 @@ void ReadRow(Parser_kt& in, Numbers<NUMBER>& numbers, int strayPunctuation) {
         const char c = ReadPuncEQ(in);
         if (c == ';') return;
         if (c == ',') continue;
-        in.makeWarning(strayPunctuation, "unexpected punctuation %s",
-                       CharName_kt(static_cast<unsigned char>(c)));
+        in.makeWarning(strayPunctuation, "unexpected punctuation %s", CharName(c));
         if (c == '}') {  // the row's ';' is missing; the '}' ends what holds the rows
             in.unreadChar(c);
             return;
@@ -558,8 +556,7 @@ void read_prob(Parser_kt& in, Bnode_bn& node) {
         const char c = ReadPuncEQ(in);
         if (c == '}') break;
         if (c != '(') {
-            in.makeWarning(-4075, "unexpected punctuation %s",
-                           CharName_kt(static_cast<unsigned char>(c)));
+            in.makeWarning(-4075, "unexpected punctuation %s", CharName(c));
         }
         ReadRow(in, table, -4076);
         in.checkError();
@@ -607,8 +604,7 @@ bool ReadGroups(Parser_kt& in, Numbers<double>& parameters) {
         if (c == '}' && (parameters.count >= parameters.wanted || in.peekPunc() != '('))
             return true;
         if (c != '(') {
-            in.makeWarning(-4103, "unexpected punctuation %s",
-                           CharName_kt(static_cast<unsigned char>(c)));
+            in.makeWarning(-4103, "unexpected punctuation %s", CharName(c));
         }
         ReadRow(in, parameters, -4104);
         in.checkError();
@@ -664,8 +660,7 @@ bool FindNextParent(Parser_kt& in, ParserPos_kt& body) {
         }
         if (c == '{' && body == nullptr) body = in.getPos();
         in.setTokenStart(in.getPos());
-        in.makeWarning(-4083, "unexpected punctuation %s",
-                       CharName_kt(static_cast<unsigned char>(c)));
+        in.makeWarning(-4083, "unexpected punctuation %s", CharName(c));
         if (!in.peekWord().empty()) return true;
         in.skipChar();
     }
@@ -763,8 +758,7 @@ void ReadObject(Parser_kt& in, Bnet_bn& net) {
     }
     in.checkError();
     while (const char c = ReadPuncEQ(in)) {
-        in.makeWarning(-4089, "unexpected punctuation %s",
-                       CharName_kt(static_cast<unsigned char>(c)));
+        in.makeWarning(-4089, "unexpected punctuation %s", CharName(c));
     }
 }
 

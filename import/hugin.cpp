@@ -161,8 +161,7 @@ void ReadObject(Parser_kt& in, Vnet_kt& drawing) {
 bool AfterObject(Parser_kt& in) {
     while (const char punc = in.readPunc()) {
         if (punc == '}' && HuginVersion > Version5) return true;
-        in.makeWarning(-3041, "unexpected punctuation %s",
-                       CharName_kt(static_cast<unsigned char>(punc)));
+        in.makeWarning(-3041, "unexpected punctuation %s", CharName(punc));
         if (punc == '{') SkipBody(in);
     }
     return false;
@@ -263,8 +262,7 @@ void ReadFields(Parser_kt& in, OBJECT& object, const char* kind,
         const ParserPos_kt start = in.tokenStart();
         if (punc == '}') return;
         if (punc != 0) {
-            in.makeWarning(-3035, "unexpected punctuation %s",
-                           CharName_kt(static_cast<unsigned char>(punc)));
+            in.makeWarning(-3035, "unexpected punctuation %s", CharName(punc));
             continue;
         }
         const bool field = in.readWordPunc(name.text, ValueSize) == '=';
@@ -367,8 +365,7 @@ Bnode_bn* ReadParents(Parser_kt& in, Bnet_bn& net, Bnode_bn& child) {
         const ParserPos_kt here = in.tokenStart();
         if (punc != 0) {
             if (punc == ')') return refused ? nullptr : &child;
-            in.makeError(-3031, "unexpected punctuation %s",
-                         CharName_kt(static_cast<unsigned char>(punc)));
+            in.makeError(-3031, "unexpected punctuation %s", CharName(punc));
             in.setPos(here);
             return nullptr;
         }
@@ -421,7 +418,7 @@ Bnode_bn* read_potential_header(Parser_kt& in, Vnet_kt& drawing) {
     const char punc = in.readPunc();
     if (punc == ')') return child;
     if (punc == '|') return ReadParents(in, net, *child);
-    in.makeError(-3033, "unexpected punctuation %s", CharName_kt(static_cast<unsigned char>(punc)));
+    in.makeError(-3033, "unexpected punctuation %s", CharName(punc));
     in.setPos(here);
     return nullptr;
 }

@@ -13,6 +13,9 @@ rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing)
 rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net);
 rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing);
 
+/// A character as messages name it.
+inline const char* CharName(char c) { return CharName_kt(static_cast<unsigned char>(c)); }
+
 /// One VARIABLE or DEFINITION element of XML BIF into the net; errors are thrown. The start tag was
 /// read and these are its first attribute (empty when it has none); with a null name it is still to
 /// come.
