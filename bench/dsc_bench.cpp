@@ -1,6 +1,5 @@
 // How fast DSC files are read, beside a bare pass over their numbers: of_bare is to be at least 0.6
 // on number-heavy files and 0.2 on node-heavy ones.
-#include <cstdarg>
 #include <random>
 
 #include "bench/support.h"
@@ -55,13 +54,9 @@ public:
     }
 
 private:
-    __attribute__((format(printf, 2, 3))) void put(const char* format, ...) {
-        char line[200];
-        va_list arguments;
-        va_start(arguments, format);
-        text_.append(
-            line, static_cast<std::size_t>(std::vsnprintf(line, sizeof line, format, arguments)));
-        va_end(arguments);
+    template <class... ARGS>
+    void put(const char* format, ARGS... arguments) {
+        text_ += Format(format, arguments...);
     }
 
     double next() { return static_cast<double>(random_()) / 4294967296.0; }
