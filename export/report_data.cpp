@@ -1,9 +1,11 @@
+#include <set>
 #include <unordered_map>
 
 #include "export/describe.h"
 #include "export/picture.h"
 #include "export/report.h"
 #include "export/text.h"
+#include "library/catalogue.h"
 
 namespace lumo {
 namespace {
@@ -225,6 +227,18 @@ void WriteProblem(JsonOut& json, const ReportRecord& report) {
     json.close(']');
 }
 
+/// What to do about the reports, by number, each once.
+void WriteCures(JsonOut& json, const std::vector<ReportRecord>& reports) {
+    std::set<int> numbers;
+    for (const ReportRecord& report : reports) numbers.insert(report.number);
+    json.key("cures").open('{');
+    for (const int number : numbers) {
+        const ReportInfo* const info = FindReport(number);
+        if (info != nullptr) json.key(std::to_string(number)).text(info->cure);
+    }
+    json.close('}');
+}
+
 Picture EmptyPicture() {
     Picture picture;
     picture.width = 200;
@@ -272,7 +286,9 @@ void WriteReportData(const ImportResult& result, JsonOut& json) {
         if (node != nullptr) json.key("node").number(places.at(node));
         json.close('}');
     }
-    json.close(']').close('}');
+    json.close(']');
+    WriteCures(json, result.reports);
+    json.close('}');
 }
 
 }  // namespace lumo

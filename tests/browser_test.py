@@ -282,6 +282,7 @@ class Report(unittest.TestCase):
             self.assertEqual(len(caret), report["column"])
         for report, item in zip(reports, items):
             self.assertIn(report["message"], item)
+        self.assertIn("Write name = value;.", self.texts("#problems li .cure")[2])
         self.browser.find_element("css selector", "#problems li button.link").click()
         self.assertEqual(self.focused().get_attribute("id"), "heading")
         self.assertEqual(self.heading(), "Valve")

@@ -3,6 +3,11 @@
 
 const problemsAtOnce = 30;
 
+/** The text as nodes; what stands between backquotes is code. */
+function withCode(text) {
+    return text.split('`').map((part, i) => (i % 2 ? el('code', {text: part}) : part));
+}
+
 function problemItem(report, withNode) {
     const place = report.line ? `${report.line}:${report.column}` : '';
     const line = el('div', {}, el('strong', {class: report.kind, text: report.kind}), ' ',
@@ -17,6 +22,8 @@ function problemItem(report, withNode) {
         const caret = ' '.repeat([...before].length) + '^';
         item.append(el('pre', {tabindex: '0', 'aria-label': 'Source line', text: `${before}${after}\n${caret}`}));
     }
+    const cure = data.cures[report.number];
+    if (cure) item.append(el('p', {class: 'cure faint'}, ...withCode(cure)));
     return item;
 }
 
