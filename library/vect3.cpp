@@ -30,7 +30,7 @@ void vect3_kt<char>::realloc_(int req_size) {
         throw;
     }
     const int count = num();
-    if (count > 0) std::memcpy(fresh, first, static_cast<std::size_t>(count));
+    if (fresh != nullptr && count > 0) std::memcpy(fresh, first, static_cast<std::size_t>(count));
     freeStorage();
     first = fresh;
     last = fresh + count;

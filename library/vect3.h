@@ -53,7 +53,7 @@ public:
 
     void append(char c) {
         if (last == capacityEnd) realloc_(GrownCapacity_kt(num()));
-        *last++ = c;
+        *last++ = c;  // NOLINT(clang-analyzer-core.NullDereference): there is room now
     }
     void append(std::string_view text);
 
