@@ -21,7 +21,7 @@ inline constexpr long long MaxFilledEntries = 4LL * MaxTableEntries;
 struct CFree {
     void operator()(void* block) const { std::free(block); }
 };
-/// An array of texts that stand in the net's text store.
+/// An array of texts; they stand behind it in the same block, or in the net's text store.
 using StoredTexts = std::unique_ptr<char*[], CFree>;
 
 /// What few nodes have.
@@ -93,7 +93,7 @@ struct ModelAccess {
     static nodeset_bn* newNodeset(Bnet_bn& net, std::string name);
 
     // Nodes (node.cpp).
-    static StoredTexts storeTexts(Bnode_bn& node, char** texts, int count);
+    static StoredTexts storeTexts(char** texts, int count);
     static UniqueNames_kt& stateNames(Bnode_bn& node);
     static void forgetStateNames(Bnode_bn& node);
     static void dropTables(Bnode_bn& node);

@@ -48,7 +48,7 @@ Bnode_bn* NodeIndex::find(std::string_view text) const {
 }
 
 void NodeIndex::add(Bnode_bn& node) {
-    if (2 * (count_ + 1) > slots_.size()) grow();
+    if (8 * (count_ + 1) > 7 * slots_.size()) grow();
     put(node, half(keyOf_(node)));
     ++count_;
 }

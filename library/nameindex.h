@@ -15,7 +15,7 @@ class Bnode_bn;
 std::uint64_t HashText(std::string_view text);
 
 /// Nodes by a text of theirs: open addressing over the node pointers and half of their hashes, 12
-/// bytes a slot, at most half full; a node is looked at only when its half hash is the one wanted.
+/// bytes a slot, at most 7/8 full; a node is looked at only when its half hash is the one wanted.
 /// The texts must be distinct, and stay as they are while their node is in the index.
 class NodeIndex {
 public:

@@ -14,10 +14,11 @@ namespace {
 /// A node has at most this many user fields before they are hashed.
 constexpr std::size_t FewFields = 16;
 
-StoredTexts NewTexts(int count) {
+/// An array for the texts of that many states, with room for more bytes behind it.
+StoredTexts NewTexts(int count, std::size_t bytes = 0) {
     // Zeroed by the system: an array of a million states that are never named costs no memory.
-    StoredTexts texts(static_cast<char**>(
-        std::calloc(static_cast<std::size_t>(std::max(count, 1)), sizeof(char*))));
+    const std::size_t array = static_cast<std::size_t>(std::max(count, 1)) * sizeof(char*);
+    StoredTexts texts(static_cast<char**>(std::calloc(1, array + bytes)));
     if (texts == nullptr) throw std::bad_alloc();
     return texts;
 }
@@ -121,13 +122,19 @@ char* statetostr1(int state, const Varbl_bn& variable, char* buffer) {
     return buffer;
 }
 
-/// Copies the texts into the net's text store.
-StoredTexts ModelAccess::storeTexts(Bnode_bn& node, char** texts, int count) {
+/// Copies the texts behind the array of them, in one block.
+StoredTexts ModelAccess::storeTexts(char** texts, int count) {
     if (texts == nullptr) return nullptr;
-    StoredTexts stored = NewTexts(count);
+    std::size_t bytes = 0;
+    for (int i = 0; i < count; ++i) bytes += texts[i] == nullptr ? 0 : std::strlen(texts[i]) + 1;
+    StoredTexts stored = NewTexts(count, bytes);
+    char* place = reinterpret_cast<char*>(stored.get() + count);
     for (int i = 0; i < count; ++i) {
-        if (texts[i] != nullptr)
-            stored[static_cast<std::size_t>(i)] = index(node).texts.add(texts[i]);
+        if (texts[i] == nullptr) continue;
+        stored[static_cast<std::size_t>(i)] = place;
+        const std::size_t size = std::strlen(texts[i]) + 1;
+        std::memcpy(place, texts[i], size);
+        place += size;
     }
     return stored;
 }
@@ -165,7 +172,7 @@ rept_kt* Bnode_bn::setStates(int count, char** names, double* levels, const int*
     if (names != nullptr) {
         if (rept_kt* report = CheckStateNames(*this, names, count); IsError(report)) return report;
     }
-    StoredTexts stored = ModelAccess::storeTexts(*this, names, count);
+    StoredTexts stored = ModelAccess::storeTexts(names, count);
     if (count != variable.numStates) ModelAccess::dropTables(*this);
     ModelAccess::forgetStateNames(*this);
     variable.numStates = count;
@@ -185,7 +192,7 @@ rept_kt* Bnode_bn::setStateNames(char** names, CheckEN) {
         rept_kt* report = CheckStateNames(*this, names, numStates());
         if (IsError(report)) return report;
     }
-    Assign(variable.stateNames, ModelAccess::storeTexts(*this, names, numStates()));
+    Assign(variable.stateNames, ModelAccess::storeTexts(names, numStates()));
     ModelAccess::forgetStateNames(*this);
     ModelAccess::changed(*this);
     return Okay_rept_kt;
@@ -224,7 +231,7 @@ rept_kt* Bnode_bn::setStateTitle(int state, char* text, CheckEN) {
 
 void Bnode_bn::setStateTitles(char** texts) {
     const OwnedStrs owned(texts, numStates());
-    Assign(variable.stateTitles, ModelAccess::storeTexts(*this, texts, numStates()));
+    Assign(variable.stateTitles, ModelAccess::storeTexts(texts, numStates()));
     ModelAccess::changed(*this);
 }
 
