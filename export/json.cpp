@@ -56,11 +56,7 @@ void WriteRelation(JsonOut& json, const Bnode_bn& node) {
 void WriteNode(JsonOut& json, const Bnode_bn& node) {
     json.line();
     json.open('{');
-    json.key("name").text(node.name());
-    json.key("title").textOrNull(node.title);
-    json.key("comment").textOrNull(node.comment);
-    json.key("kind").text(KindName(node.kind));
-    json.key("discrete").boolean(node.variable.discrete);
+    WriteNodeHead(json, node);
     WriteStates(json, node.variable);
     WriteNames(json, "parents",
                std::span<Bnode_bn* const>(node.parents.begin(), node.parents.end()),
@@ -142,6 +138,14 @@ void WriteReportFields(JsonOut& json, const ReportRecord& report) {
 }
 
 }  // namespace
+
+void WriteNodeHead(JsonOut& json, const Bnode_bn& node) {
+    json.key("name").text(node.name());
+    json.key("title").textOrNull(node.title);
+    json.key("comment").textOrNull(node.comment);
+    json.key("kind").text(KindName(node.kind));
+    json.key("discrete").boolean(node.variable.discrete);
+}
 
 void WriteJson(const ImportResult& result, std::ostream& out) {
     JsonOut json(&out);

@@ -12,6 +12,10 @@ namespace lumo {
 /// does not grow with the tables.
 void WriteJson(const ImportResult& result, std::ostream& out);
 
+class JsonOut;
+/// The keys that every JSON of a node begins with, from "name" to "discrete", into an open object.
+void WriteNodeHead(JsonOut& json, const Bnode_bn& node);
+
 /// One report as a JSON object on one line, with its file first: the form of --diagnostics json.
 std::string ReportToJson(const ReportRecord& report);
 

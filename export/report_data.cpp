@@ -2,6 +2,7 @@
 #include <unordered_map>
 
 #include "export/describe.h"
+#include "export/json.h"
 #include "export/picture.h"
 #include "export/report.h"
 #include "export/text.h"
@@ -32,11 +33,7 @@ public:
         const Bnode_bn& node = *drawn.node;
         json_.line();
         json_.open('{');
-        json_.key("name").text(node.name());
-        json_.key("title").textOrNull(node.title);
-        json_.key("comment").textOrNull(node.comment);
-        json_.key("kind").text(KindName(node.kind));
-        json_.key("discrete").boolean(node.variable.discrete);
+        WriteNodeHead(json_, node);
         writeLook(drawn);
         writeStates(node.variable);
         indices("parents", node.parents, places_);

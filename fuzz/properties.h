@@ -23,10 +23,9 @@ class PlaceChecker : public ReportHandler {
 public:
     void show(const rept_kt& report) override {
         ++shown;
-        const bool closing =
-            report.number == num::unknownSummary || report.number == num::moreWarnings;
         const std::string text = std::to_string(report.number) + " " + report.message;
-        Require(closing || report.offset < 0 || report.line > 0, "line of " + text);
+        Require(test::IsClosing(report.number) || report.offset < 0 || report.line > 0,
+                "line of " + text);
         Require(report.severity < SeverityFatal, "no fatal report, but " + text);
     }
     void print(const char*) override {}

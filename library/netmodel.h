@@ -66,7 +66,7 @@ void NodeNamesToStr(const BndList_bn& list, const char* separator, int limit, st
 
 // ---- Variables -----------------------------------------------------------------------------
 
-/// A node's variable. Changed through the node only: its texts stand in the net's text store.
+/// A node's variable. Changed through the node only, which owns its texts.
 struct Varbl_bn {
     char* name = nullptr;          ///< a legal name, unique in the net
     char** stateNames = nullptr;   ///< null, or numStates entries, each legal and distinct, or null

@@ -4,6 +4,7 @@
 
 #include <set>
 
+#include "export/result.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -28,9 +29,7 @@ std::string Cell(std::string text) {
 }
 
 const char* Kind(int severity) {
-    if (severity == SeverityOkay) return "question";
-    if (severity == SeverityFatal) return "fatal";
-    return severity == SeverityError ? "error" : severity == SeverityWarning ? "warning" : "notice";
+    return severity == SeverityOkay ? "question" : SeverityName(severity);
 }
 
 std::string TableOf(char format) {

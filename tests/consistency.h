@@ -13,6 +13,11 @@
 
 namespace lumo::test {
 
+/// Reports that speak of the whole import, not of a place in it.
+inline bool IsClosing(int number) {
+    return number == num::unknownSummary || number == num::moreWarnings;
+}
+
 /// Reads all the numbers, so that a sanitizer sees a table that is too short; false when one is not
 /// finite.
 template <class T>

@@ -171,11 +171,6 @@ inline std::string NetText(const Bnet_bn* net) {
     return out.str();
 }
 
-/// Reports that speak of the whole import, not of a place in it.
-inline bool IsClosing(int number) {
-    return number == num::unknownSummary || number == num::moreWarnings;
-}
-
 inline void ExpectConsistent(const Bnet_bn* net) {
     EXPECT_EQ(net == nullptr ? std::string() : FaultOf(*net), "");
 }
