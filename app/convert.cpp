@@ -85,10 +85,15 @@ extern "C" void RemoveUnfinished(int signal) {
     ::raise(signal);
 }
 
+/// A name in the target's folder for mkstemp, short whatever the target's own length is.
+std::string Beside(const std::string& target) {
+    return target.substr(0, target.rfind('/') + 1) + ".lumo-XXXXXX";
+}
+
 /// A new file beside the target that takes its place when complete, or disappears.
 class Replacement {
 public:
-    explicit Replacement(const std::string& target) : target_(target), name_(target + ".XXXXXX") {
+    explicit Replacement(const std::string& target) : target_(target), name_(Beside(target)) {
         if (name_.size() >= sizeof unfinished) {
             errno = ENAMETOOLONG;
             return;

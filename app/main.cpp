@@ -7,9 +7,11 @@
 #include "app/console.h"
 #include "app/convert.h"
 #include "app/explain.h"
+#include "app/formats.h"
 #include "app/options.h"
 #include "app/read.h"
 #include "app/summary.h"
+#include "export/placing.h"
 #include "export/text.h"
 #include "import/ForeignFile.h"
 
@@ -20,6 +22,7 @@ namespace {
 std::string Convert(const ImportResult& result, const Options& options, Console& console) {
     const Writer& writer = *options.writer;
     if (result.net == nullptr && !writer.withoutNet) return {};
+    if (writer.losses != nullptr && options.layout == LayoutEN::automatic) LayOut(*result.net);
     std::string failure = WriteOutput(result, writer, OutputFor(options, result.file));
     if (!failure.empty() || writer.losses == nullptr || options.quiet) return failure;
     for (const std::string& note : LossNotes(writer.losses(*result.net), writer.title))
@@ -42,7 +45,8 @@ std::string Write(const ImportResult& result, const Options& options, Console& c
 
 int WorkOnFile(const std::string& file, const Options& options, Console& console) {
     try {
-        const ImportResult result = ReadOne(file, options, console);
+        ImportResult result = ReadOne(file, options, console);
+        result.layout = options.layout;
         const std::string failure = Write(result, options, console);
         if (failure.empty()) return ExitCodeOf(result);
         std::cerr << "lumo-import: " + failure + "\n";
@@ -68,12 +72,19 @@ int ExplainAll(const std::vector<std::string>& numbers) {
     return exitCode;
 }
 
+int ShowFormats() {
+    const std::string failure = WriteStandardOutput(FormatTable());
+    if (!failure.empty()) std::cerr << "lumo-import: " + failure + "\n";
+    return failure.empty() ? ExitRead : ExitWriteFailed;
+}
+
 int Run(int argc, char** argv) {
     // A closed pipe and a file that may not grow are failed writes like any other.
     for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
     Options options;
     if (const std::optional<int> exitCode = ParseArguments(argc, argv, options)) return *exitCode;
     if (options.command == CommandEN::explain) return ExplainAll(options.files);
+    if (options.command == CommandEN::formats) return ShowFormats();
     Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref = options.createStateNames;
     Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref = options.createStateNames;
     if (options.files.size() > 1) return RunBatch(options, WorkOnFile);

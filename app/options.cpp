@@ -27,14 +27,16 @@ Usage:
   lumo-import check [OPTIONS] FILE...
   lumo-import convert [OPTIONS] FILE... -o OUT [--to FORMAT]
   lumo-import explain NUMBER...
+  lumo-import formats
 
 A FILE named - is standard input. With many files OUT is a folder.
 
 Options:
   -o, --output OUT           convert: the file, folder or - to write to
-      --to FORMAT            convert: format to write, instead of the extension's: %s
+      --to FORMAT            convert: format or extension to write, instead of OUT's: %s
       --from FORMAT          format of the files, instead of detecting it: %s
       --condense yes|no      keep noisy-max tables as parameters, without asking
+      --layout auto|file     convert: where nodes are drawn, instead of the file where it says so
       --create-state-names   make state names of titles that are no legal names (dsc, xmlbif)
       --diagnostics FORM     form of the diagnostics on standard error: text, json
       --color WHEN           colored diagnostics: auto, always, never
@@ -67,7 +69,7 @@ std::string Help() {
 
 /// The arguments as CLI11 fills them, where they need a second look.
 struct Raw {
-    std::string format, writer, condense, diagnostics, color = "auto";
+    std::string format, writer, condense, layout, diagnostics, color = "auto";
 };
 
 void AddOptions(CLI::App& app, Options& options, Raw& raw) {
@@ -76,6 +78,7 @@ void AddOptions(CLI::App& app, Options& options, Raw& raw) {
     };
     choice("--from", raw.format, Names(Formats()));
     choice("--condense", raw.condense, {"yes", "no"});
+    choice("--layout", raw.layout, {"auto", "file"});
     choice("--diagnostics", raw.diagnostics, {"text", "json"});
     choice("--color", raw.color, {"auto", "always", "never"});
     app.add_flag("--create-state-names", options.createStateNames);
@@ -92,8 +95,11 @@ bool IsFolder(const std::string& path) {
 std::string CheckConvert(Options& options, const Raw& raw) {
     options.writer =
         raw.writer.empty() ? FindWriterForFile(options.output) : FindWriter(raw.writer);
-    if (options.writer == nullptr)
-        return "convert: no format for '" + options.output + "': name one with --to";
+    if (options.writer == nullptr) {
+        return raw.writer.empty()
+                   ? "convert: no format for '" + options.output + "': name one with --to"
+                   : "--to: no format '" + raw.writer + "' among " + Listed(Names(Writers()));
+    }
     if (options.files.size() > 1 && !IsFolder(options.output))
         return "convert: '" + options.output + "' is not a folder, which many files need";
     std::map<std::string, std::string> sources;
@@ -111,6 +117,8 @@ std::string Check(Options& options, const Raw& raw) {
     if (std::ranges::count(options.files, "-") > 1) return "standard input is given twice";
     options.format = FindFormat(std::string_view(raw.format));
     if (!raw.condense.empty()) options.condense = raw.condense == "yes";
+    if (!raw.layout.empty())
+        options.layout = raw.layout == "auto" ? LayoutEN::automatic : LayoutEN::file;
     options.jsonDiagnostics = raw.diagnostics == "json";
     if (raw.color != "auto")
         options.color = raw.color == "always" ? ColorEN::always : ColorEN::never;
@@ -143,9 +151,10 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     CLI::App* convert = app.add_subcommand("convert");
     convert->add_option("FILE", options.files);
     convert->add_option("-o,--output", options.output)->required();
-    convert->add_option("--to", raw.writer)->check(CLI::IsMember(Names(Writers())));
+    convert->add_option("--to", raw.writer);
     CLI::App* explain = app.add_subcommand("explain");
     explain->add_option("NUMBER", options.files)->required();
+    const CLI::App* formats = app.add_subcommand("formats");
 
     try {
         app.parse(argc, argv);
@@ -158,10 +167,9 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     }
     if (check->parsed()) options.command = CommandEN::check;
     if (convert->parsed()) options.command = CommandEN::convert;
-    if (explain->parsed()) {
-        options.command = CommandEN::explain;
-        return std::nullopt;
-    }
+    if (explain->parsed()) options.command = CommandEN::explain;
+    if (formats->parsed()) options.command = CommandEN::formats;
+    if (explain->parsed() || formats->parsed()) return std::nullopt;
     const std::string mistake = Check(options, raw);
     return mistake.empty() ? std::nullopt : std::optional(UsageError(mistake));
 }

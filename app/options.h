@@ -19,7 +19,7 @@ enum ExitEN : int {
     ExitWriteFailed = 74,  ///< the output could not be written
 };
 
-enum class CommandEN : unsigned char { summary, check, convert, explain };
+enum class CommandEN : unsigned char { summary, check, convert, explain, formats };
 enum class ColorEN : unsigned char { automatic, always, never };
 
 struct Options {
@@ -29,6 +29,7 @@ struct Options {
     const Writer* writer = nullptr;      ///< convert
     const FormatInfo* format = nullptr;  ///< null: detect
     std::optional<bool> condense;        ///< answer to the noisy-max question
+    LayoutEN layout = LayoutEN::best;    ///< of the nodes in what is written
     bool createStateNames = false;
     bool quiet = false;
     bool jsonDiagnostics = false;

@@ -20,6 +20,19 @@ coord_kt PositionOf(const Bnode_bn& node) { return node.vns[0]->position; }
 
 }  // namespace
 
+bool HasPlaces(const Bnet_bn& net) {
+    rect_kt extent;
+    net.vnets[0]->findExtent(extent);
+    return !net.vnets[0]->laidOut && (extent.left != extent.right || extent.top != extent.bottom);
+}
+
+void LayOut(Bnet_bn& net) {
+    VnodeList_kt& nodes = net.vnets[0]->vnodes;
+    const int side = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(nodes.N))));
+    Layout(nodes, {0, 0, 200 * side, 100 * side}, false, false, true, 1.0);
+    net.vnets[0]->laidOut = false;
+}
+
 Placing::Placing(const Vnet_kt& drawing, double scale, bool turnOver)
     : scale_(scale), turnOver_(turnOver) {
     drawing.findExtent(extent_);

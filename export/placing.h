@@ -5,6 +5,12 @@
 
 namespace lumo {
 
+/// Whether the positions say something: the file gave some, and not one place for all.
+bool HasPlaces(const Bnet_bn& net);
+
+/// Gives the nodes the positions of the automatic layout, to be kept as if the file had given them.
+void LayOut(Bnet_bn& net);
+
 /// Finds the positions to write so that a reader which moves the drawing to start 40 units from its
 /// top left corner, its distances multiplied by scale and, when turnOver is set, upside down,
 /// comes to the positions of the net. Where whole numbers of the file cannot hit a distance, the

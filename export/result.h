@@ -42,6 +42,13 @@ struct SkippedWord {
     long long count = 0;
 };
 
+/// Where the places of the nodes in what is written come from.
+enum class LayoutEN : unsigned char {
+    best,       ///< the file, where it says where the nodes are
+    automatic,  ///< the automatic layout
+    file,       ///< the file, whatever it says
+};
+
 /// How an import went: the worst report counts, a missing net above all.
 enum class StatusEN : unsigned char { ok, warnings, errors, failed };
 
@@ -52,6 +59,7 @@ struct ImportResult {
     std::unique_ptr<Bnet_bn> net;       ///< null when nothing was read
     std::vector<ReportRecord> reports;  ///< in the order they were made
     std::vector<SkippedWord> skipped;   ///< unknown words, the most frequent first
+    LayoutEN layout = LayoutEN::best;   ///< what was asked for
 
     StatusEN status() const {
         int worst = SeverityOkay;

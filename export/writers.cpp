@@ -17,14 +17,14 @@ namespace lumo {
 namespace {
 
 constexpr std::array writers = {
-    Writer{"json", ".json", true, WriteJson},
-    Writer{"svg", ".svg", false, WriteSvg},
-    Writer{"html", ".html", true, WriteReport},
-    Writer{"dot", ".dot", false, WriteDot},
-    Writer{"xmlbif", ".xml", false, WriteXmlBif, "XML BIF", XmlBifLosses},
-    Writer{"hugin", ".net", false, WriteHugin, "Hugin", HuginLosses},
-    Writer{"dsc", ".dsc", false, WriteDsc, "DSC", DscLosses},
-    Writer{"bif", ".bif", false, WriteBif, "BIF", BifLosses},
+    Writer{"json", "JSON", ".json", true, WriteJson},
+    Writer{"svg", "SVG", ".svg", false, WriteSvg},
+    Writer{"html", "HTML", ".html", true, WriteReport},
+    Writer{"dot", "DOT", ".dot", false, WriteDot},
+    Writer{"xmlbif", "XML BIF", ".xml", false, WriteXmlBif, XmlBifLosses},
+    Writer{"hugin", "Hugin", ".net", false, WriteHugin, HuginLosses},
+    Writer{"dsc", "DSC", ".dsc", false, WriteDsc, DscLosses},
+    Writer{"bif", "BIF", ".bif", false, WriteBif, BifLosses},
 };
 
 }  // namespace
@@ -34,7 +34,8 @@ std::span<const Writer> Writers() { return writers; }
 const Writer* FindWriter(std::string_view name) {
     for (const Writer& writer : writers)
         if (name == writer.name) return &writer;
-    return nullptr;
+    const bool dotted = name.starts_with('.');
+    return FindWriterForFile((dotted ? "" : ".") + std::string(name));
 }
 
 const Writer* FindWriterForFile(std::string_view fileName) {

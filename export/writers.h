@@ -13,16 +13,17 @@ namespace lumo {
 /// One format. A new one is a file with its function and a line in the table of writers.cpp.
 struct Writer {
     const char* name;       ///< for --to
+    const char* title;      ///< for people
     const char* extension;  ///< with its dot
     bool withoutNet;        ///< writes something useful when nothing was read
     void (*write)(const ImportResult& result, std::ostream& out);
-    const char* title = "";                          ///< for people
     Losses (*losses)(const Bnet_bn& net) = nullptr;  ///< null: what it writes is no net to be read
 };
 
 std::span<const Writer> Writers();
 
-/// The writer of that name, or of that extension ("x.JSON"); null when there is none.
+/// The writer of that name or extension ("hugin", "net", ".net"), or of the file's extension
+/// ("x.JSON"); null when there is none.
 const Writer* FindWriter(std::string_view name);
 const Writer* FindWriterForFile(std::string_view fileName);
 

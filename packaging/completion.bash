@@ -18,7 +18,7 @@ _lumo_import() {
         values=$(sed -nE 's/^ +(-., )?(--[a-z-]+).*/\2/p; s/^ +(-.), .*/\1/p' <<<"$help")
         COMPREPLY=($(compgen -W "$values" -- "$word"))
     else
-        [ "$COMP_CWORD" -gt 1 ] || values='check convert explain'
+        [ "$COMP_CWORD" -gt 1 ] || values='check convert explain formats'
         _lumo_import_files "$word" "$before"
         COMPREPLY+=($(compgen -W "$values" -- "$word"))
     fi

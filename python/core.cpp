@@ -426,9 +426,9 @@ int WriteReplacing(const Net& net, const Writer& writer, const fs::path& path) {
     std::error_code failure;
     const fs::path real = fs::canonical(path, failure);
     const fs::path target = failure ? path : real;
-    fs::path beside = target;
-    beside += ".part" + std::to_string(::getpid()) + "-" +
-              std::to_string(reinterpret_cast<std::uintptr_t>(&failure));
+    const fs::path beside =
+        target.parent_path() / (".lumo-" + std::to_string(::getpid()) + "-" +
+                                std::to_string(reinterpret_cast<std::uintptr_t>(&failure)));
     const Leftover leftover{beside};
     const int error = WriteStream(net, writer, beside);
     if (error != 0) return error;

@@ -187,6 +187,11 @@ TEST_F(Cli, ConvertToFileStandardOutputAndFolder) {
     EXPECT_EQ(status.st_mode & 0777, 0640U);
     EXPECT_EQ(run("$L convert good.erg --to json -o -").out, text);
     EXPECT_EQ(run("$L convert good.erg --to json -o /dev/stdout").out, text);
+    EXPECT_EQ(run("$L convert good.erg --to .JSON -o -").out, text);
+    EXPECT_EQ(run("$L convert good.erg --to jso -o -").code, 64);
+    const std::string longest = std::string(250, 'n') + ".json";
+    EXPECT_EQ(run("$L convert good.erg -o " + longest).code, 0);
+    EXPECT_EQ(Slurp(folder / longest), text);
 
     fs::create_directory(folder / "all");
     const Outcome many = run("$L convert -j 2 good.erg errors.dsc none.net --to json -o all");
@@ -289,6 +294,14 @@ TEST_F(Cli, NoisyMaxQuestion) {
     EXPECT_TRUE(relation("--condense no")["table"].is_array());
     EXPECT_TRUE(relation("")["table"].is_array());
     EXPECT_NE(run("$L check '" + file + "'").err.find("--condense"), std::string::npos);
+}
+
+TEST_F(Cli, ListsTheFormats) {
+    const std::string table = run("$L formats").out;
+    for (const char* row :
+         {"\ndxpress   DXPress   yes   -      .dxp .dx\n",
+          "\njson      JSON      -     yes    .json\n", "\ndsc       DSC       yes   yes "})
+        EXPECT_NE(table.find(row), std::string::npos) << table;
 }
 
 TEST_F(Cli, ExplainsReports) {

@@ -1,0 +1,48 @@
+#include "app/formats.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "app/detect.h"
+#include "export/writers.h"
+#include "library/Utils.h"
+
+namespace lumo::app {
+namespace {
+
+struct Row {
+    std::string name, title, extensions;
+    bool isRead, isWritten;
+};
+
+std::vector<Row> Rows() {
+    std::vector<Row> rows;
+    for (const FormatInfo& format : Formats()) {
+        std::string extensions(format.extensions);
+        extensions.erase(extensions.find_last_not_of(' ') + 1).erase(0, 1);
+        rows.push_back({format.name, format.title, extensions, true, false});
+    }
+    for (const Writer& writer : Writers()) {
+        const auto row = std::ranges::find(rows, writer.name, &Row::name);
+        if (row == rows.end()) {
+            rows.push_back({writer.name, writer.title, writer.extension, false, true});
+        } else {
+            row->isWritten = true;
+        }
+    }
+    return rows;
+}
+
+}  // namespace
+
+std::string FormatTable() {
+    constexpr const char* line = "%-9s %-9s %-5s %-6s %s\n";
+    std::string table = Format(line, "name", "format", "read", "write", "extensions");
+    for (const Row& row : Rows()) {
+        table += Format(line, row.name.c_str(), row.title.c_str(), row.isRead ? "yes" : "-",
+                        row.isWritten ? "yes" : "-", row.extensions.c_str());
+    }
+    return table;
+}
+
+}  // namespace lumo::app
