@@ -53,6 +53,35 @@ void WriteNode(const PictureNode& node, std::ostream& out) {
         << ", tooltip=" << Quoted(NodeSummary(*node.node)) << "];\n";
 }
 
+/// The course as graphviz writes splines, y upwards: the tip after "e,", then the segments, which
+/// end where the arrow head begins.
+std::string Position(const PictureLink& link) {
+    std::vector<Point> course = link.course;
+    course.back() = ArrowBase(link);
+    if (link.isStraight()) course = {course[0], course[0], course[1], course[1]};
+    const auto pair = [](Point at) { return Decimal(at.x) + "," + Decimal(-at.y); };
+    std::string text = "e," + pair(link.to());
+    for (const Point at : course) text += " " + pair(at);
+    return text;
+}
+
+/// All links of the net, those that the picture draws with their courses.
+void WriteLinks(const Bnet_bn& net, const Picture& picture, std::ostream& out) {
+    auto drawn = picture.links.begin();
+    int child = 0;
+    for (const Bnode_bn* node : net.nodes) {
+        for (const Bnode_bn* parent : node->parents) {
+            out << "  " << Quoted(parent->name()) << " -> " << Quoted(node->name());
+            const bool isDrawn =
+                drawn != picture.links.end() && drawn->child == child &&
+                picture.nodes[static_cast<std::size_t>(drawn->parent)].node == parent;
+            if (isDrawn) out << " [pos=\"" << Position(*drawn++) << "\"]";
+            out << ";\n";
+        }
+        ++child;
+    }
+}
+
 void WriteGroup(const nodeset_bn& set, RGB color, std::ostream& out) {
     // The prefix keeps a set from being taken for a cluster, which would change the drawing.
     out << "  subgraph " << Quoted("group " + set.name()) << " {\n    label=" << Quoted(set.name())
@@ -75,9 +104,7 @@ void WriteDot(const ImportResult& result, std::ostream& out) {
         << ", fontsize=" << Decimal(font.size)
         << "];\n  edge [color=\"#5c6670\", arrowsize=0.8];\n";
     for (const PictureNode& node : picture.nodes) WriteNode(node, out);
-    for (const Bnode_bn* child : net.nodes)
-        for (const Bnode_bn* parent : child->parents)
-            out << "  " << Quoted(parent->name()) << " -> " << Quoted(child->name()) << ";\n";
+    WriteLinks(net, picture, out);
     const std::vector<RGB> colors = NodesetColors(net);
     for (std::size_t i = 0; i < colors.size(); ++i) WriteGroup(*net.nodesets()[i], colors[i], out);
     out << "}\n";

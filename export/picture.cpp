@@ -226,10 +226,11 @@ void AddLinks(Picture& picture) {
         for (const Bnode_bn* parent : to.node->parents) {
             const int place = places.at(parent);
             const PictureNode& from = picture.nodes[static_cast<std::size_t>(place)];
-            const PictureLink link{place, child, from.borderTowards(to.centre),
-                                   to.borderTowards(from.centre)};
-            const double inside = Distance(from.centre, link.from) + Distance(to.centre, link.to);
-            if (inside < Distance(from.centre, to.centre)) picture.links.push_back(link);
+            PictureLink link{
+                place, child, {from.borderTowards(to.centre), to.borderTowards(from.centre)}};
+            const double inside =
+                Distance(from.centre, link.from()) + Distance(to.centre, link.to());
+            if (inside < Distance(from.centre, to.centre)) picture.links.push_back(std::move(link));
         }
         ++child;
     }
@@ -309,14 +310,19 @@ std::vector<Point> HexagonCorners(Point centre, double halfWidth, double halfHei
             at(halfWidth, 0),  at(flat, halfHeight),   at(-flat, halfHeight)};
 }
 
+Point ArrowBase(const PictureLink& link) {
+    const Point tip = link.to();
+    const Point before = link.course[link.course.size() - 2];
+    const double part = ArrowLength / Distance(before, tip);
+    return {tip.x - (tip.x - before.x) * part, tip.y - (tip.y - before.y) * part};
+}
+
 std::vector<Point> ArrowHead(const PictureLink& link) {
-    const double length = Distance(link.from, link.to);
-    const double x = (link.to.x - link.from.x) / length;
-    const double y = (link.to.y - link.from.y) / length;
-    const Point base{link.to.x - x * ArrowLength, link.to.y - y * ArrowLength};
-    return {link.to,
-            {base.x - y * ArrowHalfWidth, base.y + x * ArrowHalfWidth},
-            {base.x + y * ArrowHalfWidth, base.y - x * ArrowHalfWidth}};
+    const Point tip = link.to();
+    const Point base = ArrowBase(link);
+    const double x = (tip.x - base.x) / ArrowLength * ArrowHalfWidth;
+    const double y = (tip.y - base.y) / ArrowLength * ArrowHalfWidth;
+    return {tip, {base.x - y, base.y + x}, {base.x + y, base.y - x}};
 }
 
 double TextWidth(std::string_view utf8, const PictureFont& font) {

@@ -50,11 +50,17 @@ struct PictureNode {
     double lineMiddle(std::size_t line, const PictureFont& font) const;
 };
 
-/// A link as drawn, from border to border. Links of nodes that overlap are not drawn.
+/// A link as drawn. Links of nodes that overlap are not drawn.
 struct PictureLink {
     int parent = 0;  ///< places in Picture::nodes
     int child = 0;
-    Point from, to;
+    /// From border to border: the two ends of a straight line, or cubic Bezier segments end to end,
+    /// which are the start and then, a segment each, two control points and an end.
+    std::vector<Point> course;
+
+    bool isStraight() const { return course.size() == 2; }
+    Point from() const { return course.front(); }
+    Point to() const { return course.back(); }
 };
 
 struct Picture {
@@ -75,6 +81,8 @@ std::vector<Point> HexagonCorners(Point centre, double halfWidth, double halfHei
 
 /// The corners of the link's arrow head; the first is its tip.
 std::vector<Point> ArrowHead(const PictureLink& link);
+/// The middle of the side of the head that is opposite its tip.
+Point ArrowBase(const PictureLink& link);
 
 /// The picture of the net, which stays as it is. Linear but for a layout that may be needed.
 Picture MakePicture(const Bnet_bn& net);

@@ -167,8 +167,9 @@ void WritePicture(JsonOut& json, const Picture& picture) {
     for (const PictureLink& link : picture.links) {
         json.number(link.parent);
         json.number(link.child);
-        for (const double value : {link.from.x, link.from.y, link.to.x, link.to.y})
-            Place(json, value);
+        json.number(static_cast<int>(link.course.size()));
+        for (const Point at : link.course)
+            for (const double value : {at.x, at.y}) Place(json, value);
     }
     json.close(']').close('}');
 }

@@ -21,6 +21,13 @@ std::string Corners(const std::vector<Point>& corners) {
     return path + "Z";
 }
 
+std::string Course(const PictureLink& link) {
+    std::string path = "M" + Pair(link.from()) + (link.isStraight() ? "L" : "C");
+    for (std::size_t i = 1; i < link.course.size(); ++i)
+        path += (i == 1 ? "" : " ") + Pair(link.course[i]);
+    return path;
+}
+
 /// The node's outline, `inset` inside its border; fill is "none" or a colour.
 std::string Outline(const PictureNode& node, double inset, const std::string& fill) {
     const double halfWidth = node.halfWidth - inset;
@@ -69,9 +76,8 @@ void WriteSvg(const ImportResult& result, std::ostream& out) {
         << "\">\n<title>" << XmlText(TitleOrName(*result.net)) << "</title>\n"
         << "<rect" << Attribute("x", picture.left) << Attribute("y", picture.top) << box
         << " fill=\"#ffffff\"/>\n";
-    out << "<g stroke=\"#5c6670\" stroke-width=\"1.2\">\n";
-    for (const PictureLink& link : picture.links)
-        out << "<path d=\"M" << Pair(link.from) << 'L' << Pair(link.to) << "\"/>\n";
+    out << "<g fill=\"none\" stroke=\"#5c6670\" stroke-width=\"1.2\">\n";
+    for (const PictureLink& link : picture.links) out << "<path d=\"" << Course(link) << "\"/>\n";
     out << "</g>\n<g stroke=\"#3c4650\" text-anchor=\"middle\"" << FontAttributes(picture.font)
         << ">\n";
     for (const PictureNode& node : picture.nodes) out << Node(node, picture.font);

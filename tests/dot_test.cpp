@@ -39,8 +39,8 @@ TEST(Dot, WholeNet) {
   "price" [label="price", shape=box, fillcolor="#ffffcc", fontcolor="#000000", pos="40,-50!", width=0.73, height=0.4, tooltip="price\ndecision\nstates: #0, #1\ngroups: cluster"];
   "sales" [label="Sales \"now\"", shape=ellipse, fillcolor="#fcf3cf", fontcolor="#000000", pos="40,-150!", width=1.53, height=0.53, peripheries=2, tooltip="Sales \"now\" (sales)\nnature, deterministic\nstates: #0, #1"];
   "gain" [label="gain", shape=hexagon, fillcolor="#ffffcc", fontcolor="#000000", pos="240,-150!", width=0.73, height=0.4, tooltip="gain\nutility\nstates: #0, #1\ngroups: cluster"];
-  "price" -> "sales";
-  "sales" -> "gain";
+  "price" -> "sales" [pos="e,40,-131 40,-64.5 40,-64.5 40,-122 40,-122"];
+  "sales" -> "gain" [pos="e,213.6,-150 94.91,-150 94.91,-150 204.6,-150 204.6,-150"];
   subgraph "group cluster" {
     label="cluster";
     color="#ffffcc";

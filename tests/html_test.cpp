@@ -86,7 +86,7 @@ TEST(Html, HoldsTheNodeAsAPersonNamesIt) {
     EXPECT_EQ(second["relation"]["parameters"], json::parse("[0.25,0.75,0.5,0.5]"));
     EXPECT_EQ(second["relation"]["table"].size(), 4U);
     EXPECT_EQ(data["groups"], json::parse(R"([{"name":"set","color":"#ffffcc"}])"));
-    EXPECT_EQ(data["picture"]["links"].size(), 6U);
+    EXPECT_EQ(data["picture"]["links"].size(), 7U);
 }
 
 TEST(Html, ReportsAreTiedToTheirNodeAndLine) {

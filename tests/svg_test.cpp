@@ -59,8 +59,8 @@ void ExpectSoundPicture(const Picture& picture) {
     }
     for (const PictureLink& link : picture.links) {
         const auto at = [&](int i) { return picture.nodes[static_cast<std::size_t>(i)]; };
-        EXPECT_NEAR(FromBorder(at(link.parent), link.from), 0, 1e-9);
-        EXPECT_NEAR(FromBorder(at(link.child), link.to), 0, 1e-9);
+        EXPECT_NEAR(FromBorder(at(link.parent), link.from()), 0, 1e-9);
+        EXPECT_NEAR(FromBorder(at(link.child), link.to()), 0, 1e-9);
         for (const Point corner : ArrowHead(link))
             for (const PictureNode& node : picture.nodes)
                 EXPECT_GE(FromBorder(node, corner), -1e-9) << "a head is on " << node.node->name();

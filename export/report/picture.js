@@ -5,8 +5,11 @@
 const canvas = byId('canvas');
 const pen = canvas.getContext('2d');
 const picture = data.picture;
-const links = picture.links;  // parent, child, x and y of both ends, one link after the other
-const linkFields = 6;
+// One link after the other: parent, child, number of points, and x and y of each. Two points make a
+// straight line; more are cubic Bezier segments: the start, then two control points and an end each.
+const links = picture.links;
+const linkStarts = [];
+for (let i = 0; i < links.length; i += 3 + 2 * links[i + 2]) linkStarts.push(i);
 const linksDrawnAtOnce = 40000;
 const view = {x: 0, y: 0, zoom: 1};  // the net's point at the canvas's top left corner
 let fitted = true;  // the whole net is to stay in view
@@ -100,40 +103,56 @@ function drawNode(index, withText) {
 
 function drawLinks(visible) {
     const chosen = [];
-    const total = links.length / linkFields;
-    const step = Math.max(1, Math.ceil(total / linksDrawnAtOnce));
+    const step = Math.max(1, Math.ceil(linkStarts.length / linksDrawnAtOnce));
     const heads = view.zoom > 0.25;
     const paint = (from, color, width, alpha) => {
         pen.strokeStyle = pen.fillStyle = color;
         pen.lineWidth = width / Math.min(1, view.zoom * 1.5);
         pen.globalAlpha = alpha;
         pen.beginPath();
-        from((i) => { pen.moveTo(links[i + 2], links[i + 3]); pen.lineTo(links[i + 4], links[i + 5]); });
+        from.forEach(course);
         pen.stroke();
         pen.beginPath();
-        if (heads) from(arrowHead);
+        if (heads) from.forEach(arrowHead);
         pen.fill();
         pen.globalAlpha = 1;
     };
-    const inView = (i) => Math.max(links[i + 2], links[i + 4]) >= visible.left &&
-        Math.min(links[i + 2], links[i + 4]) <= visible.right &&
-        Math.max(links[i + 3], links[i + 5]) >= visible.top &&
-        Math.min(links[i + 3], links[i + 5]) <= visible.bottom;
     // Of too many links some are drawn while the whole is in view.
-    const stride = view.zoom < 0.1 ? step * linkFields : linkFields;
-    for (let i = 0; i < links.length; i += linkFields)
+    const stride = view.zoom < 0.1 ? step : 1;
+    for (const i of linkStarts)
         if (links[i] === selected || links[i + 1] === selected) chosen.push(i);
     const drawn = [];
-    for (let i = 0; i < links.length; i += stride) if (inView(i)) drawn.push(i);
+    for (let n = 0; n < linkStarts.length; n += stride)
+        if (mayBeIn(visible, linkStarts[n])) drawn.push(linkStarts[n]);
     // The more there are, the fainter, so that the nodes stay in front.
     const alpha = Math.max(0.15, Math.min(1, 1500 / drawn.length));
-    paint((add) => drawn.forEach(add), colors.link, 1, alpha);
-    if (chosen.length > 0) paint((add) => chosen.forEach(add), colors.accent, 2, 1);
+    paint(drawn, colors.link, 1, alpha);
+    if (chosen.length > 0) paint(chosen, colors.accent, 2, 1);
+}
+
+/** Whether the box around a link's points meets the rectangle. */
+function mayBeIn(visible, i) {
+    let left = Infinity, top = Infinity, right = -Infinity, bottom = -Infinity;
+    for (let at = i + 3, end = at + 2 * links[i + 2]; at < end; at += 2) {
+        left = Math.min(left, links[at]);
+        right = Math.max(right, links[at]);
+        top = Math.min(top, links[at + 1]);
+        bottom = Math.max(bottom, links[at + 1]);
+    }
+    return right >= visible.left && left <= visible.right && bottom >= visible.top && top <= visible.bottom;
+}
+
+function course(i) {
+    const end = i + 3 + 2 * links[i + 2];
+    pen.moveTo(links[i + 3], links[i + 4]);
+    if (links[i + 2] === 2) return void pen.lineTo(links[i + 5], links[i + 6]);
+    for (let at = i + 5; at < end; at += 6) pen.bezierCurveTo(...links.slice(at, at + 6));
 }
 
 function arrowHead(i) {
-    const tipX = links[i + 4], tipY = links[i + 5];
-    const dx = tipX - links[i + 2], dy = tipY - links[i + 3];
+    const end = i + 3 + 2 * links[i + 2];
+    const tipX = links[end - 2], tipY = links[end - 1];
+    const dx = tipX - links[end - 4], dy = tipY - links[end - 3];
     const length = Math.hypot(dx, dy) || 1;
     const x = dx / length, y = dy / length;
     const baseX = tipX - x * picture.arrow[0], baseY = tipY - y * picture.arrow[0];
