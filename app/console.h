@@ -8,7 +8,7 @@
 
 #include "app/options.h"
 #include "export/result.h"
-#include "library/reports.h"
+#include "library/reports/reports.h"
 
 namespace lumo::app {
 

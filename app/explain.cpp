@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "app/detect.h"
 #include "export/result.h"
 #include "import/ForeignFile.h"
-#include "library/catalogue.h"
+#include "import/detect.h"
+#include "library/reports/catalogue.h"
 
 namespace lumo::app {
 namespace {

@@ -6,7 +6,7 @@
 #include <map>
 
 #include "export/text.h"
-#include "library/Utils.h"
+#include "library/utilities/Utils.h"
 
 namespace lumo::app {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "app/detect.h"
 #include "export/writers.h"
+#include "import/detect.h"
 
 namespace lumo::app {
 

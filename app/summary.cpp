@@ -5,8 +5,8 @@
 #include <map>
 #include <vector>
 
-#include "app/detect.h"
 #include "export/text.h"
+#include "import/detect.h"
 
 namespace lumo::app {
 namespace {

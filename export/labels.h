@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "library/netmodel.h"
+#include "library/model/netmodel.h"
 
 namespace lumo {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "library/Utils.h"
+#include "library/utilities/Utils.h"
 
 namespace lumo {
 namespace {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "library/netmodel.h"
+#include "library/model/netmodel.h"
 
 namespace lumo {
 

@@ -1,7 +1,7 @@
 // Positions for a file whose reader moves and scales the drawing.
 #pragma once
 
-#include "library/netmodel.h"
+#include "library/model/netmodel.h"
 
 namespace lumo {
 

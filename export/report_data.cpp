@@ -6,7 +6,7 @@
 #include "export/picture.h"
 #include "export/report.h"
 #include "export/text.h"
-#include "library/catalogue.h"
+#include "library/reports/catalogue.h"
 
 namespace lumo {
 namespace {

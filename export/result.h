@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "library/netmodel.h"
+#include "library/model/netmodel.h"
 
 namespace lumo {
 

@@ -5,7 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "library/netmodel.h"
+#include "library/model/netmodel.h"
 
 namespace lumo {
 

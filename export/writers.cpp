@@ -11,7 +11,7 @@
 #include "export/report.h"
 #include "export/svg.h"
 #include "export/xmlbif_writer.h"
-#include "library/Utils.h"
+#include "library/utilities/Utils.h"
 
 namespace lumo {
 namespace {

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "fuzz/properties.h"
+#include "import/tables.h"
 #include "tests/dialects.h"
 
 namespace lumo::fuzz {

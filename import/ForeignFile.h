@@ -4,14 +4,14 @@
 //     if (net != nullptr)
 //         for (const lumo::Bnode_bn* node : net->nodes) std::puts(node->name());
 //
-// Problems reach the application's ReportHandler (library/reports.h) while the call runs.
+// Problems reach the application's ReportHandler (library/reports/reports.h) while the call runs.
 #pragma once
 
 #include <memory>
 #include <string_view>
 
-#include "library/netmodel.h"
-#include "library/parser.h"
+#include "library/model/netmodel.h"
+#include "library/text/parser.h"
 
 namespace lumo {
 

@@ -16,6 +16,7 @@
 
 #include "import/ForeignFile.h"
 #include "import/readers.h"
+#include "import/tables.h"
 
 namespace lumo {
 

@@ -19,6 +19,7 @@
 #include "import/ForeignFile.h"
 #include "import/hugin_state.h"
 #include "import/readers.h"
+#include "import/tables.h"
 
 namespace lumo {
 

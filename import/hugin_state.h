@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <vector>
 
-#include "library/netmodel.h"
-#include "library/parser.h"
+#include "library/model/netmodel.h"
+#include "library/text/parser.h"
 
 namespace lumo::hugin {
 

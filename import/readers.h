@@ -2,8 +2,8 @@
 // empty net and returns its report: Okay_rept_kt, or the most severe that was recorded.
 #pragma once
 
-#include "library/netmodel.h"
-#include "library/parser.h"
+#include "library/model/netmodel.h"
+#include "library/text/parser.h"
 
 namespace lumo {
 
@@ -15,13 +15,5 @@ rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& draw
 
 /// A character as messages name it.
 inline const char* CharName(char c) { return CharName_kt(static_cast<unsigned char>(c)); }
-
-/// One VARIABLE or DEFINITION element of XML BIF into the net; errors are thrown. The start tag was
-/// read and these are its first attribute (empty when it has none); with a null name it is still to
-/// come.
-void ReadVariable(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute,
-                  const strin_kt* value);
-void ReadNode(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute,
-              const strin_kt* value);
 
 }  // namespace lumo

@@ -19,6 +19,7 @@
 
 #include "import/ForeignFile.h"
 #include "import/readers.h"
+#include "import/xmlbif.h"
 
 namespace lumo {
 

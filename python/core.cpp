@@ -15,12 +15,12 @@
 #include <sstream>
 #include <unordered_map>
 
-#include "app/detect.h"
 #include "export/describe.h"
 #include "export/json.h"
 #include "export/text.h"
 #include "export/writers.h"
 #include "import/ForeignFile.h"
+#include "import/detect.h"
 
 namespace lumo {
 namespace {
@@ -107,10 +107,10 @@ std::string StartOf(const std::string& file, std::size_t most) {
     return start;
 }
 
-Bnet_bn* Import(Net& result, const app::FormatInfo* format, const std::string_view* text) {
+Bnet_bn* Import(Net& result, const FormatInfo* format, const std::string_view* text) {
     const std::string start =
-        text == nullptr ? StartOf(result.file, app::DetectionWindow) : std::string();
-    if (format == nullptr) format = app::DetectFormat(text == nullptr ? start : *text, result.file);
+        text == nullptr ? StartOf(result.file, DetectionWindow) : std::string();
+    if (format == nullptr) format = DetectFormat(text == nullptr ? start : *text, result.file);
     if (format != nullptr) {
         result.format = format->name;
         result.formatCode = format->code;
@@ -160,18 +160,18 @@ std::string Names(const LIST& list) {
     return names;
 }
 
-const app::FormatInfo* FormatNamed(const OptionalText& name) {
+const FormatInfo* FormatNamed(const OptionalText& name) {
     if (!name) return nullptr;
-    const app::FormatInfo* format = app::FindFormat(std::string_view(*name));
+    const FormatInfo* format = FindFormat(std::string_view(*name));
     if (format == nullptr)
-        throw py::value_error("unknown format '" + *name + "'; there are " + Names(app::Formats()));
+        throw py::value_error("unknown format '" + *name + "'; there are " + Names(Formats()));
     return format;
 }
 
 /// Reads the text, or the file when there is none.
 SharedNet Read(const std::string& name, const std::string_view* text, const OptionalText& format,
                bool condense) {
-    const app::FormatInfo* const info = FormatNamed(format);
+    const FormatInfo* const info = FormatNamed(format);
     auto net = std::make_shared<Net>();
     net->file = name;
     Collector collector(*net, condense);
@@ -461,7 +461,7 @@ std::vector<std::string> WriteFile(const Net& net, const fs::path& path,
 
 py::dict FormatExtensions() {
     py::dict formats;
-    for (const app::FormatInfo& format : app::Formats()) {
+    for (const FormatInfo& format : Formats()) {
         const py::str extensions(std::string(format.extensions));
         formats[format.name] = py::tuple(extensions.attr("split")());
     }

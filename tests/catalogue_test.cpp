@@ -1,6 +1,6 @@
 // The catalogue of reports and the tables of the documentation, which are made of it: run with
 // LUMO_UPDATE=1 after a change, they are written anew.
-#include "library/catalogue.h"
+#include "library/reports/catalogue.h"
 
 #include <set>
 

@@ -1,5 +1,5 @@
 // Which format a text is taken for, by content and by name.
-#include "app/detect.h"
+#include "import/detect.h"
 
 #include <gtest/gtest.h>
 

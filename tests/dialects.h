@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "library/parser.h"
+#include "library/text/parser.h"
 
 namespace lumo::test {
 

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "picture_support.h"
+#include "tests/picture_support.h"
 
 namespace lumo {
 namespace {

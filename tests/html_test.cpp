@@ -6,7 +6,7 @@
 
 #include "export/report.h"
 #include "export/text.h"
-#include "picture_support.h"
+#include "tests/picture_support.h"
 
 namespace lumo {
 namespace {

@@ -1,5 +1,5 @@
 // The automatic layout: what every drawing must satisfy, and how good known drawings must be.
-#include "library/layout.h"
+#include "library/layout/layout.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,7 @@
 // The template readers: pairs, lists, data tables, probability vectors.
 #include <climits>
 
+#include "import/tables.h"
 #include "tests/parser_support.h"
 
 namespace lumo::test {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "export/result.h"
-#include "library/netmodel.h"
+#include "library/model/netmodel.h"
 
 namespace lumo::test {
 

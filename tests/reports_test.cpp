@@ -1,5 +1,5 @@
 // Reports: shown exactly once, within the budgets, at their place, also without memory.
-#include "library/reports.h"
+#include "library/reports/reports.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "library/Utils.h"
-#include "library/parser.h"
+#include "library/text/parser.h"
+#include "library/utilities/Utils.h"
 
 namespace {
 thread_local bool memoryIsOut = false;

@@ -9,7 +9,7 @@
 #include <map>
 #include <set>
 
-#include "app/detect.h"
+#include "import/detect.h"
 #include "tests/bif_reader.h"
 #include "tests/random_net.h"
 
@@ -30,7 +30,7 @@ std::vector<fs::path> FilesIn(const fs::path& folder) {
 ImportResult ReadAny(const fs::path& file) {
     ImportResult result;
     const std::string text = ReadFile(file.string());
-    const app::FormatInfo* format = app::DetectFormat(text, file.string());
+    const FormatInfo* format = DetectFormat(text, file.string());
     if (format == nullptr) return result;
     result = ReadBack(text, format->code, file.filename().c_str());
     result.format = format->name;

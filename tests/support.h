@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "import/ForeignFile.h"
-#include "library/catalogue.h"
+#include "library/reports/catalogue.h"
 #include "tests/consistency.h"
 
 namespace lumo::test {

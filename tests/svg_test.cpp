@@ -7,7 +7,7 @@
 
 #include "export/picture.h"
 #include "export/text.h"
-#include "picture_support.h"
+#include "tests/picture_support.h"
 
 namespace lumo {
 namespace {

@@ -15,8 +15,8 @@
 #include <thread>
 #include <unordered_set>
 
-#include "library/Utils.h"
-#include "library/reports.h"
+#include "library/reports/reports.h"
+#include "library/utilities/Utils.h"
 
 namespace lumo {
 namespace {

@@ -1,4 +1,5 @@
 // XML BIF 0.3: what texts become, and every report with its place.
+#include "import/xmlbif.h"
 #include "import/readers.h"
 #include "tests/support.h"
 

@@ -1,0 +1,207 @@
+// Detection works on tokens, with the comments of all formats left out, and returns a strength, so
+// that an opening that several formats share ("diagnostic network") is decided by what follows it.
+#include "import/detect.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "import/ForeignFile.h"
+
+namespace lumo {
+namespace {
+
+// Strengths, from a bare resemblance to certainty.
+constexpr int weak = 20;
+constexpr int fair = 50;
+constexpr int strong = 70;
+constexpr int certain = 90;
+
+struct Token {
+    enum Kind : unsigned char { word, quoted, punctuation } kind;
+    std::string text;  ///< in lower case
+    int depth;         ///< of braces
+};
+
+constexpr std::string_view blanks = " \t\r\n\f\v";
+constexpr std::string_view punctuationChars = "(){}[]=,;:|<>\"";
+constexpr std::string_view wordEnds = " \t\r\n\f\v(){}[]=,;:|<>\"";
+
+/// The text after white space, a byte-order mark and comments of any format.
+std::string_view SkipBlank(std::string_view text) {
+    const auto skipTo = [&text](std::string_view end) {
+        const std::size_t at = text.find(end);
+        text.remove_prefix(at == std::string_view::npos ? text.size() : at + end.size());
+    };
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    while (!text.empty()) {
+        if (text.starts_with('%') || text.starts_with("//")) {
+            text.remove_prefix(std::min(text.find_first_of("\r\n"), text.size()));
+        } else if (text.starts_with("/*")) {
+            skipTo("*/");
+        } else if (blanks.find(text.front()) != std::string_view::npos) {
+            text.remove_prefix(1);
+        } else {
+            break;
+        }
+    }
+    return text;
+}
+
+/// Length of the token at the start of a text that starts with one.
+std::size_t TokenLength(std::string_view text) {
+    if (text.front() == '"') {
+        std::size_t end = 1;
+        while (end < text.size() && text[end] != '"') end += text[end] == '\\' ? 2 : 1;
+        return std::min(end + 1, text.size());
+    }
+    if (punctuationChars.find(text.front()) != std::string_view::npos) return 1;
+    return std::min(text.find_first_of(wordEnds), text.size());
+}
+
+std::string Lower(std::string_view text) {
+    std::string out(text);
+    for (char& c : out)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+    return out;
+}
+
+std::vector<Token> Tokens(std::string_view text) {
+    std::vector<Token> tokens;
+    int depth = 0;
+    for (text = SkipBlank(text); !text.empty(); text = SkipBlank(text)) {
+        const std::string_view token = text.substr(0, TokenLength(text));
+        const bool isQuoted = token.front() == '"';
+        const bool isPunctuation = punctuationChars.find(token.front()) != std::string_view::npos;
+        if (token == "}") depth = std::max(depth - 1, 0);
+        tokens.push_back({isQuoted        ? Token::quoted
+                          : isPunctuation ? Token::punctuation
+                                          : Token::word,
+                          Lower(token), depth});
+        if (token == "{") ++depth;
+        text.remove_prefix(token.size());
+    }
+    return tokens;
+}
+
+bool IsWord(const std::vector<Token>& tokens, std::size_t i, std::string_view text) {
+    return i < tokens.size() && tokens[i].kind == Token::word && tokens[i].text == text;
+}
+
+/// Whether a block outside all braces, from the token on, starts with one of the words; `next` is
+/// the text that its second token must have, if any is wanted.
+bool HasBlock(const std::vector<Token>& tokens, std::size_t from,
+              std::initializer_list<std::string_view> words, std::string_view next = {}) {
+    for (std::size_t i = from; i < tokens.size(); ++i) {
+        if (tokens[i].depth > 0 || tokens[i].kind != Token::word) continue;
+        if (std::ranges::find(words, tokens[i].text) == words.end()) continue;
+        if (next.empty() || (i + 1 < tokens.size() && tokens[i + 1].text == next)) return true;
+    }
+    return false;
+}
+
+/// The place after a header "network NAME", with at most one word before it; 0 when there is none.
+std::size_t AfterNetworkHeader(const std::vector<Token>& tokens) {
+    const std::size_t at = IsWord(tokens, 0, "network") ? 0 : 1;
+    return IsWord(tokens, at, "network") && at + 1 < tokens.size() ? at + 2 : 0;
+}
+
+int HuginStrength(std::string_view start) {
+    const std::vector<Token> tokens = Tokens(start);
+    const bool isClass = IsWord(tokens, 0, "class");
+    if (!isClass && !IsWord(tokens, 0, "net")) return 0;
+    const std::size_t brace = isClass ? 2 : 1;
+    return tokens.size() > brace && tokens[brace].text == "{" ? certain : weak;
+}
+
+int DscStrength(std::string_view start) {
+    const std::vector<Token> tokens = Tokens(start);
+    const std::size_t body = AfterNetworkHeader(tokens);
+    if (body == 0) return HasBlock(tokens, 0, {"probability"}, "(") ? weak : 0;
+    if (HasBlock(tokens, body, {"node", "probability"})) return certain;
+    if (tokens.size() == body || tokens[body].text == "{") return fair;
+    return tokens[body - 1].kind == Token::quoted ? weak : 0;
+}
+
+int DXPressStrength(std::string_view start) {
+    const std::vector<Token> tokens = Tokens(start);
+    const std::size_t body = AfterNetworkHeader(tokens);
+    if (body == 0 || !IsWord(tokens, 0, "diagnostic")) return 0;
+    if (HasBlock(tokens, body, {"node", "probability"})) return 0;
+    const bool hasBlock =
+        HasBlock(tokens, body, {"kb", "nodes", "network", "faulthierarchy", "nodehierarchy"}, "{");
+    return hasBlock ? certain : fair;
+}
+
+/// A text that starts with a number of nodes and as many numbers of states.
+int ErgoStrength(std::string_view start) {
+    const std::vector<Token> tokens = Tokens(start.substr(0, 4096));
+    const auto isInteger = [](const Token& token) {
+        return token.text.find_first_not_of("0123456789") == std::string::npos;
+    };
+    const auto end = std::ranges::find_if_not(tokens, isInteger);
+    const auto integers = static_cast<std::size_t>(end - tokens.begin());
+    if (integers == 0) return 0;
+    const bool small = tokens[0].text.size() < 9;
+    const bool counted = small && integers > static_cast<std::size_t>(std::stoul(tokens[0].text));
+    return counted || integers == tokens.size() ? strong : weak;
+}
+
+int XMLBIFStrength(std::string_view start) {
+    if (!SkipBlank(start).starts_with('<')) return 0;
+    if (start.find("<BIF") != std::string_view::npos) return certain;
+    const std::string lower = Lower(start);
+    const bool mentioned =
+        lower.find("<bif") != std::string::npos || lower.find("<!doctype bif") != std::string::npos;
+    return mentioned ? fair : 0;
+}
+
+constexpr std::array formats = {
+    FormatInfo{FormatHugin, "hugin", "Hugin", " .net .oobn .hugin ", HuginStrength},
+    FormatInfo{FormatDsc, "dsc", "DSC", " .dsc ", DscStrength},
+    FormatInfo{FormatDXPress, "dxpress", "DXPress", " .dxp .dx ", DXPressStrength},
+    FormatInfo{FormatErgo, "ergo", "Ergo", " .erg .ergo ", ErgoStrength},
+    FormatInfo{FormatXMLBIF, "xmlbif", "XML BIF", " .xml .xbif .xmlbif .bifxml .bif ",
+               XMLBIFStrength},
+};
+
+bool HasExtension(const FormatInfo& format, std::string_view fileName) {
+    const std::size_t dot = fileName.rfind('.');
+    if (dot == std::string_view::npos || fileName.find('/', dot) != std::string_view::npos)
+        return false;
+    const std::string extension = " " + Lower(fileName.substr(dot)) + " ";
+    return format.extensions.find(extension) != std::string_view::npos;
+}
+
+}  // namespace
+
+std::span<const FormatInfo> Formats() { return formats; }
+
+const FormatInfo* FindFormat(std::string_view name) {
+    const auto* found = std::ranges::find(formats, name, &FormatInfo::name);
+    return found == formats.end() ? nullptr : found;
+}
+
+const FormatInfo* FindFormat(int code) {
+    const auto* found = std::ranges::find(formats, code, &FormatInfo::code);
+    return found == formats.end() ? nullptr : found;
+}
+
+const FormatInfo* DetectFormat(std::string_view start, std::string_view fileName) {
+    start = start.substr(0, DetectionWindow);
+    const FormatInfo* best = nullptr;
+    int most = 0;
+    for (const FormatInfo& format : formats) {
+        // The extension weighs less than any difference between two strengths.
+        const int strength = format.strength(start) + (HasExtension(format, fileName) ? 1 : 0);
+        if (strength > most) {
+            most = strength;
+            best = &format;
+        }
+    }
+    return best;
+}
+
+}  // namespace lumo

@@ -1,0 +1,32 @@
+// Which format a file is in.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+namespace lumo {
+
+/// A format as people name it.
+struct FormatInfo {
+    int code;                                 ///< ForeignFormatEN
+    const char* name;                         ///< for --from and the JSON
+    const char* title;                        ///< for people
+    std::string_view extensions;              ///< each with its dot, between blanks
+    int (*strength)(std::string_view start);  ///< how much a text's start looks like it, 0 to 100
+};
+
+std::span<const FormatInfo> Formats();
+
+/// The format of that name or code; null when there is none.
+const FormatInfo* FindFormat(std::string_view name);
+const FormatInfo* FindFormat(int code);
+
+/// As much of a file's start as detection looks at, in bytes.
+inline constexpr std::size_t DetectionWindow = 64 * 1024;
+
+/// The format that the start of the text looks most like; between equals, and for a text that looks
+/// like none, the file name's extension decides. Null when that is unknown as well.
+const FormatInfo* DetectFormat(std::string_view start, std::string_view fileName);
+
+}  // namespace lumo

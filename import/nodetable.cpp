@@ -1,0 +1,250 @@
+// ParseNodeTable: a node's data table, in the nesting of parentheses that its writer chose.
+#include <algorithm>
+#include <vector>
+
+#include "import/tables.h"
+#include "library/text/tokens.h"
+
+namespace lumo {
+
+namespace {
+
+/// Compares the written nesting with the sizes of parents and node. A list is in order when it
+/// holds as many numbers as some levels together from the innermost out, and starts at a multiple
+/// of that: flat lists, merged levels and a needless pair around a single list are in order, a list
+/// that groups by another parent than the header is not. Lists that start at the same number share
+/// a frame, so a million '(' in a row cost nothing.
+class ShapeCheck {
+public:
+    ShapeCheck(const Bnode_bn& node, bool hasStates) : node_(node) {
+        const std::size_t most = static_cast<std::size_t>(node.parents.N) + 2;
+        levels_.reserve(most);
+        stack_.reserve(most);
+        long long span = 1;
+        const auto addLevel = [&](const Bnode_bn& level) {
+            if (level.numStates() < 2 || span > MaxTableEntries) return;
+            levels_.push_back({&level, span});
+            span *= level.numStates();
+        };
+        if (hasStates) addLevel(node);
+        for (int i = node.parents.N - 1; i >= 0; --i) addLevel(*node.parents[i]);
+        levels_.push_back({nullptr, span});
+    }
+
+    void open(long long index, ParserPos_kt place) {
+        ++depth_;
+        if (stack_.empty() || stack_.back().start != index || stack_.back().lists > 0) {
+            if (stack_.size() >= MostFrames)
+                return fail("the data list is nested too deeply", place);
+            stack_.push_back({index});
+        }
+        ++stack_.back().pairs;
+    }
+
+    void numbers(int count, ParserPos_kt place) {
+        if (count == 0 || stack_.empty()) return;
+        if (stack_.back().lists > 0) return fail("numbers stand beside lists", place);
+        stack_.back().hasNumbers = true;
+    }
+
+    void close(long long index, ParserPos_kt place) {
+        if (depth_ == 0) return fail("a ')' closes nothing", place);
+        --depth_;
+        if (stack_.empty()) return;
+        Frame& frame = stack_.back();
+        if (frame.lists != 1 || frame.hasNumbers) check(frame, index, place);
+        frame.hasNumbers = false;
+        frame.lists = 1;  // itself, in the next pair around it
+        if (--frame.pairs > 0) return;
+        stack_.pop_back();
+        if (stack_.empty()) return;
+        if (stack_.back().hasNumbers) return fail("numbers stand beside lists", place);
+        ++stack_.back().lists;
+    }
+
+    /// The first contradiction found; empty when there is none.
+    const std::string& problem() const { return problem_; }
+    ParserPos_kt place() const { return place_; }
+    int depth() const { return depth_; }
+
+private:
+    struct Level {
+        const Bnode_bn* node;  ///< whose states its list holds; null: the whole table
+        long long span;        ///< numbers of one state
+    };
+    struct Frame {
+        long long start;      ///< index of its first number
+        int pairs = 0;        ///< open pairs that start there
+        long long lists = 0;  ///< closed within the innermost of them
+        bool hasNumbers = false;
+    };
+    static constexpr std::size_t MostFrames = 1000;
+
+    void fail(std::string problem, ParserPos_kt place) {
+        if (!problem_.empty()) return;
+        problem_ = std::move(problem);
+        place_ = place;
+    }
+
+    void check(const Frame& frame, long long end, ParserPos_kt place) {
+        const long long span = end - frame.start;
+        if (frame.start == lastEnd_ && span == lastSpan_) {  // the next one like a list in order
+            lastEnd_ = end;
+            return;
+        }
+        const auto fits = [&](const Level& level) { return level.span == span; };
+        const bool inOrder = span > 0 && frame.start % span == 0 &&
+                             std::any_of(levels_.begin(), levels_.end(), fits);
+        if (inOrder) {
+            lastEnd_ = end;
+            lastSpan_ = span;
+        }
+        if (inOrder || !problem_.empty()) return;
+        const long long held = frame.lists > 0 ? frame.lists : span;
+        const long long part = frame.lists > 0 ? span / frame.lists : 1;
+        // The level whose parts these are, or the outermost whose parts are smaller.
+        auto level = levels_.begin();
+        while (level + 1 != levels_.end() && (level + 1)->span <= part) ++level;
+        const int states = level->node != nullptr ? level->node->numStates() : 1;
+        const char* const name = level->node != nullptr ? level->node->name() : node_.name();
+        const char* const what = frame.lists > 0 ? "lists" : "numbers";
+        fail(Format("a list at the level of '%s' holds %lld %s, but %d were expected", name, held,
+                    what, states),
+             place);
+    }
+
+    const Bnode_bn& node_;
+    std::vector<Level> levels_;  ///< from the innermost out, by growing span
+    std::vector<Frame> stack_;
+    long long lastEnd_ = -1;  ///< of the last list in order
+    long long lastSpan_ = 0;
+    int depth_ = 0;
+    std::string problem_;
+    ParserPos_kt place_ = nullptr;
+};
+
+class NodeTableReader {
+public:
+    NodeTableReader(Parser_kt& in, const Bnode_bn& node, bool hasStates)
+        : in_(in), node_(node), shape_(node, hasStates) {
+        if (hasStates) wanted_ = node.numStates();
+        wanted_ *= NumProduct(node.parents);
+    }
+
+    XArray<float> read() {
+        in_.peekPunc();
+        const ParserPos_kt start = in_.getPos();
+        allocate();
+        while (item()) {
+        }
+        checkCount();
+        warnOfShape(start);
+        return std::move(table_);
+    }
+
+private:
+    /// No memory is taken for numbers that the rest of the file cannot hold; they are only counted.
+    void allocate() {
+        if (wanted_ > MaxTableEntries)
+            throw in_.makeError(num::tableTooLarge,
+                                "the table of >-node '%s' needs %lld entries, the limit is %d",
+                                node_.name(), wanted_, MaxTableEntries);
+        constexpr int bytesPerNumber = 2;
+        if (wanted_ > in_.bytesLeft() / bytesPerNumber + 1) return;
+        table_ = NewXArray<float>(wanted_);
+        if (table_ != nullptr) return;
+        rept_kt* const error =
+            newerr_mem_kt(num::outOfMemory, static_cast<double>(wanted_) * sizeof(float),
+                          "for the table of >-node '%s'", node_.name());
+        in_.setError(error);
+        throw error;
+    }
+
+    /// Reads brackets, a comma or a run of numbers; false at the end of the value.
+    bool item() {
+        passBrackets();
+        switch (in_.peekPunc()) {
+            case '(':
+            case ')':
+                return true;
+            case ',':
+                in_.skipChar();
+                return true;
+            case ';':
+            case '}':
+            case 0:
+                return false;
+            default:
+                if (readRun() == 0) throw MakeNumberError(in_, num::notANumber);
+                return true;
+        }
+    }
+
+    /// Passes over brackets between which are only blanks: every second token of most tables.
+    void passBrackets() {
+        ParserPos_kt p = in_.getPos();
+        for (;; ++p) {
+            if (*p == '(') {
+                shape_.open(count_, p);
+            } else if (*p == ')') {
+                shape_.close(count_, p);
+            } else if (*p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') {
+                break;
+            }
+        }
+        in_.setPos(p);
+    }
+
+    int readRun() {
+        float passed[64];
+        const bool store = table_ != nullptr && count_ < wanted_;
+        float* const out = store ? table_.get() + count_ : passed;
+        const long long room = store ? wanted_ - count_ : count_ == wanted_ ? 1 : 64;
+        const int run = in_.readFloats(out, static_cast<int>(room), CommasEN::may);
+        shape_.numbers(run, in_.tokenStart());
+        if (run == 1 && count_ == wanted_) firstExtra_ = in_.tokenStart();
+        count_ += run;
+        return run;
+    }
+
+    void checkCount() {
+        if (count_ == wanted_) return;
+        in_.setTokenStart(firstExtra_ != nullptr ? firstExtra_ : in_.getPos());
+        throw in_.makeError(num::badTable,
+                            "the data of >-node '%s' should be %lld numbers, but %lld were read",
+                            node_.name(), wanted_, count_);
+    }
+
+    void warnOfShape(ParserPos_kt start) {
+        const bool unclosed = shape_.depth() > 0;
+        if (shape_.problem().empty() && !unclosed) return;
+        const ParserPos_kt after = in_.tokenStart();
+        in_.setTokenStart(shape_.problem().empty() ? start : shape_.place());
+        if (shape_.problem().empty())
+            in_.makeWarning(num::tableShape, "%d '(' of the data list are not closed",
+                            shape_.depth());
+        else
+            in_.makeWarning(num::tableShape, "%s; the numbers are taken in their written order",
+                            shape_.problem().c_str());
+        in_.setTokenStart(after);
+    }
+
+    Parser_kt& in_;
+    const Bnode_bn& node_;
+    ShapeCheck shape_;
+    long long wanted_ = 1;
+    long long count_ = 0;
+    XArray<float> table_;
+    ParserPos_kt firstExtra_ = nullptr;
+};
+
+}  // namespace
+
+void ParseNodeTable(Parser_kt& in, unsigned char** table, int, bool hasStates, Bnode_bn& node,
+                    const char* const*, int, bool, int) {
+    *table = nullptr;
+    XArray<float> numbers = NodeTableReader(in, node, hasStates).read();
+    *table = reinterpret_cast<unsigned char*>(numbers.release());
+}
+
+}  // namespace lumo

@@ -1,0 +1,24 @@
+// What several readers share that knows both the text and the net: probability vectors and tables.
+#pragma once
+
+#include "library/model/netmodel.h"
+#include "library/text/parser.h"
+
+namespace lumo {
+
+/// One probability vector of the variable's number of states, from its first number to before the
+/// ';' (or '}') that ends it; in parentheses or not. Every entry of out is set and finite. Records
+/// nothing and does not throw; returns problem bits.
+int ParseBelVec(Parser_kt& in, float* out, const Varbl_bn& variable, char);
+
+/// A Hugin data table for the node and its present parents, at any nesting of parentheses, also
+/// flat, with commas and comments between the numbers; the whole value up to before its ';'. On
+/// return *table is a new table from xmallocf_kt that the caller owns, in model order. hasStates:
+/// one entry per state and parent configuration, else one per parent configuration. Throws (after
+/// makeError) when the count is wrong (how many wanted, how many read, where), a token is no
+/// number, or the table is above MaxTableEntries; *table is null then. Parentheses that contradict
+/// the parents' sizes are a warning (tableShape). The other arguments are 10, null, 0, false, 14.
+void ParseNodeTable(Parser_kt& in, unsigned char** table, int, bool hasStates, Bnode_bn& node,
+                    const char* const*, int, bool, int);
+
+}  // namespace lumo

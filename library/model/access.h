@@ -1,0 +1,152 @@
+// What the model's own files share: the inside of a net and of its nodes. Private to the library.
+#pragma once
+
+#include <cstdlib>
+#include <deque>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "library/model/nameindex.h"
+#include "library/model/netmodel.h"
+
+namespace lumo {
+
+/// Entries that tables of one net may get without being in the file number by number: rows set by
+/// wildcards, rows left out, noisy-max expansions. A short file cannot buy more than that.
+inline constexpr long long MaxFilledEntries = 4LL * MaxTableEntries;
+
+/// Frees what std::calloc gave.
+struct CFree {
+    void operator()(void* block) const { std::free(block); }
+};
+/// An array of texts; they stand behind it in the same block, or in the net's text store.
+using StoredTexts = std::unique_ptr<char*[], CFree>;
+
+/// What few nodes have.
+struct Bnode_bn::Extras {
+    std::vector<UserField> fields;
+    std::unordered_map<std::string, std::size_t> fieldPlaces;  // used once there are many
+    std::vector<nodeset_bn*> nodesets;
+    const char* identity = nullptr;  // when it is not the name; in the net's text store
+};
+
+/// A link, as a member of the list of the parent's links.
+struct ChildLink {
+    int child;
+    int next;
+};
+
+/// Working storage of one side of a search for a cycle.
+struct LinkSearchStore {
+    std::vector<Bnode_bn*> found, open;
+};
+
+struct Bnet_bn::Index {
+    Index();
+
+    TextStore texts;
+
+    // Names.
+    NodeIndex names;
+    NodeIndex identities;  // of the nodes whose identity is not their name
+    std::unordered_map<std::string, long long> nextSuffix;
+    int lastMadeUp = 0;
+    const Bnode_bn* stateNamesOf = nullptr;  // the node whose state names are in stateNames
+    std::unique_ptr<UniqueNames_kt> stateNames;
+
+    // Links. Only appended to: a link that is older than its child's linksFrom_ counts no more.
+    std::deque<ChildLink> links;
+    std::unordered_set<std::uint64_t> pairs;  // links of children with many parents
+    int orderFirst = -1, orderLast = -1;
+    unsigned stamp = 0;
+    LinkSearchStore forward, backward;
+
+    // Node sets.
+    std::vector<OwnedNodeset> nodesets;
+    std::unordered_map<std::string_view, nodeset_bn*> nodesetsByName;
+
+    long long filledEntries = 0;
+};
+
+struct ModelAccess {
+    static Bnet_bn::Index& index(const Bnet_bn& net) { return *net.index_; }
+    static Bnet_bn::Index& index(const Bnode_bn& node) { return index(node.net()); }
+    static Bnode_bn::Extras& extras(Bnode_bn& node);
+    static void changed(const Bnode_bn& node) { ++node.net().changeMarker; }
+
+    // Names (netmodel.cpp).
+    static const char* nameOf(const Bnode_bn& node) { return node.variable.name; }
+    static const char* identityOf(const Bnode_bn& node) { return node.extras_->identity; }
+    static Bnode_bn* identified(const Bnet_bn& net, std::string_view text);
+    static bool nameIsFree(Bnet_bn& net, const std::string& name);
+    static std::string madeUpName(Bnet_bn& net);
+    static std::string uniqueName(Bnet_bn& net, std::string_view text);
+    static void setName(Bnode_bn& node, std::string_view name);
+    static void setIdentity(Bnode_bn& node, const char* text);
+    static void nameNode(Bnode_bn& node, const char* text);
+    static void addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position);
+    static rept_kt* newNode(const char* name, int states, Bnet_bn& net, coord_kt position,
+                            Bnode_bn*& out);
+    static rept_kt* setLabel(Bnode_bn& node, char* label);
+    static nodeset_bn* newNodeset(Bnet_bn& net, std::string name);
+
+    // Nodes (node.cpp).
+    static StoredTexts storeTexts(char** texts, int count);
+    static UniqueNames_kt& stateNames(Bnode_bn& node);
+    static void forgetStateNames(Bnode_bn& node);
+    static void dropTables(Bnode_bn& node);
+
+    // Links (links.cpp).
+    enum class LinkEN { added, again, self, cycle };
+    class ChildWalk;
+    template <class Before>
+    class SearchSide;
+    class LinkSearch;
+    static void appendToOrder(Bnode_bn& node);
+    static bool isParent(const Bnode_bn& parent, const Bnode_bn& child);
+    static void fitParents(Bnode_bn& node);
+    static void appendParent(Bnode_bn& parent, Bnode_bn& child);
+    static LinkEN link(Bnode_bn& parent, Bnode_bn& child);
+    static void unlinkParents(Bnode_bn& child);
+    static std::unordered_set<const Bnode_bn*> descendants(Bnode_bn& node);
+
+    // Tables (relation.cpp).
+    static rept_kt* checkTableSize(const Bnode_bn& node, int& entries);
+    static rept_kt* chargeFilled(const Bnode_bn& node, long long entries);
+};
+
+/// Walks a node's children, cutting out links that were replaced meanwhile.
+class ModelAccess::ChildWalk {
+public:
+    explicit ChildWalk(Bnode_bn& parent) : net_(&parent.net()), place_(&parent.firstChild_) {}
+
+    /// The next child, null after the last.
+    Bnode_bn* next() {
+        std::deque<ChildLink>& links = index(*net_).links;
+        while (*place_ >= 0) {
+            const int id = *place_;
+            ChildLink& at = links[static_cast<std::size_t>(id)];
+            Bnode_bn* child = net_->nodes[at.child];
+            if (id >= child->linksFrom_) {
+                place_ = &at.next;
+                return child;
+            }
+            *place_ = at.next;
+        }
+        return nullptr;
+    }
+
+private:
+    Bnet_bn* net_;
+    int* place_;  // where the number of the next link stands
+};
+
+/// Entries of the node's full table: rows times states; not bounded.
+double TableEntries(const Bnode_bn& node);
+
+/// The row in words, "A=yes, B=no"; empty for a node without parents.
+std::string RowText(const Bnode_bn& node, int row);
+
+}  // namespace lumo

@@ -1,0 +1,104 @@
+// The drawing side of a net: visual nodes and their moves, extent, fonts, node-set styles.
+
+#include <algorithm>
+#include <cstring>
+
+#include "library/model/netmodel.h"
+
+namespace lumo {
+
+namespace {
+
+/// Labels longer than this are cut in pictures; boxes do not grow with them.
+constexpr int MaxDrawnCharacters = 40;
+constexpr int MinDrawnCharacters = 6;
+constexpr int CharacterWidth = 7;
+constexpr int BoxPadding = 16;
+constexpr int BoxHeight = 30;
+
+int ClampedSum(int a, int b) {
+    const long long sum = static_cast<long long>(a) + b;
+    return static_cast<int>(std::clamp<long long>(sum, INT_MIN, INT_MAX));
+}
+
+coord_kt ClampedSum(coord_kt a, coord_kt b) { return {ClampedSum(a.x, b.x), ClampedSum(a.y, b.y)}; }
+
+}  // namespace
+
+// ---- Fonts and styles ----------------------------------------------------------------------
+
+Fontobjv* NewFont_fc(const char* face, int size, const fontspec_kt* base) {
+    auto font = std::make_unique<Fontobjv>();
+    if (base != nullptr) font->spec_ = *base;
+    if (face != nullptr) font->spec_.face = face;
+    if (size != -1) font->spec_.size = size;
+    return font.release();
+}
+
+void FreeFont_fc(const Fontobjv* font) { delete font; }
+
+void NodesetStyle::setName(const char* text) {
+    const std::string_view whole = text == nullptr ? std::string_view() : text;
+    const std::string_view kept = whole.substr(0, sizeof name - 1);
+    std::memset(name, 0, sizeof name);
+    std::copy(kept.begin(), kept.end(), name);
+}
+
+coord_kt NodeSize(int labelLength) {
+    const int characters = std::clamp(labelLength, MinDrawnCharacters, MaxDrawnCharacters);
+    return {characters * CharacterWidth + BoxPadding, BoxHeight};
+}
+
+// ---- Visual nodes --------------------------------------------------------------------------
+
+void Vnode_kt::moveBy(coord_kt offset, int) { shiftBy(offset); }
+
+void Vnode_kt::shiftBy(coord_kt offset) { position = ClampedSum(position, offset); }
+
+void SetNodeVisPosition_ibn(Bnode_bn& node, coord_kt position, Vnet_kt* vnet) {
+    // A node's visual nodes stand in the order of the net's visual nets.
+    const vect_kt<Vnet_kt*>& vnets = node.net().vnets;
+    const auto place =
+        vnet == nullptr ? vnets.begin() : std::find(vnets.begin(), vnets.end(), vnet);
+    const auto index = place - vnets.begin();
+    if (index < node.vns.N) node.vns[static_cast<int>(index)]->position = position;
+}
+
+// ---- Visual nets ---------------------------------------------------------------------------
+
+Vnet_kt::Vnet_kt(Bnet_bn* net) : font(NewFont_fc(nullptr, -1, nullptr)), net_(net) {}
+
+Vnet_kt::~Vnet_kt() { FreeFont_fc(font); }
+
+void Vnet_kt::findExtent(rect_kt& out) const {
+    out = {};
+    if (!vnodes.hasSome()) return;
+    const coord_kt first = vnodes[0]->position;
+    out = {first.x, first.y, first.x, first.y};
+    for (const Vnode_kt* vnode : vnodes) {
+        const coord_kt at = vnode->position;
+        out.left = std::min(out.left, at.x);
+        out.top = std::min(out.top, at.y);
+        out.right = std::max(out.right, at.x);
+        out.bottom = std::max(out.bottom, at.y);
+    }
+}
+
+void Vnet_kt::adjustDrawingSizeToFit(coord_kt margin) {
+    rect_kt extent;
+    findExtent(extent);
+    extentWidth = std::max(0, ClampedSum(extent.right, margin.x));
+    extentHeight = std::max(0, ClampedSum(extent.bottom, margin.y));
+}
+
+void Vnet_kt::setNodesetStyles(const vect_kt<NodesetStyle>& styles, undo_vnetNodesets*) {
+    nodesetStyles = styles;
+}
+
+void Vnet_kt::reformAllAndRedraw(bool, bool, int) {
+    if (net_ != nullptr && vnodes.N != net_->nodes.N) {
+        FailAssert_kt("vnodes.N == nodes.N", "drawing", __LINE__);
+    }
+}
+
+}  // namespace lumo

@@ -1,0 +1,497 @@
+// The net model: nets, nodes with their states, links and tables, node sets, and the drawing side.
+//
+// Ownership: a net owns everything in it. Strings handed over as char* are new[] and become the
+// model's, also when the call fails; arrays of strings likewise, strings included; tables handed
+// over as float* come from xmallocf_kt and become the model's, also when the call fails. const
+// arguments are only read. Getters of text may give null: "absent".
+//
+// Reports: operations that return a rept_kt* return Okay_rept_kt or an error that was made but not
+// shown (the caller records or throws it); warnings are shown by the operation itself.
+//
+// Threads: nothing here is global; nets in different threads do not meet. One net, one thread.
+#pragma once
+
+#include <climits>
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "library/reports/reports.h"
+#include "library/utilities/Utils.h"
+#include "library/utilities/geometry.h"
+
+namespace lumo {
+
+class Bnet_bn;
+class Bnode_bn;
+class Vnet_kt;
+class nodeset_bn;
+struct Reln_bn;
+
+// ---- Limits and enumerations ---------------------------------------------------------------
+
+inline constexpr int MaxTableEntries = 1 << 27;  ///< entries of one table
+inline constexpr int MaxStates = 1'000'000;      ///< states of one node
+inline constexpr int MaxNodesets = 10'000;       ///< node sets of one net
+
+enum NodeKindEN : int { NatureNode = 1, DecisionNode = 3, UtilityNode = 4 };
+enum VarDiscreteEN : int { DiscreteVar = 0, ContinuousVar = 1 };
+enum CheckEN : int { CheckFull = 3 };  ///< the one level of checking that setters are called with
+
+/// How a relation is held.
+enum class RelnKindEN : unsigned char {
+    none,           ///< no table
+    table,          ///< probabilities (or counts not yet normalised)
+    deterministic,  ///< probabilities whose rows are all 0/1
+    noisyMax,       ///< noisy-max parameters, with the full table unless condensed
+    real,           ///< real values, one per parent configuration (utility nodes)
+};
+
+// ---- Lists and products --------------------------------------------------------------------
+
+/// A list of nodes; borrowed.
+class BndList_bn : public vect_kt<Bnode_bn*> {};
+
+/// Product of the nodes' numbers of states, 1 for an empty list; saturates at INT_MAX.
+int NumProduct(const BndList_bn& list);
+
+/// Number of noisy-max parameters of the node: its states x (1 + sum over parents of (parent states
+/// - 1)); saturates at INT_MAX.
+int NumCIParams(const Bnode_bn& node);
+
+/// Appends the nodes' names joined by the separator, up to `limit` characters in all ("..." then).
+void NodeNamesToStr(const BndList_bn& list, const char* separator, int limit, strin_kt& out);
+
+// ---- Variables -----------------------------------------------------------------------------
+
+/// A node's variable. Changed through the node only, which owns its texts.
+struct Varbl_bn {
+    char* name = nullptr;          ///< a legal name, unique in the net
+    char** stateNames = nullptr;   ///< null, or numStates entries, each legal and distinct, or null
+    char** stateTitles = nullptr;  ///< null, or numStates entries, each may be null
+    char** stateComments = nullptr;  ///< null, or numStates entries, each may be null
+    double* levels = nullptr;        ///< null, or numLevels values, from new[]
+    int numStates = 2;               ///< 0 for a variable without states
+    int numLevels = 0;  ///< numStates: the states' values; numStates + 1: the bounds of intervals
+    bool discrete = true;  ///< false: continuous (numStates intervals when it has any)
+
+    Varbl_bn() = default;
+    Varbl_bn(const Varbl_bn&) = delete;
+    Varbl_bn& operator=(const Varbl_bn&) = delete;
+    ~Varbl_bn();
+};
+
+/// Bytes that a buffer for statetostr1 needs.
+inline constexpr int StateTextSize = MaxNameLength + 1;
+
+/// Writes the state's name into buffer (StateTextSize bytes) and returns it. A state without a name
+/// gives its title cut to fit, else its value, else "#k" with its index.
+char* statetostr1(int state, const Varbl_bn& variable, char* buffer);
+
+// ---- Relations -----------------------------------------------------------------------------
+// Tables are row-major: one row per combination of parent states, the child's state fastest, the
+// last parent next, the first parent slowest. Experience: one value per row.
+
+/// A node's probability relation. Embedded in its node.
+struct Reln_bn {
+    Bnode_bn* node = nullptr;  ///< the node it belongs to
+    RelnKindEN kind = RelnKindEN::none;
+    bool rowsNormalized = false;  ///< every row of probs is known to sum to 1 (or to 0)
+    bool rowAgainTold = false;    ///< the warning about a row given twice was shown
+    bool noiseTold = false;       ///< the warning about rounding noise was shown
+    float* probs = nullptr;       ///< full table, rows x states; null for none, real, condensed
+    float* exper = nullptr;       ///< experience, one per row; may be null
+    float* reals = nullptr;       ///< real table, one per row (times the states, if there are any)
+    double* params = nullptr;     ///< noisy-max parameters, NumCIParams of the node
+    unsigned char* rowMarks = nullptr;  ///< while rows are set singly: how each was given
+
+    Reln_bn() = default;
+    Reln_bn(const Reln_bn&) = delete;
+    Reln_bn& operator=(const Reln_bn&) = delete;
+    ~Reln_bn();
+
+    /// Drops tables, parameters and experience: kind none.
+    void clear();
+
+    /// Installs a real table (one value per parent configuration; owned from now on), dropping what
+    /// was there. The second argument is null. Returns an error for a value that is not finite.
+    rept_kt* setRealTable(float* table, Reln_bn*);
+
+    /// Sets or removes (null) the experience table (one value per row; owned from now on).
+    void setExperTable(float* table);
+
+    /// Scales every row of probs to sum 1 and multiplies the row's experience by its former sum,
+    /// creating the experience table (all 1) when there was none. A row of sum 0 stays, with one
+    /// warning a node.
+    void normalize_();
+
+    /// Makes the relation deterministic when every row holds one 1 and zeros otherwise (tested
+    /// exactly). Returns whether it did. The bool is false.
+    bool makeDeterminFromProbs(bool);
+};
+
+/// Scales each of `rows` rows of `states` values to sum 1; rows that sum to zero stay as they are.
+/// Returns the number of such rows. Sums are taken in double.
+int NormalizeBelvecTable(float* table, int states, int rows);
+
+/// Rounds each value within the tolerance of an integer to it; a null table is nothing.
+void SnapToInteger_kt(float* values, int count, double tolerance);
+
+/// The noisy-max probability table by its definition: state 0 is every parent's neutral state and
+/// the child's lowest state. Parameters: parents in link order, each parent's states from 1 up, one
+/// distribution over the child's states each, then the leak distribution. Row i of the result is
+/// the distribution of the maximum of independent draws, one from each parent not in its state 0,
+/// and one from the leak. out holds rows x states entries.
+void ExpandNoisyMax(const double* params, int childStates, const int* parentStates, int parents,
+                    float* out);
+
+// ---- Nodes ---------------------------------------------------------------------------------
+
+struct Vnode_kt;
+
+/// A node's visual nodes: one for the net's visual net. It reads like an array and holds its only
+/// entry in itself.
+class VisualNodes_bn {
+public:
+    int N = 0;
+
+    bool hasSome() const { return N > 0; }
+    Vnode_kt* operator[](int) const { return only_; }
+    Vnode_kt* const* begin() const { return &only_; }
+    Vnode_kt* const* end() const { return &only_ + N; }
+    void append(Vnode_kt* vnode) {
+        only_ = vnode;
+        N = 1;
+    }
+
+private:
+    Vnode_kt* only_ = nullptr;
+};
+
+/// A named user field: bytes of any kind.
+struct UserField {
+    std::string name;
+    std::string data;
+};
+
+/// A node of a net, made by NewNode_ibn and owned by the net.
+class Bnode_bn {
+public:
+    Varbl_bn variable;
+    BndList_bn parents;  ///< in link order; a window onto family's storage: only read or copied
+    BndList_bn family;   ///< the node itself, then its parents
+    Reln_bn relation;
+    VisualNodes_bn vns;     ///< its visual nodes; owned by the visual net
+    strin_kt importNotes;   ///< a text that readers may append to; not part of the net
+    char* title = nullptr;  ///< in the net's text store
+    char* comment = nullptr;
+    int groupIndex = -1;  ///< Hugin group, -1 for none
+    NodeKindEN kind = NatureNode;
+
+    const char* name() const { return variable.name; }
+    int numStates() const { return variable.numStates; }
+    Bnet_bn& net() const { return *net_; }
+    /// The text that the file names the node by, when that is not its name; else null.
+    const char* identity() const;
+    const std::vector<UserField>& userFields() const;  ///< in the order of their first setting
+    const std::vector<nodeset_bn*>& nodesets() const;  ///< in the order of joining
+
+    // States. Names, titles and comments handed over are owned by the node from then on.
+
+    /// Sets the number of states (0 to MaxStates) and replaces names, titles, comments and levels.
+    /// names: null or `count` entries. levels: null, or count values of a discrete variable, or
+    /// count
+    /// + 1 bounds of a continuous one; a new[] array that the node takes. The two int pointers are
+    /// null. Drops the node's table and those of its children when the count changes. Errors: a
+    /// count out of range, illegal or equal names (then nothing changes).
+    rept_kt* setStates(int count, char** names, double* levels, const int*, const int*, CheckEN);
+    rept_kt* setStateNames(char** names, CheckEN);
+    /// Sets one state's name; a name that another state has gets a number appended. A state that is
+    /// none is a warning, and the string is freed.
+    rept_kt* setStateName(int state, char* name, int, CheckEN);
+    rept_kt* setStateTitle(int state, char* text, CheckEN);
+    void setStateTitles(char** texts);  ///< all titles (numStates entries), null removes them
+    rept_kt* setStateComment(int state, char* text);
+
+    // Attributes.
+    void setTitle(char* text);  ///< null removes it
+    void setComment(char* text);
+    rept_kt* setKind(NodeKindEN kind, CheckEN);
+    /// ContinuousVar makes the variable continuous without states (a later setStates may cut it
+    /// into intervals); DiscreteVar makes it discrete. The bool is false.
+    rept_kt* setDiscrete(VarDiscreteEN what, bool, CheckEN);
+    void setUserField(const char* name, const void* data, int length);  ///< replaces an equal name
+
+    // Structure.
+
+    /// Replaces the parents by the list, in order. A parent that would close a cycle, or is the
+    /// node itself, is left out and an error returned that names both nodes; one named twice is
+    /// left out with a warning. The same parents in the same order keep the table; else it is
+    /// dropped. The further arguments are null, true, 1, 1 and false.
+    rept_kt* changePreds(const BndList_bn& list, vect_kt<int>*, bool, int, int, bool);
+
+    // Tables.
+
+    /// Installs the whole table (rows x states values from xmallocf_kt, owned from now on).
+    /// normalized: the caller has normalised the rows (rows of zeros get their warning here). For a
+    /// nature or decision node a NaN, an infinity or a negative entry is an error that names the
+    /// node and the first bad entry, and nothing is installed; an entry above -1e-5 becomes 0 with
+    /// one warning. For a utility node any finite numbers are installed as its real table; the
+    /// count is then that of the rows (times states, when it has any).
+    rept_kt* setProbsTable(float* table, bool normalized, CheckEN);
+
+    /// Sets the rows that match the parent states (one per parent; AnyParentState matches all) to
+    /// the probabilities (one per state; only read). The first such call makes the table, zeros. A
+    /// row given singly twice is set to the later one, with a warning (one a node). The bool is
+    /// true.
+    rept_kt* setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN);
+
+    /// Ends the setting of rows: warns how many of how many rows were never given.
+    void finishRows();
+
+    /// Turns the node into a noisy-max node; params holds NumCIParams values (only read). condense:
+    /// the parameters alone are kept; otherwise the full table is made too. Errors: a parameter
+    /// outside 0 to 1, a distribution that does not sum to 1 within 1e-3, a table too large to
+    /// expand.
+    rept_kt* makeIntoNoisyMax(const double* params, bool condense);
+
+    /// Warns when a row of a nature node's table does not sum to 1 within 1e-3, naming the first
+    /// such row, and says so when the table would sum to 1 read with the child's state slowest.
+    /// Rows of zeros are named as such. For readers that do not normalise.
+    void checkRowSums() const;
+
+    Bnode_bn(const Bnode_bn&) = delete;
+    Bnode_bn& operator=(const Bnode_bn&) = delete;
+
+private:
+    friend class Bnet_bn;
+    friend struct ModelAccess;  // the model's own files
+    Bnode_bn() = default;
+    ~Bnode_bn();
+
+    enum class IdentityEN : unsigned char { none, name, text };
+
+    Bnet_bn* net_ = nullptr;
+    struct Extras;  // user fields, node sets, identity text: most nodes have none
+    std::unique_ptr<Extras> extras_;
+    long long order_ = 0;                     // topological label: parents have lower ones
+    int orderPrev_ = -1, orderNext_ = -1;     // neighbours in topological order
+    int index_ = 0;                           // place in the net's node list
+    int firstChild_ = -1;                     // its links to children, in the net's link store
+    int linksFrom_ = 0;                       // links to it that are older were replaced
+    unsigned mark_ = 0;                       // stamp of the last search that met the node
+    IdentityEN identity_ = IdentityEN::none;  // the text that readers know it by
+    bool autoNamed_ = false;                  // its name was made up by NewNode_ibn
+};
+
+inline constexpr int AnyParentState = -5;
+
+// ---- Node sets -----------------------------------------------------------------------------
+
+/// The display style of a node set.
+struct NodesetStyle {
+    unsigned char red = 255, green = 255, blue = 255;
+    unsigned char colorTag = 17;
+    unsigned char colorPad = 255;
+    unsigned char flags = 0;
+    char name[32] = {};  ///< the set's name, cut to 31 characters
+
+    void setName(const char* text);
+};
+
+struct RGB {
+    unsigned char red, green, blue;
+};
+inline constexpr RGB DefaultNodesetColor = {255, 255, 204};
+
+/// A named set of nodes; owned by its net.
+class nodeset_bn {
+public:
+    const std::string& name() const { return name_; }
+    const BndList_bn& nodes() const { return nodes_; }
+    /// Adds the nodes; one that is a member already is passed over. The bool is true.
+    void addNodes(const BndList_bn& nodes, bool);
+
+private:
+    friend struct ModelAccess;
+    explicit nodeset_bn(std::string name) : name_(std::move(name)) {}
+    std::string name_;
+    BndList_bn nodes_;
+};
+using OwnedNodeset = std::unique_ptr<nodeset_bn, void (*)(nodeset_bn*)>;
+
+// ---- The drawing side ----------------------------------------------------------------------
+
+/// A font description.
+struct fontspec_kt {
+    static constexpr int Bold = 1;
+    static constexpr int Italic = 2;
+    std::string face = "Arial";
+    int size = 12;
+    int styleFlags = 0;
+};
+
+/// A font object.
+class Fontobjv {
+public:
+    const fontspec_kt& spec() const { return spec_; }
+
+private:
+    friend Fontobjv* NewFont_fc(const char*, int, const fontspec_kt*);
+    friend void FreeFont_fc(const Fontobjv*);
+    fontspec_kt spec_;
+};
+
+/// A new font from the base (the default one when null), with the face (null keeps it) and size (-1
+/// keeps it) replaced. Free with FreeFont_fc.
+Fontobjv* NewFont_fc(const char* face, int size, const fontspec_kt* base);
+void FreeFont_fc(const Fontobjv* font);
+
+/// A node on a drawing.
+struct Vnode_kt {
+    coord_kt position;
+    Bnode_bn* node = nullptr;
+
+    /// Moves by the offset, clamped to the int range. The flag (0 or 1) asks for a redraw: nothing
+    /// here.
+    void moveBy(coord_kt offset, int);
+    void shiftBy(coord_kt offset);
+};
+
+using VnodeList_kt = vect_kt<Vnode_kt*>;
+struct undo_vnetNodesets;
+
+/// The drawing side of a net; owned by it.
+class Vnet_kt {
+    std::deque<Vnode_kt> store_;  // of vnodes; first, since making it can fail
+
+public:
+    VnodeList_kt vnodes;  ///< in node order
+    int extentWidth = 0;  ///< drawing extent
+    int extentHeight = 0;
+    coord_kt marginUnit{20, 20};
+    int drawStyle = 0;   ///< 7: a labelled box with its states, as imported nets are drawn
+    int labelStyle = 1;  ///< 0 name, 1 title (the default), 3 name and title
+    double zoomFactor = 1.0;
+    Fontobjv* font;  ///< owned; replaced through NewFont_fc and FreeFont_fc
+    dcoord_kt grid{10.0, 10.0};
+    bool showGrid = false;
+    bool snapToGrid = false;
+    vect_kt<NodesetStyle> nodesetStyles;
+    bool laidOut = false;  ///< the positions are those of the automatic layout
+
+    Bnet_bn* getBNet() const { return net_; }
+
+    /// The rectangle of the visual nodes' positions; all zero when there is none.
+    void findExtent(rect_kt& out) const;
+    /// Sizes the drawing extent to the positions plus the margin, clamped to the int range.
+    void adjustDrawingSizeToFit(coord_kt margin);
+    /// Replaces the node-set styles by a copy of the list; the undo record is null.
+    void setNodesetStyles(const vect_kt<NodesetStyle>& styles, undo_vnetNodesets*);
+    /// Re-forms all visual nodes after a layout. There is no screen here: it sizes nothing and only
+    /// checks that the positions are current. The arguments are true, true and -1.
+    void reformAllAndRedraw(bool, bool, int);
+
+    Vnet_kt(const Vnet_kt&) = delete;
+    Vnet_kt& operator=(const Vnet_kt&) = delete;
+
+private:
+    friend class Bnet_bn;
+    friend struct ModelAccess;
+    explicit Vnet_kt(Bnet_bn* net);
+    ~Vnet_kt();
+    Bnet_bn* net_;
+};
+
+/// Places the nodes automatically: layered (longest path), parents above children, median ordering,
+/// no two nodes overlapping, centred in the area (which is grown downwards and to the right when it
+/// is too small); deterministic; good for 100,000 nodes in seconds. The bools are false, false,
+/// true (parents above); spacing scales the gaps between nodes.
+void Layout(VnodeList_kt& vnodes, const rect_kt& area, bool, bool, bool, double spacing);
+
+/// Size of a drawn node with a label of that many characters, as Layout and the pictures assume it.
+/// It does not grow beyond 40 characters: pictures cut longer labels.
+coord_kt NodeSize(int labelLength);
+
+// ---- Nets ----------------------------------------------------------------------------------
+
+/// A net and its drawing side.
+class Bnet_bn {
+public:
+    char* name = nullptr;   ///< legal; owned
+    char* title = nullptr;  ///< owned, may be null
+    char* comment = nullptr;
+    BndList_bn nodes;                 ///< owned, in the order of creation
+    char* fileName = nullptr;         ///< owned, from new[]
+    long long changeMarker = 0;       ///< goes up with every change
+    long long savedChangeMarker = 0;  ///< its value when the net was last saved
+    vect_kt<Vnet_kt*> vnets;          ///< owned; the module uses the first
+    bool autoUpdate = false;
+
+    ~Bnet_bn();
+    Bnet_bn(const Bnet_bn&) = delete;
+    Bnet_bn& operator=(const Bnet_bn&) = delete;
+
+    /// The node that the text names: by identity text (the label given to SetNodeLabel, or the name
+    /// handed to NewNode_ibn), then by name, then by the legal form of the text. Null when none.
+    Bnode_bn* findNodeLabeled(const char* text) const;
+
+    /// A new node set; its name must be new. Null above MaxNodesets, and when a set of the name
+    /// exists (that one is returned then). Style and template are null.
+    nodeset_bn* newNodeset(const char* setName, const NodesetStyle*, const nodeset_bn*);
+    nodeset_bn* findNodeset(std::string_view setName) const;
+    const std::vector<OwnedNodeset>& nodesets() const;
+
+    void setComment(char* text);
+    void setAutoUpdate(bool on, bool);  ///< the bool is true
+
+private:
+    friend struct ModelAccess;
+    friend Bnet_bn* NewVBNet(char*, bool);
+    Bnet_bn();
+    struct Index;  // names, identities, topological order, node sets
+    std::unique_ptr<Index> index_;
+};
+
+/// A new empty net with one visual net. Takes the name, a legal one. The bool is false.
+Bnet_bn* NewVBNet(char* name, bool);
+
+/// A new node at the end of the net, with a visual node at the position in the net's visual nets.
+/// The name's legal, unique form becomes the node's name and the text as given its identity; null:
+/// a name is made up, which gives way when a label wants it. Null, and an error report recorded
+/// nowhere but shown by the caller through *error, when a node of that identity exists or the
+/// number of states is out of range.
+Bnode_bn* NewNode_ibn(const char* name, int numStates, Bnet_bn& net, coord_kt position,
+                      rept_kt** error = nullptr);
+
+/// Adds a link at the end of the child's parents and drops the child's table. Error: a link to
+/// itself or one that closes a cycle (both nodes named; nothing changes). A parent named again is a
+/// warning and passed over. Keeps an incremental topological order: near-linear over a million
+/// links.
+rept_kt* AddLink_ibn(Bnode_bn& parent, Bnode_bn& child);
+
+/// Gives the node that many states from the labels (an array of strings it takes; null: unnamed).
+/// When all labels are legal and distinct they become names; otherwise all are titles and, when
+/// createNames is set, legal unique names are made from them. Returns an error for a refused count.
+rept_kt* SetStatesToLabels(Bnode_bn& node, char** labels, int count, bool createNames);
+
+/// Labels the node (takes the string). A label that is a legal name not taken becomes the name and
+/// no title is set; otherwise the label becomes the title and the name a legal unique form of it. A
+/// label that another node has is a warning (labelExists); the first node keeps the identity.
+rept_kt* SetNodeLabel(Bnode_bn& node, char* label);
+void SetNetLabel(Bnet_bn& net, char* label);  ///< sets the net's title, which takes the string
+
+/// Moves the node's visual node in the given visual net (null: its first) to the position.
+void SetNodeVisPosition_ibn(Bnode_bn& node, coord_kt position, Vnet_kt*);
+
+/// Adds the node to the named set, creating it if needed. Error: above MaxNodesets.
+rept_kt* AddNodeToNodeset_ibn(Bnode_bn& node, const char* setName);
+
+/// A name for messages: null for absent text and for 16-bit text.
+inline const char* Printable(const char* text) {
+    return text == nullptr || Is16Bit_kt(text) ? nullptr : text;
+}
+
+}  // namespace lumo

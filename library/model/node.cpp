@@ -1,0 +1,329 @@
+// Nodes: their states and attributes.
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "library/model/access.h"
+#include "library/model/netmodel.h"
+
+namespace lumo {
+
+namespace {
+
+/// A node has at most this many user fields before they are hashed.
+constexpr std::size_t FewFields = 16;
+
+/// An array for the texts of that many states, with room for more bytes behind it.
+StoredTexts NewTexts(int count, std::size_t bytes = 0) {
+    // Zeroed by the system: an array of a million states that are never named costs no memory.
+    const std::size_t array = static_cast<std::size_t>(std::max(count, 1)) * sizeof(char*);
+    StoredTexts texts(static_cast<char**>(std::calloc(1, array + bytes)));
+    if (texts == nullptr) throw std::bad_alloc();
+    return texts;
+}
+
+void Assign(char**& place, StoredTexts texts) {
+    std::free(place);
+    place = texts.release();
+}
+
+bool AllLegal(char* const* names, int count) {
+    return std::all_of(names, names + count,
+                       [](const char* name) { return name != nullptr && IsLegalName_kt(name); });
+}
+
+/// The first name that an earlier entry has too, null when all are distinct. Null entries are none.
+const char* FirstRepeated(char* const* names, int count) {
+    constexpr int few = 8;  // compared each with each, without a set
+    if (count <= few) {
+        for (int i = 1; i < count; ++i)
+            for (int j = 0; j < i; ++j)
+                if (names[i] != nullptr && streql_kt(names[i], names[j])) return names[i];
+        return nullptr;
+    }
+    std::unordered_set<std::string_view> seen;
+    for (int i = 0; i < count; ++i) {
+        if (names[i] != nullptr && !seen.insert(names[i]).second) return names[i];
+    }
+    return nullptr;
+}
+
+rept_kt* CheckStateNames(const Bnode_bn& node, char* const* names, int count) {
+    for (int i = 0; i < count; ++i) {
+        if (names[i] == nullptr || IsLegalName_kt(names[i])) continue;
+        return newerr_kt(num::badStateName, "'%.200s' is no legal name for state %d of node '%s'",
+                         names[i], i, node.name());
+    }
+    if (const char* name = FirstRepeated(names, count)) {
+        return newerr_kt(num::badStateName, "two states of node '%s' are named '%s'", node.name(),
+                         name);
+    }
+    return Okay_rept_kt;
+}
+
+rept_kt* CheckStateCount(const Bnode_bn& node, int count) {
+    if (count >= 0 && count <= MaxStates) return Okay_rept_kt;
+    return newerr_kt(num::badStateCount, "node '%s' is to have %d states, but the limit is %d",
+                     node.name(), count, MaxStates);
+}
+
+/// Warns when the node has no such state.
+bool HasState(const Bnode_bn& node, int state, const char* what) {
+    if (state >= 0 && state < node.numStates()) return true;
+    newwarn_kt(num::badStateIndex, "%s for state %d of node '%s', which has %d states", what, state,
+               node.name(), node.numStates());
+    return false;
+}
+
+}  // namespace
+
+// ---- Life ----------------------------------------------------------------------------------
+
+Varbl_bn::~Varbl_bn() {
+    for (char** texts : {stateNames, stateTitles, stateComments}) std::free(texts);
+    delete[] levels;
+}
+
+Bnode_bn::~Bnode_bn() {
+    parents.array = nullptr;  // family owns the storage
+    parents.N = parents.capacity = 0;
+    delete[] comment;
+}
+
+Bnode_bn::Extras& ModelAccess::extras(Bnode_bn& node) {
+    if (node.extras_ == nullptr) node.extras_ = std::make_unique<Bnode_bn::Extras>();
+    return *node.extras_;
+}
+
+// ---- States --------------------------------------------------------------------------------
+
+char* statetostr1(int state, const Varbl_bn& variable, char* buffer) {
+    const auto textOf = [&](char* const* texts) {
+        const bool has = texts != nullptr && state >= 0 && state < variable.numStates;
+        return has ? Printable(texts[state]) : nullptr;
+    };
+    const char* text = textOf(variable.stateNames);
+    if (text == nullptr) text = textOf(variable.stateTitles);
+    if (text != nullptr) {
+        const std::size_t length = std::min(std::strlen(text), std::size_t{StateTextSize - 1});
+        std::memcpy(buffer, text, length);
+        buffer[length] = '\0';
+    } else if (state < 0 || state >= variable.numLevels) {
+        SPrintf(buffer, StateTextSize, "#%d", state);
+    } else if (variable.numLevels == variable.numStates) {
+        SPrintf(buffer, StateTextSize, "%.15g", variable.levels[state]);
+    } else if (state + 1 < variable.numLevels) {
+        SPrintf(buffer, StateTextSize, "%.15g to %.15g", variable.levels[state],
+                variable.levels[state + 1]);
+    } else {
+        SPrintf(buffer, StateTextSize, "#%d", state);
+    }
+    return buffer;
+}
+
+/// Copies the texts behind the array of them, in one block.
+StoredTexts ModelAccess::storeTexts(char** texts, int count) {
+    if (texts == nullptr) return nullptr;
+    std::size_t bytes = 0;
+    for (int i = 0; i < count; ++i) bytes += texts[i] == nullptr ? 0 : std::strlen(texts[i]) + 1;
+    StoredTexts stored = NewTexts(count, bytes);
+    char* place = reinterpret_cast<char*>(stored.get() + count);
+    for (int i = 0; i < count; ++i) {
+        if (texts[i] == nullptr) continue;
+        stored[static_cast<std::size_t>(i)] = place;
+        const std::size_t size = std::strlen(texts[i]) + 1;
+        std::memcpy(place, texts[i], size);
+        place += size;
+    }
+    return stored;
+}
+
+void ModelAccess::dropTables(Bnode_bn& node) {
+    node.relation.clear();
+    ChildWalk children(node);
+    while (Bnode_bn* child = children.next()) child->relation.clear();
+}
+
+/// The names of the node's states, hashed. Kept for the node that was asked for last: readers name
+/// the states of one node after the other.
+UniqueNames_kt& ModelAccess::stateNames(Bnode_bn& node) {
+    Bnet_bn::Index& at = index(node);
+    if (at.stateNamesOf == &node) return *at.stateNames;
+    at.stateNamesOf = nullptr;
+    at.stateNames = std::make_unique<UniqueNames_kt>();
+    const Varbl_bn& variable = node.variable;
+    for (int i = 0; variable.stateNames != nullptr && i < variable.numStates; ++i) {
+        if (variable.stateNames[i] != nullptr) at.stateNames->add(variable.stateNames[i]);
+    }
+    at.stateNamesOf = &node;
+    return *at.stateNames;
+}
+
+void ModelAccess::forgetStateNames(Bnode_bn& node) {
+    if (index(node).stateNamesOf == &node) index(node).stateNamesOf = nullptr;
+}
+
+rept_kt* Bnode_bn::setStates(int count, char** names, double* levels, const int*, const int*,
+                             CheckEN) {
+    const OwnedStrs ownedNames(names, std::max(count, 0));
+    std::unique_ptr<double[]> ownedLevels(levels);
+    if (rept_kt* report = CheckStateCount(*this, count); IsError(report)) return report;
+    if (names != nullptr) {
+        if (rept_kt* report = CheckStateNames(*this, names, count); IsError(report)) return report;
+    }
+    StoredTexts stored = ModelAccess::storeTexts(names, count);
+    if (count != variable.numStates) ModelAccess::dropTables(*this);
+    ModelAccess::forgetStateNames(*this);
+    variable.numStates = count;
+    Assign(variable.stateNames, std::move(stored));
+    Assign(variable.stateTitles, nullptr);
+    Assign(variable.stateComments, nullptr);
+    delete[] variable.levels;
+    variable.numLevels = levels == nullptr ? 0 : variable.discrete ? count : count + 1;
+    variable.levels = ownedLevels.release();
+    ModelAccess::changed(*this);
+    return Okay_rept_kt;
+}
+
+rept_kt* Bnode_bn::setStateNames(char** names, CheckEN) {
+    const OwnedStrs owned(names, numStates());
+    if (names != nullptr) {
+        rept_kt* report = CheckStateNames(*this, names, numStates());
+        if (IsError(report)) return report;
+    }
+    Assign(variable.stateNames, ModelAccess::storeTexts(names, numStates()));
+    ModelAccess::forgetStateNames(*this);
+    ModelAccess::changed(*this);
+    return Okay_rept_kt;
+}
+
+rept_kt* Bnode_bn::setStateName(int state, char* name, int, CheckEN) {
+    const OwnedStr owned(name);
+    if (!HasState(*this, state, "a name")) return Okay_rept_kt;
+    if (name != nullptr && !IsLegalName_kt(name)) {
+        return newerr_kt(num::badStateName, "'%.200s' is no legal name for state %d of node '%s'",
+                         name, state, this->name());
+    }
+    UniqueNames_kt& taken = ModelAccess::stateNames(*this);
+    if (variable.stateNames == nullptr) variable.stateNames = NewTexts(numStates()).release();
+    char*& place = variable.stateNames[state];
+    if (place != nullptr) taken.remove(place);
+    place = nullptr;
+    if (name != nullptr) {
+        const std::string unique = taken.unique(name, 's');
+        place = ModelAccess::index(*this).texts.add(unique);
+        taken.add(unique);
+    }
+    ModelAccess::changed(*this);
+    return Okay_rept_kt;
+}
+
+rept_kt* Bnode_bn::setStateTitle(int state, char* text, CheckEN) {
+    const OwnedStr owned(text);
+    if (!HasState(*this, state, "a title")) return Okay_rept_kt;
+    if (variable.stateTitles == nullptr) variable.stateTitles = NewTexts(numStates()).release();
+    variable.stateTitles[state] =
+        text == nullptr ? nullptr : ModelAccess::index(*this).texts.add(text);
+    ModelAccess::changed(*this);
+    return Okay_rept_kt;
+}
+
+void Bnode_bn::setStateTitles(char** texts) {
+    const OwnedStrs owned(texts, numStates());
+    Assign(variable.stateTitles, ModelAccess::storeTexts(texts, numStates()));
+    ModelAccess::changed(*this);
+}
+
+rept_kt* Bnode_bn::setStateComment(int state, char* text) {
+    const OwnedStr owned(text);
+    if (!HasState(*this, state, "a comment")) return Okay_rept_kt;
+    if (variable.stateComments == nullptr) variable.stateComments = NewTexts(numStates()).release();
+    variable.stateComments[state] =
+        text == nullptr ? nullptr : ModelAccess::index(*this).texts.add(text);
+    ModelAccess::changed(*this);
+    return Okay_rept_kt;
+}
+
+rept_kt* SetStatesToLabels(Bnode_bn& node, char** labels, int count, bool createNames) {
+    OwnedStrs owned(labels, std::max(count, 0));
+    if (rept_kt* report = CheckStateCount(node, count); IsError(report)) return report;
+    if (labels == nullptr || (AllLegal(labels, count) && FirstRepeated(labels, count) == nullptr)) {
+        return node.setStates(count, owned.release(), nullptr, nullptr, nullptr, CheckFull);
+    }
+    char** names = createNames ? MakeLegalUniqueNames_kt(labels, count, 's') : nullptr;
+    rept_kt* report = node.setStates(count, names, nullptr, nullptr, nullptr, CheckFull);
+    if (!IsError(report)) node.setStateTitles(owned.release());
+    return report;
+}
+
+// ---- Attributes ----------------------------------------------------------------------------
+
+void Bnode_bn::setTitle(char* text) {
+    const OwnedStr owned(text);
+    title = text == nullptr ? nullptr : ModelAccess::index(*this).texts.add(text);
+    ModelAccess::changed(*this);
+}
+
+void Bnode_bn::setComment(char* text) {
+    delete[] comment;
+    comment = text;
+    ModelAccess::changed(*this);
+}
+
+rept_kt* Bnode_bn::setKind(NodeKindEN newKind, CheckEN) {
+    kind = newKind;
+    ModelAccess::changed(*this);
+    return Okay_rept_kt;
+}
+
+rept_kt* Bnode_bn::setDiscrete(VarDiscreteEN what, bool, CheckEN) {
+    variable.discrete = what == DiscreteVar;
+    if (variable.discrete) {
+        // The bounds of intervals are no values of states.
+        delete[] std::exchange(variable.levels, nullptr);
+        variable.numLevels = 0;
+        ModelAccess::changed(*this);
+        return Okay_rept_kt;
+    }
+    return setStates(0, nullptr, nullptr, nullptr, nullptr, CheckFull);
+}
+
+void Bnode_bn::setUserField(const char* fieldName, const void* data, int length) {
+    Extras& extras = ModelAccess::extras(*this);
+    std::vector<UserField>& fields = extras.fields;
+    std::string bytes;
+    if (length > 0) bytes.assign(static_cast<const char*>(data), static_cast<std::size_t>(length));
+    ModelAccess::changed(*this);
+
+    if (fields.size() < FewFields) {
+        const auto same = [&](const UserField& field) { return field.name == fieldName; };
+        const auto found = std::find_if(fields.begin(), fields.end(), same);
+        if (found == fields.end()) {
+            fields.push_back({fieldName, std::move(bytes)});
+        } else {
+            found->data = std::move(bytes);
+        }
+        return;
+    }
+    auto& places = extras.fieldPlaces;
+    for (std::size_t i = places.size(); i < fields.size(); ++i) places.emplace(fields[i].name, i);
+    const auto [place, isNew] = places.try_emplace(fieldName, fields.size());
+    if (isNew) {
+        fields.push_back({fieldName, std::move(bytes)});
+    } else {
+        fields[place->second].data = std::move(bytes);
+    }
+}
+
+const std::vector<UserField>& Bnode_bn::userFields() const {
+    static const std::vector<UserField> none;
+    return extras_ == nullptr ? none : extras_->fields;
+}
+
+const std::vector<nodeset_bn*>& Bnode_bn::nodesets() const {
+    static const std::vector<nodeset_bn*> none;
+    return extras_ == nullptr ? none : extras_->nodesets;
+}
+
+}  // namespace lumo

@@ -1,0 +1,486 @@
+// Relations: probability tables, real tables, experience, and the checks made on them.
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <limits>
+
+#include "library/model/access.h"
+#include "library/model/netmodel.h"
+
+namespace lumo {
+
+namespace {
+
+/// Negative entries above this are rounding noise of the program that wrote the file.
+constexpr float NoiseLimit = -1e-5F;
+/// How far from 1 a row's sum may be.
+constexpr double SumTolerance = 1e-3;
+/// Messages name no more of a row than this.
+constexpr std::size_t MaxRowText = 200;
+
+/// How a row was given while rows are set one by one.
+enum RowMark : unsigned char { RowMissing, RowByDefault, RowSingle };
+
+int Rows(const Bnode_bn& node) { return NumProduct(node.parents); }
+
+template <class T>
+void Free(T*& block) {
+    xfree_kt(block);
+    block = nullptr;
+}
+
+template <class T>
+XArray<T> NewZeroed(long long count) {
+    XArray<T> array = NewXArray<T>(count);
+    if (array != nullptr) std::fill_n(array.get(), count, T{});
+    return array;
+}
+
+rept_kt* NoMemory(const Bnode_bn& node, double bytes) {
+    return newerr_mem_kt(num::outOfMemory, bytes, "for the table of node '%s'", node.name());
+}
+
+rept_kt* TooLarge(const Bnode_bn& node, double entries) {
+    return newerr_kt(num::tableTooLarge,
+                     "the table of node '%s' wants %.15g entries, but the limit is %d", node.name(),
+                     entries, MaxTableEntries);
+}
+
+double SumOf(const float* row, int states) {
+    double sum = 0;
+    for (int s = 0; s < states; ++s) sum += static_cast<double>(row[s]);
+    return sum;
+}
+
+void WarnZeroRow(const Bnode_bn& node, int row) {
+    const std::string text = RowText(node, row);
+    newwarn_kt(num::zeroRow, "a row of node '%s' sums to 0%s%s", node.name(),
+               text.empty() ? "" : ": ", text.c_str());
+}
+
+/// The first entry that is no probability, -1 when there is none. Rounding noise becomes 0.
+int FirstBadProbability(float* values, int count, bool& noise) {
+    for (int i = 0; i < count; ++i) {
+        if (values[i] < 0 && values[i] > NoiseLimit) {
+            values[i] = 0;
+            noise = true;
+        }
+        if (!(values[i] >= 0) || std::isinf(values[i])) return i;
+    }
+    return -1;
+}
+
+rept_kt* BadEntry(const Bnode_bn& node, int row, int state, float value) {
+    std::string place = RowText(node, row);
+    if (!place.empty()) place = ", row " + place;
+    char text[StateTextSize];
+    return newerr_kt(num::badTableEntry, "the table of node '%s' holds %g for state %s%s",
+                     node.name(), static_cast<double>(value),
+                     statetostr1(state, node.variable, text), place.c_str());
+}
+
+void WarnNoise(Bnode_bn& node) {
+    if (std::exchange(node.relation.noiseTold, true)) return;
+    newwarn_kt(num::roundingNoise,
+               "the table of node '%s' holds negative numbers close to 0, which become 0",
+               node.name());
+}
+
+}  // namespace
+
+// ---- Sizes and rows ------------------------------------------------------------------------
+
+double TableEntries(const Bnode_bn& node) {
+    double entries = node.numStates();
+    for (const Bnode_bn* parent : node.parents) {
+        if (parent->numStates() == 0) return 0;
+        entries *= parent->numStates();
+    }
+    return entries;
+}
+
+rept_kt* ModelAccess::checkTableSize(const Bnode_bn& node, int& entries) {
+    entries = NumProduct(node.family);
+    return entries <= MaxTableEntries ? Okay_rept_kt : TooLarge(node, TableEntries(node));
+}
+
+rept_kt* ModelAccess::chargeFilled(const Bnode_bn& node, long long entries) {
+    long long& filled = index(node).filledEntries;
+    if (filled + entries <= MaxFilledEntries) {
+        filled += entries;
+        return Okay_rept_kt;
+    }
+    return newerr_kt(
+        num::tableTooLarge,
+        "with node '%s' the rows that the net leaves to defaults have %lld entries, but "
+        "the limit is %lld",
+        node.name(), filled + entries, MaxFilledEntries);
+}
+
+std::string RowText(const Bnode_bn& node, int row) {
+    const BndList_bn& parents = node.parents;
+    std::vector<int> states(static_cast<std::size_t>(parents.N));
+    for (int i = parents.N - 1; i >= 0; --i) {
+        const int count = std::max(parents[i]->numStates(), 1);
+        states[static_cast<std::size_t>(i)] = row % count;
+        row /= count;
+    }
+    std::string text;
+    char buffer[StateTextSize];
+    for (int i = 0; i < parents.N; ++i) {
+        if (text.size() > MaxRowText) return text + ", ...";
+        if (i > 0) text += ", ";
+        text += parents[i]->name();
+        text += '=';
+        text += statetostr1(states[static_cast<std::size_t>(i)], parents[i]->variable, buffer);
+    }
+    return text;
+}
+
+int NormalizeBelvecTable(float* table, int states, int rows) {
+    int zeroRows = 0;
+    for (float* row = table; rows > 0; --rows, row += states) {
+        const double sum = SumOf(row, states);
+        if (sum == 0) {
+            ++zeroRows;
+            continue;
+        }
+        for (int s = 0; s < states; ++s) {
+            row[s] = static_cast<float>(static_cast<double>(row[s]) / sum);
+        }
+    }
+    return zeroRows;
+}
+
+void SnapToInteger_kt(float* values, int count, double tolerance) {
+    if (values == nullptr) return;
+    for (int i = 0; i < count; ++i) {
+        const double nearest = std::round(static_cast<double>(values[i]));
+        if (std::abs(static_cast<double>(values[i]) - nearest) <= tolerance) {
+            values[i] = static_cast<float>(nearest + 0.0);  // no negative zero
+        }
+    }
+}
+
+// ---- Relations -----------------------------------------------------------------------------
+
+Reln_bn::~Reln_bn() { clear(); }
+
+void Reln_bn::clear() {
+    for (float** table : {&probs, &exper, &reals}) Free(*table);
+    Free(params);
+    Free(rowMarks);
+    kind = RelnKindEN::none;
+    rowsNormalized = rowAgainTold = noiseTold = false;
+}
+
+rept_kt* Reln_bn::setRealTable(float* table, Reln_bn*) {
+    XArray<float> owned(table);
+    const double wanted =
+        node->numStates() > 0 ? TableEntries(*node) : static_cast<double>(Rows(*node));
+    if (wanted > MaxTableEntries) return TooLarge(*node, wanted);
+    const int entries = static_cast<int>(wanted);
+    if (table != nullptr) {
+        const auto bad =
+            std::find_if_not(table, table + entries, [](float v) { return std::isfinite(v); });
+        const int states = std::max(node->numStates(), 1);
+        const int place = static_cast<int>(bad - table);
+        if (place < entries) return BadEntry(*node, place / states, place % states, *bad);
+    }
+    clear();
+    if (table != nullptr && entries > 0) {
+        reals = owned.release();
+        kind = RelnKindEN::real;
+    }
+    ModelAccess::changed(*node);
+    return Okay_rept_kt;
+}
+
+void Reln_bn::setExperTable(float* table) {
+    Free(exper);
+    exper = table;
+    ModelAccess::changed(*node);
+}
+
+void Reln_bn::normalize_() {
+    if (probs == nullptr) return;
+    const int rows = Rows(*node), states = node->numStates();
+    if (exper == nullptr) {
+        exper = NewXArray<float>(rows).release();
+        if (exper == nullptr) return ShowReport(NoMemory(*node, 4.0 * rows));
+        std::fill_n(exper, rows, 1.0F);
+    }
+    int zeroRow = -1;
+    for (int r = 0; r < rows; ++r) {
+        float* row = probs + static_cast<std::ptrdiff_t>(r) * states;
+        const double sum = SumOf(row, states);
+        if (sum == 0 && zeroRow < 0) zeroRow = r;
+        if (NormalizeBelvecTable(row, states, 1) == 0) {
+            exper[r] = static_cast<float>(static_cast<double>(exper[r]) * sum);
+        }
+    }
+    rowsNormalized = true;
+    ModelAccess::changed(*node);
+    if (zeroRow >= 0) WarnZeroRow(*node, zeroRow);
+}
+
+bool Reln_bn::makeDeterminFromProbs(bool) {
+    if (probs == nullptr || kind == RelnKindEN::noisyMax) return false;
+    const int states = node->numStates();
+    const float* row = probs;
+    for (int rows = Rows(*node); rows > 0; --rows, row += states) {
+        const auto ones = std::count(row, row + states, 1.0F);
+        const auto zeros = std::count(row, row + states, 0.0F);
+        if (ones != 1 || ones + zeros != states) return false;
+    }
+    kind = RelnKindEN::deterministic;
+    return true;
+}
+
+// ---- Whole tables --------------------------------------------------------------------------
+
+namespace {
+
+/// The first row that sums to zero, -1 when there is none.
+int FirstZeroRow(const Bnode_bn& node) {
+    const int rows = Rows(node), states = node.numStates();
+    const float* row = node.relation.probs;
+    for (int r = 0; r < rows; ++r, row += states) {
+        if (std::all_of(row, row + states, [](float p) { return p == 0; })) return r;
+    }
+    return -1;
+}
+
+}  // namespace
+
+rept_kt* Bnode_bn::setProbsTable(float* table, bool normalized, CheckEN) {
+    if (kind == UtilityNode) return relation.setRealTable(table, nullptr);
+    XArray<float> owned(table);
+    int entries = 0;
+    if (rept_kt* report = ModelAccess::checkTableSize(*this, entries); IsError(report)) {
+        return report;
+    }
+    bool noise = false;
+    if (table != nullptr) {
+        const int bad = FirstBadProbability(table, entries, noise);
+        if (bad >= 0) return BadEntry(*this, bad / numStates(), bad % numStates(), table[bad]);
+    }
+    relation.clear();
+    ModelAccess::changed(*this);
+    if (table == nullptr || entries == 0) return Okay_rept_kt;
+    relation.probs = owned.release();
+    relation.kind = RelnKindEN::table;
+    relation.rowsNormalized = normalized;
+    if (noise) WarnNoise(*this);
+    if (normalized) {
+        if (const int row = FirstZeroRow(*this); row >= 0) WarnZeroRow(*this, row);
+    }
+    return Okay_rept_kt;
+}
+
+// ---- Rows set one by one -------------------------------------------------------------------
+
+namespace {
+
+/// The rows that a list of parent states matches, some of which may be AnyParentState.
+class RowPattern {
+public:
+    /// Reads the states. An error names one that its parent does not have. (Where a parent has no
+    /// states there are no rows: numbers that do not fit an int then do not matter, and are
+    /// bounded.)
+    rept_kt* read(const Bnode_bn& node, const int* states) {
+        const BndList_bn& parents = node.parents;
+        long long stride = 1;
+        for (int i = parents.N - 1; i >= 0; --i) {
+            const int count = parents[i]->numStates();
+            const int state = states[i];
+            if (state == AnyParentState) {
+                if (count != 1) wild_.push_back({count, stride, 0});
+                matches_ = std::min<long long>(matches_ * count, INT_MAX);
+            } else if (state >= 0 && state < count) {
+                row_ += state * stride;
+            } else {
+                return newerr_kt(num::badParentState,
+                                 "state %d of node '%s' is wanted for a row of node '%s', but it "
+                                 "has %d states",
+                                 state, parents[i]->name(), node.name(), count);
+            }
+            single_ = single_ && state != AnyParentState;
+            stride = std::min<long long>(stride * count, INT_MAX);
+        }
+        return Okay_rept_kt;
+    }
+
+    bool single() const { return single_; }                     ///< no state was AnyParentState
+    int matches() const { return static_cast<int>(matches_); }  ///< rows that match
+    int row() const { return static_cast<int>(row_); }          ///< the present row, a match
+
+    /// Goes on to the next matching row.
+    void advance() {
+        for (Wild& wild : wild_) {
+            row_ += wild.stride;
+            if (++wild.state < wild.count) return;
+            row_ -= wild.count * wild.stride;
+            wild.state = 0;
+        }
+    }
+
+private:
+    struct Wild {
+        int count;
+        long long stride;
+        int state;
+    };
+    std::vector<Wild> wild_;  // the parent that varies fastest first
+    long long row_ = 0;
+    long long matches_ = 1;
+    bool single_ = true;
+};
+
+/// Makes the table and the marks of its rows, as far as they are missing. Rows of a table that is
+/// there already count as given. A table that is about to be set whole is not cleared first.
+rept_kt* PrepareRows(Bnode_bn& node, int entries, bool setWhole) {
+    Reln_bn& relation = node.relation;
+    const int rows = Rows(node);
+    if (relation.probs != nullptr && relation.kind != RelnKindEN::noisyMax) {
+        if (relation.rowMarks != nullptr) return Okay_rept_kt;
+        relation.rowMarks = NewXArray<unsigned char>(rows).release();
+        if (relation.rowMarks == nullptr) return NoMemory(node, rows);
+        std::fill_n(relation.rowMarks, rows, RowByDefault);
+        return Okay_rept_kt;
+    }
+    if (rept_kt* report = ModelAccess::chargeFilled(node, entries); IsError(report)) return report;
+    XArray<float> probs = setWhole ? NewXArray<float>(entries) : NewZeroed<float>(entries);
+    XArray<unsigned char> marks = NewZeroed<unsigned char>(rows);
+    if (probs == nullptr || marks == nullptr) return NoMemory(node, 4.0 * entries + rows);
+    relation.clear();
+    relation.probs = probs.release();
+    relation.rowMarks = marks.release();
+    return Okay_rept_kt;
+}
+
+void WarnRowAgain(Bnode_bn& node, int row) {
+    if (std::exchange(node.relation.rowAgainTold, true)) return;
+    const std::string text = RowText(node, row);
+    newwarn_kt(num::rowAgain, "a row of node '%s' is given again, and the later one counts%s%s",
+               node.name(), text.empty() ? "" : ": ", text.c_str());
+}
+
+/// Fills the block with copies of its first `filled` elements.
+void Repeat(float* block, std::size_t filled, std::size_t size) {
+    while (filled < size) {
+        const std::size_t more = std::min(filled, size - filled);
+        std::memcpy(block + filled, block, more * sizeof(float));
+        filled += more;
+    }
+}
+
+void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& values) {
+    Reln_bn& relation = node.relation;
+    if (pattern.single() && relation.rowMarks[pattern.row()] == RowSingle) {
+        WarnRowAgain(node, pattern.row());
+    }
+    if (!pattern.single() && pattern.matches() == Rows(node)) {
+        const auto rows = static_cast<std::size_t>(pattern.matches());
+        std::copy(values.begin(), values.end(), relation.probs);
+        Repeat(relation.probs, values.size(), rows * values.size());
+        std::fill_n(relation.rowMarks, rows, RowByDefault);
+        return;
+    }
+    const unsigned char mark = pattern.single() ? RowSingle : RowByDefault;
+    for (int n = pattern.matches(); n > 0; --n, pattern.advance()) {
+        const auto row = static_cast<std::size_t>(pattern.row());
+        std::copy(values.begin(), values.end(), relation.probs + row * values.size());
+        relation.rowMarks[row] = mark;
+    }
+}
+
+}  // namespace
+
+rept_kt* Bnode_bn::setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN) {
+    int entries = 0;
+    rept_kt* report = ModelAccess::checkTableSize(*this, entries);
+    if (IsError(report)) return report;
+    RowPattern pattern;
+    report = pattern.read(*this, parentStates);
+    if (IsError(report) || entries == 0) return report;
+
+    std::vector<float> values(probs, probs + numStates());
+    bool noise = false;
+    const int bad = FirstBadProbability(values.data(), numStates(), noise);
+    if (bad >= 0) return BadEntry(*this, pattern.row(), bad, values[static_cast<std::size_t>(bad)]);
+
+    const bool whole = pattern.matches() == Rows(*this);
+    report = PrepareRows(*this, entries, whole);
+    if (IsError(report)) return report;
+    if (!pattern.single()) {
+        report = ModelAccess::chargeFilled(*this, 1LL * pattern.matches() * numStates());
+        if (IsError(report)) return report;
+    }
+    if (noise) WarnNoise(*this);
+    WriteRows(*this, pattern, values);
+    relation.kind = RelnKindEN::table;
+    relation.rowsNormalized = false;
+    ModelAccess::changed(*this);
+    return Okay_rept_kt;
+}
+
+void Bnode_bn::finishRows() {
+    if (relation.rowMarks == nullptr) return;
+    const int rows = Rows(*this);
+    const auto missing = std::count(relation.rowMarks, relation.rowMarks + rows, RowMissing);
+    Free(relation.rowMarks);
+    if (missing == 0) return;
+    newwarn_kt(num::rowsMissing, "%d of the %d rows of node '%s' are missing, and are zeros",
+               static_cast<int>(missing), rows, name());
+}
+
+// ---- Checks --------------------------------------------------------------------------------
+
+namespace {
+
+bool IsOne(double sum) { return std::abs(sum - 1) <= SumTolerance; }
+
+/// Whether every row sums to 1 when the table is read with the child's state slowest.
+bool SumsToOneStateSlowest(const float* table, int states, int rows) {
+    for (int r = 0; r < rows; ++r) {
+        double sum = 0;
+        for (int s = 0; s < states; ++s) {
+            sum += static_cast<double>(table[static_cast<std::ptrdiff_t>(s) * rows + r]);
+        }
+        if (!IsOne(sum)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+void Bnode_bn::checkRowSums() const {
+    if (kind != NatureNode || relation.kind != RelnKindEN::table || relation.probs == nullptr)
+        return;
+    const int rows = Rows(*this), states = numStates();
+    int bad = -1, zero = -1;
+    double badSum = 0;
+    for (int r = 0; r < rows && (bad < 0 || zero < 0); ++r) {
+        const double sum = SumOf(relation.probs + static_cast<std::ptrdiff_t>(r) * states, states);
+        if (sum == 0) {
+            if (zero < 0) zero = r;
+        } else if (bad < 0 && !IsOne(sum)) {
+            bad = r;
+            badSum = sum;
+        }
+    }
+    if (zero >= 0) WarnZeroRow(*this, zero);
+    if (bad < 0) return;
+    const std::string row = RowText(*this, bad);
+    const bool turned = SumsToOneStateSlowest(relation.probs, states, rows);
+    newwarn_kt(num::rowSum, "row %s%sof node '%s' sums to %g%s", row.c_str(),
+               row.empty() ? "" : " ", name(), badSum,
+               turned ? "; all would sum to 1 if the table were read with the state of the node "
+                        "varying slowest"
+                      : "");
+}
+
+}  // namespace lumo

@@ -1,0 +1,271 @@
+// Reports: every problem becomes a rept_kt, made here, shown once to the application's handler.
+//
+// Ownership: reports belong to the library. They live until the outermost ReportScope of the thread
+// ends; an application that wants to keep one copies what it needs in ReportHandler::show.
+#pragma once
+
+#include <cstdarg>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace lumo {
+
+/// How bad a report is. Up to warning is success, error and above is failure.
+enum SeverityEN : int {
+    SeverityOkay = 0,
+    SeverityNotice = 2,
+    SeverityWarning = 4,
+    SeverityError = 6,
+    SeverityFatal = 8,  ///< out of memory, internal
+};
+
+/// A report. The texts carry the marker ">-" before some nouns, as made; WithoutMarker removes it.
+struct rept_kt {
+    int number = 0;           ///< the message site, negative (0: none of its own)
+    int severity = 0;         ///< SeverityEN
+    char* message = nullptr;  ///< formatted, owned by the report
+
+    // The place, when the report was made against a tokenizer; line 0 means no place.
+    std::string file;
+    int line = 0;            ///< from 1
+    int column = 0;          ///< from 1, in bytes
+    long long offset = -1;   ///< in bytes from the start of the text
+    std::string structKind;  ///< what was being read ("node block", "NETWORK"); may be empty
+    std::string structName;  ///< the name of that object; may be empty
+    std::string fieldName;   ///< the field being read; may be empty
+
+    bool waits = false;  ///< asks for the user's acknowledgement (newerrwait_kt)
+    bool shown = false;  ///< has reached the handler, or is part of a report that has
+
+    rept_kt() = default;
+    rept_kt(const rept_kt&) = delete;
+    rept_kt& operator=(const rept_kt&) = delete;
+    ~rept_kt();
+};
+
+/// No problem; the generic failure. Both live as long as the process.
+extern rept_kt* const Okay_rept_kt;
+extern rept_kt* const Fail_rept_kt;
+
+/// The test that every use of a report makes: success is Okay_rept_kt, null, or severity 4 or less.
+inline bool IsError(const rept_kt* report) {
+    return report != nullptr && report != Okay_rept_kt && report->severity > SeverityWarning;
+}
+
+/// The text with every marker ">-" removed, for people to read.
+std::string WithoutMarker(std::string_view text);
+
+// ---- The application's side ----------------------------------------------------------------
+
+/// What an application installs to see reports and answer questions. The default writes to standard
+/// error and answers no. Methods are called on the importing thread, possibly with the import lock
+/// held; they must not import, and an exception they throw ends the import.
+class ReportHandler {
+public:
+    virtual ~ReportHandler() = default;
+    virtual void show(const rept_kt& report);            ///< once per report
+    virtual void print(const char* text);                ///< a note, one line
+    virtual bool ask(int number, const char* question);  ///< true for yes
+    virtual void waitBegin(const char* text);            ///< a wait notice starts, "reading file x"
+    virtual void waitEnd(const char* text);
+    virtual void progress(long long done, long long total);  ///< bytes; about 100 times an import
+    virtual bool cancelled();  ///< true stops reading at the next check
+    /// When an import ends, once for each unknown word, the most frequent first: the number of its
+    /// warning and how often it occurred.
+    virtual void unknownWord(const char* word, int number, long long count);
+};
+
+/// Installs the process-wide default handler, null for the built-in one; returns the previous one.
+/// The caller keeps it alive while it is installed.
+ReportHandler* SetDefaultReportHandler(ReportHandler* handler);
+
+/// The handler of this thread: the innermost HandlerScope's, else the process default.
+ReportHandler& CurrentReportHandler();
+
+/// Makes a handler this thread's for a scope.
+class HandlerScope {
+public:
+    explicit HandlerScope(ReportHandler& handler);
+    ~HandlerScope();
+    HandlerScope(const HandlerScope&) = delete;
+    HandlerScope& operator=(const HandlerScope&) = delete;
+
+private:
+    ReportHandler* previous_;
+};
+
+// ---- Scope, budgets, places ----------------------------------------------------------------
+
+inline constexpr int MaxErrors = 1000;          ///< errors an import before reading stops
+inline constexpr int MaxShownWarnings = 10000;  ///< warnings and notices an import shows
+
+/// One import (or one test). The outermost scope of a thread starts fresh budgets and unknown-word
+/// counts; when it ends it shows what was never shown, the count of warnings that were not shown
+/// and one summary of repeated unknown words, and releases every report made in it.
+class ReportScope {
+public:
+    ReportScope();
+    ~ReportScope();
+    ReportScope(const ReportScope&) = delete;
+    ReportScope& operator=(const ReportScope&) = delete;
+};
+
+/// Where reports get their place from. A tokenizer registers itself while it lives; the innermost
+/// of the thread gives its place to every report made meanwhile, model reports included.
+class PlaceSource {
+public:
+    PlaceSource(const PlaceSource&) = delete;
+    PlaceSource& operator=(const PlaceSource&) = delete;
+    /// Fills file, line, column, offset and the context names.
+    virtual void describePlace(rept_kt& report) const = 0;
+
+protected:
+    PlaceSource();
+    virtual ~PlaceSource();
+
+private:
+    PlaceSource* outer_;
+};
+PlaceSource* InnermostPlaceSource();  ///< null when no tokenizer lives on this thread
+
+/// Shows the report to the handler unless it was shown before (the place is filled in first when it
+/// has none and there is a source). Counts errors against the budget. Null and Okay_rept_kt:
+/// nothing.
+void ShowReport(rept_kt* report);
+
+/// Errors shown in the present outermost scope.
+int ErrorsSoFar();
+
+/// True once the error budget is used up; the reader's tokenizer then jumps to the end of its
+/// input.
+bool ErrorBudgetSpent();
+
+// ---- Making reports ------------------------------------------------------------------------
+// printf formats; the number first. Never null: without memory they return Fail_rept_kt or the
+// preallocated out-of-memory report. A report made while a tokenizer lives has its place.
+
+#define LUMO_PRINTF(formatIndex) __attribute__((format(printf, formatIndex, (formatIndex) + 1)))
+
+/// An error, not shown yet: it is shown when it is recorded (setError), or by the import entry.
+rept_kt* newerr_kt(int number, const char* format, ...) LUMO_PRINTF(2);
+/// The same, asking for the user's acknowledgement.
+rept_kt* newerrwait_kt(int number, const char* format, ...) LUMO_PRINTF(2);
+/// A fatal out-of-memory error; bytes is what could not be obtained (0: unknown). The message is
+/// "out of memory (8 bytes wanted) " and the formatted text, such as "for a table".
+rept_kt* newerr_mem_kt(int number, double bytes, const char* format, ...) LUMO_PRINTF(3);
+/// A warning, a notice: made and shown at once, against the warning budget.
+rept_kt* newwarn_kt(int number, const char* format, ...) LUMO_PRINTF(2);
+rept_kt* newnotice_kt(int number, const char* format, ...) LUMO_PRINTF(2);
+/// The error for a text in a 16-bit encoding; the last argument is null.
+rept_kt* MakeUnicodeError_kt(int number, const char* text, const char*);
+
+/// The general maker under all of the above; the place is taken from the innermost source. Shows
+/// nothing. A warning or notice beyond the budget is counted and not made: Okay_rept_kt.
+rept_kt* VMakeReport(int number, int severity, const char* format, va_list arguments);
+
+/// An error that passes an existing report on: the format's first %s receives the inner report's
+/// message, the arguments are for the rest. It keeps the worse severity and the inner number and
+/// place, and counts the inner report as shown. Not shown itself yet.
+rept_kt* WrapReport(rept_kt& inner, const char* format, va_list arguments);
+
+/// A warning about an unknown word: shown once per number and word in a scope, then only counted.
+/// Returns the report, shown, or Okay_rept_kt when it was suppressed.
+rept_kt* VMakeUnknown(std::string_view word, int number, const char* format, va_list arguments);
+
+/// Problem bits of ParseBelVec. Those in BelVecWarnMask deserve a warning.
+enum BelVecProblemEN : int {
+    BelVecCommas = 0x0002,         ///< (no problem) numbers were separated by commas
+    BelVecTooFew = 0x0001,         ///< fewer numbers than states, the rest are 0
+    BelVecTooMany = 0x0020,        ///< more numbers than states, the rest passed over
+    BelVecNotANumber = 0x0040,     ///< a token that is no number, taken as 0
+    BelVecNegative = 0x0200,       ///< a negative number, taken as 0
+    BelVecDontNormalize = 0x0100,  ///< (no problem by itself) do not normalise
+    BelVecZeroSum = 0x0400,        ///< the numbers sum to zero
+    BelVecNotOne = 0x0800,         ///< the numbers do not sum to 1 (nor are counts)
+    BelVecCounts = 0x4000,         ///< (no problem) whole numbers that are counts
+};
+inline constexpr unsigned BelVecWarnMask = 0xFFFFBE61U;
+
+/// Writes a message describing the problem bits (BelVecProblemEN) of a probability vector into
+/// buffer (256 bytes) in words, joined by "; ", and returns it. The bool is true: name the values.
+const char* CheckBelvecMesg_kt(int problems, bool, char* buffer);
+
+/// Prints a line for the user; at most MaxShownWarnings an import, the rest are counted.
+void Printf_kt(const char* format, ...) LUMO_PRINTF(1);
+
+using bool3 = signed char;  ///< 1 yes, 0 no, -1 neither
+
+/// Asks the user a yes/no question. The int is 0 and the bool* null; when no handler can ask, the
+/// default answer counts, and -1 (no default) is no.
+bool AskYesOrNoC_kt(int number, int, bool3 defaultAnswer, bool*, const char* format, ...)
+    LUMO_PRINTF(5);
+
+/// A wait notice shown from construction to destruction.
+class userwait_kt {
+public:
+    explicit userwait_kt(const char* format, ...) LUMO_PRINTF(2);
+    ~userwait_kt();
+    userwait_kt(const userwait_kt&) = delete;
+    userwait_kt& operator=(const userwait_kt&) = delete;
+
+private:
+    std::string text_;
+};
+
+// ---- The library's own report numbers ------------------------------------------------------
+// Message sites of the services themselves; the readers' numbers stand beside their messages.
+
+namespace num {
+// memory, files, entry
+inline constexpr int outOfMemory = -5000;        ///< M "out of memory"
+inline constexpr int cannotOpenFile = -5001;     ///< N "cannot open '%s': %s"
+inline constexpr int cannotReadFile = -5002;     ///< N "cannot read '%s': %s"
+inline constexpr int zeroByte = -5003;           ///< W "zero byte at offset %lld; ..."
+inline constexpr int unknownFormatCode = -5004;  ///< E "unknown format code %d"
+inline constexpr int internalError = -5005;      ///< fatal, an exception that escaped a reader
+inline constexpr int failedAssertion = -5006;    ///< W "internal check failed: %s (%s, line %d)"
+// reports
+inline constexpr int tooManyErrors = -5020;    ///< E the error budget is used up, reading stops
+inline constexpr int moreWarnings = -5021;     ///< N "%d further warnings and notices ..."
+inline constexpr int unknownSummary = -5022;   ///< N how often repeated unknown words occurred
+inline constexpr int importCancelled = -5023;  ///< fatal, the handler said cancelled()
+// tokenizer
+inline constexpr int notANumber = -5040;           ///< E "'%s' is not a number"
+inline constexpr int numberTooLarge = -5041;       ///< E "number '%s' is too large"
+inline constexpr int notAnInteger = -5042;         ///< E "'%s' is not an integer"
+inline constexpr int unterminatedString = -5043;   ///< E placed at the opening quote
+inline constexpr int unterminatedComment = -5044;  ///< W placed at the comment's start
+inline constexpr int textCut = -5045;              ///< W text longer than 255 characters is cut
+inline constexpr int badCoordinate = -5046;        ///< E a pair of numbers was expected
+inline constexpr int badList = -5047;              ///< E a list did not open or close as expected
+inline constexpr int wrongListCount = -5048;       ///< E "%d numbers wanted, but %d read"
+inline constexpr int badTable = -5049;             ///< E a data table with wrong contents
+inline constexpr int tableShape = -5050;           ///< W parentheses contradict the header
+inline constexpr int badXML = -5051;               ///< E malformed tag, attribute, entity
+inline constexpr int wrongClosingTag = -5052;      ///< E another end tag than expected
+inline constexpr int xmlDeclaration = -5053;       ///< W a declaration among the elements
+inline constexpr int unexpectedEnd = -4108;        ///< E "unexpected end-of-input", shared
+// net model
+inline constexpr int nodeExists = -5080;      ///< E second node of one identity
+inline constexpr int labelExists = -5081;     ///< W second node of one label, named otherwise
+inline constexpr int selfLink = -5082;        ///< E a node linked to itself
+inline constexpr int cycle = -5083;           ///< E a link that would close a cycle
+inline constexpr int parentAgain = -5084;     ///< W a parent named again
+inline constexpr int badStateCount = -5085;   ///< E negative or above MaxStates
+inline constexpr int badStateIndex = -5086;   ///< W a state number that is not a state
+inline constexpr int tableTooLarge = -5087;   ///< E above MaxTableEntries
+inline constexpr int badTableEntry = -5088;   ///< E NaN, infinite or negative entry
+inline constexpr int roundingNoise = -5089;   ///< W tiny negative entries became 0
+inline constexpr int zeroRow = -5090;         ///< W a row that sums to zero
+inline constexpr int rowSum = -5091;          ///< W a row that does not sum to 1
+inline constexpr int rowsMissing = -5092;     ///< W rows that the file never gives
+inline constexpr int rowAgain = -5093;        ///< W a row given twice
+inline constexpr int badParentState = -5094;  ///< E a parent state out of range
+inline constexpr int badParameter = -5095;    ///< E a noisy-max parameter out of range, bad sum
+inline constexpr int tooManyGroups = -5096;   ///< E above MaxNodesets
+inline constexpr int badStateName = -5097;    ///< E illegal or repeated state name
+inline constexpr int badZoom = -5098;         ///< W a zoom that counts as 100 per cent
+}  // namespace num
+
+}  // namespace lumo

@@ -1,0 +1,161 @@
+// The template readers: pairs, lists of strings, arrays and lists of numbers.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "library/text/parser.h"
+#include "library/text/tokens.h"
+
+namespace lumo {
+
+namespace {
+
+char Counterpart(char open) {
+    constexpr std::string_view pairs = "()[]{}<>";
+    const std::size_t at = pairs.find(open);
+    return at == std::string_view::npos ? open : pairs[at + 1];
+}
+
+/// Consumes the character when it stands next, after blanks.
+bool Take(Parser_kt& in, char c) {
+    if (in.peekPunc() != c) return false;
+    in.skipChar();
+    return true;
+}
+
+/// The error for another thing than the expected standing next, which becomes the place.
+rept_kt* Unexpected(Parser_kt& in, int number, const char* expected) {
+    const std::string found = NextToken(in);
+    return in.makeError(number, "expected %s, but found %s", expected, found.c_str());
+}
+
+void Open(Parser_kt& in, char open) {
+    const char name[] = {'\'', open, '\'', 0};
+    if (!Take(in, open)) throw Unexpected(in, num::badList, name);
+}
+
+/// A pair in parentheses or not. Returns the error that it recorded, or null.
+rept_kt* ReadPair(Parser_kt& in, double (&pair)[2]) {
+    const bool opened = Take(in, '(');
+    if (in.readDoubles(pair, 2, CommasEN::may) < 2)
+        return Unexpected(in, num::badCoordinate, "a pair of numbers");
+    const ParserPos_kt last = in.tokenStart();
+    if (opened && !Take(in, ')')) return Unexpected(in, num::badCoordinate, "')'");
+    in.setTokenStart(last);
+    return nullptr;
+}
+
+rept_kt* ReadIntPair(Parser_kt& in, coord_kt& out) {
+    constexpr double lowest = std::numeric_limits<int>::min();
+    constexpr double highest = std::numeric_limits<int>::max();
+    double pair[2] = {0, 0};
+    if (rept_kt* const error = ReadPair(in, pair); error != nullptr) return error;
+    for (const double x : pair) {
+        const double rounded = std::floor(x + 0.5);
+        if (rounded < lowest || rounded > highest)
+            return in.makeError(num::numberTooLarge, "coordinate %g is too large", x);
+    }
+    out = {RoundToInt_kt(pair[0]), RoundToInt_kt(pair[1])};
+    return nullptr;
+}
+
+}  // namespace
+
+// ---- Pairs ---------------------------------------------------------------------------------
+
+template <class PARSER>
+void ReadCoord(PARSER& in, coord_kt& out) {
+    if (rept_kt* const error = ReadIntPair(in, out); error != nullptr) throw error;
+}
+
+bool TryReadCoord(Parser_kt& in, coord_kt& out) { return ReadIntPair(in, out) == nullptr; }
+
+template <class PARSER>
+void ReadDCoord(PARSER& in, dcoord_kt& out) {
+    double pair[2] = {0, 0};
+    if (rept_kt* const error = ReadPair(in, pair); error != nullptr) throw error;
+    out = {pair[0], pair[1]};
+}
+
+template void ReadCoord<Parser_kt>(Parser_kt& in, coord_kt& out);
+template void ReadCoord<Parser_CString_kt>(Parser_CString_kt& in, coord_kt& out);
+template void ReadDCoord<Parser_kt>(Parser_kt& in, dcoord_kt& out);
+
+// ---- Strings -------------------------------------------------------------------------------
+
+template <class PARSER, bool quotedOrWord, bool keepEmpty, int most>
+char** ReadListStrings(PARSER& in, int& count) {
+    Open(in, in.listOpenChar);
+    const char close = Counterpart(in.listOpenChar);
+    std::vector<OwnedStr> entries;
+    entries.reserve(8);  // enough for most
+    bool afterComma = false;
+    while (!Take(in, close)) {
+        if (Take(in, ',')) {
+            // A comma after another, or before any entry, stands for an empty entry.
+            if (keepEmpty && (afterComma || entries.empty())) entries.emplace_back(DupStr_kt(""));
+            afterComma = true;
+        } else if (in.peekPunc() == '"' || !in.peekWord().empty()) {
+            entries.emplace_back(in.readStringNew());
+            afterComma = false;
+        } else {
+            const std::string found = NextToken(in);
+            throw in.makeError(num::badList, "missing '%c' at the end of the list, before %s",
+                               close, found.c_str());
+        }
+        if (entries.size() > MaxListEntries)
+            throw in.makeError(num::badList, "the list has more than %d entries", MaxListEntries);
+    }
+    if (keepEmpty && afterComma) entries.emplace_back(DupStr_kt(""));
+    auto array = std::make_unique<char*[]>(entries.size());
+    std::transform(entries.begin(), entries.end(), array.get(),
+                   [](OwnedStr& entry) { return entry.release(); });
+    count = static_cast<int>(entries.size());
+    return array.release();
+}
+
+template char** ReadListStrings<Parser_kt, true, true, 1>(Parser_kt& in, int& count);
+
+// ---- Numbers -------------------------------------------------------------------------------
+
+template <class PARSER, class T, bool parens, bool, bool, bool>
+int ReadArray(PARSER& in, T* out, int n) {
+    static_assert(parens, "lists without parentheses are not read");
+    Open(in, '(');
+    int read = 0;
+    for (; !Take(in, ')'); ++read) {
+        const T value = in.readInt();
+        if (in.numberFailed) throw in.curReport;
+        if (read < n) out[read] = value;
+        Take(in, ',');
+    }
+    if (read == n) return n;
+    throw in.makeError(num::wrongListCount, "%d numbers wanted, but %d read", n, read);
+}
+
+template int ReadArray<Parser_kt, int, true, false, false, false>(Parser_kt& in, int* out, int n);
+
+template <class PARSER, class T, bool, bool>
+void ReadList(PARSER& in, vect_kt<T>& out) {
+    const bool elementText = in.listOpenChar == '>';
+    if (elementText && in.atEmptyElement()) return;
+    if (!elementText) Open(in, in.listOpenChar);
+    const char close = elementText ? '<' : Counterpart(in.listOpenChar);
+    for (;;) {
+        if (out.N == out.capacity) out.realloc_(GrownCapacity_kt(out.N));
+        const int n = in.readFloats(out.array + out.N, out.capacity - out.N, CommasEN::may);
+        out.N += n;
+        const char next = in.peekPunc();
+        if (next == close) break;
+        const bool more = out.N == out.capacity || (n > 0 && next == ',');
+        if (!more) throw MakeNumberError(in, num::notANumber);
+        if (next == ',') in.skipChar();
+    }
+    if (!elementText) in.skipChar();
+}
+
+template void ReadList<Parser_CString_kt, float, false, false>(Parser_CString_kt& in,
+                                                               vect_kt<float>& out);
+
+}  // namespace lumo

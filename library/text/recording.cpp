@@ -1,0 +1,199 @@
+// Reports against a tokenizer's place, and what follows from them.
+#include <algorithm>
+
+#include "library/text/parser.h"
+#include "library/text/tokens.h"
+
+namespace lumo {
+
+namespace {
+
+constexpr std::size_t MostShown = 80;
+
+std::string_view Trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\n\v\f\r";
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+}  // namespace
+
+std::string Shown(std::string_view token) {
+    std::string out;
+    for (const char c : token.substr(0, MostShown)) {
+        const bool control = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+        out += control ? Format("\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(c)))
+                       : std::string(1, c);
+    }
+    return token.size() > MostShown ? out + "..." : out;
+}
+
+std::string NextToken(Parser_kt& in) {
+    const std::string_view word = in.peekWord();
+    in.setTokenStart(in.getPos());
+    if (!word.empty()) return Format("'%s'", Shown(word).c_str());
+    if (in.peekChar() == 0) return "the end of the input";
+    return CharName_kt(static_cast<unsigned char>(in.peekChar()));
+}
+
+rept_kt* MakeNumberError(Parser_kt& in, int number) {
+    const std::string_view word = in.peekWord();
+    in.setTokenStart(in.getPos());
+    const bool integer = number == num::notAnInteger;
+    const char* const wanted = integer ? "an integer" : "a number";
+    if (word.empty() && in.isAtEnd())
+        return in.makeError(num::unexpectedEnd, "unexpected end-of-input");
+    if (word.empty())
+        return in.makeError(number, "expected %s, but found %s", wanted,
+                            CharName_kt(static_cast<unsigned char>(in.peekChar())));
+    const char* const last = word.data() + word.size();
+    const char* end = word.data();
+    double value = 0;
+    int whole = 0;
+    const NumberEN kind = integer ? ParseInteger(word.data(), last, whole, end)
+                                  : ParseNumber(word.data(), last, value, end);
+    // A number that was refused is too large for where it is wanted.
+    const bool tooLarge = integer ? kind == NumberEN::tooLarge && end == last
+                                  : kind != NumberEN::none && (end == last || *end == ',');
+    if (tooLarge)
+        return in.makeError(num::numberTooLarge, "number '%s' is too large", Shown(word).c_str());
+    return in.makeError(number, "'%s' is not %s", Shown(word).c_str(), wanted);
+}
+
+// ---- Recording -----------------------------------------------------------------------------
+
+void Parser_kt::record(rept_kt* report) {
+    if (report == nullptr || report == Okay_rept_kt) return;
+    const bool afterEnd = budgetSaid_ && report->severity == SeverityError;
+    if (afterEnd && report != Fail_rept_kt) report->shown = true;  // nothing was read: no news
+    if (curReport == nullptr || report->severity >= curReport->severity) curReport = report;
+    ShowReport(report);
+    stopWhenBudgetSpent();
+}
+
+void Parser_kt::setError(rept_kt* report) {
+    if (report == nullptr || report == Okay_rept_kt) return;
+    if (report->line == 0 && report != Fail_rept_kt) describePlace(*report);
+    record(report);
+}
+
+rept_kt* Parser_kt::make(int number, int severity, const char* format, va_list arguments) {
+    rept_kt* const report = VMakeReport(number, severity, format, arguments);
+    if (InnermostPlaceSource() != this && report != Okay_rept_kt) describePlace(*report);
+    record(report);
+    return report;
+}
+
+rept_kt* Parser_kt::makeError(int number, const char* format, ...) {
+    // Nothing is read any more: what follows is no news, and must not cost memory.
+    if (budgetSaid_ && IsError(curReport)) return curReport;
+    va_list arguments;
+    va_start(arguments, format);
+    rept_kt* const report = make(number, SeverityError, format, arguments);
+    va_end(arguments);
+    return report;
+}
+
+rept_kt* Parser_kt::makeError(rept_kt& inner, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    rept_kt* const report = WrapReport(inner, format, arguments);
+    va_end(arguments);
+    setError(report);
+    return report;
+}
+
+rept_kt* Parser_kt::makeWarning(int number, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    rept_kt* const report = make(number, SeverityWarning, format, arguments);
+    va_end(arguments);
+    return report;
+}
+
+rept_kt* Parser_kt::makeNotice(int number, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    rept_kt* const report = make(number, SeverityNotice, format, arguments);
+    va_end(arguments);
+    return report;
+}
+
+rept_kt* Parser_kt::makeWarningUnknown(const char* word, int number, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    rept_kt* const report = VMakeUnknown(word, number, format, arguments);
+    va_end(arguments);
+    record(report);
+    return report;
+}
+
+rept_kt* Parser_kt::makeWarningUnknown(const strin_kt& word, int number, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    rept_kt* const report = VMakeUnknown(word.view(), number, format, arguments);
+    va_end(arguments);
+    record(report);
+    return report;
+}
+
+// ---- Going on or not -----------------------------------------------------------------------
+
+void Parser_kt::stopWhenBudgetSpent() {
+    if (budgetSaid_ || !ErrorBudgetSpent()) return;
+    curReport =
+        newerr_kt(num::tooManyErrors, "too many errors (%d), reading stops here", MaxErrors);
+    ShowReport(curReport);
+    budgetSaid_ = true;
+    jumpToEnd();
+}
+
+void Parser_kt::tellProgress(ReportHandler& handler) {
+    const long long total = bytesTotal();
+    const long long done = total - bytesLeft();
+    const int step = total > 0 ? static_cast<int>(done * 100 / total) : 100;
+    if (step <= progressStep_) return;
+    progressStep_ = step;
+    handler.progress(done, total);
+}
+
+void Parser_kt::checkError() {
+    if (curReport != nullptr && curReport->severity >= SeverityFatal) throw curReport;
+    ReportHandler& handler = CurrentReportHandler();
+    tellProgress(handler);
+    if (handler.cancelled()) {
+        rept_kt* const report = newerr_kt(num::importCancelled, "import cancelled");
+        report->severity = SeverityFatal;
+        setError(report);
+        throw report;
+    }
+    stopWhenBudgetSpent();
+    if (budgetSaid_) jumpToEnd();  // again, should a reader have gone back
+}
+
+// ---- Quoted values -------------------------------------------------------------------------
+
+void Parser_kt::readQuoted(char* out, int size) {
+    strin_kt text;
+    const bool quoted = peekPunc() == '"';
+    const ParserPos_kt start = getPos();
+    setTokenStart(start);
+    std::string_view value;
+    if (quoted) {
+        readString(text);
+        value = text.view();
+    } else {
+        skipStatement();
+        value = Trimmed({start, static_cast<std::size_t>(getPos() - start)});
+    }
+    const std::size_t most = static_cast<std::size_t>(std::max(size, 0));
+    if (value.size() > most)
+        makeWarning(num::textCut, "text of %d characters is cut to %d",
+                    static_cast<int>(std::min<std::size_t>(value.size(), 0x7FFFFFFF)), size);
+    value = value.substr(0, most);
+    std::copy(value.begin(), value.end(), out);
+    out[value.size()] = 0;
+}
+
+}  // namespace lumo

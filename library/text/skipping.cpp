@@ -1,0 +1,227 @@
+// Skipping: whole statements, bracketed structures, and up to a text. Nothing here recurses, and
+// every search that fails is remembered, so that all skipping of an import together stays linear.
+#include <algorithm>
+#include <functional>
+
+#include "library/text/parser.h"
+#include "library/text/state.h"
+
+namespace lumo {
+
+namespace {
+
+constexpr const char* TagNameEnds = "<> \t\n\v\f\r";
+
+}  // namespace
+
+/// Past the quoted string or comment that starts at p (in XML: comment, CDATA section or processing
+/// instruction); p when none does. What never ends is taken as ordinary text.
+const char* Parser_CString_kt::pastShielded(const char* p) {
+    if (commentAt(p)) return pastComment(p);
+    const char* past = nullptr;
+    if (!options->xmlText) {
+        if (*p == '"' && (past = closingQuote(p + 1)) != nullptr) ++past;
+    } else if (StartsWith(p, "<![CDATA[")) {
+        past = state_->pastCloser(CloseCData, p, end_);
+    } else if (StartsWith(p, "<?")) {
+        past = state_->pastCloser(CloseInstruction, p, end_);
+    }
+    return past != nullptr ? past : p;
+}
+
+// ---- Up to a text --------------------------------------------------------------------------
+
+int Parser_CString_kt::skipToString(const char* s) {
+    const std::string_view text(s);
+    if (text.empty()) return 0;
+    if (options->xmlText && text.starts_with("</") && text.ends_with(">"))
+        return skipToEndTag(text.substr(2, text.size() - 3));
+    const auto known = state_->notFound.find(std::string(text));
+    if (known != state_->notFound.end() && channel.position >= known->second) return -1;
+    for (const char* p = channel.position; p < end_;) {
+        if (StartsWith(p, text)) {
+            channel.position = p + text.size();
+            return 0;
+        }
+        const char* const past = pastShielded(p);
+        p = past != p ? past : p + 1;
+    }
+    state_->notFound[std::string(text)] = channel.position;
+    return -1;
+}
+
+void EndTags::add(std::string_view name) {
+    entries_.push_back({std::hash<std::string_view>()(name), name.data()});
+}
+
+void EndTags::finish() {
+    std::sort(entries_.begin(), entries_.end(), [](const Entry& a, const Entry& b) {
+        return a.hash != b.hash ? a.hash < b.hash : a.name < b.name;
+    });
+}
+
+bool EndTags::anyFrom(const char* place, std::string_view name) const {
+    const std::size_t hash = std::hash<std::string_view>()(name);
+    auto entry = std::upper_bound(entries_.begin(), entries_.end(), hash,
+                                  [](std::size_t h, const Entry& e) { return h < e.hash; });
+    while (entry != entries_.begin() && (--entry)->hash == hash && entry->name >= place)
+        if (StartsWith(entry->name, name) &&
+            std::strchr(TagNameEnds, entry->name[name.size()]) != nullptr)
+            return true;
+    return false;
+}
+
+/// The next end tag from p on: gives its name and the place after it; null when there is none.
+const char* Parser_CString_kt::nextEndTag(const char* p, std::string_view& name) {
+    while (p < end_) {
+        if (p[0] != '<' || p[1] != '/') {
+            const char* const past = *p == '<' ? pastShielded(p) : p;
+            p = past != p ? past : p + 1;
+            continue;
+        }
+        const char* const start = p + 2;
+        p = start + std::strcspn(start, TagNameEnds);
+        name = {start, static_cast<std::size_t>(p - start)};
+        while (has(p, CharPropSpace)) ++p;
+        if (*p == '>') return p + 1;
+    }
+    return nullptr;
+}
+
+/// Up to and past the end tag, which may hold blanks before its '>'.
+int Parser_CString_kt::skipToEndTag(std::string_view name) {
+    if (atEmptyElement() && state_->emptyName == name) {
+        channel.position += 2;
+        return 0;
+    }
+    const char* const from = channel.position;
+    const bool indexed = state_->endTags != nullptr && from >= state_->endTagsFrom;
+    if (indexed && !state_->endTags->anyFrom(from, name)) return -1;
+    auto passed = std::make_unique<EndTags>();
+    std::string_view found;
+    for (const char* p = from; (p = nextEndTag(p, found)) != nullptr;) {
+        if (found == name) {
+            channel.position = p;
+            return 0;
+        }
+        if (!indexed) passed->add(found);
+    }
+    if (indexed) return -1;
+    passed->finish();
+    state_->endTags = std::move(passed);
+    state_->endTagsFrom = from;
+    return -1;
+}
+
+const char* Parser_CString_kt::State::pastLiteral(const char* p, const char* end) {
+    const char*& none = noLiteral[*p == '"' ? 0 : 1];
+    if (none != nullptr && p >= none) return nullptr;
+    const void* const close = std::memchr(p + 1, *p, static_cast<std::size_t>(end - p - 1));
+    if (close != nullptr) return static_cast<const char*>(close) + 1;
+    none = p;
+    return nullptr;
+}
+
+// ---- Structures ----------------------------------------------------------------------------
+
+void Parser_CString_kt::doSkipStructure(char open, char close, bool opened) {
+    const char opener[] = {open, 0};
+    if (!opened && skipToString(opener) == -1) return;
+    if (open == '<' && close == '>') return skipXMLMarkup();
+    const char* p = channel.position;
+    for (int depth = 1; p < end_ && depth > 0;) {
+        const char* const past = pastShielded(p);
+        if (past != p) {
+            p = past;
+            continue;
+        }
+        if (*p == close)
+            --depth;
+        else if (*p == open)
+            ++depth;
+        ++p;
+    }
+    channel.position = p;
+}
+
+/// The rest of a declaration whose "<!" (or another markup whose '<') was consumed: up to its '>',
+/// counting nested pairs, outside quoted literals, comments and instructions.
+void Parser_CString_kt::skipXMLMarkup() {
+    const char* p = channel.position;
+    const char before = p - channel.start >= 2 && p[-2] == '<' ? p[-1] : '\0';
+    const char* whole = nullptr;
+    if (before == '?')
+        whole = state_->pastCloser(CloseInstruction, p, end_);
+    else if (before == '!' && StartsWith(p, "--"))
+        whole = pastComment(p - 2);
+    else if (before == '!' && StartsWith(p, "[CDATA["))
+        whole = state_->pastCloser(CloseCData, p, end_);
+    if (whole != nullptr) {
+        channel.position = whole;
+        return;
+    }
+    const bool literals = *p != '-';  // "<!- it's none ->"
+    for (int depth = 1; p < end_ && depth > 0;) {
+        const bool quote = literals && (*p == '"' || *p == '\'');
+        const char* const past = quote       ? state_->pastLiteral(p, end_)
+                                 : *p == '<' ? pastShielded(p)
+                                             : nullptr;
+        if (past != nullptr && past != p) {
+            p = past;
+            continue;
+        }
+        if (*p == '>')
+            --depth;
+        else if (*p == '<')
+            ++depth;
+        ++p;
+    }
+    channel.position = p;
+}
+
+// ---- Statements ----------------------------------------------------------------------------
+
+void Parser_CString_kt::doSkipStatement() { channel.position = statementEnd(); }
+
+/// Where the statement at the position ends. Round and square brackets are counted outside braces
+/// only. A ';' within them ends the statement after all when they are not closed before the
+/// enclosing block ends: `x = (1 2; y = 3; }` has lost a ')'. The text looked through in vain for
+/// such brackets is remembered; a ';' in it is taken as an end at once.
+const char* Parser_CString_kt::statementEnd() {
+    const char* inBrackets = nullptr;  // the first ';' within open brackets
+    int braces = 0;
+    int brackets = 0;
+    const char* p = channel.position;
+    while (p < end_) {
+        const char* const past = pastShielded(p);
+        if (past != p) {
+            p = past;
+            continue;
+        }
+        const char c = *p;
+        if (c == '{') {
+            ++braces;
+        } else if (c == '}') {
+            if (braces == 0) break;
+            if (--braces == 0 && brackets == 0) {
+                const char next = *pastBlanks(p + 1);
+                if (next != ';' && next != ',') return p + 1;
+            }
+        } else if (braces > 0) {
+            // only braces count within braces
+        } else if (c == ';') {
+            if (brackets == 0 || p < state_->unbalancedUpTo) return p;
+            if (inBrackets == nullptr) inBrackets = p;
+        } else if (c == '(' || c == '[') {
+            ++brackets;
+        } else if ((c == ')' || c == ']') && brackets > 0 && --brackets == 0) {
+            inBrackets = nullptr;
+        }
+        ++p;
+    }
+    if (inBrackets == nullptr) return p;
+    state_->unbalancedUpTo = p;
+    return inBrackets;
+}
+
+}  // namespace lumo

@@ -1,0 +1,83 @@
+// What the tokenizer's own files share; not for its users.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "library/text/parser.h"
+
+namespace lumo {
+
+/// Finds line and line start of places in a text. Marks are kept on the way, so that a report costs
+/// at most one stride of counting wherever it lies, also within a single line of 100 MB.
+class LineCounter {
+public:
+    struct Mark {
+        const char* position;
+        const char* lineStart;
+        int line;  ///< from 1
+    };
+
+    explicit LineCounter(const char* start) : marks_{{start, start, 1}} {}
+    Mark at(const char* place);
+
+private:
+    static constexpr std::ptrdiff_t Stride = 4096;
+    std::vector<Mark> marks_;  ///< ascending, about one a stride
+};
+
+/// The texts that end what they close: found, or known not to come any more.
+enum CloserEN { CloseComment, CloseXMLComment, CloseCData, CloseInstruction, CloserCount };
+
+/// Where each end tag of an XML text stands, made after the first search that found none: every
+/// later search that must fail is answered at once, whatever names the file makes up.
+class EndTags {
+public:
+    void add(std::string_view name);  ///< a part of the text
+    void finish();
+    bool anyFrom(const char* place, std::string_view name) const;
+
+private:
+    struct Entry {
+        std::size_t hash;
+        const char* name;
+    };
+    std::vector<Entry> entries_;  ///< by hash, then by place
+};
+
+struct Parser_CString_kt::State {
+    explicit State(const char* start) : lines(start) {}
+
+    LineCounter lines;
+    const char* solidStart =
+        nullptr;  ///< start of the last token that was not a single raw character
+    const char* emptyElement = nullptr;  ///< the '/' of the last <X/>: </X> stands there
+    std::string emptyName;               ///< its X
+
+    // Searches that found nothing, by the place they started from: none succeeds from there on.
+    const char* noCloser[CloserCount] = {};
+    const char* noQuote = nullptr;
+    const char* noLiteral[2] = {};  ///< for the double, the single quote
+    std::unordered_map<std::string, const char*> notFound;
+    std::unique_ptr<EndTags> endTags;
+    const char* endTagsFrom = nullptr;
+    const char* commentWarned = nullptr;  ///< the unterminated comment, once it was reported
+    const char* unbalancedUpTo =
+        nullptr;  ///< up to here skipStatement looked for closing brackets in vain
+
+    /// Past the closer's next occurrence, null when there is none.
+    const char* pastCloser(CloserEN which, const char* from, const char* end);
+    /// Past the literal whose quote stands at p; null when it is not closed.
+    const char* pastLiteral(const char* p, const char* end);
+};
+
+/// True when the zero-terminated text at p starts with `text`.
+inline bool StartsWith(const char* p, std::string_view text) {
+    return std::strncmp(p, text.data(), text.size()) == 0;
+}
+
+}  // namespace lumo

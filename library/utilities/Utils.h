@@ -1,0 +1,217 @@
+// Small services that every reader uses: strings, legal names, file names, files, rounding, the
+// lock.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "library/utilities/memory.h"
+#include "library/utilities/numbers.h"
+#include "library/utilities/vect.h"
+#include "library/utilities/vect3.h"
+
+namespace lumo {
+
+// ---- Strings -------------------------------------------------------------------------------
+
+/// A new[] copy of s (the caller owns it), with one spare byte after the terminating zero, so that
+/// the in-place name functions have room for a prefix letter. Null gives null.
+char* DupStr_kt(const char* s);
+char* DupStr_kt(std::string_view s);
+
+/// Owning handle of a new[] string, for strings on their way to the model.
+using OwnedStr = std::unique_ptr<char[]>;
+
+bool streql_kt(const char* a, const char* b);   ///< equal; null equals only null
+bool streqli_kt(const char* a, const char* b);  ///< equal ignoring ASCII letter case
+bool HasPrefix_kt(const char* prefix, const char* s);
+
+/// True when the strings are equal apart from a run of decimal digits at their ends (which may be
+/// empty on either side): "HR_State_" and "HR_State_12".
+bool EqualStrsExceptNumericSuffix_kt(const char* a, const char* b);
+
+/// Replaces every `find` in s by `replacement`, in place, never writing beyond `size` bytes (the
+/// terminating zero included); an occurrence whose replacement does not fit ends the work.
+/// Returns whether anything was replaced.
+bool SubstStrWithStr_kt(char* s, int size, const char* find, const char* replacement);
+
+/// The number at the start of text (see ParseNumber for what is accepted; leading white space is
+/// skipped). *end is set to the first character after it, to text when there is none.
+/// *error becomes 0, or 1 when there is no number or it is too large for a double (result 0).
+double strtod1_kt(const char* text, char** end, int* error);
+
+/// Reads one number at the start of text. Returns 0 and sets *result and *end, or returns -1
+/// (nothing set) when there is no number, -2 when it is too large.
+int strtodouble2_kt(const char* text, double* result, const char** end);
+
+/// Writes value in decimal, zero-terminated (12 bytes suffice); returns the number of characters.
+template <class CHAR, class INT>
+int sprint_int_kt(CHAR* buffer, INT value);
+template <>
+int sprint_int_kt<char, int>(char* buffer, int value);
+
+/// Classifies an array by its null and empty strings: 0 no such entry, 1 some empty, 2 some null,
+/// 3 some of both, 4 none usable (all null or empty, or count 0). The last argument is 1.
+int StrsNullEmpty_kt(const char* const* array, int count, int);
+
+/// True when the arrays hold equal strings (null equals only null); a null array equals nothing but
+/// a null array.
+bool EqlArrStrs_kt(const char* const* a, const char* const* b, int count, bool);
+
+/// Frees each string and the array (both from new[]); null is allowed.
+void FreeArrStrings_kt(char** array, int count);
+
+/// Owning handle of an array of strings from new[].
+class OwnedStrs {
+public:
+    OwnedStrs() = default;
+    OwnedStrs(char** strings, int n) : array_(strings), count_(n) {}
+    OwnedStrs(OwnedStrs&& o) noexcept
+        : array_(std::exchange(o.array_, nullptr)), count_(o.count_) {}
+    OwnedStrs& operator=(OwnedStrs&& o) noexcept {
+        std::swap(array_, o.array_);
+        std::swap(count_, o.count_);
+        return *this;
+    }
+    ~OwnedStrs() { FreeArrStrings_kt(array_, count_); }
+    char** get() const { return array_; }
+    int count() const { return count_; }
+    char** release() { return std::exchange(array_, nullptr); }
+
+private:
+    char** array_ = nullptr;
+    int count_ = 0;
+};
+
+/// A printable name of the character for messages: 'x' in quotes, "tab", "character 0x07", and
+/// "none" for 0 (no punctuation character stood there). The text is constant and lives as long as
+/// the process.
+const char* CharName_kt(unsigned char c);
+
+/// Formats like printf into buffer, at most size bytes including the terminating zero.
+/// Returns the length written. Independent of the locale's decimal comma.
+int SPrintf(char* buffer, int size, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+/// vsnprintf, independent of the locale.
+int VSPrintf(char* buffer, std::size_t size, const char* format, __builtin_va_list arguments);
+
+/// printf formatting into a string of any length; independent of the locale's decimal comma.
+std::string VFormat(const char* format, __builtin_va_list arguments);
+std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// ---- Legal names ---------------------------------------------------------------------------
+// A legal name is an ASCII letter followed by ASCII letters, digits and underscores, at most
+// MaxNameLength characters. Making a name legal turns each run of other characters into one
+// underscore and puts a prefix letter before a leading digit or underscore; a text without any
+// usable character becomes the prefix letter alone.
+
+inline constexpr int MaxNameLength = 255;
+
+bool IsLegalName_kt(std::string_view name);
+
+/// Makes the name legal in place and returns it. A leading digit needs one spare byte, which
+/// strings from DupStr_kt and readStringNew have. The prefix letter is 'N'; ToLegalName1_kt lets
+/// one choose.
+char* ToLegalName_kt(char* name);
+strin_kt& ToLegalName_kt(strin_kt& name);
+char* ToLegalName1_kt(char* name, char prefix);
+std::string LegalName(std::string_view name, char prefix = 'N');
+
+/// The names taken so far in one scope (hashed), for making many names distinct in linear time.
+class UniqueNames_kt {
+public:
+    UniqueNames_kt();
+    ~UniqueNames_kt();
+    UniqueNames_kt(const UniqueNames_kt&) = delete;
+    UniqueNames_kt& operator=(const UniqueNames_kt&) = delete;
+
+    bool contains(std::string_view name) const;
+    void add(std::string_view name);
+    void remove(std::string_view name);
+
+    /// A legal name made from `name` that is not taken: the legal form itself, or that with a
+    /// number appended (its tail cut so that the result has at most maxLength characters). Does not
+    /// add it.
+    std::string unique(std::string_view name, char prefix, int maxLength = MaxNameLength);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+/// Makes `name` legal and different from the `count` existing names (null entries are passed over),
+/// in place, within `size` bytes, the terminating zero included; 0 means the length of name plus 2.
+/// At least 13 bytes are needed for a unique name to be certain. Returns name.
+char* ToLegalUniqueName_kt(char* name, const char* const* existing, int count, char prefix,
+                           int size = 0);
+/// The same against a set of names, to which the result is added: linear over many names.
+char* ToLegalUniqueName_kt(char* name, UniqueNames_kt& existing, char prefix, int size);
+
+/// A new array of `count` new[] strings: the names made legal and mutually distinct.
+/// The caller owns array and strings (FreeArrStrings_kt).
+char** MakeLegalUniqueNames_kt(const char* const* names, int count, char prefix);
+
+// ---- Files ---------------------------------------------------------------------------------
+
+/// The library's native file extension, with its dot: ".lumo".
+extern const char* const LumoFileExtension_sy;
+
+const char* FileNamePtr_kt(const char* path);  ///< the part after the last directory separator
+char* FileNamePtr_kt(char* path);
+void RemoveExtension_kt(char* path);  ///< cuts the extension in place; a leading dot is none
+
+/// Appends the extension in place when the file name does not end in it already; the buffer must
+/// have room. The third argument is null. Returns path.
+char* AddExtension_kt(char* path, const char* extension, const char*);
+
+/// Reads a whole file, at most maxLength bytes (-1: no limit), into a zero-terminated text from the
+/// library allocator (free with xfree_kt); *length (may be null) gets the number of bytes read.
+/// Regular files, pipes and devices are read; a FIFO that nobody writes to is an empty text.
+/// Null when the file cannot be opened or read (a notice tells why); an out-of-memory report is
+/// thrown when the file does not fit. A zero byte inside is a warning that gives its offset: the
+/// text ends there for its readers.
+char* FileToStringThrows_kt(const char* path, long long maxLength, long long* length);
+
+/// The warning about a zero byte at that offset of the file (num::zeroByte).
+void WarnZeroByte(const char* path, long long offset);
+
+// ---- Numbers -------------------------------------------------------------------------------
+
+// ParseNumber and ParseInteger: see numbers.h.
+
+/// The nearest int, halves up. A result outside the int range fails an assertion
+/// ("r >= INT_MIN", "Utils", 319; "r <= INT_MAX", "Utils", 320) and is then clamped; NaN gives 0.
+int RoundToInt_kt(double x);
+
+// ---- The import lock -----------------------------------------------------------------------
+
+/// A critical section object. Not recursive.
+struct critsec_kt {
+    std::mutex mutex;
+};
+
+/// Serialises the Hugin, DSC, DXPress and Ergo imports of the process.
+extern critsec_kt Mut_ReadForeignFile;
+
+void EnterCriticalSection_fc(critsec_kt* section);
+void LeaveCriticalSection_fc(critsec_kt* section);
+
+/// Holds a critical section for a scope.
+class CritSecHold {
+public:
+    explicit CritSecHold(critsec_kt& section) : section_(section) {
+        EnterCriticalSection_fc(&section_);
+    }
+    ~CritSecHold() { LeaveCriticalSection_fc(&section_); }
+    CritSecHold(const CritSecHold&) = delete;
+    CritSecHold& operator=(const CritSecHold&) = delete;
+
+private:
+    critsec_kt& section_;
+};
+
+}  // namespace lumo
