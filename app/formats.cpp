@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "app/detect.h"
+#include "import/detect.h"
 #include "export/writers.h"
-#include "library/Utils.h"
+#include "library/utilities/Utils.h"
 
 namespace lumo::app {
 namespace {
