@@ -20,6 +20,7 @@
 #include "import/ForeignFile.h"
 #include "import/readers.h"
 #include "import/xmlbif.h"
+#include "library/text/xml.h"
 
 namespace lumo {
 
@@ -81,15 +82,17 @@ void ReadText(Parser_CString_kt& in, const Tag& tag, strin_kt& text) {
     ReadClosingTag(in, tag.name);
 }
 
-/// Passes over the rest of an unknown element. When its end tag is missing, there is nothing that
-/// could be trusted after it: the input ends there.
-void SkipElement(Parser_CString_kt& in, Tag& tag, int number) {
-    const std::string endTag = "</" + std::string(tag.name.view()) + ">";
-    const bool found = in.skipToString(endTag.c_str()) == 0;
-    in.makeWarningUnknown(tag.name, number, "unknown element type %s", tag.name.getCStr());
-    if (found) return;
-    in.makeError(num::badXML, "element '%s' is never closed", tag.name.getCStr());
-    in.jumpToEnd();
+/// Passes over an unknown element. When its end tag is missing, what it holds is read on.
+void SkipUnknown(Parser_CString_kt& in, const Structure& what, Tag& tag) {
+    const std::string_view around[] = {what.kind, network.kind, "BIF"};
+    const ParserPos_kt place = in.tokenStart();
+    const bool closed = SkipElement(in, {tag.name.view(), {}, place}, around);
+    in.setTokenStart(place);
+    in.makeWarningUnknown(tag.name, what.unknownElement, "unknown element type %s",
+                          tag.name.getCStr());
+    if (!closed)
+        in.makeError(num::elementNeverClosed, "element '%s' is never closed", tag.name.getCStr());
+    in.checkError();
 }
 
 /// The content loop of every structure: each element goes to its reader, up to the structure's end
@@ -108,7 +111,7 @@ void ReadContent(READER& reader, Parser_CString_kt& in, const Structure& what,
         if (known != std::end(elements)) {
             (reader.*known->read)(tag);
         } else {
-            SkipElement(in, tag, what.unknownElement);
+            SkipUnknown(in, what, tag);
         }
     }
 }

@@ -215,7 +215,7 @@ TEST(XmlBif, ReportsAndTheirPlaces) {
         {head + ab + "</NETWORK><NETWORK>", "-3491 3:11 ", 2},
         {head + ab + "</NETWORK></XBIF>", "-3492 3:11 ", 2},
         {InNetwork("<PROPERTY>it's</PROPERTY>" + ab + "<PROPERTY/>"), "-3488 2:1 ", 2},
-        {InNetwork(ab + "<X>\n" + ab), "-3488 4:1 -5051 4:1 ", 2},
+        {InNetwork("<X>\n" + ab + "<X>1</X><Y><Y></Y></Y>"), "-3488 2:1 -5261 2:1 -3488 5:9 ", 2},
         {InNetwork(ab + "<VARIABLE></NETWORK>"), "-3483 4:11 ", 3},
         {InNetwork(ab + "<DEFINITION x=''></FOR>"), "-3473 4:1 -3472 4:18 ", 2},
         {InNetwork(ab + "<DEFINITION><FOR>z</FOR>"), "-3474 4:18 ", 2},

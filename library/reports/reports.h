@@ -245,6 +245,11 @@ inline constexpr int tableShape = -5050;           ///< W parentheses contradict
 inline constexpr int badXML = -5051;               ///< E malformed tag, attribute, entity
 inline constexpr int wrongClosingTag = -5052;      ///< E another end tag than expected
 inline constexpr int xmlDeclaration = -5053;       ///< W a declaration among the elements
+inline constexpr int strayText = -5260;            ///< W text among the elements of an XML file
+inline constexpr int elementNeverClosed = -5261;   ///< E an element without its end tag
+inline constexpr int strayEndTag = -5262;          ///< E an end tag that closes nothing
+inline constexpr int elementInText = -5263;        ///< W an element within a text
+inline constexpr int afterRoot = -5264;            ///< W more than one root element
 inline constexpr int unexpectedEnd = -4108;        ///< E "unexpected end-of-input", shared
 // net model
 inline constexpr int nodeExists = -5080;      ///< E second node of one identity

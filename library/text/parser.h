@@ -278,7 +278,7 @@ protected:
     long long bytesTotal() const override { return end_ - channel.start; }
 
 private:
-    friend struct XMLMarkup;  // the reader of tags, parser_xml.cpp
+    friend struct XMLMarkup;  // the reader of tags, xmlmarkup.h
     struct State;
 
     bool has(const char* p, int bits) const {
@@ -316,8 +316,6 @@ private:
     const char* pastTextMarkup(const char* p, strin_kt& out);
 
     // Skipping.
-    const char* nextEndTag(const char* p, std::string_view& name);
-    int skipToEndTag(std::string_view name);
     void skipXMLMarkup();
     const char* statementEnd();
 
@@ -393,7 +391,8 @@ int ReadArray(PARSER& in, T* out, int n);
 template <class PARSER, class T, bool, bool>
 void ReadList(PARSER& in, vect_kt<T>& out);
 
-// XML. Attribute and element names are compared as written; no namespace processing.
+// XML, see xml.h for more. Attribute and element names are compared as written; no namespace
+// processing.
 
 /// Reads the XML declaration at the start of the text, if there is one.
 void ReadXMLVersion(Parser_CString_kt& in);

@@ -1,18 +1,11 @@
 // Skipping: whole statements, bracketed structures, and up to a text. Nothing here recurses, and
 // every search that fails is remembered, so that all skipping of an import together stays linear.
-#include <algorithm>
-#include <functional>
+#include <string>
 
 #include "library/text/parser.h"
 #include "library/text/state.h"
 
 namespace lumo {
-
-namespace {
-
-constexpr const char* TagNameEnds = "<> \t\n\v\f\r";
-
-}  // namespace
 
 /// Past the quoted string or comment that starts at p (in XML: comment, CDATA section or processing
 /// instruction); p when none does. What never ends is taken as ordinary text.
@@ -34,8 +27,6 @@ const char* Parser_CString_kt::pastShielded(const char* p) {
 int Parser_CString_kt::skipToString(const char* s) {
     const std::string_view text(s);
     if (text.empty()) return 0;
-    if (options->xmlText && text.starts_with("</") && text.ends_with(">"))
-        return skipToEndTag(text.substr(2, text.size() - 3));
     const auto known = state_->notFound.find(std::string(text));
     if (known != state_->notFound.end() && channel.position >= known->second) return -1;
     for (const char* p = channel.position; p < end_;) {
@@ -47,69 +38,6 @@ int Parser_CString_kt::skipToString(const char* s) {
         p = past != p ? past : p + 1;
     }
     state_->notFound[std::string(text)] = channel.position;
-    return -1;
-}
-
-void EndTags::add(std::string_view name) {
-    entries_.push_back({std::hash<std::string_view>()(name), name.data()});
-}
-
-void EndTags::finish() {
-    std::sort(entries_.begin(), entries_.end(), [](const Entry& a, const Entry& b) {
-        return a.hash != b.hash ? a.hash < b.hash : a.name < b.name;
-    });
-}
-
-bool EndTags::anyFrom(const char* place, std::string_view name) const {
-    const std::size_t hash = std::hash<std::string_view>()(name);
-    auto entry = std::upper_bound(entries_.begin(), entries_.end(), hash,
-                                  [](std::size_t h, const Entry& e) { return h < e.hash; });
-    while (entry != entries_.begin() && (--entry)->hash == hash && entry->name >= place)
-        if (StartsWith(entry->name, name) &&
-            std::strchr(TagNameEnds, entry->name[name.size()]) != nullptr)
-            return true;
-    return false;
-}
-
-/// The next end tag from p on: gives its name and the place after it; null when there is none.
-const char* Parser_CString_kt::nextEndTag(const char* p, std::string_view& name) {
-    while (p < end_) {
-        if (p[0] != '<' || p[1] != '/') {
-            const char* const past = *p == '<' ? pastShielded(p) : p;
-            p = past != p ? past : p + 1;
-            continue;
-        }
-        const char* const start = p + 2;
-        p = start + std::strcspn(start, TagNameEnds);
-        name = {start, static_cast<std::size_t>(p - start)};
-        while (has(p, CharPropSpace)) ++p;
-        if (*p == '>') return p + 1;
-    }
-    return nullptr;
-}
-
-/// Up to and past the end tag, which may hold blanks before its '>'.
-int Parser_CString_kt::skipToEndTag(std::string_view name) {
-    if (atEmptyElement() && state_->emptyName == name) {
-        channel.position += 2;
-        return 0;
-    }
-    const char* const from = channel.position;
-    const bool indexed = state_->endTags != nullptr && from >= state_->endTagsFrom;
-    if (indexed && !state_->endTags->anyFrom(from, name)) return -1;
-    auto passed = std::make_unique<EndTags>();
-    std::string_view found;
-    for (const char* p = from; (p = nextEndTag(p, found)) != nullptr;) {
-        if (found == name) {
-            channel.position = p;
-            return 0;
-        }
-        if (!indexed) passed->add(found);
-    }
-    if (indexed) return -1;
-    passed->finish();
-    state_->endTags = std::move(passed);
-    state_->endTagsFrom = from;
     return -1;
 }
 

@@ -33,22 +33,6 @@ private:
 /// The texts that end what they close: found, or known not to come any more.
 enum CloserEN { CloseComment, CloseXMLComment, CloseCData, CloseInstruction, CloserCount };
 
-/// Where each end tag of an XML text stands, made after the first search that found none: every
-/// later search that must fail is answered at once, whatever names the file makes up.
-class EndTags {
-public:
-    void add(std::string_view name);  ///< a part of the text
-    void finish();
-    bool anyFrom(const char* place, std::string_view name) const;
-
-private:
-    struct Entry {
-        std::size_t hash;
-        const char* name;
-    };
-    std::vector<Entry> entries_;  ///< by hash, then by place
-};
-
 struct Parser_CString_kt::State {
     explicit State(const char* start) : lines(start) {}
 
@@ -56,15 +40,14 @@ struct Parser_CString_kt::State {
     const char* solidStart =
         nullptr;  ///< start of the last token that was not a single raw character
     const char* emptyElement = nullptr;  ///< the '/' of the last <X/>: </X> stands there
-    std::string emptyName;               ///< its X
+    std::string_view emptyName;          ///< its X
 
     // Searches that found nothing, by the place they started from: none succeeds from there on.
     const char* noCloser[CloserCount] = {};
     const char* noQuote = nullptr;
     const char* noLiteral[2] = {};  ///< for the double, the single quote
     std::unordered_map<std::string, const char*> notFound;
-    std::unique_ptr<EndTags> endTags;
-    const char* endTagsFrom = nullptr;
+    std::vector<const char*> unclosed;    ///< XML elements found to be never closed, ascending
     const char* commentWarned = nullptr;  ///< the unterminated comment, once it was reported
     const char* unbalancedUpTo =
         nullptr;  ///< up to here skipStatement looked for closing brackets in vain

@@ -1,312 +1,175 @@
-// XML: text with entities, CDATA sections and comments, and tags. <X/> is read as <X></X>: the
-// reader of the start tag stops before "/>" and remembers that place as the end tag's, so that
-// going back with setPos needs no care.
-#include <algorithm>
-#include <charconv>
-#include <cstdint>
-#include <cstring>
+// XML: tags, and passing over elements. <X/> is read as <X></X>: the reader of the start tag stops
+// before "/>" and remembers that place as the end tag's, so that going back with setPos needs no
+// care.
+#include "library/text/xml.h"
 
-#include "library/text/parser.h"
-#include "library/text/state.h"
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
 #include "library/text/tokens.h"
+#include "library/text/xmlmarkup.h"
 
 namespace lumo {
 
 namespace {
 
-constexpr std::string_view Blanks = " \t\n\v\f\r";
-constexpr std::string_view CDataStart = "<![CDATA[";
-constexpr std::string_view CDataEnd = "]]>";
+constexpr const char* NameEnds = " \t\n\v\f\r/>=<\"'";
 
-std::string_view ViewOf(const char* first, const char* last) {
-    return {first, static_cast<std::size_t>(last - first)};
-}
+const char* PastWhite(const char* p) { return p + std::strspn(p, XMLBlanks.data()); }
 
-/// True for the '<' of a tag, declaration or instruction, not for one that stands for itself.
-bool IsMarkup(const char* p) {
-    const unsigned char c = static_cast<unsigned char>(p[1]);
-    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c >= 0x80;
-    return letter || (c != 0 && std::strchr("/!?_:", c) != nullptr);
-}
-
-struct Entity {
-    std::string_view name;
-    char character;
-};
-constexpr Entity Entities[] = {
-    {"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"quot", '"'}, {"apos", '\''}};
-
-void AppendUTF8(std::uint32_t code, strin_kt& out) {
-    const auto tail = [&](int shift) {
-        out.append(static_cast<char>(0x80 | ((code >> shift) & 0x3F)));
-    };
-    if (code < 0x80) return out.append(static_cast<char>(code));
-    if (code < 0x800) {
-        out.append(static_cast<char>(0xC0 | (code >> 6)));
-        return tail(0);
-    }
-    if (code < 0x10000) {
-        out.append(static_cast<char>(0xE0 | (code >> 12)));
-    } else {
-        out.append(static_cast<char>(0xF0 | (code >> 18)));
-        tail(12);
-    }
-    tail(6);
-    tail(0);
-}
-
-bool IsCharacter(std::uint32_t code) {
-    return code != 0 && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
-}
-
-/// Appends the character that the reference at the start of text ("&...") stands for and returns
-/// the length of the reference. What is none stays as written.
-std::size_t AppendReference(std::string_view text, strin_kt& out) {
-    if (text.starts_with("&#")) {
-        const bool hexadecimal = text.substr(2).starts_with('x');
-        const char* const digits = text.data() + (hexadecimal ? 3 : 2);
-        const char* const last = text.data() + text.size();
-        std::uint32_t code = 0;
-        const auto [end, error] = std::from_chars(digits, last, code, hexadecimal ? 16 : 10);
-        if (error == std::errc() && end != last && *end == ';' && IsCharacter(code)) {
-            AppendUTF8(code, out);
-            return static_cast<std::size_t>(end + 1 - text.data());
-        }
-    }
-    for (const Entity& entity : Entities) {
-        const std::size_t n = entity.name.size();
-        if (text.substr(1, n) != entity.name || text.substr(1 + n, 1) != ";") continue;
-        out.append(entity.character);
-        return n + 2;
-    }
-    out.append('&');
-    return 1;
-}
-
-void AppendDecoded(std::string_view text, strin_kt& out) {
-    while (!text.empty()) {
-        const std::size_t plain = std::min(text.find('&'), text.size());
-        out.append(text.substr(0, plain));
-        text.remove_prefix(plain);
-        if (!text.empty()) text.remove_prefix(AppendReference(text, out));
-    }
+std::string_view TakeName(const char*& p) {
+    const char* const first = p;
+    p += std::strcspn(p, NameEnds);
+    return ViewOf(first, p);
 }
 
 }  // namespace
 
-// ---- Text ----------------------------------------------------------------------------------
-
 bool Parser_CString_kt::atEmptyElement() const { return channel.position == state_->emptyElement; }
-
-/// Moves over white space and comments to where a text starts. A reference to white space is text.
-const char* Parser_CString_kt::toText() {
-    const char* p = channel.position;
-    while (has(p, CharPropSpace) || (*p == '<' && commentAt(p)))
-        p = *p == '<' ? pastComment(p) : p + 1;
-    channel.position = p;
-    setTokenStart(p);
-    return p;
-}
-
-/// Takes the text at the position when an end tag follows it without a reference or other markup
-/// between, as most do. Returns whether it did.
-bool Parser_CString_kt::takePlainText(strin_kt& out) {
-    const char* const first = toText();
-    const char* p = first;
-    while (p < end_ && *p != '<' && *p != '&') ++p;
-    if (p[0] != '<' || p[1] != '/') return false;
-    const char* last = p;
-    while (last > first && has(last - 1, CharPropSpace)) --last;
-    out.append(ViewOf(first, last));
-    channel.position = p;
-    return true;
-}
-
-void Parser_CString_kt::readXMLText(const char* stops, strin_kt& out) {
-    if (atEmptyElement()) return setTokenStart(channel.position);
-    if (std::string_view(stops) == "<" && takePlainText(out)) return;
-    bool stop[256] = {};
-    for (const char* s = stops; *s != 0; ++s) stop[static_cast<unsigned char>(*s)] = true;
-    const auto plain = [&](char c) {
-        return c != '<' && c != '&' && !stop[static_cast<unsigned char>(c)];
-    };
-    const auto blank = [](char c) { return Blanks.find(c) != std::string_view::npos; };
-    const int before = out.num();
-    const char* p = toText();
-    while (p < end_) {
-        const bool leading = out.num() == before;
-        const char* const run = p;
-        while (p < end_ && plain(*p)) ++p;
-        out.append(ViewOf(run, p));
-        const char* const past = pastTextMarkup(p, out);
-        if (leading) {
-            char* const text = out.first + before;
-            out.last = std::move(std::find_if_not(text, out.last, blank), out.last, text);
-        }
-        if (past != p)
-            p = past;
-        else if (*p == '&' && !stop[unsigned{'&'}])
-            p += AppendReference(ViewOf(p, end_), out);
-        else if (*p == '<' && !stop[unsigned{'<'}] && !IsMarkup(p))
-            out.append(*p++);
-        else
-            break;
-    }
-    while (out.num() > before && blank(out.last[-1])) --out.last;
-    channel.position = p;
-}
-
-/// Past the CDATA section at p, which is text, or the comment or instruction, which are none.
-const char* Parser_CString_kt::pastTextMarkup(const char* p, strin_kt& out) {
-    if (*p != '<' || (p[1] != '!' && p[1] != '?')) return p;
-    const char* const past = pastShielded(p);
-    if (past != p && StartsWith(p, CDataStart))
-        out.append(ViewOf(p + CDataStart.size(), past - CDataEnd.size()));
-    return past;
-}
 
 // ---- Tags ----------------------------------------------------------------------------------
 
-/// Reads the pieces of one tag.
-struct XMLMarkup {
-    Parser_CString_kt& in;
-    Parser_CString_kt::State& state;
+/// Reports what stands at p (after blanks) instead of the expected.
+rept_kt* XMLMarkup::unexpected(const char* p, int number, const std::string& expected) {
+    moveTo(p);
+    const std::string found = NextToken(in);
+    if (in.isAtEnd()) return in.makeError(num::unexpectedEnd, "unexpected end-of-input");
+    return in.makeError(number, "expected %s, but found %s", expected.c_str(), found.c_str());
+}
 
-    explicit XMLMarkup(Parser_CString_kt& parser) : in(parser), state(*parser.state_) {}
+/// Passes over the declaration or instruction at p.
+void XMLMarkup::skipMarkup(const char* p) {
+    in.channel.position = p + 2;
+    in.skipXMLMarkup();
+}
 
-    void moveTo(const char* p) {
-        in.channel.position = p;
-        in.setTokenStart(p);
+/// To the next tag, over comments, instructions and declarations; returns the place after its '<',
+/// which may be consumed already. Other text is an error.
+const char* XMLMarkup::toTag(int number, const std::string& expected) {
+    const char* p = in.channel.position;
+    if (p > in.channel.start && p[-1] == '<' && *p != '<') {
+        in.setTokenStart(p - 1);
+        return p;
     }
-
-    /// Reports what stands at p (after blanks) instead of the expected.
-    rept_kt* unexpected(const char* p, int number, const std::string& expected) {
+    for (;;) {
+        p = in.pastBlanks(p);
         moveTo(p);
-        const std::string found = NextToken(in);
-        if (in.isAtEnd()) return in.makeError(num::unexpectedEnd, "unexpected end-of-input");
-        return in.makeError(number, "expected %s, but found %s", expected.c_str(), found.c_str());
+        const bool declaration = StartsWith(p, "<!") && !StartsWith(p, XMLCDataStart);
+        if (*p != '<' || (p[1] == '!' && !declaration)) throw unexpected(p, number, expected);
+        if (!declaration && p[1] != '?') return p + 1;
+        if (declaration)
+            in.makeWarning(num::xmlDeclaration, "a declaration among the elements is passed over");
+        skipMarkup(p);
+        p = in.channel.position;
     }
+}
 
-    /// To the next tag, over comments, instructions and declarations; returns the place after its
-    /// '<', which may be consumed already. Other text is an error.
-    const char* toTag(int number, const std::string& expected) {
-        const char* p = in.channel.position;
-        if (p > in.channel.start && p[-1] == '<' && *p != '<') {
-            in.setTokenStart(p - 1);
-            return p;
+std::string_view XMLMarkup::takeTagName(const char*& p) {
+    const std::string_view name = TakeName(p);
+    if (name.empty()) throw unexpected(p, num::badXML, "the name of an element");
+    return name;
+}
+
+void XMLMarkup::finishEndTag(const char* p) {
+    p = PastWhite(p);
+    if (*p != '>') throw unexpected(p, num::badXML, "'>' at the end of the tag");
+    in.channel.position = p + 1;
+}
+
+/// Reads an attribute; gives name and undecoded value and returns the place after it.
+const char* XMLMarkup::takeAttribute(const char* p, std::string_view& name,
+                                     std::string_view& value) {
+    const char* const start = p;
+    name = TakeName(p);
+    if (name.empty()) throw unexpected(p, num::badXML, "an attribute or '>'");
+    p = PastWhite(p);
+    if (*p != '=') throw unexpected(p, num::badXML, Format("'=' after '%s'", Shown(name).c_str()));
+    p = PastWhite(p + 1);
+    const char quote = *p;
+    if (quote != '"' && quote != '\'')
+        throw unexpected(p, num::badXML, Format("a quoted value of '%s'", Shown(name).c_str()));
+    const char ends[] = {quote, '<', 0};  // a '<' cannot stand in a value
+    const char* const last = p + 1 + std::strcspn(p + 1, ends);
+    value = ViewOf(p + 1, last);
+    if (*last == quote) return last + 1;
+    moveTo(start);
+    throw in.makeError(num::badXML, "the value of attribute '%s' has no closing quote",
+                       Shown(name).c_str());
+}
+
+/// The rest of a start tag.
+void XMLMarkup::readAttributes(const char* p, XMLTag& tag) {
+    std::string_view name;
+    std::string_view value;
+    for (;;) {
+        p = PastWhite(p);
+        if (*p == '>' || StartsWith(p, "/>")) break;
+        const char* const place = p;
+        p = takeAttribute(p, name, value);
+        strin_kt decoded;
+        if (value.find('&') != std::string_view::npos) {
+            AppendDecoded(value, decoded);
+            value = decoded.view();
         }
-        for (;;) {
-            p = in.pastBlanks(p);
-            moveTo(p);
-            const bool declaration = StartsWith(p, "<!") && !StartsWith(p, CDataStart);
-            if (*p != '<' || (p[1] == '!' && !declaration)) throw unexpected(p, number, expected);
-            if (!declaration && p[1] != '?') return p + 1;
-            if (declaration)
-                in.makeWarning(num::xmlDeclaration,
-                               "a declaration among the elements is passed over");
-            in.channel.position = p + 2;
-            in.skipXMLMarkup();
-            p = in.channel.position;
-        }
+        tag.attributes.push_back({name, std::string(value), place});
     }
+    in.channel.position = *p == '>' ? p + 1 : p;
+    if (*p == '>') return;
+    state.emptyElement = p;
+    state.emptyName = tag.name;
+}
 
-    const char* pastWhite(const char* p) const { return p + std::strspn(p, Blanks.data()); }
+/// The tag whose '<' stands before p.
+void XMLMarkup::readTagAt(const char* p, XMLTag& tag) {
+    tag.place = in.tokenStart();
+    tag.closes = *p == '/';
+    if (tag.closes) ++p;
+    tag.name = takeTagName(p);
+    if (tag.closes)
+        finishEndTag(p);
+    else
+        readAttributes(p, tag);
+    in.setTokenStart(tag.place);
+}
 
-    std::string_view takeName(const char*& p) const {
-        const char* const first = p;
-        p += std::strcspn(p, " \t\n\v\f\r/>=<\"'");
-        return ViewOf(first, p);
-    }
+/// Reads the tag, when it stands right here, blanks aside, and is a name in angle brackets alone,
+/// as most are. Returns whether it did.
+bool XMLMarkup::takePlainTag(XMLTag& tag) {
+    const char* p = in.channel.position;
+    while (in.has(p, CharPropSpace)) ++p;
+    if (*p != '<') return false;
+    const char* const name = p + (p[1] == '/' ? 2 : 1);
+    const char* last = name;
+    while (in.has(last, CharPropLetter)) ++last;
+    if (last == name || *last != '>') return false;
+    tag.name = ViewOf(name, last);
+    tag.closes = p[1] == '/';
+    tag.place = p;
+    in.setTokenStart(p);
+    in.channel.position = last + 1;
+    return true;
+}
 
-    std::string_view takeTagName(const char*& p) {
-        const std::string_view name = takeName(p);
-        if (name.empty()) throw unexpected(p, num::badXML, "the name of an element");
-        return name;
-    }
+/// Passes over the end tag of the element when it stands right here without blanks in it.
+bool XMLMarkup::takePlainEndTag(std::string_view name) {
+    const char* const p = in.channel.position;
+    if (p[0] != '<' || p[1] != '/' || !StartsWith(p + 2, name) || p[2 + name.size()] != '>')
+        return false;
+    in.setTokenStart(p);
+    in.channel.position = p + name.size() + 3;
+    return true;
+}
 
-    void finishEndTag(const char* p) {
-        p = pastWhite(p);
-        if (*p != '>') throw unexpected(p, num::badXML, "'>' at the end of the tag");
-        in.channel.position = p + 1;
-    }
-
-    /// Reads an attribute; gives name and undecoded value and returns the place after it.
-    const char* takeAttribute(const char* p, std::string_view& name, std::string_view& value) {
-        const char* const start = p;
-        name = takeName(p);
-        if (name.empty()) throw unexpected(p, num::badXML, "an attribute or '>'");
-        p = pastWhite(p);
-        if (*p != '=')
-            throw unexpected(p, num::badXML, Format("'=' after '%s'", Shown(name).c_str()));
-        p = pastWhite(p + 1);
-        const char quote = *p;
-        if (quote != '"' && quote != '\'')
-            throw unexpected(p, num::badXML, Format("a quoted value of '%s'", Shown(name).c_str()));
-        const char ends[] = {quote, '<', 0};  // a '<' cannot stand in a value
-        const char* const last = p + 1 + std::strcspn(p + 1, ends);
-        value = ViewOf(p + 1, last);
-        if (*last == quote) return last + 1;
-        moveTo(start);
-        throw in.makeError(num::badXML, "the value of attribute '%s' has no closing quote",
-                           Shown(name).c_str());
-    }
-
-    /// The rest of a start tag, whose attributes are read up to the first and checked after it.
-    void readAttributes(const char* p, std::string_view element, strin_kt& attribute,
-                        strin_kt& value) {
-        std::string_view name;
-        std::string_view text;
-        for (bool first = true;; first = false) {
-            p = pastWhite(p);
-            if (*p == '>' || StartsWith(p, "/>")) break;
-            p = takeAttribute(p, name, text);
-            if (!first) continue;
-            attribute.append(name);
-            AppendDecoded(text, value);
-        }
-        in.channel.position = *p == '>' ? p + 1 : p;
-        if (*p == '>') return;
-        state.emptyElement = p;
-        state.emptyName = element;
-    }
-
-    /// Reads the tag, when it stands right here, blanks aside, and is a name in angle brackets
-    /// alone, as most are. Returns whether it did.
-    bool takePlainTag(strin_kt& tag, bool& isEnd) {
-        const char* p = in.channel.position;
-        while (in.has(p, CharPropSpace)) ++p;
-        if (*p != '<') return false;
-        const char* const name = p + (p[1] == '/' ? 2 : 1);
-        const char* last = name;
-        while (in.has(last, CharPropLetter)) ++last;
-        if (last == name || *last != '>') return false;
-        tag.append(ViewOf(name, last));
-        isEnd = p[1] == '/';
-        in.setTokenStart(p);
-        in.channel.position = last + 1;
-        return true;
-    }
-
-    /// Passes over the end tag of the element when it stands right here without blanks in it.
-    bool takePlainEndTag(std::string_view name) {
-        const char* const p = in.channel.position;
-        if (p[0] != '<' || p[1] != '/' || !StartsWith(p + 2, name) || p[2 + name.size()] != '>')
-            return false;
-        in.setTokenStart(p);
-        in.channel.position = p + name.size() + 3;
-        return true;
-    }
-
-    bool takeEmptyElement() {
-        if (!in.atEmptyElement()) return false;
-        in.setTokenStart(in.channel.position);
-        in.channel.position += 2;
-        return true;
-    }
-};
+bool XMLMarkup::takeEmptyElement() {
+    if (!in.atEmptyElement()) return false;
+    in.setTokenStart(in.channel.position);
+    in.channel.position += 2;
+    return true;
+}
 
 void ReadXMLVersion(Parser_CString_kt& in) {
-    const char* const p = in.getPos() + std::strspn(in.getPos(), Blanks.data());
+    const char* const p = PastWhite(in.getPos());
     char start[6] = {};
     std::strncpy(start, p, 5);
     if (!streqli_kt(start, "<?xml")) return;
@@ -314,29 +177,29 @@ void ReadXMLVersion(Parser_CString_kt& in) {
     in.skipStructure('<', '>', true);
 }
 
-bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, strin_kt& value) {
-    tag.clear();
-    attribute.clear();
-    value.clear();
+void ReadTag(Parser_CString_kt& in, XMLTag& tag) {
+    tag.attributes.clear();
     XMLMarkup markup(in);
     if (markup.takeEmptyElement()) {
-        tag.append(markup.state.emptyName);
-        return true;
+        tag.name = markup.state.emptyName;
+        tag.place = in.tokenStart();
+        tag.closes = true;
+        return;
     }
-    bool isEnd = false;
-    if (markup.takePlainTag(tag, isEnd)) return isEnd;
-    const char* p = markup.toTag(num::badXML, "a tag");
-    const ParserPos_kt start = in.tokenStart();
-    isEnd = *p == '/';
-    if (isEnd) ++p;
-    const std::string_view name = markup.takeTagName(p);
-    tag.append(name);
-    if (isEnd)
-        markup.finishEndTag(p);
-    else
-        markup.readAttributes(p, name, attribute, value);
-    in.setTokenStart(start);
-    return isEnd;
+    if (!markup.takePlainTag(tag)) markup.readTagAt(markup.toTag(num::badXML, "a tag"), tag);
+}
+
+bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, strin_kt& value) {
+    XMLTag read;
+    ReadTag(in, read);
+    tag.clear();
+    tag.append(read.name);
+    attribute.clear();
+    value.clear();
+    if (read.attributes.empty()) return read.closes;
+    attribute.append(read.attributes[0].name);
+    value.append(read.attributes[0].value);
+    return read.closes;
 }
 
 void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) {
@@ -359,6 +222,78 @@ void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) {
                            isEnd ? "/" : "", Shown(name).c_str());
     }
     markup.finishEndTag(p);
+}
+
+// ---- Passing over elements -----------------------------------------------------------------
+
+/// Passes over the element when it holds text alone.
+bool XMLMarkup::takePlainElement(std::string_view name) {
+    const char* const start = in.channel.position;
+    in.channel.position += std::strcspn(start, "<");
+    if (takePlainEndTag(name)) return true;
+    in.channel.position = start;
+    return false;
+}
+
+/// The end of the tag whose name ends at p: past its '>', or before the '<' that stands in it.
+const char* XMLMarkup::pastTag(const char* p, bool& empty) const {
+    for (;;) {
+        p += std::strcspn(p, "\"'<>");
+        if (*p == '>') break;
+        if (*p != '"' && *p != '\'') return p;
+        const char ends[] = {*p, '<', 0};
+        p += 1 + std::strcspn(p + 1, ends);
+        if (*p == ends[0]) ++p;
+    }
+    empty = p[-1] == '/';
+    return p + 1;
+}
+
+/// Moves past the end tag of the element that starts there; its start tag was read. False, and no
+/// move, when an element that it stands in ends first, or the text. Every element within that is
+/// found to be never closed then is remembered, so that nobody looks for its end tag again.
+bool XMLMarkup::skipElement(std::string_view name, ParserPos_kt place,
+                            const std::function<bool(std::string_view)>& standsIn) {
+    if (takeEmptyElement() || takePlainElement(name)) return true;
+    std::vector<const char*>& unclosed = state.unclosed;
+    if (std::binary_search(unclosed.begin(), unclosed.end(), place)) return false;
+    const std::size_t known = unclosed.size();
+    OpenElements open;
+    open.push(name, place);
+    for (const char* p = in.channel.position; *(p += std::strcspn(p, "<")) != 0;) {
+        const char* const past = in.pastShielded(p);
+        const char* q = p + (p[1] == '/' ? 2 : 1);
+        const std::string_view tag = past == p && IsMarkup(p) ? TakeName(q) : std::string_view();
+        if (tag.empty()) {
+            p = past != p ? past : p + 1;
+            continue;
+        }
+        bool empty = false;
+        const char* const start = std::exchange(p, pastTag(q, empty));
+        if (start[1] != '/') {
+            if (!empty) open.push(tag, start);
+        } else if (open.holds(tag)) {
+            for (; open.top().name != tag; open.pop()) unclosed.push_back(open.top().place);
+            open.pop();
+            if (!open.empty()) continue;
+            unclosed.resize(known);  // nobody comes back to these
+            moveTo(start);
+            in.channel.position = p;
+            return true;
+        } else if (standsIn(tag)) {
+            break;
+        }
+    }
+    for (; !open.empty(); open.pop()) unclosed.push_back(open.top().place);
+    std::sort(unclosed.begin(), unclosed.end());
+    return false;
+}
+
+bool SkipElement(Parser_CString_kt& in, const XMLTag& start,
+                 std::span<const std::string_view> around) {
+    return XMLMarkup(in).skipElement(start.name, start.place, [around](std::string_view name) {
+        return std::ranges::find(around, name) != around.end();
+    });
 }
 
 }  // namespace lumo
