@@ -1,7 +1,10 @@
 #include "export/bif_writer.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "export/labels.h"
 #include "export/rows.h"
@@ -10,18 +13,47 @@
 namespace lumo {
 namespace {
 
-// ---- What is kept --------------------------------------------------------------------------
+// ---- Words ---------------------------------------------------------------------------------
 
-/// A variable has at least one state.
-bool HasVariable(const Bnode_bn& node) { return node.numStates() > 0; }
+/// The language's own words, which stand for nothing else.
+constexpr std::string_view reserved[] = {"network", "variable", "probability", "property",
+                                         "type",    "discrete", "default",     "table"};
 
-bool KeepsParents(const Tables&, const Bnode_bn& node) {
-    return std::all_of(node.parents.begin(), node.parents.end(),
-                       [](const Bnode_bn* parent) { return HasVariable(*parent); });
+bool IsReserved(std::string_view word) {
+    return std::find(std::begin(reserved), std::end(reserved), word) != std::end(reserved);
 }
 
-bool KeepsTable(const Tables& tables, const Bnode_bn& node) {
-    return node.relation.kind != RelnKindEN::real && tables.has(node);
+bool IsWordCharacter(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+
+/// Whether the text can stand as it is.
+bool IsWord(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), IsWordCharacter) &&
+           !IsReserved(text);
+}
+
+/// Makes words of any texts, those that are some already first: each a text's letters, digits and
+/// underscores, with a number behind it where it is another's or the language's own.
+void MakeWords(Texts& texts) {
+    std::unordered_set<std::string> used;
+    for (const std::string_view word : reserved) used.emplace(word);
+    std::unordered_map<std::string, int> last;
+    std::vector<std::string*> others;
+    for (std::string& text : texts) {
+        const bool isWord = !text.empty() && std::all_of(text.begin(), text.end(), IsWordCharacter);
+        if (!isWord || !used.insert(text).second) others.push_back(&text);
+    }
+    for (std::string* text : others) {
+        std::string stem;
+        for (const char c : *text) {
+            if (IsWordCharacter(c) || !stem.ends_with('_')) stem += IsWordCharacter(c) ? c : '_';
+        }
+        if (stem.empty()) stem = "s";
+        *text = stem;
+        for (int& number = last[stem]; !used.insert(*text).second;)
+            *text = stem + "_" + std::to_string(++number);
+    }
 }
 
 bool HasStateNames(const Varbl_bn& variable) {
@@ -30,10 +62,78 @@ bool HasStateNames(const Varbl_bn& variable) {
     return true;
 }
 
-constexpr Kept<Tables, Bnode_bn> keptOfNodes[] = {
-    {FeatureEN::node, [](const Tables&, const Bnode_bn& node) { return HasVariable(node); }},
-    {FeatureEN::stateNames,
-     [](const Tables&, const Bnode_bn& node) { return HasStateNames(node.variable); }},
+/// A net as the file will show it.
+class Plan {
+public:
+    explicit Plan(const Bnet_bn& net) : tables_(net) {
+        Texts names{net.name};
+        MakeWords(names);
+        netName_ = names.front();
+        names.clear();
+        for (const Bnode_bn* node : net.nodes) names.emplace_back(node->name());
+        if (std::all_of(names.begin(), names.end(), IsWord)) return;
+        MakeWords(names);
+        for (int i = 0; i < net.nodes.N; ++i) {
+            std::string& name = names[static_cast<std::size_t>(i)];
+            if (name != net.nodes[i]->name()) renamed_.emplace(net.nodes[i], std::move(name));
+        }
+    }
+
+    const Tables& tables() const { return tables_; }
+    const std::string& netName() const { return netName_; }
+    std::string_view nameOf(const Bnode_bn& node) const {
+        const auto found = renamed_.find(&node);
+        return found == renamed_.end() ? std::string_view(node.name()) : found->second;
+    }
+    bool keepsName(const Bnode_bn& node) const { return !renamed_.contains(&node); }
+
+    /// What stands for the states: their labels, when they are words but no names (0, 1), else
+    /// their names, else their labels made words; valid until the next call.
+    const Texts& words(const Bnode_bn& node) const {
+        const Varbl_bn& variable = node.variable;
+        StateLabels(variable, words_);
+        const auto areWords = [&] { return std::all_of(words_.begin(), words_.end(), IsWord); };
+        if (HasStateNames(variable) && (!areWords() || AreStateNames(words_)))
+            words_.assign(variable.stateNames, variable.stateNames + variable.numStates);
+        if (!areWords() || !AreDistinct(words_)) MakeWords(words_);
+        return words_;
+    }
+
+private:
+    Tables tables_;
+    std::string netName_;
+    std::unordered_map<const Bnode_bn*, std::string> renamed_;
+    mutable Texts words_;
+};
+
+// ---- What is kept --------------------------------------------------------------------------
+
+/// A variable has at least one state.
+bool HasVariable(const Bnode_bn& node) { return node.numStates() > 0; }
+
+bool KeepsParents(const Plan&, const Bnode_bn& node) {
+    return std::all_of(node.parents.begin(), node.parents.end(),
+                       [](const Bnode_bn* parent) { return HasVariable(*parent); });
+}
+
+bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
+    return node.relation.kind != RelnKindEN::real && plan.tables().has(node);
+}
+
+bool KeepsStateNames(const Plan& plan, const Bnode_bn& node) {
+    return HasStateNames(node.variable) && AreKept(node.variable.stateNames, plan.words(node));
+}
+
+/// Words that are all names are read as such.
+bool KeepsStateTitles(const Plan& plan, const Bnode_bn& node) {
+    return AreKept(node.variable.stateTitles, plan.words(node)) && !AreStateNames(plan.words(node));
+}
+
+constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
+    {FeatureEN::node, [](const Plan&, const Bnode_bn& node) { return HasVariable(node); }},
+    {FeatureEN::name, [](const Plan& plan, const Bnode_bn& node) { return plan.keepsName(node); }},
+    {FeatureEN::stateNames, KeepsStateNames},
+    {FeatureEN::stateTitles, KeepsStateTitles},
     {FeatureEN::untitledStates},
     {FeatureEN::exactPosition},
     {FeatureEN::parents, KeepsParents},
@@ -41,85 +141,67 @@ constexpr Kept<Tables, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::exactTable},
     {FeatureEN::zeroOneTable},
 };
-constexpr std::array<Kept<Tables, int>, 0> keptOfGroups = {};
-constexpr Kept<Tables, Bnet_bn> keptOfNet[] = {{FeatureEN::margin}};
+constexpr std::array<Kept<Plan, int>, 0> keptOfGroups = {};
+constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {{FeatureEN::margin}};
 
 // ---- Writing -------------------------------------------------------------------------------
 
-/// The words that stand for the states: their names, or legal, distinct ones made of their labels.
-class StateWords {
-public:
-    const Texts& of(const Bnode_bn& node) {
-        const Varbl_bn& variable = node.variable;
-        if (HasStateNames(variable)) {
-            words_.assign(variable.stateNames, variable.stateNames + variable.numStates);
-            return words_;
-        }
-        StateLabels(variable, words_);
-        if (AreStateNames(words_)) return words_;
-        const OwnedStrs made(
-            MakeLegalUniqueNames_kt(Pointers(words_).data(), variable.numStates, 's'),
-            variable.numStates);
-        words_.assign(made.get(), made.get() + made.count());
-        return words_;
-    }
+// Roots and nodes with parents each have the one form that every program takes.
 
-private:
-    Texts words_;
-};
-
-void WriteVariable(TextOut& out, const Bnode_bn& node, StateWords& words) {
-    out << "variable " << node.name() << " {\n  type discrete [ " << node.numStates() << " ] { ";
-    WriteSeparated(out, words.of(node), ", ", [&](const std::string& word) { out << word; });
+void WriteVariable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    out << "variable " << plan.nameOf(node) << " {\n  type discrete [ " << node.numStates()
+        << " ] { ";
+    WriteSeparated(out, plan.words(node), ", ", [&](const std::string& word) { out << word; });
     out << " };\n}\n";
 }
 
-void WriteNumbers(TextOut& out, const float* row, int count) {
-    for (int i = 0; i < count; ++i) {
-        if (i > 0) out << ", ";
-        out << row[i];
+/// Writes the words of the parents' states that come before each row.
+class RowPrefix {
+public:
+    RowPrefix(const Plan& plan, const BndList_bn& parents)
+        : states_(static_cast<std::size_t>(parents.N)) {
+        for (const Bnode_bn* parent : parents) words_.push_back(plan.words(*parent));
     }
-    out << ";\n";
-}
 
-/// The rows of the table, each behind its parents' states.
-void WriteRows(TextOut& out, const Bnode_bn& node, const float* table) {
-    const BndList_bn& parents = node.parents;
-    std::vector<Texts> words;
-    StateWords source;
-    for (const Bnode_bn* parent : parents) words.push_back(source.of(*parent));
-    std::vector<std::size_t> states(words.size(), 0);
-    const int rows = NumProduct(parents);
-    for (int row = 0; row < rows; ++row, table += node.numStates()) {
+    void write(TextOut& out) {
+        if (states_.empty()) {
+            out << "  table ";
+            return;
+        }
         out << "  (";
-        for (std::size_t i = 0; i < words.size(); ++i) {
-            if (i > 0) out << ", ";
-            out << words[i][states[i]];
-        }
+        for (std::size_t i = 0; i < words_.size(); ++i)
+            out << (i > 0 ? ", " : "") << words_[i][states_[i]];
         out << ") ";
-        WriteNumbers(out, table, node.numStates());
-        for (std::size_t i = words.size(); i-- > 0;) {
-            if (++states[i] < words[i].size()) break;
-            states[i] = 0;
+        for (std::size_t i = words_.size(); i-- > 0;) {
+            if (++states_[i] < words_[i].size()) break;
+            states_[i] = 0;
         }
     }
-}
 
-void WriteProbability(TextOut& out, const Bnode_bn& node, const Tables& tables) {
-    const bool hasTable = KeepsTable(tables, node);
+private:
+    std::vector<Texts> words_;
+    std::vector<std::size_t> states_;
+};
+
+void WriteProbability(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    const bool hasTable = KeepsTable(plan, node);
     if (!hasTable && node.parents.N == 0) return;
-    out << "probability ( " << node.name();
+    out << "probability ( " << plan.nameOf(node);
     const char* separator = " | ";
     for (const Bnode_bn* parent : node.parents) {
         if (!HasVariable(*parent)) continue;
-        out << separator << parent->name();
+        out << separator << plan.nameOf(*parent);
         separator = ", ";
     }
     out << " ) {\n";
-    if (hasTable && node.parents.N > 0) WriteRows(out, node, tables.of(node));
-    if (hasTable && node.parents.N == 0) {
-        out << "  table ";
-        WriteNumbers(out, tables.of(node), node.numStates());
+    if (hasTable) {
+        RowPrefix prefix(plan, node.parents);
+        AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
+            prefix.write(out);
+            row.write(out, ", ");
+            out << ";\n";
+            return true;
+        });
     }
     out << "}\n";
 }
@@ -128,18 +210,17 @@ void WriteProbability(TextOut& out, const Bnode_bn& node, const Tables& tables) 
 
 void WriteBif(const ImportResult& result, std::ostream& stream) {
     const Bnet_bn& net = *result.net;
-    const Tables tables(net);
+    const Plan plan(net);
     TextOut out(stream);
-    StateWords words;
-    out << "network " << net.name << " {\n}\n";
+    out << "network " << plan.netName() << " {\n}\n";
     for (const Bnode_bn* node : net.nodes)
-        if (HasVariable(*node)) WriteVariable(out, *node, words);
+        if (HasVariable(*node)) WriteVariable(out, *node, plan);
     for (const Bnode_bn* node : net.nodes)
-        if (HasVariable(*node)) WriteProbability(out, *node, tables);
+        if (HasVariable(*node)) WriteProbability(out, *node, plan);
 }
 
 Losses BifLosses(const Bnet_bn& net) {
-    return FindLosses(net, Tables(net), keptOfNodes, keptOfGroups, keptOfNet);
+    return FindLosses(net, Plan(net), keptOfNodes, keptOfGroups, keptOfNet);
 }
 
 }  // namespace lumo

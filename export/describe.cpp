@@ -28,8 +28,6 @@ private:
     std::unordered_map<std::string_view, const NodesetStyle*> byName_;
 };
 
-bool HasText(const char* text) { return text != nullptr && *text != 0; }
-
 /// A line "label: a, b, c and 5 more"; nothing when there are no items.
 template <class TEXT_OF>
 std::string ListLine(const char* label, int count, TEXT_OF textOf) {

@@ -13,6 +13,9 @@ const char* StatusName(StatusEN status);        ///< "ok", "warnings", "errors",
 const char* KindName(NodeKindEN kind);          ///< "nature", "decision", "utility"
 const char* RelationName(RelnKindEN relation);  ///< "none", "table", "deterministic" ...
 
+/// Whether there is a text that says something.
+inline bool HasText(const char* text) { return text != nullptr && *text != '\0'; }
+
 /// What a person calls the node or net: its title, else its name. Bytes as in the file.
 const char* TitleOrName(const Bnode_bn& node);
 const char* TitleOrName(const Bnet_bn& net);

@@ -61,22 +61,12 @@ bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
     return node.relation.kind != RelnKindEN::real && plan.tables().has(node);
 }
 
-/// Hands every row, fitted, to use(row numbers, whether it is exact).
-template <class USE>
-void FitRows(const Plan& plan, const Bnode_bn& node, USE use) {
-    const float* row = plan.tables().of(node);
-    RowFitter fitter(NormalizingEN::multiply, node.numStates());
-    for (int rows = NumProduct(node.parents); rows > 0; --rows, row += node.numStates()) {
-        const bool exact = fitter.fit(row).row;
-        if (!use(fitter.numbers(), exact)) return;
-    }
-}
-
+/// Readers make rows sum to 1.
 bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
-    bool all = true;
-    if (KeepsTable(plan, node))
-        FitRows(plan, node, [&](const float*, bool exact) { return all = exact; });
-    return all;
+    return !KeepsTable(plan, node) || AllRows(plan.tables().of(node), node, nullptr,
+                                              [](const float* row, const RowNumbers& numbers) {
+                                                  return numbers.keepsRow(row);
+                                              });
 }
 
 bool KeepsGroups(const Plan&, const Bnode_bn& node) {
@@ -88,8 +78,8 @@ bool KeepsGroups(const Plan&, const Bnode_bn& node) {
 
 constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::node},
+    {FeatureEN::name},
     {FeatureEN::title},
-    {FeatureEN::sameTitle},
     {FeatureEN::continuous,
      [](const Plan&, const Bnode_bn& node) { return node.numStates() == 0; }},
     {FeatureEN::utilityForm,
@@ -105,7 +95,9 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
          return node.numStates() == 0 || !plan.namesStates(node);
      }},
     {FeatureEN::stateTitles,
-     [](const Plan& plan, const Bnode_bn& node) { return !plan.namesStates(node); }},
+     [](const Plan& plan, const Bnode_bn& node) {
+         return !plan.namesStates(node) && AreKept(node.variable.stateTitles, plan.labels(node));
+     }},
     {FeatureEN::untitledStates,
      [](const Plan& plan, const Bnode_bn& node) { return plan.namesStates(node); }},
     {FeatureEN::position},
@@ -130,27 +122,31 @@ constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
 
 // ---- Writing -------------------------------------------------------------------------------
 
+// The spelling is that of the files people share: several programs read it line by line.
+
 void WriteType(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     const bool continuous = !node.variable.discrete && node.numStates() == 0;
     if (continuous) {
-        out << "  type: continuous;\n";
+        out << "  type : continuous;\n";
         return;
     }
-    out << "  type: discrete[" << node.numStates() << "] = { ";
+    out << "  type : discrete [ " << node.numStates() << " ] = { ";
     WriteSeparated(out, plan.labels(node), ", ",
                    [&](const std::string& label) { out << Quoted(label); });
     out << " };\n";
 }
 
 void WriteNode(TextOut& out, const Bnode_bn& node, const Plan& plan) {
-    const coord_kt at = plan.placing().written(node);
-    out << "\nnode " << node.name() << "\n{\n";
-    if (node.title != nullptr) out << "  name: " << Quoted(node.title) << ";\n";
+    out << "node " << node.name() << " {\n";
+    if (HasOwnTitle(node)) out << "  name : " << Quoted(node.title) << ";\n";
     WriteType(out, node, plan);
-    out << "  position: (" << at.x << ", " << at.y << ");\n";
+    if (plan.placing().hasPlaces()) {
+        const coord_kt at = plan.placing().written(node);
+        out << "  position : (" << at.x << ", " << at.y << ");\n";
+    }
     const auto& sets = node.nodesets();
     for (std::size_t i = 0; i < sets.size() && i < std::size(groupAttributes); ++i)
-        out << "  " << groupAttributes[i] << ": " << Quoted(sets[i]->name()) << ";\n";
+        out << "  " << groupAttributes[i] << " : " << Quoted(sets[i]->name()) << ";\n";
     out << "}\n";
 }
 
@@ -164,7 +160,7 @@ public:
         if (states_.empty()) return;
         out << '(';
         WriteSeparated(out, states_, ", ", [&](int state) { out << state; });
-        out << "): ";
+        out << ") : ";
         for (int i = parents_.N - 1; i >= 0; --i) {
             int& state = states_[static_cast<std::size_t>(i)];
             if (++state < parents_[i]->numStates()) break;
@@ -180,22 +176,20 @@ private:
 void WriteProbability(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     const bool hasTable = KeepsTable(plan, node);
     if (!hasTable && node.parents.N == 0) return;
-    out << "\nprobability(" << node.name();
+    out << "probability ( " << node.name();
     if (node.parents.N > 0) out << " | ";
     WriteSeparated(out, node.parents, ", ", [&](const Bnode_bn* parent) { out << parent->name(); });
-    out << ")\n{\n";
-    RowPrefix prefix(node.parents);
-    const auto writeRow = [&](const float* numbers, bool) {
-        out << "  ";
-        prefix.write(out);
-        for (int i = 0; i < node.numStates(); ++i) {
-            if (i > 0) out << ", ";
-            out << numbers[i];
-        }
-        out << ";\n";
-        return true;
-    };
-    if (hasTable) FitRows(plan, node, writeRow);
+    out << " ) {\n";
+    if (hasTable) {
+        RowPrefix prefix(node.parents);
+        AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
+            out << "  ";
+            prefix.write(out);
+            row.write(out, ", ");
+            out << ";\n";
+            return true;
+        });
+    }
     out << "}\n";
 }
 
@@ -205,7 +199,7 @@ void WriteDsc(const ImportResult& result, std::ostream& stream) {
     const Bnet_bn& net = *result.net;
     const Plan plan(net);
     TextOut out(stream);
-    out << "belief network " << Quoted(net.title != nullptr ? net.title : net.name)
+    out << "belief network " << Quoted(TitleOrName(net))
         << (net.nodes.N > 0 ? "\n" : " {\n}\n");  // readers want something after the name
     for (const Bnode_bn* node : net.nodes) WriteNode(out, *node, plan);
     for (const Bnode_bn* node : net.nodes) WriteProbability(out, *node, plan);

@@ -106,21 +106,11 @@ public:
 
     // States.
 
-    /// The labels to write, "" for each state when there is nothing to say.
+    /// The labels to write; what a reader makes of them: names, and titles unless they are the
+    /// names.
     const Texts& labels(const Bnode_bn& node) const {
-        const bool silent = node.variable.levels == nullptr && AreUnlabelled(node.variable);
-        if (silent) {
-            labels_.assign(static_cast<std::size_t>(node.numStates()), std::string());
-        } else {
-            StateLabels(node.variable, labels_);
-        }
+        StateLabels(node.variable, labels_);
         return labels_;
-    }
-    /// What a reader makes of them: names, and titles unless they are the names.
-    bool readsUnnamed(const Bnode_bn& node) const {
-        labels(node);
-        return std::all_of(labels_.begin(), labels_.end(),
-                           [](const std::string& label) { return label.empty(); });
     }
     Texts readNames(const Bnode_bn& node) const {
         const int count = node.numStates();
@@ -161,13 +151,15 @@ bool IsFieldName(const std::string& name) {
 
 bool IsWritable(const UserField& field) {
     const std::string_view text = FieldText(field);
-    return IsFieldName(field.name) && text.find('\0') == std::string_view::npos &&
+    return IsFieldName(ToUtf8(field.name)) && text.find('\0') == std::string_view::npos &&
            ToUtf8(text).size() <= longestValue;
 }
 
 // ---- Tables --------------------------------------------------------------------------------
 
+/// A decision has none in the file.
 bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
+    if (node.kind == DecisionNode) return false;
     const bool real = node.relation.kind == RelnKindEN::real;
     if (!plan.tables().has(node) || (real ? node.numStates() > 1 : StatesOf(node) == 0))
         return false;
@@ -175,66 +167,43 @@ bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
                        [](const Bnode_bn* parent) { return StatesOf(*parent) > 0; });
 }
 
-/// Hands every row, fitted, to use(numbers, what is kept of it).
-template <class USE>
-void FitRows(const Plan& plan, const Bnode_bn& node, USE use) {
-    const int states = node.numStates();
-    const int rows = NumProduct(node.parents);
-    const float* experience = node.relation.exper;
-    const float* row = plan.tables().of(node);
-    RowFitter fitter(NormalizingEN::divide, states);
-    for (int r = 0; r < rows; ++r, row += states) {
-        const RowFitter::Fit kept = fitter.fit(row, experience != nullptr ? experience[r] : 1.0F);
-        if (!use(fitter.numbers(), kept)) return;
-    }
-}
-
 bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
     if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return true;
-    const bool mayWeigh = node.relation.exper != nullptr;
-    bool all = true;
-    FitRows(plan, node, [&](const float*, RowFitter::Fit kept) {
-        return all = kept.row && (mayWeigh || kept.weight);
-    });
-    return all;
+    const float* experience = node.relation.exper;
+    return AllRows(
+        plan.tables().of(node), node, experience, [&](const float* row, const RowNumbers& numbers) {
+            return numbers.keepsRow(row) && (experience != nullptr || numbers.keepsWeight());
+        });
 }
 
 /// Experience of 1 throughout is as none to readers.
 bool KeepsExperience(const Plan& plan, const Bnode_bn& node) {
     if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return false;
     const float* experience = node.relation.exper;
-    const auto isOne = [](float value) { return value == 1; };
-    bool kept = !std::all_of(experience, experience + NumProduct(node.parents), isOne);
-    if (kept)
-        FitRows(plan, node, [&](const float*, RowFitter::Fit row) { return kept = row.weight; });
-    return kept;
+    const auto isOne = [](float value) { return AreClose(value, 1); };
+    return !std::all_of(experience, experience + NumProduct(node.parents), isOne) &&
+           AllRows(plan.tables().of(node), node, experience,
+                   [](const float*, const RowNumbers& numbers) { return numbers.keepsWeight(); });
 }
 
 // ---- What is kept --------------------------------------------------------------------------
 
 bool KeepsStateNames(const Plan& plan, const Bnode_bn& node) {
-    return StatesOf(node) > 0 && !plan.readsUnnamed(node) &&
-           AreKept(node.variable.stateNames, plan.readNames(node));
+    return StatesOf(node) > 0 && AreKept(node.variable.stateNames, plan.readNames(node));
 }
 
-bool KeepsUnnamed(const Plan& plan, const Bnode_bn& node) {
-    return StatesOf(node) == 0 || plan.readsUnnamed(node);
-}
+bool KeepsUnnamed(const Plan&, const Bnode_bn& node) { return StatesOf(node) == 0; }
 
 bool KeepsStateTitles(const Plan& plan, const Bnode_bn& node) {
-    return StatesOf(node) > 0 && !plan.readsUnnamed(node) && !AreStateNames(plan.labels(node));
+    return StatesOf(node) > 0 && !AreStateNames(plan.labels(node)) &&
+           AreKept(node.variable.stateTitles, plan.labels(node));
 }
 
 bool KeepsUntitled(const Plan& plan, const Bnode_bn& node) {
-    return StatesOf(node) == 0 || plan.readsUnnamed(node) || AreStateNames(plan.labels(node));
+    return StatesOf(node) == 0 || AreStateNames(plan.labels(node));
 }
 
-bool KeepsStateComments(const Plan&, const Bnode_bn& node) {
-    char* const* comments = node.variable.stateComments;
-    return StatesOf(node) > 0 &&
-           std::none_of(comments, comments + node.numStates(),
-                        [](const char* comment) { return comment != nullptr && *comment == '\0'; });
-}
+bool KeepsStateComments(const Plan&, const Bnode_bn& node) { return StatesOf(node) > 0; }
 
 bool KeepsGroups(const Plan&, const Bnode_bn& node) {
     return node.nodesets().size() == 1 && IsLegalName_kt(node.nodesets().front()->name());
@@ -246,9 +215,10 @@ bool KeepsUserFields(const Plan&, const Bnode_bn& node) {
 
 constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::node},
+    {FeatureEN::name},
     {FeatureEN::title},
     {FeatureEN::sameTitle},
-    {FeatureEN::comment, [](const Plan&, const Bnode_bn& node) { return *node.comment != '\0'; }},
+    {FeatureEN::comment},
     {FeatureEN::kind},
     {FeatureEN::utilityForm,
      [](const Plan&, const Bnode_bn& node) {
@@ -282,7 +252,7 @@ constexpr Kept<Plan, int> keptOfGroups[] = {
 
 constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
     {FeatureEN::noNetTitle},
-    {FeatureEN::netComment, [](const Plan&, const Bnet_bn& net) { return *net.comment != '\0'; }},
+    {FeatureEN::netComment},
     {FeatureEN::autoUpdate},
     {FeatureEN::labelStyle},
     {FeatureEN::zoom,
@@ -307,7 +277,7 @@ constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
 // ---- Writing -------------------------------------------------------------------------------
 
 void WriteField(TextOut& out, std::string_view name, std::string_view text) {
-    out << "  " << name << " = " << Quoted(text) << ";\n";
+    out << "  " << ToUtf8(name) << " = " << Quoted(text) << ";\n";
 }
 
 template <class T>
@@ -355,7 +325,7 @@ void WriteGroups(TextOut& out, Plan& plan) {
 void WriteNet(TextOut& out, Plan& plan) {
     const Bnet_bn& net = plan.net();
     out << "net\n{\n";
-    if (net.comment != nullptr && *net.comment != '\0') WriteField(out, "HR_Desc", net.comment);
+    if (HasText(net.comment)) WriteField(out, "HR_Desc", net.comment);
     WriteDisplay(out, net);
     WriteGroups(out, plan);
     out << "}\n";
@@ -374,18 +344,19 @@ void WriteStates(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     out << ");\n";
     char* const* comments = node.variable.stateComments;
     for (int i = 0; comments != nullptr && i < node.numStates(); ++i) {
-        if (comments[i] != nullptr && *comments[i] != '\0')
-            WriteField(out, "HR_State_" + std::to_string(i), comments[i]);
+        if (HasText(comments[i])) WriteField(out, "HR_State_" + std::to_string(i), comments[i]);
     }
 }
 
 void WriteNode(TextOut& out, const Bnode_bn& node, const Plan& plan) {
-    const coord_kt at = plan.placing().written(node);
     out << '\n' << KindOf(node.kind) << ' ' << node.name() << "\n{\n";
-    if (node.title != nullptr) WriteField(out, "label", node.title);
-    out << "  position = (" << at.x << ' ' << at.y << ");\n";
+    if (HasText(node.title)) WriteField(out, "label", node.title);
+    if (plan.placing().hasPlaces()) {
+        const coord_kt at = plan.placing().written(node);
+        out << "  position = (" << at.x << ' ' << at.y << ");\n";
+    }
     WriteStates(out, node, plan);
-    if (node.comment != nullptr && *node.comment != '\0') WriteField(out, "HR_Desc", node.comment);
+    if (HasText(node.comment)) WriteField(out, "HR_Desc", node.comment);
     if (!node.nodesets().empty())
         WriteNumberField(out, "HR_Grp", plan.placeOf(*node.nodesets().front()));
     for (const UserField& field : node.userFields())
@@ -405,15 +376,13 @@ public:
         if (StatesOf(node) > 0 || spans_.empty()) spans_.push_back(1);
     }
 
-    /// One row: the numbers of one combination of parent states.
-    void row(const float* numbers, int count) {
+    /// One row: write() writes the numbers of one combination of parent states.
+    template <class WRITE>
+    void row(WRITE write) {
         if (row_ > 0) separate();
         for (const long long span : spans_)
             if (row_ % span == 0) out_ << '(';
-        for (int i = 0; i < count; ++i) {
-            if (i > 0) out_ << ' ';
-            out_ << numbers[i];
-        }
+        write();
         ++row_;
         for (const long long span : spans_)
             if (row_ % span == 0) out_ << ')';
@@ -449,12 +418,14 @@ void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
         TableWriter table(out, node);
         if (node.relation.kind == RelnKindEN::real) {
             const int rows = NumProduct(node.parents);
-            for (int row = 0; row < rows; ++row) table.row(node.relation.reals + row, 1);
+            for (int row = 0; row < rows; ++row)
+                table.row([&] { out << node.relation.reals[row]; });
         } else {
-            FitRows(plan, node, [&](const float* numbers, RowFitter::Fit) {
-                table.row(numbers, node.numStates());
-                return true;
-            });
+            AllRows(plan.tables().of(node), node, node.relation.exper,
+                    [&](const float*, const RowNumbers& numbers) {
+                        table.row([&] { numbers.write(out, " "); });
+                        return true;
+                    });
         }
         out << ";\n";
     }

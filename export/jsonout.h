@@ -1,12 +1,12 @@
 // A writer of JSON, for the exports that are JSON or hold some.
 #pragma once
 
-#include <charconv>
 #include <cmath>
 #include <ostream>
 #include <string>
 #include <string_view>
 
+#include "export/digits.h"
 #include "export/text.h"
 
 namespace lumo {
@@ -90,9 +90,9 @@ private:
     template <class T>
     std::size_t digits(T value) {
         element();
-        char text[32];
+        char text[MostDigits];
         const std::size_t from = buffer_.size();
-        buffer_.append(text, std::to_chars(text, text + sizeof text, value).ptr);
+        buffer_.append(text, WriteDigits(text, value));
         return from;
     }
     void quoted(std::string_view utf8);

@@ -1,9 +1,11 @@
 #include "export/labels.h"
 
 #include <algorithm>
-#include <charconv>
+#include <cstring>
 #include <unordered_set>
 
+#include "export/describe.h"
+#include "export/digits.h"
 #include "export/text.h"
 
 namespace lumo {
@@ -13,9 +15,14 @@ const char* TextOf(char* const* texts, int state) {
     return texts == nullptr ? nullptr : texts[state];
 }
 
+/// Blanks say nothing, and few programs keep them.
+bool SaysSomething(const char* text) {
+    return text != nullptr && text[std::strspn(text, " \t\n\v\f\r")] != '\0';
+}
+
 std::string Shortest(double value) {
-    char text[32];
-    return {text, std::to_chars(text, text + sizeof text, value).ptr};
+    char text[MostDigits];
+    return {text, WriteDigits(text, value)};
 }
 
 /// What the state says by its number alone.
@@ -32,9 +39,9 @@ void StateLabels(const Varbl_bn& variable, Texts& out) {
     for (int i = 0; i < variable.numStates; ++i) {
         std::string& label = out[static_cast<std::size_t>(i)];
         const char* name = TextOf(variable.stateNames, i);
-        if (const char* title = TextOf(variable.stateTitles, i)) {
+        if (const char* title = TextOf(variable.stateTitles, i); SaysSomething(title)) {
             label = ToUtf8(title);
-        } else if (name != nullptr) {
+        } else if (HasText(name)) {
             label = name;
         } else {
             label = NumberLabel(variable, i);
@@ -42,11 +49,8 @@ void StateLabels(const Varbl_bn& variable, Texts& out) {
     }
 }
 
-bool AreStateNames(const Texts& labels) {
+bool AreDistinct(const Texts& labels) {
     constexpr std::size_t few = 8;  // compared each with each, without a set
-    if (!std::all_of(labels.begin(), labels.end(),
-                     [](const std::string& label) { return IsLegalName_kt(label); }))
-        return false;
     if (labels.size() > few) {
         return std::unordered_set<std::string_view>(labels.begin(), labels.end()).size() ==
                labels.size();
@@ -54,6 +58,12 @@ bool AreStateNames(const Texts& labels) {
     for (auto label = labels.begin(); label != labels.end(); ++label)
         if (std::find(labels.begin(), label, *label) != label) return false;
     return true;
+}
+
+bool AreStateNames(const Texts& labels) {
+    return std::all_of(labels.begin(), labels.end(),
+                       [](const std::string& label) { return IsLegalName_kt(label); }) &&
+           AreDistinct(labels);
 }
 
 std::vector<const char*> Pointers(const Texts& texts) {
@@ -65,14 +75,14 @@ std::vector<const char*> Pointers(const Texts& texts) {
 
 bool AreKept(char* const* texts, const Texts& read) {
     for (std::size_t i = 0; texts != nullptr && i < read.size(); ++i)
-        if (texts[i] != nullptr && ToUtf8(texts[i]) != read[i]) return false;
+        if (HasText(texts[i]) && ToUtf8(texts[i]) != read[i]) return false;
     return true;
 }
 
 bool AreUnlabelled(const Varbl_bn& variable) {
     for (char** texts : {variable.stateNames, variable.stateTitles}) {
         for (int i = 0; i < variable.numStates; ++i)
-            if (TextOf(texts, i) != nullptr) return false;
+            if (SaysSomething(TextOf(texts, i))) return false;
     }
     return true;
 }

@@ -11,9 +11,11 @@ namespace lumo {
 /// Name and title that a reader makes of a state; "" for null.
 using Texts = std::vector<std::string>;
 
-/// One text a state, valid UTF-8: its title, else its name, else its value or interval, else
-/// one made of its number. `out` is refilled.
+/// One text a state, valid UTF-8, never empty or blank: its title, else its name, else its value or
+/// interval, else one made of its number. `out` is refilled.
 void StateLabels(const Varbl_bn& variable, Texts& out);
+
+bool AreDistinct(const Texts& labels);
 
 /// Whether a list of labels gives the states their names: all legal and distinct.
 bool AreStateNames(const Texts& labels);
@@ -21,7 +23,7 @@ bool AreStateNames(const Texts& labels);
 /// The texts as an array of strings of C.
 std::vector<const char*> Pointers(const Texts& texts);
 
-/// Whether every text that is not null is equal, as UTF-8, to the one in the same place.
+/// Whether every text that is not empty is equal, as UTF-8, to the one in the same place.
 bool AreKept(char* const* texts, const Texts& read);
 
 /// Whether a variable has no text at all for any of its states.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "export/describe.h"
+#include "export/rows.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo {
@@ -19,6 +21,7 @@ struct Words {
 
 constexpr Words words[] = {
     {FeatureEN::node, ScopeEN::node, "%s without states"},
+    {FeatureEN::name, ScopeEN::node, "names of %s"},
     {FeatureEN::title, ScopeEN::node, "titles of %s"},
     {FeatureEN::comment, ScopeEN::node, "comments of %s"},
     {FeatureEN::kind, ScopeEN::node, "kinds (decision, utility) of %s"},
@@ -52,16 +55,12 @@ constexpr Words words[] = {
 
 const char* const nouns[] = {"node", "group"};
 
-template <class TEXT>
-bool Any(TEXT* const* texts, int count) {
-    return texts != nullptr &&
-           std::any_of(texts, texts + count, [](auto* t) { return t != nullptr; });
+bool Any(char* const* texts, int count) {
+    return texts != nullptr && std::any_of(texts, texts + count, HasText);
 }
 
-template <class TEXT>
-bool All(TEXT* const* texts, int count) {
-    return texts != nullptr &&
-           std::all_of(texts, texts + count, [](auto* t) { return t != nullptr; });
+bool All(char* const* texts, int count) {
+    return texts != nullptr && std::all_of(texts, texts + count, HasText);
 }
 
 bool IsZeroOne(const Bnode_bn& node) {
@@ -71,8 +70,9 @@ bool IsZeroOne(const Bnode_bn& node) {
     for (int rows = NumProduct(node.parents); rows > 0; --rows, row += states) {
         int ones = 0;
         for (int s = 0; s < states; ++s) {
-            if (row[s] != 0 && row[s] != 1) return false;
-            ones += row[s] == 1;
+            const bool isOne = AreClose(row[s], 1);
+            if (row[s] != 0 && !isOne) return false;
+            ones += isOne;
         }
         if (ones != 1) return false;
     }
@@ -112,11 +112,11 @@ std::string Count(long long count, const char* noun) {
 }  // namespace
 
 FeatureSet FeaturesOf(const Bnode_bn& node) {
-    FeatureSet set =
-        Bit(FeatureEN::node) | Bit(FeatureEN::position) | Bit(FeatureEN::exactPosition);
-    if (node.title != nullptr)
+    FeatureSet set = Bit(FeatureEN::node) | Bit(FeatureEN::name) | Bit(FeatureEN::position) |
+                     Bit(FeatureEN::exactPosition);
+    if (HasText(node.title))
         set |= Bit(streql_kt(node.title, node.name()) ? FeatureEN::sameTitle : FeatureEN::title);
-    if (node.comment != nullptr) set |= Bit(FeatureEN::comment);
+    if (HasText(node.comment)) set |= Bit(FeatureEN::comment);
     if (node.kind != NatureNode) set |= Bit(FeatureEN::kind);
     if (node.kind == UtilityNode) set |= Bit(FeatureEN::utilityForm);
     if (!node.variable.discrete && node.kind != UtilityNode) set |= Bit(FeatureEN::continuous);
@@ -133,8 +133,8 @@ FeatureSet FeaturesOf(const Bnet_bn& net) {
     const bool plainGrid =
         drawing.grid.x == 10 && drawing.grid.y == 10 && !drawing.showGrid && !drawing.snapToGrid;
     FeatureSet set = Bit(FeatureEN::margin) | Bit(FeatureEN::drawStyle);
-    set |= Bit(net.title != nullptr ? FeatureEN::netTitle : FeatureEN::noNetTitle);
-    if (net.comment != nullptr) set |= Bit(FeatureEN::netComment);
+    set |= Bit(HasText(net.title) ? FeatureEN::netTitle : FeatureEN::noNetTitle);
+    if (HasText(net.comment)) set |= Bit(FeatureEN::netComment);
     if (net.autoUpdate) set |= Bit(FeatureEN::autoUpdate);
     if (drawing.labelStyle != 1) set |= Bit(FeatureEN::labelStyle);
     if (drawing.zoomFactor != 1) set |= Bit(FeatureEN::zoom);

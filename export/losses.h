@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "export/placing.h"
 #include "library/model/netmodel.h"
 
 namespace lumo {
@@ -14,6 +15,7 @@ namespace lumo {
 enum class FeatureEN : unsigned char {
     // Of a node.
     node,
+    name,
     title,
     sameTitle,  // a title that is the name
     comment,
@@ -69,7 +71,7 @@ struct Losses {
     FeatureSet net = 0;
 };
 
-/// What the object has of the features.
+/// What the object has of the features; empty texts are none.
 FeatureSet FeaturesOf(const Bnode_bn& node);
 FeatureSet FeaturesOf(const Bnet_bn& net);
 
@@ -104,10 +106,12 @@ Losses FindLosses(const Bnet_bn& net, const PLAN& plan, const NODES& ofNodes,
     const auto whole = [](FeatureSet lost, FeatureEN itself) {
         return (lost & Bit(itself)) != 0 ? Bit(itself) : lost;
     };
+    const FeatureSet absent =
+        HasPlaces(net) ? 0 : Bit(FeatureEN::position) | Bit(FeatureEN::exactPosition);
     Losses losses;
     for (const Bnode_bn* node : net.nodes) {
         losses.nodes.push_back(
-            whole(LostOf(FeaturesOf(*node), plan, *node, ofNodes), FeatureEN::node));
+            whole(LostOf(FeaturesOf(*node) & ~absent, plan, *node, ofNodes), FeatureEN::node));
     }
     const int groups = static_cast<int>(net.nodesets().size());
     for (int group = 0; group < groups; ++group) {

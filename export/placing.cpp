@@ -34,7 +34,7 @@ void LayOut(Bnet_bn& net) {
 }
 
 Placing::Placing(const Vnet_kt& drawing, double scale, bool turnOver)
-    : scale_(scale), turnOver_(turnOver) {
+    : hasPlaces_(HasPlaces(*drawing.getBNet())), scale_(scale), turnOver_(turnOver) {
     drawing.findExtent(extent_);
     height_ = inFile(Distance(extent_.top, extent_.bottom));
 }

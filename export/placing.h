@@ -19,6 +19,8 @@ class Placing {
 public:
     Placing(const Vnet_kt& drawing, double scale, bool turnOver);
 
+    /// Whether there is something to write.
+    bool hasPlaces() const { return hasPlaces_; }
     coord_kt written(const Bnode_bn& node) const;
     /// Whether the node comes to stand where it does now, the margin of the drawing aside.
     bool isExact(const Bnode_bn& node) const;
@@ -28,6 +30,7 @@ public:
 private:
     long long inFile(long long distance) const;
 
+    bool hasPlaces_;
     rect_kt extent_;
     double scale_;
     bool turnOver_;

@@ -1,27 +1,14 @@
 #include "export/rows.h"
 
 #include <algorithm>
-#include <charconv>
+#include <bit>
 #include <cmath>
-#include <limits>
 
 namespace lumo {
 namespace {
 
 constexpr int largestExpansion = 1 << 20;      // numbers of one table
 constexpr long long mostExpanded = 1LL << 24;  // numbers of all expanded tables
-
-constexpr RowFitter::Scales fineScales = {-64, 64, 0x1p-28};  // parts of a step of a float
-constexpr RowFitter::Scales wideScales = {1, 512, 0x1p-24};
-
-/// Whether the numbers sum to 1 but for their rounding; other rows come out changed whatever is
-/// tried.
-bool IsRounded(const float* row, std::size_t count) {
-    constexpr double roundings = 1e-5;
-    double sum = 0;
-    for (std::size_t i = 0; i < count; ++i) sum += static_cast<double>(row[i]);
-    return std::fabs(sum - 1) < roundings;
-}
 
 /// Some readers take the sums of rows, near whole numbers made whole, for experience.
 float ExperienceOf(double sum) {
@@ -77,116 +64,129 @@ const float* Tables::of(const Bnode_bn& node) const {
 
 // ---- Rows ----------------------------------------------------------------------------------
 
-RowFitter::RowFitter(NormalizingEN normalizing, int states)
-    : normalizing_(normalizing), fitted_(static_cast<std::size_t>(states)) {}
+namespace {
 
-double RowFitter::sum() const {
-    double sum = 0;
-    const auto add = [&sum](float number) { sum += static_cast<double>(number); };
-    if (normalizing_ == NormalizingEN::divide) {
-        std::for_each(fitted_.begin(), fitted_.end(), add);
-    } else {
-        std::for_each(fitted_.rbegin(), fitted_.rend(), add);
+/// The float that many steps further on; both positive.
+float Step(float value, int steps) {
+    return std::bit_cast<float>(std::bit_cast<std::int32_t>(value) + steps);
+}
+
+double Middle(float a, float b) { return (static_cast<double>(a) + static_cast<double>(b)) / 2; }
+
+/// Zeros at the end of the number.
+int Zeros(std::int64_t number) {
+    int zeros = 0;
+    for (; number != 0 && number % 10 == 0; number /= 10) ++zeros;
+    return zeros;
+}
+
+/// One with that many places, as a whole number.
+std::int64_t OneWith(int places) { return PowersOf10[static_cast<std::size_t>(places)]; }
+
+}  // namespace
+
+bool AreClose(float a, float b) { return a == b || std::nextafter(a, b) == b; }
+
+/// The numbers of at most 7 digits that read back to a float up to `ulps` steps away, none when low
+/// is above high. What is less than 1 stays so.
+RowNumbers::Window RowNumbers::windowOf(float number, int ulps) {
+    if (number == 0) return {};
+    if (number == 1) return {0, 1, 1, 1};
+    if (!(number > Step(0.0F, 2) && number < 1)) return {0, 1, 0, 1};
+    const double exact = static_cast<double>(number);
+    Window window{7, 0, 0, 0};
+    while (window.places < MostPlaces && exact * static_cast<double>(OneWith(window.places)) < 1e6)
+        ++window.places;
+    const auto scale = static_cast<double>(OneWith(window.places));
+    const double least = Middle(Step(number, -ulps), Step(number, -ulps - 1)) * scale;
+    const double most = Middle(Step(number, ulps), Step(number, ulps + 1)) * scale;
+    window.low = static_cast<std::int64_t>(least) + 1;
+    window.high = std::min(static_cast<std::int64_t>(most), OneWith(window.places) - 1);
+    window.chosen = window.low;
+    for (std::int64_t other = window.low + 1; other <= window.high; ++other)
+        if (Zeros(other) > Zeros(window.chosen)) window.chosen = other;
+    return window;
+}
+
+/// Takes the numbers with the fewest digits, and of others as many as the sum needs.
+bool RowNumbers::chooseDecimals(const float* row, int ulps) {
+    const std::int64_t one = OneWith(MostPlaces);
+    std::int64_t rest = one;
+    decimals_.clear();
+    for (std::size_t i = 0; i < floats_.size(); ++i) {
+        const Window& window = decimals_.emplace_back(windowOf(row[i], ulps));
+        rest -= window.chosen * OneWith(MostPlaces - window.places);
+        if (window.low > window.high || rest < -one) return false;
     }
+    for (Window& window : decimals_) {
+        if (rest == 0) break;
+        const std::int64_t unit = OneWith(MostPlaces - window.places);
+        const std::int64_t move =
+            std::clamp(rest / unit, window.low - window.chosen, window.high - window.chosen);
+        window.chosen += move;
+        rest -= move * unit;
+    }
+    return rest == 0;
+}
+
+/// Counts are written as such; false when not all are whole numbers.
+bool RowNumbers::chooseCounts() {
+    constexpr double tolerance = 0x1p-23;
+    bool all = true;
+    for (float& number : floats_) {
+        const double exact = static_cast<double>(number), whole = std::round(exact);
+        const bool isWhole = std::fabs(exact - whole) <= tolerance * exact;
+        if (isWhole) number = static_cast<float>(whole);
+        all = all && isWhole;
+    }
+    return all;
+}
+
+void RowNumbers::choose(const float* row, int count, float weight) {
+    constexpr double mostTimes = 9000;  // what the whole numbers of decimals have room for
+    weight_ = weight;
+    times_ = 0;
+    const double scale = ScaleFor(weight);
+    floats_.resize(static_cast<std::size_t>(count));
+    std::transform(row, row + count, floats_.begin(), [scale](float number) {
+        return static_cast<float>(static_cast<double>(number) * scale);
+    });
+    if (weight != 1 && chooseCounts()) return;
+    if (scale != std::round(scale) || scale > mostTimes) return;
+    if (chooseDecimals(row, 0) || chooseDecimals(row, 1)) times_ = static_cast<std::int64_t>(scale);
+}
+
+void RowNumbers::write(TextOut& out, std::string_view separator) const {
+    for (std::size_t i = 0; i < floats_.size(); ++i) {
+        if (i > 0) out << separator;
+        times_ == 0 ? out << floats_[i]
+                    : out.decimal(decimals_[i].chosen * times_, decimals_[i].places);
+    }
+}
+
+float RowNumbers::asRead(std::size_t i) const {
+    if (times_ == 0) return floats_[i];
+    return static_cast<float>(static_cast<double>(decimals_[i].chosen * times_) /
+                              static_cast<double>(OneWith(decimals_[i].places)));
+}
+
+double RowNumbers::sum() const {
+    double sum = 0;
+    for (std::size_t i = 0; i < floats_.size(); ++i) sum += static_cast<double>(asRead(i));
     return sum;
 }
 
-/// What reading the numbers gives.
-RowFitter::Fit RowFitter::check(const float* row) const {
+bool RowNumbers::keepsRow(const float* row) const {
     const double sum = this->sum();
-    const bool divides = normalizing_ == NormalizingEN::divide;
-    const bool weighs = !divides || (sum == 0 ? 1 : ExperienceOf(sum)) == weight_;
-    if (sum == 0 || sum == 1) return {std::equal(fitted_.begin(), fitted_.end(), row), weighs};
-    const double factor = 1.0 / sum;
-    const auto same = [&](float number, float wanted) {
-        const double exact = static_cast<double>(number);
-        return static_cast<float>(divides ? exact / sum : exact * factor) == wanted;
-    };
-    return {std::equal(fitted_.begin(), fitted_.end(), row, same), weighs};
+    for (std::size_t i = 0; i < floats_.size() && sum != 0; ++i)
+        if (!AreClose(static_cast<float>(static_cast<double>(asRead(i)) / sum), row[i]))
+            return false;
+    return true;
 }
 
-RowFitter::Fit RowFitter::tryScale(const float* row, double scale) {
-    for (std::size_t i = 0; i < fitted_.size(); ++i)
-        fitted_[i] = static_cast<float>(static_cast<double>(row[i]) * scale);
-    return check(row);
-}
-
-/// Counts are written as such.
-RowFitter::Fit RowFitter::tryWhole(const float* row) {
-    constexpr double tolerance = 1e-6;
-    for (float& number : fitted_) {
-        const double exact = static_cast<double>(number);
-        const double whole = std::round(exact);
-        if (std::fabs(exact - whole) <= tolerance * exact) number = static_cast<float>(whole);
-    }
-    return check(row);
-}
-
-/// Numbers of a few digits, which the program that wrote the row first may have known.
-RowFitter::Fit RowFitter::tryDigits(const float* row, double scale, int digits) {
-    for (std::size_t i = 0; i < fitted_.size(); ++i) {
-        char text[32];
-        const double exact = static_cast<double>(row[i]) * scale;
-        const auto written = std::to_chars(text, text + sizeof text, exact,
-                                           std::chars_format::scientific, digits - 1);
-        double rounded = 0;
-        std::from_chars(text, written.ptr, rounded);
-        fitted_[i] = static_cast<float>(rounded);
-    }
-    return check(row);
-}
-
-/// Moves numbers by a step each, where they read the same, as long as it brings their sum nearer to
-/// the scale, from which it is `rest` away.
-void RowFitter::nudge(const float* row, double scale, double rest) {
-    for (std::size_t i = 0; i < fitted_.size(); ++i) {
-        const float other = std::nextafter(fitted_[i], rest > 0 ? HUGE_VALF : 0.0F);
-        const double change = static_cast<double>(other) - static_cast<double>(fitted_[i]);
-        const double read = static_cast<double>(other) / scale;
-        if (std::fabs(rest - change) >= std::fabs(rest) || static_cast<float>(read) != row[i])
-            continue;
-        fitted_[i] = other;
-        rest -= change;
-    }
-}
-
-/// Slightly other numbers round differently, and among some such roundings there is one with the
-/// right sum.
-bool RowFitter::search(const float* row, double weight, const Scales& scales) {
-    for (int k = scales.first; k <= scales.last; ++k) {
-        const double scale = weight * (1 + k * scales.step);
-        double total = 0;
-        for (std::size_t i = 0; i < fitted_.size(); ++i) {
-            fitted_[i] = static_cast<float>(static_cast<double>(row[i]) * scale);
-            total += static_cast<double>(fitted_[i]);
-        }
-        nudge(row, scale, scale - total);
-        const Fit got = check(row);
-        if (got.row && got.weight) return true;
-    }
-    return false;
-}
-
-RowFitter::Fit RowFitter::fit(const float* row, float weight) {
-    weight_ = weight;
-    const double scale = ScaleFor(weight);
-    const Fit plain = tryScale(row, scale);
-    const bool done = plain.row && plain.weight;
-    if (done && weight == 1) return plain;
-    if (weight != 1) {
-        const Fit whole = tryWhole(row);
-        if (whole.row && whole.weight) return whole;
-    }
-    if (done || !IsRounded(row, fitted_.size())) return tryScale(row, scale);
-    for (const int digits : {6, 7}) {
-        const Fit decimals = tryDigits(row, scale, digits);
-        if (decimals.row && decimals.weight) return decimals;
-    }
-    // A weight that is no whole number leaves little room.
-    const bool roomy = weight == std::round(weight);
-    if (search(row, scale, fineScales) || (roomy && search(row, scale, wideScales)))
-        return {true, true};
-    return tryScale(row, scale);
+bool RowNumbers::keepsWeight() const {
+    const double sum = this->sum();
+    return AreClose(sum == 0 ? 1 : ExperienceOf(sum), weight_);
 }
 
 }  // namespace lumo

@@ -1,10 +1,12 @@
-// Probability tables for files: the rows of every relation that has some, and numbers that come
-// back unchanged from readers that normalise.
+// Probability tables for files: the rows of every relation that has some, and their numbers.
 #pragma once
 
+#include <cstdint>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
+#include "export/textout.h"
 #include "library/model/netmodel.h"
 
 namespace lumo {
@@ -25,45 +27,54 @@ private:
     mutable std::vector<float> expanded_;
 };
 
-/// How a reader normalises a row.
-enum class NormalizingEN : unsigned char {
-    divide,   ///< every number by the sum, taken from the first on
-    multiply  ///< every number by the inverse of the sum, taken from the last on
-};
-
-/// Finds the numbers to write for rows of probabilities, so that a normalising reader comes to the
-/// same floats again. A row whose rounded numbers do not quite sum to 1 may need slightly larger
-/// numbers.
-class RowFitter {
+/// The numbers to write for a row of probabilities: with the fewest digits that read back to the
+/// floats of the row, or, when numbers of at most 7 digits within one unit in the last place of the
+/// floats sum to exactly 1, those. They are what people wrote (0.59 0.4067 0.0033), and rounding in
+/// single precision loses.
+class RowNumbers {
 public:
-    RowFitter(NormalizingEN normalizing, int states);
+    /// Chooses the numbers for a row. They sum to the weight: counts, as far as it is not 1.
+    void choose(const float* row, int count, float weight = 1);
+    /// Writes the numbers chosen, valid until the next choice.
+    void write(TextOut& out, std::string_view separator) const;
 
-    /// Sums to try: the weight and small steps away from it.
-    struct Scales {
-        int first, last;
-        double step;
-    };
-    /// What a reader gets back of a row.
-    struct Fit {
-        bool row;     ///< the row itself
-        bool weight;  ///< and, by dividing, the weight for its experience
-    };
-    /// Fits the row to sum to the weight, as near as it can.
-    Fit fit(const float* row, float weight = 1);
-    const float* numbers() const { return fitted_.data(); }  ///< of the last row
+    /// Whether a reader that divides the numbers by their sum gets every float of the row, but for
+    /// one unit in the last place, and whether it gets the weight as the sum.
+    bool keepsRow(const float* row) const;
+    bool keepsWeight() const;
 
 private:
-    Fit tryScale(const float* row, double scale);
-    Fit tryWhole(const float* row);
-    Fit tryDigits(const float* row, double scale, int digits);
-    bool search(const float* row, double weight, const Scales& scales);
-    void nudge(const float* row, double scale, double rest);
-    Fit check(const float* row) const;
+    /// Numbers with that many decimal places to choose from.
+    struct Window {
+        int places = 0;
+        std::int64_t low = 0, high = 0, chosen = 0;
+    };
+    static Window windowOf(float number, int ulps);
+    bool chooseDecimals(const float* row, int ulps);
+    bool chooseCounts();
+    float asRead(std::size_t i) const;
     double sum() const;
 
-    NormalizingEN normalizing_;
-    std::vector<float> fitted_;
+    std::vector<float> floats_;     // to be written as they are, or else
+    std::vector<Window> decimals_;  // those chosen, times
+    std::int64_t times_ = 0;        // 0: the floats are written
     float weight_ = 1;
 };
+
+/// Hands every row of the node's table and its numbers to use(row, numbers) as long as that is
+/// true, and returns whether it was. Rows sum to their experience, when that is given.
+template <class USE>
+bool AllRows(const float* table, const Bnode_bn& node, const float* experience, USE use) {
+    const int states = node.numStates();
+    RowNumbers numbers;
+    for (int rows = NumProduct(node.parents); rows > 0; --rows, table += states) {
+        numbers.choose(table, states, experience != nullptr ? *experience++ : 1.0F);
+        if (!use(table, numbers)) return false;
+    }
+    return true;
+}
+
+/// Whether the values are equal but for one unit in the last place.
+bool AreClose(float a, float b);
 
 }  // namespace lumo

@@ -1,16 +1,16 @@
 // Text on its way to a stream.
 #pragma once
 
-#include <charconv>
 #include <ostream>
 #include <string>
 #include <string_view>
 
+#include "export/digits.h"
+
 namespace lumo {
 
 /// Gathers text and hands it to the stream in blocks, so that a net of any size passes through.
-/// Numbers are written with the fewest digits that read back to the same value, independent of the
-/// locale.
+/// Numbers have the digits of WriteDigits.
 class TextOut {
 public:
     explicit TextOut(std::ostream& out) : out_(out) {}
@@ -29,6 +29,11 @@ public:
     TextOut& operator<<(int value) { return number(value); }
     TextOut& operator<<(float value) { return number(value); }
     TextOut& operator<<(double value) { return number(value); }
+    TextOut& decimal(std::int64_t number, int places) {
+        char text[MostDigits];
+        buffer_.append(text, WriteDecimal(text, number, places));
+        return drained();
+    }
 
     void flush() {
         out_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
@@ -40,8 +45,8 @@ private:
 
     template <class T>
     TextOut& number(T value) {
-        char text[32];
-        buffer_.append(text, std::to_chars(text, text + sizeof text, value).ptr);
+        char text[MostDigits];
+        buffer_.append(text, WriteDigits(text, value));
         return drained();
     }
     TextOut& drained() {

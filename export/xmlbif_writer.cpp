@@ -1,11 +1,13 @@
 #include "export/xmlbif_writer.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
 #include <string>
 #include <unordered_set>
 
+#include "export/describe.h"
 #include "export/labels.h"
 #include "export/placing.h"
 #include "export/rows.h"
@@ -177,7 +179,7 @@ private:
 void Plan::chooseNames() {
     std::unordered_set<std::string_view> used;
     for (const Bnode_bn* node : net_.nodes) {
-        if (node->title == nullptr || IsLegalName_kt(node->title)) continue;
+        if (!HasText(node->title) || IsLegalName_kt(node->title)) continue;
         const std::string read = AsRead(node->title);
         const bool gives = LegalName(read) == node->name() && ComesBack(node->title);
         if (gives && used.insert(node->title).second) titled_.insert(node);
@@ -196,10 +198,10 @@ bool KeepsUnnamed(const Plan& plan, const Bnode_bn& node) {
 }
 
 bool KeepsStateTitles(const Plan& plan, const Bnode_bn& node) {
-    if (plan.readStates(node) != StatesEN::titles) return false;
-    for (const std::string& label : plan.labels(node))
-        if (!ComesBack(label.c_str())) return false;
-    return true;
+    const auto comesBack = [](const std::string& label) { return ComesBack(label.c_str()); };
+    return plan.readStates(node) == StatesEN::titles &&
+           std::all_of(plan.labels(node).begin(), plan.labels(node).end(), comesBack) &&
+           AreKept(node.variable.stateTitles, plan.labels(node));
 }
 
 bool KeepsUntitled(const Plan& plan, const Bnode_bn& node) {
@@ -218,6 +220,7 @@ bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
 
 constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::node},
+    {FeatureEN::name},
     {FeatureEN::title, [](const Plan& plan, const Bnode_bn& node) { return plan.usesTitle(node); }},
     {FeatureEN::kind},
     {FeatureEN::continuous, KeepsContinuous},
@@ -278,21 +281,34 @@ constexpr std::string_view TypeOf(NodeKindEN kind) {
 }
 
 void WriteVariable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
-    const coord_kt at = plan.placing().written(node);
     out << "<VARIABLE TYPE=\"" << TypeOf(node.kind) << "\">\n";
     WriteElement(out, "NAME", plan.nameOf(node));
     WriteOutcomes(out, node, plan);
-    out << "<PROPERTY>position = (" << at.x << ", " << at.y << ")</PROPERTY>\n</VARIABLE>\n";
+    if (plan.placing().hasPlaces()) {
+        const coord_kt at = plan.placing().written(node);
+        out << "<PROPERTY>position = (" << at.x << ", " << at.y << ")</PROPERTY>\n";
+    }
+    out << "</VARIABLE>\n";
 }
 
-void WriteTable(TextOut& out, const float* table, int rowLength, int rows) {
+void WriteUtilities(TextOut& out, const Bnode_bn& node) {
+    const int rowLength = std::max(node.numStates(), 1);
+    const float* number = node.relation.reals;
+    for (int rows = NumProduct(node.parents); rows > 0; --rows) {
+        for (int i = 0; i < rowLength; ++i) out << (i == 0 ? '\n' : ' ') << *number++;
+    }
+}
+
+void WriteTable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     out << "<TABLE>";
-    for (int row = 0; row < rows; ++row) {
-        out << '\n';
-        for (int i = 0; i < rowLength; ++i) {
-            if (i > 0) out << ' ';
-            out << *table++;
-        }
+    if (node.relation.kind == RelnKindEN::real) {
+        WriteUtilities(out, node);
+    } else {
+        AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
+            out << '\n';
+            row.write(out, " ");
+            return true;
+        });
     }
     out << "\n</TABLE>\n";
 }
@@ -303,32 +319,20 @@ void WriteDefinition(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     out << "<DEFINITION>\n";
     WriteElement(out, "FOR", plan.nameOf(node));
     for (const Bnode_bn* parent : node.parents) WriteElement(out, "GIVEN", plan.nameOf(*parent));
-    if (hasTable) {
-        const bool real = node.relation.kind == RelnKindEN::real;
-        WriteTable(out, real ? node.relation.reals : plan.tables().of(node),
-                   std::max(node.numStates(), 1), NumProduct(node.parents));
-    }
+    if (hasTable) WriteTable(out, node, plan);
     out << "</DEFINITION>\n";
 }
 
+/// There is no document type definition: some programs refuse a file that has one.
 constexpr std::string_view prologue = R"(<?xml version="1.0" encoding="UTF-8"?>
-<!DOCTYPE BIF [
-<!ELEMENT BIF (NETWORK)*>
-<!ATTLIST BIF VERSION CDATA #REQUIRED>
-<!ELEMENT NETWORK (NAME, (PROPERTY | VARIABLE | DEFINITION)*)>
-<!ELEMENT NAME (#PCDATA)>
-<!ELEMENT VARIABLE (NAME, (OUTCOME | PROPERTY)*)>
-<!ATTLIST VARIABLE TYPE (nature | decision | utility) "nature">
-<!ELEMENT OUTCOME (#PCDATA)>
-<!ELEMENT DEFINITION (FOR | GIVEN | TABLE | PROPERTY)*>
-<!ELEMENT FOR (#PCDATA)>
-<!ELEMENT GIVEN (#PCDATA)>
-<!ELEMENT TABLE (#PCDATA)>
-<!ELEMENT PROPERTY (#PCDATA)>
-]>
 <BIF VERSION="0.3">
 <NETWORK>
 )";
+
+/// The net is never without a name, which some programs cannot do without.
+const char* NameOf(const Bnet_bn& net) {
+    return net.title != nullptr && !AsRead(net.title).empty() ? net.title : net.name;
+}
 
 }  // namespace
 
@@ -337,7 +341,7 @@ void WriteXmlBif(const ImportResult& result, std::ostream& stream) {
     const Plan plan(net);
     TextOut out(stream);
     out << prologue;
-    WriteElement(out, "NAME", net.title != nullptr ? net.title : net.name);
+    WriteElement(out, "NAME", NameOf(net));
     for (const Bnode_bn* node : net.nodes) WriteVariable(out, *node, plan);
     for (const Bnode_bn* node : net.nodes) WriteDefinition(out, *node, plan);
     out << "</NETWORK>\n</BIF>\n";

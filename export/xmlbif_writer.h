@@ -9,7 +9,7 @@
 namespace lumo {
 
 /// Writes the net as an XML BIF 0.3 document in UTF-8 that holds to the format's document type
-/// definition. Linear in time.
+/// definition, without the definition itself. Linear in time.
 void WriteXmlBif(const ImportResult& result, std::ostream& out);
 
 Losses XmlBifLosses(const Bnet_bn& net);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <sstream>
 
@@ -113,7 +114,7 @@ TEST(Json, WholeNet) {
         R"("states":[{"name":"a","title":null,"comment":null,"value":null},)"
         R"({"name":"b","title":null,"comment":null,"value":null}],"levels":null,)"
         R"("parents":["visit"],"position":[40,50],"groups":[],"userFields":{},)"
-        R"("relation":{"kind":"deterministic","table":[1,0,0,1],"experience":[3,1e-07],)"
+        R"("relation":{"kind":"deterministic","table":[1,0,0,1],"experience":[3,0.0000001],)"
         R"("parameters":null}},
 {"name":"gain","title":null,"comment":null,"kind":"utility","discrete":false,"states":[],)"
         R"("levels":null,"parents":["visit"],"position":[1,-2],"groups":[],"userFields":{},)"
@@ -161,7 +162,7 @@ TEST(Json, LevelsAreValuesOrBounds) {
     Bnode_bn& bounds = *NewNode_ibn("bounds", 2, *result.net, {});
     bounds.setDiscrete(ContinuousVar, false, CheckFull);
     bounds.setStates(2, nullptr, new double[3]{0, 1.25, 4e30}, nullptr, nullptr, CheckFull);
-    EXPECT_NE(Json(result).find(R"("value":null}],"levels":[0.0,1.25,4e+30])"), std::string::npos);
+    EXPECT_NE(Json(result).find(R"("value":null}],"levels":[0.0,1.25,4e30])"), std::string::npos);
 }
 
 TEST(Json, FloatsReadBackToTheSameFloat) {
@@ -169,13 +170,16 @@ TEST(Json, FloatsReadBackToTheSameFloat) {
     Bnode_bn& gain = NewNode(*result.net, "gain", {"a"});
     gain.setKind(UtilityNode, CheckFull);
     using Limits = std::numeric_limits<float>;
-    for (const float value : {1.0F / 3, 0.1F, 16777216.0F, 1e-10F, Limits::min(),
-                              Limits::denorm_min(), -Limits::max()}) {
+    for (const float value : {1.0F / 3, 0.1F, 16777216.0F, 1e-10F, 1.1e-15F, 9e-16F, 9.9e14F, 2e15F,
+                              Limits::min(), Limits::denorm_min(), -Limits::max()}) {
         gain.relation.setRealTable(Table({value}), nullptr);
         const std::string relation = NodeJson(result, "\"real\"");
         const std::string digits = relation.substr(relation.find('[') + 1);
         EXPECT_EQ(std::strtof(digits.c_str(), nullptr), value) << relation;
-        EXPECT_LE(digits.find(']'), 14U) << relation;
+        const bool isSmall = std::fabs(value) < 1e-15F, isLarge = std::fabs(value) >= 1e15F;
+        EXPECT_LE(digits.find(']'), 18U) << relation;
+        EXPECT_EQ(digits.find('e') < digits.find(']'), isSmall || isLarge) << relation;
+        EXPECT_EQ(relation.find('+'), std::string::npos) << relation;
     }
 }
 
@@ -242,6 +246,7 @@ TEST(Text, JsonEscapesControlCharacters) {
 TEST(Writers, AreFoundByNameAndByExtension) {
     ASSERT_NE(FindWriter("json"), nullptr);
     EXPECT_EQ(FindWriterForFile("a.b/x.JSON"), FindWriter("json"));
+    EXPECT_EQ(FindWriter("net"), FindWriter("hugin"));
     EXPECT_EQ(FindWriterForFile("json"), nullptr);
     EXPECT_EQ(FindWriter("JPEG"), nullptr);
 }

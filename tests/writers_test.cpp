@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
+#include <random>
 #include <sstream>
 
+#include "export/placing.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -27,9 +30,11 @@ struct Written {
     std::vector<std::string> notes;
 };
 
-Written WriteAs(const char* name) {
+Written WriteAs(const char* name, const std::string& text = net, int code = FormatHugin,
+                LayoutEN layout = LayoutEN::best) {
     ImportResult result;
-    result.net = ImportText(net, FormatHugin, "lawn.net").net;
+    result.net = ImportText(text, code, "lawn.net").net;
+    if (layout == LayoutEN::automatic) LayOut(*result.net);
     const Writer& writer = *FindWriter(name);
     std::ostringstream out;
     writer.write(result, out);
@@ -38,8 +43,8 @@ Written WriteAs(const char* name) {
 
 TEST(Writers, XmlBif) {
     const Written written = WriteAs("xmlbif");
-    const std::size_t root = written.text.find("<BIF ");
-    EXPECT_EQ(written.text.substr(root), R"(<BIF VERSION="0.3">
+    EXPECT_EQ(written.text, R"(<?xml version="1.0" encoding="UTF-8"?>
+<BIF VERSION="0.3">
 <NETWORK>
 <NAME>lawn</NAME>
 <VARIABLE TYPE="nature">
@@ -80,7 +85,7 @@ TEST(Writers, XmlBif) {
 0.5 0.25 0.25
 0.1 0.2 0.7
 1 0 0
-9.9999994e-08 0 0.9999999
+0.0000001 0 0.9999999
 </TABLE>
 </DEFINITION>
 <DEFINITION>
@@ -152,7 +157,7 @@ potential (Lawn | Rain Tap)
   data = (((2 1 1)
            (0.1 0.2 0.7))
           ((1 0 0)
-           (9.9999994e-08 0 0.9999999)));
+           (0.0000001 0 0.9999999)));
 }
 
 potential (Joy | Lawn)
@@ -166,49 +171,34 @@ potential (Joy | Lawn)
 TEST(Writers, Dsc) {
     const Written written = WriteAs("dsc");
     EXPECT_EQ(written.text, R"(belief network "lawn"
-
-node Rain
-{
-  name: "Rain < 5 & \"no\" \\ hail";
-  type: discrete[2] = { "<5", "5+" };
-  position: (0, 0);
-  label: "Sky";
+node Rain {
+  name : "Rain < 5 & \"no\" \\ hail";
+  type : discrete [ 2 ] = { "<5", "5+" };
+  position : (0, 0);
+  label : "Sky";
 }
-
-node Tap
-{
-  type: discrete[2] = { "off", "on" };
-  position: (100, 0);
+node Tap {
+  type : discrete [ 2 ] = { "off", "on" };
+  position : (100, 0);
 }
-
-node Lawn
-{
-  name: "Lawn";
-  type: discrete[3] = { "dry", "damp", "wet" };
-  position: (0, 125);
+node Lawn {
+  type : discrete [ 3 ] = { "dry", "damp", "wet" };
+  position : (0, 125);
 }
-
-node Joy
-{
-  type: continuous;
-  position: (100, 125);
+node Joy {
+  type : continuous;
+  position : (100, 125);
 }
-
-probability(Rain)
-{
+probability ( Rain ) {
   0.3, 0.7;
 }
-
-probability(Lawn | Rain, Tap)
-{
-  (0, 0): 0.5, 0.25, 0.25;
-  (0, 1): 0.1, 0.2, 0.7;
-  (1, 0): 1, 0, 0;
-  (1, 1): 9.9999994e-08, 0, 0.9999999;
+probability ( Lawn | Rain, Tap ) {
+  (0, 0) : 0.5, 0.25, 0.25;
+  (0, 1) : 0.1, 0.2, 0.7;
+  (1, 0) : 1, 0, 0;
+  (1, 1) : 0.0000001, 0, 0.9999999;
 }
-
-probability(Joy | Lawn)
-{
+probability ( Joy | Lawn ) {
 }
 )");
     EXPECT_EQ(written.notes,
@@ -240,7 +230,7 @@ probability ( Lawn | Rain, Tap ) {
   (N_5, off) 0.5, 0.25, 0.25;
   (N_5, on) 0.1, 0.2, 0.7;
   (N5_, off) 1, 0, 0;
-  (N5_, on) 9.9999994e-08, 0, 0.9999999;
+  (N5_, on) 0.0000001, 0, 0.9999999;
 }
 )");
     EXPECT_EQ(
@@ -253,6 +243,101 @@ probability ( Lawn | Rain, Tap ) {
              "user fields of 1 node are not kept by BIF",
              "experience tables of 1 node are not kept by BIF", "1 group is not kept by BIF",
              "the comment of the net is not kept by BIF"}));
+}
+
+constexpr const char* netFormats[] = {"xmlbif", "hugin", "dsc", "bif"};
+
+/// Rows of decimals that sum to 1, which readers round and normalise in single precision.
+TEST(Writers, DecimalsStayAsPeopleWroteThem) {
+    std::vector<std::vector<int>> rows = {
+        {5900, 4067, 33}, {9999, 1}, {10000, 0}, {3333, 3334, 3333}};
+    std::mt19937 random(5);
+    for (int i = 0; i < 500; ++i) {
+        std::vector<int>& row = rows.emplace_back(2 + random() % 9);
+        int left = i % 2 == 0 ? 10'000 : 1'000'000;
+        for (int& number : row)
+            left -= number = static_cast<int>(random() % static_cast<unsigned>(left + 1));
+        row.back() += left;
+    }
+    const auto digitsOf = [](const std::vector<int>& row, const char* separator) {
+        const int sum = std::accumulate(row.begin(), row.end(), 0);
+        std::string text;
+        for (const int number : row) {
+            std::string digits =
+                Format("%d.%0*d", number / sum, sum == 10'000 ? 4 : 6, number % sum);
+            digits.erase(digits.find_last_not_of('0') + 1);
+            if (digits.back() == '.') digits.pop_back();
+            text += (text.empty() ? "" : separator) + digits;
+        }
+        return text;
+    };
+    std::string dsc = "belief network x";
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        dsc += Format(" node n%zu { type: discrete[%zu]; } probability(n%zu) { ", i, rows[i].size(),
+                      i);
+        dsc += digitsOf(rows[i], ", ") + "; }";
+    }
+    for (const char* format : netFormats) {
+        const std::string text = WriteAs(format, dsc, FormatDsc).text;
+        const char* separator = *format == 'x' || *format == 'h' ? " " : ", ";
+        std::size_t at = 0;
+        for (const std::vector<int>& row : rows) {
+            at = text.find(digitsOf(row, separator), at);
+            ASSERT_NE(at, std::string::npos) << format << ' ' << digitsOf(row, separator);
+        }
+    }
+}
+
+TEST(Writers, PositionsOnlyWhereThereAreSome) {
+    const std::string unplaced =
+        "belief network x node a { type: discrete[2]; } node b { type: discrete[2]; }"
+        "probability(a | b) { }";
+    const std::string xml = WriteAs("xmlbif", unplaced, FormatDsc).text;
+    for (const char* format : netFormats) {
+        EXPECT_EQ(WriteAs(format, unplaced, FormatDsc).text.find("position"), std::string::npos);
+        const Written laidOutByTheReader = WriteAs(format, xml, FormatXMLBIF);
+        EXPECT_EQ(laidOutByTheReader.text.find("position"), std::string::npos);
+        for (const std::string& note : laidOutByTheReader.notes)
+            EXPECT_EQ(note.find("position"), std::string::npos) << note;
+        const Written asked = WriteAs(format, unplaced, FormatDsc, LayoutEN::automatic);
+        EXPECT_EQ(asked.text.find("position") == std::string::npos, *format == 'b') << asked.text;
+    }
+}
+
+TEST(Writers, BifKeepsDigitsAndItsOwnWords) {
+    const Written written = WriteAs("bif", R"(net { } node table { states = ("0" "1" "1"); }
+node table1 { states = ("default" "Default"); } potential (table1 | table) { })");
+    EXPECT_EQ(written.text, R"(network lawn {
+}
+variable table_1 {
+  type discrete [ 3 ] { 0, 1, 1_1 };
+}
+variable table1 {
+  type discrete [ 2 ] { default_1, Default };
+}
+probability ( table1 | table_1 ) {
+}
+)");
+    EXPECT_EQ(written.notes.at(0), "names of 1 node are not kept by BIF");
+}
+
+TEST(Writers, NothingIsWithoutAText) {
+    constexpr const char* blank =
+        "<BIF VERSION=\"0.3\"><NETWORK><NAME></NAME><VARIABLE TYPE=\"decision\">"
+        "<NAME>D</NAME><OUTCOME></OUTCOME><OUTCOME>b</OUTCOME></VARIABLE>"
+        "<DEFINITION><FOR>D</FOR><TABLE>0 0</TABLE></DEFINITION></NETWORK></BIF>";
+    const std::pair<const char*, const char*> texts[] = {
+        {"xmlbif", "<NETWORK>\n<NAME>lawn</NAME>"},
+        {"xmlbif", "<OUTCOME>s0</OUTCOME>"},
+        {"dsc", "belief network \"lawn\"\n"},
+        {"hugin", "states = (\"s0\" \"b\");\n}\n"}};
+    for (const auto& [format, text] : texts)
+        EXPECT_NE(WriteAs(format, blank, FormatXMLBIF).text.find(text), std::string::npos) << text;
+    const Written hugin = WriteAs("hugin", blank, FormatXMLBIF);
+    EXPECT_TRUE(hugin.text.ends_with("}\n")) << hugin.text;
+    EXPECT_EQ(hugin.text.find("data"), std::string::npos);
+    EXPECT_EQ(hugin.notes, std::vector<std::string>({"state titles of 1 node are not kept by Hugin",
+                                                     "tables of 1 node are not kept by Hugin"}));
 }
 
 }  // namespace

@@ -1,0 +1,376 @@
+// Second readers of the formats that are written, as strict as the strictest programs that read
+// them: line by line, every blank in its place, no exponent where digits do, nothing unknown.
+#pragma once
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lumo::test {
+
+struct StrictNode {
+    std::string name, kind;
+    std::vector<std::string> states;
+    std::vector<std::size_t> parents;  ///< places in the file
+    bool isPlaced = false;
+    bool hasTable = false;
+    std::vector<float> table;  ///< last parent's state fastest but for the node's own
+};
+using StrictNet = std::vector<StrictNode>;
+
+/// Takes text by patterns, in which $w stands for a word, $f for a field's name, $q for a quoted
+/// text, $t for a text of XML, $n for a number, and the capital letters for lists of them; all else
+/// stands for itself.
+class Scan {
+public:
+    Scan(std::string_view text, std::string_view separator) : left_(text), separator_(separator) {}
+
+    std::vector<std::string> texts;  ///< of the last pattern
+    std::vector<float> numbers;
+
+    bool take(std::string_view pattern) {
+        const std::string_view before = left_;
+        texts.clear();
+        numbers.clear();
+        for (std::size_t i = 0; i < pattern.size(); ++i) {
+            const bool taken =
+                pattern[i] == '$' ? takeAny(pattern[++i]) : takeText(pattern.substr(i, 1));
+            if (taken) continue;
+            left_ = before;
+            return false;
+        }
+        return true;
+    }
+    void expect(std::string_view pattern) {
+        if (!take(pattern)) fail(pattern);
+    }
+    void expect(bool condition, std::string_view what) const {
+        if (!condition) fail(what);
+    }
+    void skip(std::string_view blanks) {
+        left_.remove_prefix(std::min(left_.find_first_not_of(blanks), left_.size()));
+    }
+    void end() const { expect(left_.empty(), "the end"); }
+
+private:
+    [[noreturn]] void fail(std::string_view wanted) const {
+        throw std::runtime_error("wanted '" + std::string(wanted) + "' before '" +
+                                 std::string(left_.substr(0, 60)) + "'");
+    }
+    bool takeText(std::string_view text) {
+        const bool taken = left_.starts_with(text);
+        if (taken) left_.remove_prefix(text.size());
+        return taken;
+    }
+    bool takeAny(char kind) {
+        if (kind >= 'a') return takeOne(kind);
+        const char item = static_cast<char>(kind - 'A' + 'a');
+        if (!takeOne(item)) return true;  // none
+        while (takeText(separator_))
+            if (!takeOne(item)) return false;
+        return true;
+    }
+    bool takeOne(char kind) {
+        if (kind == 'n') return takeNumber();
+        std::string& text = texts.emplace_back();
+        const bool taken = kind == 'q'   ? takeQuoted(text)
+                           : kind == 't' ? takeXml(text)
+                                         : takeWord(text, kind == 'f');
+        if (!taken) texts.pop_back();
+        return taken;
+    }
+    bool takeWord(std::string& word, bool isField) {
+        const auto belongs = [isField](char c) {
+            const bool plain = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') ||
+                               (c >= 'A' && c <= 'Z') || c == '_';
+            return isField ? std::string_view(" \t\n\"(){}=;,").find(c) == std::string_view::npos
+                           : plain;
+        };
+        while (!left_.empty() && belongs(left_[0])) {
+            word += left_[0];
+            left_.remove_prefix(1);
+        }
+        return !word.empty();
+    }
+    bool takeQuoted(std::string& text) {
+        static constexpr std::string_view escapes = "\"\\ntr", meanings = "\"\\\n\t\r";
+        if (!takeText("\"")) return false;
+        while (!left_.empty() && left_[0] != '"') {
+            if (static_cast<unsigned char>(left_[0]) < ' ') return false;
+            std::size_t length = 1;
+            char c = left_[0];
+            if (c == '\\' && left_.size() > 4) {
+                const std::size_t known = escapes.find(left_[1]);
+                int code = 0;
+                length = known == std::string_view::npos ? 4 : 2;
+                const auto [end, error] =
+                    std::from_chars(left_.data() + 1, left_.data() + 4, code, 8);
+                if (length == 4 && end != left_.data() + 4) return false;
+                c = length == 2 ? meanings[known] : static_cast<char>(code);
+            }
+            text += c;
+            left_.remove_prefix(length);
+        }
+        return takeText("\"");
+    }
+    bool takeXml(std::string& text) {
+        static constexpr std::pair<std::string_view, char> entities[] = {
+            {"&lt;", '<'},   {"&gt;", '>'},   {"&amp;", '&'}, {"&#9;", '\t'},
+            {"&#10;", '\n'}, {"&#13;", '\r'}, {"&#32;", ' '}};
+        while (!left_.empty() && left_[0] != '<') {
+            const auto* entity =
+                std::find_if(std::begin(entities), std::end(entities),
+                             [&](const auto& known) { return left_.starts_with(known.first); });
+            const bool isPlain = entity == std::end(entities);
+            const char c = isPlain ? left_[0] : entity->second;
+            const bool isControl =
+                static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t' && c != '\r';
+            if (isControl || (isPlain && (c == '&' || c == '>'))) return false;
+            text += c;
+            left_.remove_prefix(isPlain ? 1 : entity->first.size());
+        }
+        return true;
+    }
+    bool takeNumber() {
+        float value = 0;
+        const char* const first = left_.data();
+        const auto [end, error] = std::from_chars(first, first + left_.size(), value);
+        const std::string_view digits(first, static_cast<std::size_t>(end - first));
+        const float size = std::fabs(value);
+        const bool mayBePositional = size == 0 || (size >= 1e-15F && size < 1e15F);
+        const bool isExponential = digits.find('e') != std::string_view::npos;
+        if (error != std::errc() ||
+            digits.find_first_not_of("-.e0123456789") != std::string_view::npos ||
+            isExponential == mayBePositional)
+            return false;
+        left_.remove_prefix(digits.size());
+        numbers.push_back(value);
+        return true;
+    }
+
+    std::string_view left_, separator_;
+};
+
+/// A net while it is read.
+class StrictBuilder {
+public:
+    StrictBuilder(std::string_view text, std::string_view separator) : in(text, separator) {}
+    Scan in;
+    StrictNet net;
+
+    StrictNode& add(const std::string& name, const std::string& kind = "nature") {
+        in.expect(places_.emplace(name, net.size()).second && !name.empty(), "a new name");
+        StrictNode& node = net.emplace_back();
+        node.name = name;
+        node.kind = kind;
+        return node;
+    }
+    std::size_t place(const std::string& name) const {
+        const auto found = places_.find(name);
+        in.expect(found != places_.end(), "a known name");
+        return found->second;
+    }
+    /// The node of a definition and its parents.
+    StrictNode& define(const std::string& name, const std::vector<std::string>& parents) {
+        StrictNode& node = net[place(name)];
+        for (const std::string& parent : parents) node.parents.push_back(place(parent));
+        return node;
+    }
+    std::size_t rows(const StrictNode& node) const {
+        std::size_t rows = 1;
+        for (const std::size_t parent : node.parents) rows *= net[parent].states.size();
+        return rows;
+    }
+    /// Appends the row that was taken last, which comes behind the rows of all states before it.
+    void addRow(StrictNode& node, const std::vector<std::size_t>& states) {
+        std::size_t row = 0;
+        for (std::size_t i = 0; i < states.size(); ++i)
+            row = row * net[node.parents[i]].states.size() + states[i];
+        in.expect(states.size() == node.parents.size() && in.numbers.size() == node.states.size() &&
+                      row * node.states.size() == node.table.size(),
+                  "the next row");
+        node.table.insert(node.table.end(), in.numbers.begin(), in.numbers.end());
+        node.hasTable = true;
+    }
+    void endTable(const StrictNode& node) const {
+        const std::size_t wanted = rows(node) * std::max<std::size_t>(node.states.size(), 1);
+        in.expect(!node.hasTable || node.table.size() == wanted, "a whole table");
+    }
+
+private:
+    std::map<std::string, std::size_t> places_;
+};
+
+inline StrictNet ReadStrictDsc(std::string_view text) {
+    StrictBuilder file(text, ", ");
+    Scan& in = file.in;
+    in.expect("belief network $q");
+    if (!in.take(" {\n}\n")) in.expect("\n");
+    while (in.take("node $w {\n")) {
+        StrictNode& node = file.add(in.texts[0]);
+        in.take("  name : $q;\n");
+        if (!in.take("  type : continuous;\n")) {
+            in.expect("  type : discrete [ $n ] = { $Q };\n");
+            node.states = in.texts;
+            in.expect(in.numbers[0] == static_cast<float>(node.states.size()), "all states");
+        }
+        node.isPlaced = in.take("  position : ($n, $n);\n");
+        for (const char* group : {"  label : $q;\n", "  category : $q;\n"}) in.take(group);
+        in.expect("}\n");
+    }
+    while (in.take("probability ( $w")) {
+        const std::string name = in.texts[0];
+        in.texts.clear();
+        in.take(" | $W");
+        StrictNode& node = file.define(name, in.texts);
+        for (in.expect(" ) {\n"); !in.take("}\n");) {
+            std::vector<std::size_t> states;
+            if (in.expect("  "); in.take("($N) : "))
+                states.assign(in.numbers.begin(), in.numbers.end());
+            in.expect("$N;\n");
+            file.addRow(node, states);
+        }
+        file.endTable(node);
+    }
+    in.end();
+    return file.net;
+}
+
+inline StrictNet ReadStrictBif(std::string_view text) {
+    static constexpr std::string_view reserved[] = {
+        "network", "variable", "probability", "property", "type", "discrete", "default", "table"};
+    StrictBuilder file(text, ", ");
+    Scan& in = file.in;
+    const auto expectWords = [&in] {
+        for (const std::string& word : in.texts)
+            in.expect(
+                std::find(std::begin(reserved), std::end(reserved), word) == std::end(reserved),
+                "a word");
+    };
+    in.expect("network $w {\n}\n");
+    for (expectWords(); in.take("variable $w {\n");) {
+        expectWords();
+        StrictNode& node = file.add(in.texts[0]);
+        in.expect("  type discrete [ $n ] { $W };\n");
+        expectWords();
+        node.states = in.texts;
+        in.expect(in.numbers[0] == static_cast<float>(node.states.size()), "all states");
+        std::sort(in.texts.begin(), in.texts.end());
+        in.expect(std::adjacent_find(in.texts.begin(), in.texts.end()) == in.texts.end(),
+                  "distinct states");
+        in.expect("}\n");
+    }
+    while (in.take("probability ( $w")) {
+        const std::string name = in.texts[0];
+        in.texts.clear();
+        in.take(" | $W");
+        StrictNode& node = file.define(name, in.texts);
+        for (in.expect(" ) {\n"); !in.take("}\n");) {
+            std::vector<std::size_t> states;
+            in.expect(in.take("  ($W) ") || in.take("  table "), "a row");
+            for (std::size_t i = 0; i < std::min(in.texts.size(), node.parents.size()); ++i) {
+                const auto& known = file.net[node.parents[i]].states;
+                states.push_back(static_cast<std::size_t>(
+                    std::find(known.begin(), known.end(), in.texts[i]) - known.begin()));
+            }
+            in.expect("$N;\n");
+            file.addRow(node, states);
+        }
+        file.endTable(node);
+    }
+    in.end();
+    return file.net;
+}
+
+inline StrictNet ReadStrictXml(std::string_view text) {
+    StrictBuilder file(text, " ");
+    Scan& in = file.in;
+    in.expect(
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<BIF "
+        "VERSION=\"0.3\">\n<NETWORK>\n<NAME>$t</NAME>\n");
+    in.expect(!in.texts[0].empty(), "a name");
+    while (in.take("<VARIABLE TYPE=\"$w\">\n<NAME>$t</NAME>\n")) {
+        StrictNode& node = file.add(in.texts[1], in.texts[0]);
+        while (in.take("<OUTCOME>$t</OUTCOME>\n")) node.states.push_back(in.texts[0]);
+        node.isPlaced = in.take("<PROPERTY>position = ($n, $n)</PROPERTY>\n");
+        in.expect("</VARIABLE>\n");
+    }
+    while (in.take("<DEFINITION>\n<FOR>$t</FOR>\n")) {
+        const std::string name = in.texts[0];
+        std::vector<std::string> parents;
+        while (in.take("<GIVEN>$t</GIVEN>\n")) parents.push_back(in.texts[0]);
+        StrictNode& node = file.define(name, parents);
+        node.hasTable = in.take("<TABLE>\n");
+        while (node.hasTable && !in.take("</TABLE>\n")) {
+            in.expect("$N\n");
+            in.expect(in.numbers.size() == node.states.size(), "a row");
+            node.table.insert(node.table.end(), in.numbers.begin(), in.numbers.end());
+        }
+        file.endTable(node);
+        in.expect("</DEFINITION>\n");
+    }
+    in.expect("</NETWORK>\n</BIF>\n");
+    in.end();
+    return file.net;
+}
+
+/// Lists in lists, as many and as long as the sizes from `level` on say.
+inline void TakeNested(Scan& in, const std::vector<std::size_t>& sizes, std::size_t level,
+                       std::vector<float>& out) {
+    if (level == sizes.size()) {
+        in.expect("$n");
+        out.push_back(in.numbers[0]);
+        return;
+    }
+    in.expect("(");
+    for (std::size_t i = 0; i < sizes[level]; ++i) {
+        if (i > 0) in.skip(" \n");
+        TakeNested(in, sizes, level + 1, out);
+    }
+    in.expect(")");
+}
+
+inline StrictNet ReadStrictHugin(std::string_view text) {
+    StrictBuilder file(text, " ");
+    Scan& in = file.in;
+    for (in.expect("net\n{\n"); in.take("  $f = $q;\n");) continue;
+    for (in.expect("}\n"); in.take("\n$w $w\n{\n");) {
+        const std::string kind = in.texts[0];
+        in.expect(kind == "node" || kind == "decision" || kind == "utility", "a kind");
+        StrictNode& node = file.add(in.texts[1], kind == "node" ? "nature" : kind);
+        in.take("  label = $q;\n");
+        node.isPlaced = in.take("  position = ($n $n);\n");
+        if (in.take("  states = ($Q);\n")) node.states = in.texts;
+        in.expect(std::count(node.states.begin(), node.states.end(), "") == 0, "texts of states");
+        while (in.take("  $f = $q;\n")) continue;
+        in.expect("}\n");
+    }
+    while (in.take("\npotential ($w")) {
+        const std::string name = in.texts[0];
+        in.texts.clear();
+        in.take(" | $W");
+        StrictNode& node = file.define(name, in.texts);
+        in.expect(")\n{\n");
+        std::vector<std::size_t> sizes;
+        for (const std::size_t parent : node.parents)
+            sizes.push_back(file.net[parent].states.size());
+        if (!node.states.empty() || sizes.empty())
+            sizes.push_back(std::max<std::size_t>(node.states.size(), 1));
+        node.hasTable = in.take("  data = ");
+        if (node.hasTable) {
+            in.expect(node.kind != "decision", "no table of a decision");
+            TakeNested(in, sizes, 0, node.table);
+            in.expect(";\n");
+        }
+        in.expect("}\n");
+    }
+    in.end();
+    return file.net;
+}
+
+}  // namespace lumo::test
