@@ -2,6 +2,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <string>
 
 #include "export/jsonout.h"
 #include "export/result.h"
@@ -15,6 +16,9 @@ inline constexpr long long MostReportNumbers = 4'000'000;
 /// its content security policy allows its own script and style alone. Linear in time; its memory
 /// does not grow with the tables.
 void WriteReport(const ImportResult& result, std::ostream& out);
+
+/// The file's name without the folders that it lay in.
+std::string FileTitle(const ImportResult& result);
 
 /// Writes what the page shows as one JSON object (see report/ for what reads it).
 void WriteReportData(const ImportResult& result, JsonOut& json);

@@ -225,14 +225,28 @@ void WriteProblem(JsonOut& json, const ReportRecord& report) {
     json.close(']');
 }
 
-/// What to do about the reports, by number, each once.
+/// Words of the file that have no meaning here: what is passed over with them is seldom missed.
+bool IsHarmless(const ReportInfo& info) {
+    const std::string_view message = info.message;
+    const auto holds = [message](const char* word) {
+        return message.find(word) != std::string_view::npos;
+    };
+    return message.starts_with("unknown") && (holds(" field") || holds(" attribute"));
+}
+
+/// What the reports say, and what to do about them, by number, each once.
 void WriteCures(JsonOut& json, const std::vector<ReportRecord>& reports) {
     std::set<int> numbers;
     for (const ReportRecord& report : reports) numbers.insert(report.number);
     json.key("cures").open('{');
     for (const int number : numbers) {
         const ReportInfo* const info = FindReport(number);
-        if (info != nullptr) json.key(std::to_string(number)).text(info->cure);
+        if (info == nullptr) continue;
+        json.key(std::to_string(number)).open('{');
+        json.key("message").text(MessageOf(*info));
+        json.key("text").text(info->cure);
+        json.key("harmless").boolean(IsHarmless(*info));
+        json.close('}');
     }
     json.close('}');
 }
@@ -250,7 +264,7 @@ void WriteReportData(const ImportResult& result, JsonOut& json) {
     const Bnet_bn* net = result.net.get();
     const Picture picture = net == nullptr ? EmptyPicture() : MakePicture(*net);
     json.open('{');
-    json.key("file").text(result.file);
+    json.key("file").text(FileTitle(result));
     json.key("format").textOrNull(result.format);
     json.key("status").text(StatusName(result.status()));
     json.key("mostNumbers").number(static_cast<int>(MostReportNumbers));

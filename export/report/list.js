@@ -7,7 +7,8 @@ const rows = byId('rows');
 const rowHeight = 28;
 let shown = nodes.map((_, i) => i);  // indices of the nodes that match the search
 let current = 0;  // place in `shown` that the keyboard is at
-let haystacks = null;
+let haystacks = null;  // by node what the search looks at: its names, then its states
+let wanted = '';
 
 function drawList() {
     const first = Math.max(0, Math.floor(list.scrollTop / rowHeight) - 4);
@@ -29,12 +30,26 @@ function listRow(place) {
         id: `row-${place}`, role: 'option', class: place === current ? 'row current' : 'row',
         'aria-selected': String(index === selected), 'aria-setsize': shown.length,
         'aria-posinset': place + 1, title: titleOf(node),
-        onclick: () => { current = place; select(index, 'list'); },
+        onclick: () => { current = place; select(index, 'list'); goToPanel('details'); },
     }, swatch(node), el('span', {text: titleOf(node)}),
-    nameBeside(node) ? el('span', {class: 'name', text: node.name}) : null,
-    worst ? el('span', {class: `mark ${worst}`, text: '!', 'aria-label': `has ${worst}s`}) : null);
+    besideTitle(index), worst ? el('span', {class: `mark ${worst}`, text: '!', 'aria-label': `has ${worst}s`}) : null);
     row.style.top = `${place * rowHeight}px`;
     return row;
+}
+
+/** The node's name when it has a title; the state that was searched for when only that matches. */
+function besideTitle(index) {
+    const node = nodes[index];
+    const state = wanted && !haystacks[index][0].includes(wanted)
+        ? stateNames(node).find((name) => name.toLowerCase().includes(wanted)) : undefined;
+    if (state !== undefined) return el('span', {class: 'name', text: `state ${state}`});
+    return nameBeside(node) ? el('span', {class: 'name', text: node.name}) : null;
+}
+
+/** The labels and names of the states, as far as the file gives any. */
+function stateNames(node) {
+    if (typeof node.states === 'number') return [];
+    return node.states.flatMap((entry) => (typeof entry === 'string' ? entry : entry.slice(0, 2).filter(Boolean)));
 }
 
 function goTo(place) {
@@ -48,12 +63,14 @@ function goTo(place) {
 }
 
 function search() {
-    haystacks ??= nodes.map((node) => [node.name, node.title || '',
-        ...node.groups.map((g) => data.groups[g].name)].join('\n').toLowerCase());
-    const wanted = byId('search').value.trim().toLowerCase();
+    haystacks ??= nodes.map((node) => [
+        [node.name, node.title || '', ...node.groups.map((g) => data.groups[g].name)],
+        stateNames(node),
+    ].map((texts) => texts.join('\n').toLowerCase()));
+    wanted = byId('search').value.trim().toLowerCase();
     shown = [];
     for (let i = 0; i < nodes.length; ++i)
-        if (haystacks[i].includes(wanted)) shown.push(i);
+        if (haystacks[i].some((text) => text.includes(wanted))) shown.push(i);
     const all = shown.length === nodes.length;
     byId('found').textContent = all ? count(nodes.length, 'node') : `${shown.length} of ${count(nodes.length, 'node')}`;
     list.scrollTop = 0;
@@ -64,6 +81,7 @@ function search() {
 function searchFor(text) {
     byId('search').value = text;
     search();
+    goToPanel('nodes');
     byId('search').focus();
 }
 
@@ -100,3 +118,7 @@ listeners.push((index, source) => {
     if (place >= 0) goTo(place);
     else drawList();
 });
+
+keyHelp.push(['Search', 'Down, Enter, Escape', 'to the list, select, clear'],
+    ['List', 'arrows, Page Up, Page Down, Home, End', 'move'],
+    ['List', 'Space, Enter, Escape', 'select, select and read, select none']);

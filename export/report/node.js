@@ -2,9 +2,8 @@
 // ---- Details of a node, or of the net ------------------------------------------------------
 
 const details = byId('details');
+const content = byId('content');
 const rowsAtOnce = 50;
-const columnsAtOnce = 20;
-const parentsAtOnce = 12;
 const itemsAtOnce = 40;
 
 const statesOf = (node) => (typeof node.states === 'number' ? node.states : node.states.length);
@@ -39,89 +38,78 @@ function stateTable(node) {
     });
 }
 
-/**
- * A table of numbers by rows and columns, in pages both ways. heads: titles of the row heads;
- * rowHead(row): their texts; columns: titles of the value columns; value(row, column): a text.
- */
-function numberTable(name, rowCount, heads, rowHead, columnCount, columnTitle, value) {
-    return paged(columnCount, columnsAtOnce, `${name}: columns`, (firstColumn, endColumn) =>
-        paged(rowCount, rowsAtOnce, `${name}: rows`, (firstRow, endRow) => {
-            const top = el('tr', {}, ...heads.map((text) => el('th', {scope: 'col', text, title: text})));
-            for (let c = firstColumn; c < endColumn; ++c) {
-                const text = columnTitle(c);
-                top.append(el('th', {scope: 'col', class: 'value', text, title: text}));
-            }
-            const body = el('tbody');
-            for (let r = firstRow; r < endRow; ++r) {
-                const row = el('tr', {}, ...rowHead(r).map((text) => el('th', {scope: 'row', text, title: text})));
-                for (let c = firstColumn; c < endColumn; ++c) row.append(el('td', {text: value(r, c)}));
-                body.append(row);
-            }
-            return el('div', {class: 'scroll', tabindex: '0', role: 'region', 'aria-label': name},
-                el('table', {}, el('thead', {}, top), body));
-        }));
+// ---- The tables of a node ------------------------------------------------------------------
+
+/** An axis of one head a place. */
+function simpleAxis(count, title, label) {
+    return {count, titles: [title], digit: (_, i) => i, label: (_, i) => label(i)};
 }
 
-/** The parents' states of a row of the table; the first parent's change slowest. */
-function rowStates(node, row) {
-    const texts = [];
-    for (let i = node.parents.length - 1; i >= 0; --i) {
-        const parent = nodes[node.parents[i]];
-        const states = Math.max(1, statesOf(parent));
-        if (i < parentsAtOnce) texts.unshift(statesOf(parent) > 0 ? stateLabel(parent, row % states) : '');
-        row = Math.floor(row / states);
-    }
-    return node.parents.length > parentsAtOnce ? [...texts, '…'] : texts;
+/** The combinations of the parents' states; the first parent's change slowest. */
+function parentAxis(node, count) {
+    const parents = node.parents.map((parent) => nodes[parent]);
+    const strides = [];
+    parents.reduceRight((stride, parent, i) => {
+        strides[i] = stride;
+        return stride * Math.max(1, statesOf(parent));
+    }, 1);
+    const digit = (level, i) => Math.floor(i / strides[level]) % Math.max(1, statesOf(parents[level]));
+    const label = (level, i) => (statesOf(parents[level]) > 0 ? stateLabel(parents[level], digit(level, i)) : '');
+    return {count, titles: parents.map(titleOf), digit, label};
 }
 
-function parentHeads(node) {
-    const heads = node.parents.slice(0, parentsAtOnce).map((parent) => titleOf(nodes[parent]));
-    return node.parents.length > parentsAtOnce ? [...heads, '…'] : heads;
-}
-
-function probabilityTable(node, relation) {
+function probabilityModel(node, relation) {
+    const {table, experience, kind} = relation;
     const states = Math.max(1, statesOf(node));
-    const rowCount = relation.table.length / states;
-    const single = relation.kind === 'deterministic';
-    const valued = statesOf(node) === 0 || (relation.kind === 'real' && states === 1);
-    const columns = single ? 1 : states;
-    const experience = relation.experience;
+    const single = kind === 'deterministic';
+    const valued = statesOf(node) === 0 || (kind === 'real' && states === 1);
+    const own = single ? 1 : states;
+    const most = kind === 'real' ? table.reduce((a, b) => Math.max(a, Math.abs(b)), 0) || 1 : 1;
     const title = (c) => {
-        if (c === columns) return 'experience';
+        if (c === own) return 'experience';
         if (single) return 'state';
         return valued ? 'value' : stateLabel(node, c);
     };
-    const value = (r, c) => {
-        if (c === columns) return String(experience[r]);
-        if (!single) return String(relation.table[r * states + c]);
-        return stateLabel(node, relation.table.indexOf(1, r * states) - r * states);
+    const key = (r, c) => {
+        if (c === own) return experience[r];
+        return single ? table.indexOf(1, r * states) - r * states : table[r * states + c];
     };
-    // A long single row reads better downwards.
-    if (rowCount === 1 && columns > 8 && !experience) {
-        return numberTable('Table', columns, ['state'], (row) => [stateLabel(node, row)], 1,
-            () => (relation.kind === 'real' ? 'value' : 'probability'), (r) => value(0, r));
-    }
-    return numberTable('Table', rowCount, parentHeads(node), (row) => rowStates(node, row),
-        columns + (experience ? 1 : 0), title, value);
+    const value = (r, c) => (single && c < own ? stateLabel(node, key(r, c)) : String(key(r, c) ?? ''));
+    return {
+        rows: parentAxis(node, table.length / states), columns: simpleAxis(own + (experience ? 1 : 0), '', title),
+        key, value, part: (r, c) => (single || c === own ? NaN : Math.min(1, Math.abs(key(r, c)) / most)),
+    };
 }
 
 /** Noisy-max: a distribution for every state but the first of every parent, and the leak's. */
-function parameterTable(node, parameters) {
+function parameterModel(node, parameters) {
     const causes = [];
     node.parents.forEach((parent) => {
         for (let s = 1; s < statesOf(nodes[parent]); ++s) causes.push([titleOf(nodes[parent]), stateLabel(nodes[parent], s)]);
     });
     causes.push(['leak', '']);
     const states = statesOf(node);
-    return numberTable('Noisy-max parameters', causes.length, ['cause', 'state'], (row) => causes[row],
-        states, (c) => stateLabel(node, c), (r, c) => String(parameters[r * states + c]));
+    const key = (r, c) => parameters[r * states + c];
+    return {
+        rows: {count: causes.length, titles: ['cause', 'state'], digit: (level, i) => causes[i][level], label: (level, i) => causes[i][level]},
+        columns: simpleAxis(states, '', (c) => stateLabel(node, c)), key, value: (r, c) => String(key(r, c)), part: key,
+    };
+}
+
+/** The node's tables of numbers, each with its name. */
+function tableModels(node) {
+    const {relation} = node;
+    const models = [];
+    if (relation.parameters) models.push(['Noisy-max parameters', parameterModel(node, relation.parameters)]);
+    if (relation.table) models.push(['Table', probabilityModel(node, relation)]);
+    return models;
 }
 
 function relationSection(node) {
     const relation = node.relation;
     const made = section('Table', el('p', {class: 'faint', text: relationText(relation)}));
-    if (relation.parameters) made.append(parameterTable(node, relation.parameters));
-    if (relation.table) made.append(probabilityTable(node, relation));
+    made.classList.add('relation');
+    for (const [name, model] of tableModels(node)) made.append(new NumberTable(name, model).box);
     if (relation.leftOut) made.append(el('p', {
         class: 'warning',
         text: `The table's ${count(relation.leftOut, 'number')} are left out here: this page holds at most ${data.mostNumbers.toLocaleString('en')} numbers.`,
@@ -145,16 +133,23 @@ function nodeParts(index) {
     return [
         el('h2', {tabindex: '-1', id: 'heading', text: titleOf(node)}),
         el('p', {class: 'faint', text: nameBeside(node) ? `${node.name}: ${facts}` : facts}),
+        relationButtons(),
         node.comment ? longText(node.comment) : null,
         own ? section('Problems', problemList(own)) : null,
+        section(isValued(node) ? 'Expectation' : 'Distribution', beliefSection(index)),
+        relationSection(node),
         node.parents.length ? section('Parents', itemList(node.parents.length, 'Parents', (i) => nodeLink(node.parents[i]))) : null,
         children[index].length ? section('Children', itemList(children[index].length, 'Children', (i) => nodeLink(children[index][i]))) : null,
-        relationSection(node),
-        statesOf(node) ? section('States', stateTable(node)) : null,
+        hasStateTexts(node) ? section('States', stateTable(node)) : null,
         node.levels ? section('Levels', itemList(node.levels.length, 'Levels', (i) => String(node.levels[i]))) : null,
         node.groups.length ? section('Groups', itemList(node.groups.length, 'Groups', (i) => groupLink(node.groups[i]))) : null,
         node.fields.length ? section('User fields', ...fieldParts(node.fields)) : null,
     ];
+}
+
+/** Whether there is more to say of the states than the distribution shows. */
+function hasStateTexts(node) {
+    return typeof node.states !== 'number' && (node.states.some(Array.isArray) || isValued(node) || Boolean(plan && !plan.fits));
 }
 
 function fieldParts(fields) {
@@ -184,6 +179,7 @@ function netParts() {
         el('p', {class: 'faint', text: `${net.name}: ${count(nodes.length, 'node')}, ${count(nodes.reduce((sum, node) => sum + node.parents.length, 0), 'link')}` }),
         picture.laidOut ? el('p', {class: 'faint', text: 'The file has no positions that make a drawing; the nodes were placed automatically.'}) : null,
         net.comment ? longText(net.comment) : null,
+        nodes.length ? planParagraphs() : null,
         data.groups.length ? section('Groups', itemList(data.groups.length, 'Groups', groupLink)) : null,
     ];
 }
@@ -194,17 +190,33 @@ let cameFrom = null;
 function focusDetails() {
     const active = document.activeElement;
     if (!details.contains(active) && active !== document.body) cameFrom = active;
+    goToPanel('details');
     byId('heading').focus();
 }
 
 details.addEventListener('keydown', (event) => {
     if (event.key !== 'Escape') return;
     event.preventDefault();
-    (cameFrom && cameFrom.isConnected ? cameFrom : canvas).focus();
+    if (document.body.dataset.panel) return widen('');
+    (cameFrom && cameFrom.isConnected && cameFrom.offsetParent ? cameFrom : canvas).focus();
 });
 
 function showDetails(index) {
     details.scrollTop = 0;
-    details.replaceChildren(...(index < 0 ? netParts() : nodeParts(index)).filter((part) => part !== null));
+    content.replaceChildren(...(index < 0 ? netParts() : nodeParts(index)).filter((part) => part !== null));
 }
 listeners.push(showDetails);
+
+// ---- The panel's width ---------------------------------------------------------------------
+
+const widths = ['', 'wide', 'full'];
+
+/** Makes the panel as wide as told, or a step wider: half of the window, all of it, as it was. */
+function widen(width = widths[(widths.indexOf(document.body.dataset.panel || '') + 1) % widths.length]) {
+    document.body.dataset.panel = width;
+    const next = {'': 'Widen', wide: 'Fill', full: 'Narrow'}[width];
+    byId('widen').textContent = next;
+    byId('widen').title = `${next} the panel (w)`;
+}
+byId('widen').addEventListener('click', () => widen());
+keyHelp.push(['Details', 'Escape', 'back to where you were']);

@@ -1,10 +1,12 @@
 # Makes the report's page, a source of lumo_export (LUMO_REPORT_PAGE), from the files beside this
 # one: the style and the scripts go into page.html, with the hashes of both for its content security
-# policy.
+# policy. The worker's script is a text there, which the page starts itself.
 
 set(folder ${CMAKE_CURRENT_LIST_DIR})
-set(scripts page.js list.js picture.js node.js problems.js)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/page.html ${folder}/page.css)
+set(scripts page.js list.js relations.js beliefs.js links.js picture.js view.js map.js save.js table.js node.js
+    problems.js print.js start.js)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+    ${folder}/page.html ${folder}/page.css ${folder}/inference.js)
 
 # A SHA-256 in base 64: three hexadecimal digits make two characters; one is left at the end.
 function(lumo_hash text result)
@@ -25,6 +27,7 @@ function(lumo_hash text result)
 endfunction()
 
 file(READ ${folder}/page.css style)
+file(READ ${folder}/inference.js worker)
 set(script "")
 foreach(name ${scripts})
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/${name})
@@ -38,6 +41,7 @@ file(READ ${folder}/page.html page)
 string(REPLACE "{{style-hash}}" "${style_hash}" page "${page}")
 string(REPLACE "{{script-hash}}" "${script_hash}" page "${page}")
 string(REPLACE "{{style}}" "${style}" page "${page}")
+string(REPLACE "{{worker}}" "${worker}" page "${page}")
 string(REPLACE "{{script}}" "${script}" page "${page}")
 set(end ")LUMO\"")
 set(start "R\"LUMO(")

@@ -54,33 +54,53 @@ function paged(total, perPage, what, fill) {
     return box;
 }
 
+/** A button with its text and what it does; more attributes may follow. */
+function button(text, onclick, attributes = {}) {
+    return el('button', {type: 'button', text, onclick, ...attributes});
+}
+
+/** Says a text to those who hear the page. */
+function say(text) {
+    byId('said').textContent = text;
+}
+
+/** What the keys do, as [where, keys, what]; each part of the page adds its own. */
+const keyHelp = [];
+
 // ---- What is selected ----------------------------------------------------------------------
 
 const listeners = [];
 let selected = -1;
+let selectedBy = '';
 
 /**
  * Selects the node of that index (-1: none), shows it everywhere and puts it into the page's
- * address; source says who asked.
+ * address, so that the browser goes back to it; source says who asked. Steps of the keyboard from
+ * node to node count as one.
  */
 function select(index, source) {
+    const changed = index !== selected;
+    const stepping = source === 'keyboard' && selectedBy === 'keyboard';
     selected = index;
+    selectedBy = source;
     for (const listener of listeners) listener(index, source);
-    history.replaceState(null, '', index < 0 ? '#' : `#${nodes[index].name}`);
-    byId('said').textContent = index < 0 ? 'No node selected' : `${titleOf(nodes[index])} selected`;
+    if (changed && source !== 'address') {
+        const address = index < 0 ? '#' : `#${encodeURIComponent(nodes[index].name)}`;
+        if (stepping) history.replaceState(null, '', address);
+        else history.pushState(null, '', address);
+    }
+    say(index < 0 ? 'No node selected' : `${titleOf(nodes[index])} selected`);
 }
 
 /** A button that leads to a node. */
 function nodeLink(index) {
-    return el('button', {
-        type: 'button', class: 'link', text: titleOf(nodes[index]),
-        onclick: () => { select(index, 'link'); focusDetails(); },
-    });
+    return button(titleOf(nodes[index]), () => { select(index, 'link'); focusDetails(); }, {class: 'link'});
 }
 
 /** Selects the node that the page's address names. */
 function selectAddressed() {
-    const name = location.hash.slice(1);
+    let name = location.hash.slice(1);
+    try { name = decodeURIComponent(name); } catch { /* no address of this page */ }
     const index = name === '' ? -1 : nodes.findIndex((node) => node.name === name);
     if (index !== selected) select(index, 'address');
 }

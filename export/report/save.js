@@ -1,0 +1,120 @@
+
+// ---- Saving the picture and tables ---------------------------------------------------------
+
+const svgNames = 'http://www.w3.org/2000/svg';
+
+/** What the picture needs of a canvas's pen, making the elements of an SVG instead. */
+class SvgPen {
+    constructor({left, top, width, height}) {
+        this.root = this.element('svg', {viewBox: [left, top, width, height].join(' '), width, height});
+        this.globalAlpha = 1;
+    }
+
+    element(tag, attributes) {
+        const made = document.createElementNS(svgNames, tag);
+        for (const [name, value] of Object.entries(attributes)) made.setAttribute(name, value);
+        return made;
+    }
+
+    add(tag, attributes) {
+        const made = this.element(tag, attributes);
+        if (this.globalAlpha < 1) made.setAttribute('opacity', this.globalAlpha);
+        this.root.append(made);
+        return made;
+    }
+
+    beginPath() { this.path = []; }
+    to(command, ...numbers) {
+        this.path.push(command + numbers.map((n) => Math.round(n * 10) / 10).join(' '));
+    }
+    moveTo(x, y) { this.to('M', x, y); }
+    lineTo(x, y) { this.to(this.path.length > 0 ? 'L' : 'M', x, y); }
+    bezierCurveTo(...points) { this.to('C', ...points); }
+    closePath() { this.to('Z'); }
+    rect(x, y, w, h) { this.to('M', x, y); this.to('h', w); this.to('v', h); this.to('h', -w); this.to('Z'); }
+    ellipse(x, y, w, h) {
+        this.to('M', x - w, y);
+        this.to('a', w, h, 0, 0, 1, 2 * w, 0);
+        this.to('a', w, h, 0, 0, 1, -2 * w, 0);
+        this.to('Z');
+    }
+    arc(x, y, r) { this.ellipse(x, y, r, r); }
+    fill() { if (this.path.length > 0) this.add('path', {d: this.path.join(''), fill: this.fillStyle}); }
+    stroke() {
+        if (this.path.length > 0)
+            this.add('path', {d: this.path.join(''), fill: 'none', stroke: this.strokeStyle, 'stroke-width': this.lineWidth});
+    }
+    fillRect(x, y, width, height) { this.add('rect', {x, y, width, height, fill: this.fillStyle}); }
+    fillText(text, x, y, width) {
+        const [, italic, bold, size, families] = this.font.match(/^(italic )?(bold )?([\d.]+)px (.*)$/);
+        const anchor = {left: 'start', center: 'middle', right: 'end'}[this.textAlign];
+        const made = this.add('text', {
+            x, y, fill: this.fillStyle, 'text-anchor': anchor, 'font-family': families, 'font-size': size,
+            'font-weight': bold ? 'bold' : 'normal', 'font-style': italic ? 'italic' : 'normal',
+        });
+        made.textContent = text;
+        if (text.length * size * 0.62 > width) Object.entries({textLength: width, lengthAdjust: 'spacingAndGlyphs'})
+            .forEach(([name, value]) => { if (canvasWidth(text, this.font) > width) made.setAttribute(name, value); });
+    }
+}
+
+function canvasWidth(text, font) {
+    const own = canvas.getContext('2d');
+    own.font = font;
+    return own.measureText(text).width;
+}
+
+/** Draws the whole net with another pen, on paper: in light colours. */
+function drawOnPaper(otherPen) {
+    const own = pen, theme = document.documentElement.dataset.theme;
+    document.documentElement.dataset.theme = 'light';
+    readColors();
+    pen = otherPen;
+    pen.fillStyle = colors.canvas;
+    pen.fillRect(frame.left, frame.top, frame.width, frame.height);
+    drawNet({left: -Infinity, top: -Infinity, right: Infinity, bottom: Infinity, zoom: 1.5});
+    pen = own;
+    if (theme) document.documentElement.dataset.theme = theme;
+    else delete document.documentElement.dataset.theme;
+    readColors();
+}
+
+function svgPicture() {
+    const made = new SvgPen(frame);
+    drawOnPaper(made);
+    made.root.setAttribute('role', 'img');
+    made.root.setAttribute('aria-label', byId('title').textContent);
+    return made.root;
+}
+
+/** The picture at twice its size, or as large as a canvas may be. */
+function paintedPicture() {
+    const made = document.createElement('canvas');
+    const zoom = Math.min(2, 8192 / frame.width, 8192 / frame.height);
+    made.width = Math.ceil(frame.width * zoom);
+    made.height = Math.ceil(frame.height * zoom);
+    const other = made.getContext('2d');
+    other.setTransform(zoom, 0, 0, zoom, -frame.left * zoom, -frame.top * zoom);
+    drawOnPaper(other);
+    return made;
+}
+
+const baseName = () => (data.net ? data.net.name : data.file).replace(/[^\w.-]+/g, '_');
+
+function download(blob, name) {
+    const address = URL.createObjectURL(blob);
+    el('a', {href: address, download: name}).click();
+    setTimeout(() => URL.revokeObjectURL(address), 10000);
+    say(`${name} saved`);
+}
+
+function saveSvg() {
+    download(new Blob([new XMLSerializer().serializeToString(svgPicture())], {type: 'image/svg+xml'}), `${baseName()}.svg`);
+}
+
+function savePng() {
+    paintedPicture().toBlob((blob) => download(blob, `${baseName()}.png`), 'image/png');
+}
+
+byId('save-svg').addEventListener('click', saveSvg);
+byId('save-png').addEventListener('click', savePng);

@@ -1,0 +1,65 @@
+"""A headless browser that leaves nothing behind, for what is tested and pictured with it."""
+import os
+import shutil
+import tempfile
+
+from selenium import webdriver
+
+CHROMIUM, DRIVER = "/usr/bin/chromium", "/usr/bin/chromedriver"
+
+
+class Browser:
+    """Chromium with its profile and all its other files in one folder, removed at the end."""
+
+    def __init__(self):
+        self.folder = tempfile.mkdtemp(prefix="lumo-browser-")
+        options = webdriver.ChromeOptions()
+        options.binary_location = CHROMIUM
+        for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--no-first-run",
+                         "--disable-background-networking", "--disable-component-update",
+                         "--disable-sync", "--disable-dev-shm-usage", "--window-size=1300,900",
+                         "--user-data-dir=" + os.path.join(self.folder, "profile")):
+            options.add_argument(argument)
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
+        service = webdriver.chrome.service.Service(DRIVER, env={**os.environ, "TMPDIR": self.folder})
+        try:
+            self.driver = webdriver.Chrome(options=options, service=service)
+        except BaseException:
+            shutil.rmtree(self.folder, ignore_errors=True)
+            raise
+        self.command("Browser.setDownloadBehavior", behavior="allow", downloadPath=self.folder)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.driver.quit()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def command(self, name, **parameters):
+        """A command of the browser's developer protocol."""
+        return self.driver.execute_cdp_cmd(name, parameters)
+
+    def look(self, width, height, dark=False, scale=1):
+        """The window's size in pixels of the page, its colours, and no motion."""
+        self.command("Emulation.setDeviceMetricsOverride", width=width, height=height,
+                     deviceScaleFactor=scale, mobile=width < 700)
+        self.command("Emulation.setEmulatedMedia", features=[
+            {"name": "prefers-color-scheme", "value": "dark" if dark else "light"},
+            {"name": "prefers-reduced-motion", "value": "reduce"}])
+
+    def open(self, path):
+        """Opens the page and waits for the first answer of its worker, if it gives one."""
+        self.driver.get("about:blank")
+        self.driver.get("file://" + path)
+        self.settled()
+
+    def settled(self):
+        """Waits until the page's worker has answered all it was asked."""
+        return self.driver.execute_async_script(
+            "const done = arguments[0]; const look = () => {"
+            " const busy = nodes.length > 0 && (!plan || (plan.fits && (!beliefs || asked)));"
+            " if (busy) setTimeout(look, 5); else requestAnimationFrame(() => done(null)); }; look();")
+
+    def script(self, text, *arguments):
+        return self.driver.execute_script(text, *arguments)
