@@ -167,7 +167,7 @@ function showEvidence() {
     byId('beliefs').title = usable ? 'Show the distributions in the picture (m)' : planText();
     const parts = [...evidence].slice(0, 8).map(([index, state]) => {
         const text = `${titleOf(nodes[index])}: ${stateLabel(nodes[index], state)}`;
-        return button(`${text} ×`, () => toggleEvidence(index, state), {class: 'chip', title: 'Take back', 'aria-label': `Take back ${text}`});
+        return button(`× ${text}`, () => toggleEvidence(index, state), {class: 'chip', title: 'Take back', 'aria-label': `Take back ${text}`});
     });
     if (evidence.size > 8) parts.push(el('span', {class: 'note', text: `and ${evidence.size - 8} more`}));
     if (evidence.size > 1) parts.push(button('Clear', clearEvidence, {title: 'Take back all evidence (x)'}));

@@ -53,6 +53,18 @@ function overlap(placed) {
     });
 }
 
+function frameOf(placed) {
+    const margin = 10;
+    let left = Infinity, right = -Infinity, top = Infinity, bottom = -Infinity;
+    for (const [x, y, w, h] of placed) {
+        left = Math.min(left, x - w);
+        right = Math.max(right, x + w);
+        top = Math.min(top, y - h);
+        bottom = Math.max(bottom, y + h);
+    }
+    return {left: left - margin, top: top - margin, width: right - left + 2 * margin, height: bottom - top + 2 * margin};
+}
+
 /** Lays the picture out with room for distributions in the nodes, or as it was. */
 function spreadPicture() {
     const middleX = view.x + canvas.clientWidth / 2 / view.zoom - frame.left;
@@ -60,7 +72,7 @@ function spreadPicture() {
     const before = frame;
     const {x, y} = inPicture ? roomForBeliefs() : {x: 1, y: 1};
     boxes = nodes.map((node) => (inPicture ? beliefBox(node, x, y) : node.at));
-    frame = {left: picture.left * x, top: picture.top * y, width: picture.width * x, height: picture.height * y};
+    frame = inPicture ? frameOf(boxes) : picture;
     spreadLinks(x, y);
     if (fitted) return fit();
     view.x = frame.left + middleX * frame.width / before.width - canvas.clientWidth / 2 / view.zoom;
@@ -172,17 +184,18 @@ function drawNode(index, withText) {
         pen.fill();
     }
     if (inPicture) drawBeliefs(index, withText);
-    else if (withText) drawLabel(node);
+    else if (withText) drawLabel(node, picture.font.size);
     pen.globalAlpha = 1;
 }
 
-function drawLabel(node) {
-    setFont(picture.font.size);
+function drawLabel(node, size) {
+    const scale = size / picture.font.size;
+    setFont(size);
     pen.textAlign = 'center';
     pen.fillStyle = node.ink;
     node.label.forEach((line, i) => {
-        const middle = node.at[1] + (i - (node.label.length - 1) / 2) * picture.lineHeight;
-        pen.fillText(line, node.at[0], middle + picture.baseline, 2 * node.at[2]);
+        const middle = node.at[1] + (i - (node.label.length - 1) / 2) * picture.lineHeight * scale;
+        pen.fillText(line, node.at[0], middle + picture.baseline * scale, 2 * node.at[2]);
     });
 }
 
@@ -197,9 +210,6 @@ function drawFloatingLabels(visible) {
         nodes[b].parents.length + children[b].length - nodes[a].parents.length - children[a].length);
     const size = 11 / visible.zoom, taken = [];
     const first = selected >= 0 ? [selected] : [];
-    setFont(size);
-    pen.textAlign = 'center';
-    pen.lineWidth = 3 / visible.zoom;
     for (const index of [...first, ...byImportance]) {
         if (taken.length >= labelsAtOnce) break;
         if (!isIn(visible, index) || (lit && !lit.has(index)) || (index === selected && taken.length > 0)) continue;
@@ -208,11 +218,24 @@ function drawFloatingLabels(visible) {
         const w = text.length * size * 0.3 + size * 0.3, h = size * 0.65;
         if (taken.some(([tx, ty, tw]) => Math.abs(tx - x) < tw + w && Math.abs(ty - y) < 2 * h)) continue;
         taken.push([x, y, w]);
+        if (!inPicture && drawLabelWithin(index, 9 / visible.zoom)) continue;
+        setFont(size);
+        pen.textAlign = 'center';
+        pen.lineWidth = 3 / visible.zoom;
         pen.strokeStyle = colors.canvas;
         pen.strokeText(text, x, y + size * 0.35);
         pen.fillStyle = colors.text;
         pen.fillText(text, x, y + size * 0.35);
     }
+}
+
+/** Draws the label in letters of that size if the shape has room for them; says whether. */
+function drawLabelWithin(index, size) {
+    const node = nodes[index], [, , w, h] = boxes[index];
+    setFont(size);
+    const fits = node.label.length * size * 1.25 <= 2 * h && node.label.every((line) => pen.measureText(line).width <= 1.9 * w);
+    if (fits) drawLabel(node, size);
+    return fits;
 }
 
 // ---- The whole -----------------------------------------------------------------------------

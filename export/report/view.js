@@ -67,20 +67,11 @@ function nodeAt(x, y) {
 
 /** Shows the node with its parents and children; with the node alone when they are too far to read. */
 function bringIntoView(index) {
-    const margin = 16;
-    let left = Infinity, right = -Infinity, top = Infinity, bottom = -Infinity;
-    for (const i of [index, ...nodes[index].parents, ...children[index]]) {
-        const [nodeX, nodeY, w, h] = boxes[i];
-        left = Math.min(left, nodeX - w - margin);
-        right = Math.max(right, nodeX + w + margin);
-        top = Math.min(top, nodeY - h - margin);
-        bottom = Math.max(bottom, nodeY + h + margin);
-    }
-    const target = viewOf(left, top, right - left, bottom - top);
-    const legible = readable / picture.font.size;
-    const width = canvas.clientWidth / view.zoom, height = canvas.clientHeight / view.zoom;
-    const inside = left + margin >= view.x && right - margin <= view.x + width &&
-        top + margin >= view.y && bottom - margin <= view.y + height;
+    const {left, top, width, height} = frameOf([index, ...nodes[index].parents, ...children[index]].map((i) => boxes[i]));
+    const target = viewOf(left, top, width, height);
+    const legible = readable / picture.font.size, slack = 10;
+    const inside = left + slack >= view.x && left + width - slack <= view.x + canvas.clientWidth / view.zoom &&
+        top + slack >= view.y && top + height - slack <= view.y + canvas.clientHeight / view.zoom;
     if (inside && view.zoom >= Math.min(legible, target.zoom)) return;
     if (target.zoom >= legible) return travelTo(target);
     const [x, y] = boxes[index];
