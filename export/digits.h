@@ -39,8 +39,13 @@ inline constexpr auto PowersOf10 = [] {
 /// and returns its end.
 inline char* WriteDecimal(char* to, std::int64_t number, int places) {
     const std::int64_t one = PowersOf10[static_cast<std::size_t>(places)];
-    to = std::to_chars(to, to + MostDigits, number / one).ptr;
-    std::int64_t rest = number % one;
+    std::int64_t rest = number;
+    if (number < one) {
+        *to++ = '0';
+    } else {
+        to = std::to_chars(to, to + MostDigits, number / one).ptr;
+        rest = number % one;
+    }
     if (rest == 0) return to;
     for (; rest % 10 == 0; rest /= 10) --places;
     *to = '.';

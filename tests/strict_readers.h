@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <map>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -175,10 +176,12 @@ public:
         in.expect(found != places_.end(), "a known name");
         return found->second;
     }
-    /// The node of a definition and its parents.
-    StrictNode& define(const std::string& name, const std::vector<std::string>& parents) {
-        StrictNode& node = net[place(name)];
-        for (const std::string& parent : parents) node.parents.push_back(place(parent));
+    StrictNode& find(const std::string& name) { return net[place(name)]; }
+    /// The node whose name was taken last, with the parents that follow behind a bar.
+    StrictNode& define() {
+        StrictNode& node = find(in.texts[0]);
+        in.take(" | $W");
+        for (const std::string& parent : in.texts) node.parents.push_back(place(parent));
         return node;
     }
     std::size_t rows(const StrictNode& node) const {
@@ -206,77 +209,50 @@ private:
     std::map<std::string, std::size_t> places_;
 };
 
-inline StrictNet ReadStrictDsc(std::string_view text) {
+/// DSC, or BIF: the two differ in their words.
+inline StrictNet ReadStrictLines(std::string_view text, bool isBif) {
+    static constexpr std::string_view reserved =
+        " network variable probability property type discrete default table ";
     StrictBuilder file(text, ", ");
     Scan& in = file.in;
-    in.expect("belief network $q");
-    if (!in.take(" {\n}\n")) in.expect("\n");
-    while (in.take("node $w {\n")) {
+    const auto expectWords = [&] {
+        for (const std::string& word : in.texts)
+            in.expect(!isBif || reserved.find(' ' + word + ' ') == reserved.npos, "another word");
+    };
+    in.expect(isBif ? "network $w {\n}\n" : "belief network $q");
+    expectWords();
+    if (!isBif && !in.take(" {\n}\n")) in.expect("\n");
+    while (in.take(isBif ? "variable $w {\n" : "node $w {\n")) {
+        expectWords();
         StrictNode& node = file.add(in.texts[0]);
-        in.take("  name : $q;\n");
-        if (!in.take("  type : continuous;\n")) {
-            in.expect("  type : discrete [ $n ] = { $Q };\n");
+        if (!isBif) in.take("  name : $q;\n");
+        if (isBif || !in.take("  type : continuous;\n")) {
+            in.expect(isBif ? "  type discrete [ $n ] { $W };\n"
+                            : "  type : discrete [ $n ] = { $Q };\n");
+            expectWords();
             node.states = in.texts;
+            const std::set<std::string> distinct(in.texts.begin(), in.texts.end());
+            in.expect(!isBif || distinct.size() == node.states.size(), "distinct states");
             in.expect(in.numbers[0] == static_cast<float>(node.states.size()), "all states");
         }
-        node.isPlaced = in.take("  position : ($n, $n);\n");
-        for (const char* group : {"  label : $q;\n", "  category : $q;\n"}) in.take(group);
+        node.isPlaced = !isBif && in.take("  position : ($n, $n);\n");
+        for (const char* group : {"  label : $q;\n", "  category : $q;\n"})
+            if (!isBif) in.take(group);
         in.expect("}\n");
     }
     while (in.take("probability ( $w")) {
-        const std::string name = in.texts[0];
-        in.texts.clear();
-        in.take(" | $W");
-        StrictNode& node = file.define(name, in.texts);
+        StrictNode& node = file.define();
         for (in.expect(" ) {\n"); !in.take("}\n");) {
             std::vector<std::size_t> states;
-            if (in.expect("  "); in.take("($N) : "))
-                states.assign(in.numbers.begin(), in.numbers.end());
-            in.expect("$N;\n");
-            file.addRow(node, states);
-        }
-        file.endTable(node);
-    }
-    in.end();
-    return file.net;
-}
-
-inline StrictNet ReadStrictBif(std::string_view text) {
-    static constexpr std::string_view reserved[] = {
-        "network", "variable", "probability", "property", "type", "discrete", "default", "table"};
-    StrictBuilder file(text, ", ");
-    Scan& in = file.in;
-    const auto expectWords = [&in] {
-        for (const std::string& word : in.texts)
             in.expect(
-                std::find(std::begin(reserved), std::end(reserved), word) == std::end(reserved),
-                "a word");
-    };
-    in.expect("network $w {\n}\n");
-    for (expectWords(); in.take("variable $w {\n");) {
-        expectWords();
-        StrictNode& node = file.add(in.texts[0]);
-        in.expect("  type discrete [ $n ] { $W };\n");
-        expectWords();
-        node.states = in.texts;
-        in.expect(in.numbers[0] == static_cast<float>(node.states.size()), "all states");
-        std::sort(in.texts.begin(), in.texts.end());
-        in.expect(std::adjacent_find(in.texts.begin(), in.texts.end()) == in.texts.end(),
-                  "distinct states");
-        in.expect("}\n");
-    }
-    while (in.take("probability ( $w")) {
-        const std::string name = in.texts[0];
-        in.texts.clear();
-        in.take(" | $W");
-        StrictNode& node = file.define(name, in.texts);
-        for (in.expect(" ) {\n"); !in.take("}\n");) {
-            std::vector<std::size_t> states;
-            in.expect(in.take("  ($W) ") || in.take("  table "), "a row");
-            for (std::size_t i = 0; i < std::min(in.texts.size(), node.parents.size()); ++i) {
-                const auto& known = file.net[node.parents[i]].states;
+                in.take(isBif ? "  ($W) " : "  ($N) : ") || in.take(isBif ? "  table " : "  "),
+                "a row");
+            states.assign(in.numbers.begin(), in.numbers.end());
+            for (const std::string& label : in.texts) {
+                in.expect(states.size() < node.parents.size(), "a label for each parent");
+                const auto& known = file.net[node.parents[states.size()]].states;
                 states.push_back(static_cast<std::size_t>(
-                    std::find(known.begin(), known.end(), in.texts[i]) - known.begin()));
+                    std::find(known.begin(), known.end(), label) - known.begin()));
             }
             in.expect("$N;\n");
             file.addRow(node, states);
@@ -286,6 +262,8 @@ inline StrictNet ReadStrictBif(std::string_view text) {
     in.end();
     return file.net;
 }
+inline StrictNet ReadStrictDsc(std::string_view text) { return ReadStrictLines(text, false); }
+inline StrictNet ReadStrictBif(std::string_view text) { return ReadStrictLines(text, true); }
 
 inline StrictNet ReadStrictXml(std::string_view text) {
     StrictBuilder file(text, " ");
@@ -301,10 +279,8 @@ inline StrictNet ReadStrictXml(std::string_view text) {
         in.expect("</VARIABLE>\n");
     }
     while (in.take("<DEFINITION>\n<FOR>$t</FOR>\n")) {
-        const std::string name = in.texts[0];
-        std::vector<std::string> parents;
-        while (in.take("<GIVEN>$t</GIVEN>\n")) parents.push_back(in.texts[0]);
-        StrictNode& node = file.define(name, parents);
+        StrictNode& node = file.find(in.texts[0]);
+        while (in.take("<GIVEN>$t</GIVEN>\n")) node.parents.push_back(file.place(in.texts[0]));
         node.hasTable = in.take("<TABLE>\n");
         while (node.hasTable && !in.take("</TABLE>\n")) {
             in.expect("$N\n");
@@ -351,10 +327,7 @@ inline StrictNet ReadStrictHugin(std::string_view text) {
         in.expect("}\n");
     }
     while (in.take("\npotential ($w")) {
-        const std::string name = in.texts[0];
-        in.texts.clear();
-        in.take(" | $W");
-        StrictNode& node = file.define(name, in.texts);
+        StrictNode& node = file.define();
         in.expect(")\n{\n");
         std::vector<std::size_t> sizes;
         for (const std::size_t parent : node.parents)
