@@ -184,7 +184,7 @@ void Console::print(const char* text) {
     ReportRecord note;
     note.file = file_;
     note.severity = SeverityNotice;
-    note.message = WithoutMarker(text);
+    note.message = text;
     while (note.message.ends_with('\n')) note.message.pop_back();
     if (options_.jsonDiagnostics) {
         std::cerr << ReportToJson(note) + '\n';
@@ -197,7 +197,7 @@ bool Console::ask(int, const char* question) {
     if (options_.condense) return *options_.condense;
     if (interactive_ && IsTerminal(STDIN_FILENO)) {
         progress_.clear();
-        std::cerr << WithoutMarker(question) << " [y/N] " << std::flush;
+        std::cerr << question << " [y/N] " << std::flush;
         std::string answer;
         std::getline(std::cin, answer);
         return answer.starts_with('y') || answer.starts_with('Y');
@@ -208,7 +208,7 @@ bool Console::ask(int, const char* question) {
 }
 
 void Console::waitBegin(const char* text) {
-    wait_ = Visible(WithoutMarker(text));
+    wait_ = Visible(text);
     progress_.start();
 }
 

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "export/result.h"
+#include "export/text.h"
 #include "import/ForeignFile.h"
 #include "import/detect.h"
 #include "library/reports/catalogue.h"
@@ -12,22 +13,13 @@
 namespace lumo::app {
 namespace {
 
-constexpr struct {
-    char letter;  ///< in ReportInfo::formats
-    int code;
-} formatLetters[] = {{'h', FormatHugin},
-                     {'d', FormatDsc},
-                     {'x', FormatDXPress},
-                     {'e', FormatErgo},
-                     {'b', FormatXMLBIF}};
-
-std::string FormatsOf(const ReportInfo& info) {
+std::string FormatsOf(unsigned formats) {
     std::string text;
-    for (const auto& [letter, code] : formatLetters) {
-        if (std::string_view(info.formats).find(letter) == std::string_view::npos) continue;
-        text += (text.empty() ? "" : ", ") + std::string(FindFormat(code)->title);
-    }
-    return text.empty() ? "any format" : text;
+    if (formats == OfAny) return "any format";
+    for (const FormatInfo& format : Formats())
+        if ((formats & format.bit) != 0)
+            text += (text.empty() ? "" : ", ") + std::string(format.title);
+    return text;
 }
 
 /// Lines of at most 78 characters, indented.
@@ -43,17 +35,33 @@ std::string Wrapped(std::string_view text) {
     return lines;
 }
 
+/// The smallest text that provokes the report, as it stands.
+std::string ExampleOf(const MessageRow& row) {
+    std::string text = "  Example, reported";
+    const auto& [source, line, column, format] = row.example;
+    if (line != 0)
+        text += " at line " + std::to_string(line) + ", column " + std::to_string(column);
+    text += ":\n\n    ";
+    for (const char c : ToUtf8(source)) text += c == '\n' ? "\n    " : std::string(1, c);
+    return text + "\n";
+}
+
 }  // namespace
 
 std::string Explain(const std::string& number) {
     int value = 0;
     const char* const last = number.data() + number.size();
     const auto [end, error] = std::from_chars(number.data(), last, value);
-    const ReportInfo* const info =
-        error == std::errc() && end == last ? FindReport(-std::abs(value)) : nullptr;
-    if (info == nullptr) return {};
-    return std::to_string(-std::abs(value)) + ": " + SeverityName(info->severity) + " (" +
-           FormatsOf(*info) + ")\n" + Wrapped(MessageOf(*info)) + "\n" + Wrapped(info->cure) + "\n";
+    if (error != std::errc() || end != last) return {};
+    const std::vector<const MessageRow*> rows = FindReport(-std::abs(value));
+    if (rows.empty()) return {};
+    unsigned formats = 0;
+    for (const MessageRow* row : rows) formats |= row->formats;
+    std::string text = std::to_string(-std::abs(value)) + ": " +
+                       SeverityName(SeverityOf(rows[0]->kind)) + " (" + FormatsOf(formats) + ")\n" +
+                       Wrapped(MessagesOf(rows)) + "\n" + Wrapped(rows[0]->cure);
+    if (rows[0]->example.text != nullptr) text += "\n" + ExampleOf(*rows[0]);
+    return text + "\n";
 }
 
 }  // namespace lumo::app

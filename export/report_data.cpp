@@ -226,8 +226,8 @@ void WriteProblem(JsonOut& json, const ReportRecord& report) {
 }
 
 /// Words of the file that have no meaning here: what is passed over with them is seldom missed.
-bool IsHarmless(const ReportInfo& info) {
-    const std::string_view message = info.message;
+bool IsHarmless(const MessageRow& info) {
+    const std::string_view message = info.text;
     const auto holds = [message](const char* word) {
         return message.find(word) != std::string_view::npos;
     };
@@ -240,12 +240,12 @@ void WriteCures(JsonOut& json, const std::vector<ReportRecord>& reports) {
     for (const ReportRecord& report : reports) numbers.insert(report.number);
     json.key("cures").open('{');
     for (const int number : numbers) {
-        const ReportInfo* const info = FindReport(number);
-        if (info == nullptr) continue;
+        const std::vector<const MessageRow*> rows = FindReport(number);
+        if (rows.empty()) continue;
         json.key(std::to_string(number)).open('{');
-        json.key("message").text(MessageOf(*info));
-        json.key("text").text(info->cure);
-        json.key("harmless").boolean(IsHarmless(*info));
+        json.key("message").text(MessagesOf(rows));
+        json.key("text").text(rows[0]->cure);
+        json.key("harmless").boolean(IsHarmless(*rows[0]));
         json.close('}');
     }
     json.close('}');

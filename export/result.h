@@ -27,11 +27,11 @@ struct ReportRecord {
     explicit ReportRecord(const rept_kt& report)
         : number(report.number),
           severity(report.severity),
-          message(WithoutMarker(report.message == nullptr ? "" : report.message)),
+          message(report.message == nullptr ? "" : report.message),
           file(report.file),
           line(report.line),
           column(report.column),
-          structKind(WithoutMarker(report.structKind)),
+          structKind(report.structKind),
           structName(report.structName),
           fieldName(report.fieldName) {}
 };

@@ -10,31 +10,33 @@
 #include <new>
 #include <string>
 
+#include "import/messages.h"
 #include "import/readers.h"
 
 namespace lumo {
 
 namespace {
 
-constexpr int couldNotRead = -3468;
 constexpr int wholeDrawing = 16383;  // extent while a reader runs, before it is sized to fit
 constexpr int drawingMargin = 40;    // of FixNodePositions
 
-using Reader = rept_kt* (*)(InChannel_CString_kt&, Bnet_bn&, Vnet_kt&);
+using Reader = rept_kt* (*)(InChannel_CString_kt&, Bnet_bn&, Vnet_kt&, const ReadOptions&);
 
 struct Format {
     int code;
     Reader read;
 };
 
-rept_kt* ReadErgo(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt&) {
-    return ParseErgoFile(channel, net);
+rept_kt* ReadErgo(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt&,
+                  const ReadOptions& options) {
+    return ParseErgoFile(channel, net, options);
 }
 
 /// Adapts a reader that takes any channel.
-template <rept_kt* (*parse)(InChannel_kt&, Bnet_bn&, Vnet_kt&)>
-rept_kt* ReadAny(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing) {
-    return parse(channel, net, drawing);
+template <rept_kt* (*parse)(InChannel_kt&, Bnet_bn&, Vnet_kt&, const ReadOptions&)>
+rept_kt* ReadAny(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                 const ReadOptions& options) {
+    return parse(channel, net, drawing, options);
 }
 
 constexpr Format formats[] = {
@@ -61,7 +63,7 @@ OwnedNet NewNamedNet(const char* fileName) {
     return net;
 }
 
-OwnedNet ReadText(const char* text, const char* fileName, int format) {
+OwnedNet ReadText(const char* text, const char* fileName, int format, const ReadOptions& options) {
     const auto channel = std::make_unique<InChannel_CString_kt>(text, fileName);
     OwnedNet net = NewNamedNet(fileName);
     Vnet_kt& drawing = *net->vnets[0];
@@ -69,9 +71,9 @@ OwnedNet ReadText(const char* text, const char* fileName, int format) {
 
     const Format* found = std::ranges::find(formats, format, &Format::code);
     if (found == std::end(formats)) {
-        throw newerr_kt(num::unknownFormatCode, "unknown format code %d", format);
+        throw NewReport(msg::import.unknownFormatCode, format);
     }
-    rept_kt* report = found->read(*channel, *net, drawing);
+    rept_kt* report = found->read(*channel, *net, drawing, options);
     // The generic failure says nothing that an error before it has not said.
     if (report != Fail_rept_kt || ErrorsSoFar() == 0) ShowReport(report);
     if (IsError(report) && net->nodes.N == 0) return nullptr;
@@ -89,9 +91,9 @@ Bnet_bn* Guarded(const char* fileName, Work work) {
     } catch (rept_kt* report) {
         ShowReport(report);
     } catch (const std::bad_alloc&) {
-        ShowReport(newerr_mem_kt(num::outOfMemory, 0, "while reading '%s'", fileName));
+        ShowReport(NewMemoryReport(msg::import.outOfMemoryReading, 0, fileName));
     } catch (const std::exception& e) {
-        ShowReport(newerr_kt(num::internalError, "internal error: %s", e.what()));
+        ShowReport(NewReport(msg::reports.internalError, e.what()));
     }
     return nullptr;
 }
@@ -112,31 +114,37 @@ void MoveTo(Vnode_kt& vnode, long long x, long long y) {
 }  // namespace
 
 Bnet_bn* ReadForeignNetFile_kt(const char* fileName, int format, bool) {
-    if (fileName == nullptr) fileName = "";
-    return Guarded(fileName, [&] {
-        const XArray<char> text(FileToStringThrows_kt(fileName, -1, nullptr));
-        if (text == nullptr) {
-            throw newerr_kt(couldNotRead, "couldn't read file '%s' into memory", fileName);
-        }
-        return ReadText(text.get(), fileName, format);
-    });
+    return ReadForeignNetFile(fileName, format, {});
 }
 
 Bnet_bn* ReadForeignNetText_kt(std::string_view text, const char* fileName, int format) {
+    return ReadForeignNetText(text, fileName, format, {});
+}
+
+Bnet_bn* ReadForeignNetFile(const char* fileName, int format, const ReadOptions& options) {
+    if (fileName == nullptr) fileName = "";
+    return Guarded(fileName, [&] {
+        const XArray<char> text(FileToStringThrows_kt(fileName, -1, nullptr));
+        if (text == nullptr) throw NewReport(msg::import.couldNotRead, fileName);
+        return ReadText(text.get(), fileName, format, options);
+    });
+}
+
+Bnet_bn* ReadForeignNetText(std::string_view text, const char* fileName, int format,
+                            const ReadOptions& options) {
     if (fileName == nullptr) fileName = "";
     return Guarded(fileName, [&] {
         const std::string copy(text);
         if (const std::size_t zero = copy.find('\0'); zero != std::string::npos) {
             WarnZeroByte(fileName, static_cast<long long>(zero));
         }
-        return ReadText(copy.c_str(), fileName, format);
+        return ReadText(copy.c_str(), fileName, format, options);
     });
 }
 
 void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver) {
     if (!(scale > 0) || !std::isfinite(scale)) {
-        newwarn_kt(num::badZoom, "positions cannot be scaled by %g, so they keep their size",
-                   scale);
+        NewReport(msg::import.badScale, scale);
         scale = 1;
     }
     rect_kt extent;

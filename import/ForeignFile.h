@@ -34,6 +34,30 @@ Bnet_bn* ReadForeignNetFile_kt(const char* fileName, int format, bool);
 /// under fileName, from which the net is named.
 Bnet_bn* ReadForeignNetText_kt(std::string_view text, const char* fileName, int format);
 
+/// Preferences: when state titles are no legal names, make state names from them as well.
+extern bool Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
+extern bool Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
+
+/// How a file is read. What the defaults leave out is lost as the format's definition wants it.
+struct ReadOptions {
+    /// Keeps what reading by the letter loses: each leniency taken is a report of its own, and what
+    /// strict reading keeps is kept unchanged.
+    bool lenient = false;
+    /// Scales the rows of nature nodes that do not sum to 1, and says how many.
+    bool normalize = false;
+    /// Make state names from titles that are no legal names (DSC, XML BIF).
+    bool createStateNamesDsc = Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
+    bool createStateNamesXMLBIF = Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
+    /// The class of a Hugin file with several to read; empty: in strict reading the first, in
+    /// lenient reading the one that no other instantiates.
+    std::string_view className;
+};
+
+/// The same with options.
+Bnet_bn* ReadForeignNetFile(const char* fileName, int format, const ReadOptions& options);
+Bnet_bn* ReadForeignNetText(std::string_view text, const char* fileName, int format,
+                            const ReadOptions& options);
+
 /// Owning handle of a net.
 using OwnedNet = std::unique_ptr<Bnet_bn>;
 
@@ -44,9 +68,5 @@ void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver);
 
 /// Position given to new Hugin nodes, and added to Hugin and XML BIF file positions.
 inline constexpr coord_kt safety{400, 400};
-
-/// Preferences: when state titles are no legal names, make state names from them as well.
-extern bool Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
-extern bool Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
 
 }  // namespace lumo

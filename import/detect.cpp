@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "import/ForeignFile.h"
+#include "library/reports/message.h"
 
 namespace lumo {
 namespace {
@@ -159,11 +160,11 @@ int XMLBIFStrength(std::string_view start) {
 }
 
 constexpr std::array formats = {
-    FormatInfo{FormatHugin, "hugin", "Hugin", " .net .oobn .hugin ", HuginStrength},
-    FormatInfo{FormatDsc, "dsc", "DSC", " .dsc ", DscStrength},
-    FormatInfo{FormatDXPress, "dxpress", "DXPress", " .dxp .dx ", DXPressStrength},
-    FormatInfo{FormatErgo, "ergo", "Ergo", " .erg .ergo ", ErgoStrength},
-    FormatInfo{FormatXMLBIF, "xmlbif", "XML BIF", " .xml .xbif .xmlbif .bifxml .bif ",
+    FormatInfo{FormatHugin, "hugin", "Hugin", OfHugin, " .net .oobn .hugin ", HuginStrength},
+    FormatInfo{FormatDsc, "dsc", "DSC", OfDsc, " .dsc ", DscStrength},
+    FormatInfo{FormatDXPress, "dxpress", "DXPress", OfDXPress, " .dxp .dx ", DXPressStrength},
+    FormatInfo{FormatErgo, "ergo", "Ergo", OfErgo, " .erg .ergo ", ErgoStrength},
+    FormatInfo{FormatXMLBIF, "xmlbif", "XML BIF", OfXMLBIF, " .xml .xbif .xmlbif .bifxml .bif ",
                XMLBIFStrength},
 };
 

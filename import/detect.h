@@ -12,6 +12,7 @@ struct FormatInfo {
     int code;                                 ///< ForeignFormatEN
     const char* name;                         ///< for --from and the JSON
     const char* title;                        ///< for people
+    unsigned bit;                             ///< of FormatSetEN
     std::string_view extensions;              ///< each with its dot, between blanks
     int (*strength)(std::string_view start);  ///< how much a text's start looks like it, 0 to 100
 };

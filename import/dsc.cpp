@@ -691,7 +691,7 @@ void read_probab_block(Parser_kt& in, Vnet_kt& drawing) {
 
 }  // namespace
 
-rept_kt* ParseDscFile(InChannel_kt& channel, Bnet_bn&, Vnet_kt& drawing) {
+rept_kt* ParseDscFile(InChannel_kt& channel, Bnet_bn&, Vnet_kt& drawing, const ReadOptions&) {
     const CritSecHold lock(Mut_ReadForeignFile);
     const std::unique_ptr<short[]> charProps(MakeStdCharProps_kt());
     SetCharProp_kt("\"(){}[]=,;:|", CharPropPunct, charProps.get());

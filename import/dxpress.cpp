@@ -776,7 +776,8 @@ void ReadDXPress(Parser_kt& in, Bnet_bn& net) {
 
 }  // namespace
 
-rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing) {
+rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                          const ReadOptions&) {
     const CritSecHold lock(Mut_ReadForeignFile);
     const std::unique_ptr<short[]> props(MakeStdCharProps_kt());
     SetCharProp_kt("(){}[]=,;:|\"", CharPropPunct, props.get());

@@ -16,17 +16,12 @@
 #include <string>
 #include <vector>
 
+#include "import/ergo_messages.h"
 #include "import/readers.h"
 
 namespace lumo {
 
 namespace {
-
-constexpr int notErgo = -3469;
-constexpr int parentOutOfBounds = -2316;
-constexpr int wrongProbabilityCount = -2317;
-constexpr int noMemoryForTable = -2318;
-constexpr int impossibleCount = -5230;
 
 constexpr int wordSize = 256;      // longest node or state word
 constexpr int stateNameSize = 31;  // storage of a state name, its zero byte included
@@ -66,8 +61,7 @@ private:
     }
 
     bool readInt(int& value) {
-        if (in_.isAtEnd())
-            return fail(in_.makeError(num::unexpectedEnd, "unexpected end-of-input"));
+        if (in_.isAtEnd()) return fail(in_.report(msg::text.unexpectedEnd));
         value = in_.readInt();
         return !in_.numberFailed;
     }
@@ -79,9 +73,7 @@ private:
 
     bool checkCount(int count, const char* what) {
         if (count >= 0 && count <= (in_.bytesLeft() + 1) / bytesPerToken) return true;
-        return fail(in_.makeError(impossibleCount,
-                                  "%d %s cannot be: the rest of the file has %lld bytes", count,
-                                  what, in_.bytesLeft()));
+        return fail(in_.report(msg::ergo.impossibleCount, count, what, in_.bytesLeft()));
     }
 
     /// The next word; double quotes, the format's only punctuation, belong to no name.
@@ -90,7 +82,7 @@ private:
             in_.readWord(word, wordSize);
             if (word[0] != '\0') return true;
             if (in_.isAtEnd()) {
-                return fail(in_.makeError(num::unexpectedEnd, "unexpected end-of-input"));
+                return fail(in_.report(msg::text.unexpectedEnd));
             }
             in_.skipChar();
         }
@@ -100,9 +92,7 @@ private:
         in_.skipSpaces();
         in_.setTokenStart(in_.getPos());
         if (IsError(in_.channel.readInt(&nodeCount_))) {
-            return fail(newerrwait_kt(notErgo,
-                                      "File does not start in the original simple Ergo format; "
-                                      "perhaps it is in the newer Ergo format (.ent)"));
+            return fail(in_.report(msg::ergo.notErgo));
         }
         return checkCount(nodeCount_, "nodes");
     }
@@ -143,11 +133,7 @@ private:
         if (!readInt(parent)) return false;
         Bnode_bn& node = *nodes_[child];
         if (parent < 1 || parent > nodeCount_) {
-            return fail(
-                in_.makeError(parentOutOfBounds,
-                              "when adding links to >-node %s, parent is declared as %d, but "
-                              "that is out-of-bounds",
-                              node.name(), parent));
+            return fail(in_.report(msg::ergo.parentOutOfBounds, node.name(), parent));
         }
         rept_kt* report = AddLink_ibn(*nodes_[static_cast<std::size_t>(parent) - 1], node);
         in_.setError(report);
@@ -172,19 +158,14 @@ private:
         const int number = static_cast<int>(index);
         if (lostParents_[index]) return skipNumbers(count);
         if (count != expected) {
-            return fail(in_.makeError(wrongProbabilityCount,
-                                      "%d probabilities for >-node %d, but expected %d", count,
-                                      number, expected));
+            return fail(in_.report(msg::ergo.wrongProbabilityCount, count, number, expected));
         }
         if (count > MaxTableEntries) {
-            return fail(in_.makeError(
-                num::tableTooLarge, "the table of >-node %d wants %d entries, but the limit is %d",
-                number, count, MaxTableEntries));
+            return fail(in_.report(msg::ergo.tableTooLarge, number, count, MaxTableEntries));
         }
         XArray<float> table = NewXArray<float>(count);
         if (table == nullptr) {
-            return fail(
-                newerr_mem_kt(noMemoryForTable, 4.0 * count, "for >-CPTable of >-node %d", number));
+            return fail(NewMemoryReport(msg::ergo.outOfMemoryForTable, 4.0 * count, number));
         }
         if (in_.readFloats(table.get(), count, CommasEN::none) != count) return reportBadNumber();
         if (node.numStates() > 0) {
@@ -204,13 +185,11 @@ private:
 
     /// Stands before what is no number of a table: the error names it.
     bool reportBadNumber() {
-        if (in_.isAtEnd())
-            return fail(in_.makeError(num::unexpectedEnd, "unexpected end-of-input"));
+        if (in_.isAtEnd()) return fail(in_.report(msg::text.unexpectedEnd));
         const std::string token(in_.peekWord());
         in_.readDouble();
         if (in_.numberFailed) return false;
-        return fail(
-            in_.makeError(num::numberTooLarge, "number '%.80s' is too large", token.c_str()));
+        return fail(in_.report(msg::text.numberTooLarge, token.c_str()));
     }
 
     bool readNodeNames() {
@@ -280,7 +259,7 @@ std::unique_ptr<short[]> ErgoCharProps() {
 
 }  // namespace
 
-rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net) {
+rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net, const ReadOptions&) {
     const CritSecHold lock(Mut_ReadForeignFile);
     const std::unique_ptr<short[]> props = ErgoCharProps();
     ParserOptions_kt options;

@@ -638,7 +638,7 @@ bool WholeInt(const char* text, int& value) {
 
 }  // namespace hugin
 
-rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing) {
+rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing, const ReadOptions&) {
     const CritSecHold lock(Mut_ReadForeignFile);
     const std::unique_ptr<short[]> properties(MakeStdCharProps_kt());
     SetCharProp_kt("\"(){}=,;:|", CharPropPunct, properties.get());

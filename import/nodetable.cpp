@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "import/messages.h"
 #include "import/tables.h"
 #include "library/text/tokens.h"
 
@@ -146,16 +147,14 @@ private:
     /// No memory is taken for numbers that the rest of the file cannot hold; they are only counted.
     void allocate() {
         if (wanted_ > MaxTableEntries)
-            throw in_.makeError(num::tableTooLarge,
-                                "the table of >-node '%s' needs %lld entries, the limit is %d",
-                                node_.name(), wanted_, MaxTableEntries);
+            throw in_.report(msg::import.tableTooLarge, node_.name(), wanted_, MaxTableEntries);
         constexpr int bytesPerNumber = 2;
         if (wanted_ > in_.bytesLeft() / bytesPerNumber + 1) return;
         table_ = NewXArray<float>(wanted_);
         if (table_ != nullptr) return;
         rept_kt* const error =
-            newerr_mem_kt(num::outOfMemory, static_cast<double>(wanted_) * sizeof(float),
-                          "for the table of >-node '%s'", node_.name());
+            NewMemoryReport(msg::model.outOfMemoryForTable,
+                            static_cast<double>(wanted_) * sizeof(float), node_.name());
         in_.setError(error);
         throw error;
     }
@@ -175,7 +174,7 @@ private:
             case 0:
                 return false;
             default:
-                if (readRun() == 0) throw MakeNumberError(in_, num::notANumber);
+                if (readRun() == 0) throw MakeNumberError(in_, false);
                 return true;
         }
     }
@@ -210,9 +209,7 @@ private:
     void checkCount() {
         if (count_ == wanted_) return;
         in_.setTokenStart(firstExtra_ != nullptr ? firstExtra_ : in_.getPos());
-        throw in_.makeError(num::badTable,
-                            "the data of >-node '%s' should be %lld numbers, but %lld were read",
-                            node_.name(), wanted_, count_);
+        throw in_.report(msg::import.badTable, node_.name(), wanted_, count_);
     }
 
     void warnOfShape(ParserPos_kt start) {
@@ -221,11 +218,9 @@ private:
         const ParserPos_kt after = in_.tokenStart();
         in_.setTokenStart(shape_.problem().empty() ? start : shape_.place());
         if (shape_.problem().empty())
-            in_.makeWarning(num::tableShape, "%d '(' of the data list are not closed",
-                            shape_.depth());
+            in_.report(msg::import.openBrackets, shape_.depth());
         else
-            in_.makeWarning(num::tableShape, "%s; the numbers are taken in their written order",
-                            shape_.problem().c_str());
+            in_.report(msg::import.tableShape, shape_.problem().c_str());
         in_.setTokenStart(after);
     }
 

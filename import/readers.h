@@ -2,16 +2,19 @@
 // empty net and returns its report: Okay_rept_kt, or the most severe that was recorded.
 #pragma once
 
-#include "library/model/netmodel.h"
-#include "library/text/parser.h"
+#include "import/ForeignFile.h"
 
 namespace lumo {
 
-rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing);
-rept_kt* ParseDscFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing);
-rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing);
-rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net);
-rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing);
+rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                        const ReadOptions& options = {});
+rept_kt* ParseDscFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                      const ReadOptions& options = {});
+rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                          const ReadOptions& options = {});
+rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net, const ReadOptions& options = {});
+rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                      const ReadOptions& options = {});
 
 /// A character as messages name it.
 inline const char* CharName(char c) { return CharName_kt(static_cast<unsigned char>(c)); }

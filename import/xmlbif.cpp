@@ -18,6 +18,7 @@
 #include <utility>
 
 #include "import/ForeignFile.h"
+#include "import/messages.h"
 #include "import/readers.h"
 #include "import/xmlbif.h"
 #include "library/text/xml.h"
@@ -90,8 +91,7 @@ void SkipUnknown(Parser_CString_kt& in, const Structure& what, Tag& tag) {
     in.setTokenStart(place);
     in.makeWarningUnknown(tag.name, what.unknownElement, "unknown element type %s",
                           tag.name.getCStr());
-    if (!closed)
-        in.makeError(num::elementNeverClosed, "element '%s' is never closed", tag.name.getCStr());
+    if (!closed) in.report(msg::text.elementNeverClosed, tag.name.getCStr());
     in.checkError();
 }
 
@@ -643,7 +643,8 @@ void ReadNode(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute, co
     ReadNode(in, net, attribute, scratch);
 }
 
-rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing) {
+rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                      const ReadOptions&) {
     const std::unique_ptr<short[]> charProps(MakeXMLCharProps());
     ParserOptions_kt options;
     options.charProps = charProps.get();

@@ -62,7 +62,7 @@ public:
             run();
         } catch (const rept_kt* report) {
             return std::to_string(report->number) + " " + std::to_string(report->line) + ":" +
-                   std::to_string(report->column) + " " + WithoutMarker(report->message);
+                   std::to_string(report->column) + " " + report->message;
         }
         return "";
     }

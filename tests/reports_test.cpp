@@ -108,7 +108,7 @@ TEST_F(Reports, EachIsShownOnceHoweverItTravels) {
             newerr_kt(-3, "left to the scope's end");
         }
         EXPECT_EQ(shown.count(-3), 0);
-        rept_kt* const wrapped = newerrwait_kt(-4, "cannot link 100%% of >-node %s", "a");
+        rept_kt* const wrapped = newerrwait_kt(-4, "cannot link 100%% of >-node %s", "a>-b");
         rept_kt* const outer = Wrap(*wrapped, "%s creating table %d", 7);
         EXPECT_TRUE(outer->waits);
         ShowReport(outer);
@@ -125,9 +125,8 @@ TEST_F(Reports, EachIsShownOnceHoweverItTravels) {
     }
     EXPECT_EQ(all,
               "-1/4 warning 1\n-2/6 shown by hand\n"
-              "-4/6 cannot link 100% of >-node a creating table 7\n-5/2 n\n-5/6 n again\n"
+              "-4/6 cannot link 100% of node a>-b creating table 7\n-5/2 n\n-5/6 n again\n"
               "0/6 the operation failed\n-3/6 left to the scope's end\n");
-    EXPECT_EQ(WithoutMarker(">-node-s of >-net>"), "node-s of net>");
 }
 
 TEST_F(Reports, PlaceIsTheInnermostSourceAtTheMaking) {
@@ -208,7 +207,7 @@ TEST_F(Reports, LongMessagesAreCut) {
     const ReportScope scope;
     const std::string longText(3000000, 'x');
     rept_kt* const report = newerr_kt(-1, "%s", longText.c_str());
-    EXPECT_LE(WithoutMarker(report->message).size(), 65536U);
+    EXPECT_LE(std::strlen(report->message), 65536U);
     EXPECT_TRUE(std::string_view(report->message).ends_with("xxx..."));
     EXPECT_LE(std::string_view(Wrap(*report, "%s and more")->message).size(), 65536U);
 
@@ -234,7 +233,7 @@ TEST_F(Reports, WithoutMemory) {
         EXPECT_EQ(table->number, -2318);
         EXPECT_EQ(table->line, 5);
         EXPECT_STREQ(table->message,
-                     "out of memory (4000000000 bytes wanted) for >-CPTable of >-node 3");
+                     "out of memory (4000000000 bytes wanted) for CPTable of node 3");
         ShowReport(table);
 
         memoryIsOut = true;

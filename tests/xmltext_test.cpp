@@ -1,5 +1,6 @@
 // XML: text, tags, empty elements, skipping of elements and declarations.
 #include "library/text/xml.h"
+#include "library/text/messages.h"
 #include "tests/parser_support.h"
 
 namespace lumo::test {
@@ -262,7 +263,7 @@ TEST(XMLReader, WalksElementsAndDamageCostsWhatIsDamaged) {
          {"<a>", "</b>", "<a><b></a>", "<s>", "<s></r>", "<r><t>", "<", "<a b='"}) {
         Reading r("<r>" + Repeated(piece, 300'000), Dialect::xml);
         Walk(r);
-        EXPECT_GT(r.seen.errors() + r.seen.count(num::strayText), 0) << piece;
+        EXPECT_GT(r.seen.errors() + r.seen.count(msg::text.strayText.number), 0) << piece;
     }
 }
 

@@ -12,6 +12,7 @@
 #include <span>
 
 #include "library/model/access.h"
+#include "library/model/messages.h"
 #include "library/model/netmodel.h"
 
 namespace lumo {
@@ -282,18 +283,15 @@ namespace {
 using LinkEN = ModelAccess::LinkEN;
 
 void WarnParentAgain(const Bnode_bn& parent, const Bnode_bn& child) {
-    newwarn_kt(num::parentAgain, "node '%s' is named again as a parent of node '%s'", parent.name(),
-               child.name());
+    NewReport(msg::model.parentAgain, parent.name(), child.name());
 }
 
 rept_kt* RefuseSelfLink(const Bnode_bn& node, const char* others) {
-    return newerr_kt(num::selfLink, "node '%s' cannot be a parent of node '%s', itself%s",
-                     node.name(), node.name(), others);
+    return NewReport(msg::model.selfLink, node.name(), node.name(), others);
 }
 
 rept_kt* RefuseCycle(const Bnode_bn& parent, const Bnode_bn& child, const char* others) {
-    return newerr_kt(num::cycle, "a link from node '%s' to node '%s' would close a cycle%s",
-                     parent.name(), child.name(), others);
+    return NewReport(msg::model.cycle, parent.name(), child.name(), others);
 }
 
 /// Gives the child its parents, one after the other, and remembers which were refused.

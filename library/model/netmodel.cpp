@@ -1,6 +1,7 @@
 // Nets and what is looked up in them: creation, node names and labels, node sets.
 
 #include "library/model/netmodel.h"
+#include "library/model/messages.h"
 
 #include <algorithm>
 
@@ -183,9 +184,7 @@ rept_kt* ModelAccess::setLabel(Bnode_bn& node, char* label) {
     if (!repeated) setIdentity(node, label);
     const bool usable = streql_kt(node.variable.name, label);
     if (repeated) {
-        newwarn_kt(num::labelExists,
-                   "another node is labelled '%.200s' already; this one is named '%s'", label,
-                   node.name());
+        NewReport(msg::model.labelExists, label, node.name());
     }
     node.setTitle(usable ? nullptr : owned.release());
     return Okay_rept_kt;
@@ -206,11 +205,10 @@ void ModelAccess::addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position
 rept_kt* ModelAccess::newNode(const char* name, int states, Bnet_bn& net, coord_kt position,
                               Bnode_bn*& out) {
     if (name != nullptr && identified(net, name) != nullptr) {
-        return newerr_kt(num::nodeExists, "there is a node '%.200s' already", name);
+        return NewReport(msg::model.nodeExists, name);
     }
     if (states < 0 || states > MaxStates) {
-        return newerr_kt(num::badStateCount, "a node of %d states is wanted, but the limit is %d",
-                         states, MaxStates);
+        return NewReport(msg::model.badStateCount, states, MaxStates);
     }
     Bnode_bn* node = new Bnode_bn;
     node->net_ = &net;
@@ -281,9 +279,7 @@ void nodeset_bn::addNodes(const BndList_bn& nodes, bool) {
 rept_kt* AddNodeToNodeset_ibn(Bnode_bn& node, const char* setName) {
     nodeset_bn* set = node.net().newNodeset(setName, nullptr, nullptr);
     if (set == nullptr) {
-        return newerr_kt(num::tooManyGroups,
-                         "node set '%.200s' would be number %d, but the limit is %d", setName,
-                         MaxNodesets + 1, MaxNodesets);
+        return NewReport(msg::model.tooManyGroups, setName, MaxNodesets + 1, MaxNodesets);
     }
     BndList_bn alone;
     alone.append(&node);

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "library/model/access.h"
+#include "library/model/messages.h"
 #include "library/model/netmodel.h"
 
 namespace lumo {
@@ -52,27 +53,23 @@ const char* FirstRepeated(char* const* names, int count) {
 rept_kt* CheckStateNames(const Bnode_bn& node, char* const* names, int count) {
     for (int i = 0; i < count; ++i) {
         if (names[i] == nullptr || IsLegalName_kt(names[i])) continue;
-        return newerr_kt(num::badStateName, "'%.200s' is no legal name for state %d of node '%s'",
-                         names[i], i, node.name());
+        return NewReport(msg::model.badStateName, names[i], i, node.name());
     }
     if (const char* name = FirstRepeated(names, count)) {
-        return newerr_kt(num::badStateName, "two states of node '%s' are named '%s'", node.name(),
-                         name);
+        return NewReport(msg::model.equalStateNames, node.name(), name);
     }
     return Okay_rept_kt;
 }
 
 rept_kt* CheckStateCount(const Bnode_bn& node, int count) {
     if (count >= 0 && count <= MaxStates) return Okay_rept_kt;
-    return newerr_kt(num::badStateCount, "node '%s' is to have %d states, but the limit is %d",
-                     node.name(), count, MaxStates);
+    return NewReport(msg::model.tooManyStates, node.name(), count, MaxStates);
 }
 
 /// Warns when the node has no such state.
 bool HasState(const Bnode_bn& node, int state, const char* what) {
     if (state >= 0 && state < node.numStates()) return true;
-    newwarn_kt(num::badStateIndex, "%s for state %d of node '%s', which has %d states", what, state,
-               node.name(), node.numStates());
+    NewReport(msg::model.badStateIndex, what, state, node.name(), node.numStates());
     return false;
 }
 
@@ -202,8 +199,7 @@ rept_kt* Bnode_bn::setStateName(int state, char* name, int, CheckEN) {
     const OwnedStr owned(name);
     if (!HasState(*this, state, "a name")) return Okay_rept_kt;
     if (name != nullptr && !IsLegalName_kt(name)) {
-        return newerr_kt(num::badStateName, "'%.200s' is no legal name for state %d of node '%s'",
-                         name, state, this->name());
+        return NewReport(msg::model.badStateName, name, state, this->name());
     }
     UniqueNames_kt& taken = ModelAccess::stateNames(*this);
     if (variable.stateNames == nullptr) variable.stateNames = NewTexts(numStates()).release();

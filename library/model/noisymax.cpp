@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "library/model/access.h"
+#include "library/model/messages.h"
 #include "library/model/netmodel.h"
 
 namespace lumo {
@@ -102,16 +103,12 @@ rept_kt* CheckParameters(const Bnode_bn& node, const double* params, int count) 
         for (int s = 0; s < states; ++s) {
             const double value = params[i + s];
             if (!(value >= 0 && value <= 1)) {
-                return newerr_kt(num::badParameter,
-                                 "noisy-max parameter %d of node '%s' is %g, not from 0 to 1",
-                                 i + s + 1, node.name(), value);
+                return NewReport(msg::model.badParameter, i + s + 1, node.name(), value);
             }
             sum += value;
         }
         if (std::abs(sum - 1) > SumTolerance) {
-            return newerr_kt(num::badParameter,
-                             "noisy-max parameters %d to %d of node '%s' sum to %g, not to 1",
-                             i + 1, i + states, node.name(), sum);
+            return NewReport(msg::model.badParameters, i + 1, i + states, node.name(), sum);
         }
     }
     return Okay_rept_kt;
@@ -148,8 +145,7 @@ rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, bool condense) {
     }
     XArray<double> kept = NewXArray<double>(count);
     if (kept == nullptr) {
-        return newerr_mem_kt(num::outOfMemory, 8.0 * count, "for the parameters of node '%s'",
-                             name());
+        return NewMemoryReport(msg::model.outOfMemoryForParameters, 8.0 * count, name());
     }
     std::copy(params, params + count, kept.get());
     XArray<float> table;
@@ -160,8 +156,7 @@ rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, bool condense) {
         if (IsError(report)) return report;
         table = Expanded(*this, params, entries);
         if (table == nullptr) {
-            return newerr_mem_kt(num::outOfMemory, 4.0 * entries, "for the table of node '%s'",
-                                 name());
+            return NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * entries, name());
         }
     }
     relation.clear();

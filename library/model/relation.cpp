@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "library/model/access.h"
+#include "library/model/messages.h"
 #include "library/model/netmodel.h"
 
 namespace lumo {
@@ -39,13 +40,11 @@ XArray<T> NewZeroed(long long count) {
 }
 
 rept_kt* NoMemory(const Bnode_bn& node, double bytes) {
-    return newerr_mem_kt(num::outOfMemory, bytes, "for the table of node '%s'", node.name());
+    return NewMemoryReport(msg::model.outOfMemoryForTable, bytes, node.name());
 }
 
 rept_kt* TooLarge(const Bnode_bn& node, double entries) {
-    return newerr_kt(num::tableTooLarge,
-                     "the table of node '%s' wants %.15g entries, but the limit is %d", node.name(),
-                     entries, MaxTableEntries);
+    return NewReport(msg::model.tableTooLarge, node.name(), entries, MaxTableEntries);
 }
 
 double SumOf(const float* row, int states) {
@@ -56,8 +55,7 @@ double SumOf(const float* row, int states) {
 
 void WarnZeroRow(const Bnode_bn& node, int row) {
     const std::string text = RowText(node, row);
-    newwarn_kt(num::zeroRow, "a row of node '%s' sums to 0%s%s", node.name(),
-               text.empty() ? "" : ": ", text.c_str());
+    NewReport(msg::model.zeroRow, node.name(), text.empty() ? "" : ": ", text.c_str());
 }
 
 /// The first entry that is no probability, -1 when there is none. Rounding noise becomes 0.
@@ -76,16 +74,13 @@ rept_kt* BadEntry(const Bnode_bn& node, int row, int state, float value) {
     std::string place = RowText(node, row);
     if (!place.empty()) place = ", row " + place;
     char text[StateTextSize];
-    return newerr_kt(num::badTableEntry, "the table of node '%s' holds %g for state %s%s",
-                     node.name(), static_cast<double>(value),
+    return NewReport(msg::model.badTableEntry, node.name(), static_cast<double>(value),
                      statetostr1(state, node.variable, text), place.c_str());
 }
 
 void WarnNoise(Bnode_bn& node) {
     if (std::exchange(node.relation.noiseTold, true)) return;
-    newwarn_kt(num::roundingNoise,
-               "the table of node '%s' holds negative numbers close to 0, which become 0",
-               node.name());
+    NewReport(msg::model.roundingNoise, node.name());
 }
 
 }  // namespace
@@ -112,11 +107,7 @@ rept_kt* ModelAccess::chargeFilled(const Bnode_bn& node, long long entries) {
         filled += entries;
         return Okay_rept_kt;
     }
-    return newerr_kt(
-        num::tableTooLarge,
-        "with node '%s' the rows that the net leaves to defaults have %lld entries, but "
-        "the limit is %lld",
-        node.name(), filled + entries, MaxFilledEntries);
+    return NewReport(msg::model.defaultsTooLarge, node.name(), filled + entries, MaxFilledEntries);
 }
 
 std::string RowText(const Bnode_bn& node, int row) {
@@ -302,10 +293,8 @@ public:
             } else if (state >= 0 && state < count) {
                 row_ += state * stride;
             } else {
-                return newerr_kt(num::badParentState,
-                                 "state %d of node '%s' is wanted for a row of node '%s', but it "
-                                 "has %d states",
-                                 state, parents[i]->name(), node.name(), count);
+                return NewReport(msg::model.badParentState, state, parents[i]->name(), node.name(),
+                                 count);
             }
             single_ = single_ && state != AnyParentState;
             stride = std::min<long long>(stride * count, INT_MAX);
@@ -364,8 +353,7 @@ rept_kt* PrepareRows(Bnode_bn& node, int entries, bool setWhole) {
 void WarnRowAgain(Bnode_bn& node, int row) {
     if (std::exchange(node.relation.rowAgainTold, true)) return;
     const std::string text = RowText(node, row);
-    newwarn_kt(num::rowAgain, "a row of node '%s' is given again, and the later one counts%s%s",
-               node.name(), text.empty() ? "" : ": ", text.c_str());
+    NewReport(msg::model.rowAgain, node.name(), text.empty() ? "" : ": ", text.c_str());
 }
 
 /// Fills the block with copies of its first `filled` elements.
@@ -433,8 +421,7 @@ void Bnode_bn::finishRows() {
     const auto missing = std::count(relation.rowMarks, relation.rowMarks + rows, RowMissing);
     Free(relation.rowMarks);
     if (missing == 0) return;
-    newwarn_kt(num::rowsMissing, "%d of the %d rows of node '%s' are missing, and are zeros",
-               static_cast<int>(missing), rows, name());
+    NewReport(msg::model.rowsMissing, static_cast<int>(missing), rows, name());
 }
 
 // ---- Checks --------------------------------------------------------------------------------
@@ -476,11 +463,10 @@ void Bnode_bn::checkRowSums() const {
     if (bad < 0) return;
     const std::string row = RowText(*this, bad);
     const bool turned = SumsToOneStateSlowest(relation.probs, states, rows);
-    newwarn_kt(num::rowSum, "row %s%sof node '%s' sums to %g%s", row.c_str(),
-               row.empty() ? "" : " ", name(), badSum,
-               turned ? "; all would sum to 1 if the table were read with the state of the node "
-                        "varying slowest"
-                      : "");
+    NewReport(msg::model.rowSum, row.c_str(), row.empty() ? "" : " ", name(), badSum,
+              turned ? "; all would sum to 1 if the table were read with the state of the node "
+                       "varying slowest"
+                     : "");
 }
 
 }  // namespace lumo

@@ -1,35 +1,30 @@
 // Every report that an import can make, with its cause and cure: what documentation and
-// `lumo-import explain` tell, and what the tests hold every report against.
+// `lumo-import explain` tell.
 #pragma once
 
-#include <array>
 #include <span>
 #include <string>
+#include <vector>
+
+#include "library/reports/message.h"
 
 namespace lumo {
 
-/// One kind of problem, under the numbers of all the places that report it.
-struct ReportInfo {
-    std::array<int, 8> numbers;  ///< zeros fill it up
-    /// Formats whose readers make it, a letter each: h(ugin), d(sc), x (dxpress), e(rgo), b
-    /// (xmlbif); "*" where the file's format does not matter.
-    const char* formats;
-    int severity;
-    const char* message;  ///< printf formats without the marker; a line each when it has several
-    const char* cure;     ///< what it means and what to do, as Markdown
-};
+/// All rows, format by format, then what formats share. Rows of one number follow each other.
+/// Supplied by the import, which knows all formats.
+std::span<const MessageRow> ReportCatalogue();
 
-/// In the order in which a person would read them: format by format, then what formats share.
-std::span<const ReportInfo> ReportCatalogue();
+/// The rows of that number (negative, as in the reports); empty when there is none.
+std::vector<const MessageRow*> FindReport(int number);
 
-/// The entry with that number (negative, as in the reports); null when there is none.
-const ReportInfo* FindReport(int number);
+/// The row's text for people, its memory prefix included; what differs from report to report is
+/// three dots.
+std::string MessageOf(const MessageRow& row);
+/// The texts of several rows on one line, each once.
+std::string MessagesOf(std::span<const MessageRow* const> rows);
 
-/// Its messages on one line; what differs from report to report is three dots.
-std::string MessageOf(const ReportInfo& info);
-
-/// What keeps a report of that number, severity and message (without the marker) from being one of
-/// the catalogue; empty when nothing does.
-std::string CatalogueFault(int number, int severity, const char* message);
+/// The rows of a format (an enumerator of FormatSetEN, or OfAny for those of every format) as
+/// people read them: rows of one kind and one cure together.
+std::vector<std::vector<const MessageRow*>> GroupedReports(unsigned format);
 
 }  // namespace lumo

@@ -4,34 +4,32 @@
 #include <string>
 #include <system_error>
 
-#include "library/reports/reports.h"
+#include "library/reports/messages.h"
 
 namespace lumo {
 
 namespace {
 
 void FailedAssertion(const char* expression, const char* source, int line) {
-    newwarn_kt(num::failedAssertion, "internal check failed: %s (%s, line %d)", expression, source,
-               line);
+    NewReport(msg::reports.failedAssertion, expression, source, line);
 }
 
 std::string ErrorText(int error) { return std::generic_category().message(error); }
 
 void CannotOpenFile(const char* path, int error) {
-    newnotice_kt(num::cannotOpenFile, "cannot open '%s': %s", path, ErrorText(error).c_str());
+    NewReport(msg::reports.cannotOpenFile, path, ErrorText(error).c_str());
 }
 
 void CannotReadFile(const char* path, int error) {
-    newnotice_kt(num::cannotReadFile, "cannot read '%s': %s", path, ErrorText(error).c_str());
+    NewReport(msg::reports.cannotReadFile, path, ErrorText(error).c_str());
 }
 
 void ZeroByte(const char* path, long long offset) {
-    newwarn_kt(num::zeroByte, "zero byte at offset %lld; '%s' is read only up to there", offset,
-               path);
+    NewReport(msg::reports.zeroByte, offset, path);
 }
 
 void NoMemoryForFile(const char* path, long long bytes) {
-    throw newerr_mem_kt(num::outOfMemory, static_cast<double>(bytes), "reading '%s'", path);
+    throw NewMemoryReport(msg::reports.outOfMemoryReading, static_cast<double>(bytes), path);
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ enum SeverityEN : int {
     SeverityFatal = 8,  ///< out of memory, internal
 };
 
-/// A report. The texts carry the marker ">-" before some nouns, as made; WithoutMarker removes it.
+/// A report.
 struct rept_kt {
     int number = 0;           ///< the message site, negative (0: none of its own)
     int severity = 0;         ///< SeverityEN
@@ -52,9 +52,6 @@ extern rept_kt* const Fail_rept_kt;
 inline bool IsError(const rept_kt* report) {
     return report != nullptr && report != Okay_rept_kt && report->severity > SeverityWarning;
 }
-
-/// The text with every marker ">-" removed, for people to read.
-std::string WithoutMarker(std::string_view text);
 
 // ---- The application's side ----------------------------------------------------------------
 
@@ -142,7 +139,8 @@ int ErrorsSoFar();
 bool ErrorBudgetSpent();
 
 // ---- Making reports ------------------------------------------------------------------------
-// printf formats; the number first. Never null: without memory they return Fail_rept_kt or the
+// printf formats; the number first. The marker ">-" that stands before some nouns of the formats is
+// no part of the message. Never null: without memory they return Fail_rept_kt or the
 // preallocated out-of-memory report. A report made while a tokenizer lives has its place.
 
 #define LUMO_PRINTF(formatIndex) __attribute__((format(printf, formatIndex, (formatIndex) + 1)))
@@ -245,11 +243,6 @@ inline constexpr int tableShape = -5050;           ///< W parentheses contradict
 inline constexpr int badXML = -5051;               ///< E malformed tag, attribute, entity
 inline constexpr int wrongClosingTag = -5052;      ///< E another end tag than expected
 inline constexpr int xmlDeclaration = -5053;       ///< W a declaration among the elements
-inline constexpr int strayText = -5260;            ///< W text among the elements of an XML file
-inline constexpr int elementNeverClosed = -5261;   ///< E an element without its end tag
-inline constexpr int strayEndTag = -5262;          ///< E an end tag that closes nothing
-inline constexpr int elementInText = -5263;        ///< W an element within a text
-inline constexpr int afterRoot = -5264;            ///< W more than one root element
 inline constexpr int unexpectedEnd = -4108;        ///< E "unexpected end-of-input", shared
 // net model
 inline constexpr int nodeExists = -5080;      ///< E second node of one identity

@@ -4,6 +4,7 @@
 #include <limits>
 #include <vector>
 
+#include "library/text/messages.h"
 #include "library/text/parser.h"
 #include "library/text/tokens.h"
 
@@ -25,23 +26,24 @@ bool Take(Parser_kt& in, char c) {
 }
 
 /// The error for another thing than the expected standing next, which becomes the place.
-rept_kt* Unexpected(Parser_kt& in, int number, const char* expected) {
+rept_kt* Unexpected(Parser_kt& in, const Message<const char*, const char*>& message,
+                    const char* expected) {
     const std::string found = NextToken(in);
-    return in.makeError(number, "expected %s, but found %s", expected, found.c_str());
+    return in.report(message, expected, found.c_str());
 }
 
 void Open(Parser_kt& in, char open) {
     const char name[] = {'\'', open, '\'', 0};
-    if (!Take(in, open)) throw Unexpected(in, num::badList, name);
+    if (!Take(in, open)) throw Unexpected(in, msg::text.badList, name);
 }
 
 /// A pair in parentheses or not. Returns the error that it recorded, or null.
 rept_kt* ReadPair(Parser_kt& in, double (&pair)[2]) {
     const bool opened = Take(in, '(');
     if (in.readDoubles(pair, 2, CommasEN::may) < 2)
-        return Unexpected(in, num::badCoordinate, "a pair of numbers");
+        return Unexpected(in, msg::text.badCoordinate, "a pair of numbers");
     const ParserPos_kt last = in.tokenStart();
-    if (opened && !Take(in, ')')) return Unexpected(in, num::badCoordinate, "')'");
+    if (opened && !Take(in, ')')) return Unexpected(in, msg::text.badCoordinate, "')'");
     in.setTokenStart(last);
     return nullptr;
 }
@@ -54,7 +56,7 @@ rept_kt* ReadIntPair(Parser_kt& in, coord_kt& out) {
     for (const double x : pair) {
         const double rounded = std::floor(x + 0.5);
         if (rounded < lowest || rounded > highest)
-            return in.makeError(num::numberTooLarge, "coordinate %g is too large", x);
+            return in.report(msg::text.coordinateTooLarge, x);
     }
     out = {RoundToInt_kt(pair[0]), RoundToInt_kt(pair[1])};
     return nullptr;
@@ -101,11 +103,9 @@ char** ReadListStrings(PARSER& in, int& count) {
             afterComma = false;
         } else {
             const std::string found = NextToken(in);
-            throw in.makeError(num::badList, "missing '%c' at the end of the list, before %s",
-                               close, found.c_str());
+            throw in.report(msg::text.unclosedList, close, found.c_str());
         }
-        if (entries.size() > MaxListEntries)
-            throw in.makeError(num::badList, "the list has more than %d entries", MaxListEntries);
+        if (entries.size() > MaxListEntries) throw in.report(msg::text.longList, MaxListEntries);
     }
     if (keepEmpty && afterComma) entries.emplace_back(DupStr_kt(""));
     auto array = std::make_unique<char*[]>(entries.size());
@@ -131,7 +131,7 @@ int ReadArray(PARSER& in, T* out, int n) {
         Take(in, ',');
     }
     if (read == n) return n;
-    throw in.makeError(num::wrongListCount, "%d numbers wanted, but %d read", n, read);
+    throw in.report(msg::text.wrongListCount, n, read);
 }
 
 template int ReadArray<Parser_kt, int, true, false, false, false>(Parser_kt& in, int* out, int n);
@@ -149,7 +149,7 @@ void ReadList(PARSER& in, vect_kt<T>& out) {
         const char next = in.peekPunc();
         if (next == close) break;
         const bool more = out.N == out.capacity || (n > 0 && next == ',');
-        if (!more) throw MakeNumberError(in, num::notANumber);
+        if (!more) throw MakeNumberError(in, false);
         if (next == ',') in.skipChar();
     }
     if (!elementText) in.skipChar();

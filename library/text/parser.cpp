@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "library/text/messages.h"
 #include "library/text/state.h"
 #include "library/text/tokens.h"
 #include "library/utilities/numbers.h"
@@ -186,7 +187,7 @@ const char* Parser_CString_kt::pastComment(const char* p) {
     if (state_->commentWarned == nullptr) {
         state_->commentWarned = p;
         const char* const saved = std::exchange(tokenStart_, p);
-        makeWarning(num::unterminatedComment, "unterminated comment");
+        report(msg::text.unterminatedComment);
         tokenStart_ = saved;
     }
     return end_;
@@ -324,7 +325,7 @@ char* Parser_CString_kt::readStringNew() {
 
 void Parser_CString_kt::unterminatedString(const char* quote) {
     setTokenStart(quote);
-    makeError(num::unterminatedString, "unterminated string");
+    report(msg::text.unterminatedString);
 }
 
 void Parser_CString_kt::readQuotedRest(strin_kt& out) {
@@ -399,7 +400,7 @@ double Parser_CString_kt::readDouble() {
     double value = 0;
     numberFailed = readNumbers(&value, 1, CommasEN::none) == 0;
     if (!numberFailed) return value;
-    MakeNumberError(*this, num::notANumber);
+    MakeNumberError(*this, false);
     takeWord();
     return std::numeric_limits<double>::quiet_NaN();
 }
@@ -414,7 +415,7 @@ int Parser_CString_kt::readInt() {
         channel.position = last;
         return value;
     }
-    MakeNumberError(*this, num::notAnInteger);
+    MakeNumberError(*this, true);
     takeWord();
     return 0;
 }

@@ -25,7 +25,7 @@
 #include <string>
 #include <string_view>
 
-#include "library/reports/reports.h"
+#include "library/reports/message.h"
 #include "library/utilities/Utils.h"
 #include "library/utilities/geometry.h"
 
@@ -187,8 +187,22 @@ public:
     /// there is none nothing is skipped. Without a match it ends at the end of the input.
     void skipStructure(char open, char close, bool opened) { doSkipStructure(open, close, opened); }
 
-    // Reports against the present place; see reports.h for the severities. The error makers record
-    // the report as curReport, show it and return it for the caller to throw or not.
+    // Reports against the present place. Each is recorded as curReport (the most severe is kept),
+    // shown, and returned for the caller to throw or not.
+
+    /// A report of that kind, with the arguments of its text.
+    template <class... ARGS>
+    rept_kt* report(const Message<ARGS...>& message, std::type_identity_t<ARGS>... arguments) {
+        return reportRow(&message, arguments...);
+    }
+    /// About an unknown word: shown once per number and word, then counted.
+    template <class... ARGS>
+    rept_kt* reportUnknown(std::string_view word, const Message<ARGS...>& message,
+                           std::type_identity_t<ARGS>... arguments) {
+        return reportUnknownRow(word, &message, arguments...);
+    }
+
+    // The same by number and text; see reports.h for the severities.
     rept_kt* makeError(int number, const char* format, ...) LUMO_PRINTF(3);
     /// From an existing report: the format's first %s receives its message.
     rept_kt* makeError(rept_kt& inner, const char* format, ...);
@@ -221,6 +235,8 @@ protected:
 
 private:
     rept_kt* make(int number, int severity, const char* format, va_list arguments);
+    rept_kt* reportRow(const MessageRow* row, ...);
+    rept_kt* reportUnknownRow(std::string_view word, const MessageRow* row, ...);
     void record(rept_kt* report);
     void stopWhenBudgetSpent();
     void tellProgress(ReportHandler& handler);

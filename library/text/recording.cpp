@@ -1,6 +1,8 @@
 // Reports against a tokenizer's place, and what follows from them.
 #include <algorithm>
 
+#include "library/reports/messages.h"
+#include "library/text/messages.h"
 #include "library/text/parser.h"
 #include "library/text/tokens.h"
 
@@ -37,16 +39,13 @@ std::string NextToken(Parser_kt& in) {
     return CharName_kt(static_cast<unsigned char>(in.peekChar()));
 }
 
-rept_kt* MakeNumberError(Parser_kt& in, int number) {
+rept_kt* MakeNumberError(Parser_kt& in, bool integer) {
     const std::string_view word = in.peekWord();
     in.setTokenStart(in.getPos());
-    const bool integer = number == num::notAnInteger;
-    const char* const wanted = integer ? "an integer" : "a number";
-    if (word.empty() && in.isAtEnd())
-        return in.makeError(num::unexpectedEnd, "unexpected end-of-input");
+    if (word.empty() && in.isAtEnd()) return in.report(msg::text.unexpectedEnd);
     if (word.empty())
-        return in.makeError(number, "expected %s, but found %s", wanted,
-                            CharName_kt(static_cast<unsigned char>(in.peekChar())));
+        return in.report(integer ? msg::text.noInteger : msg::text.noNumber,
+                         CharName_kt(static_cast<unsigned char>(in.peekChar())));
     const char* const last = word.data() + word.size();
     const char* end = word.data();
     double value = 0;
@@ -56,9 +55,8 @@ rept_kt* MakeNumberError(Parser_kt& in, int number) {
     // A number that was refused is too large for where it is wanted.
     const bool tooLarge = integer ? kind == NumberEN::tooLarge && end == last
                                   : kind != NumberEN::none && (end == last || *end == ',');
-    if (tooLarge)
-        return in.makeError(num::numberTooLarge, "number '%s' is too large", Shown(word).c_str());
-    return in.makeError(number, "'%s' is not %s", Shown(word).c_str(), wanted);
+    if (tooLarge) return in.report(msg::text.numberTooLarge, Shown(word).c_str());
+    return in.report(integer ? msg::text.notAnInteger : msg::text.notANumber, Shown(word).c_str());
 }
 
 // ---- Recording -----------------------------------------------------------------------------
@@ -81,6 +79,27 @@ void Parser_kt::setError(rept_kt* report) {
 rept_kt* Parser_kt::make(int number, int severity, const char* format, va_list arguments) {
     rept_kt* const report = VMakeReport(number, severity, format, arguments);
     if (InnermostPlaceSource() != this && report != Okay_rept_kt) describePlace(*report);
+    record(report);
+    return report;
+}
+
+rept_kt* Parser_kt::reportRow(const MessageRow* row, ...) {
+    const int severity = SeverityOf(row->kind);
+    // Nothing is read any more: what follows is no news, and must not cost memory.
+    if (severity == SeverityError && budgetSaid_ && IsError(curReport)) return curReport;
+    va_list arguments;
+    va_start(arguments, row);
+    rept_kt* const report = make(row->number, severity, row->text, arguments);
+    va_end(arguments);
+    if (row->kind == MessageKind::waitingError) report->waits = true;
+    return report;
+}
+
+rept_kt* Parser_kt::reportUnknownRow(std::string_view word, const MessageRow* row, ...) {
+    va_list arguments;
+    va_start(arguments, row);
+    rept_kt* const report = VMakeUnknown(word, row->number, row->text, arguments);
+    va_end(arguments);
     record(report);
     return report;
 }
@@ -142,8 +161,7 @@ rept_kt* Parser_kt::makeWarningUnknown(const strin_kt& word, int number, const c
 
 void Parser_kt::stopWhenBudgetSpent() {
     if (budgetSaid_ || !ErrorBudgetSpent()) return;
-    curReport =
-        newerr_kt(num::tooManyErrors, "too many errors (%d), reading stops here", MaxErrors);
+    curReport = NewReport(msg::reports.tooManyErrors, MaxErrors);
     ShowReport(curReport);
     budgetSaid_ = true;
     jumpToEnd();
@@ -163,8 +181,7 @@ void Parser_kt::checkError() {
     ReportHandler& handler = CurrentReportHandler();
     tellProgress(handler);
     if (handler.cancelled()) {
-        rept_kt* const report = newerr_kt(num::importCancelled, "import cancelled");
-        report->severity = SeverityFatal;
+        rept_kt* const report = NewReport(msg::reports.importCancelled);
         setError(report);
         throw report;
     }
@@ -189,8 +206,8 @@ void Parser_kt::readQuoted(char* out, int size) {
     }
     const std::size_t most = static_cast<std::size_t>(std::max(size, 0));
     if (value.size() > most)
-        makeWarning(num::textCut, "text of %d characters is cut to %d",
-                    static_cast<int>(std::min<std::size_t>(value.size(), 0x7FFFFFFF)), size);
+        report(msg::text.textCut, static_cast<int>(std::min<std::size_t>(value.size(), 0x7FFFFFFF)),
+               size);
     value = value.substr(0, most);
     std::copy(value.begin(), value.end(), out);
     out[value.size()] = 0;

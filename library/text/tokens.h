@@ -16,8 +16,7 @@ std::string Shown(std::string_view token);
 std::string NextToken(Parser_kt& in);
 
 /// Records the error for what stands where a number is expected (consuming blanks only): a word
-/// that is none, a number too large, punctuation, the end of the input. `number` is notANumber or
-/// notAnInteger.
-rept_kt* MakeNumberError(Parser_kt& in, int number);
+/// that is none, a number too large, punctuation, the end of the input.
+rept_kt* MakeNumberError(Parser_kt& in, bool integer);
 
 }  // namespace lumo

@@ -31,11 +31,12 @@ bool Parser_CString_kt::atEmptyElement() const { return channel.position == stat
 // ---- Tags ----------------------------------------------------------------------------------
 
 /// Reports what stands at p (after blanks) instead of the expected.
-rept_kt* XMLMarkup::unexpected(const char* p, int number, const std::string& expected) {
+rept_kt* XMLMarkup::unexpected(const char* p, const Message<const char*, const char*>& message,
+                               const std::string& expected) {
     moveTo(p);
     const std::string found = NextToken(in);
-    if (in.isAtEnd()) return in.makeError(num::unexpectedEnd, "unexpected end-of-input");
-    return in.makeError(number, "expected %s, but found %s", expected.c_str(), found.c_str());
+    if (in.isAtEnd()) return in.report(msg::text.unexpectedEnd);
+    return in.report(message, expected.c_str(), found.c_str());
 }
 
 /// Passes over the declaration or instruction at p.
@@ -46,7 +47,8 @@ void XMLMarkup::skipMarkup(const char* p) {
 
 /// To the next tag, over comments, instructions and declarations; returns the place after its '<',
 /// which may be consumed already. Other text is an error.
-const char* XMLMarkup::toTag(int number, const std::string& expected) {
+const char* XMLMarkup::toTag(const Message<const char*, const char*>& message,
+                             const std::string& expected) {
     const char* p = in.channel.position;
     if (p > in.channel.start && p[-1] == '<' && *p != '<') {
         in.setTokenStart(p - 1);
@@ -56,10 +58,9 @@ const char* XMLMarkup::toTag(int number, const std::string& expected) {
         p = in.pastBlanks(p);
         moveTo(p);
         const bool declaration = StartsWith(p, "<!") && !StartsWith(p, XMLCDataStart);
-        if (*p != '<' || (p[1] == '!' && !declaration)) throw unexpected(p, number, expected);
+        if (*p != '<' || (p[1] == '!' && !declaration)) throw unexpected(p, message, expected);
         if (!declaration && p[1] != '?') return p + 1;
-        if (declaration)
-            in.makeWarning(num::xmlDeclaration, "a declaration among the elements is passed over");
+        if (declaration) in.report(msg::text.xmlDeclaration);
         skipMarkup(p);
         p = in.channel.position;
     }
@@ -67,13 +68,13 @@ const char* XMLMarkup::toTag(int number, const std::string& expected) {
 
 std::string_view XMLMarkup::takeTagName(const char*& p) {
     const std::string_view name = TakeName(p);
-    if (name.empty()) throw unexpected(p, num::badXML, "the name of an element");
+    if (name.empty()) throw unexpected(p, msg::text.badXML, "the name of an element");
     return name;
 }
 
 void XMLMarkup::finishEndTag(const char* p) {
     p = PastWhite(p);
-    if (*p != '>') throw unexpected(p, num::badXML, "'>' at the end of the tag");
+    if (*p != '>') throw unexpected(p, msg::text.badXML, "'>' at the end of the tag");
     in.channel.position = p + 1;
 }
 
@@ -82,20 +83,21 @@ const char* XMLMarkup::takeAttribute(const char* p, std::string_view& name,
                                      std::string_view& value) {
     const char* const start = p;
     name = TakeName(p);
-    if (name.empty()) throw unexpected(p, num::badXML, "an attribute or '>'");
+    if (name.empty()) throw unexpected(p, msg::text.badXML, "an attribute or '>'");
     p = PastWhite(p);
-    if (*p != '=') throw unexpected(p, num::badXML, Format("'=' after '%s'", Shown(name).c_str()));
+    if (*p != '=')
+        throw unexpected(p, msg::text.badXML, Format("'=' after '%s'", Shown(name).c_str()));
     p = PastWhite(p + 1);
     const char quote = *p;
     if (quote != '"' && quote != '\'')
-        throw unexpected(p, num::badXML, Format("a quoted value of '%s'", Shown(name).c_str()));
+        throw unexpected(p, msg::text.badXML,
+                         Format("a quoted value of '%s'", Shown(name).c_str()));
     const char ends[] = {quote, '<', 0};  // a '<' cannot stand in a value
     const char* const last = p + 1 + std::strcspn(p + 1, ends);
     value = ViewOf(p + 1, last);
     if (*last == quote) return last + 1;
     moveTo(start);
-    throw in.makeError(num::badXML, "the value of attribute '%s' has no closing quote",
-                       Shown(name).c_str());
+    throw in.report(msg::text.openValue, Shown(name).c_str());
 }
 
 /// The rest of a start tag.
@@ -186,7 +188,7 @@ void ReadTag(Parser_CString_kt& in, XMLTag& tag) {
         tag.closes = true;
         return;
     }
-    if (!markup.takePlainTag(tag)) markup.readTagAt(markup.toTag(num::badXML, "a tag"), tag);
+    if (!markup.takePlainTag(tag)) markup.readTagAt(markup.toTag(msg::text.badXML, "a tag"), tag);
 }
 
 bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, strin_kt& value) {
@@ -209,17 +211,17 @@ void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) {
     const ParserPos_kt before = in.getPos();
     if (markup.takeEmptyElement()) {
         if (tag.view() == markup.state.emptyName) return;
-        throw markup.unexpected(before, num::wrongClosingTag, expected);
+        throw markup.unexpected(before, msg::text.wrongClosingTag, expected);
     }
-    const char* p = markup.toTag(num::wrongClosingTag, expected);
+    const char* p = markup.toTag(msg::text.wrongClosingTag, expected);
     const ParserPos_kt start = in.tokenStart();
     const bool isEnd = *p == '/';
     if (isEnd) ++p;
     const std::string_view name = markup.takeTagName(p);
     if (!isEnd || name != tag.view()) {
         in.setTokenStart(start);
-        throw in.makeError(num::wrongClosingTag, "expected %s, but found <%s%s>", expected.c_str(),
-                           isEnd ? "/" : "", Shown(name).c_str());
+        throw in.report(msg::text.wrongClosingTag, expected.c_str(),
+                        Format("<%s%s>", isEnd ? "/" : "", Shown(name).c_str()).c_str());
     }
     markup.finishEndTag(p);
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "library/text/messages.h"
 #include "library/text/state.h"
 #include "library/text/xml.h"
 
@@ -37,8 +38,10 @@ struct XMLMarkup {
     const char* pastBlanks(const char* p) { return in.pastBlanks(p); }
     void skipMarkup(const char* p);
 
-    rept_kt* unexpected(const char* p, int number, const std::string& expected);
-    const char* toTag(int number, const std::string& expected);
+    rept_kt* unexpected(const char* p, const Message<const char*, const char*>& message,
+                        const std::string& expected);
+    const char* toTag(const Message<const char*, const char*>& message,
+                      const std::string& expected);
     std::string_view takeTagName(const char*& p);
     void finishEndTag(const char* p);
     const char* takeAttribute(const char* p, std::string_view& name, std::string_view& value);

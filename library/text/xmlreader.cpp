@@ -18,7 +18,7 @@ bool XMLReader::toTag() {
         } else if (p[1] != '!' && p[1] != '?') {
             return true;
         } else if (p[1] == '!' && rootSeen_) {
-            in_.makeWarning(num::xmlDeclaration, "a declaration among the elements is passed over");
+            in_.report(msg::text.xmlDeclaration);
         }
         markup.skipMarkup(p);
     }
@@ -30,8 +30,7 @@ void XMLReader::passText() {
     strin_kt text;
     in_.readToChar("", text);
     if (text.isEmpty()) return;
-    in_.makeWarning(num::strayText, "text among the elements is passed over: '%s'",
-                    Shown(text.view()).c_str());
+    in_.report(msg::text.strayText, Shown(text.view()).c_str());
     in_.checkError();
 }
 
@@ -64,8 +63,7 @@ bool XMLReader::readTag() {
 
 void XMLReader::neverClosed() {
     in_.setTokenStart(open_.top().place);
-    in_.makeError(num::elementNeverClosed, "element '%s' is never closed",
-                  Shown(open_.top().name).c_str());
+    in_.report(msg::text.elementNeverClosed, Shown(open_.top().name).c_str());
     open_.pop();
     in_.checkError();
 }
@@ -74,7 +72,7 @@ void XMLReader::neverClosed() {
 /// it, which then reads it again.
 bool XMLReader::leaves() {
     if (!open_.holds(tag_.name)) {
-        in_.makeError(num::strayEndTag, "</%s> closes nothing", Shown(tag_.name).c_str());
+        in_.report(msg::text.strayEndTag, Shown(tag_.name).c_str());
         in_.checkError();
         return false;
     }
@@ -107,10 +105,10 @@ bool XMLReader::nextChild() {
         return true;
     }
     if (depth() == 0 && !in_.isAtEnd()) {
-        in_.makeWarning(num::afterRoot, "what follows the root element is passed over");
+        in_.report(msg::text.afterRoot);
         in_.jumpToEnd();
     } else if (depth() > 0) {
-        if (!ended_) in_.makeError(num::unexpectedEnd, "unexpected end-of-input");
+        if (!ended_) in_.report(msg::text.unexpectedEnd);
         ended_ = true;
         open_.pop();
     }
@@ -123,9 +121,7 @@ void XMLReader::readText(strin_kt& out) {
         in_.readToChar("", out);
         if (XMLMarkup(in_).takePlainEndTag(open_.top().name)) return open_.pop();
         if (!nextChild()) return;
-        in_.makeWarningUnknown(std::string(tag_.name).c_str(), num::elementInText,
-                               "element '%s' within a text is passed over",
-                               Shown(tag_.name).c_str());
+        in_.reportUnknown(tag_.name, msg::text.elementInText, Shown(tag_.name).c_str());
         skipElement();
     }
 }

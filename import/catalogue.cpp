@@ -1,0 +1,34 @@
+// All reports: the rows of every format, then what formats share.
+#include "library/reports/catalogue.h"
+
+#include "import/catalogue_old.h"
+#include "import/ergo_messages.h"
+#include "import/messages.h"
+
+namespace lumo {
+
+namespace {
+
+std::vector<MessageRow> AllRows() {
+    std::vector<MessageRow> all;
+    const auto add = [&all](const auto& rows) { all.insert(all.end(), rows.begin(), rows.end()); };
+    add(OldHuginRows());
+    add(OldDscRows());
+    add(OldDXPressRows());
+    add(RowsOf(msg::ergo));
+    add(OldXMLBIFRows());
+    add(RowsOf(msg::text));
+    add(RowsOf(msg::model));
+    add(RowsOf(msg::import));
+    add(RowsOf(msg::reports));
+    return all;
+}
+
+}  // namespace
+
+std::span<const MessageRow> ReportCatalogue() {
+    static const std::vector<MessageRow> rows = AllRows();
+    return rows;
+}
+
+}  // namespace lumo

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <span>
+
+#include "library/reports/message.h"
+
+namespace lumo {
+
+std::span<const MessageRow> OldHuginRows();
+std::span<const MessageRow> OldDscRows();
+std::span<const MessageRow> OldDXPressRows();
+std::span<const MessageRow> OldXMLBIFRows();
+
+}  // namespace lumo

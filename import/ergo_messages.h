@@ -1,0 +1,52 @@
+// The Ergo reader's reports.
+#pragma once
+
+#include "import/messages.h"
+
+namespace lumo {
+
+struct ErgoMessages {
+    Message<> notErgo{
+        -3469,
+        MessageKind::waitingError,
+        "File does not start in the original simple Ergo format; perhaps it is in the newer Ergo "
+        "format (.ent)",
+        OfErgo,
+        "the first token is no integer. Newer Ergo programs write `.ent` files, another format: "
+        "save the net in the original one",
+        {"net", 1, 1}};
+    Message<const char*, int> parentOutOfBounds{
+        -2316,
+        MessageKind::error,
+        "when adding links to >-node %s, parent is declared as %d, but that is out-of-bounds",
+        OfErgo,
+        "parents are counted from 1 to N; in a file whose parents count from 0, add 1 to each",
+        {"2 2 2\n0\n1 3", 3, 3}};
+    Message<int, int, int> wrongProbabilityCount{
+        -2317,
+        MessageKind::error,
+        "%d probabilities for >-node %d, but expected %d",
+        OfErgo,
+        "the count must be the product of the states of the node and of its parents (the node is "
+        "counted from 0)",
+        {"1 2 0 3 1 0 0", 1, 7}};
+    Message<int> outOfMemoryForTable{-2318, MessageKind::outOfMemory, "for >-CPTable of >-node %d",
+                                     OfErgo, "the table does not fit into memory"};
+    Message<int, const char*, long long> impossibleCount{
+        -5230,
+        MessageKind::error,
+        "%d %s cannot be: the rest of the file has %lld bytes",
+        OfErgo,
+        "a count is negative, or larger than what the rest of the file can hold: a number before "
+        "it is missing or too many",
+        {"9", 1, 1}};
+    Message<int, int, int> tableTooLarge{
+        -5087, MessageKind::error, "the table of >-node %d wants %d entries, but the limit is %d",
+        OfErgo, msg::model.tableTooLarge.cure};
+};
+
+namespace msg {
+inline constexpr ErgoMessages ergo;
+}
+
+}  // namespace lumo

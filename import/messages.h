@@ -1,0 +1,51 @@
+// The reports of the entry, and those that several readers share.
+#pragma once
+
+#include "library/model/messages.h"
+#include "library/reports/messages.h"
+#include "library/text/messages.h"
+
+namespace lumo {
+
+struct ImportMessages {
+    Message<const char*> couldNotRead{
+        -3468, MessageKind::error, "couldn't read file '%s' into memory", OfAny,
+        "the notice before it says why: the file is missing, no file, not readable, or too large"};
+    Message<int> unknownFormatCode{-5004, MessageKind::error, "unknown format code %d", OfAny,
+                                   "the program that called the library gave a format that is "
+                                   "none"};
+    Message<const char*> outOfMemoryReading{-5000, MessageKind::outOfMemory, "while reading '%s'",
+                                            OfAny, msg::reports.outOfMemory.cure};
+    Message<const char*, long long, int> tableTooLarge{
+        -5087, MessageKind::error, "the table of >-node '%s' needs %lld entries, the limit is %d",
+        OfAny, msg::model.tableTooLarge.cure};
+    Message<const char*, long long, long long> badTable{
+        -5049,
+        MessageKind::error,
+        "the data of >-node '%s' should be %lld numbers, but %lld were read",
+        OfHugin,
+        "the list has too few or too many numbers for the states of the node and its parents; the "
+        "node keeps its parents and gets no table",
+        {"net {} node a { states = (\"x\" \"y\"); } potential (a) { data = (1); }", 1, 65}};
+    Message<const char*> tableShape{
+        -5050, MessageKind::warning, "%s; the numbers are taken in their written order", OfHugin,
+        "the parentheses contradict the states of the parents in the header. When the parents are "
+        "in another order than the data, change the header"};
+    Message<int> openBrackets{-5050,
+                              MessageKind::warning,
+                              "%d '(' of the data list are not closed",
+                              OfHugin,
+                              tableShape.cure,
+                              {"net {} node a { states = (\"x\" \"y\"); } potential (a) { data = "
+                               "((1 0); }",
+                               1, 62}};
+    Message<double> badScale{-5098, MessageKind::warning,
+                             "positions cannot be scaled by %g, so they keep their size", OfAny,
+                             "the zoom is zero, negative or beyond all screens"};
+};
+
+namespace msg {
+inline constexpr ImportMessages import;
+}
+
+}  // namespace lumo

@@ -1,0 +1,140 @@
+// Kinds of reports. Each is one row - number, kind, text, formats, cause and cure, an example -
+// from which it is made (NewReport, Parser_kt::report) and explained (catalogue.h).
+//
+// The rows of a room or a format are the members of one struct, whose only object is named after
+// it in the namespace msg:
+//
+//     struct ErgoMessages {
+//         Message<const char*, int> parentOutOfBounds{
+//             -2316, MessageKind::error, "node %s: parent %d is out-of-bounds", OfErgo,
+//             "parents are counted from 1", {"2 2 2\n0\n1 3", 3, 3}};
+//     };
+//     namespace msg { inline constexpr ErgoMessages ergo; }
+//
+// and reported with arguments that the compiler has held against the text:
+//
+//     in.report(msg::ergo.parentOutOfBounds, node.name(), parent);
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstdarg>
+#include <string_view>
+#include <type_traits>
+
+#include "library/reports/reports.h"
+
+namespace lumo {
+
+/// The formats whose readers make a report, as a set of bits; any format has all of them.
+enum FormatSetEN : unsigned {
+    OfHugin = 1U << 0,
+    OfDsc = 1U << 1,
+    OfDXPress = 1U << 2,
+    OfErgo = 1U << 3,
+    OfXMLBIF = 1U << 4,
+    OfBIF = 1U << 5,
+    OfXDSL = 1U << 6,
+    OfUAI = 1U << 7,
+    OfAny = ~0U,
+};
+
+enum class MessageKind : unsigned char {
+    question,
+    notice,
+    warning,
+    error,
+    waitingError,  ///< an error that asks for the user's acknowledgement
+    outOfMemory,   ///< fatal; "out of memory (8 bytes wanted) " stands before its text
+    fatal,
+};
+
+/// SeverityEN of the reports of that kind; a question has SeverityOkay.
+constexpr int SeverityOf(MessageKind kind) {
+    constexpr int severities[] = {SeverityOkay,  SeverityNotice, SeverityWarning, SeverityError,
+                                  SeverityError, SeverityFatal,  SeverityFatal};
+    return severities[static_cast<int>(kind)];
+}
+
+/// The smallest text that provokes a report, and the place where it does.
+struct Example {
+    const char* text = nullptr;  ///< null: there is none
+    int line = 0;                ///< from 1; 0: the report has no place
+    int column = 0;              ///< from 1, in bytes
+    unsigned format = 0;         ///< of the FormatSetEN; 0: the first of the row's formats
+};
+
+/// One kind of report. Several rows may share a number, where one cause has several texts.
+struct MessageRow {
+    int number;
+    MessageKind kind;
+    const char* text;  ///< a printf format, with the marker ">-" before some nouns
+    unsigned formats;  ///< FormatSetEN bits
+    const char* cure;  ///< what it means and what to do, as Markdown
+    Example example;
+};
+
+/// Whether the printf format takes arguments of just these types: int, long long, double and
+/// const char*.
+template <class... ARGS>
+constexpr bool TakesArguments(std::string_view format) {
+    constexpr char wanted[] = {(std::is_same_v<ARGS, int>           ? 'i'
+                                : std::is_same_v<ARGS, long long>   ? 'l'
+                                : std::is_same_v<ARGS, double>      ? 'g'
+                                : std::is_same_v<ARGS, const char*> ? 's'
+                                                                    : '?')...,
+                               '\0'};
+    std::size_t next = 0;
+    const auto takes = [&](char type) { return wanted[next] == type && ++next < sizeof wanted; };
+    for (std::size_t at = format.find('%'); at != format.npos; at = format.find('%', at)) {
+        const std::size_t end = format.find_first_of("cdigesf%", ++at);
+        if (end == format.npos) return false;
+        const std::string_view flags = format.substr(at, end - at);
+        if (flags.find('*') != flags.npos && !takes('i')) return false;
+        const char conversion = format[end];
+        at = end + 1;
+        if (conversion == '%') continue;
+        const bool integer = conversion == 'd' || conversion == 'i' || conversion == 'c';
+        if (!takes(integer ? (flags.ends_with("ll") ? 'l' : 'i') : conversion == 's' ? 's' : 'g'))
+            return false;
+    }
+    return wanted[next] == '\0';
+}
+
+/// A kind of report whose text takes arguments of the types ARGS.
+template <class... ARGS>
+struct Message : MessageRow {
+    constexpr Message(int aNumber, MessageKind aKind, const char* aText, unsigned itsFormats,
+                      const char* itsCure, Example anExample = {})
+        : MessageRow{aNumber, aKind, aText, itsFormats, itsCure, anExample} {
+        if (!TakesArguments<ARGS...>(aText)) throw "the text takes other arguments";
+    }
+};
+
+/// The rows of a struct of messages, in the order of its members.
+template <class MESSAGES>
+auto RowsOf(const MESSAGES& messages) {
+    return std::bit_cast<std::array<MessageRow, sizeof(MESSAGES) / sizeof(MessageRow)>>(messages);
+}
+
+/// What the templates below call, whose arguments the compiler has checked.
+rept_kt* NewRowReport(const MessageRow* row, ...);
+rept_kt* NewMemoryRowReport(const MessageRow* row, double bytes, ...);
+/// Shows nothing, like VMakeReport.
+rept_kt* VMakeRowReport(const MessageRow& row, va_list arguments);
+
+/// Makes a report of that kind. A warning or notice is shown at once, against the budget; an error
+/// when it is recorded, or by the import's entry. Never null, see "Making reports" in reports.h.
+template <class... ARGS>
+rept_kt* NewReport(const Message<ARGS...>& message, std::type_identity_t<ARGS>... arguments) {
+    return NewRowReport(&message, arguments...);
+}
+
+/// An out-of-memory report; bytes is what could not be obtained (0: unknown).
+template <class... ARGS>
+rept_kt* NewMemoryReport(const Message<ARGS...>& message, double bytes,
+                         std::type_identity_t<ARGS>... arguments) {
+    return NewMemoryRowReport(&message, bytes, arguments...);
+}
+
+}  // namespace lumo

@@ -1,0 +1,135 @@
+// The tokenizer's reports.
+#pragma once
+
+#include "library/reports/message.h"
+
+namespace lumo {
+
+struct TextMessages {
+    Message<> unexpectedEnd{
+        -4108,
+        MessageKind::error,
+        "unexpected end-of-input",
+        OfAny,
+        "the file breaks off where more must follow. Get it again; what was read is kept",
+        {"1 2", 1, 4, OfErgo}};
+    Message<const char*> notANumber{
+        -5040,
+        MessageKind::error,
+        "'%s' is not a number",
+        OfAny,
+        "correct the number at that place. There is a decimal point, never a comma; fractions, "
+        "`inf` and `nan` are no numbers",
+        {"1 2 0 2 0.5 x", 1, 13, OfErgo}};
+    Message<const char*> noNumber{-5040, MessageKind::error, "expected a number, but found %s",
+                                  OfAny, notANumber.cure,    {"1 2 0 2 0.5 \"", 1, 13, OfErgo}};
+    Message<const char*> numberTooLarge{-5041,
+                                        MessageKind::error,
+                                        "number '%s' is too large",
+                                        OfAny,
+                                        "the number does not fit its type. Correct it",
+                                        {"1 2 0 2 0.5 1e99", 1, 13, OfErgo}};
+    Message<double> coordinateTooLarge{
+        -5041, MessageKind::error,  "coordinate %g is too large",
+        OfAny, numberTooLarge.cure, {"net {} node a { position = (1e10 0); }", 1, 34, OfHugin}};
+    Message<const char*> notAnInteger{-5042,
+                                      MessageKind::error,
+                                      "'%s' is not an integer",
+                                      OfAny,
+                                      "correct the number at that place",
+                                      {"1 x", 1, 3, OfErgo}};
+    Message<const char*> noInteger{-5042, MessageKind::error, "expected an integer, but found %s",
+                                   OfAny, notAnInteger.cure,  {"1 \"", 1, 3, OfErgo}};
+    Message<> unterminatedString{-5043,
+                                 MessageKind::error,
+                                 "unterminated string",
+                                 OfAny,
+                                 "the quote at that place is never closed, or swallows the fields "
+                                 "behind it. Close it",
+                                 {"net {} node a { label = \"x", 1, 25, OfHugin}};
+    Message<> unterminatedComment{-5044,
+                                  MessageKind::warning,
+                                  "unterminated comment",
+                                  OfAny,
+                                  "the comment at that place is never closed",
+                                  {"1 2 /* 0", 1, 5, OfErgo}};
+    Message<int, int> textCut{-5045, MessageKind::warning, "text of %d characters is cut to %d",
+                              OfAny, "names and single-line values keep 255 bytes"};
+    Message<const char*, const char*> badCoordinate{
+        -5046,
+        MessageKind::error,
+        "expected %s, but found %s",
+        OfAny,
+        "a position or size is not a pair of numbers, `(x y)` or `(x, y)`",
+        {"net {} node a { position = 5; }", 1, 29, OfHugin}};
+    Message<const char*, const char*> badList{
+        -5047,
+        MessageKind::error,
+        "expected %s, but found %s",
+        OfAny,
+        "a list lacks its opening or closing bracket, or holds something else than its entries",
+        {"net {} node a { states = 5; }", 1, 26, OfHugin}};
+    Message<int, const char*> unclosedList{
+        -5047, MessageKind::error, "missing '%c' at the end of the list, before %s",
+        OfAny, badList.cure,       {"net {} node a { states = (\"x\"; }", 1, 30, OfHugin}};
+    Message<int> longList{-5047, MessageKind::error, "the list has more than %d entries", OfAny,
+                          badList.cure};
+    Message<int, int> wrongListCount{-5048, MessageKind::error, "%d numbers wanted, but %d read",
+                                     OfDsc, "a tuple has not one number for each parent"};
+    Message<const char*, const char*> badXML{
+        -5051,
+        MessageKind::error,
+        "expected %s, but found %s",
+        OfXMLBIF | OfXDSL,
+        "the markup is not well-formed (any XML checker names the place); `<` in a text is written "
+        "`&lt;`",
+        {"<BIF VERSION 0.3>", 1, 14, OfXMLBIF}};
+    Message<const char*> openValue{-5051,
+                                   MessageKind::error,
+                                   "the value of attribute '%s' has no closing quote",
+                                   OfXMLBIF | OfXDSL,
+                                   badXML.cure,
+                                   {"<BIF VERSION=\"0.3>", 1, 6, OfXMLBIF}};
+    Message<const char*, const char*> wrongClosingTag{
+        -5052,
+        MessageKind::error,
+        "expected %s, but found %s",
+        OfXMLBIF | OfXDSL,
+        "the end tag of a text element differs from its start tag. Write the one the message "
+        "names",
+        {"<BIF VERSION=\"0.3\"><NETWORK><NAME>a</NAM>", 1, 36, OfXMLBIF}};
+    Message<> xmlDeclaration{
+        -5053,
+        MessageKind::warning,
+        "a declaration among the elements is passed over",
+        OfXMLBIF | OfXDSL,
+        "`<!...>` stands before the root alone. Delete it, or write a comment",
+        {"<BIF VERSION=\"0.3\"><!ELEMENT X><NETWORK></NETWORK></BIF>", 1, 20, OfXMLBIF}};
+    Message<const char*> strayText{
+        -5260, MessageKind::warning, "text among the elements is passed over: '%s'",
+        OfXMLBIF | OfXDSL,
+        "text stands where only elements can. Delete it, or write it as a comment"};
+    Message<const char*> elementNeverClosed{
+        -5261,
+        MessageKind::error,
+        "element '%s' is never closed",
+        OfXMLBIF | OfXDSL,
+        "the end tag is missing; what stands behind the start tag is read as if that were not "
+        "there. Write the end tag",
+        {"<BIF VERSION=\"0.3\"><NETWORK><NOTE></NETWORK></BIF>", 1, 29, OfXMLBIF}};
+    Message<const char*> strayEndTag{-5262, MessageKind::error, "</%s> closes nothing",
+                                     OfXMLBIF | OfXDSL,
+                                     "the end tag has no start tag. Delete it, or write one"};
+    Message<const char*> elementInText{
+        -5263, MessageKind::warning, "element '%s' within a text is passed over", OfXMLBIF | OfXDSL,
+        "the text around it is kept. Write the element elsewhere, or its `<` as `&lt;`"};
+    Message<> afterRoot{-5264, MessageKind::warning, "what follows the root element is passed over",
+                        OfXMLBIF | OfXDSL,
+                        "an XML file holds one element. Put the second into a file of its own"};
+};
+
+namespace msg {
+inline constexpr TextMessages text;
+}
+
+}  // namespace lumo

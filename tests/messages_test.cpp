@@ -1,0 +1,141 @@
+// The kinds of reports: each is provoked by its own example, and the documentation's tables, which
+// are made of them. Run with LUMO_UPDATE=1 after a change, the tables are written anew.
+#include "library/reports/catalogue.h"
+
+#include <cstring>
+#include <map>
+
+#include "export/result.h"
+#include "import/detect.h"
+#include "library/reports/message.h"
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+const std::string docs = DOCS "/";
+constexpr std::string_view begin = "<!-- reports -->\n";
+constexpr std::string_view end = "<!-- end of reports -->\n";
+
+std::string Numbers(const std::vector<const MessageRow*>& rows) {
+    std::vector<int> numbers;
+    for (const MessageRow* row : rows)
+        if (std::ranges::find(numbers, row->number) == numbers.end())
+            numbers.push_back(row->number);
+    std::string text;
+    for (const int number : numbers) text += (text.empty() ? "" : ", ") + std::to_string(number);
+    return text;
+}
+
+/// The text as a cell of a table.
+std::string Cell(std::string text) {
+    for (std::size_t at = 0; (at = text.find('|', at)) != std::string::npos; at += 2)
+        text.insert(at, "\\");
+    return text;
+}
+
+/// An example as code, when it can stand in a cell.
+std::string ExampleCell(const MessageRow& row) {
+    const Example& example = row.example;
+    const std::string_view text = example.text == nullptr ? "" : example.text;
+    if (text.empty() || text.find_first_of("\n`\xFF") != text.npos || text.size() > 90) return "";
+    return ". Example: `" + std::string(text) + "`";
+}
+
+std::string TableOf(unsigned format) {
+    std::string table = "| number | kind | message | cause and cure |\n|---|---|---|---|\n";
+    for (const auto& rows : GroupedReports(format)) {
+        const MessageRow& row = *rows[0];
+        const char* const kind =
+            row.kind == MessageKind::question ? "question" : SeverityName(SeverityOf(row.kind));
+        table += "| " + Numbers(rows) + " | " + kind + " | " + Cell(MessagesOf(rows)) + " | " +
+                 Cell(row.cure + ExampleCell(row)) + " |\n";
+    }
+    return table;
+}
+
+void ExpectTable(const std::string& page, unsigned format) {
+    const std::string text = ReadFile(docs + page);
+    const std::size_t first = text.find(begin);
+    const std::size_t last = text.find(end);
+    ASSERT_TRUE(first != std::string::npos && last != std::string::npos) << page;
+    ExpectFile(docs + page,
+               text.substr(0, first + begin.size()) + TableOf(format) + text.substr(last));
+}
+
+TEST(Messages, AreWhatTheDocumentationSays) {
+    for (const FormatInfo& format : Formats())
+        ExpectTable(format.name + std::string(".md"), format.bit);
+    ExpectTable("limits.md", OfAny);
+}
+
+TEST(Messages, HaveOneKindAndCureANumber) {
+    std::map<int, const MessageRow*> first;
+    for (const MessageRow& row : ReportCatalogue()) {
+        EXPECT_LT(row.number, 0) << row.text;
+        const MessageRow& other = *first.emplace(row.number, &row).first->second;
+        EXPECT_EQ(SeverityOf(other.kind), SeverityOf(row.kind)) << row.number;
+        EXPECT_STREQ(other.cure, row.cure) << row.number;
+    }
+    EXPECT_TRUE(FindReport(0).empty());
+}
+
+TEST(Messages, TakeTheArgumentsOfTheirTexts) {
+    static_assert(TakesArguments<>("100%% of it"));
+    static_assert(TakesArguments<const char*, int, long long, double>("%s %d %lld %g"));
+    static_assert(TakesArguments<int, const char*, int>("%.*s %c"));
+    static_assert(!TakesArguments<int>("%s") && !TakesArguments<>("%d") &&
+                  !TakesArguments<int>(""));
+    static_assert(!TakesArguments<int>("%lld") && !TakesArguments<const char*>("%.*s"));
+}
+
+/// Whether the message can come of the row: what stands between its conversions follows in it.
+bool Fits(const MessageRow& row, std::string_view message) {
+    for (std::string text = MessageOf(row); !text.empty();) {
+        const std::size_t dots = text.find("...");
+        const std::string literal = text.substr(0, dots);
+        const std::size_t at = message.find(literal);
+        if (at == message.npos) return false;
+        message.remove_prefix(at + literal.size());
+        text.erase(0, dots == std::string::npos ? text.size() : dots + 3);
+    }
+    return true;
+}
+
+class Examples : public ::testing::TestWithParam<const MessageRow*> {};
+
+TEST_P(Examples, ProvokeTheirReport) {
+    const MessageRow& row = *GetParam();
+    const unsigned wanted = row.example.format != 0 ? row.example.format : row.formats;
+    const auto format = std::ranges::find_if(
+        Formats(), [wanted](const FormatInfo& info) { return (info.bit & wanted) != 0; });
+    ASSERT_NE(format, Formats().end());
+    const Imported got = ImportText(row.example.text, format->code);
+    const bool found = std::ranges::any_of(got.seen.reports, [&row](const Seen& seen) {
+        return seen.number == row.number && seen.severity == SeverityOf(row.kind) &&
+               Fits(row, seen.message) &&
+               (row.example.line == 0 ||
+                (seen.line == row.example.line && seen.column == row.example.column));
+    });
+    EXPECT_TRUE(found) << "wanted " << row.number << ' ' << row.example.line << ':'
+                       << row.example.column << ' ' << row.text << "\nof " << row.example.text
+                       << "\ngot\n"
+                       << got.seen.text();
+    ExpectConsistent(got.net.get());
+}
+
+std::vector<const MessageRow*> RowsWithExamples() {
+    std::vector<const MessageRow*> rows;
+    for (const MessageRow& row : ReportCatalogue())
+        if (row.example.text != nullptr) rows.push_back(&row);
+    return rows;
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, Examples, ::testing::ValuesIn(RowsWithExamples()),
+                         [](const auto& row) {
+                             return "of" + std::to_string(-row.param->number) + "_" +
+                                    std::to_string(row.index);
+                         });
+
+}  // namespace
+}  // namespace lumo::test
