@@ -4,6 +4,7 @@
 #include "import/catalogue_old.h"
 #include "import/ergo_messages.h"
 #include "import/messages.h"
+#include "import/xmlbif_messages.h"
 
 namespace lumo {
 
@@ -16,7 +17,7 @@ std::vector<MessageRow> AllRows() {
     add(OldDscRows());
     add(OldDXPressRows());
     add(RowsOf(msg::ergo));
-    add(OldXMLBIFRows());
+    add(RowsOf(msg::xmlbif));
     add(RowsOf(msg::text));
     add(RowsOf(msg::model));
     add(RowsOf(msg::import));
