@@ -63,10 +63,7 @@ bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
 
 /// Readers make rows sum to 1.
 bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
-    return !KeepsTable(plan, node) || AllRows(plan.tables().of(node), node, nullptr,
-                                              [](const float* row, const RowNumbers& numbers) {
-                                                  return numbers.keepsRow(row);
-                                              });
+    return !KeepsTable(plan, node) || KeepsRows(plan.tables().of(node), node);
 }
 
 bool KeepsGroups(const Plan&, const Bnode_bn& node) {

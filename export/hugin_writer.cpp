@@ -169,11 +169,11 @@ bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
 
 bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
     if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return true;
-    const float* experience = node.relation.exper;
+    const float* table = plan.tables().of(node);
+    if (node.relation.exper == nullptr) return KeepsRows(table, node);
     return AllRows(
-        plan.tables().of(node), node, experience, [&](const float* row, const RowNumbers& numbers) {
-            return numbers.keepsRow(row) && (experience != nullptr || numbers.keepsWeight());
-        });
+        table, node, node.relation.exper,
+        [](const float* row, const RowNumbers& numbers) { return numbers.keepsRow(row); });
 }
 
 /// Experience of 1 throughout is as none to readers.

@@ -80,6 +80,11 @@ int Zeros(std::int64_t number) {
     return zeros;
 }
 
+/// Whether a part of a sum is read as the number.
+bool IsCloseTo(float number, float part, double sum) {
+    return sum == 0 || AreClose(static_cast<float>(static_cast<double>(part) / sum), number);
+}
+
 /// One with that many places, as a whole number.
 std::int64_t OneWith(int places) { return PowersOf10[static_cast<std::size_t>(places)]; }
 
@@ -153,7 +158,9 @@ void RowNumbers::choose(const float* row, int count, float weight) {
     });
     if (weight != 1 && chooseCounts()) return;
     if (scale != std::round(scale) || scale > mostTimes) return;
-    if (chooseDecimals(row, 0) || chooseDecimals(row, 1)) times_ = static_cast<std::int64_t>(scale);
+    const bool exact = chooseDecimals(row, 0);
+    if (exact || chooseDecimals(row, 1)) times_ = static_cast<std::int64_t>(scale);
+    if (!exact && !keepsRow(row)) times_ = 0;
 }
 
 void RowNumbers::write(TextOut& out, std::string_view separator) const {
@@ -178,9 +185,19 @@ double RowNumbers::sum() const {
 
 bool RowNumbers::keepsRow(const float* row) const {
     const double sum = this->sum();
-    for (std::size_t i = 0; i < floats_.size() && sum != 0; ++i)
-        if (!AreClose(static_cast<float>(static_cast<double>(asRead(i)) / sum), row[i]))
-            return false;
+    for (std::size_t i = 0; i < floats_.size(); ++i)
+        if (!IsCloseTo(row[i], asRead(i), sum)) return false;
+    return true;
+}
+
+bool KeepsRows(const float* table, const Bnode_bn& node) {
+    const int states = node.numStates();
+    for (int rows = NumProduct(node.parents); rows > 0; --rows, table += states) {
+        double sum = 0;
+        for (int i = 0; i < states; ++i) sum += static_cast<double>(table[i]);
+        for (int i = 0; i < states; ++i)
+            if (!IsCloseTo(table[i], table[i], sum)) return false;
+    }
     return true;
 }
 

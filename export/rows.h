@@ -74,6 +74,10 @@ bool AllRows(const float* table, const Bnode_bn& node, const float* experience, 
     return true;
 }
 
+/// Whether a reader that makes the rows of a table sum to 1 gets its floats, but for one unit in
+/// the last place, from what RowNumbers chooses.
+bool KeepsRows(const float* table, const Bnode_bn& node);
+
 /// Whether the values are equal but for one unit in the last place.
 bool AreClose(float a, float b);
 

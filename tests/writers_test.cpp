@@ -129,6 +129,9 @@ probability ( Lawn | Rain, Tap ) {
         const std::string text = WriteAs(format).text;
         EXPECT_NE(text.find(part), std::string::npos) << text << "\nwithout\n" << part;
     }
+    EXPECT_NE(
+        WriteAs("hugin", "net { } node A { co\xF6l = \"x\"; }").text.find("co\xC3\xB6l = \"x\";"),
+        std::string::npos);
 }
 
 TEST(Writers, LossesAreCounted) {
