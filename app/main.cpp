@@ -13,7 +13,6 @@
 #include "app/summary.h"
 #include "export/placing.h"
 #include "export/text.h"
-#include "import/ForeignFile.h"
 
 namespace lumo::app {
 namespace {
@@ -85,8 +84,11 @@ int Run(int argc, char** argv) {
     if (const std::optional<int> exitCode = ParseArguments(argc, argv, options)) return *exitCode;
     if (options.command == CommandEN::explain) return ExplainAll(options.files);
     if (options.command == CommandEN::formats) return ShowFormats();
-    Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref = options.createStateNames;
-    Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref = options.createStateNames;
+    // For the readers that do not look at the options yet.
+    Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref =
+        options.reading.createStateNamesDsc;
+    Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref =
+        options.reading.createStateNamesXMLBIF;
     if (options.files.size() > 1) return RunBatch(options, WorkOnFile);
     Console console(options);
     return WorkOnFile(options.files.front(), options, console);

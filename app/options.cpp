@@ -37,6 +37,9 @@ Options:
       --from FORMAT          format of the files, instead of detecting it: %s
       --condense yes|no      keep noisy-max tables as parameters, without asking
       --layout auto|file     convert: where nodes are drawn, instead of the file where it says so
+      --normalize            scale rows of nature nodes that do not sum to 1
+      --class NAME           the class to read of a file that has several (hugin)
+      --strict               read by the letter of the format, which loses more
       --create-state-names   make state names of titles that are no legal names (dsc, xmlbif)
       --diagnostics FORM     form of the diagnostics on standard error: text, json
       --color WHEN           colored diagnostics: auto, always, never
@@ -70,6 +73,7 @@ std::string Help() {
 /// The arguments as CLI11 fills them, where they need a second look.
 struct Raw {
     std::string format, writer, condense, layout, diagnostics, color = "auto";
+    bool strict = false, createStateNames = false;
 };
 
 void AddOptions(CLI::App& app, Options& options, Raw& raw) {
@@ -81,7 +85,10 @@ void AddOptions(CLI::App& app, Options& options, Raw& raw) {
     choice("--layout", raw.layout, {"auto", "file"});
     choice("--diagnostics", raw.diagnostics, {"text", "json"});
     choice("--color", raw.color, {"auto", "always", "never"});
-    app.add_flag("--create-state-names", options.createStateNames);
+    app.add_flag("--normalize", options.reading.normalize);
+    app.add_option("--class", options.className);
+    app.add_flag("--strict", raw.strict);
+    app.add_flag("--create-state-names", raw.createStateNames);
     app.add_flag("-q,--quiet", options.quiet);
     app.add_option("-j,--jobs", options.jobs)->check(CLI::Range(1, 256));
 }
@@ -119,6 +126,10 @@ std::string Check(Options& options, const Raw& raw) {
     if (!raw.condense.empty()) options.condense = raw.condense == "yes";
     if (!raw.layout.empty())
         options.layout = raw.layout == "auto" ? LayoutEN::automatic : LayoutEN::file;
+    options.reading.lenient = !raw.strict;
+    options.reading.className = options.className;
+    options.reading.createStateNamesDsc = raw.createStateNames;
+    options.reading.createStateNamesXMLBIF = raw.createStateNames;
     options.jsonDiagnostics = raw.diagnostics == "json";
     if (raw.color != "auto")
         options.color = raw.color == "always" ? ColorEN::always : ColorEN::never;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "export/writers.h"
+#include "import/ForeignFile.h"
 #include "import/detect.h"
 
 namespace lumo::app {
@@ -23,6 +24,10 @@ enum class CommandEN : unsigned char { summary, check, convert, explain, formats
 enum class ColorEN : unsigned char { automatic, always, never };
 
 struct Options {
+    Options() = default;
+    Options(const Options&) = delete;  // `reading` refers to it
+    Options& operator=(const Options&) = delete;
+
     CommandEN command = CommandEN::summary;
     std::vector<std::string> files;      ///< "-" is standard input; explain: report numbers
     std::string output;                  ///< convert: a file, a folder for many files, "-"
@@ -30,7 +35,8 @@ struct Options {
     const FormatInfo* format = nullptr;  ///< null: detect
     std::optional<bool> condense;        ///< answer to the noisy-max question
     LayoutEN layout = LayoutEN::best;    ///< of the nodes in what is written
-    bool createStateNames = false;
+    std::string className;               ///< of a Hugin file with several classes
+    ReadOptions reading;                 ///< refers to className
     bool quiet = false;
     bool jsonDiagnostics = false;
     ColorEN color = ColorEN::automatic;

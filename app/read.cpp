@@ -87,7 +87,7 @@ Bnet_bn* ReadPipe(const std::string& file, const Options& options, Console& cons
     }
     const FormatInfo* format = FormatOf(text, name, options, result);
     if (format == nullptr) return Unrecognised(name);
-    return ReadForeignNetText_kt(text, name.c_str(), format->code);
+    return ReadForeignNetText(text, name.c_str(), format->code, options.reading);
 }
 
 Bnet_bn* ReadFile(const std::string& file, const Options& options, Console& console,
@@ -98,7 +98,7 @@ Bnet_bn* ReadFile(const std::string& file, const Options& options, Console& cons
     const FormatInfo* format = FormatOf(start, file, options, result);
     if (format == nullptr && readable) return Unrecognised(file);
     // The library says why a file cannot be read before it looks at the format.
-    return ReadForeignNetFile_kt(file.c_str(), format == nullptr ? 0 : format->code, false);
+    return ReadForeignNetFile(file.c_str(), format == nullptr ? 0 : format->code, options.reading);
 }
 
 }  // namespace

@@ -3,11 +3,13 @@
 #include "import/ForeignFile.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <exception>
 #include <new>
+#include <numeric>
 #include <string>
 
 #include "import/messages.h"
@@ -63,6 +65,26 @@ OwnedNet NewNamedNet(const char* fileName) {
     return net;
 }
 
+/// Scales the rows of nature nodes whose sum differs from 1 by more than the rounding of floats,
+/// and says how many they were.
+void NormalizeRows(Bnet_bn& net) {
+    int rowsScaled = 0, nodesScaled = 0;
+    for (Bnode_bn* node : net.nodes) {
+        const int states = node->numStates();
+        float* row = node->kind == NatureNode ? node->relation.probs : nullptr;
+        if (row == nullptr) continue;
+        const int before = rowsScaled;
+        for (int rows = NumProduct(node->parents); rows > 0; --rows, row += states) {
+            const double sum = std::accumulate(row, row + states, 0.0);
+            if (sum == 0 || std::abs(sum - 1) <= FLT_EPSILON) continue;
+            NormalizeBelvecTable(row, states, 1);
+            ++rowsScaled;
+        }
+        nodesScaled += rowsScaled > before ? 1 : 0;
+    }
+    if (rowsScaled > 0) NewReport(msg::import.rowsScaled, rowsScaled, nodesScaled);
+}
+
 OwnedNet ReadText(const char* text, const char* fileName, int format, const ReadOptions& options) {
     const auto channel = std::make_unique<InChannel_CString_kt>(text, fileName);
     OwnedNet net = NewNamedNet(fileName);
@@ -77,6 +99,7 @@ OwnedNet ReadText(const char* text, const char* fileName, int format, const Read
     // The generic failure says nothing that an error before it has not said.
     if (report != Fail_rept_kt || ErrorsSoFar() == 0) ShowReport(report);
     if (IsError(report) && net->nodes.N == 0) return nullptr;
+    if (options.normalize) NormalizeRows(*net);
     drawing.adjustDrawingSizeToFit({drawing.marginUnit.x * 2, drawing.marginUnit.y});
     return net;
 }

@@ -42,6 +42,10 @@ struct ImportMessages {
     Message<double> badScale{-5098, MessageKind::warning,
                              "positions cannot be scaled by %g, so they keep their size", OfAny,
                              "the zoom is zero, negative or beyond all screens"};
+    Message<int, int> rowsScaled{
+        -5420, MessageKind::notice, "scaled to sum to 1: %d rows of %d nodes", OfAny,
+        "these rows of nature nodes did not sum to 1, and `--normalize` was given. Rows of zeros "
+        "stay as they are"};
 };
 
 namespace msg {

@@ -107,7 +107,25 @@ std::string StartOf(const std::string& file, std::size_t most) {
     return start;
 }
 
-Bnet_bn* Import(Net& result, const FormatInfo* format, const std::string_view* text) {
+/// How to read, as Python says it.
+struct Reading {
+    OptionalText format;
+    bool condense = false, strict = false, normalize = false;
+    OptionalText className;
+    bool createStateNames = false;
+
+    ReadOptions options() const {
+        ReadOptions options;
+        options.lenient = !strict;
+        options.normalize = normalize;
+        if (className) options.className = *className;
+        options.createStateNamesDsc = options.createStateNamesXMLBIF = createStateNames;
+        return options;
+    }
+};
+
+Bnet_bn* Import(Net& result, const FormatInfo* format, const std::string_view* text,
+                const ReadOptions& options) {
     const std::string start =
         text == nullptr ? StartOf(result.file, DetectionWindow) : std::string();
     if (format == nullptr) format = DetectFormat(text == nullptr ? start : *text, result.file);
@@ -121,8 +139,9 @@ Bnet_bn* Import(Net& result, const FormatInfo* format, const std::string_view* t
         return nullptr;
     }
     // The library says why a file cannot be read before it looks at the format.
-    return text == nullptr ? ReadForeignNetFile_kt(result.file.c_str(), result.formatCode, false)
-                           : ReadForeignNetText_kt(*text, result.file.c_str(), result.formatCode);
+    return text == nullptr
+               ? ReadForeignNetFile(result.file.c_str(), result.formatCode, options)
+               : ReadForeignNetText(*text, result.file.c_str(), result.formatCode, options);
 }
 
 py::tuple Reports(const Net& result) {
@@ -169,29 +188,28 @@ const FormatInfo* FormatNamed(const OptionalText& name) {
 }
 
 /// Reads the text, or the file when there is none.
-SharedNet Read(const std::string& name, const std::string_view* text, const OptionalText& format,
-               bool condense) {
-    const FormatInfo* const info = FormatNamed(format);
+SharedNet Read(const std::string& name, const std::string_view* text, const Reading& reading) {
+    const FormatInfo* const info = FormatNamed(reading.format);
     auto net = std::make_shared<Net>();
     net->file = name;
-    Collector collector(*net, condense);
+    Collector collector(*net, reading.condense);
     {
         const py::gil_scoped_release release;
         const HandlerScope handler(collector);
         const ReportScope scope;
-        net->net.reset(Import(*net, info, text));
-        if (net->net != nullptr) CondenseNoisyMax(*net->net, condense);
+        net->net.reset(Import(*net, info, text, reading.options()));
+        if (net->net != nullptr) CondenseNoisyMax(*net->net, reading.condense);
     }
     if (collector.interrupted()) throw py::error_already_set();
     if (net->net == nullptr) RaiseReadError(*net);
     return net;
 }
 
-SharedNet ReadFile(const fs::path& path, const OptionalText& format, bool condense) {
+SharedNet ReadFile(const fs::path& path, const Reading& reading) {
     std::error_code unknown;
     const fs::file_status status = fs::status(path, unknown);
     if (!fs::exists(status) || fs::is_regular_file(status) || fs::is_directory(status))
-        return Read(path, nullptr, format, condense);
+        return Read(path, nullptr, reading);
     std::string content;  // a pipe can be read only once
     {
         const py::gil_scoped_release release;
@@ -199,12 +217,7 @@ SharedNet ReadFile(const fs::path& path, const OptionalText& format, bool conden
         content.assign(std::istreambuf_iterator<char>(in), {});
     }
     const std::string_view text = content;
-    return Read(path, &text, format, condense);
-}
-
-SharedNet ReadText(std::string_view text, const OptionalText& format, const std::string& name,
-                   bool condense) {
-    return Read(name, &text, format, condense);
+    return Read(path, &text, reading);
 }
 
 // ---- Nodes ---------------------------------------------------------------------------------
@@ -618,10 +631,28 @@ PYBIND11_MODULE(_core, module) {
     readError = PyErr_NewExceptionWithDoc(
         "lumo.ReadError", "Nothing could be read; `reports` says why.", PyExc_Exception, nullptr);
     module.attr("ReadError") = readError;
-    module.def("read", ReadFile, "path"_a, "format"_a = py::none(), "condense"_a = false,
-               "Reads a file. condense: noisy-max nodes keep their parameters alone.");
-    module.def("reads", ReadText, "data"_a, "format"_a = py::none(), "name"_a = "text",
-               "condense"_a = false, "Reads a text; reports and the net are named after `name`.");
+    module.def(
+        "read",
+        [](const fs::path& path, const OptionalText& format, bool condense, bool strict,
+           bool normalize, const OptionalText& className, bool createStateNames) {
+            return ReadFile(path,
+                            {format, condense, strict, normalize, className, createStateNames});
+        },
+        "path"_a, "format"_a = py::none(), "condense"_a = false, py::kw_only(), "strict"_a = false,
+        "normalize"_a = false, "class_name"_a = py::none(), "create_state_names"_a = false,
+        "Reads a file. condense: noisy-max nodes keep their parameters alone.");
+    module.def(
+        "reads",
+        [](std::string_view text, const OptionalText& format, const std::string& name,
+           bool condense, bool strict, bool normalize, const OptionalText& className,
+           bool createStateNames) {
+            return Read(name, &text,
+                        {format, condense, strict, normalize, className, createStateNames});
+        },
+        "data"_a, "format"_a = py::none(), "name"_a = "text", "condense"_a = false, py::kw_only(),
+        "strict"_a = false, "normalize"_a = false, "class_name"_a = py::none(),
+        "create_state_names"_a = false,
+        "Reads a text; reports and the net are named after `name`.");
     for (const char* name : {"Report", "State", "Group", "Node", "Nodes", "Net"})
         module.attr(name).attr("__module__") = "lumo";
 }

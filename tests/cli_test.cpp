@@ -296,6 +296,25 @@ TEST_F(Cli, NoisyMaxQuestion) {
     EXPECT_NE(run("$L check '" + file + "'").err.find("--condense"), std::string::npos);
 }
 
+TEST_F(Cli, OptionsOfReading) {
+    write("a.xml",
+          "<BIF VERSION=\"0.3\"><NETWORK><VARIABLE><NAME>a</NAME><OUTCOME>x y</OUTCOME>"
+          "<OUTCOME>z</OUTCOME></VARIABLE><DEFINITION><FOR>a</FOR><TABLE>25 75</TABLE>"
+          "</DEFINITION></NETWORK></BIF>");
+    const auto node = [this](const std::string& options) {
+        const Outcome r = run("$L convert a.xml --to json -o - " + options);
+        EXPECT_EQ(r.err.find("notice: scaled to sum to 1: 1 rows of 1 nodes [-5420]") == r.err.npos,
+                  options.empty())
+            << r.err;
+        return nlohmann::json::parse(r.out)["net"]["nodes"][0];
+    };
+    EXPECT_EQ(node("")["relation"]["table"], nlohmann::json({25, 75}));
+    EXPECT_EQ(node("")["states"][0]["name"], nullptr);
+    const auto scaled = node("--normalize --strict --create-state-names");
+    EXPECT_EQ(scaled["relation"]["table"], nlohmann::json({0.25, 0.75}));
+    EXPECT_EQ(scaled["states"][0]["name"], "x_y");
+}
+
 TEST_F(Cli, ListsTheFormats) {
     const std::string table = run("$L formats").out;
     for (const char* row :

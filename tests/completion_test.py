@@ -94,8 +94,8 @@ class Completion(unittest.TestCase):
                 self.assertEqual(set(expected), shell("lumo-import", *words))
 
     def test_options(self):
-        self.check({name for name in OPTIONS if name.startswith("--")}, "--")
-        self.check({"--condense", "--color", "--create-state-names"}, "convert", "--c")
+        for start in ("--", "--c"):
+            self.check({name for name in OPTIONS if name.startswith(start)}, "convert", start)
 
     def test_values(self):
         for option, words in VALUES.items():

@@ -122,8 +122,23 @@ class Net:
     def write(self, path: str | PathLike[str], format: str | None = None) -> list[str]: ...
 
 def read(
-    path: str | PathLike[str], format: str | None = None, condense: bool = False
+    path: str | PathLike[str],
+    format: str | None = None,
+    condense: bool = False,
+    *,
+    strict: bool = False,
+    normalize: bool = False,
+    class_name: str | None = None,
+    create_state_names: bool = False,
 ) -> Net: ...
 def reads(
-    data: bytes | str, format: str | None = None, name: str = "text", condense: bool = False
+    data: bytes | str,
+    format: str | None = None,
+    name: str = "text",
+    condense: bool = False,
+    *,
+    strict: bool = False,
+    normalize: bool = False,
+    class_name: str | None = None,
+    create_state_names: bool = False,
 ) -> Net: ...

@@ -120,7 +120,7 @@ class Access(unittest.TestCase):
             if isinstance(item, ast.ClassDef) and not issubclass(real, Exception):
                 self.assertEqual(public(names(item.body)), public(vars(real)), name)
             elif isinstance(item, ast.FunctionDef):
-                for argument in item.args.args:
+                for argument in item.args.args + item.args.kwonlyargs:
                     self.assertIn(f"{argument.arg}:", real.__doc__, name)
 
     def test_documentation(self):
