@@ -27,6 +27,10 @@ function startInference() {
         else receive(answer.beliefs);
         beliefListeners.forEach((listener) => listener());
     };
+    worker.onerror = () => {  // no memory, or a browser without workers
+        receivePlan({fits: false, failed: true, notes: {}});
+        beliefListeners.forEach((listener) => listener());
+    };
     worker.postMessage({net}, net.filter((node) => node.table).map((node) => node.table.buffer));
 }
 
@@ -91,6 +95,7 @@ const shortNumber = (value) => String(Number(value.toPrecision(6)));
 
 function planText() {
     if (!plan || (plan.fits && !beliefs)) return 'The distributions are being computed.';
+    if (plan.failed) return 'The distributions could not be computed here.';
     const needed = `${plan.atLeast ? 'more than ' : ''}${plan.largest.toLocaleString('en')}`;
     return plan.fits ? '' : `No distributions: the junction tree of this net needs a table of ${needed} entries; ` +
         `this page computes with at most ${plan.most.toLocaleString('en')}.`;

@@ -332,7 +332,7 @@ class Tree {
             const clique = homeOf(value.scope);
             clique.values.push({...value, strides: stridesIn(value.scope, cards, clique.scope)});
         }
-        this.buffer = new Float64Array(Math.max(1, ...tree.map((clique) => clique.size)));
+        this.buffer = new Float64Array(tree.reduce((most, clique) => Math.max(most, clique.size), 1));
     }
 
     /** The product of all that a clique knows: factors, evidence, its children's messages, extra. */

@@ -37,8 +37,8 @@ const beliefBox = ({at, ...node}, x, y) => [at[0] * x, at[1] * y, beliefHalfWidt
 function roomForBeliefs() {
     const most = (ratio) => nodes.reduce((best, node) => Math.max(best, Math.min(4, ratio(node))), 1);
     const mostX = most(({at}) => beliefHalfWidth / at[2]), mostY = most((node) => beliefHeight(node) / 2 / node.at[3]);
-    const steps = nodes.length > 5000 ? 1 : 8;
-    for (let step = 0; step <= steps; ++step) {
+    const steps = 8;
+    for (let step = nodes.length > 5000 ? steps : 0; ; ++step) {
         const x = 1 + (mostX - 1) * step / steps, y = 1 + (mostY - 1) * step / steps;
         if (step === steps || !overlap(nodes.map((node) => beliefBox(node, x, y)))) return {x, y};
     }
@@ -159,6 +159,15 @@ function outline(index, inset) {
     }
 }
 
+/** A node so far off that its shape cannot be seen. */
+function drawSpeck(index) {
+    const [x, y, w, h] = boxes[index];
+    pen.globalAlpha = !lit || lit.has(index) ? 1 : 0.15;
+    pen.fillStyle = colors.outline;
+    pen.fillRect(x - w, y - h, 2 * w, 2 * h);
+    pen.globalAlpha = 1;
+}
+
 function drawNode(index, withText) {
     const node = nodes[index], [x, y, w, h] = boxes[index];
     const chosen = index === selected;
@@ -250,7 +259,7 @@ function drawNet(visible) {
     drawLinks(visible);
     const withText = visible.zoom * picture.font.size >= readable;
     for (let i = 0; i < nodes.length; ++i)
-        if (i !== selected && isIn(visible, i)) drawNode(i, withText);
+        if (i !== selected && isIn(visible, i)) (boxes[i][2] * visible.zoom < 2 ? drawSpeck : drawNode)(i, withText);
     if (selected >= 0) drawNode(selected, withText);
     if (!withText) drawFloatingLabels(visible);
 }

@@ -3,9 +3,9 @@
 // Made when the page is printed: title, picture, every table of no more than 200 rows, problems.
 
 const mostPrintedRows = 200;
-const mostPrintedCells = 200000;
+const mostPrintedCells = 100000;
 const mostDrawnNodes = 3000;  // more are painted
-const paperWidth = 660;
+const paperWidth = 940;  // in letters of the screen's size
 
 /** The whole table in parts that are as wide as the paper; each has all row heads. */
 function printedTable({rows, columns, value}) {
