@@ -123,6 +123,7 @@ public:
     int structErrors = 0;
     long long reserved = 0;
     int positionCount = 0;      ///< node positions read (XML BIF)
+    bool lenient = false;       ///< the reader is to keep what reading by the letter loses
     bool numberFailed = false;  ///< the last number read was none; set and cleared by each read
 
     virtual int eofChar() const = 0;
@@ -156,6 +157,9 @@ public:
     /// recording anything.
     virtual int readFloats(float* out, int most, CommasEN commas) = 0;
     virtual int readDoubles(double* out, int most, CommasEN commas) = 0;
+    /// Past the next word, quoted string or other character, after blanks; the quote of a string
+    /// that is never closed is a character. False at the end of the input.
+    virtual bool skipToken() = 0;
     /// Bytes of input not read yet: bounds what any count in the file can promise.
     virtual long long bytesLeft() const = 0;
     /// Moves to the end of the input, so that every loop ends by itself.
@@ -167,7 +171,7 @@ public:
     virtual char peekPunc() = 0;
     /// Skips the rest of the statement, see skipStatement.
     virtual void doSkipStatement() = 0;
-    virtual void doSkipStructure(char open, char close, bool opened) = 0;
+    virtual bool doSkipStructure(char open, char close, bool opened) = 0;
     /// Where the token read last starts; setTokenStart makes later reports point at a place kept.
     virtual ParserPos_kt tokenStart() const = 0;
     virtual void setTokenStart(ParserPos_kt position) = 0;
@@ -184,8 +188,11 @@ public:
     /// Skips through the close character that matches an open one, counting nested pairs, outside
     /// quoted strings and comments (with '<' and '>': XML comments and quoted literals). opened:
     /// the opening character is consumed already; else the next one is looked for first, and when
-    /// there is none nothing is skipped. Without a match it ends at the end of the input.
-    void skipStructure(char open, char close, bool opened) { doSkipStructure(open, close, opened); }
+    /// there is none nothing is skipped. Without a match it ends at the end of the input, and the
+    /// result is false. (Braces that are never closed are remembered: asking again costs nothing.)
+    bool skipStructure(char open, char close, bool opened) {
+        return doSkipStructure(open, close, opened);
+    }
 
     // Reports against the present place. Each is recorded as curReport (the most severe is kept),
     // shown, and returned for the caller to throw or not.
@@ -276,12 +283,13 @@ public:
 
     int readFloats(float* out, int most, CommasEN commas) override;
     int readDoubles(double* out, int most, CommasEN commas) override;
+    bool skipToken() override;
     long long bytesLeft() const override { return end_ - channel.position; }
     void jumpToEnd() override { channel.position = end_; }
     std::string_view peekWord() override;
     char peekPunc() override;
     void doSkipStatement() override;
-    void doSkipStructure(char open, char close, bool opened) override;
+    bool doSkipStructure(char open, char close, bool opened) override;
     ParserPos_kt tokenStart() const override { return tokenStart_; }
     void setTokenStart(ParserPos_kt position) override;
 
@@ -333,6 +341,8 @@ private:
 
     // Skipping.
     void skipXMLMarkup();
+    bool knownUnclosedBrace(const char* p) const;
+    void findUnclosedBraces(const char* p);
     const char* statementEnd();
 
     const char* end_;

@@ -1,5 +1,6 @@
 // Skipping: whole statements, bracketed structures, and up to a text. Nothing here recurses, and
 // every search that fails is remembered, so that all skipping of an import together stays linear.
+#include <algorithm>
 #include <string>
 
 #include "library/text/parser.h"
@@ -20,6 +21,15 @@ const char* Parser_CString_kt::pastShielded(const char* p) {
         past = state_->pastCloser(CloseInstruction, p, end_);
     }
     return past != nullptr ? past : p;
+}
+
+bool Parser_CString_kt::skipToken() {
+    const char* const p = pastBlanks(channel.position);
+    channel.position = wordEnd(p);
+    if (channel.position > p || p == end_) return p != end_;
+    const char* const past = pastShielded(p);
+    channel.position = past != p ? past : p + 1;
+    return true;
 }
 
 // ---- Up to a text --------------------------------------------------------------------------
@@ -52,12 +62,20 @@ const char* Parser_CString_kt::State::pastLiteral(const char* p, const char* end
 
 // ---- Structures ----------------------------------------------------------------------------
 
-void Parser_CString_kt::doSkipStructure(char open, char close, bool opened) {
+bool Parser_CString_kt::doSkipStructure(char open, char close, bool opened) {
     const char opener[] = {open, 0};
-    if (!opened && skipToString(opener) == -1) return;
-    if (open == '<' && close == '>') return skipXMLMarkup();
+    if (!opened && skipToString(opener) == -1) return true;
+    if (open == '<' && close == '>') {
+        skipXMLMarkup();
+        return true;
+    }
+    if (open == '{' && knownUnclosedBrace(channel.position)) {
+        channel.position = end_;
+        return false;
+    }
     const char* p = channel.position;
-    for (int depth = 1; p < end_ && depth > 0;) {
+    int depth = 1;
+    while (p < end_ && depth > 0) {
         const char* const past = pastShielded(p);
         if (past != p) {
             p = past;
@@ -69,7 +87,32 @@ void Parser_CString_kt::doSkipStructure(char open, char close, bool opened) {
             ++depth;
         ++p;
     }
+    if (depth > 0 && open == '{') findUnclosedBraces(channel.position);
     channel.position = p;
+    return depth == 0;
+}
+
+bool Parser_CString_kt::knownUnclosedBrace(const char* p) const {
+    return state_->unclosedBracesFrom != nullptr && p >= state_->unclosedBracesFrom &&
+           std::binary_search(state_->unclosedBraces.begin(), state_->unclosedBraces.end(), p);
+}
+
+/// Notes, once in an import, all braces from the open one before p on that are never closed.
+void Parser_CString_kt::findUnclosedBraces(const char* p) {
+    if (state_->unclosedBracesFrom != nullptr && p >= state_->unclosedBracesFrom) return;
+    state_->unclosedBracesFrom = p;
+    std::vector<const char*>& open = state_->unclosedBraces;
+    open = {p};
+    while (p < end_) {
+        const char* const past = pastShielded(p);
+        if (past != p) {
+            p = past;
+            continue;
+        }
+        ++p;
+        if (p[-1] == '{') open.push_back(p);
+        if (p[-1] == '}' && !open.empty()) open.pop_back();
+    }
 }
 
 /// The rest of a declaration whose "<!" (or another markup whose '<') was consumed: up to its '>',
