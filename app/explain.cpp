@@ -38,9 +38,10 @@ std::string Wrapped(std::string_view text) {
 /// The smallest text that provokes the report, as it stands.
 std::string ExampleOf(const MessageRow& row) {
     std::string text = "  Example, reported";
-    const auto& [source, line, column, format] = row.example;
+    const auto& [source, line, column, format, lenient] = row.example;
     if (line != 0)
         text += " at line " + std::to_string(line) + ", column " + std::to_string(column);
+    if (lenient) text += " in lenient reading";
     text += ":\n\n    ";
     for (const char c : ToUtf8(source)) text += c == '\n' ? "\n    " : std::string(1, c);
     return text + "\n";

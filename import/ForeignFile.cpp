@@ -121,17 +121,23 @@ Bnet_bn* Guarded(const char* fileName, Work work) {
     return nullptr;
 }
 
-/// Moves the visual node to the place, in two steps where one offset would not fit an int.
-void MoveTo(Vnode_kt& vnode, long long x, long long y) {
+int Clamped(double v) {
+    return static_cast<int>(std::clamp<double>(std::floor(v + 0.5), INT_MIN, INT_MAX));
+}
+
+/// Moves the visual node to the place, in two steps where one offset would not fit an int. False
+/// when the place does not fit and is clamped.
+bool MoveTo(Vnode_kt& vnode, double x, double y) {
     const auto clamped = [](long long v) {
         return static_cast<int>(std::clamp<long long>(v, INT_MIN, INT_MAX));
     };
-    const coord_kt target{clamped(x), clamped(y)};
+    const coord_kt target{Clamped(x), Clamped(y)};
     while (vnode.position != target) {
         vnode.moveBy({clamped(static_cast<long long>(target.x) - vnode.position.x),
                       clamped(static_cast<long long>(target.y) - vnode.position.y)},
                      1);
     }
+    return std::max(std::abs(x), std::abs(y)) <= INT_MAX;
 }
 
 }  // namespace
@@ -172,13 +178,16 @@ void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver) {
     }
     rect_kt extent;
     drawing.findExtent(extent);
+    const Vnode_kt* firstClamped = nullptr;
     for (Vnode_kt* vnode : drawing.vnodes) {
         const double dx = static_cast<double>(vnode->position.x) - extent.left;
         const double dy = turnOver ? static_cast<double>(extent.bottom) - vnode->position.y
                                    : static_cast<double>(vnode->position.y) - extent.top;
-        MoveTo(*vnode, static_cast<long long>(RoundToInt_kt(dx * scale)) + drawingMargin,
-               static_cast<long long>(RoundToInt_kt(dy * scale)) + drawingMargin);
+        if (MoveTo(*vnode, dx * scale + drawingMargin, dy * scale + drawingMargin)) continue;
+        if (firstClamped == nullptr) firstClamped = vnode;
     }
+    if (firstClamped != nullptr)
+        NewReport(msg::import.positionsClamped, firstClamped->node->name());
 }
 
 }  // namespace lumo

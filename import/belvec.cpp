@@ -6,7 +6,9 @@
 #include <string_view>
 #include <utility>
 
+#include "import/dsc_blocks.h"
 #include "import/tables.h"
+#include "library/text/tokens.h"
 
 namespace lumo {
 
@@ -24,6 +26,7 @@ public:
         }
         if (count_ < n_) problems_ |= BelVecTooFew;
         if (count_ > n_) problems_ |= BelVecTooMany;
+        if (n_ > 0 && count_ == 2LL * n_) problems_ |= BelVecTwice;
         judge();
         return problems_;
     }
@@ -43,10 +46,7 @@ private:
         if (count_ < std::numeric_limits<int>::max()) ++count_;
     }
 
-    void skipWord() {
-        char word[8];
-        in_.readWord(word, 7);
-    }
+    void skipWord() { in_.setPos(in_.getPos() + in_.peekWord().size()); }
 
     static bool IsDefault(std::string_view word) {
         constexpr std::string_view name = "default";
@@ -73,20 +73,26 @@ private:
 
     /// A quoted string is no number, whatever it says.
     bool text() {
+        refuse();
         do in_.skipChar();
         while (in_.peekChar() != '"' && in_.peekChar() != 0);
         in_.skipChar();
-        problems_ |= BelVecNotANumber;
         add(0);
         return true;
     }
 
+    /// Names what is no number; the rest of the row is read without a word.
+    void refuse() {
+        if ((problems_ & BelVecNotANumber) == 0) MakeNumberError(in_, false);
+        problems_ |= BelVecNotANumber;
+    }
+
     bool word() {
         const std::string_view next = in_.peekWord();
-        if (next.empty() || IsDefault(next)) return false;
+        if (next.empty() || IsDefault(next) || dsc::at_block(in_)) return false;
         float extra = 0;
         if (in_.readFloats(&extra, 1, CommasEN::may) == 0) {
-            problems_ |= BelVecNotANumber;
+            refuse();
             skipWord();
         }
         add(extra);

@@ -2,9 +2,10 @@
 #include "library/reports/catalogue.h"
 
 #include "import/catalogue_old.h"
+#include "import/dsc_messages.h"
+#include "import/dxpress_messages.h"
 #include "import/ergo_messages.h"
 #include "import/messages.h"
-#include "import/xmlbif_messages.h"
 
 namespace lumo {
 
@@ -14,10 +15,10 @@ std::vector<MessageRow> AllRows() {
     std::vector<MessageRow> all;
     const auto add = [&all](const auto& rows) { all.insert(all.end(), rows.begin(), rows.end()); };
     add(OldHuginRows());
-    add(OldDscRows());
-    add(OldDXPressRows());
+    add(RowsOf(msg::dsc));
+    add(RowsOf(msg::dxpress));
     add(RowsOf(msg::ergo));
-    add(RowsOf(msg::xmlbif));
+    add(OldXMLBIFRows());
     add(RowsOf(msg::text));
     add(RowsOf(msg::model));
     add(RowsOf(msg::import));

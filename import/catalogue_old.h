@@ -7,7 +7,6 @@
 namespace lumo {
 
 std::span<const MessageRow> OldHuginRows();
-std::span<const MessageRow> OldDscRows();
-std::span<const MessageRow> OldDXPressRows();
+std::span<const MessageRow> OldXMLBIFRows();
 
 }  // namespace lumo

@@ -13,7 +13,11 @@
 //
 // The newer Ergo format (.ent) is another one; its files are refused. A file that breaks off leaves
 // the nodes read so far with what they have.
+#include <algorithm>
+#include <climits>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "import/ergo_messages.h"
@@ -51,6 +55,8 @@ private:
     std::vector<Bnode_bn*> nodes_;   // borrowed, in file order
     std::vector<bool> lostParents_;  // nodes with a refused link: their table does not fit
     int nodeCount_ = 0;
+    int firstNumber_ = 1;  // of the nodes, as parents
+    bool clampTold_ = false;
     rept_kt* result_ = nullptr;  // what ends the reading, when it is not in_.curReport
 
     /// Ends the reading with the report.
@@ -78,14 +84,16 @@ private:
 
     /// The next word; double quotes, the format's only punctuation, belong to no name.
     bool readWord(char* word) {
-        for (;;) {
-            in_.readWord(word, wordSize);
-            if (word[0] != '\0') return true;
-            if (in_.isAtEnd()) {
-                return fail(in_.report(msg::text.unexpectedEnd));
-            }
+        while (in_.peekWord().empty()) {
+            if (in_.isAtEnd()) return fail(in_.report(msg::text.unexpectedEnd));
             in_.skipChar();
         }
+        const std::size_t length = in_.peekWord().size();
+        in_.readWord(word, wordSize);
+        if (length > wordSize)
+            in_.report(msg::text.textCut, static_cast<int>(std::min<std::size_t>(length, INT_MAX)),
+                       wordSize);
+        return true;
     }
 
     bool readNodeCount() {
@@ -116,6 +124,7 @@ private:
     }
 
     bool readParents() {
+        if (in_.lenient) findFirstParentNumber();
         for (std::size_t i = 0; i < nodes_.size(); ++i) {
             in_.structName = nodes_[i]->name();
             int count = 0;
@@ -128,14 +137,36 @@ private:
         return true;
     }
 
+    /// Looks through the parents: when one is numbered 0 and none N, they are numbered from 0.
+    void findFirstParentNumber() {
+        const ParserPos_kt start = in_.getPos();
+        ParserPos_kt zero = nullptr;
+        bool last = false;
+        float number = 0;
+        for (int i = 0; i < nodeCount_; ++i) {
+            if (in_.readFloats(&number, 1, CommasEN::none) == 0) break;
+            for (float k = number; k > 0; --k) {
+                if (in_.readFloats(&number, 1, CommasEN::none) == 0) break;
+                if (number == 0 && zero == nullptr) zero = in_.tokenStart();
+                last = last || number == static_cast<float>(nodeCount_);
+            }
+        }
+        in_.setPos(start);
+        if (zero == nullptr || last) return;
+        firstNumber_ = 0;
+        in_.setTokenStart(zero);
+        in_.report(msg::ergo.parentsFromZero);
+    }
+
     bool readParent(std::size_t child) {
         int parent = 0;
         if (!readInt(parent)) return false;
         Bnode_bn& node = *nodes_[child];
-        if (parent < 1 || parent > nodeCount_) {
+        const int index = parent - firstNumber_;
+        if (index < 0 || index >= nodeCount_) {
             return fail(in_.report(msg::ergo.parentOutOfBounds, node.name(), parent));
         }
-        rept_kt* report = AddLink_ibn(*nodes_[static_cast<std::size_t>(parent) - 1], node);
+        rept_kt* report = AddLink_ibn(*nodes_[static_cast<std::size_t>(index)], node);
         in_.setError(report);
         if (IsError(report)) lostParents_[child] = true;
         return true;
@@ -164,15 +195,26 @@ private:
             return fail(in_.report(msg::ergo.tableTooLarge, number, count, MaxTableEntries));
         }
         XArray<float> table = NewXArray<float>(count);
-        if (table == nullptr) {
-            return fail(NewMemoryReport(msg::ergo.outOfMemoryForTable, 4.0 * count, number));
-        }
+        if (table == nullptr) return loseTable(number, count);
         if (in_.readFloats(table.get(), count, CommasEN::none) != count) return reportBadNumber();
-        if (node.numStates() > 0) {
+        // A table with negative numbers is refused as it stands in the file.
+        const bool possible =
+            std::ranges::none_of(std::span(table.get(), static_cast<std::size_t>(count)),
+                                 [](float p) { return p < 0 && !IsRoundingNoise(p); });
+        if (possible && node.numStates() > 0) {
             NormalizeBelvecTable(table.get(), node.numStates(), NumProduct(node.parents));
         }
-        in_.setError(node.setProbsTable(table.release(), true, CheckFull));
+        in_.setError(node.setProbsTable(table.release(), possible, CheckFull));
         return true;
+    }
+
+    /// There is no memory for the table. Lenient reading goes on behind it.
+    bool loseTable(int node, int count) {
+        rept_kt* report = NewMemoryReport(msg::ergo.outOfMemoryForTable, 4.0 * count, node);
+        if (!in_.lenient) return fail(report);
+        report->severity = SeverityError;
+        in_.setError(report);
+        return skipNumbers(count);
     }
 
     /// Passes over the numbers of a table that fits no node.
@@ -195,7 +237,9 @@ private:
     bool readNodeNames() {
         char word[wordSize + 1];
         for (Bnode_bn* node : nodes_) {
+            in_.structName = node->name();
             if (!readWord(word)) return false;
+            in_.structName = word;  // the node's own name changes
             in_.setError(SetNodeLabel(*node, DupStr_kt(word)));
             if (node->title != nullptr) {
                 Printf_kt("Node renamed:  %.200s  ->  %s   (but it is titled with the old name)\n",
@@ -236,14 +280,35 @@ private:
         return true;
     }
 
+    /// An integer; one beyond int is clamped, with one warning a file.
+    bool readCoordinate(int& value) {
+        const std::string_view word = in_.peekWord();
+        const char* end = nullptr;
+        const bool tooLarge = ParseInteger(word.data(), word.data() + word.size(), value, end) ==
+                                  NumberEN::tooLarge &&
+                              end == word.data() + word.size();
+        if (!tooLarge) return readInt(value);
+        value = word[0] == '-' ? INT_MIN : INT_MAX;
+        in_.setTokenStart(in_.getPos());
+        if (!std::exchange(clampTold_, true))
+            in_.report(msg::text.coordinateClamped, std::string(word.substr(0, 80)).c_str(), value);
+        in_.skipToken();
+        return true;
+    }
+
     bool readPositions() {
         for (Bnode_bn* node : nodes_) {
             in_.structName = node->name();
             coord_kt wanted;
-            if (!readInt(wanted.x) || !readInt(wanted.y)) return false;
+            if (!readCoordinate(wanted.x) || !readCoordinate(wanted.y)) return false;
             if (!node->vns.hasSome() || node->vns[0] == nullptr) continue;
             const coord_kt now = node->vns[0]->position;
             node->vns[0]->moveBy({wanted.x - now.x, wanted.y - now.y}, 0);
+        }
+        in_.structName = nullptr;
+        if (!in_.isAtEnd()) {
+            in_.setTokenStart(in_.getPos());
+            in_.report(msg::ergo.textBehindPositions);
         }
         return true;
     }
@@ -259,15 +324,16 @@ std::unique_ptr<short[]> ErgoCharProps() {
 
 }  // namespace
 
-rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net, const ReadOptions&) {
+rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net, const ReadOptions& options) {
     const CritSecHold lock(Mut_ReadForeignFile);
     const std::unique_ptr<short[]> props = ErgoCharProps();
-    ParserOptions_kt options;
-    options.charProps = props.get();
-    options.commentMode = 2;
-    const OwnedParser parser(channel.makeParser(&options));
+    ParserOptions_kt parserOptions;
+    parserOptions.charProps = props.get();
+    parserOptions.commentMode = 2;
+    const OwnedParser parser(channel.makeParser(&parserOptions));
     // Over a text channel the tokenizer is always the one with a channel of its own.
     auto& in = static_cast<Parser_CString_kt&>(*parser);
+    in.lenient = options.lenient;
     const ParserContext context(in, "Ergo file");
     try {
         return ErgoReader(in, net).read();

@@ -20,7 +20,9 @@ struct ErgoMessages {
         MessageKind::error,
         "when adding links to >-node %s, parent is declared as %d, but that is out-of-bounds",
         OfErgo,
-        "parents are counted from 1 to N; in a file whose parents count from 0, add 1 to each",
+        "parents are counted from 1 to N; in a file whose parents count from 0, add 1 to each, or "
+        "read "
+        "it leniently",
         {"2 2 2\n0\n1 3", 3, 3}};
     Message<int, int, int> wrongProbabilityCount{
         -2317,
@@ -40,6 +42,20 @@ struct ErgoMessages {
         "a count is negative, or larger than what the rest of the file can hold: a number before "
         "it is missing or too many",
         {"9", 1, 1}};
+    Message<> textBehindPositions{-5231,
+                                  MessageKind::warning,
+                                  "what stands behind the last position is passed over",
+                                  OfErgo,
+                                  "the format ends there. A number may be one too many before it",
+                                  {"1 2 0 2 1 0 A a b 1 2 3", 1, 23}};
+    Message<> parentsFromZero{
+        -5232,
+        MessageKind::warning,
+        "parents are taken as numbered from 0, since this one is 0 and none has the number of "
+        "nodes",
+        OfErgo,
+        "some programs count so. Compare the links with the program's own display",
+        {"2 2 2\n0\n1 0", 3, 3, OfErgo, true}};
     Message<int, int, int> tableTooLarge{
         -5087, MessageKind::error, "the table of >-node %d wants %d entries, but the limit is %d",
         OfErgo, msg::model.tableTooLarge.cure};

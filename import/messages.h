@@ -39,6 +39,13 @@ struct ImportMessages {
                               {"net {} node a { states = (\"x\" \"y\"); } potential (a) { data = "
                                "((1 0); }",
                                1, 62}};
+    Message<const char*> positionsClamped{
+        -5225,
+        MessageKind::warning,
+        "positions do not fit and are clamped, first that of >-node '%s'",
+        OfAny,
+        "the drawing is wider or higher than 2^31. Correct the positions",
+        {"network x node A {position:(2e9,0);} node B {position:(-2e9,0);}", 0, 0, OfDsc}};
     Message<double> badScale{-5098, MessageKind::warning,
                              "positions cannot be scaled by %g, so they keep their size", OfAny,
                              "the zoom is zero, negative or beyond all screens"};

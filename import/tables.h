@@ -8,7 +8,8 @@ namespace lumo {
 
 /// One probability vector of the variable's number of states, from its first number to before the
 /// ';' (or '}') that ends it; in parentheses or not. Every entry of out is set and finite. Records
-/// nothing and does not throw; returns problem bits.
+/// an error that names the first token that is no number (BelVecNotANumber: the vector is not to be
+/// used); does not throw; returns problem bits.
 int ParseBelVec(Parser_kt& in, float* out, const Varbl_bn& variable, char);
 
 /// A Hugin data table for the node and its present parents, at any nesting of parentheses, also
@@ -20,5 +21,9 @@ int ParseBelVec(Parser_kt& in, float* out, const Varbl_bn& variable, char);
 /// the parents' sizes are a warning (tableShape). The other arguments are 10, null, 0, false, 14.
 void ParseNodeTable(Parser_kt& in, unsigned char** table, int, bool hasStates, Bnode_bn& node,
                     const char* const*, int, bool, int);
+
+/// A report about a table that finds no memory, from then on an error that costs that table and does
+/// not end the import; other reports are not touched.
+rept_kt* AsLostTable(rept_kt* report);
 
 }  // namespace lumo

@@ -110,7 +110,10 @@ TEST_P(Examples, ProvokeTheirReport) {
     const auto format = std::ranges::find_if(
         Formats(), [wanted](const FormatInfo& info) { return (info.bit & wanted) != 0; });
     ASSERT_NE(format, Formats().end());
-    const Imported got = ImportText(row.example.text, format->code);
+    ReadOptions options;
+    options.lenient = row.example.lenient;
+    const Imported got =
+        ImportText(row.example.text, format->code, "test.net", false, options);
     const bool found = std::ranges::any_of(got.seen.reports, [&row](const Seen& seen) {
         return seen.number == row.number && seen.severity == SeverityOf(row.kind) &&
                Fits(row, seen.message) &&

@@ -20,7 +20,7 @@ TEST(Pairs, AreReadInEveryForm) {
         {"7114.5, -0.5;", 7115, 0, ""},
         {"-2.5 2.49%c", -2, 2, ""},
         {"(2147483647 -2147483648)", INT_MAX, INT_MIN, ""},
-        {"(1 2147483648)", 0, 0, "-5041 1:4 coordinate 2.14748e+09 is too large"},
+        {"(1e10 2147483648)", INT_MAX, INT_MAX, ""},
         {"(1 2", 0, 0, "-5046 1:5 expected ')', but found the end of the input"},
         {"(1 x2)", 0, 0, "-5046 1:4 expected a pair of numbers, but found 'x2'"},
         {"(1,)", 0, 0, "-5046 1:3 expected a pair of numbers, but found ','"},
@@ -292,7 +292,8 @@ TEST(BelVecs, AreReadWithTheirProblems) {
         {"0.2, 0.8 (1) : 1;", "0.2 0.8", 0, "(1) : 1;"},
         {"2, 6;", "2 6", BelVecCounts, ";"},
         {"0.5;", "0.5 0", BelVecTooFew | BelVecNotOne, ";"},
-        {"0.2, 0.8, 0, 0;", "0.2 0.8", BelVecTooMany, ";"},
+        {"0.2, 0.8, 0;", "0.2 0.8", BelVecTooMany, ";"},
+        {"0,2, 0,8;", "0 2", BelVecTooMany | BelVecTwice | BelVecCounts, ";"},
         {"0.2, 0.7;", "0.2 0.7", BelVecNotOne, ";"},
         {"0.3333, 0.6662;", "0.3333 0.6662", 0, ";"},
         {"1, -0.2;", "1 0", BelVecNegative, ";"},
@@ -301,7 +302,7 @@ TEST(BelVecs, AreReadWithTheirProblems) {
         {"x, 1;", "0 1", BelVecNotANumber, ";"},
         {"\"0.5;\", 1;", "0 1", BelVecNotANumber, ";"},
         {"1, 1e99;", "1 0", BelVecNotANumber, ";"},
-        {"1 0 x y;", "1 0", BelVecNotANumber | BelVecTooMany, ";"},
+        {"1 0 x;", "1 0", BelVecNotANumber | BelVecTooMany, ";"},
         {"1, \"open", "1 0", BelVecNotANumber, ""},
     };
     for (const auto& c : cases) {
@@ -313,7 +314,7 @@ TEST(BelVecs, AreReadWithTheirProblems) {
         EXPECT_EQ(problems & all, c.problems);
         EXPECT_EQ(TableText(values, 2), c.values);
         EXPECT_EQ(r.rest(), c.rest);
-        EXPECT_TRUE(r.seen.reports.empty());
+        EXPECT_EQ(r.seen.errors() > 0, (c.problems & BelVecNotANumber) != 0);
     }
     Reading r("1, 2, 3;", Dialect::dsc);
     Varbl_bn none;

@@ -132,6 +132,9 @@ struct Reln_bn {
     bool makeDeterminFromProbs(bool);
 };
 
+/// Whether a negative entry of a table is close enough to 0 to count as 0.
+inline bool IsRoundingNoise(float value) { return value < 0 && value > -1e-5F; }
+
 /// Scales each of `rows` rows of `states` values to sum 1; rows that sum to zero stay as they are.
 /// Returns the number of such rows. Sums are taken in double.
 int NormalizeBelvecTable(float* table, int states, int rows);

@@ -15,14 +15,18 @@ namespace lumo {
 namespace {
 
 /// Negative entries above this are rounding noise of the program that wrote the file.
-constexpr float NoiseLimit = -1e-5F;
 /// How far from 1 a row's sum may be.
 constexpr double SumTolerance = 1e-3;
 /// Messages name no more of a row than this.
 constexpr std::size_t MaxRowText = 200;
 
 /// How a row was given while rows are set one by one.
-enum RowMark : unsigned char { RowMissing, RowByDefault, RowSingle };
+enum RowMark : unsigned char {
+    RowMissing,
+    RowOfZeros,  // of a table that was there before
+    RowByDefault,
+    RowSingle
+};
 
 int Rows(const Bnode_bn& node) { return NumProduct(node.parents); }
 
@@ -61,7 +65,7 @@ void WarnZeroRow(const Bnode_bn& node, int row) {
 /// The first entry that is no probability, -1 when there is none. Rounding noise becomes 0.
 int FirstBadProbability(float* values, int count, bool& noise) {
     for (int i = 0; i < count; ++i) {
-        if (values[i] < 0 && values[i] > NoiseLimit) {
+        if (IsRoundingNoise(values[i])) {
             values[i] = 0;
             noise = true;
         }
@@ -328,8 +332,18 @@ private:
     bool single_ = true;
 };
 
-/// Makes the table and the marks of its rows, as far as they are missing. Rows of a table that is
-/// there already count as given. A table that is about to be set whole is not cleared first.
+/// Marks the rows of a table that is there already: those of zeros may yet be given.
+void MarkRows(Bnode_bn& node) {
+    const int states = node.numStates();
+    const float* row = node.relation.probs;
+    for (int r = 0; r < Rows(node); ++r, row += states) {
+        const bool zeros = std::all_of(row, row + states, [](float p) { return p == 0; });
+        node.relation.rowMarks[r] = zeros ? RowOfZeros : RowSingle;
+    }
+}
+
+/// Makes the table and the marks of its rows, as far as they are missing. A table that is about to
+/// be set whole is not cleared first.
 rept_kt* PrepareRows(Bnode_bn& node, int entries, bool setWhole) {
     Reln_bn& relation = node.relation;
     const int rows = Rows(node);
@@ -337,7 +351,7 @@ rept_kt* PrepareRows(Bnode_bn& node, int entries, bool setWhole) {
         if (relation.rowMarks != nullptr) return Okay_rept_kt;
         relation.rowMarks = NewXArray<unsigned char>(rows).release();
         if (relation.rowMarks == nullptr) return NoMemory(node, rows);
-        std::fill_n(relation.rowMarks, rows, RowByDefault);
+        MarkRows(node);
         return Okay_rept_kt;
     }
     if (rept_kt* report = ModelAccess::chargeFilled(node, entries); IsError(report)) return report;
@@ -367,11 +381,12 @@ void Repeat(float* block, std::size_t filled, std::size_t size) {
 
 void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& values) {
     Reln_bn& relation = node.relation;
-    if (pattern.single() && relation.rowMarks[pattern.row()] == RowSingle) {
-        WarnRowAgain(node, pattern.row());
-    }
     if (!pattern.single() && pattern.matches() == Rows(node)) {
         const auto rows = static_cast<std::size_t>(pattern.matches());
+        const auto* given = std::find_if(relation.rowMarks, relation.rowMarks + rows,
+                                         [](unsigned char m) { return m >= RowByDefault; });
+        if (given != relation.rowMarks + rows)
+            WarnRowAgain(node, static_cast<int>(given - relation.rowMarks));
         std::copy(values.begin(), values.end(), relation.probs);
         Repeat(relation.probs, values.size(), rows * values.size());
         std::fill_n(relation.rowMarks, rows, RowByDefault);
@@ -380,6 +395,7 @@ void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& va
     const unsigned char mark = pattern.single() ? RowSingle : RowByDefault;
     for (int n = pattern.matches(); n > 0; --n, pattern.advance()) {
         const auto row = static_cast<std::size_t>(pattern.row());
+        if (relation.rowMarks[row] >= mark) WarnRowAgain(node, pattern.row());
         std::copy(values.begin(), values.end(), relation.probs + row * values.size());
         relation.rowMarks[row] = mark;
     }

@@ -276,7 +276,8 @@ struct BelVecProblem {
 constexpr BelVecProblem belVecProblems[] = {
     {BelVecTooFew, "fewer numbers than states, the missing ones are 0"},
     {BelVecTooMany, "more numbers than states, the rest is passed over"},
-    {BelVecNotANumber, "something that is no number is taken as 0"},
+    {BelVecTwice, "are these decimal commas?"},
+    {BelVecNotANumber, "something is no number"},
     {BelVecNegative, "a negative number is taken as 0"},
     {BelVecZeroSum, "the numbers sum to 0"},
     {BelVecNotOne, "the numbers do not sum to 1"},

@@ -62,6 +62,7 @@ struct Example {
     int line = 0;                ///< from 1; 0: the report has no place
     int column = 0;              ///< from 1, in bytes
     unsigned format = 0;         ///< of the FormatSetEN; 0: the first of the row's formats
+    bool lenient = false;        ///< when it is read leniently
 };
 
 /// One kind of report. Several rows may share a number, where one cause has several texts.

@@ -176,10 +176,11 @@ enum BelVecProblemEN : int {
     BelVecCommas = 0x0002,         ///< (no problem) numbers were separated by commas
     BelVecTooFew = 0x0001,         ///< fewer numbers than states, the rest are 0
     BelVecTooMany = 0x0020,        ///< more numbers than states, the rest passed over
-    BelVecNotANumber = 0x0040,     ///< a token that is no number, taken as 0
+    BelVecNotANumber = 0x0040,     ///< a token that is no number
     BelVecNegative = 0x0200,       ///< a negative number, taken as 0
     BelVecDontNormalize = 0x0100,  ///< (no problem by itself) do not normalise
     BelVecZeroSum = 0x0400,        ///< the numbers sum to zero
+    BelVecTwice = 0x1000,          ///< exactly twice the numbers: perhaps decimal commas
     BelVecNotOne = 0x0800,         ///< the numbers do not sum to 1 (nor are counts)
     BelVecCounts = 0x4000,         ///< (no problem) whole numbers that are counts
 };

@@ -53,10 +53,12 @@ rept_kt* ReadIntPair(Parser_kt& in, coord_kt& out) {
     constexpr double highest = std::numeric_limits<int>::max();
     double pair[2] = {0, 0};
     if (rept_kt* const error = ReadPair(in, pair); error != nullptr) return error;
-    for (const double x : pair) {
+    for (double& x : pair) {
         const double rounded = std::floor(x + 0.5);
-        if (rounded < lowest || rounded > highest)
-            return in.report(msg::text.coordinateTooLarge, x);
+        if (rounded >= lowest && rounded <= highest) continue;
+        const std::string written = Format("%g", x);
+        x = x < 0 ? lowest : highest;
+        in.report(msg::text.coordinateClamped, written.c_str(), static_cast<int>(x));
     }
     out = {RoundToInt_kt(pair[0]), RoundToInt_kt(pair[1])};
     return nullptr;

@@ -29,9 +29,13 @@ struct TextMessages {
                                         OfAny,
                                         "the number does not fit its type. Correct it",
                                         {"1 2 0 2 0.5 1e99", 1, 13, OfErgo}};
-    Message<double> coordinateTooLarge{
-        -5041, MessageKind::error,  "coordinate %g is too large",
-        OfAny, numberTooLarge.cure, {"net {} node a { position = (1e10 0); }", 1, 34, OfHugin}};
+    Message<const char*, int> coordinateClamped{
+        -5224,
+        MessageKind::warning,
+        "coordinate %s is too large and is taken as %d",
+        OfAny,
+        "the node is drawn at the border of all drawings. Correct the number",
+        {"1 2 0 2 1 0 A a b 99999999999 2", 1, 19, OfErgo}};
     Message<const char*> notAnInteger{-5042,
                                       MessageKind::error,
                                       "'%s' is not an integer",
@@ -90,12 +94,6 @@ struct TextMessages {
                                    OfXMLBIF | OfXDSL,
                                    badXML.cure,
                                    {"<BIF VERSION=\"0.3>", 1, 6, OfXMLBIF}};
-    Message<> openMarkup{-5051,
-                         MessageKind::error,
-                         "the markup that starts here is never closed",
-                         OfXMLBIF | OfXDSL,
-                         badXML.cure,
-                         {"<!DOCTYPE BIF [", 1, 1, OfXMLBIF}};
     Message<const char*, const char*> wrongClosingTag{
         -5052,
         MessageKind::error,
@@ -129,8 +127,6 @@ struct TextMessages {
     Message<const char*> elementInText{
         -5263, MessageKind::warning, "element '%s' within a text is passed over", OfXMLBIF | OfXDSL,
         "the text around it is kept. Write the element elsewhere, or its `<` as `&lt;`"};
-    Message<> bareLess{-5277, MessageKind::notice, "this '<' begins no tag and is taken as text",
-                       OfXMLBIF | OfXDSL, "write it as `&lt;`"};
     Message<> afterRoot{-5264, MessageKind::warning, "what follows the root element is passed over",
                         OfXMLBIF | OfXDSL,
                         "an XML file holds one element. Put the second into a file of its own"};

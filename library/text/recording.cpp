@@ -1,5 +1,7 @@
 // Reports against a tokenizer's place, and what follows from them.
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "library/reports/messages.h"
 #include "library/text/messages.h"
@@ -53,8 +55,10 @@ rept_kt* MakeNumberError(Parser_kt& in, bool integer) {
     const NumberEN kind = integer ? ParseInteger(word.data(), last, whole, end)
                                   : ParseNumber(word.data(), last, value, end);
     // A number that was refused is too large for where it is wanted.
-    const bool tooLarge = integer ? kind == NumberEN::tooLarge && end == last
-                                  : kind != NumberEN::none && (end == last || *end == ',');
+    const bool outOfRange =
+        kind == NumberEN::tooLarge ||
+        (!integer && kind == NumberEN::ok && std::abs(value) > std::numeric_limits<float>::max());
+    const bool tooLarge = outOfRange && (end == last || (!integer && *end == ','));
     if (tooLarge) return in.report(msg::text.numberTooLarge, Shown(word).c_str());
     return in.report(integer ? msg::text.notAnInteger : msg::text.notANumber, Shown(word).c_str());
 }
