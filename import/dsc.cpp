@@ -40,7 +40,18 @@ struct NodeValues {
 
 // ---- Attribute values ----------------------------------------------------------------------
 
-void read_name(Parser_kt& in, NodeValues& values) { values.title.reset(in.readStringNew()); }
+/// False, with a warning, when the attribute ends where its value should stand.
+bool has_value(Parser_kt& in) {
+    const char c = in.peekPunc();
+    if (c != ';' && c != '}') return true;
+    in.setTokenStart(in.getPos());
+    in.report(msg::dsc.missingValue);
+    return false;
+}
+
+void read_name(Parser_kt& in, NodeValues& values) {
+    if (has_value(in)) values.title.reset(in.readStringNew());
+}
 
 void read_position(Parser_kt& in, NodeValues& values) {
     if (!TryReadCoord(in, values.position)) in.skipStatement();
@@ -48,7 +59,7 @@ void read_position(Parser_kt& in, NodeValues& values) {
 
 void read_text(Parser_kt& in, strin_kt& out) {
     strin_kt text;
-    in.readString(text);
+    if (has_value(in)) in.readString(text);
     out.swap(text);
 }
 
@@ -92,6 +103,18 @@ void pass_list(Parser_kt& in, ParserPos_kt list) {
     if (!in.skipStructure('{', '}', false) || in.peekPunc() != ';') in.setPos(read);
 }
 
+/// Warns of names that commas announce and that are not there.
+void check_state_names(Parser_kt& in, ParserPos_kt list, int count) {
+    const ParserPos_kt end = in.getPos();
+    in.setPos(list);
+    for (bool more = true; more && in.getPos() < end; more = in.skipToken()) {
+        if (in.peekPunc() == '"' || !in.peekWord().empty()) --count;
+    }
+    in.setPos(end);
+    in.setTokenStart(list);
+    if (count > 0) in.report(msg::dsc.missingStateNames, count);
+}
+
 /// The names behind "discrete[n] =". A number of states that is illegible gives way to the number
 /// of names; a list that cannot be read leaves the states without names.
 void read_names_of_states(Parser_kt& in, bool illegible, NodeValues& values) {
@@ -108,6 +131,7 @@ void read_names_of_states(Parser_kt& in, bool illegible, NodeValues& values) {
     if (illegible) values.numStates = count;
     if (count == values.numStates) {
         values.stateNames = std::move(names);
+        check_state_names(in, list, count);
     } else {
         in.setTokenStart(list);
         in.report(msg::dsc.stateCountDiffers, values.numStates, count);
@@ -247,6 +271,7 @@ void read_node_block(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     try {
         read_node_name(in, lenient, name);
         const ParserPos_kt place = in.tokenStart();
+        if (name[0] == 0 && in.peekPunc() == '{') in.report(msg::dsc.namelessNode);
         legalName.reset(ToLegalName_kt(DupStr_kt(name)));
         in.structName = legalName.get();
         block.stage = Stage::body;
@@ -311,7 +336,13 @@ void read_header(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
         in.report(msg::dsc.blocksBeforeHeader, keyword.c_str());
         return;
     }
-    if (!at_block(in)) SetNetLabel(*drawing.getBNet(), in.readStringNew());
+    const bool named = !at_block(in) && (in.peekPunc() == '"' || !in.peekWord().empty());
+    if (named) {
+        SetNetLabel(*drawing.getBNet(), in.readStringNew());
+    } else if (!in.isAtEnd()) {
+        in.setTokenStart(in.getPos());
+        in.report(msg::dsc.namelessNetwork);
+    }
     const char c = in.readPunc();
     if (c == '{' && lenient.on) {
         pass_properties(in);

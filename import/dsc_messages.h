@@ -14,6 +14,12 @@ struct DscMessages {
         OfDsc,
         "not a DSC file, or its header is lost. Write `belief network \"name\"` in front",
         {"belief net x", 1, 1}};
+    Message<> namelessNetwork{-5226,
+                              MessageKind::notice,
+                              "the network has no name",
+                              OfDsc,
+                              "write it behind the word `network`, or `\"\"` for none",
+                              {"belief network node A {}", 1, 16}};
     Message<const char*> strayAfterName{
         -4026,
         MessageKind::warning,
@@ -47,6 +53,14 @@ struct DscMessages {
         OfDsc,
         "the block of a node has no body. Write `{` after the node's identifier, which is one word",
         {"network x node A B {}", 1, 18}};
+    Message<> namelessNode{
+        -5227,
+        MessageKind::warning,
+        "this >-node has no name",
+        OfDsc,
+        "a name is made up, and nothing in the file can mean the node. Write one "
+        "behind the word `node`",
+        {"network x node {}", 1, 16}};
     Message<const char*> strayInNode{-4006,
                                      MessageKind::warning,
                                      "unexpected punctuation '%s'",
@@ -59,6 +73,15 @@ struct DscMessages {
                            OfDsc,
                            "the attribute is passed over. Write `:` after its name",
                            {"network x node A { name a; }", 1, 20}};
+    Message<> missingValue{
+        -5228, MessageKind::warning,           "the value of the attribute is missing",
+        OfDsc, "write it, or `\"\"` for none", {"network x node A { name: ; }", 1, 26}};
+    Message<int> missingStateNames{-5229,
+                                   MessageKind::warning,
+                                   "%d state names are missing from the list",
+                                   OfDsc,
+                                   "those states have empty names. Write them, or `\"\"` for none",
+                                   {"network x node A { type: discrete[2] = {a, , }; }", 1, 40}};
     Message<> missingBracket{
         -4008,
         MessageKind::warning,
@@ -216,6 +239,13 @@ struct DscMessages {
         {"network x node A {} node B {} probability(A|B, B) { (0, 1): 1, 0; }", 1, 53}};
 
     // Lenient reading.
+    Message<const char*> blockWithoutEnd{
+        -5234,
+        MessageKind::warning,
+        "the file ends inside the probability block of >-node '%s'",
+        OfDsc,
+        "the rows read so far count. Get the file again, or close the block",
+        {"network x node A {} probability(A) { 1, 0;", 1, 43, OfDsc, true}};
     Message<> networkProperties{-5212,
                                 MessageKind::notice,
                                 "the properties in braces after the network's name are passed over",

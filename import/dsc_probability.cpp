@@ -41,9 +41,10 @@ std::vector<int> tuple_order(const BndList_bn& parents, int before,
     return order;
 }
 
-/// The next parent of a header, linked to the child; null at the ')'.
-Bnode_bn* read_parent(Parser_kt& in, Bnode_bn& child, Block& block, Leniency& lenient) {
+/// The next parent of a header, linked to the child; null at the ')'. `first`: no parent was read.
+Bnode_bn* read_parent(Parser_kt& in, Bnode_bn& child, bool first, Block& block, Leniency& lenient) {
     char name[wordSize + 1] = {};
+    bool due = first;  // a name, so that another comma is one too many
     while (name[0] == 0) {
         if (in.isAtEnd()) {
             in.report(msg::text.unexpectedEnd);
@@ -51,9 +52,11 @@ Bnode_bn* read_parent(Parser_kt& in, Bnode_bn& child, Block& block, Leniency& le
         }
         const bool quoted = lenient.on && in.peekPunc() == '"';
         const char c = quoted ? '\0' : in.readPunc();
+        const bool expected = c == 0 || (!due && (c == ',' || c == ')'));
+        if (!expected) in.report(msg::dsc.strayAmongParents, CharName(c));
         if (c == ')') return nullptr;
-        if (c != 0 && c != ',') in.report(msg::dsc.strayAmongParents, CharName(c));
         if (c == '{' && block.body == nullptr) block.body = in.getPos();
+        due = due || c == ',';
         read_node_name(in, lenient, name);
     }
     Bnode_bn* parent = child.net().findNodeLabeled(name);
@@ -82,7 +85,7 @@ Family read_header(Parser_kt& in, const Bnet_bn& net, Block& block, Leniency& le
         std::vector<Bnode_bn*> written;
         const BndList_bn& parents = family.child->parents;
         const int before = parents.N;
-        while (Bnode_bn* parent = read_parent(in, *family.child, block, lenient))
+        while (Bnode_bn* parent = read_parent(in, *family.child, written.empty(), block, lenient))
             written.push_back(parent);
         if (before + static_cast<int>(written.size()) != parents.N) {
             family.tupleOrder = tuple_order(parents, before, written);
@@ -215,6 +218,7 @@ public:
         }
         finish();
         if (!closed_ && !anyRow_) reportNoRows();
+        if (!closed_ && lenient_.on) in_.report(msg::dsc.blockWithoutEnd, child_.name());
     }
 
 private:

@@ -103,6 +103,10 @@ double read_number_field(Parser_kt& in) {
 
 OwnedStr read_string_field(Parser_kt& in) {
     ExpectSeparator(in, msg::dxpress.stringSeparator);
+    if (const char c = in.peekPunc(); c == ';' || c == '}') {
+        in.setTokenStart(in.getPos());
+        in.report(msg::dxpress.missingValue);
+    }
     return OwnedStr(in.readStringNew());
 }
 
@@ -135,22 +139,52 @@ bool read_bool_field(Parser_kt& in) {
     return false;
 }
 
-/// Passes over an item that the reader does not take: silently when the list knows it.
+/// Passes over an item that the reader does not take: silently when the list knows it. When it has
+/// lost its ';' it ends before the name of the next field that is taken, one of `table`.
+template <class OBJECT, std::size_t N>
 void SkipUntaken(Parser_kt& in, const char* word, const char* list,
-                 const Message<const char*>& unknown) {
+                 const Message<const char*>& unknown, const FieldHandler<OBJECT> (&table)[N]) {
     if (std::strstr(list, word) == nullptr) in.reportUnknown(word, unknown, word);
+    const ParserPos_kt start = in.getPos();
     in.skipStatement();
+    const ParserPos_kt end = in.getPos();
+    in.setPos(start);
+    in.skipToken();  // the separator
+    in.skipToken();  // a value's start
+    while (in.getPos() < end && std::strchr("({[", in.peekPunc()) == nullptr) {
+        const ParserPos_kt field = in.getPos();
+        const bool taken = FindHandler(table, std::string(in.peekWord()).c_str()) != nullptr;
+        in.skipToken();
+        const char c = in.peekPunc();
+        if (!taken || in.getPos() >= end || (c != ':' && c != '=')) continue;
+        in.setPos(field);
+        return;
+    }
+    in.setPos(end);
 }
 
 // ---- kb ------------------------------------------------------------------------------------
 
+constexpr FieldHandler<Bnet_bn> kbHandlers[] = {
+    {"notes", [](Parser_kt& in, Bnet_bn& net,
+                 const char*) { net.setComment(read_string_field(in).release()); }},
+};
+
+/// Reads a field by its row of the table, or passes over it.
+template <class OBJECT, std::size_t N>
+void ReadField(Parser_kt& in, OBJECT& object, const char* word,
+               const FieldHandler<OBJECT> (&table)[N], const char* list,
+               const Message<const char*>& unknown) {
+    if (const auto* handler = FindHandler(table, word)) {
+        handler->read(in, object, word);
+    } else {
+        SkipUntaken(in, word, list, unknown, table);
+    }
+}
+
 void read_kb(Parser_kt& in, Bnet_bn& net) {
     ReadBlock(in, kbBlock, net.name, [&](const char* word) {
-        if (streqli_kt(word, "notes")) {
-            net.setComment(read_string_field(in).release());
-        } else {
-            SkipUntaken(in, word, kbFields, msg::dxpress.unknownKbField);
-        }
+        ReadField(in, net, word, kbHandlers, kbFields, msg::dxpress.unknownKbField);
         return true;
     });
 }
@@ -200,6 +234,24 @@ constexpr FieldHandler<StateEntry> stateHandlers[] = {
     {"definition", parse_state_definition},
 };
 
+/// Past the '{' of a state, whatever stands before it. When a '}', or a field's end or separator,
+/// comes first, the '{' is lost.
+void PassToBrace(Parser_kt& in) {
+    const ParserPos_kt start = in.getPos();
+    do {
+        const char c = in.peekPunc();
+        if (c == '{') {
+            in.skipToken();
+            return;
+        }
+        if (c != 0 && std::strchr("}:=;", c) != nullptr) break;
+    } while (in.skipToken());
+    in.setPos(start);
+    in.skipSpaces();
+    in.setTokenStart(in.getPos());
+    in.report(msg::dxpress.stateUnopened);
+}
+
 /// One state entry, its type word already read.
 void read_state(Parser_kt& in, Bnode_bn& node, int state, const char* type, strin_kt& faultList) {
     const bool isFault = streqli_kt(type, "fault");
@@ -208,14 +260,10 @@ void read_state(Parser_kt& in, Bnode_bn& node, int state, const char* type, stri
         SkipNextBraces(in);
         return;
     }
-    in.skipToString("{");
+    PassToBrace(in);
     StateEntry entry{node, state, isFault, faultList};
     ReadItems(in, stateBlock, [&](const char* word) {
-        if (const auto* handler = FindHandler(stateHandlers, word)) {
-            handler->read(in, entry, word);
-        } else {
-            SkipUntaken(in, word, stateFields, msg::dxpress.unknownStateField);
-        }
+        ReadField(in, entry, word, stateHandlers, stateFields, msg::dxpress.unknownStateField);
         return true;
     });
 }
@@ -365,11 +413,7 @@ void read_node(Parser_kt& in, Bnet_bn& net) {
         }
         ToLegalName_kt(name.get());
         ReadItems(in, nodeBlock, [&](const char* word) {
-            if (const auto* handler = FindHandler(nodeHandlers, word)) {
-                handler->read(in, *node, word);
-            } else {
-                SkipUntaken(in, word, nodeFields, msg::dxpress.unknownNodeField);
-            }
+            ReadField(in, *node, word, nodeHandlers, nodeFields, msg::dxpress.unknownNodeField);
             return true;
         });
         AppendNotesToComment(*node);
@@ -503,7 +547,8 @@ bool AtObject(Parser_kt& in) {
 /// that has lost a brace ends before the next object.
 void SkipObject(Parser_kt& in, Bnet_bn&, const char*) {
     for (; in.peekPunc() != '{'; in.skipToken()) {
-        if (in.isAtEnd() || AtObject(in)) return;
+        if (AtObject(in)) return;
+        if (in.isAtEnd()) return EndOfInput(in);
     }
     in.skipToken();
     const ParserPos_kt body = in.getPos();

@@ -62,6 +62,12 @@ struct DXPressMessages {
         OfDXPress,
         "write `true`, `false`, `1` or `0`",
         {"diagnostic network x nodes { standard A { observable: maybe; } }", 1, 55}};
+    Message<> missingValue{-5243,
+                           MessageKind::warning,
+                           "the value of the field is missing",
+                           OfDXPress,
+                           "write it, or `\"\"` for none",
+                           {"diagnostic network x nodes { standard A { name: ; } }", 1, 49}};
     // kb.
     Message<> kbUnopened{-4045,
                          MessageKind::warning,
@@ -205,6 +211,14 @@ struct DXPressMessages {
                                        {"diagnostic network x nodes { standard A { type: "
                                         "discrete[1] = { , standard { name: a; } }; } }",
                                         1, 65}};
+    Message<> stateUnopened{-5242,
+                            MessageKind::warning,
+                            "expected '{'",
+                            OfDXPress,
+                            "the state is read as if it stood there",
+                            {"diagnostic network x nodes { standard A { type: discrete[1] = { "
+                             "standard name: a; } }; } }",
+                             1, 74}};
     Message<const char*> strayInState{
         -4051,
         MessageKind::warning,
