@@ -87,7 +87,10 @@ void Expect(Parser_kt& in, const char* wanted, const char* keep,
 }
 
 void SkipNextBraces(Parser_kt& in) {
-    if (in.skipToString("{") != -1) in.skipStructure('{', '}', true);
+    while (in.peekPunc() != '{') {
+        if (in.peekPunc() == '}' || !in.skipToken()) return;
+    }
+    in.skipStructure('{', '}', false);
 }
 
 namespace {

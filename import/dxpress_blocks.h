@@ -102,7 +102,7 @@ void ReadBlock(Parser_kt& in, const BlockKind& block, const char* name, Item rea
     });
 }
 
-/// Passes over the next structure in braces, if there is one.
+/// Passes over the next structure in braces, if there is one before a '}'.
 void SkipNextBraces(Parser_kt& in);
 
 /// One of a block's fields: what to do once its name has been read.

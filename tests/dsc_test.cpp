@@ -60,7 +60,7 @@ TEST(Dsc, StateNamesFromTitlesWhenPreferred) {
 const char* const reportCases = R"(
 network x -> -1 -4108 1:10 unexpected end-of-input
 BELIEF NetWork X node network1{} -> 1
-belief network~node A {} node B {} -> 2
+belief network~node A {} node B {} -> 2 -5226 2:1 the network has no name
 belief network a~my network b~node A {} note: the node~B {} -> 2 -4027 2:1 unknown block type 'my'~-4027 3:11 unknown block type 'note'
 network x properties { y {~node A {} -> 1 -4027 1:11 unknown block type 'properties'~-4108 2:10 unexpected end-of-input
 network x node A{} a { { "}" } /* } */ }~; node B{} -> 2 -4027 1:20 unknown block type 'a'~-4028 2:1 unexpected punctuation ';'
@@ -78,6 +78,10 @@ network x node A { type: discrete[2]={a,b; }~node B{} -> 2 -5047 1:42 missing '}
 network x node A { type: discrete[2]={"a,b; }~node B{} -> 1 -5043 1:39 unterminated string~-5047 2:9 missing '}' at the end of the list, before the end of the input~-4013 2:9 missing semicolon at end~-4014 2:9 missing '}' at end
 network x node A { name: "node x {";~node B{} -> 2 -4014 2:1 missing '}' at end
 network x node A {}~node A { }~node B{} -> 2 -5080 2:6 there is a node 'A' already
+network x node {} node B { name:; label: } -> 2 -5227 1:16 this node has no name~-5228 1:33 the value of the attribute is missing~-5228 1:42 the value of the attribute is missing~-4013 1:42 missing semicolon at end
+network x node A { type: discrete[3] = {a,,}; } -> 1 -5229 1:40 2 state names are missing from the list
+network x node A { type: discrete[3] = {"","",""}; } -> 1
+%(B|A,,C,) { default: 1,0; } -> 3 -4017 2:18 unexpected punctuation ','~-4017 2:21 unexpected punctuation ')'
 %(B|A,~ -> 3 -4108 3:1 unexpected end-of-input~-4020 3:1 missing '{'
 %(B|A) { -> 3 -5092 2:20 2 of the 2 rows of node 'B' are missing, and are zeros
 %(A) { 1, 0 } node D {} -> 4 -3611 2:24 expected semicolon (;) after probablity vector, but read '}'
@@ -176,7 +180,7 @@ TEST(Dsc, ReadsTablesAndRecovers) {
 // Text read leniently -> the node read last as text, without its drawing, and the reports.
 const char* const lenientCases = R"(
 network "x" { version is 1; creator is "}"; } node A {} -> nature A/  states - -/  none|-5212 1:13
-network { node A {} } -> nature A/  states - -/  none|-4028 1:21
+network { node A {} } -> nature A/  states - -/  none|-5226 1:9 -4028 1:21
 node A {} belief network x -> nature A/  states - -/  none|-5213 1:1 -4027 1:11
 network n node "A b" {type:discrete[2]{"x","y"};} -> nature A_b/  states x y/  none|-5214 1:16 -5215 1:39
 % "D e" {} probability ("D e" | "A") {(0)=1,0;(1)=0,1;} -> nature D_e/  states - -/  parents A/  table 1 0 0 1|-5214 2:6 -5216 2:45

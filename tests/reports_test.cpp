@@ -320,7 +320,7 @@ TEST(BelvecMessages, NameEveryProblem) {
         {BelVecCommas | BelVecCounts | BelVecDontNormalize, "no problem"},
         {BelVecTooFew | BelVecNegative | BelVecCommas,
          "fewer numbers than states, the missing ones are 0; a negative number is taken as 0"},
-        {BelVecNotOne | 0x11000, "the numbers do not sum to 1; problem 0x11000"},
+        {BelVecNotOne | 0x12000, "the numbers do not sum to 1; problem 0x12000"},
     };
     for (const auto& c : cases) {
         char buffer[256];

@@ -395,7 +395,7 @@ void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& va
     const unsigned char mark = pattern.single() ? RowSingle : RowByDefault;
     for (int n = pattern.matches(); n > 0; --n, pattern.advance()) {
         const auto row = static_cast<std::size_t>(pattern.row());
-        if (relation.rowMarks[row] >= mark) WarnRowAgain(node, pattern.row());
+        if (relation.rowMarks[row] == RowSingle) WarnRowAgain(node, pattern.row());
         std::copy(values.begin(), values.end(), relation.probs + row * values.size());
         relation.rowMarks[row] = mark;
     }
