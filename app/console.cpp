@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "export/describe.h"
 #include "export/json.h"
 #include "export/text.h"
 
@@ -122,19 +123,11 @@ void Console::showText(const ReportRecord& report) {
         place += ":" + std::to_string(report.line) + ":" + std::to_string(report.column);
     std::string out = paint(bold, place + ":") + " ";
     out += paint(ColorOf(report.severity), std::string(SeverityName(report.severity)) + ":");
-    out += " " + Visible(report.message);
+    out += " " + Visible(report.message + ContextText(report));
     if (report.number != 0) out += " [" + std::to_string(report.number) + "]";
     out += '\n';
-    if (terminal_ && report.line > 0) out += contextLine(report) + sourceLines(report);
+    if (terminal_ && report.line > 0) out += sourceLines(report);
     std::cerr << out;
-}
-
-/// What was being read, a line of its own; empty when that is not known.
-std::string Console::contextLine(const ReportRecord& report) {
-    std::string text = report.structKind;
-    if (!report.structName.empty()) text += " '" + report.structName + "'";
-    if (!report.fieldName.empty()) text += ", field '" + report.fieldName + "'";
-    return text.empty() ? text : "  in " + Visible(text) + "\n";
 }
 
 /// The line of the source, and one with a caret below it.

@@ -50,7 +50,6 @@ public:
 
 private:
     void showText(const ReportRecord& report);
-    static std::string contextLine(const ReportRecord& report);
     std::string sourceLines(const ReportRecord& report) const;
     std::string windowAround(long long offset, std::size_t& caret) const;
     std::string paint(const char* code, const std::string& text) const;

@@ -1,18 +1,24 @@
-// Writing an imported net to a file, whole or not at all.
+// Writing an imported net.
 #pragma once
 
 #include <string>
 
-#include "export/writers.h"
+#include "app/console.h"
+#include "app/options.h"
+#include "export/output.h"
 
 namespace lumo::app {
 
-/// Writes the result to the path ("-": standard output). A file is written beside its place and
-/// renamed when it is complete; a device or pipe is written directly. Empty when it worked, else
-/// what went wrong.
-std::string WriteOutput(const ImportResult& result, const Writer& writer, const std::string& path);
+/// Writes the net in the format and to the place asked for, and says what the format does not keep.
+/// Empty when it worked, else what went wrong.
+std::string Convert(const ImportResult& result, const Options& options, Console& console);
 
 /// Writes text to standard output; likewise.
 std::string WriteStandardOutput(const std::string& text);
+
+/// The file that is read under that name, and the one that is written: "-" is standard input or
+/// output.
+std::optional<FileIdentity> InputIdentity(const std::string& file);
+std::optional<FileIdentity> OutputIdentity(const std::string& output);
 
 }  // namespace lumo::app

@@ -11,23 +11,10 @@
 #include "app/options.h"
 #include "app/read.h"
 #include "app/summary.h"
-#include "export/placing.h"
 #include "export/text.h"
 
 namespace lumo::app {
 namespace {
-
-/// Writes the net in the format asked for and says what the format does not keep.
-std::string Convert(const ImportResult& result, const Options& options, Console& console) {
-    const Writer& writer = *options.writer;
-    if (result.net == nullptr && !writer.withoutNet) return {};
-    if (writer.losses != nullptr && options.layout == LayoutEN::automatic) LayOut(*result.net);
-    std::string failure = WriteOutput(result, writer, OutputFor(options, result.file));
-    if (!failure.empty() || writer.losses == nullptr || options.quiet) return failure;
-    for (const std::string& note : LossNotes(writer.losses(*result.net), writer.title))
-        console.print(note.c_str());
-    return {};
-}
 
 /// Writes what the command wants of the result; empty, or what went wrong.
 std::string Write(const ImportResult& result, const Options& options, Console& console) {

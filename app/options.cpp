@@ -5,6 +5,7 @@
 #include <iostream>
 #include <map>
 
+#include "app/convert.h"
 #include "export/text.h"
 #include "library/utilities/Utils.h"
 
@@ -36,6 +37,7 @@ Options:
       --to FORMAT            convert: format or extension to write, instead of OUT's: %s
       --from FORMAT          format of the files, instead of detecting it: %s
       --condense yes|no      keep noisy-max tables as parameters, without asking
+      --force                convert: write over the input, if it was read without error
       --layout auto|file     convert: where nodes are drawn, instead of the file where it says so
       --normalize            scale rows of nature nodes that do not sum to 1
       --class NAME           the class to read of a file that has several (hugin)
@@ -98,6 +100,30 @@ bool IsFolder(const std::string& path) {
     return path != "-" && std::filesystem::is_directory(path, unknown);
 }
 
+/// Whether two files would be written to one place, or one over an input; empty when not.
+std::string CheckOutputs(const Options& options) {
+    using Place = std::pair<std::optional<FileIdentity>, std::string>;  // the path of a new file
+    std::map<FileIdentity, std::string> inputs;
+    for (const std::string& file : options.files)
+        if (const auto input = InputIdentity(file)) inputs.emplace(*input, file);
+    std::map<Place, std::string> sources;
+    for (const std::string& file : options.files) {
+        const std::string output = OutputFor(options, file);
+        const auto written = OutputIdentity(output);
+        const auto [other, isNew] = sources.try_emplace({written, written ? "" : output}, file);
+        if (!isNew)
+            return "convert: '" + other->second + "' and '" + file + "' would both become '" +
+                   output + "'";
+        const auto over = written ? inputs.find(*written) : inputs.end();
+        if (over == inputs.end()) continue;
+        const bool own = written == InputIdentity(file);
+        if (!own || !options.force)
+            return "convert: '" + output + "' is the input '" + over->second + "'" +
+                   (own ? ", which --force writes over" : "");
+    }
+    return {};
+}
+
 /// The first mistake in a convert command, empty when there is none.
 std::string CheckConvert(Options& options, const Raw& raw) {
     options.writer =
@@ -109,14 +135,7 @@ std::string CheckConvert(Options& options, const Raw& raw) {
     }
     if (options.files.size() > 1 && !IsFolder(options.output))
         return "convert: '" + options.output + "' is not a folder, which many files need";
-    std::map<std::string, std::string> sources;
-    for (const std::string& file : options.files) {
-        const auto [other, isNew] = sources.try_emplace(OutputFor(options, file), file);
-        if (!isNew)
-            return "convert: '" + other->second + "' and '" + file + "' would both become '" +
-                   other->first + "'";
-    }
-    return {};
+    return CheckOutputs(options);
 }
 
 std::string Check(Options& options, const Raw& raw) {
@@ -163,6 +182,7 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     convert->add_option("FILE", options.files);
     convert->add_option("-o,--output", options.output)->required();
     convert->add_option("--to", raw.writer);
+    convert->add_flag("--force", options.force);
     CLI::App* explain = app.add_subcommand("explain");
     explain->add_option("NUMBER", options.files)->required();
     const CLI::App* formats = app.add_subcommand("formats");

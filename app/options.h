@@ -32,6 +32,7 @@ struct Options {
     std::vector<std::string> files;      ///< "-" is standard input; explain: report numbers
     std::string output;                  ///< convert: a file, a folder for many files, "-"
     const Writer* writer = nullptr;      ///< convert
+    bool force = false;                  ///< convert: write over the input
     const FormatInfo* format = nullptr;  ///< null: detect
     std::optional<bool> condense;        ///< answer to the noisy-max question
     LayoutEN layout = LayoutEN::best;    ///< of the nodes in what is written

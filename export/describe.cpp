@@ -56,6 +56,14 @@ const char* RelationName(RelnKindEN relation) {
     return names[static_cast<int>(relation)];
 }
 
+std::string ContextText(const ReportRecord& report) {
+    std::string text = report.structKind;
+    if (!report.structName.empty()) text += " '" + report.structName + "'";
+    if (!report.fieldName.empty())
+        text += (text.empty() ? "field '" : ", field '") + report.fieldName + "'";
+    return text.empty() ? text : " (in " + text + ")";
+}
+
 const char* TitleOrName(const Bnode_bn& node) {
     return HasText(node.title) ? node.title : node.name();
 }

@@ -16,6 +16,10 @@ const char* RelationName(RelnKindEN relation);  ///< "none", "table", "determini
 /// Whether there is a text that says something.
 inline bool HasText(const char* text) { return text != nullptr && *text != '\0'; }
 
+/// What was being read where the report arose, as the end of a line: " (in node 'a', field
+/// 'states')"; empty when that is not known. Bytes as in the file.
+std::string ContextText(const ReportRecord& report);
+
 /// What a person calls the node or net: its title, else its name. Bytes as in the file.
 const char* TitleOrName(const Bnode_bn& node);
 const char* TitleOrName(const Bnet_bn& net);

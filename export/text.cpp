@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "library/utilities/Utils.h"
+
 namespace lumo {
 namespace {
 
@@ -30,6 +32,26 @@ void appendUtf8(unsigned code, std::string& out) {
 }
 
 bool IsControl(unsigned byte) { return byte < 0x20 || byte == 0x7F; }
+
+/// The one character of valid UTF-8.
+unsigned CodePoint(std::string_view character) {
+    unsigned code = byteAt(character, 0);
+    if (code >= 0x80) code &= 0x7FU >> character.size();
+    for (std::size_t i = 1; i < character.size(); ++i)
+        code = code << 6 | (byteAt(character, i) & 0x3F);
+    return code;
+}
+
+/// Whether the character would move, break or turn round the text around it: controls, line and
+/// paragraph separators, marks of writing direction.
+bool IsHidden(unsigned code) {
+    constexpr struct {
+        unsigned first, last;
+    } ranges[] = {{0, 0x1F},        {0x7F, 0x9F},     {0x61C, 0x61C},
+                  {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+    return std::ranges::any_of(
+        ranges, [code](const auto& range) { return range.first <= code && code <= range.last; });
+}
 
 /// Bytes of the control character (or of U+FFFE and U+FFFF, which are no characters) that the valid
 /// UTF-8 text starts with; 0 when it starts with another one.
@@ -72,20 +94,17 @@ std::string ToUtf8(std::string_view text) {
 }
 
 std::string Visible(std::string_view text) {
-    static constexpr char digits[] = "0123456789abcdef";
     const std::string utf8 = ToUtf8(text);
     std::string out;
-    for (std::size_t i = 0; i < utf8.size(); ++i) {
-        const unsigned byte = byteAt(utf8, i);
-        const bool upperControl = byte == 0xC2 && byteAt(utf8, i + 1) < 0xA0;
-        const unsigned code = upperControl ? byteAt(utf8, ++i) : byte;
-        if (upperControl || code < 0x20 || code == 0x7F) {
-            out += "\\x";
-            out += digits[code >> 4];
-            out += digits[code & 15];
+    for (std::string_view rest = utf8; !rest.empty();) {
+        const auto length = static_cast<std::size_t>(Utf8Length(rest));
+        const unsigned code = CodePoint(rest.substr(0, length));
+        if (IsHidden(code)) {
+            out += Format(code < 0x100 ? "\\x%02x" : "\\u%04x", code);
         } else {
-            out += utf8[i];
+            out += rest.substr(0, length);
         }
+        rest.remove_prefix(length);
     }
     return out;
 }

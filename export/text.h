@@ -14,7 +14,8 @@ std::string ToUtf8(std::string_view text);
 /// there.
 int Utf8Length(std::string_view text);
 
-/// The text as UTF-8 for a terminal or a line of a log: control characters are written as \x1b.
+/// The text as UTF-8 for a terminal or a line of a log: control characters are written as \x1b,
+/// line separators and marks of writing direction as \u202e.
 std::string Visible(std::string_view text);
 
 /// The text as one line of UTF-8 for labels: control characters and what is no character are

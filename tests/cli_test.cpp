@@ -119,7 +119,8 @@ TEST_F(Cli, SummaryOnOutputDiagnosticsOnError) {
               "  problems    none\n");
     const Outcome errors = run("$L check errors.dsc");
     EXPECT_EQ(errors.out, "");
-    EXPECT_EQ(errors.err, "errors.dsc:3:14: error: undeclared node 'b' [-4016]\n");
+    EXPECT_EQ(errors.err,
+              "errors.dsc:3:14: error: undeclared node 'b' (in probability block) [-4016]\n");
     EXPECT_EQ(run("$L check -q good.erg").err, "");
     EXPECT_EQ(run("$L --color always check errors.dsc").err.find("\x1b[1merrors.dsc:3:14:"), 0U);
 }
@@ -151,13 +152,12 @@ TEST_F(Cli, SourceLineAndCaretOnATerminal) {
         return run("TERM=dumb script -qec \"$L check t.dsc\" /dev/null").out;
     };
     EXPECT_EQ(onTerminal("\tprobability (b) { 0.5; }"),
-              "t.dsc:2:15: error: undeclared node 'b' [-4016]\r\n"
-              "  in probability block\r\n"
+              "t.dsc:2:15: error: undeclared node 'b' (in probability block) [-4016]\r\n"
               "   probability (b) { 0.5; }\r\n"
               "                ^\r\n");
-    EXPECT_NE(onTerminal("/*\xC3\xA9\x1b[31m\xE9*/ probability (b) { }")
-                  .find("  /*é\\x1b[31mé*/ probability (b) { }\r\n"
-                        "                              ^\r\n"),
+    EXPECT_NE(onTerminal("/*\xC3\xA9\x1b[31m\xE9\u202E*/ probability (b) { }")
+                  .find("  /*é\\x1b[31mé\\u202e*/ probability (b) { }\r\n"
+                        "                                    ^\r\n"),
               std::string::npos);
     const std::string far(5000, ' ');
     const std::string windowed = onTerminal(far + "probability (b)" + far);
@@ -186,7 +186,6 @@ TEST_F(Cli, ConvertToFileStandardOutputAndFolder) {
     stat(path("out.json").c_str(), &status);
     EXPECT_EQ(status.st_mode & 0777, 0640U);
     EXPECT_EQ(run("$L convert good.erg --to json -o -").out, text);
-    EXPECT_EQ(run("$L convert good.erg --to json -o /dev/stdout").out, text);
     EXPECT_EQ(run("$L convert good.erg --to .JSON -o -").out, text);
     EXPECT_EQ(run("$L convert good.erg --to jso -o -").code, 64);
     const std::string longest = std::string(250, 'n') + ".json";
@@ -202,6 +201,63 @@ TEST_F(Cli, ConvertToFileStandardOutputAndFolder) {
     EXPECT_TRUE(none["net"].is_null());
     EXPECT_EQ(none["status"], "failed");
     EXPECT_FALSE(none["reports"].empty());
+}
+
+TEST_F(Cli, InputsAreNotWrittenOver) {
+    write("asia.net", Slurp(SAMPLES "/hugin/asia.net"));
+    write("bad.net", "net { zoom; HR_Zoom_ZoomFactor = full; }\nnode a { }\n");
+    fs::create_symlink("asia.net", folder / "link.net");
+    fs::create_hard_link(folder / "asia.net", folder / "hard.net");
+    fs::create_directory(folder / "to");
+    fs::create_symlink("../asia.net", folder / "to/bad.net");
+    const std::string asia = Slurp(folder / "asia.net"), bad = Slurp(folder / "bad.net");
+    for (const char* rest :
+         {"asia.net -o asia.net", "asia.net -o link.net", "link.net -o ./asia.net",
+          "hard.net -o asia.net", "*.net -o .", "asia.net bad.net -o to --force",
+          "- -o asia.net <asia.net", "asia.net -o - >>asia.net"}) {
+        const std::string command = "$L convert --to hugin " + std::string(rest);
+        const Outcome r = run(command);
+        EXPECT_EQ(r.code, 64) << command << r.err;
+        EXPECT_NE(r.err.find("' is the input '"), std::string::npos) << r.err;
+    }
+    EXPECT_EQ(run("$L convert bad.net -o bad.net --force").code, 74);
+    EXPECT_EQ(Slurp(folder / "asia.net"), asia);
+    EXPECT_EQ(Slurp(folder / "bad.net"), bad);
+    EXPECT_EQ(run("$L convert asia.net -o link.net --force").code, 0);
+    EXPECT_NE(Slurp(folder / "asia.net"), asia);
+    EXPECT_TRUE(fs::is_symlink(folder / "link.net"));
+}
+
+TEST_F(Cli, DescriptorsAreWrittenThrough) {
+    for (const std::string place : {"/dev/stdout", "/dev/fd/1", "/proc/self/fd/1", "to-it"}) {
+        fs::remove(folder / "to-it");
+        fs::create_symlink("/dev/fd/1", folder / "to-it");
+        EXPECT_EQ(run("{ echo first; $L convert good.erg --to json -o " + place +
+                      "; echo last; } >log; head -1 log; tail -1 log; grep -c schema log")
+                      .out,
+                  "first\nlast\n1\n")
+            << place;
+    }
+    EXPECT_EQ(run("$L convert good.erg --to json -o /dev/fd/77").code, 74);
+}
+
+TEST_F(Cli, SignalsEndItWithoutHalfAFile) {
+    std::string text = "net {}\n";
+    for (int i = 0; i < 50000; ++i)
+        text += "node n" + std::to_string(i) + " { states = (\"a\" \"b\"); }\n";
+    write("big.net", text);
+    write("kept", "old");
+    const int before = (run("true"), entries());
+    const std::string convert = "$L convert big.net --to html -o kept & ";
+    const std::string wait = "until ls -a | grep -q '^[.]lumo-' || ! kill -0 $!; do :; done; ";
+    for (const std::string signal : {"INT", "TERM", "HUP", "QUIT"}) {
+        const Outcome r = run("ulimit -c 0; env --default-signal " + convert + wait + "kill -" +
+                              signal + " $!; wait $!; echo $?");
+        EXPECT_GT(std::atoi(r.out.c_str()), 128) << signal << r.out << r.err;
+        EXPECT_EQ(entries(), before) << signal;
+        EXPECT_EQ(Slurp(folder / "kept"), "old");
+    }
+    EXPECT_EQ(run("nohup " + convert + wait + "kill -HUP $!; wait $!; echo $?").out, "0\n");
 }
 
 TEST_F(Cli, InputFromPipes) {
@@ -238,10 +294,6 @@ TEST_F(Cli, NoWriterLeavesHalfAFile) {
         EXPECT_EQ(Slurp(folder / "kept"), "old");
         EXPECT_EQ(run(convert + "- >/dev/full").err,
                   "lumo-import: cannot write 'standard output': No space left on device\n");
-        EXPECT_EQ(
-            run("(sleep 0.1; " + convert + "- ; echo $? >code) | : ; sleep 0.3; cat code").out,
-            "74\n");
-        fs::remove(folder / "code");
         EXPECT_EQ(run(convert + "kept").code, 0);
         EXPECT_GT(Slurp(folder / "kept").size(), 1024U);
     }
@@ -262,9 +314,6 @@ TEST_F(Cli, LossesAreToldOnStandardError) {
 }
 
 TEST_F(Cli, ClosedPipeEndsQuicklyWithAnError) {
-    const Outcome r =
-        run("{ $L convert good.erg --to json -o - ; echo $? >code; } | true; cat code");
-    EXPECT_TRUE(r.out == "74\n" || r.out == "0\n") << r.out;  // the reader may be slower
     EXPECT_EQ(run("(sleep 0.2; $L convert good.erg --to json -o - ; echo $? >code) | : ; "
                   "sleep 1; cat code")
                   .out,
