@@ -14,7 +14,7 @@ namespace {
 // Labels; widths are in ems, multiples of the font's size.
 constexpr double lineEms = 13;     ///< a label wider than this is broken
 constexpr double fixedEms = 0.61;  ///< a character of a font whose characters are equally wide
-constexpr std::size_t titleLines = 2;
+constexpr std::size_t mostLines = 3;
 constexpr std::size_t maxLabelBytes = 400;  ///< no label that long is drawn whole
 
 // Shapes.
@@ -102,32 +102,20 @@ std::size_t NextLine(std::string_view text, double width, const PictureFont& fon
     return at;
 }
 
-/// The text cut to the width, with an ellipsis when something went.
-std::string Cut(std::string_view text, double width, const PictureFont& font) {
-    if (TextWidth(text, font) <= width) return std::string(text);
-    std::size_t at = 0;
-    double used = TextWidth("…", font);
-    while (at < text.size()) {
-        const std::size_t length = CodePoint(text.substr(at)).second;
-        used += TextWidth(text.substr(at, length), font);
-        if (used > width) break;
-        at += length;
-    }
-    return std::string(Trimmed(text.substr(0, at))) + "…";
-}
-
-std::vector<std::string> Broken(std::string_view text, double width, const PictureFont& font) {
+/// The text in at most `most` lines, the last cut to the width.
+std::vector<std::string> Broken(std::string_view text, double width, std::size_t most,
+                                const PictureFont& font) {
     std::vector<std::string> lines;
-    for (text = Trimmed(text); !text.empty() && lines.size() < titleLines; text = Trimmed(text)) {
-        const bool last = lines.size() + 1 == titleLines;
+    for (text = Trimmed(text); !text.empty() && lines.size() < most; text = Trimmed(text)) {
+        const bool last = lines.size() + 1 == most;
         const std::size_t length = last ? text.size() : NextLine(text, width, font);
-        lines.push_back(Cut(Trimmed(text.substr(0, length)), width, font));
+        lines.push_back(CutText(Trimmed(text.substr(0, length)), width, font));
         text.remove_prefix(length);
     }
     return lines;
 }
 
-/// The text in at most titleLines lines of about equal widths.
+/// The text in as few lines as it needs, of about equal widths.
 std::vector<std::string> LabelLines(const char* text, const PictureFont& font) {
     const std::string line = OneLine(std::string_view(text).substr(0, maxLabelBytes));
     const std::string clean(Trimmed(line));
@@ -135,13 +123,13 @@ std::vector<std::string> LabelLines(const char* text, const PictureFont& font) {
     const double most = lineEms * font.size;
     const double whole = TextWidth(clean, font);
     if (whole <= most) return {clean};
-    double width = std::min(most, whole / titleLines);
-    while (width < most) {
-        std::vector<std::string> lines = Broken(clean, width, font);
-        if (!lines.back().ends_with("…")) return lines;
-        width += font.size;
+    for (std::size_t count = 2; count <= mostLines; ++count) {
+        for (double width = whole / static_cast<double>(count); width < most; width += font.size) {
+            std::vector<std::string> lines = Broken(clean, width, count, font);
+            if (!lines.back().ends_with("…")) return lines;
+        }
     }
-    return Broken(clean, most, font);
+    return Broken(clean, most, mostLines, font);
 }
 
 /// The label that the net's style wants: 0 name, 3 name and title, else the title; a node without a
@@ -149,7 +137,7 @@ std::vector<std::string> LabelLines(const char* text, const PictureFont& font) {
 std::vector<std::string> NodeLines(const Bnode_bn& node, int style, const PictureFont& font) {
     if (style == 0 || !HasOwnTitle(node)) return LabelLines(node.name(), font);
     std::vector<std::string> lines = LabelLines(node.title, font);
-    if (style == 3) lines.insert(lines.begin(), Cut(node.name(), lineEms * font.size, font));
+    if (style == 3) lines.insert(lines.begin(), CutText(node.name(), lineEms * font.size, font));
     return lines;
 }
 
@@ -216,28 +204,45 @@ std::unordered_map<const nodeset_bn*, RGB> ColorOfSets(const Bnet_bn& net) {
 
 double Distance(Point a, Point b) { return std::hypot(b.x - a.x, b.y - a.y); }
 
-void AddLinks(Picture& picture) {
+/// All links between the nodes, without courses yet.
+void ReadLinks(Picture& picture) {
     std::unordered_map<const Bnode_bn*, int> places;
     places.reserve(picture.nodes.size());
     for (const PictureNode& node : picture.nodes)
         places.emplace(node.node, static_cast<int>(places.size()));
     int child = 0;
     for (const PictureNode& to : picture.nodes) {
-        for (const Bnode_bn* parent : to.node->parents) {
-            const int place = places.at(parent);
-            const PictureNode& from = picture.nodes[static_cast<std::size_t>(place)];
-            PictureLink link{
-                place, child, {from.borderTowards(to.centre), to.borderTowards(from.centre)}};
-            const double inside =
-                Distance(from.centre, link.from()) + Distance(to.centre, link.to());
-            if (inside < Distance(from.centre, to.centre)) picture.links.push_back(std::move(link));
-        }
+        for (const Bnode_bn* parent : to.node->parents)
+            picture.links.push_back({places.at(parent), child, {}});
         ++child;
     }
 }
 
-/// Sets what is shown: the nodes with a margin, and the net's drawing extent when that is about as
-/// large.
+/// Places nodes and links by the automatic layout.
+void LayOut(Picture& picture) {
+    layout::Diagram diagram;
+    for (const PictureNode& node : picture.nodes)
+        diagram.sizes.push_back({2 * node.halfWidth, 2 * node.halfHeight});
+    for (const PictureLink& link : picture.links)
+        diagram.links.push_back({link.parent, link.child});
+    layout::Drawing drawing = layout::Draw(diagram);
+    for (std::size_t i = 0; i < picture.nodes.size(); ++i)
+        picture.nodes[i].centre = drawing.centres[i];
+    for (std::size_t i = 0; i < picture.links.size(); ++i)
+        picture.links[i].course = std::move(drawing.courses[i]);
+    picture.laidOut = true;
+}
+
+/// Ends the courses, which run from centre to centre, at the borders.
+void ClipLinks(Picture& picture) {
+    for (PictureLink& link : picture.links)
+        link.course =
+            Clipped(std::move(link.course), picture.parentOf(link), picture.childOf(link));
+    std::erase_if(picture.links, [](const PictureLink& link) { return link.course.empty(); });
+}
+
+/// Sets what is shown: nodes and links with a margin, and the net's drawing extent when that is
+/// about as large.
 void Frame(Picture& picture, double extentWidth, double extentHeight) {
     constexpr double margin = 20;
     if (picture.nodes.empty()) {
@@ -251,6 +256,14 @@ void Frame(Picture& picture, double extentWidth, double extentHeight) {
         right = std::max(right, node.centre.x + node.halfWidth + margin);
         top = std::min(top, node.centre.y - node.halfHeight - margin);
         bottom = std::max(bottom, node.centre.y + node.halfHeight + margin);
+    }
+    for (const PictureLink& link : picture.links) {
+        for (const Point at : link.course) {
+            left = std::min(left, at.x - margin);
+            right = std::max(right, at.x + margin);
+            top = std::min(top, at.y - margin);
+            bottom = std::max(bottom, at.y + margin);
+        }
     }
     const auto sensible = [](double extent, double from, double to) {
         return extent > to && extent < to + 0.3 * (to - from) + 100;
@@ -277,25 +290,18 @@ std::string PictureFont::families() const {
     return own + (IsMonospaced(*this) ? "monospace" : "Arial, Helvetica, sans-serif");
 }
 
-Point PictureNode::borderTowards(Point target) const {
-    const double dx = target.x - centre.x;
-    const double dy = target.y - centre.y;
-    if (dx == 0 && dy == 0) return centre;
-    const double acrossX = std::abs(dx) / halfWidth;
-    const double acrossY = std::abs(dy) / halfHeight;
-    double part = 0;  // of the way to the border that the offset is
+double PictureNode::reach(Point at) const {
+    const double dx = std::abs(at.x - centre.x);
+    const double dy = std::abs(at.y - centre.y);
+    const double acrossY = dy / halfHeight;
     switch (shape) {
         case ShapeEN::ellipse:
-            part = std::hypot(acrossX, acrossY);
-            break;
+            return std::sqrt(dx * dx / (halfWidth * halfWidth) + acrossY * acrossY);
         case ShapeEN::rectangle:
-            part = std::max(acrossX, acrossY);
-            break;
-        case ShapeEN::hexagon:
-            part = std::max(acrossY, (std::abs(dx) + HexagonSlant * std::abs(dy)) / halfWidth);
-            break;
+            return std::max(dx / halfWidth, acrossY);
+        default:
+            return std::max(acrossY, (dx + HexagonSlant * dy) / halfWidth);
     }
-    return {centre.x + dx / part, centre.y + dy / part};
 }
 
 double PictureNode::lineMiddle(std::size_t line, const PictureFont& font) const {
@@ -337,6 +343,19 @@ double TextWidth(std::string_view utf8, const PictureFont& font) {
     return ems * font.size * (font.bold ? 1.1 : 1.0);
 }
 
+std::string CutText(std::string_view text, double width, const PictureFont& font) {
+    if (TextWidth(text, font) <= width) return std::string(text);
+    std::size_t at = 0;
+    double used = TextWidth("…", font);
+    while (at < text.size()) {
+        const std::size_t length = CodePoint(text.substr(at)).second;
+        used += TextWidth(text.substr(at, length), font);
+        if (used > width) break;
+        at += length;
+    }
+    return std::string(Trimmed(text.substr(0, at))) + "…";
+}
+
 RGB InkOn(RGB fill) {
     const double light = 0.2126 * LinearLight(fill.red) + 0.7152 * LinearLight(fill.green) +
                          0.0722 * LinearLight(fill.blue);
@@ -344,12 +363,22 @@ RGB InkOn(RGB fill) {
 }
 
 std::string Decimal(double value) {
-    char text[40];
-    const double rounded = std::round(value * 100) / 100;
-    return {text, std::to_chars(text, text + sizeof text, rounded == 0 ? 0.0 : rounded).ptr};
+    // In hundredths, as a whole number: the drawing's numbers are within that.
+    const long long hundredths = std::llround(std::clamp(value, -1e15, 1e15) * 100);
+    const long long size = std::abs(hundredths);
+    char text[24];
+    char* end = text;
+    if (hundredths < 0) *end++ = '-';
+    end = std::to_chars(end, text + sizeof text, size / 100).ptr;
+    if (size % 100 != 0) {
+        *end++ = '.';
+        *end++ = static_cast<char>('0' + size / 10 % 10);
+        if (size % 10 != 0) *end++ = static_cast<char>('0' + size % 10);
+    }
+    return {text, end};
 }
 
-Picture MakePicture(const Bnet_bn& net) {
+Picture MakePicture(const Bnet_bn& net, LayoutEN layout) {
     const Vnet_kt& drawing = *net.vnets[0];
     Picture picture;
     picture.font = FontOf(drawing);
@@ -366,9 +395,17 @@ Picture MakePicture(const Bnet_bn& net) {
         drawn.ink = InkOn(drawn.fill);
         Size(drawn, picture.font);
     }
-    const double scale = PlacePicture(net, picture);
-    picture.laidOut = scale == 0;
-    AddLinks(picture);
+    ReadLinks(picture);
+    const bool anew =
+        layout == LayoutEN::automatic || (layout == LayoutEN::best && drawing.laidOut);
+    const double scale = anew ? 0 : PlaceAsInNet(net, layout == LayoutEN::file, picture);
+    if (scale == 0) {
+        LayOut(picture);
+    } else {
+        for (PictureLink& link : picture.links)
+            link.course = {picture.parentOf(link).centre, picture.childOf(link).centre};
+    }
+    ClipLinks(picture);
     Frame(picture, drawing.extentWidth * scale, drawing.extentHeight * scale);
     return picture;
 }

@@ -7,14 +7,12 @@
 #include <utility>
 #include <vector>
 
-#include "library/model/netmodel.h"
+#include "export/result.h"
+#include "library/layout/diagram.h"
 
 namespace lumo {
 
-struct Point {
-    double x = 0;
-    double y = 0;
-};
+using layout::Point;
 
 /// Nature, decision and utility nodes.
 enum class ShapeEN : unsigned char { ellipse, rectangle, hexagon };
@@ -44,8 +42,8 @@ struct PictureNode {
     RGB fill{255, 255, 255};
     RGB ink{0, 0, 0};  ///< of the text on the fill
 
-    /// Where the line from the centre towards the point leaves the shape.
-    Point borderTowards(Point target) const;
+    /// How far out the point lies, as a multiple of the way from the centre to the border: 1 on it.
+    double reach(Point at) const;
     /// Height of the middle of a line of the label.
     double lineMiddle(std::size_t line, const PictureFont& font) const;
 };
@@ -68,7 +66,14 @@ struct Picture {
     std::vector<PictureNode> nodes;  ///< in net order
     std::vector<PictureLink> links;
     double left = 0, top = 0, width = 0, height = 0;  ///< what is shown
-    bool laidOut = false;  ///< the positions of the net are no drawing: these are made here
+    const PictureNode& parentOf(const PictureLink& link) const {
+        return nodes[static_cast<std::size_t>(link.parent)];
+    }
+    const PictureNode& childOf(const PictureLink& link) const {
+        return nodes[static_cast<std::size_t>(link.child)];
+    }
+
+    bool laidOut = false;  ///< by the automatic layout, not by the positions of the net
 };
 
 inline constexpr double ArrowLength = 9;
@@ -84,16 +89,24 @@ std::vector<Point> ArrowHead(const PictureLink& link);
 /// The middle of the side of the head that is opposite its tip.
 Point ArrowBase(const PictureLink& link);
 
-/// The picture of the net, which stays as it is. Linear but for a layout that may be needed.
-Picture MakePicture(const Bnet_bn& net);
+/// The picture of the net, which stays as it is: with its positions or, as asked for or where they
+/// make no drawing, the automatic layout. Linear but for that.
+Picture MakePicture(const Bnet_bn& net, LayoutEN layout = LayoutEN::best);
 
 /// An upper estimate of the text's width in common fonts.
 double TextWidth(std::string_view utf8, const PictureFont& font);
 
-/// Places the nodes, whose sizes are known: at the net's positions, scaled so that the shapes have
-/// room and the picture is not vast; at positions of the automatic layout when those of the net are
-/// no drawing. Returns the scale, 0 for the automatic layout.
-double PlacePicture(const Bnet_bn& net, Picture& picture);
+/// The text cut to the width, with an ellipsis when something went.
+std::string CutText(std::string_view utf8, double width, const PictureFont& font);
+
+/// Places the nodes, whose sizes are known, at the net's positions, scaled so that the shapes have
+/// room and the picture is not vast. Returns the scale; 0 when the positions make no drawing and
+/// `force` is not set.
+double PlaceAsInNet(const Bnet_bn& net, bool force, Picture& picture);
+
+/// The part of a course between centres of nodes that lies outside both; empty when there is none.
+std::vector<Point> Clipped(std::vector<Point> course, const PictureNode& parent,
+                           const PictureNode& child);
 
 /// Black or white, whichever reads better on the colour.
 RGB InkOn(RGB fill);

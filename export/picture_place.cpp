@@ -2,8 +2,7 @@
 //
 // The positions of a file come in any unit, and its program may have drawn smaller labels than we
 // do. So the file's drawing is scaled as a whole until its shapes stop touching, and what still
-// touches then is moved apart. Positions that cannot become a picture that way give place to the
-// automatic layout.
+// touches then is moved apart. Positions that cannot become a picture that way are no drawing.
 
 #include <algorithm>
 #include <cmath>
@@ -185,38 +184,22 @@ std::vector<Point> NetPlaces(const Bnet_bn& net) {
     return places;
 }
 
-/// The automatic layout, made on copies of the visual nodes.
-std::vector<Point> LaidOutPlaces(const Bnet_bn& net) {
-    std::vector<Vnode_kt> copies(static_cast<std::size_t>(net.nodes.N));
-    VnodeList_kt list;
-    for (std::size_t i = 0; i < copies.size(); ++i) {
-        copies[i].node = net.nodes[static_cast<int>(i)];
-        list.append(&copies[i]);
-    }
-    const int side = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(list.N))));
-    Layout(list, {0, 0, 200 * side, 100 * side}, false, false, true, 1.0);
-    std::vector<Point> places;
-    places.reserve(copies.size());
-    for (const Vnode_kt& copy : copies)
-        places.push_back(
-            {static_cast<double>(copy.position.x), static_cast<double>(copy.position.y)});
-    return places;
-}
-
 }  // namespace
 
-double PlacePicture(const Bnet_bn& net, Picture& picture) {
+double PlaceAsInNet(const Bnet_bn& net, bool force, Picture& picture) {
     std::vector<PictureNode>& nodes = picture.nodes;
     if (nodes.empty()) return 1;
     const std::vector<Point> places = NetPlaces(net);
     const double root = RootOfCovered(nodes);
     const Point span = Span(places);
-    const double roomy = (roomyRoots * root + roomyMore) / std::max({span.x, span.y, 1.0});
-    double scale = PutScaled(nodes, places, std::min(1.0, roomy));
+    const double roomy =
+        std::min(1.0, (roomyRoots * root + roomyMore) / std::max({span.x, span.y, 1.0}));
+    double scale = PutScaled(nodes, places, roomy);
     if (IsVast({span.x * scale, span.y * scale}, root)) scale = 0;
     if (scale == 0) {
-        const std::vector<Point> laidOut = LaidOutPlaces(net);
-        if (PutScaled(nodes, laidOut, 1) == 0) Put(nodes, laidOut, largestScale);
+        if (!force) return 0;
+        scale = roomy;
+        Put(nodes, places, scale);
     }
     MoveApart(nodes);
     return scale;

@@ -262,7 +262,7 @@ Picture EmptyPicture() {
 
 void WriteReportData(const ImportResult& result, JsonOut& json) {
     const Bnet_bn* net = result.net.get();
-    const Picture picture = net == nullptr ? EmptyPicture() : MakePicture(*net);
+    const Picture picture = net == nullptr ? EmptyPicture() : MakePicture(*net, result.layout);
     json.open('{');
     json.key("file").text(FileTitle(result));
     json.key("format").textOrNull(result.format);

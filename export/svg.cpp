@@ -1,90 +1,179 @@
 #include "export/svg.h"
 
-#include <ostream>
-
 #include "export/describe.h"
+#include "export/legend.h"
 #include "export/picture.h"
 #include "export/text.h"
+#include "export/textout.h"
 
 namespace lumo {
 namespace {
 
-std::string Attribute(const char* name, double value) {
-    return " " + std::string(name) + "=\"" + Decimal(value) + "\"";
-}
+constexpr std::string_view lineColor = "#5c6670";
+constexpr std::string_view inkColor = "#3c4650";
 
-std::string Pair(Point at) { return Decimal(at.x) + " " + Decimal(at.y); }
+/// Writes the elements of a drawing.
+class SvgOut {
+public:
+    SvgOut(std::ostream& out, const PictureFont& font) : out_(out), font_(font) {}
 
-std::string Corners(const std::vector<Point>& corners) {
-    std::string path;
-    for (const Point corner : corners) path += (path.empty() ? "M" : "L") + Pair(corner);
-    return path + "Z";
-}
-
-std::string Course(const PictureLink& link) {
-    std::string path = "M" + Pair(link.from()) + (link.isStraight() ? "L" : "C");
-    for (std::size_t i = 1; i < link.course.size(); ++i)
-        path += (i == 1 ? "" : " ") + Pair(link.course[i]);
-    return path;
-}
-
-/// The node's outline, `inset` inside its border; fill is "none" or a colour.
-std::string Outline(const PictureNode& node, double inset, const std::string& fill) {
-    const double halfWidth = node.halfWidth - inset;
-    const double halfHeight = node.halfHeight - inset;
-    const Point at = node.centre;
-    const std::string end = " fill=\"" + fill + "\"/>";
-    switch (node.shape) {
-        case ShapeEN::rectangle:
-            return "<rect" + Attribute("x", at.x - halfWidth) + Attribute("y", at.y - halfHeight) +
-                   Attribute("width", 2 * halfWidth) + Attribute("height", 2 * halfHeight) + end;
-        case ShapeEN::hexagon:
-            return "<path d=\"" + Corners(HexagonCorners(at, halfWidth, halfHeight)) + "\"" + end;
-        default:
-            return "<ellipse" + Attribute("cx", at.x) + Attribute("cy", at.y) +
-                   Attribute("rx", halfWidth) + Attribute("ry", halfHeight) + end;
+    void head(const Picture& picture, double height, std::string_view title) {
+        out_ << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\"";
+        box({{"width", picture.width}, {"height", height}});
+        out_ << " viewBox=\"";
+        pair({picture.left, picture.top});
+        out_ << ' ';
+        pair({picture.width, height});
+        out_ << "\">\n<title>" << XmlText(title) << "</title>\n<rect";
+        box({{"x", picture.left},
+             {"y", picture.top},
+             {"width", picture.width},
+             {"height", height}});
+        out_ << " fill=\"#ffffff\"/>\n";
     }
-}
 
-std::string Node(const PictureNode& node, const PictureFont& font) {
-    std::string text = "<g id=\"node-" + XmlText(node.node->name()) + "\"><title>" +
-                       XmlText(NodeSummary(*node.node)) + "</title>" +
-                       Outline(node, 0, ColorText(node.fill));
-    if (node.doubled) text += Outline(node, InnerBorder, "none");
-    for (std::size_t i = 0; i < node.lines.size(); ++i)
-        text += "<text" + Attribute("x", node.centre.x) +
-                Attribute("y", node.lineMiddle(i, font) + font.baseline()) +
-                " stroke=\"none\" fill=\"" + ColorText(node.ink) + "\">" + XmlText(node.lines[i]) +
-                "</text>";
-    return text + "</g>\n";
-}
+    void links(const Picture& picture) {
+        out_ << "<g fill=\"none\" stroke=\"" << lineColor << "\" stroke-width=\"1.2\">\n";
+        for (const PictureLink& link : picture.links) course(link);
+        out_ << "</g>\n";
+    }
 
-std::string FontAttributes(const PictureFont& font) {
-    return " font-family=\"" + XmlText(font.families()) + "\"" + Attribute("font-size", font.size) +
-           (font.bold ? " font-weight=\"bold\"" : "") +
-           (font.italic ? " font-style=\"italic\"" : "");
-}
+    void nodes(const Picture& picture) {
+        out_ << "<g stroke=\"" << inkColor << "\" text-anchor=\"middle\"";
+        fontAttributes();
+        out_ << ">\n";
+        for (const PictureNode& drawn : picture.nodes) node(drawn);
+        out_ << "</g>\n";
+    }
+
+    void arrowHeads(const Picture& picture) {
+        out_ << "<g fill=\"" << inkColor << "\">\n";
+        for (const PictureLink& link : picture.links) {
+            out_ << "<path d=\"";
+            corners(ArrowHead(link));
+            out_ << "\"/>\n";
+        }
+        out_ << "</g>\n";
+    }
+
+    void legend(const Legend& legend) {
+        if (legend.entries.empty()) return;
+        out_ << "<g id=\"legend\"";
+        fontAttributes();
+        out_ << ">\n";
+        for (const LegendEntry& entry : legend.entries) {
+            out_ << "<rect";
+            box({{"x", entry.swatch.x},
+                 {"y", entry.swatch.y},
+                 {"width", LegendSwatch.x},
+                 {"height", LegendSwatch.y}});
+            out_ << " stroke=\"" << inkColor << "\" fill=\"" << ColorText(entry.color)
+                 << "\"/><text";
+            box({{"x", entry.text.x}, {"y", entry.text.y}});
+            out_ << '>' << XmlText(entry.name) << "</text>\n";
+        }
+        out_ << "</g>\n";
+    }
+
+    void end() { out_ << "</svg>\n"; }
+
+private:
+    struct Attribute {
+        std::string_view name;
+        double value;
+    };
+
+    void box(std::initializer_list<Attribute> attributes) {
+        for (const Attribute& attribute : attributes)
+            out_ << ' ' << attribute.name << "=\"" << Decimal(attribute.value) << '"';
+    }
+
+    void pair(Point at) { out_ << Decimal(at.x) << ' ' << Decimal(at.y); }
+
+    void corners(const std::vector<Point>& corners) {
+        char command = 'M';
+        for (const Point corner : corners) {
+            out_ << command;
+            pair(corner);
+            command = 'L';
+        }
+        out_ << 'Z';
+    }
+
+    void course(const PictureLink& link) {
+        out_ << "<path d=\"M";
+        pair(link.from());
+        for (std::size_t i = 1; i < link.course.size(); ++i) {
+            out_ << (i > 1 ? ' ' : link.isStraight() ? 'L' : 'C');
+            pair(link.course[i]);
+        }
+        out_ << "\"/>\n";
+    }
+
+    /// The node's outline, `inset` inside its border; fill is "none" or a colour.
+    void outline(const PictureNode& node, double inset, std::string_view fill) {
+        const double halfWidth = node.halfWidth - inset;
+        const double halfHeight = node.halfHeight - inset;
+        const Point at = node.centre;
+        switch (node.shape) {
+            case ShapeEN::rectangle:
+                out_ << "<rect";
+                box({{"x", at.x - halfWidth},
+                     {"y", at.y - halfHeight},
+                     {"width", 2 * halfWidth},
+                     {"height", 2 * halfHeight}});
+                break;
+            case ShapeEN::hexagon:
+                out_ << "<path d=\"";
+                corners(HexagonCorners(at, halfWidth, halfHeight));
+                out_ << '"';
+                break;
+            case ShapeEN::ellipse:
+                out_ << "<ellipse";
+                box({{"cx", at.x}, {"cy", at.y}, {"rx", halfWidth}, {"ry", halfHeight}});
+                break;
+        }
+        out_ << " fill=\"" << fill << "\"/>";
+    }
+
+    void node(const PictureNode& node) {
+        out_ << "<g id=\"node-" << XmlText(node.node->name()) << "\"><title>"
+             << XmlText(NodeSummary(*node.node)) << "</title>";
+        outline(node, 0, ColorText(node.fill));
+        if (node.doubled) outline(node, InnerBorder, "none");
+        for (std::size_t i = 0; i < node.lines.size(); ++i) {
+            out_ << "<text";
+            box({{"x", node.centre.x}, {"y", node.lineMiddle(i, font_) + font_.baseline()}});
+            out_ << " stroke=\"none\" fill=\"" << ColorText(node.ink) << "\">"
+                 << XmlText(node.lines[i]) << "</text>";
+        }
+        out_ << "</g>\n";
+    }
+
+    void fontAttributes() {
+        out_ << " font-family=\"" << XmlText(font_.families()) << '"';
+        box({{"font-size", font_.size}});
+        if (font_.bold) out_ << " font-weight=\"bold\"";
+        if (font_.italic) out_ << " font-style=\"italic\"";
+    }
+
+    TextOut out_;
+    const PictureFont& font_;
+};
 
 }  // namespace
 
 void WriteSvg(const ImportResult& result, std::ostream& out) {
-    const Picture picture = MakePicture(*result.net);
-    const std::string box = Attribute("width", picture.width) + Attribute("height", picture.height);
-    out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        << "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\"" << box << " viewBox=\""
-        << Pair({picture.left, picture.top}) << ' ' << Pair({picture.width, picture.height})
-        << "\">\n<title>" << XmlText(TitleOrName(*result.net)) << "</title>\n"
-        << "<rect" << Attribute("x", picture.left) << Attribute("y", picture.top) << box
-        << " fill=\"#ffffff\"/>\n";
-    out << "<g fill=\"none\" stroke=\"#5c6670\" stroke-width=\"1.2\">\n";
-    for (const PictureLink& link : picture.links) out << "<path d=\"" << Course(link) << "\"/>\n";
-    out << "</g>\n<g stroke=\"#3c4650\" text-anchor=\"middle\"" << FontAttributes(picture.font)
-        << ">\n";
-    for (const PictureNode& node : picture.nodes) out << Node(node, picture.font);
-    out << "</g>\n<g fill=\"#3c4650\">\n";
-    for (const PictureLink& link : picture.links)
-        out << "<path d=\"" << Corners(ArrowHead(link)) << "\"/>\n";
-    out << "</g>\n</svg>\n";
+    const Picture picture = MakePicture(*result.net, result.layout);
+    const Legend legend = MakeLegend(*result.net, picture);
+    SvgOut svg(out, picture.font);
+    svg.head(picture, picture.height + legend.height, TitleOrName(*result.net));
+    svg.links(picture);
+    svg.nodes(picture);
+    svg.arrowHeads(picture);
+    svg.legend(legend);
+    svg.end();
 }
 
 }  // namespace lumo

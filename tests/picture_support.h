@@ -3,11 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "export/picture.h"
 #include "export/result.h"
 #include "library/model/netmodel.h"
 
@@ -75,6 +78,118 @@ inline ImportResult HostileResult() {
         result.reports.push_back(report);
     }
     return result;
+}
+
+/// 0 on the border of the node's shape, negative inside, by the shape's own equation.
+inline double FromBorder(const PictureNode& node, Point at) {
+    const double x = std::abs(at.x - node.centre.x) / node.halfWidth;
+    const double y = std::abs(at.y - node.centre.y) / node.halfHeight;
+    switch (node.shape) {
+        case ShapeEN::ellipse:
+            return std::hypot(x, y) - 1;
+        case ShapeEN::rectangle:
+            return std::max(x, y) - 1;
+        default: {
+            const std::vector<Point> corners =
+                HexagonCorners(node.centre, node.halfWidth, node.halfHeight);
+            const double flat = (corners[2].x - node.centre.x) / node.halfWidth;
+            return std::max(y, x + (1 - flat) * y) - 1;
+        }
+    }
+}
+
+/// Points along the link's course, close to each other.
+inline std::vector<Point> Sampled(const PictureLink& link) {
+    const std::vector<Point>& c = link.course;
+    constexpr int samples = 16;
+    std::vector<Point> points = {c[0]};
+    const std::size_t step = link.isStraight() ? 1 : 3;
+    for (std::size_t i = 0; i + step < c.size(); i += step) {
+        for (int n = 1; n <= samples; ++n) {
+            const double t = static_cast<double>(n) / samples;
+            const double u = 1 - t;
+            const double weights[] = {u * u * u, 3 * u * u * t, 3 * u * t * t, t * t * t};
+            Point at{u * c[i].x + t * c[i + 1].x, u * c[i].y + t * c[i + 1].y};
+            if (step == 3) {
+                at = {};
+                for (std::size_t k = 0; k < 4; ++k)
+                    at = {at.x + weights[k] * c[i + k].x, at.y + weights[k] * c[i + k].y};
+            }
+            points.push_back(at);
+        }
+    }
+    return points;
+}
+
+/// Links that run through a node that is not their end.
+inline int CutLinks(const Picture& picture) {
+    return static_cast<int>(std::ranges::count_if(picture.links, [&](const PictureLink& link) {
+        const std::vector<Point> points = Sampled(link);
+        return std::ranges::any_of(picture.nodes, [&](const PictureNode& node) {
+            if (&node == &picture.parentOf(link) || &node == &picture.childOf(link)) return false;
+            return std::ranges::any_of(points,
+                                       [&](Point at) { return FromBorder(node, at) < -0.001; });
+        });
+    }));
+}
+
+inline bool Overlapping(const PictureNode& a, const PictureNode& b) {
+    return std::abs(a.centre.x - b.centre.x) < a.halfWidth + b.halfWidth &&
+           std::abs(a.centre.y - b.centre.y) < a.halfHeight + b.halfHeight;
+}
+
+/// What holds for every picture: no overlap, nothing cut off, links from border to border and
+/// through no other node.
+inline void ExpectSoundPicture(const Picture& picture) {
+    for (const PictureNode& node : picture.nodes) {
+        EXPECT_GE(node.centre.x - node.halfWidth, picture.left);
+        EXPECT_GE(node.centre.y - node.halfHeight, picture.top);
+        EXPECT_LE(node.centre.x + node.halfWidth, picture.left + picture.width);
+        EXPECT_LE(node.centre.y + node.halfHeight, picture.top + picture.height);
+        for (const PictureNode& other : picture.nodes)
+            if (&other < &node) {
+                EXPECT_FALSE(Overlapping(node, other))
+                    << node.node->name() << ' ' << other.node->name();
+            }
+    }
+    for (const PictureLink& link : picture.links) {
+        const PictureNode& child = picture.childOf(link);
+        EXPECT_NEAR(FromBorder(picture.parentOf(link), link.from()), 0, 1e-5);
+        EXPECT_NEAR(FromBorder(child, link.to()), 0, 1e-5);
+        for (const Point corner : ArrowHead(link))
+            for (const PictureNode& node : picture.nodes)
+                EXPECT_GE(FromBorder(node, corner), &node == &child ? -0.2 : 0)
+                    << "a head is on " << node.node->name();
+    }
+    EXPECT_EQ(CutLinks(picture), 0);
+}
+
+/// Crossings of the sampled courses, whose pieces are compared where they are at one height.
+inline int Crossings(const Picture& picture) {
+    struct Piece {
+        Point upper, lower;
+        std::size_t link;
+    };
+    std::vector<Piece> pieces;
+    for (std::size_t i = 0; i < picture.links.size(); ++i) {
+        const std::vector<Point> points = Sampled(picture.links[i]);
+        for (std::size_t n = 1; n < points.size(); ++n) {
+            const bool down = points[n - 1].y <= points[n].y;
+            pieces.push_back({points[down ? n - 1 : n], points[down ? n : n - 1], i});
+        }
+    }
+    std::ranges::sort(pieces, {}, [](const Piece& piece) { return piece.upper.y; });
+    const auto side = [](const Piece& line, Point p) {
+        const double area = (line.lower.x - line.upper.x) * (p.y - line.upper.y) -
+                            (line.lower.y - line.upper.y) * (p.x - line.upper.x);
+        return (area > 0) - (area < 0);
+    };
+    int count = 0;
+    for (auto a = pieces.begin(); a != pieces.end(); ++a)
+        for (auto b = a + 1; b != pieces.end() && b->upper.y <= a->lower.y; ++b)
+            count += a->link != b->link && side(*a, b->upper) * side(*a, b->lower) < 0 &&
+                     side(*b, a->upper) * side(*b, a->lower) < 0;
+    return count;
 }
 
 /// Why the text is not well-formed XML, as far as writers of ours could get it wrong: elements that

@@ -1,6 +1,7 @@
 // Automatic layout: layers, and way-points for the links that span several of them.
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 #include "library/layout/layout.h"
@@ -193,26 +194,6 @@ private:
     long long budget_ = 0;
 };
 
-/// The longest span whose links, with all shorter ones, stay within the bound on way-points.
-int LongestSpan(const std::vector<Link>& links, const std::vector<int>& layers) {
-    std::vector<long long> count;
-    for (const Link& link : links) {
-        const auto span = static_cast<std::size_t>(layers[static_cast<std::size_t>(link.child)] -
-                                                   layers[static_cast<std::size_t>(link.parent)]);
-        if (count.size() <= span) count.resize(span + 1);
-        ++count[span];
-    }
-    long long room =
-        std::max(FreeWayPoints, WayPointsPerLink * static_cast<long long>(links.size()));
-    int span = 1;
-    while (span + 1 < static_cast<int>(count.size())) {
-        room -= count[static_cast<std::size_t>(span) + 1] * span;
-        if (room < 0) break;
-        ++span;
-    }
-    return span;
-}
-
 }  // namespace
 
 Adjacency::Adjacency(int vertices, const std::vector<std::pair<int, int>>& pairs)
@@ -223,21 +204,80 @@ Adjacency::Adjacency(int vertices, const std::vector<std::pair<int, int>>& pairs
     for (const auto& [from, to] : pairs) neighbours_[next[static_cast<std::size_t>(from)]++] = to;
 }
 
+int LongestSpan(const std::vector<Link>& links, const std::vector<int>& rowOf, long long room) {
+    std::vector<long long> count;
+    for (const Link& link : links) {
+        const auto span = static_cast<std::size_t>(rowOf[static_cast<std::size_t>(link.child)] -
+                                                   rowOf[static_cast<std::size_t>(link.parent)]);
+        if (count.size() <= span) count.resize(span + 1);
+        ++count[span];
+    }
+    int span = 1;
+    while (span + 1 < static_cast<int>(count.size())) {
+        room -= count[static_cast<std::size_t>(span) + 1] * span;
+        if (room < 0) break;
+        ++span;
+    }
+    return span;
+}
+
 std::vector<int> AssignLayers(Part& part) {
     Layering layering(part);
-    part.links = layering.links();
+    const std::vector<Link>& kept = layering.links();
+    std::vector<int> ids;
+    for (std::size_t i = 0; i < part.links.size() && ids.size() < kept.size(); ++i)
+        if (part.links[i] == kept[ids.size()]) ids.push_back(part.linkIds[i]);
+    part.links = kept;
+    part.linkIds = std::move(ids);
     return layering.run();
 }
 
+std::vector<int> SplitLayers(const Part& part, const Layered& graph, const Metrics& metrics) {
+    std::vector<int> layers(part.widths.size());
+    std::vector<int> balance(part.widths.size());  // parents less children
+    for (const Link& link : part.links) {
+        ++balance[static_cast<std::size_t>(link.child)];
+        --balance[static_cast<std::size_t>(link.parent)];
+    }
+    int next = 0;
+    for (const auto& row : graph.rows) {
+        std::vector<std::size_t> nodes;
+        double width = 0;
+        for (const int v : row) {
+            if (v >= part.size()) continue;
+            nodes.push_back(static_cast<std::size_t>(v));
+            width += part.widths[nodes.back()] + metrics.gap;
+        }
+        const auto rows =
+            std::min(nodes.size(), static_cast<std::size_t>(std::ceil(width / metrics.width)));
+        for (std::size_t i = 0; i < nodes.size(); i += rows) {
+            // Of neighbours, those whose links go up stand in the upper rows.
+            const auto first = nodes.begin() + static_cast<std::ptrdiff_t>(i);
+            const auto last =
+                nodes.begin() + static_cast<std::ptrdiff_t>(std::min(i + rows, nodes.size()));
+            std::stable_sort(first, last, [&](auto a, auto b) { return balance[a] > balance[b]; });
+            for (auto v = first; v != last; ++v) layers[*v] = next + static_cast<int>(v - first);
+        }
+        next += static_cast<int>(rows);
+    }
+    return layers;
+}
+
 Layered MakeLayered(const Part& part, std::vector<int> layers) {
-    const int longest = LongestSpan(part.links, layers);
+    const int longest = LongestSpan(
+        part.links, layers,
+        std::max(FreeWayPoints, WayPointsPerLink * static_cast<long long>(part.links.size())));
     Layered graph;
     graph.nodes = part.size();
     Pairs downward;
     for (const Link& link : part.links) {
         const int last = layers[static_cast<std::size_t>(link.child)];
         int at = layers[static_cast<std::size_t>(link.parent)];
-        if (last - at > longest) continue;
+        if (last - at > longest) {
+            graph.firstWay.push_back(-1);
+            continue;
+        }
+        graph.firstWay.push_back(static_cast<int>(layers.size()));
         int from = link.parent;
         while (++at < last) {
             const int way = static_cast<int>(layers.size());

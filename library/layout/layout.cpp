@@ -24,6 +24,8 @@ constexpr double PitchGap = 20;         ///< between rows
 constexpr double TightestPitchGap = 7;  ///< the same where that makes the drawing fit
 /// A drawing of n nodes may be that times the root of n wide, however narrow its area.
 constexpr double LeastWidth = 120;
+constexpr double FoldFrom = 10;  ///< a row this many times wider than wanted has rows folded,
+constexpr double FoldTo = 2;     ///< down to this many times
 // A drawing smaller than its area is pulled out that much at most.
 constexpr double WidestStretch = 1.6;
 constexpr double TallestStretch = 2.2;
@@ -47,7 +49,7 @@ int LabelLength(const Bnode_bn& node) {
     return style == 3 ? nameLength + 2 + titleLength : titleLength;
 }
 
-// ---- Connected parts -----------------------------------------------------------------------
+// ---- The net --------------------------------------------------------------------------------
 
 /// The visual nodes' links, as places in the list.
 std::vector<Link> ReadLinks(const VnodeList_kt& vnodes) {
@@ -65,79 +67,35 @@ std::vector<Link> ReadLinks(const VnodeList_kt& vnodes) {
     return links;
 }
 
-/// For every node the first node of its connected part.
-std::vector<int> FirstOfPart(int nodes, const std::vector<Link>& links) {
-    std::vector<int> first(static_cast<std::size_t>(nodes));
-    std::iota(first.begin(), first.end(), 0);
-    const auto find = [&](int v) {
-        auto at = static_cast<std::size_t>(v);
-        while (first[at] != static_cast<int>(at)) {
-            first[at] = first[static_cast<std::size_t>(first[at])];
-            at = static_cast<std::size_t>(first[at]);
-        }
-        return static_cast<int>(at);
-    };
-    for (const Link& link : links) {
-        const int a = find(link.parent);
-        const int b = find(link.child);
-        first[static_cast<std::size_t>(std::max(a, b))] = std::min(a, b);
-    }
-    for (int v = 0; v < nodes; ++v) first[static_cast<std::size_t>(v)] = find(v);
-    return first;
-}
-
-/// A part with the places of its nodes in the list.
-struct ListedPart {
-    Part part;
-    std::vector<int> members;
-    Placement placement;
-    double width = 0, height = 0;  ///< of the placed boxes together
-    double left = 0, top = 0;      ///< of them in the whole drawing
-};
-
-std::vector<ListedPart> SplitIntoParts(const VnodeList_kt& vnodes) {
-    const std::vector<Link> links = ReadLinks(vnodes);
-    const std::vector<int> first = FirstOfPart(vnodes.N, links);
-    std::vector<ListedPart> parts;
-    std::vector<std::size_t> partOf(first.size());
-    std::vector<int> local(first.size());
-    for (std::size_t v = 0; v < first.size(); ++v) {
-        const auto head = static_cast<std::size_t>(first[v]);
-        if (head == v) {
-            partOf[v] = parts.size();
-            parts.emplace_back();
-        }
-        partOf[v] = partOf[head];
-        ListedPart& listed = parts[partOf[v]];
-        const Bnode_bn* node = vnodes[static_cast<int>(v)]->node;
-        local[v] = listed.part.size();
-        listed.members.push_back(static_cast<int>(v));
-        listed.part.widths.push_back(NodeSize(node == nullptr ? 0 : LabelLength(*node)).x);
-    }
-    for (const Link& link : links) {
-        const auto parent = static_cast<std::size_t>(link.parent);
-        const auto child = static_cast<std::size_t>(link.child);
-        parts[partOf[parent]].part.links.push_back({local[parent], local[child]});
-    }
-    return parts;
+std::vector<double> BoxWidths(const VnodeList_kt& vnodes) {
+    std::vector<double> widths;
+    widths.reserve(static_cast<std::size_t>(vnodes.N));
+    for (const Vnode_kt* vnode : vnodes)
+        widths.push_back(NodeSize(vnode->node == nullptr ? 0 : LabelLength(*vnode->node)).x);
+    return widths;
 }
 
 // ---- Placing -------------------------------------------------------------------------------
 
+/// Leaves the nodes alone in the rows.
+void DropWayPoints(const Part& part, Placement& placement) {
+    placement.x.resize(part.widths.size());
+    for (auto& row : placement.rows) std::erase_if(row, [&](int v) { return v >= part.size(); });
+    std::erase_if(placement.rows, [](const auto& row) { return row.empty(); });
+}
+
 /// Measures the boxes of a placed part and moves them so that their left edge is 0.
-void MeasurePart(const Metrics& metrics, ListedPart& listed) {
+layout::Box MeasurePart(const Part& part, const Metrics& metrics, Placement& placement) {
     double left = 1e300;
     double right = -1e300;
-    const std::vector<double>& widths = listed.part.widths;
-    std::vector<double>& x = listed.placement.x;
+    std::vector<double>& x = placement.x;
     for (std::size_t v = 0; v < x.size(); ++v) {
-        left = std::min(left, x[v] - widths[v] / 2);
-        right = std::max(right, x[v] + widths[v] / 2);
+        left = std::min(left, x[v] - part.widths[v] / 2);
+        right = std::max(right, x[v] + part.widths[v] / 2);
     }
     for (double& place : x) place -= left;
-    listed.width = right - left;
-    const auto rows = static_cast<double>(listed.placement.rows.size());
-    listed.height = (rows - 1) * metrics.pitch + metrics.boxHeight;
+    const auto rows = static_cast<double>(placement.rows.size());
+    return {right - left, (rows - 1) * metrics.pitch + metrics.boxHeight};
 }
 
 Placement BestPlacement(const Part& part, const Metrics& metrics, layout::Layered& graph) {
@@ -148,6 +106,7 @@ Placement BestPlacement(const Part& part, const Metrics& metrics, layout::Layere
     for (layout::Rows& order : orders) {
         graph.rows = std::move(order);
         Placement placement = layout::PlaceRows(part, graph, metrics);
+        DropWayPoints(part, placement);
         const double cost = orders.size() == 1 ? 0 : layout::PictureCost(part, metrics, placement);
         if (!best.x.empty() && cost >= least) continue;
         least = cost;
@@ -156,66 +115,13 @@ Placement BestPlacement(const Part& part, const Metrics& metrics, layout::Layere
     return best;
 }
 
-void PlacePart(const Metrics& metrics, ListedPart& listed) {
-    Part& part = listed.part;
-    if (part.size() == 1) {
-        listed.placement = {{0}, {{0}}};
-    } else {
-        std::vector<int> layers = layout::AssignLayers(part);
-        layout::Layered graph = layout::MakeLayered(part, std::move(layers));
-        listed.placement = BestPlacement(part, metrics, graph);
-        layout::Polish(part, metrics, listed.placement);
-    }
-    MeasurePart(metrics, listed);
-}
-
-struct Size {
-    double width, height;
-};
-
-/// Packs the parts on shelves of the width, tall ones first; lower ones stand on top of each other
-/// within a shelf. Returns the size of it all.
-Size PackParts(std::vector<ListedPart>& parts, double width, const Size& gap) {
-    std::vector<ListedPart*> order;
-    order.reserve(parts.size());
-    for (ListedPart& part : parts) order.push_back(&part);
-    std::ranges::stable_sort(order, [](const ListedPart* a, const ListedPart* b) {
-        return std::pair(a->height, a->width) > std::pair(b->height, b->width);
-    });
-    Size all = {0, 0};
-    double shelfTop = 0, shelfHeight = 0;
-    double columnLeft = 0, columnWidth = 0, columnFill = 0;
-    for (ListedPart* part : order) {
-        const bool stacks = columnFill + part->height <= shelfHeight && part->width <= columnWidth;
-        if (!stacks) {
-            if (columnWidth > 0) columnLeft += columnWidth + gap.width;
-            if (columnLeft + part->width > width || shelfHeight == 0) {
-                shelfTop = all.height > 0 ? all.height + gap.height : 0;
-                shelfHeight = part->height;
-                columnLeft = 0;
-            }
-            columnWidth = part->width;
-            columnFill = 0;
-        }
-        part->left = columnLeft;
-        part->top = shelfTop + columnFill;
-        columnFill += part->height + gap.height;
-        all.width = std::max(all.width, part->left + part->width);
-        all.height = std::max(all.height, part->top + part->height);
-    }
-    return all;
-}
-
-/// The width to pack the parts into: that of the area, or of a drawing twice as wide as high when
-/// the parts need more room.
-double PackingWidth(const std::vector<ListedPart>& parts, double areaWidth, const Size& gap) {
-    double space = 0;
-    double width = areaWidth;
-    for (const ListedPart& part : parts) {
-        space += (part.width + gap.width) * (part.height + gap.height);
-        width = std::max(width, part.width);
-    }
-    return std::max(width, std::sqrt(2 * space));
+Placement PlacePart(const Metrics& metrics, Part& part) {
+    if (part.size() == 1) return {{0}, {{0}}};
+    std::vector<int> layers = layout::AssignLayers(part);
+    layout::Layered graph = layout::MakeLayered(part, std::move(layers));
+    Placement placement = BestPlacement(part, metrics, graph);
+    layout::Polish(part, metrics, placement);
+    return placement;
 }
 
 // ---- Filling the area ----------------------------------------------------------------------
@@ -250,28 +156,33 @@ void Layout(VnodeList_kt& vnodes, const rect_kt& area, bool, bool, bool, double 
     const double boxHeight = NodeSize(0).y;
     const double areaWidth = std::max(static_cast<double>(area.right) - area.left,
                                       LeastWidth * std::sqrt(static_cast<double>(vnodes.N)));
-    const Metrics metrics = {RowGap * loose, boxHeight + PitchGap * loose, boxHeight, areaWidth};
+    Metrics metrics = {RowGap * loose, boxHeight + PitchGap * loose, boxHeight, 0, 0, 0};
 
-    std::vector<ListedPart> parts = SplitIntoParts(vnodes);
-    for (ListedPart& part : parts) {
-        Metrics own = metrics;
-        own.width *= std::sqrt(static_cast<double>(part.part.size()) / vnodes.N);
-        PlacePart(own, part);
+    std::vector<Part> parts = layout::SplitIntoParts(BoxWidths(vnodes), ReadLinks(vnodes));
+    std::vector<Placement> placements;
+    std::vector<layout::Box> boxes;
+    for (Part& part : parts) {
+        metrics.width = areaWidth * std::sqrt(static_cast<double>(part.size()) / vnodes.N);
+        metrics.foldFrom = FoldFrom * metrics.width;
+        metrics.foldTo = FoldTo * metrics.width;
+        placements.push_back(PlacePart(metrics, part));
+        boxes.push_back(MeasurePart(part, metrics, placements.back()));
     }
-    const Size gap = {2 * metrics.gap, metrics.pitch - boxHeight};
-    const Size all = PackParts(parts, PackingWidth(parts, areaWidth, gap), gap);
+    const layout::Point gap = {2 * metrics.gap, metrics.pitch - boxHeight};
+    const layout::Box all =
+        layout::PackBoxes(boxes, layout::PackingWidth(boxes, areaWidth, gap), gap);
 
     const double tightest = (boxHeight + TightestPitchGap * loose) / metrics.pitch;
     const Axis across = FitAxis(area.left, area.right, all.width, 0, 1, WidestStretch);
     const Axis down =
         FitAxis(area.top, area.bottom, all.height, boxHeight / 2, tightest, TallestStretch);
-    for (const ListedPart& part : parts) {
-        for (std::size_t r = 0; r < part.placement.rows.size(); ++r) {
-            const double y = part.top + static_cast<double>(r) * metrics.pitch + boxHeight / 2;
-            for (const int v : part.placement.rows[r]) {
-                const double x = part.left + part.placement.x[static_cast<std::size_t>(v)];
-                vnodes[part.members[static_cast<std::size_t>(v)]]->position = {across.place(x),
-                                                                               down.place(y)};
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        for (std::size_t r = 0; r < placements[i].rows.size(); ++r) {
+            const double y = boxes[i].top + static_cast<double>(r) * metrics.pitch + boxHeight / 2;
+            for (const int v : placements[i].rows[r]) {
+                const auto member = static_cast<std::size_t>(v);
+                const double x = boxes[i].left + placements[i].x[member];
+                vnodes[parts[i].members[member]]->position = {across.place(x), down.place(y)};
             }
         }
     }

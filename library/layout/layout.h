@@ -1,16 +1,19 @@
-// The steps of the automatic layout (private to the library; netmodel.h holds Layout itself).
+// The steps of the automatic layout (private to the library). netmodel.h holds Layout, which places
+// the nodes of a net for straight links; diagram.h holds Draw, which draws the links as well.
 //
 // A net is cut into its connected parts. Each part is layered (AssignLayers), its long links are
 // threaded through the rows between by slim way-points (MakeLayered), the rows are ordered for few
-// crossings (OrderRows), made into coordinates (PlaceRows) and, in small parts, improved by what
-// the straight links of the picture really do (Polish). Nothing recurses, nothing is random: the
-// same links give the same picture.
+// crossings (OrderRows) and made into coordinates (PlaceRows). Then Layout improves small parts by
+// what the straight links really do (Polish), and Draw runs the links through the places of their
+// way-points (RouteLinks). Nothing recurses, nothing is random: the same links give the same
+// picture.
 #pragma once
 
 #include <span>
 #include <utility>
 #include <vector>
 
+#include "library/layout/diagram.h"
 #include "library/model/netmodel.h"
 
 namespace lumo {
@@ -22,15 +25,12 @@ long long CountCrossings(const VnodeList_kt& vnodes);
 
 namespace layout {
 
-struct Link {
-    int parent, child;
-    bool operator==(const Link&) const = default;
-};
-
 /// A connected part of the net: its nodes are 0, 1, ...
 struct Part {
     std::vector<double> widths;  ///< of the nodes' boxes
     std::vector<Link> links;
+    std::vector<int> members;  ///< its nodes in the whole net
+    std::vector<int> linkIds;  ///< its links in the whole list, also those that are taken out
     int size() const { return static_cast<int>(widths.size()); }
 };
 
@@ -40,6 +40,8 @@ struct Metrics {
     double pitch;      ///< from row to row
     double boxHeight;  ///< of every box
     double width;      ///< wanted width of the part; it gets wider only when its rows are
+    double foldFrom;   ///< a row wider than that has rows folded,
+    double foldTo;     ///< down to that
 };
 
 /// The neighbours of every vertex, in one array.
@@ -62,28 +64,53 @@ private:
 /// Vertices of every row, rows from top to bottom, each from left to right.
 using Rows = std::vector<std::vector<int>>;
 
+/// Links up to which they are drawn with room for their way-points, in vertices and steps.
+constexpr int LargePart = 20'000;
+
 /// A part with every link cut into steps from one row to the next by way-points, which are the
 /// vertices from `nodes` on.
 struct Layered {
     int nodes = 0;
-    std::vector<int> layer;   ///< of every vertex
-    std::vector<Link> wayOf;  ///< of every way-point: the ends of its link
+    std::vector<int> layer;     ///< of every vertex
+    std::vector<Link> wayOf;    ///< of every way-point: the ends of its link
+    std::vector<int> firstWay;  ///< of every link; those of a link follow each other. -1: left out
     Rows rows;
     Adjacency up, down;
     long long steps = 0;  ///< links between neighbouring rows
     int size() const { return static_cast<int>(layer.size()); }
+    bool isLarge() const { return size() > LargePart || steps > 2 * LargePart; }
 };
 
-/// Where a part's nodes stand; the left edge of the leftmost box is 0.
+/// Where a part's vertices stand: its nodes, and way-points where they have got room.
 struct Placement {
     std::vector<double> x;  ///< centres
     Rows rows;
-    double width = 0;
 };
+
+/// The connected parts of a net, by the first node of each.
+std::vector<Part> SplitIntoParts(const std::vector<double>& widths, const std::vector<Link>& links);
+
+/// A box with its place.
+struct Box {
+    double width, height;
+    double left = 0, top = 0;
+};
+
+/// Packs the boxes on shelves of the width, tall ones first; lower ones stand on top of each other
+/// within a shelf. Returns the size of it all.
+Box PackBoxes(std::vector<Box>& boxes, double width, Point gap);
+
+/// A width to pack the boxes into: the least one wanted, or that of a drawing twice as wide as high
+/// when the boxes need more room.
+double PackingWidth(const std::vector<Box>& boxes, double least, Point gap);
 
 /// Layers with every parent above its children: longest paths, then every node moved to where its
 /// links are short. A link that closes a cycle is taken out of the part.
 std::vector<int> AssignLayers(Part& part);
+
+/// The most rows down that links may go so that those between their ends, of these links and all
+/// shorter ones, are no more than there is room for. At least 1.
+int LongestSpan(const std::vector<Link>& links, const std::vector<int>& rowOf, long long room);
 
 /// Cuts the links into steps; when that takes more way-points than is sensible for the part's size,
 /// the longest links are left out.
@@ -93,7 +120,15 @@ Layered MakeLayered(const Part& part, std::vector<int> layers);
 /// may like another one better.
 std::vector<Rows> OrderRows(Layered& graph);
 
-/// Gives the nodes of the ordered rows their places. Rows far too wide are folded into several.
+/// Pairs of steps between neighbouring rows that cross.
+long long CountStepCrossings(const Layered& graph);
+
+/// Layers in which no row's nodes take more than the width; nodes of a wide row, in its order, go
+/// to several rows in turn.
+std::vector<int> SplitLayers(const Part& part, const Layered& graph, const Metrics& metrics);
+
+/// Gives the vertices of the ordered rows their places. Rows far too wide are folded into several.
+/// Way-points get no room in large parts and where rows are folded.
 Placement PlaceRows(const Part& part, const Layered& graph, const Metrics& metrics);
 
 /// True for parts small enough to look at the straight links of the picture.
@@ -105,6 +140,22 @@ double PictureCost(const Part& part, const Metrics& metrics, Placement& placemen
 /// Moves single nodes while that rids the drawing of crossings and of links through boxes. Does
 /// nothing in large parts.
 void Polish(const Part& part, const Metrics& metrics, Placement& placement);
+
+/// How deep rows are and where they stand.
+struct RowDepths {
+    std::vector<double> middle, half;
+    double depth = 0;  ///< of all rows
+};
+
+/// Gives the rows their depth by the nodes' (of every node), and room between them: more where
+/// links go far to the side.
+RowDepths StackRows(const Part& part, const std::vector<double>& depths, const Placement& placement,
+                    double gap);
+
+/// The courses of the part's links through the gaps of the rows, from centre to centre.
+std::vector<std::vector<Point>> RouteLinks(const Part& part, const Layered& graph,
+                                           const Placement& placement, const RowDepths& depths,
+                                           double gap);
 
 /// Moves the values, which are wanted centres of boxes in a row, as little as possible (least
 /// weighted squares) so that neighbours are at least `distance[i]` (from i - 1 to i) apart and all

@@ -211,22 +211,6 @@ void Exchange(RowOrder& order) {
 
 // ---- The whole -----------------------------------------------------------------------------
 
-long long CountStepCrossings(RowOrder& order) {
-    const Layered& graph = order.graph;
-    LargerCounter counter;
-    long long count = 0;
-    for (std::size_t i = 1; i < graph.rows.size(); ++i) {
-        counter.reset(graph.rows[i].size());
-        for (const int v : graph.rows[i - 1]) {
-            const auto below = graph.down.of(v);
-            for (const int other : below) count += counter.larger(order.position(other));
-            for (const int other : below) counter.add(order.position(other));
-        }
-    }
-    order.work -= 6 * graph.steps;
-    return count;
-}
-
 /// The order with the fewest crossings so far.
 struct Best {
     Rows rows;
@@ -234,7 +218,8 @@ struct Best {
 
     /// Looks at the present order; returns its crossings.
     long long record(RowOrder& order) {
-        const long long now = CountStepCrossings(order);
+        const long long now = CountStepCrossings(order.graph);
+        order.work -= 6 * order.graph.steps;
         if (now < count) {
             rows = order.graph.rows;
             count = now;
@@ -291,6 +276,26 @@ std::vector<Rows> OrderBlocks(RowOrder& order, Best& best) {
 }
 
 }  // namespace
+
+long long CountStepCrossings(const Layered& graph) {
+    std::vector<int> position(graph.layer.size());
+    for (const auto& row : graph.rows) {
+        int next = 0;
+        for (const int v : row) position[static_cast<std::size_t>(v)] = next++;
+    }
+    LargerCounter counter;
+    long long count = 0;
+    for (std::size_t i = 1; i < graph.rows.size(); ++i) {
+        counter.reset(graph.rows[i].size());
+        for (const int v : graph.rows[i - 1]) {
+            const auto below = graph.down.of(v);
+            for (const int other : below)
+                count += counter.larger(position[static_cast<std::size_t>(other)]);
+            for (const int other : below) counter.add(position[static_cast<std::size_t>(other)]);
+        }
+    }
+    return count;
+}
 
 std::vector<Rows> OrderRows(Layered& graph) {
     if (graph.rows.size() < 2) return {graph.rows};

@@ -12,12 +12,9 @@ namespace {
 
 constexpr int Sweeps = 12;
 constexpr int SweepsOfLargeParts = 4;
-constexpr int LargePart = 20'000;  ///< vertices, from which on way-points get no room of their own
 constexpr double WayPointWidth = 6;
 // Way-points follow their link's straight line and give way to nodes: nothing is drawn there.
 constexpr double WayPointWeight = 0.15;
-constexpr double FoldFrom = 10;  ///< a row this many times wider than wanted has rows folded,
-constexpr double FoldTo = 2;     ///< down to this many times
 
 /// Places the vertices of the rows; the vertices are the nodes and, in small parts, way-points.
 /// Every vertex wants to stand in the middle of its neighbours; row by row, the wishes are met as
@@ -27,7 +24,7 @@ class Placer {
 public:
     Placer(const Part& part, const Layered& graph, const Metrics& metrics)
         : part_(part), graph_(graph), metrics_(metrics), x_(graph.layer.size()) {
-        nodesOnly_ = graph.size() > LargePart || graph.steps > 2 * LargePart;
+        nodesOnly_ = graph.isLarge();
         const bool fold =
             std::ranges::any_of(graph.rows, [&](auto& row) { return isFarTooWide(row); });
         nodesOnly_ |= fold;
@@ -67,7 +64,7 @@ private:
     /// order gives it.
     void addRow(std::vector<int> row, bool fold) {
         std::erase_if(row, [&](int v) { return !isNode(v) && nodesOnly_; });
-        const double times = rowWidth(row) / (FoldTo * metrics_.width);
+        const double times = rowWidth(row) / metrics_.foldTo;
         if (!fold || times <= 1) return rows_.push_back(std::move(row));
         const auto rows = std::min(row.size(), static_cast<std::size_t>(std::ceil(times)));
         std::vector<std::vector<int>> folded(rows);
@@ -78,7 +75,7 @@ private:
     bool isFarTooWide(const std::vector<int>& row) const {
         double sum = 0;
         for (const int v : row) sum += isNode(v) ? width(v) + metrics_.gap : 0;
-        return sum > FoldFrom * metrics_.width;
+        return sum > metrics_.foldFrom;
     }
 
     void readLinks() {
@@ -148,14 +145,9 @@ private:
     }
 
     Placement finish() {
-        Placement result;
-        x_.resize(static_cast<std::size_t>(part_.size()));
-        result.x = std::move(x_);
-        for (auto& row : rows_) {
-            std::erase_if(row, [&](int v) { return !isNode(v); });
-            if (!row.empty()) result.rows.push_back(std::move(row));
-        }
-        return result;
+        if (nodesOnly_) x_.resize(static_cast<std::size_t>(part_.size()));
+        std::erase_if(rows_, [](const auto& row) { return row.empty(); });
+        return {std::move(x_), std::move(rows_)};
     }
 
     const Part& part_;

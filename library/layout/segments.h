@@ -1,12 +1,9 @@
 // Automatic layout: straight links and where they meet (private to the library).
 #pragma once
 
-namespace lumo::layout {
+#include "library/layout/diagram.h"
 
-struct Point {
-    double x, y;
-    bool operator==(const Point&) const = default;
-};
+namespace lumo::layout {
 
 struct Segment {
     Point upper, lower;

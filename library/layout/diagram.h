@@ -1,0 +1,41 @@
+// The automatic picture of a directed graph: where its nodes stand and how its links run.
+#pragma once
+
+#include <vector>
+
+namespace lumo::layout {
+
+struct Point {
+    double x = 0;
+    double y = 0;
+    bool operator==(const Point&) const = default;
+};
+
+struct Link {
+    int parent, child;
+    bool operator==(const Link&) const = default;
+};
+
+/// The nodes' boxes and the links between them, which are places in the list of boxes. Lengths are
+/// pixels, y grows downwards.
+struct Diagram {
+    std::vector<Point> sizes;  ///< widths and heights
+    std::vector<Link> links;
+};
+
+struct Drawing {
+    std::vector<Point> centres;  ///< of the boxes
+    /// Of every link, from centre to centre: two points of a straight line, or cubic Bezier
+    /// segments end to end (1 + 3 n points).
+    std::vector<std::vector<Point>> courses;
+};
+
+/// Draws the diagram in layers, parents before children: downwards, or to the right where that is
+/// needed to keep a drawing of more than 30 boxes from being more than four times as wide as high.
+/// Links run between the boxes that are not their ends; in graphs of many thousands of boxes the
+/// longest of them are straight lines. No boxes overlap; the corner of it all is the origin. The
+/// same diagram gives the same drawing. A link that closes a cycle is drawn straight. About n log
+/// n.
+Drawing Draw(const Diagram& diagram);
+
+}  // namespace lumo::layout

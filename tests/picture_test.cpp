@@ -1,0 +1,96 @@
+// The automatic pictures: links go round nodes and cross little, nothing is far too wide.
+#include <filesystem>
+#include <random>
+#include <set>
+
+#include "import/detect.h"
+#include "tests/picture_support.h"
+#include "tests/support.h"
+
+namespace lumo::test {
+namespace {
+
+using Links = std::vector<std::pair<int, int>>;
+
+ImportResult Net(int nodes, const Links& links) {
+    ImportResult result = NewResult();
+    for (int i = 0; i < nodes; ++i) {
+        const char* titles[] = {nullptr, "Short", "A title of more words"};
+        Bnode_bn& node = AddNode(*result.net, ("n" + std::to_string(i)).c_str(), {},
+                                 i % 7 == 6     ? DecisionNode
+                                 : i % 11 == 10 ? UtilityNode
+                                                : NatureNode);
+        node.setTitle(DupStr_kt(titles[i % 3]));
+    }
+    for (const auto& [parent, child] : links)
+        AddLink_ibn(*result.net->nodes[parent], *result.net->nodes[child]);
+    return result;
+}
+
+/// `count` links from a node to one at most `reach` further on.
+Links Random(int nodes, int count, int reach, unsigned seed) {
+    std::mt19937 random(seed);
+    std::set<std::pair<int, int>> links;
+    while (static_cast<int>(links.size()) < count) {
+        const int from = static_cast<int>(random() % static_cast<unsigned>(nodes - 1));
+        const int step = 1 + static_cast<int>(random() % static_cast<unsigned>(reach));
+        links.emplace(from, std::min(nodes - 1, from + step));
+    }
+    return {links.begin(), links.end()};
+}
+
+Links Star(int leaves) {
+    Links links;
+    for (int i = 1; i <= leaves; ++i) links.emplace_back(0, i);
+    return links;
+}
+
+TEST(AutomaticPicture, LinksGoRoundNodesAndNothingIsFarTooWide) {
+    const struct {
+        const char* what;
+        int nodes;
+        Links links;
+        int crossings;  // at most: a little more than there are now
+    } cases[] = {
+        {"nothing", 0, {}, 0},
+        {"one link past a node", 3, {{0, 1}, {1, 2}, {0, 2}}, 0},
+        {"isolated nodes", 90, {}, 0},
+        {"star", 150, Star(149), 0},
+        {"sparse", 60, Random(60, 70, 59, 1), 12},
+        {"parts of all sizes", 200, Random(200, 120, 7, 2), 4},
+        {"dense", 40, Random(40, 160, 30, 3), 760},
+        {"long links", 120, Random(120, 200, 119, 4), 400},
+        {"wide", 200, Random(200, 280, 199, 5), 900},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const ImportResult result = Net(c.nodes, c.links);
+        const Picture picture = MakePicture(*result.net, LayoutEN::automatic);
+        ExpectSoundPicture(picture);
+        EXPECT_EQ(picture.links.size(), c.links.size());
+        EXPECT_LE(Crossings(picture), c.crossings);
+        if (c.nodes > 30) {
+            EXPECT_LE(picture.width, 4 * picture.height);
+        }
+        const Picture again = MakePicture(*result.net, LayoutEN::automatic);
+        for (std::size_t i = 0; i < picture.links.size(); ++i)
+            ASSERT_TRUE(std::ranges::equal(picture.links[i].course, again.links[i].course));
+    }
+}
+
+TEST(AutomaticPicture, OfEverySampleIsSound) {
+    int samples = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(SAMPLES)) {
+        const FormatInfo* format = DetectFormat("", entry.path().string());
+        if (format == nullptr || entry.is_directory()) continue;
+        SCOPED_TRACE(entry.path());
+        const Imported got = ImportText(ReadFile(entry.path()), format->code);
+        if (got.net == nullptr) continue;
+        ExpectSoundPicture(MakePicture(*got.net, LayoutEN::automatic));
+        ++samples;
+    }
+    EXPECT_GT(samples, 15);
+}
+
+}  // namespace
+}  // namespace lumo::test
