@@ -6,6 +6,8 @@
 #include <unordered_map>
 
 #include "export/describe.h"
+#include "export/detour.h"
+#include "export/placing.h"
 #include "export/text.h"
 
 namespace lumo {
@@ -219,7 +221,7 @@ void ReadLinks(Picture& picture) {
 }
 
 /// Places nodes and links by the automatic layout.
-void LayOut(Picture& picture) {
+void DrawAnew(Picture& picture) {
     layout::Diagram diagram;
     for (const PictureNode& node : picture.nodes)
         diagram.sizes.push_back({2 * node.halfWidth, 2 * node.halfHeight});
@@ -397,13 +399,14 @@ Picture MakePicture(const Bnet_bn& net, LayoutEN layout) {
     }
     ReadLinks(picture);
     const bool anew =
-        layout == LayoutEN::automatic || (layout == LayoutEN::best && drawing.laidOut);
+        picture.nodes.size() > 1 && (layout == LayoutEN::automatic || !HasPlaces(net));
     const double scale = anew ? 0 : PlaceAsInNet(net, layout == LayoutEN::file, picture);
     if (scale == 0) {
-        LayOut(picture);
+        DrawAnew(picture);
     } else {
         for (PictureLink& link : picture.links)
             link.course = {picture.parentOf(link).centre, picture.childOf(link).centre};
+        BendRoundNodes(picture);
     }
     ClipLinks(picture);
     Frame(picture, drawing.extentWidth * scale, drawing.extentHeight * scale);

@@ -98,33 +98,34 @@ inline double FromBorder(const PictureNode& node, Point at) {
     }
 }
 
-/// Points along the link's course, close to each other.
-inline std::vector<Point> Sampled(const PictureLink& link) {
+/// Points along the link's course, about so far apart.
+inline std::vector<Point> Sampled(const PictureLink& link, double apart) {
     const std::vector<Point>& c = link.course;
-    constexpr int samples = 16;
     std::vector<Point> points = {c[0]};
     const std::size_t step = link.isStraight() ? 1 : 3;
     for (std::size_t i = 0; i + step < c.size(); i += step) {
+        double length = 0;
+        for (std::size_t k = i; k < i + step; ++k)
+            length += std::hypot(c[k + 1].x - c[k].x, c[k + 1].y - c[k].y);
+        const int samples = 1 + static_cast<int>(length / apart);
         for (int n = 1; n <= samples; ++n) {
             const double t = static_cast<double>(n) / samples;
-            const double u = 1 - t;
-            const double weights[] = {u * u * u, 3 * u * u * t, 3 * u * t * t, t * t * t};
-            Point at{u * c[i].x + t * c[i + 1].x, u * c[i].y + t * c[i + 1].y};
-            if (step == 3) {
-                at = {};
-                for (std::size_t k = 0; k < 4; ++k)
-                    at = {at.x + weights[k] * c[i + k].x, at.y + weights[k] * c[i + k].y};
-            }
-            points.push_back(at);
+            std::vector<Point> ends(c.begin() + static_cast<std::ptrdiff_t>(i),
+                                    c.begin() + static_cast<std::ptrdiff_t>(i + step + 1));
+            for (std::size_t left = step; left > 0; --left)
+                for (std::size_t k = 0; k < left; ++k)
+                    ends[k] = {(1 - t) * ends[k].x + t * ends[k + 1].x,
+                               (1 - t) * ends[k].y + t * ends[k + 1].y};
+            points.push_back(ends[0]);
         }
     }
     return points;
 }
 
-/// Links that run through a node that is not their end.
-inline int CutLinks(const Picture& picture) {
+/// Links that run through a node that is not their end, seen at points so far apart.
+inline int CutLinks(const Picture& picture, double apart = 3) {
     return static_cast<int>(std::ranges::count_if(picture.links, [&](const PictureLink& link) {
-        const std::vector<Point> points = Sampled(link);
+        const std::vector<Point> points = Sampled(link, apart);
         return std::ranges::any_of(picture.nodes, [&](const PictureNode& node) {
             if (&node == &picture.parentOf(link) || &node == &picture.childOf(link)) return false;
             return std::ranges::any_of(points,
@@ -172,7 +173,8 @@ inline int Crossings(const Picture& picture) {
     };
     std::vector<Piece> pieces;
     for (std::size_t i = 0; i < picture.links.size(); ++i) {
-        const std::vector<Point> points = Sampled(picture.links[i]);
+        const PictureLink& link = picture.links[i];
+        const std::vector<Point> points = link.isStraight() ? link.course : Sampled(link, 8);
         for (std::size_t n = 1; n < points.size(); ++n) {
             const bool down = points[n - 1].y <= points[n].y;
             pieces.push_back({points[down ? n - 1 : n], points[down ? n : n - 1], i});

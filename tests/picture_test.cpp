@@ -1,5 +1,6 @@
-// The automatic pictures: links go round nodes and cross little, nothing is far too wide.
+// Pictures: links go round nodes and cross little, nothing is far too wide.
 #include <filesystem>
+#include <numeric>
 #include <random>
 #include <set>
 
@@ -78,7 +79,40 @@ TEST(AutomaticPicture, LinksGoRoundNodesAndNothingIsFarTooWide) {
     }
 }
 
-TEST(AutomaticPicture, OfEverySampleIsSound) {
+TEST(FilePicture, OnlyLinksThatWouldCutANodeBend) {
+    for (const unsigned seed : {1U, 2U, 3U, 4U}) {
+        SCOPED_TRACE(seed);
+        const ImportResult result = Net(80, Random(80, 130, 40, seed));
+        std::mt19937 random(seed);
+        std::vector<int> places(100);
+        std::iota(places.begin(), places.end(), 0);
+        std::ranges::shuffle(places, random);
+        for (int i = 0; i < 80; ++i) {
+            const int place = places[static_cast<std::size_t>(i)];
+            const coord_kt at{place % 10 * 150 + static_cast<int>(random() % 30),
+                              place / 10 * 90 + static_cast<int>(random() % 30)};
+            SetNodeVisPosition_ibn(*result.net->nodes[i], at, nullptr);
+        }
+        const Picture picture = MakePicture(*result.net);
+        ASSERT_FALSE(picture.laidOut);
+        ExpectSoundPicture(picture);
+        Picture straight = picture;
+        for (PictureLink& link : straight.links)
+            link.course = Clipped({picture.parentOf(link).centre, picture.childOf(link).centre},
+                                  picture.parentOf(link), picture.childOf(link));
+        EXPECT_GT(CutLinks(straight), 20);
+        EXPECT_LE(Crossings(picture), Crossings(straight));
+        for (std::size_t i = 0; i < picture.links.size(); ++i) {
+            Picture one = straight;
+            one.links = {straight.links[i]};
+            if (CutLinks(one, 0.2) == 0) {
+                EXPECT_EQ(picture.links[i].course, straight.links[i].course);
+            }
+        }
+    }
+}
+
+TEST(Picture, OfEverySampleIsSound) {
     int samples = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(SAMPLES)) {
         const FormatInfo* format = DetectFormat("", entry.path().string());
@@ -86,7 +120,8 @@ TEST(AutomaticPicture, OfEverySampleIsSound) {
         SCOPED_TRACE(entry.path());
         const Imported got = ImportText(ReadFile(entry.path()), format->code);
         if (got.net == nullptr) continue;
-        ExpectSoundPicture(MakePicture(*got.net, LayoutEN::automatic));
+        for (const LayoutEN layout : {LayoutEN::automatic, LayoutEN::best})
+            ExpectSoundPicture(MakePicture(*got.net, layout));
         ++samples;
     }
     EXPECT_GT(samples, 15);
