@@ -133,6 +133,9 @@ std::string CheckConvert(Options& options, const Raw& raw) {
                    ? "convert: no format for '" + options.output + "': name one with --to"
                    : "--to: no format '" + raw.writer + "' among " + Listed(Names(Writers()));
     }
+    const auto unavailable = options.writer->unavailable;
+    if (unavailable != nullptr && unavailable() != nullptr)
+        return std::string("convert: ") + unavailable();
     if (options.files.size() > 1 && !IsFolder(options.output))
         return "convert: '" + options.output + "' is not a folder, which many files need";
     return CheckOutputs(options);

@@ -7,6 +7,7 @@
 #include "export/dot.h"
 #include "export/dsc_writer.h"
 #include "export/hugin_writer.h"
+#include "export/image.h"
 #include "export/json.h"
 #include "export/report.h"
 #include "export/svg.h"
@@ -21,6 +22,8 @@ constexpr std::array writers = {
     Writer{"svg", "SVG", ".svg", false, WriteSvg},
     Writer{"html", "HTML", ".html", true, WriteReport},
     Writer{"dot", "DOT", ".dot", false, WriteDot},
+    Writer{"png", "PNG", ".png", false, WritePng, nullptr, ImagesUnavailable},
+    Writer{"pdf", "PDF", ".pdf", false, WritePdf, nullptr, ImagesUnavailable},
     Writer{"xmlbif", "XML BIF", ".xml", false, WriteXmlBif, XmlBifLosses},
     Writer{"hugin", "Hugin", ".net", false, WriteHugin, HuginLosses},
     Writer{"dsc", "DSC", ".dsc", false, WriteDsc, DscLosses},

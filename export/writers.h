@@ -18,6 +18,7 @@ struct Writer {
     bool withoutNet;        ///< writes something useful when nothing was read
     void (*write)(const ImportResult& result, std::ostream& out);
     Losses (*losses)(const Bnet_bn& net) = nullptr;  ///< null: what it writes is no net to be read
+    const char* (*unavailable)() = nullptr;  ///< says why it cannot write here; null when it can
 };
 
 std::span<const Writer> Writers();

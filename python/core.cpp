@@ -456,6 +456,8 @@ std::vector<std::string> WriteFile(const Net& net, const fs::path& path,
     if (writer == nullptr)
         throw py::value_error("no format to write '" + ToUtf8(format.value_or(path.string())) +
                               "'; there are " + Names(Writers()));
+    if (writer->unavailable != nullptr && writer->unavailable() != nullptr)
+        throw py::value_error(writer->unavailable());
     int error = 0;
     std::vector<std::string> lost;
     {

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <sstream>
 
+#include "export/image.h"
 #include "export/picture.h"
 #include "export/text.h"
 #include "tests/picture_support.h"
@@ -222,6 +223,27 @@ TEST(Svg, NothingOfTheFileBecomesMarkup) {
     EXPECT_EQ(svg.find("<script"), std::string::npos);
     EXPECT_NE(svg.find("&lt;script&gt;"), std::string::npos);
     EXPECT_NE(svg.find("café"), std::string::npos);
+}
+
+TEST(Images, AreDrawnWithTheSameBytesEveryTime) {
+    if (ImagesUnavailable() != nullptr) GTEST_SKIP() << ImagesUnavailable();
+    const ImportResult result = test::HostileResult();
+    const struct {
+        void (*write)(const ImportResult&, std::ostream&);
+        const char* signature;
+    } cases[] = {{WritePng, "\x89PNG\r\n\x1a\n"}, {WritePdf, "%PDF-1."}};
+    for (const auto& [write, signature] : cases) {
+        std::ostringstream once, again;
+        write(result, once);
+        write(result, again);
+        EXPECT_TRUE(once.str().starts_with(signature));
+        EXPECT_GT(once.str().size(), 5000U);
+        EXPECT_EQ(once.str(), again.str());
+    }
+    const ImportResult empty = NewResult();
+    std::ostringstream out;
+    WritePng(empty, out);
+    EXPECT_GT(out.str().size(), 100U);
 }
 
 TEST(Svg, AnEmptyNetAndALargeOneAreDrawn) {

@@ -1,0 +1,11 @@
+# PNG and PDF: only the headers of librsvg are needed here, the program loads it when it draws.
+find_package(PkgConfig)
+if(PkgConfig_FOUND)
+    pkg_check_modules(RSVG librsvg-2.0>=2.52 cairo-pdf)
+endif()
+if(RSVG_FOUND)
+    set_source_files_properties(export/image.cpp PROPERTIES COMPILE_DEFINITIONS LUMO_HAS_RSVG)
+    target_include_directories(lumo_export SYSTEM PRIVATE ${RSVG_INCLUDE_DIRS})
+elseif(NOT LUMO_IMAGES STREQUAL "AUTO")
+    message(FATAL_ERROR "LUMO_IMAGES is on, but librsvg (librsvg2-dev) or pkg-config is not found")
+endif()

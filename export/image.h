@@ -1,0 +1,21 @@
+// Pictures of the net as PNG and PDF, drawn by librsvg and cairo. Those libraries are loaded when a
+// picture is made: they are many, and nothing else needs them.
+#pragma once
+
+#include <iosfwd>
+
+#include "export/result.h"
+
+namespace lumo {
+
+/// Why no images can be written, with what to install; null when they can.
+const char* ImagesUnavailable();
+
+/// The picture of the net, which must be there, as a bitmap: two dots a pixel of the SVG where that
+/// is of a sensible size. Throws std::runtime_error when it cannot be drawn.
+void WritePng(const ImportResult& result, std::ostream& out);
+
+/// The same as a page of its size. The same net gives the same bytes.
+void WritePdf(const ImportResult& result, std::ostream& out);
+
+}  // namespace lumo
