@@ -9,6 +9,7 @@
 //
 // Errors are thrown to the object or field they arise in. Reading goes on after that field; when a
 // header, a brace or a quote is damaged, it goes on where the next object or line starts.
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <memory>
@@ -131,7 +132,7 @@ void RecognizeVersion(Parser_kt& in) {
 void SkipUnknownObject(Parser_kt& in, const char* word) {
     in.makeWarningUnknown(word, -3040, "unknown object type '%s'", word);
     if (in.peekPunc() == '=') {
-        SkipField(in);
+        SkipField(in, in.getPos());
         return TakeSemicolon(in);
     }
     const ParserPos_kt header = in.getPos();
@@ -189,9 +190,7 @@ template <class OBJECT>
 void ReadValue(Parser_kt& in, OBJECT& object, FieldHandler<OBJECT> handler) {
     if (handler != nullptr) return handler(in, object);
     in.makeWarningUnknown(in.fieldName, -3037, "unknown or ignored field");
-    if (in.peekPunc() != '"') return SkipField(in);
-    in.skipChar();
-    SkipString(in);
+    SkipField(in, in.getPos());
 }
 
 /// Reads the value of a field. False when it was damaged so that no ';' is to be expected.
@@ -203,8 +202,8 @@ bool ReadField(Parser_kt& in, OBJECT& object, FieldHandler<OBJECT> handler) {
         ReadValue(in, object, handler);
     } catch (rept_kt* report) {
         if (report->severity >= SeverityFatal) throw;
-        if (ListRanOn(in, value)) return false;
-        SkipField(in);
+        in.setPos(value);
+        SkipField(in, value);
     }
     return true;
 }
@@ -223,7 +222,7 @@ bool NotAField(Parser_kt& in, ParserPos_kt start, const char* kind) {
     if (misspeltClass)
         in.skipStatement();
     else
-        SkipField(in);
+        SkipField(in, start);
     return false;
 }
 
@@ -232,12 +231,11 @@ bool EndOfField(Parser_kt& in) {
     const char punc = in.readPunc();
     if (punc == ';') return false;
     in.makeWarning(-3038, "missing semicolon at end");
-    if (punc == '"' || punc == '(' || punc == '{') {
-        in.unreadChar(punc);
-        SkipField(in);
-        TakeSemicolon(in);
-    }
-    return punc == '}';
+    if (punc == 0 || punc == '}') return punc == '}';
+    in.unreadChar(punc);
+    SkipField(in, in.getPos());
+    TakeSemicolon(in);
+    return false;
 }
 
 /// The name of the field being read, cited by messages while it lives.
@@ -312,15 +310,11 @@ OBJECT* read_obj(Parser_kt& in, Vnet_kt& drawing, const char* kind,
 /// (father(tom)) are part of it.
 void ReadName(Parser_kt& in, char* name) {
     in.readWord(name, ValueSize);
-    if (*name == '\0' || in.peekChar() != '(') return;
-    const ParserPos_kt open = in.getPos();
-    const std::string_view text(open, static_cast<std::size_t>(in.bytesLeft()));
-    const std::size_t close = text.find_first_of(" \t\r\n(){}=;:|\"%", 1);
+    const std::string_view arguments = PeekArguments(in);
     const std::size_t length = std::strlen(name);
-    if (close >= text.size() || text[close] != ')' || length + close >= ValueSize) return;
-    text.copy(name + length, close + 1);
-    name[length + close + 1] = '\0';
-    in.setPos(open + close + 1);
+    if (length == 0 || length + arguments.size() > ValueSize) return;
+    name[length + arguments.copy(name + length, arguments.size())] = '\0';
+    in.setPos(in.getPos() + arguments.size());
 }
 
 Vnet_kt* read_net_header(Parser_kt& in, Vnet_kt& drawing) {
@@ -544,7 +538,7 @@ void parse_node_HR_State_(Parser_kt& in, Bnode_bn&) {
 
 void parse_node_userdef(Parser_kt& in, Bnode_bn& node) {
     char text[ValueSize + 1];
-    in.readQuoted(text, ValueSize);
+    read_value(in, text);
     node.setUserField(UserFieldName, text, static_cast<int>(std::strlen(text)));
 }
 
@@ -594,6 +588,20 @@ void read_quoted_text(Parser_kt& in, strin_kt& text) {
     char raw[ValueSize + 1];
     in.readQuoted(raw, ValueSize);
     text.append(raw);
+}
+
+void read_value(Parser_kt& in, char* text) {
+    if (in.peekPunc() == '"') return in.readQuoted(text, ValueSize);
+    const ParserPos_kt start = in.getPos();
+    SkipField(in, start);
+    std::string_view value(start, static_cast<std::size_t>(in.getPos() - start));
+    value.remove_suffix(value.size() - (value.find_last_not_of(" \t\r\n") + 1));
+    if (value.size() > ValueSize) {
+        in.setTokenStart(start);
+        in.makeWarning(num::textCut, "text of %d characters is cut to %d",
+                       static_cast<int>(std::min<std::size_t>(value.size(), INT_MAX)), ValueSize);
+    }
+    text[value.copy(text, ValueSize)] = '\0';
 }
 
 void read_int_string(Parser_kt& in, int& value) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 #include <vector>
 
 #include "library/model/netmodel.h"
@@ -64,17 +65,22 @@ void BuildGroups(Parser_kt& in, Bnet_bn& net, Vnet_kt& drawing);
 void StartRecovery(const Parser_kt& in);
 
 void SkipWord(Parser_kt& in);    ///< the next word, however long it is
+void SkipName(Parser_kt& in);    ///< the same with its arguments
 void SkipString(Parser_kt& in);  ///< the rest of a quoted string, in silence
 
-/// Whether an object starts here.
-bool AtObject(Parser_kt& in);
+/// The arguments in parentheses right behind a name, as in father(tom); empty when there are none.
+std::string_view PeekArguments(const Parser_kt& in);
+
+bool AtObject(Parser_kt& in);  ///< whether an object starts here
+bool AtField(Parser_kt& in);   ///< whether a field does, its name and a '='
 
 /// Passes over a body whose '{' was read, or, when its own '}' is missing, up to the next object.
 void SkipBody(Parser_kt& in);
 
-/// Passes over the rest of a field up to its ';', like skipStatement, but not beyond its object: it
-/// stops before the '}' that ends the object and before the next object.
-void SkipField(Parser_kt& in);
+/// Passes over a value, or what is left of it, up to its ';', but not beyond its object: it stops
+/// before the '}' that ends the object, and, outside brackets, before the next field and object.
+/// `value` is where the value began.
+void SkipField(Parser_kt& in, ParserPos_kt value);
 
 /// Passes over the rest of an object whose header is damaged: its body, or, when the '{' is
 /// missing, its fields up to the '}'.
@@ -83,9 +89,6 @@ void SkipObject(Parser_kt& in);
 /// For a value at its opening quote: when the quote does not close on its line and the string that
 /// it opens ends in the middle of something, goes on at the end of the line, with an error.
 bool StringRunsOn(Parser_kt& in);
-
-/// For a value that failed: the same, when its first line has such a quote.
-bool ListRanOn(Parser_kt& in, ParserPos_kt value);
 
 // ---- Value readers -------------------------------------------------------------------------
 // Those of numbers throw the error that they record, the target unchanged.
@@ -96,6 +99,9 @@ void read_quoted_text(Parser_kt& in, strin_kt& text);  ///< a quoted text of any
 void read_int_string(Parser_kt& in, int& value);
 void read_double_string(Parser_kt& in, double& value);
 void read_bool_string(Parser_kt& in, bool& value);
+
+/// A value of one line as text: a quoted string, or what stands up to the end of the field.
+void read_value(Parser_kt& in, char* text);
 
 /// The integer at the start of the text, 0 when there is none; `rest` is what follows it. False
 /// when it does not fit an int.

@@ -434,6 +434,33 @@ TEST(Hugin, ObjectsAfterDamageAreRead) {
     }
 }
 
+// Each stands before sound fields of a node that has them all in the end.
+TEST(Hugin, ADamagedValueEndsWithItsField) {
+    for (const char* damaged :
+         {"HR_Desc = \"5\" pipe\";", "HR_q = \"a\", \"b\";", "HR_y = \"he said \"x\" here\";",
+          "u = \"a\", \"b\";", "HR_Desc = \"a \"b\" c\";", "position = (\"5\" pipe\");",
+          "HR_x = ( utility * max (1, 2) );", "HR_x = (node y { );", "HR_x = (a; b; c);",
+          "HR_x = {a; b} c;", "x = {a; b} c;", "x = (a; b {;} c);", "HR_x = \"two\nlines\"\n",
+          "HR_Desc = \"two\nlines\" ", "HR_x = 3\n", "x = 3\n", "HR_x = (1; ", "x = 5\";"}) {
+        SCOPED_TRACE(damaged);
+        const Imported got = Import(File("", std::string("node A { ") + damaged +
+                                                 " label = \"L\"; states = (\"a\" \"b\" \"c\"); }\n"
+                                                 "node B { }\n"));
+        EXPECT_EQ(Tables(got), "A/0 B/0");
+        EXPECT_STREQ(Node(got, "A").title, "L") << got.seen.text();
+        EXPECT_EQ(Node(got, "A").numStates(), 3);
+    }
+    const Imported got =
+        Import(File("",
+                    "node A { HR_Desc = \"two\nlines\"\n x = 3\n y = \"\";}\n"
+                    "potential (A) { model_data = ( utility * max (1, 2) ); data = (1 0); }"));
+    EXPECT_EQ(NodeText(Node(got, "A")),
+              "nature A at 40,40\n  states - -\n  comment 'two\nlines'\n  field x '3'\n"
+              "  field y ''\n  deterministic 1 0\n");
+    EXPECT_EQ(got.seen.errors(), 0);
+    EXPECT_EQ(got.seen.count(-3038), 2);
+}
+
 TEST(Hugin, ClassInCapitalsKeepsItsFieldListOpen) {
     const Imported got =
         Import("Class C { node A { label = \"x\"; } potential (A) { data = (1 1); } }");
