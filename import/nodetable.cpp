@@ -1,8 +1,9 @@
 // ParseNodeTable: a node's data table, in the nesting of parentheses that its writer chose.
 #include <algorithm>
+#include <map>
 #include <vector>
 
-#include "import/messages.h"
+#include "import/hugin_messages.h"
 #include "import/tables.h"
 #include "library/text/tokens.h"
 
@@ -124,10 +125,70 @@ private:
     ParserPos_kt place_ = nullptr;
 };
 
+/// Measures a nesting of as many levels as node and parents have, all lists of a level alike.
+class Nesting {
+public:
+    Nesting(const Bnode_bn& node, bool hasStates)
+        : levels_(static_cast<std::size_t>(node.parents.N) + (hasStates ? 1 : 0)) {}
+
+    void open() {
+        if (!held_.empty()) ++held_.back();
+        if (held_.size() == levels_ || (held_.empty() && !sizes_.empty())) uneven_ = true;
+        if (uneven_) return;
+        held_.push_back(0);
+        if (sizes_.size() < held_.size()) sizes_.push_back(0);
+    }
+
+    void numbers(int count) {
+        if (held_.empty() || held_.size() != levels_) uneven_ = true;
+        if (!uneven_) held_.back() += count;
+    }
+
+    void close() {
+        if (uneven_ || held_.empty()) return;
+        long long& size = sizes_[held_.size() - 1];
+        if (size == 0) size = held_.back();
+        uneven_ = size != held_.back();
+        held_.pop_back();
+    }
+
+    /// Which parent each level lists, from the outermost in, when the sizes tell it: the reverse of
+    /// the header's order, or another in which each parent has its size alone. Else empty.
+    std::vector<int> order(const Bnode_bn& node) const {
+        const auto parents = static_cast<std::size_t>(node.parents.N);
+        if (uneven_ || sizes_.size() != levels_) return {};
+        if (levels_ > parents && sizes_.back() != node.numStates()) return {};
+        std::vector<int> reverse;
+        std::vector<int> bySize;
+        std::map<long long, int> parentOf;
+        for (int i = 0; i < node.parents.N; ++i) parentOf[node.parents[i]->numStates()] = i;
+        for (std::size_t i = 0; i < parents; ++i) {
+            const int mirrored = node.parents.N - 1 - static_cast<int>(i);
+            const auto found = parentOf.find(sizes_[i]);
+            if (node.parents[mirrored]->numStates() == sizes_[i]) reverse.push_back(mirrored);
+            if (found == parentOf.end()) continue;
+            bySize.push_back(found->second);
+            parentOf.erase(found);
+        }
+        if (reverse.size() == parents) return reverse;
+        return bySize.size() == parents ? bySize : std::vector<int>();
+    }
+
+private:
+    std::size_t levels_;
+    std::vector<long long> held_;   ///< by the lists that are open: what they hold so far
+    std::vector<long long> sizes_;  ///< by level, from the outermost in
+    bool uneven_ = false;
+};
+
 class NodeTableReader {
 public:
-    NodeTableReader(Parser_kt& in, const Bnode_bn& node, bool hasStates)
-        : in_(in), node_(node), shape_(node, hasStates) {
+    NodeTableReader(Parser_kt& in, const Bnode_bn& node, bool hasStates, bool asNested)
+        : in_(in),
+          node_(node),
+          shape_(node, hasStates),
+          nesting_(node, hasStates),
+          asNested_(asNested) {
         if (hasStates) wanted_ = node.numStates();
         wanted_ *= NumProduct(node.parents);
     }
@@ -139,7 +200,7 @@ public:
         while (item()) {
         }
         checkCount();
-        warnOfShape(start);
+        if (!turn()) warnOfShape(start);
         return std::move(table_);
     }
 
@@ -150,8 +211,12 @@ private:
             throw in_.report(msg::import.tableTooLarge, node_.name(), wanted_, MaxTableEntries);
         constexpr int bytesPerNumber = 2;
         if (wanted_ > in_.bytesLeft() / bytesPerNumber + 1) return;
-        table_ = NewXArray<float>(wanted_);
-        if (table_ != nullptr) return;
+        table_ = newTable();
+    }
+
+    XArray<float> newTable() {
+        XArray<float> table = NewXArray<float>(wanted_);
+        if (table != nullptr) return table;
         rept_kt* const error =
             NewMemoryReport(msg::model.outOfMemoryForTable,
                             static_cast<double>(wanted_) * sizeof(float), node_.name());
@@ -185,8 +250,10 @@ private:
         for (;; ++p) {
             if (*p == '(') {
                 shape_.open(count_, p);
+                nesting_.open();
             } else if (*p == ')') {
                 shape_.close(count_, p);
+                nesting_.close();
             } else if (*p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') {
                 break;
             }
@@ -201,6 +268,7 @@ private:
         const long long room = store ? wanted_ - count_ : count_ == wanted_ ? 1 : 64;
         const int run = in_.readFloats(out, static_cast<int>(room), CommasEN::may);
         shape_.numbers(run, in_.tokenStart());
+        nesting_.numbers(run);
         if (run == 1 && count_ == wanted_) firstExtra_ = in_.tokenStart();
         count_ += run;
         return run;
@@ -210,6 +278,50 @@ private:
         if (count_ == wanted_) return;
         in_.setTokenStart(firstExtra_ != nullptr ? firstExtra_ : in_.getPos());
         throw in_.report(msg::import.badTable, node_.name(), wanted_, count_);
+    }
+
+    /// Puts the numbers into the header's order when they are nested in another.
+    bool turn() {
+        if (!asNested_ || shape_.problem().empty() || shape_.depth() > 0) return false;
+        const std::vector<int> order = nesting_.order(node_);
+        if (order.empty()) return false;
+        const std::size_t levels = order.size();
+        std::vector<long long> strides(levels);
+        BndList_bn nested;
+        long long row = wanted_ / NumProduct(node_.parents);
+        long long span = row;
+        for (int i = node_.parents.N - 1; i >= 0; --i) {
+            strides[static_cast<std::size_t>(i)] = span;
+            span *= node_.parents[i]->numStates();
+        }
+        XArray<float> turned = newTable();
+        std::vector<int> states(levels, 0);
+        long long to = 0;
+        for (long long from = 0; from < wanted_; from += row) {
+            std::copy_n(table_.get() + from, row, turned.get() + to);
+            for (std::size_t level = levels; level-- > 0;) {
+                const int parent = order[level];
+                const long long stride = strides[static_cast<std::size_t>(parent)];
+                to += stride;
+                if (++states[level] < node_.parents[parent]->numStates()) break;
+                to -= stride * states[level];
+                states[level] = 0;
+            }
+        }
+        table_ = std::move(turned);
+        for (const int parent : order) nested.append(node_.parents[parent]);
+        tellTurned(nested);
+        return true;
+    }
+
+    void tellTurned(const BndList_bn& nested) {
+        constexpr int mostCharacters = 60;
+        strin_kt names;
+        NodeNamesToStr(nested, ", ", mostCharacters, names);
+        const ParserPos_kt after = in_.tokenStart();
+        in_.setTokenStart(shape_.place());
+        in_.report(msg::hugin.tableTurned, names.getCStr());
+        in_.setTokenStart(after);
     }
 
     void warnOfShape(ParserPos_kt start) {
@@ -227,6 +339,8 @@ private:
     Parser_kt& in_;
     const Bnode_bn& node_;
     ShapeCheck shape_;
+    Nesting nesting_;
+    bool asNested_;
     long long wanted_ = 1;
     long long count_ = 0;
     XArray<float> table_;
@@ -236,9 +350,9 @@ private:
 }  // namespace
 
 void ParseNodeTable(Parser_kt& in, unsigned char** table, int, bool hasStates, Bnode_bn& node,
-                    const char* const*, int, bool, int) {
+                    const char* const*, int, bool, int, bool asNested) {
     *table = nullptr;
-    XArray<float> numbers = NodeTableReader(in, node, hasStates).read();
+    XArray<float> numbers = NodeTableReader(in, node, hasStates, asNested).read();
     *table = reinterpret_cast<unsigned char*>(numbers.release());
 }
 

@@ -18,9 +18,11 @@ int ParseBelVec(Parser_kt& in, float* out, const Varbl_bn& variable, char);
 /// one entry per state and parent configuration, else one per parent configuration. Throws (after
 /// makeError) when the count is wrong (how many wanted, how many read, where), a token is no
 /// number, or the table is above MaxTableEntries; *table is null then. Parentheses that contradict
-/// the parents' sizes are a warning (tableShape). The other arguments are 10, null, 0, false, 14.
+/// the parents' sizes are a warning (tableShape); asNested: numbers nested by all parents in
+/// another order than the header's are read in that order then. The other arguments are 10, null,
+/// 0, false, 14.
 void ParseNodeTable(Parser_kt& in, unsigned char** table, int, bool hasStates, Bnode_bn& node,
-                    const char* const*, int, bool, int);
+                    const char* const*, int, bool, int, bool asNested = false);
 
 /// A report about a table that finds no memory, from then on an error that costs that table and does
 /// not end the import; other reports are not touched.

@@ -153,11 +153,12 @@ private:
 };
 
 /// The table as text, or the report thrown.
-std::string ReadTable(Reading& r, Family& family) {
+std::string ReadTable(Reading& r, Family& family, bool asNested = false) {
     unsigned char* table = nullptr;
     const bool hasStates = family.node->numStates() > 0;
-    const std::string thrown = r.thrown(
-        [&] { ParseNodeTable(r.in, &table, 10, hasStates, *family.node, nullptr, 0, false, 14); });
+    const std::string thrown = r.thrown([&] {
+        ParseNodeTable(r.in, &table, 10, hasStates, *family.node, nullptr, 0, false, 14, asNested);
+    });
     const std::unique_ptr<unsigned char, XFree> owned(table);
     if (table == nullptr) return thrown;
     const int rows = NumProduct(family.node->parents);
@@ -173,12 +174,12 @@ struct TableCase {
     const char* reports;  // the warnings
 };
 
-void Check(const std::vector<TableCase>& cases) {
+void Check(const std::vector<TableCase>& cases, bool asNested = false) {
     for (const TableCase& c : cases) {
         SCOPED_TRACE(c.text);
         Family family(c.states, c.parents);
         Reading r(c.text);
-        EXPECT_EQ(ReadTable(r, family), c.result);
+        EXPECT_EQ(ReadTable(r, family, asNested), c.result);
         if (c.result[0] == '-' && r.seen.errors()) continue;
         EXPECT_EQ(r.seen.text(), c.reports);
         EXPECT_TRUE(r.in.isAtEnd() || r.in.peekPunc() == ';' || r.in.peekPunc() == '}');
@@ -223,6 +224,43 @@ TEST(NodeTables, WarnOfParenthesesThatContradictTheHeader) {
         {2, {}, "(() 1 2);", "1 2", empty.c_str()},
         {2, {}, "((1 2;", "1 2", "-5050 1:1 2 '(' of the data list are not closed\n"},
     });
+}
+
+TEST(NodeTables, AreReadInTheOrderOfTheirNesting) {
+    const char* const reversed =
+        "-5050 1:13 the data list is nested by P1, P0, and read in that order\n";
+    const std::string kept = "; the numbers are taken in their written order\n";
+    const std::string threes =
+        "-5050 1:9 a list at the level of 'P2' holds 3 numbers, but 2 were expected" + kept;
+    Check(
+        {
+            {2,
+             {2, 3},
+             "(((1 2)(3 4))((5 6)(7 8))((9 0)(1 2)));",
+             "1 2 5 6 9 0 3 4 7 8 1 2",
+             reversed},
+            {0,
+             {2, 3},
+             "((1 2)(3 4)(5 6));",
+             "1 3 5 2 4 6",
+             "-5050 1:6 the data list is nested by P1, P0, and read in that order\n"},
+            {0,
+             {2, 3, 4},
+             "(((1 2 3)(4 5 6))((1 2 3)(4 5 6))((1 2 3)(4 5 6))((1 2 3)(4 5 6)));",
+             "1 1 1 1 2 2 2 2 3 3 3 3 4 4 4 4 5 5 5 5 6 6 6 6",
+             "-5050 1:9 the data list is nested by P2, P0, P1, and read in that order\n"},
+            {0,
+             {3, 2, 2},
+             "(((1 2 3)(4 5 6))((1 2 3)(4 5 6)));",
+             "1 1 4 4 2 2 5 5 3 3 6 6",
+             "-5050 1:9 the data list is nested by P2, P1, P0, and read in that order\n"},
+            {0,
+             {2, 3, 2},
+             "(((1 2 3)(4 5 6))((1 2 3)(4 5 6)));",
+             "1 2 3 4 5 6 1 2 3 4 5 6",
+             threes.c_str()},
+        },
+        true);
 }
 
 TEST(NodeTables, ErrorsNameCountsAndTokens) {
