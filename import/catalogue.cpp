@@ -5,6 +5,7 @@
 #include "import/dsc_messages.h"
 #include "import/dxpress_messages.h"
 #include "import/ergo_messages.h"
+#include "import/hugin_messages.h"
 #include "import/messages.h"
 
 namespace lumo {
@@ -14,7 +15,7 @@ namespace {
 std::vector<MessageRow> AllRows() {
     std::vector<MessageRow> all;
     const auto add = [&all](const auto& rows) { all.insert(all.end(), rows.begin(), rows.end()); };
-    add(OldHuginRows());
+    add(RowsOf(msg::hugin));
     add(RowsOf(msg::dsc));
     add(RowsOf(msg::dxpress));
     add(RowsOf(msg::ergo));

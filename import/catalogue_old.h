@@ -6,7 +6,6 @@
 
 namespace lumo {
 
-std::span<const MessageRow> OldHuginRows();
 std::span<const MessageRow> OldXMLBIFRows();
 
 }  // namespace lumo

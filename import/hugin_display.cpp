@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "import/hugin_messages.h"
 #include "import/hugin_state.h"
 
 namespace lumo::hugin {
@@ -32,7 +33,7 @@ Handler parse_net_node_size, parse_net_HR_Node_Label_Style, parse_net_HR_Desc,
     parse_net_HR_Groups_UserGroupsNo, parse_net_Ignore, parse_net_HR_Propagate_Auto,
     parse_net_HR_Font_Italic, parse_net_HR_Font_Weight, parse_net_HR_Font_Size,
     parse_net_HR_Font_Name, parse_net_HR_Grid_GridSnap, parse_net_HR_Grid_GridShow,
-    parse_net_HR_Grid_Y, parse_net_HR_Grid_X, parse_net_HR_Group_;
+    parse_net_HR_Grid_Y, parse_net_HR_Grid_X, parse_net_HR_Group_, parse_net_title;
 
 constexpr Field<Vnet_kt> NetFields[] = {
     {"node_size", parse_net_node_size},
@@ -93,7 +94,7 @@ char* NewGroupName(std::string_view name) {
 /// Whether one more group fits; otherwise an error, made once a list.
 bool RoomForGroup(Parser_kt& in, int groups) {
     if (groups < MaxNodesets) return true;
-    in.makeError(num::tooManyGroups, "more than %d groups", MaxNodesets);
+    in.report(msg::hugin.tooManyGroups, MaxNodesets);
     return false;
 }
 
@@ -136,8 +137,7 @@ void JoinGroup(Parser_kt& in, Bnode_bn& node, ParserPos_kt place,
     }
     const ParserContext context(in, "node", node.name());
     in.setTokenStart(place);
-    in.makeError(-4142, "group index %d for node '%s' is too high (there are %d groups)",
-                 node.groupIndex, node.name(), sets.N);
+    in.report(msg::hugin.unknownGroup, node.groupIndex, node.name(), sets.N);
 }
 
 }  // namespace
@@ -170,6 +170,7 @@ void BuildGroups(Parser_kt& in, Bnet_bn& net, Vnet_kt& drawing) {
 }
 
 FieldHandler<Vnet_kt> read_net_func(const char* name) {
+    if (Lenient && (IsWord(name, "name") || IsWord(name, "label"))) return parse_net_title;
     if (const FieldHandler<Vnet_kt> handler = FindField(NetFields, name)) return handler;
     if (!HasPrefix_kt(GroupPrefix, name)) return nullptr;
     GroupAttribute = name + std::strlen(GroupPrefix);
@@ -185,9 +186,24 @@ void parse_net_node_size(Parser_kt& in, Vnet_kt&) {
     ReadDCoord(in, size);
 }
 
+// Read leniently alone.
+void parse_net_title(Parser_kt& in, Vnet_kt& drawing) {
+    Bnet_bn& net = *drawing.getBNet();
+    char text[ValueSize + 1];
+    const ParserPos_kt place = in.tokenStart();
+    read_value(in, text);
+    in.setTokenStart(place);
+    if (net.title != nullptr || *text == '\0') {
+        in.reportUnknown(in.fieldName, msg::hugin.unknownField);
+        return;
+    }
+    SetNetLabel(net, DupStr_kt(text));
+    in.report(msg::hugin.titleFromField, in.fieldName);
+}
+
 void parse_net_Ignore(Parser_kt& in, Vnet_kt&) {
     char value[ValueSize + 1];
-    in.readQuoted(value, ValueSize);
+    read_value(in, value);
 }
 
 void parse_net_HR_Node_Label_Style(Parser_kt& in, Vnet_kt& drawing) {
@@ -208,7 +224,7 @@ void parse_net_HR_Zoom_ZoomFactor(Parser_kt& in, Vnet_kt& drawing) {
     read_double_string(in, percent);
     drawing.zoomFactor = percent / FullZoom;
     if (drawing.zoomFactor > 0 && std::isfinite(FullZoom / drawing.zoomFactor)) return;
-    in.makeWarning(num::badZoom, "a zoom of %g per cent counts as 100 per cent", percent);
+    in.report(msg::hugin.badZoom, percent);
     drawing.zoomFactor = 1;
 }
 
@@ -250,7 +266,7 @@ void parse_net_HR_Font_Size(Parser_kt& in, Vnet_kt& drawing) {
 
 void parse_net_HR_Font_Name(Parser_kt& in, Vnet_kt& drawing) {
     char face[ValueSize + 1];
-    in.readQuoted(face, ValueSize);
+    read_value(in, face);
     ChangeFont(drawing, face, -1);
 }
 
@@ -276,8 +292,7 @@ void parse_net_HR_Groups_UserGroupsNo(Parser_kt& in, Vnet_kt&) {
     int count = 0;
     read_int_string(in, count);
     if (count > MaxNodesets) {
-        in.makeError(num::tooManyGroups, "%d groups are declared, but at most %d are possible",
-                     count, MaxNodesets);
+        in.report(msg::hugin.groupCountTooHigh, count, MaxNodesets);
         return;
     }
     NumGroups = count;
@@ -294,10 +309,9 @@ void parse_net_HR_Groups_GroupColors(Parser_kt& in, Vnet_kt&) {
         int index = 0;
         const char* rest = nullptr;
         LeadingInt(pair.c_str(), index, rest);
-        if (*rest != '\0') in.makeWarning(-4129, "illegal integer '%s'", pair.c_str());
+        if (*rest != '\0') in.report(msg::hugin.badGroupColors, pair.c_str());
         if (!InPalette(index)) {
-            in.makeWarning(-4130, "color index must be between 0 and 63 inclusive, but its %d",
-                           index);
+            in.report(msg::hugin.colorsBeyondPalette, index);
             index = 0;
         }
         GroupColors.append(PaletteColor(index));
@@ -313,8 +327,7 @@ void parse_net_HR_Groups_GroupNames(Parser_kt& in, Vnet_kt&) {
         const std::string_view name = left.substr(0, left.find('\t'));
         left.remove_prefix(std::min(left.size(), name.size() + 1));
         if (name.size() > ValueSize) {
-            in.makeWarning(num::textCut, "group name of %d characters is cut to %d",
-                           static_cast<int>(name.size()), ValueSize);
+            in.report(msg::hugin.groupNameCut, static_cast<int>(name.size()), ValueSize);
         }
         GroupNames.append(nullptr);  // first the place, so that the name has an owner
         GroupNames[GroupNames.N - 1] = NewGroupName(name);
@@ -331,9 +344,9 @@ void NameGroup(int index, std::string_view name) {
 void ColorGroup(Parser_kt& in, int index, const char* text) {
     int color = 0;
     if (!WholeInt(text, color)) {
-        in.makeWarning(-2867, "illegal integer '%s'", text);
+        in.report(msg::hugin.badGroupColor, text);
     } else if (!InPalette(color)) {
-        in.makeWarning(-2868, "color index must be between 0 and 63 inclusive, but its %d", color);
+        in.report(msg::hugin.colorBeyondPalette, color);
     } else {
         GroupColors[index] = PaletteColor(color);
     }
@@ -344,15 +357,14 @@ void parse_net_HR_Group_(Parser_kt& in, Vnet_kt&) {
     read_quoted_text(in, value);
     const std::size_t digits = std::strspn(GroupAttribute, "0123456789");
     if (digits == 0) {
-        in.makeWarning(-2866, "missing HR_Group index integer in '%s'", GroupAttribute);
+        in.report(msg::hugin.missingGroupIndex, GroupAttribute);
         return;
     }
     int index = 0;
     const char* attribute = nullptr;
     if (!LeadingInt(GroupAttribute, index, attribute) || index >= MaxNodesets) {
-        in.makeError(num::tooManyGroups,
-                     "group index %.*s is too high: at most %d groups are possible",
-                     static_cast<int>(digits), GroupAttribute, MaxNodesets);
+        in.report(msg::hugin.groupIndexTooHigh, static_cast<int>(digits), GroupAttribute,
+                  MaxNodesets);
         return;
     }
     LengthenGroups(index);
@@ -362,7 +374,7 @@ void parse_net_HR_Group_(Parser_kt& in, Vnet_kt&) {
     } else if (streqli_kt(attribute, "Color")) {
         ColorGroup(in, index, value.getCStr());
     } else if (!streqli_kt(attribute, "Description")) {
-        in.makeNotice(-2869, "unknown HR_Group attribute '%s'", attribute);
+        in.report(msg::hugin.unknownGroupAttribute, attribute);
     }
 }
 

@@ -6,11 +6,13 @@
 #include <string>
 #include <string_view>
 
+#include "import/hugin_messages.h"
 #include "import/hugin_state.h"
 
 namespace lumo::hugin {
 
 int HuginVersion = 0;
+bool Lenient = false;
 
 namespace {
 
@@ -60,7 +62,7 @@ bool IsObjectWord(std::string_view word) {
 void ResumeAfterLine(Parser_kt& in, ParserPos_kt quote, ParserPos_kt lineEnd) {
     in.setPos(lineEnd);
     in.setTokenStart(quote);
-    in.makeError(num::unterminatedString, "missing closing quote");
+    in.report(msg::hugin.openQuote);
 }
 
 bool IsOneOf(char c, std::string_view characters) {

@@ -6,7 +6,12 @@
 #include <vector>
 
 #include "library/model/netmodel.h"
+#include "library/reports/message.h"
 #include "library/text/parser.h"
+
+namespace lumo {
+struct ReadOptions;
+}
 
 namespace lumo::hugin {
 
@@ -22,6 +27,7 @@ extern std::vector<ParserPos_kt> GroupPlaces;  ///< by node: where its group is 
 inline constexpr int Version5 = 5;  ///< a file that starts with "net"
 inline constexpr int Version6 = 6;  ///< a file that starts with "class"
 extern int HuginVersion;
+extern bool Lenient;  ///< what is passed over by default is read as well as can be
 
 /// Empties what display fields and groups have collected.
 void EmptyGroups();
@@ -59,6 +65,45 @@ FieldHandler<Vnet_kt> read_net_func(const char* name);
 /// Makes node sets of the groups and puts the nodes into theirs.
 void BuildGroups(Parser_kt& in, Bnet_bn& net, Vnet_kt& drawing);
 
+// ---- Objects, each in its own file ---------------------------------------------------------
+// A header reader gives what the fields apply to; null after an error.
+
+/// For a file of several classes: goes to the one that the options name, or else to the first that
+/// no other holds an instance of, and says so. False when there are not several. Throws when there
+/// is none of the name.
+bool ChooseClass(Parser_kt& in, const ReadOptions& options);
+
+void EmptyNodes();  ///< forgets what the nodes of the last file left to be done
+Bnode_bn* read_node_header(Parser_kt& in, Vnet_kt& drawing);
+FieldHandler<Bnode_bn> read_node_func(const char* name);
+void FinishNode(Parser_kt& in, Bnode_bn& node);
+
+/// Gives the time-slice nodes read so far the states of the nodes that they repeat.
+void RepeatNodes(Parser_kt& in, const Bnet_bn& net);
+
+Bnode_bn* read_potential_header(Parser_kt& in, Vnet_kt& drawing);
+FieldHandler<Bnode_bn> read_potential_func(const char* name);
+void FinishPotential(Parser_kt& in, Bnode_bn& node);
+
+/// Reads a name. The arguments in parentheses that some programs write right behind it
+/// (father(tom)) are part of it.
+void ReadName(Parser_kt& in, char* name);
+
+// ---- Reports at the end, in hugin_lists.cpp ------------------------------------------------
+
+using ListMessage = Message<int, const char*>;  ///< of how many nodes, and which
+
+/// Remembers a node that the message, one of msg::hugin, is to name, at the present place.
+void ListNode(Parser_kt& in, const ListMessage& message, std::string_view name);
+
+/// The same for an object that is passed over.
+void ListPassedOver(Parser_kt& in, const char* kind, std::string_view name);
+void AddPassedOverName(std::string_view name);  ///< a word of the header of such an object
+bool IsPassedOver(const char* name);            ///< whether it is such a word
+
+void EmptyLists();
+void ReportLists(Parser_kt& in, const Bnet_bn& net);
+
 // ---- Recovery, in hugin_recovery.cpp --------------------------------------------------------
 
 /// Forgets what was learnt about the last file.
@@ -94,6 +139,8 @@ bool StringRunsOn(Parser_kt& in);
 // Those of numbers throw the error that they record, the target unchanged.
 
 inline constexpr int ValueSize = 255;  ///< most characters of a value that is no free text
+
+bool HasValue(Parser_kt& in);  ///< false, with a warning, when the field ends here already
 
 void read_quoted_text(Parser_kt& in, strin_kt& text);  ///< a quoted text of any length
 void read_int_string(Parser_kt& in, int& value);

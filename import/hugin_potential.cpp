@@ -1,0 +1,224 @@
+// Hugin files: potentials, which link a node to its parents and give its table.
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <utility>
+
+#include "import/hugin_messages.h"
+#include "import/hugin_state.h"
+#include "import/readers.h"
+#include "import/tables.h"
+
+namespace lumo::hugin {
+
+namespace {
+
+// ---- Tables --------------------------------------------------------------------------------
+
+using PotentialHandler = void(Parser_kt& in, Bnode_bn& node);
+PotentialHandler parse_potential_data, parse_potential_experience, parse_potential_model;
+
+constexpr Field<Bnode_bn> PotentialFields[] = {{"data", parse_potential_data}};
+
+/// Those that are read leniently alone.
+constexpr Field<Bnode_bn> LenientFields[] = {
+    {"experience", parse_potential_experience},
+    {"model_nodes", parse_potential_model},
+    {"model_data", parse_potential_model},
+};
+
+/// What the potential being read has given so far.
+struct Potential {
+    XArray<float> experience;
+    ParserPos_kt experiencePlace = nullptr;
+    bool hasData = false;
+    ParserPos_kt modelPlace = nullptr;
+};
+Potential Current;
+
+// ---- Header --------------------------------------------------------------------------------
+
+/// Reads the parents up to the ')' and links them to the child. Null, the input back before what is
+/// wrong, when the list fails or a link is refused.
+Bnode_bn* ReadParents(Parser_kt& in, Bnet_bn& net, Bnode_bn& child) {
+    char name[ValueSize + 1];
+    bool refused = false;
+    for (;;) {
+        const char punc = in.readPunc();
+        const ParserPos_kt here = in.tokenStart();
+        if (punc != 0) {
+            if (punc == ')') return refused ? nullptr : &child;
+            in.report(msg::hugin.strayAmongParents, CharName(punc));
+            in.setPos(here);
+            return nullptr;
+        }
+        ReadName(in, name);
+        if (*name == '\0') {
+            in.report(msg::text.unexpectedEnd);
+            return &child;
+        }
+        Bnode_bn* const parent = net.findNodeLabeled(name);
+        if (parent == nullptr) {
+            if (IsPassedOver(name))
+                ListNode(in, msg::hugin.tablesWithoutParent, child.name());
+            else
+                in.report(msg::hugin.unknownParent, name);
+            in.setPos(here);
+            return nullptr;
+        }
+        rept_kt* const report = AddLink_ibn(*parent, child);
+        in.setError(report);
+        refused = refused || IsError(report);
+    }
+}
+
+}  // namespace
+
+Bnode_bn* read_potential_header(Parser_kt& in, Vnet_kt& drawing) {
+    Bnet_bn& net = *drawing.getBNet();
+    Current = {};
+    RepeatNodes(in, net);
+    const ParserPos_kt start = in.getPos();
+    if (in.readPunc() != '(') {
+        in.report(msg::hugin.missingNodeList);
+        in.setPos(start);
+        return nullptr;
+    }
+    char name[ValueSize + 1];
+    ReadName(in, name);
+    Bnode_bn* const child = net.findNodeLabeled(name);
+    if (child == nullptr) {
+        if (IsPassedOver(name))
+            ListNode(in, msg::hugin.tablesWithoutNode, name);
+        else
+            in.report(msg::hugin.unknownChild, name);
+        return nullptr;
+    }
+    in.structName = child->name();
+    const ParserPos_kt here = in.getPos();
+    const char punc = in.readPunc();
+    if (punc == ')') return child;
+    if (punc == '|') return ReadParents(in, net, *child);
+    in.report(msg::hugin.strayBehindChild, CharName(punc));
+    in.setPos(here);
+    return nullptr;
+}
+
+FieldHandler<Bnode_bn> read_potential_func(const char* name) {
+    if (const FieldHandler<Bnode_bn> handler = FindField(PotentialFields, name)) return handler;
+    return Lenient ? FindField(LenientFields, name) : nullptr;
+}
+
+namespace {
+
+// ---- Texts ---------------------------------------------------------------------------------
+
+/// The text without its comments, each run of white space one blank.
+std::string OnOneLine(std::string_view text) {
+    std::string out;
+    bool quoted = false;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (text[at] == '"') quoted = !quoted;
+        if (text[at] == '%' && !quoted) at = std::min(text.find('\n', at), text.size() - 1);
+        const bool blank = std::string_view(" \t\r\n").find(text[at]) != std::string_view::npos;
+        if (!blank)
+            out += text[at];
+        else if (!out.empty() && out.back() != ' ')
+            out += ' ';
+    }
+    return out.substr(0, out.find_last_not_of(' ') + 1);
+}
+
+/// Keeps the field's value as a user field of the node.
+void KeepText(Parser_kt& in, Bnode_bn& node, const char* name) {
+    if (!HasValue(in)) return;
+    const ParserPos_kt start = in.getPos();
+    SkipField(in, start);
+    const std::string text = OnOneLine({start, static_cast<std::size_t>(in.getPos() - start)});
+    node.setUserField(name, text.data(), static_cast<int>(text.size()));
+}
+
+void parse_potential_model(Parser_kt& in, Bnode_bn& node) {
+    Current.modelPlace = in.tokenStart();
+    KeepText(in, node, in.fieldName);
+}
+
+// ---- Potential data ------------------------------------------------------------------------
+
+bool IsContinuous(const Bnode_bn& node) {
+    return node.kind == NatureNode && !node.variable.discrete;
+}
+
+/// Experience values are counts: all but whole numbers become whole, and without any information
+/// left they go.
+void TidyExperience(Reln_bn& relation, int rows) {
+    constexpr double tolerance = 0.004;
+    SnapToInteger_kt(relation.exper, rows, tolerance);
+    if (relation.exper == nullptr) return;
+    for (int i = 0; i < rows; ++i) {
+        if (relation.exper[i] != 1.0F) return;
+    }
+    relation.setExperTable(nullptr);
+}
+
+void parse_potential_data(Parser_kt& in, Bnode_bn& node) {
+    Current.hasData = true;
+    if (std::ranges::any_of(node.family, [](const Bnode_bn* each) { return IsContinuous(*each); }))
+        return KeepText(in, node, "data");
+    const bool hasStates = node.numStates() != 0;
+    unsigned char* bytes = nullptr;
+    ParseNodeTable(in, &bytes, 10, hasStates, node, nullptr, 0, false, 14, Lenient);
+    float* const table = reinterpret_cast<float*>(bytes);
+    Reln_bn& relation = node.relation;
+    if (!hasStates) {
+        in.setError(relation.setRealTable(table, nullptr));
+        return;
+    }
+    const int rows = NumProduct(node.parents);
+    in.setError(node.setProbsTable(table, false, CheckFull));
+    if (!relation.rowsNormalized && relation.probs != nullptr) relation.normalize_();
+    TidyExperience(relation, rows);
+    relation.makeDeterminFromProbs(false);
+}
+
+// ---- Experience ----------------------------------------------------------------------------
+
+void parse_potential_experience(Parser_kt& in, Bnode_bn& node) {
+    Current.experiencePlace = in.getPos();
+    unsigned char* bytes = nullptr;
+    ParseNodeTable(in, &bytes, 10, false, node, nullptr, 0, false, 14, Lenient);
+    Current.experience.reset(reinterpret_cast<float*>(bytes));
+}
+
+/// Gives the node the experience of its potential, behind all else that may change its relation.
+void SetExperience(Parser_kt& in, Bnode_bn& node) {
+    Reln_bn& relation = node.relation;
+    const float* const values = Current.experience.get();
+    const float* const end = values + NumProduct(node.parents);
+    const float* const bad = std::find_if_not(values, end, [](float value) { return value >= 0; });
+    in.setTokenStart(Current.experiencePlace);
+    if (bad != end) {
+        in.report(msg::hugin.badExperience, node.name(), *bad);
+    } else if (relation.probs == nullptr) {
+        in.reportUnknown("experience", msg::hugin.unknownField);
+    } else if (relation.exper != nullptr) {
+        in.report(msg::hugin.experienceFromCounts, node.name());
+    } else {
+        relation.setExperTable(Current.experience.release());
+        ListNode(in, msg::hugin.experienceRead, node.name());
+    }
+}
+
+}  // namespace
+
+void FinishPotential(Parser_kt& in, Bnode_bn& node) {
+    if (Current.experience != nullptr) SetExperience(in, node);
+    if (Current.modelPlace != nullptr) {
+        in.setTokenStart(Current.modelPlace);
+        ListNode(in, Current.hasData ? msg::hugin.expressionsKept : msg::hugin.expressionsOnly,
+                 node.name());
+    }
+    Current = {};
+}
+
+}  // namespace lumo::hugin
