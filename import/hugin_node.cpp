@@ -178,6 +178,8 @@ void parse_node_position(Parser_kt& in, Bnode_bn& node) {
     place.shiftBy({-place.position.x, -place.position.y});
     place.shiftBy(read);  // step by step: each is clamped to what an int holds
     place.shiftBy(safety);
+    if (place.position.x - safety.x != read.x || place.position.y - safety.y != read.y)
+        in.report(msg::import.positionsClamped, node.name());
 }
 
 /// Whether the labels are legal and distinct, when there are few enough to compare each with each.

@@ -1,5 +1,7 @@
 // The template readers: pairs, lists, data tables, probability vectors.
 #include <climits>
+#include <iterator>
+#include <sstream>
 
 #include "import/tables.h"
 #include "tests/parser_support.h"
@@ -166,131 +168,69 @@ std::string ReadTable(Reading& r, Family& family, bool asNested = false) {
                      hasStates ? rows * family.node->numStates() : rows);
 }
 
-struct TableCase {
-    int states;
-    std::vector<int> parents;
-    const char* text;
-    const char* result;
-    const char* reports;  // the warnings
-};
+/// One case a line: the states of X and of its parents, what to read as their order, the text, the
+/// numbers read, and the start of the report.
+constexpr const char* Tables = R"(
+2      | header | (0.25 0.75);                             | 0.25 0.75 |
+2      | header | ((.25, %x~.75)) ;                        | 0.25 0.75 |
+1      | header |  5;                                      | 5 |
+0      | header | (-7);                                    | -7 |
+0 2 3  | header | ((1 2 3)(4 5 6));                        | 1 2 3 4 5 6 |
+2 2 3  | nested | (((1 2)(3 4)(5 6))((7 8)(9 0)(1 2)));    | 1 2 3 4 5 6 7 8 9 0 1 2 |
+2 2 3  | nested | (1 2 3 4 5 6 7 8 9 0 1 2);               | 1 2 3 4 5 6 7 8 9 0 1 2 |
+2 2 3  | header | ((1 2)(3 4)(5 6)(7 8)(9 0)(1 2));        | 1 2 3 4 5 6 7 8 9 0 1 2 |
+2 1 2 1| header | ((((1 2))((3 4))))}                      | 1 2 3 4 |
+2 2    | header | (1, 2), (3, 4)                           | 1 2 3 4 |
+2 2 3  | header | (((1 2)(3 4))((5 6)(7 8))((9 0)(1 2)));  | 1 2 3 4 5 6 7 8 9 0 1 2 | -5050 1:13 a list at the level of 'P1' holds 2 lists, but 3 were expected; the numbers are taken in their written order
+2 3    | nested | ((1 2 3)(4 5 6));                        | 1 2 3 4 5 6 | -5050 1:8 a list at the level of 'X' holds 3 numbers, but 2 were
+2 2    | header | (1 (2) 3 4);                             | 1 2 3 4 | -5050 1:6 numbers stand beside lists; the
+2      | header | (1 2));                                  | 1 2 | -5050 1:6 a ')' closes nothing; the
+2      | header | (() 1 2);                                | 1 2 | -5050 1:3 a list at the level of 'X' holds 0 numbers, but 2
+2      | header | ((1 2;                                   | 1 2 | -5050 1:1 2 '(' of the data list are not closed
+2 2 3  | nested | (((1 2)(3 4))((5 6)(7 8))((9 0)(1 2)));  | 1 2 5 6 9 0 3 4 7 8 1 2 | -5050 1:13 the data list is nested by P1, P0, and read in that order
+0 2 3  | nested | ((1 2)(3 4)(5 6));                       | 1 3 5 2 4 6 | -5050 1:6 the data list is nested by P1, P0,
+0 3 4 2| nested | (((1 2 3)(4 5 6)(7 8 9)(0 1 2))((3 4 5)(6 7 8)(9 0 1)(2 3 4))); | 1 3 4 6 7 9 0 2 2 4 5 7 8 0 1 3 3 5 6 8 9 1 2 4 | -5050 1:9 the data list is nested by P2, P1, P0,
+0 3 2 4| nested | (((1 2 3)(4 5 6)(7 8 9)(0 1 2))((3 4 5)(6 7 8)(9 0 1)(2 3 4))); | 1 4 7 0 3 6 9 2 2 5 8 1 4 7 0 3 3 6 9 2 5 8 1 4 | -5050 1:9 the data list is nested by P1, P2, P0,
+0 2 3 2| nested | (((1 2 3)(4 5 6))((1 2 3)(4 5 6)));      | 1 2 3 4 5 6 1 2 3 4 5 6 | -5050 1:9 a list at the level of 'P2' holds 3 numbers
+2 2    | header | ((1 2)(3));                              | | -5049 1:11 the data of node 'X' should be 4 numbers, but 3 were read
+2      | header | (1 2 3 4 5);                             | | -5049 1:6 the data of node 'X' should be 2 numbers, but 5 were read
+2      | header | normal(0, 1);                            | | -5040 1:1 'normal' is not a number
+2      | header | (1 2x);                                  | | -5040 1:4 '2x' is not a number
+2      | header | (1 = 2);                                 | | -5040 1:4 expected a number, but found '='
+2      | header |                                          | | -5049 1:42 the data of node 'X' should be 2 numbers, but 0
+1000 1000 1000 | header | (1);                             | | -5087 1:1 the table of node 'X' needs 1000000000 entries, the limit is
+1000 1000 100  | header | (1 2);                           | | -5049 1:6 the data of node 'X' should be 100000000 numbers, but 2
+)";
 
-void Check(const std::vector<TableCase>& cases, bool asNested = false) {
-    for (const TableCase& c : cases) {
-        SCOPED_TRACE(c.text);
-        Family family(c.states, c.parents);
-        Reading r(c.text);
-        EXPECT_EQ(ReadTable(r, family, asNested), c.result);
-        if (c.result[0] == '-' && r.seen.errors()) continue;
-        EXPECT_EQ(r.seen.text(), c.reports);
-        EXPECT_TRUE(r.in.isAtEnd() || r.in.peekPunc() == ';' || r.in.peekPunc() == '}');
-    }
+std::string Trimmed(const std::string& text) {
+    const std::size_t first = text.find_first_not_of(' ');
+    return first == std::string::npos ? ""
+                                      : text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
 TEST(NodeTables, AreReadAtAnyNesting) {
-    Check({
-        {2, {}, "(0.25 0.75);", "0.25 0.75", ""},
-        {2, {}, "((.25, %x\n.75)) ;", "0.25 0.75", ""},
-        {1, {}, " 5;", "5", ""},
-        {0, {}, "(-7);", "-7", ""},
-        {0, {2, 3}, "((1 2 3)(4 5 6));", "1 2 3 4 5 6", ""},
-        {2, {2, 3}, "(((1 2)(3 4)(5 6))((7 8)(9 0)(1 2)));", "1 2 3 4 5 6 7 8 9 0 1 2", ""},
-        {2, {2, 3}, "(1 2 3 4 5 6 7 8 9 0 1 2);", "1 2 3 4 5 6 7 8 9 0 1 2", ""},
-        {2, {2, 3}, "((1 2)(3 4)(5 6)(7 8)(9 0)(1 2));", "1 2 3 4 5 6 7 8 9 0 1 2", ""},
-        {2, {1, 2, 1}, "((((1 2))((3 4))))}", "1 2 3 4", ""},
-        {2, {2}, "(1, 2), (3, 4)", "1 2 3 4", ""},
-    });
-}
-
-TEST(NodeTables, WarnOfParenthesesThatContradictTheHeader) {
-    const char* const taken = "; the numbers are taken in their written order\n";
-    const auto warning = [&](const char* text) { return std::string(text) + taken; };
-    const std::string levels =
-        warning("-5050 1:13 a list at the level of 'P1' holds 2 lists, but 3 were expected");
-    const std::string rows =
-        warning("-5050 1:8 a list at the level of 'X' holds 3 numbers, but 2 were expected");
-    const std::string beside = warning("-5050 1:6 numbers stand beside lists");
-    const std::string extra = warning("-5050 1:6 a ')' closes nothing");
-    const std::string empty =
-        warning("-5050 1:3 a list at the level of 'X' holds 0 numbers, but 2 were expected");
-    Check({
-        {2,
-         {2, 3},
-         "(((1 2)(3 4))((5 6)(7 8))((9 0)(1 2)));",
-         "1 2 3 4 5 6 7 8 9 0 1 2",
-         levels.c_str()},
-        {2, {3}, "((1 2 3)(4 5 6));", "1 2 3 4 5 6", rows.c_str()},
-        {2, {2}, "(1 (2) 3 4);", "1 2 3 4", beside.c_str()},
-        {2, {}, "(1 2));", "1 2", extra.c_str()},
-        {2, {}, "(() 1 2);", "1 2", empty.c_str()},
-        {2, {}, "((1 2;", "1 2", "-5050 1:1 2 '(' of the data list are not closed\n"},
-    });
-}
-
-TEST(NodeTables, AreReadInTheOrderOfTheirNesting) {
-    const char* const reversed =
-        "-5050 1:13 the data list is nested by P1, P0, and read in that order\n";
-    const std::string kept = "; the numbers are taken in their written order\n";
-    const std::string threes =
-        "-5050 1:9 a list at the level of 'P2' holds 3 numbers, but 2 were expected" + kept;
-    Check(
-        {
-            {2,
-             {2, 3},
-             "(((1 2)(3 4))((5 6)(7 8))((9 0)(1 2)));",
-             "1 2 5 6 9 0 3 4 7 8 1 2",
-             reversed},
-            {0,
-             {2, 3},
-             "((1 2)(3 4)(5 6));",
-             "1 3 5 2 4 6",
-             "-5050 1:6 the data list is nested by P1, P0, and read in that order\n"},
-            {0,
-             {2, 3, 4},
-             "(((1 2 3)(4 5 6))((1 2 3)(4 5 6))((1 2 3)(4 5 6))((1 2 3)(4 5 6)));",
-             "1 1 1 1 2 2 2 2 3 3 3 3 4 4 4 4 5 5 5 5 6 6 6 6",
-             "-5050 1:9 the data list is nested by P2, P0, P1, and read in that order\n"},
-            {0,
-             {3, 2, 2},
-             "(((1 2 3)(4 5 6))((1 2 3)(4 5 6)));",
-             "1 1 4 4 2 2 5 5 3 3 6 6",
-             "-5050 1:9 the data list is nested by P2, P1, P0, and read in that order\n"},
-            {0,
-             {2, 3, 2},
-             "(((1 2 3)(4 5 6))((1 2 3)(4 5 6)));",
-             "1 2 3 4 5 6 1 2 3 4 5 6",
-             threes.c_str()},
-        },
-        true);
-}
-
-TEST(NodeTables, ErrorsNameCountsAndTokens) {
-    Check({
-        {2,
-         {2},
-         "((1 2)(3));",
-         "-5049 1:11 the data of node 'X' should be 4 numbers, but 3 were read",
-         ""},
-        {2,
-         {},
-         "(1 2 3 4 5);",
-         "-5049 1:6 the data of node 'X' should be 2 numbers, but 5 were read",
-         ""},
-        {2, {}, "normal(0, 1);", "-5040 1:1 'normal' is not a number", ""},
-        {2, {}, "(1 2x);", "-5040 1:4 '2x' is not a number", ""},
-        {2, {}, "(1 = 2);", "-5040 1:4 expected a number, but found '='", ""},
-        {2, {}, "(1 1e40);", "-5041 1:4 number '1e40' is too large", ""},
-        {2, {}, "", "-5049 1:1 the data of node 'X' should be 2 numbers, but 0 were read", ""},
-        {1000,
-         {1000, 1000},
-         "(1);",
-         "-5087 1:1 the table of node 'X' needs 1000000000 entries, the limit is 134217728",
-         ""},
-        {1000,
-         {1000, 100},
-         "(1 2);",
-         "-5049 1:6 the data of node 'X' should be 100000000 numbers, but 2 were read",
-         ""},
-    });
+    std::istringstream lines(Tables);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.empty()) continue;
+        SCOPED_TRACE(line);
+        std::ranges::replace(line, '~', '\n');
+        std::istringstream in(line);
+        std::string cells[5];
+        for (std::string& cell : cells) std::getline(in, cell, '|');
+        std::istringstream sizes(cells[0]);
+        int states = 0;
+        sizes >> states;
+        Family family(states, {std::istream_iterator<int>(sizes), {}});
+        Reading r(cells[2].substr(1));
+        const std::string read = ReadTable(r, family, Trimmed(cells[1]) == "nested");
+        const std::string report = Trimmed(cells[4]);
+        const bool failed = Trimmed(cells[3]).empty();
+        EXPECT_EQ(failed ? read.substr(0, report.size()) : read,
+                  failed ? report : Trimmed(cells[3]));
+        EXPECT_EQ(r.seen.text().substr(0, report.size()), report);
+        EXPECT_EQ(r.seen.reports.size(), report.empty() ? 0U : 1U);
+        EXPECT_TRUE(failed || r.in.isAtEnd() || r.in.peekPunc() == ';' || r.in.peekPunc() == '}');
+    }
 }
 
 TEST(NodeTables, HostileNestingIsCheap) {
