@@ -9,6 +9,7 @@
 //
 // Errors are thrown to the object or field they arise in. Reading goes on after that field; when a
 // header, a brace or a quote is damaged, it goes on where the next object or line starts.
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -113,15 +114,31 @@ std::string PassHeader(Parser_kt& in, ParserPos_kt end) {
     return name;
 }
 
+/// Passes over words in front of a line on which an object begins. False, and no move, when the
+/// words have a body of their own.
+bool PassRemark(Parser_kt& in, ParserPos_kt body) {
+    const ParserPos_kt start = in.getPos();
+    while (in.getPos() < body) {
+        const ParserPos_kt before = in.getPos();
+        in.skipSpaces();
+        const bool newLine = std::find(before, in.getPos(), '\n') != in.getPos();
+        if (newLine && AtObject(in)) return true;
+        if (in.readPunc() == 0) SkipWord(in);
+    }
+    in.setPos(start);
+    return false;
+}
+
 /// Passes over an object of a kind that is not read. A field outside any object, which a brace too
 /// many leaves behind, goes by itself.
 void SkipUnknownObject(Parser_kt& in, const char* word) {
     const ParserPos_kt place = in.tokenStart();
     const ParserPos_kt header = in.getPos();
     const bool field = in.peekPunc() == '=';
-    const bool body = !field && in.skipToString("{") == 0;
+    bool body = !field && in.skipToString("{") == 0;
     const ParserPos_kt end = in.getPos();
     in.setPos(header);
+    if (Lenient && body && PassRemark(in, end)) body = false;
     const std::string name = body ? PassHeader(in, end) : std::string();
     const ParserContext context(in, word, body ? name.c_str() : nullptr);
     in.setTokenStart(place);

@@ -145,8 +145,11 @@ void parse_potential_model(Parser_kt& in, Bnode_bn& node) {
 
 // ---- Potential data ------------------------------------------------------------------------
 
-bool IsContinuous(const Bnode_bn& node) {
-    return node.kind == NatureNode && !node.variable.discrete;
+/// Whether a table of the nodes would be one of distributions.
+bool AnyContinuous(const BndList_bn& nodes) {
+    return std::ranges::any_of(nodes, [](const Bnode_bn* node) {
+        return node->kind == NatureNode && !node->variable.discrete;
+    });
 }
 
 /// Experience values are counts: all but whole numbers become whole, and without any information
@@ -163,8 +166,7 @@ void TidyExperience(Reln_bn& relation, int rows) {
 
 void parse_potential_data(Parser_kt& in, Bnode_bn& node) {
     Current.hasData = true;
-    if (std::ranges::any_of(node.family, [](const Bnode_bn* each) { return IsContinuous(*each); }))
-        return KeepText(in, node, "data");
+    if (AnyContinuous(node.family)) return KeepText(in, node, "data");
     const bool hasStates = node.numStates() != 0;
     unsigned char* bytes = nullptr;
     ParseNodeTable(in, &bytes, 10, hasStates, node, nullptr, 0, false, 14, Lenient);
@@ -184,6 +186,10 @@ void parse_potential_data(Parser_kt& in, Bnode_bn& node) {
 // ---- Experience ----------------------------------------------------------------------------
 
 void parse_potential_experience(Parser_kt& in, Bnode_bn& node) {
+    if (AnyContinuous(node.family)) {
+        in.reportUnknown(in.fieldName, msg::hugin.unknownField);
+        return SkipField(in, in.getPos());
+    }
     Current.experiencePlace = in.getPos();
     unsigned char* bytes = nullptr;
     ParseNodeTable(in, &bytes, 10, false, node, nullptr, 0, false, 14, Lenient);

@@ -315,7 +315,8 @@ TEST(Hugin, ReadsLeniently) {
         "potential (A | T) { data = ((1 0 0) (0 1 0) (0.5 0.5 0)); experience = (5 6 0); }\n"
         "potential (B) { model_nodes = (A); model_data = (if (A > 1, \"x;%\", \"y\")); }\n"
         "potential (T) { model_data = (1); data = (1 2 1); experience = 9; }\n"
-        "potential (U) { data = (1 0); experience = -1; }\n",
+        "potential (U) { data = (1 0); experience = -1; }\n"
+        "a remark\nnode R { }",
         FormatHugin);
     EXPECT_EQ(NetText(got.net.get()),
               "net test title='n'\n"
@@ -327,7 +328,8 @@ TEST(Hugin, ReadsLeniently) {
               "  field model_data '(if (A > 1, \"x;%\", \"y\"))'\n  none\n"
               "nature E continuous title='e' at 165,40\n  states\n  parents A\n"
               "  field data '( normal ( 1, 2 ) normal (3 + E, 4) )'\n  none\n"
-              "nature U at 40,40\n  states - -\n  deterministic 1 0\n");
+              "nature U at 40,40\n  states - -\n  deterministic 1 0\n"
+              "nature R at 40,40\n  states - -\n  none\n");
     EXPECT_EQ(got.seen.text(),
               "-5137 1:7 the net's field 'name' is read as its title\n"
               "-3037 1:17 unknown or ignored field\n"
@@ -335,6 +337,7 @@ TEST(Hugin, ReadsLeniently) {
               "-5135 12:64 the experience of node 'T' is that of its counts, not that of its "
               "field\n"
               "-5136 13:44 the experience of node 'U' cannot be -1\n"
+              "-3040 14:1 unknown object type 'a'\n"
               "-5130 5:17 continuous nodes are read, their distributions kept as user fields (1): "
               "E\n"
               "-5131 4:1 nodes are read although two words name their kind (1): B\n"
