@@ -1,4 +1,5 @@
-// The DSC reader: what it makes of whole files, every report with its place, and recovery.
+// The DSC reader: what it makes of whole files, every report with its place, recovery, lenient
+// reading, and what hostile files may cost.
 #include <algorithm>
 
 #include "tests/support.h"
@@ -10,12 +11,6 @@ namespace {
 const std::string abc =
     "network n node A{type:discrete[2]={x,y};} node B{type:discrete[2]={x,y};} "
     "node C{type:discrete[3]={x,y,z};}\n";
-
-const ReadOptions lenient = [] {
-    ReadOptions options;
-    options.lenient = true;
-    return options;
-}();
 
 Imported Dsc(std::string_view text) { return ImportText(text, FormatDsc); }
 
@@ -206,7 +201,7 @@ TEST(Dsc, ReadsLeniently) {
         std::string text = cases.substr(start, arrow - start);
         SCOPED_TRACE(text);
         if (text[0] == '%') text = abc + "node" + text.substr(1);
-        const Imported got = ImportText(text, FormatDsc, "test.net", false, lenient);
+        const Imported got = ImportLeniently(text, FormatDsc);
         ASSERT_NE(got.net, nullptr);
         std::string seen = NodeText(*got.net->nodes[got.net->nodes.N - 1]);
         seen.erase(seen.find(" at "), seen.find('\n') - seen.find(" at "));
@@ -228,11 +223,79 @@ TEST(Dsc, Samples) {
     };
     for (const auto& [name, nodes, errors, last] : cases) {
         SCOPED_TRACE(name);
-        const Imported got = Dsc(ReadFile(SAMPLES "/dsc/" + std::string(name) + ".dsc"));
+        const std::string text = ReadFile(SAMPLES "/dsc/" + std::string(name) + ".dsc");
+        const Imported got = Dsc(text);
         ASSERT_NE(got.net, nullptr);
         EXPECT_EQ(got.net->nodes.N, nodes);
         EXPECT_EQ(got.seen.errors(), errors);
         EXPECT_NE(TableOf(got, last), "none");
+        const Imported lenient = ImportLeniently(text, FormatDsc);
+        EXPECT_EQ(NetText(lenient.net.get()), NetText(got.net.get()));
+    }
+}
+
+TEST(DscHostile, EverySampleDamaged) {
+    for (const char* name : {"classic", "defaults", "sets-and-positions", "damaged"}) {
+        SCOPED_TRACE(name);
+        const std::string text = ReadFile(SAMPLES "/dsc/" + std::string(name) + ".dsc");
+        ImportEveryPrefix(text, FormatDsc);
+        ImportEveryByteChanged(text, FormatDsc);
+    }
+}
+
+TEST(DscHostile, TablesOutOfProportion) {
+    std::string parents;
+    std::string nodes = "network n node C {}";
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "P" + std::to_string(i);
+        nodes += "node " + name + "{type:discrete[10]={0 1 2 3 4 5 6 7 8 9};}";
+        parents += (i > 0 ? "," : "") + name;
+    }
+    const Imported fill = Dsc(nodes + "probability (C|" + parents + ") { default: 1,0; }");
+    EXPECT_EQ(fill.seen.count(num::tableTooLarge), 1);
+
+    // Each of these texts asks for far more than it holds, again and again.
+    const std::string wide =
+        "network n node A{type:discrete[1000000];} node B{type:discrete[100];}";
+    const std::string texts[] = {
+        wide + "probability (A) {" + Repeated("1;", 100'000) + "}",
+        wide + Repeated("probability (A) {1;}", 10'000),
+        wide + Repeated("probability (B|A) {default:1;}", 1000),
+        wide + "probability (B|A) {" + Repeated("default:1;", 1000) + "}",
+    };
+    for (const std::string& text : texts) {
+        const Imported got = Dsc(text);
+        EXPECT_GE(got.seen.errors(), 1);
+        ExpectConsistent(got.net.get());
+    }
+}
+
+TEST(DscHostile, LongTextsEnd) {
+    const int many = 300'000;
+    const std::string ab = "network n node A{} node B{}";
+    const std::string texts[] = {
+        ab + "probability(A){" + Repeated("1,", many) + "}",
+        ab + "probability(B|A){" + Repeated("(0):1,0;", many) + "}",
+        ab + Repeated(" thing", many),
+        ab + Repeated("a } ", many) + "{",
+        ab + Repeated("a { ", many),
+        ab + Repeated("node C ", many),
+        ab + Repeated("node C { x ", many / 10),
+        ab + Repeated("probability(A){1,0} 1;", many / 10),
+        ab + "node C { type: discrete[2]={; \"" + Repeated("\\\"", many),
+        ab + Repeated("probability(A){1,", many / 10) + "} x",
+        ab + "probability(B|" + Repeated("A,", many / 10) + "){default:1,0;}",
+        "network n node A{" + Repeated("x:(", many) + "}",
+        ab + Repeated("a { node X { } ", many / 10),
+        ab + Repeated("node C {type:discrete[2]={a;{ ", many / 10),
+        ab + Repeated("probability(A|B){(0):1,0;", many / 10),
+    };
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(text.substr(0, 60));
+        for (const Imported& got : {Dsc(text), ImportLeniently(text, FormatDsc)}) {
+            EXPECT_FALSE(got.seen.reports.empty());
+            ExpectConsistent(got.net.get());
+        }
     }
 }
 

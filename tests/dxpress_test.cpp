@@ -117,12 +117,10 @@ TEST(DXPress, AnObjectThatLacksABraceEndsBeforeTheNext) {
 }
 
 TEST(DXPress, ReadsLeniently) {
-    ReadOptions lenient;
-    lenient.lenient = true;
-    const Imported got = ImportText(
+    const Imported got = ImportLeniently(
         "diagnostic network x network { standard A (\"B\") { prob: { (;1,0; (;0,1; } } }\n"
         "nodes { standard A { observable: Yes; mandatory: off; } standard B { cost: 1; } }",
-        FormatDXPress, "kb.dxp", false, lenient);
+        FormatDXPress);
     EXPECT_EQ(NodeText(*got.net->nodes[0]),
               "nature A at 0,0\n  states - -\n  parents B\n  field observable 'true'\n"
               "  field mandatory 'false'\n  deterministic 1 0 0 1\n");
@@ -259,12 +257,6 @@ TEST(DXPressHostile, EveryPrefixAndEveryByteOfTheSamples) {
     }
 }
 
-std::string Repeated(const char* text, int times) {
-    std::string out;
-    for (int i = 0; i < times; ++i) out += text;
-    return out;
-}
-
 TEST(DXPressHostile, EndsInLinearTimeWithClearReports) {
     const std::string head = "diagnostic network x ";
     const std::string texts[] = {
@@ -279,6 +271,8 @@ TEST(DXPressHostile, EndsInLinearTimeWithClearReports) {
         InNetwork("{ standard A () { prob: {" + Repeated("(;1,", 300'000)),
         InNetwork("{ ci A () { (" + Repeated("}", 1'000'000)),
         head + "kb { notes: \"" + Repeated("x", 1'000'000),
+        head + Repeated("views { a } { ", 100'000),
+        head + "nodes { standard A { " + Repeated("size: x ", 300'000),
     };
     for (const std::string& text : texts) {
         const Imported got = DX(text);

@@ -80,10 +80,8 @@ TEST(Ergo, SaysWhatIsWrongAndWhere) {
 
 TEST(Ergo, ParentsNumberedFromZero) {
     const std::string rest = " 2 1 0 4 1 0 0 1 A B a b a b 1 2 3 4";
-    ReadOptions lenient;
-    lenient.lenient = true;
     const auto read = [&](const std::string& parents) {
-        return ImportText("2 2 2 " + parents + rest, FormatErgo, "test.erg", false, lenient);
+        return ImportLeniently("2 2 2 " + parents + rest, FormatErgo);
     };
     const Imported zero = read("0 1 0");
     EXPECT_EQ(zero.seen.count(-5232), 1);

@@ -68,11 +68,4 @@ public:
     }
 };
 
-inline std::string Repeated(std::string_view piece, int count) {
-    std::string out;
-    out.reserve(piece.size() * static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) out += piece;
-    return out;
-}
-
 }  // namespace lumo::test
