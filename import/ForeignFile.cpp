@@ -21,6 +21,7 @@ namespace {
 
 constexpr int wholeDrawing = 16383;  // extent while a reader runs, before it is sized to fit
 constexpr int drawingMargin = 40;    // of FixNodePositions
+constexpr double layoutSpacing = 2.0;
 
 using Reader = rept_kt* (*)(InChannel_CString_kt&, Bnet_bn&, Vnet_kt&, const ReadOptions&);
 
@@ -47,6 +48,9 @@ constexpr Format formats[] = {
     {FormatDXPress, ReadAny<ParseDXPressFile>},
     {FormatErgo, ReadErgo},
     {FormatXMLBIF, ParseXMLFile},
+    {FormatBIF, ReadAny<ParseBifFile>},
+    {FormatXDSL, ParseXdslFile},
+    {FormatUAI, ReadAny<ParseUaiFile>},
 };
 
 /// An empty net named after the bare file name, with the path as its file name, its extension the
@@ -188,6 +192,23 @@ void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver) {
     }
     if (firstClamped != nullptr)
         NewReport(msg::import.positionsClamped, firstClamped->node->name());
+}
+
+coord_kt SafePosition(coord_kt inFile) {
+    const auto moved = [](int value, int offset) {
+        return value > INT_MAX - offset ? INT_MAX : value + offset;
+    };
+    return {moved(inFile.x, safety.x), moved(inFile.y, safety.y)};
+}
+
+void PlaceNodes(Vnet_kt& drawing, bool given, double scale) {
+    if (given) return FixNodePositions(drawing, scale, false);
+    const float side = std::sqrt(static_cast<float>(drawing.vnodes.N));
+    const rect_kt area{30, 10, 30 + RoundToInt_kt(200.0 * static_cast<double>(side)),
+                       10 + RoundToInt_kt(100.0 * static_cast<double>(side))};
+    Layout(drawing.vnodes, area, false, false, true, layoutSpacing);
+    drawing.reformAllAndRedraw(true, true, -1);
+    drawing.laidOut = true;
 }
 
 }  // namespace lumo

@@ -22,6 +22,9 @@ enum ForeignFormatEN : int {
     FormatDXPress = 10,  ///< DXPress diagnostic knowledge bases
     FormatErgo = 11,     ///< the older, numeric Ergo format
     FormatXMLBIF = 13,   ///< XML BIF 0.3
+    FormatBIF = 14,      ///< BIF 0.15, the Bayesian Networks Interchange Format as text
+    FormatXDSL = 15,     ///< XDSL
+    FormatUAI = 16,      ///< UAI, the text of the inference competitions, Bayes nets alone
 };
 
 /// Reads the file as that format and returns the new net, which the caller deletes; null when the

@@ -1,12 +1,15 @@
 // All reports: the rows of every format, then what formats share.
 #include "library/reports/catalogue.h"
 
+#include "import/bif_messages.h"
 #include "import/catalogue_old.h"
 #include "import/dsc_messages.h"
 #include "import/dxpress_messages.h"
 #include "import/ergo_messages.h"
 #include "import/hugin_messages.h"
 #include "import/messages.h"
+#include "import/uai_messages.h"
+#include "import/xdsl_messages.h"
 
 namespace lumo {
 
@@ -20,6 +23,9 @@ std::vector<MessageRow> AllRows() {
     add(RowsOf(msg::dxpress));
     add(RowsOf(msg::ergo));
     add(OldXMLBIFRows());
+    add(RowsOf(msg::bif));
+    add(RowsOf(msg::xdsl));
+    add(RowsOf(msg::uai));
     add(RowsOf(msg::text));
     add(RowsOf(msg::model));
     add(RowsOf(msg::import));

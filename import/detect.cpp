@@ -117,10 +117,22 @@ int HuginStrength(std::string_view start) {
     return tokens.size() > brace && tokens[brace].text == "{" ? certain : weak;
 }
 
+/// Whether the first block for a variable, outside all braces, starts with that word: DSC has nodes
+/// and BIF variables, and each may name one by the other's word.
+bool FirstIs(const std::vector<Token>& tokens, std::size_t from, std::string_view word) {
+    const auto first = std::find_if(tokens.begin() + static_cast<std::ptrdiff_t>(from),
+                                    tokens.end(), [](const Token& token) {
+                                        return token.depth == 0 && token.kind == Token::word &&
+                                               (token.text == "node" || token.text == "variable");
+                                    });
+    return first != tokens.end() && first->text == word;
+}
+
 int DscStrength(std::string_view start) {
     const std::vector<Token> tokens = Tokens(start);
     const std::size_t body = AfterNetworkHeader(tokens);
     if (body == 0) return HasBlock(tokens, 0, {"probability"}, "(") ? weak : 0;
+    if (FirstIs(tokens, body, "variable")) return 0;
     if (HasBlock(tokens, body, {"node", "probability"})) return certain;
     if (tokens.size() == body || tokens[body].text == "{") return fair;
     return tokens[body - 1].kind == Token::quoted ? weak : 0;
@@ -134,6 +146,16 @@ int DXPressStrength(std::string_view start) {
     const bool hasBlock =
         HasBlock(tokens, body, {"kb", "nodes", "network", "faulthierarchy", "nodehierarchy"}, "{");
     return hasBlock ? certain : fair;
+}
+
+int BifStrength(std::string_view start) {
+    const std::vector<Token> tokens = Tokens(start);
+    const std::size_t body = AfterNetworkHeader(tokens);
+    if (FirstIs(tokens, body, "variable")) return body == 0 ? fair : certain;
+    if (FirstIs(tokens, body, "node")) return 0;
+    if (HasBlock(tokens, body, {"probability"}, "(")) return body == 0 ? weak : strong;
+    if (body == 0 || body >= tokens.size() || tokens[body].text != "{") return 0;
+    return IsWord(tokens, body + 1, "property") ? strong : fair;
 }
 
 /// A text that starts with a number of nodes and as many numbers of states.
@@ -159,13 +181,34 @@ int XMLBIFStrength(std::string_view start) {
     return mentioned ? fair : 0;
 }
 
+int XdslStrength(std::string_view start) {
+    const bool mentioned = start.find("<smile") != std::string_view::npos;
+    return mentioned && SkipBlank(start).starts_with('<') ? certain : 0;
+}
+
+/// A text that starts with the name of a kind and a number.
+int UaiStrength(std::string_view start) {
+    for (start = SkipBlank(start); start.starts_with('#'); start = SkipBlank(start))
+        start.remove_prefix(std::min(start.find_first_of("\r\n"), start.size()));
+    const std::vector<Token> tokens = Tokens(start.substr(0, 4096));
+    const bool kind = IsWord(tokens, 0, "bayes") || IsWord(tokens, 0, "markov") ||
+                      IsWord(tokens, 0, "id") || IsWord(tokens, 0, "limid");
+    if (!kind) return 0;
+    const bool number =
+        tokens.size() > 1 && tokens[1].text.front() >= '0' && tokens[1].text.front() <= '9';
+    return number ? certain : IsWord(tokens, 0, "bayes") ? fair : weak;
+}
+
 constexpr std::array formats = {
     FormatInfo{FormatHugin, "hugin", "Hugin", OfHugin, " .net .oobn .hugin ", HuginStrength},
     FormatInfo{FormatDsc, "dsc", "DSC", OfDsc, " .dsc ", DscStrength},
     FormatInfo{FormatDXPress, "dxpress", "DXPress", OfDXPress, " .dxp .dx ", DXPressStrength},
     FormatInfo{FormatErgo, "ergo", "Ergo", OfErgo, " .erg .ergo ", ErgoStrength},
-    FormatInfo{FormatXMLBIF, "xmlbif", "XML BIF", OfXMLBIF, " .xml .xbif .xmlbif .bifxml .bif ",
+    FormatInfo{FormatXMLBIF, "xmlbif", "XML BIF", OfXMLBIF, " .xml .xbif .xmlbif .bifxml ",
                XMLBIFStrength},
+    FormatInfo{FormatBIF, "bif", "BIF", OfBIF, " .bif ", BifStrength},
+    FormatInfo{FormatXDSL, "xdsl", "XDSL", OfXDSL, " .xdsl ", XdslStrength},
+    FormatInfo{FormatUAI, "uai", "UAI", OfUAI, " .uai ", UaiStrength},
 };
 
 bool HasExtension(const FormatInfo& format, std::string_view fileName) {

@@ -16,6 +16,21 @@ rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net, const ReadOptions& o
 rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
                       const ReadOptions& options = {});
 
+rept_kt* ParseBifFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                      const ReadOptions& options = {});
+rept_kt* ParseXdslFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                       const ReadOptions& options = {});
+rept_kt* ParseUaiFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                      const ReadOptions& options = {});
+
+/// Places the nodes when a file is read: positions that it gave are normalised with the scale
+/// (FixNodePositions); without any the nodes are laid out in a rectangle twice as wide as high,
+/// whose sides grow with the root of the number of nodes.
+void PlaceNodes(Vnet_kt& drawing, bool given, double scale);
+
+/// A position of the file moved by `safety`.
+coord_kt SafePosition(coord_kt inFile);
+
 /// A character as messages name it.
 inline const char* CharName(char c) { return CharName_kt(static_cast<unsigned char>(c)); }
 

@@ -37,6 +37,13 @@ TEST(Detect, ContentDecides) {
         {"/* from the old program */ 1 2 0", "x.dsc", "ergo"},
         {"<?xml version=\"1.0\"?>\n<!-- net { --><BIF VERSION=\"0.3\">", "x.net", "xmlbif"},
         {" <!DOCTYPE BIF [", "x", "xmlbif"},
+        {"network n { }\nvariable node { }", "x.dsc", "bif"},
+        {"// made by hand\nvariable a { type", "x.net", "bif"},
+        {"belief network n\nnode variable { }", "x.bif", "dsc"},
+        {"network n { property version 1.0; }", "x", "bif"},
+        {"<?xml version=\"1.0\"?><!-- x --><smile id=\"n\">", "x.xml", "xdsl"},
+        {"# net\nBAYES\n2", "x.erg", "uai"},
+        {"MARKOV 3 2 2 2", "x", "uai"},
     };
     for (const Case& c : cases) EXPECT_EQ(Detected(c.text, c.name), c.format) << c.text;
 }
@@ -55,7 +62,12 @@ TEST(Detect, ExtensionDecidesWhereContentDoesNot) {
         {"<x/>", "dir.net/a.bifxml", "xmlbif"},
         {"", "a.xbif", "xmlbif"},
         {"", "a.xmlbif", "xmlbif"},
-        {"", "a.bif", "xmlbif"},
+        {"", "a.bif", "bif"},
+        {"<BIF VERSION=\"0.3\">", "a.bif", "xmlbif"},
+        {"network x { }", "a.bif", "bif"},
+        {"network x { }", "a.dsc", "dsc"},
+        {"x", "a.XDSL", "xdsl"},
+        {"", "a.uai", "uai"},
     };
     for (const Case& c : cases) EXPECT_EQ(Detected(c.text, c.name), c.format) << c.name;
 }

@@ -1,0 +1,49 @@
+#include "import/statewords.h"
+
+#include <utility>
+
+namespace lumo {
+
+namespace {
+
+constexpr int few = 8;  // states that are compared one by one
+
+std::string_view WordOf(const Varbl_bn& variable, int state) {
+    const char* const* const words =
+        variable.stateTitles != nullptr ? variable.stateTitles : variable.stateNames;
+    return words == nullptr || words[state] == nullptr ? std::string_view() : words[state];
+}
+
+int FindFrom(const Bnode_bn& node, std::string_view word, int state) {
+    for (; state < node.numStates(); ++state)
+        if (WordOf(node.variable, state) == word) return state;
+    return -1;
+}
+
+}  // namespace
+
+int StateWords::find(const Bnode_bn& node, std::string_view word) {
+    if (node.numStates() <= few) return FindFrom(node, word, 0);
+    const Index& index = indexOf(node);
+    const auto found = index.first.find(word);
+    return found == index.first.end() ? -1 : found->second;
+}
+
+int StateWords::next(const Bnode_bn& node, int state) {
+    if (node.numStates() <= few) return FindFrom(node, WordOf(node.variable, state), state + 1);
+    return indexOf(node).next[static_cast<std::size_t>(state)];
+}
+
+const StateWords::Index& StateWords::indexOf(const Bnode_bn& node) {
+    std::unique_ptr<Index>& index = indexes_[&node];
+    if (index != nullptr) return *index;
+    index = std::make_unique<Index>();
+    index->next.resize(static_cast<std::size_t>(node.numStates()));
+    for (int state = node.numStates() - 1; state >= 0; --state) {
+        int& first = index->first.try_emplace(WordOf(node.variable, state), -1).first->second;
+        index->next[static_cast<std::size_t>(state)] = std::exchange(first, state);
+    }
+    return *index;
+}
+
+}  // namespace lumo

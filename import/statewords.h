@@ -1,0 +1,33 @@
+// Finds the states of nodes by the words that a file gives them.
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "library/model/netmodel.h"
+
+namespace lumo {
+
+/// Looks up states by their titles, or names where they have no titles. Nodes with many states are
+/// indexed once, so their states must not change between two calls.
+class StateWords {
+public:
+    /// The first state of that word, -1 when there is none.
+    int find(const Bnode_bn& node, std::string_view word);
+
+    /// The next state that has the word of that one, -1 when there is none.
+    int next(const Bnode_bn& node, int state);
+
+private:
+    struct Index {
+        std::unordered_map<std::string_view, int> first;
+        std::vector<int> next;  // by state
+    };
+    const Index& indexOf(const Bnode_bn& node);
+
+    std::unordered_map<const Bnode_bn*, std::unique_ptr<Index>> indexes_;
+};
+
+}  // namespace lumo
