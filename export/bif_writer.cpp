@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "export/describe.h"
 #include "export/labels.h"
 #include "export/rows.h"
 #include "export/textout.h"
@@ -66,7 +67,8 @@ bool HasStateNames(const Varbl_bn& variable) {
 class Plan {
 public:
     explicit Plan(const Bnet_bn& net) : tables_(net) {
-        Texts names{net.name};
+        const bool isWord = HasText(net.title) && IsWord(net.title);
+        Texts names{isWord ? net.title : net.name};
         MakeWords(names);
         netName_ = names.front();
         names.clear();
@@ -134,15 +136,21 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::name, [](const Plan& plan, const Bnode_bn& node) { return plan.keepsName(node); }},
     {FeatureEN::stateNames, KeepsStateNames},
     {FeatureEN::stateTitles, KeepsStateTitles},
-    {FeatureEN::untitledStates},
+    {FeatureEN::untitledStates,
+     [](const Plan& plan, const Bnode_bn& node) { return AreStateNames(plan.words(node)); }},
     {FeatureEN::exactPosition},
     {FeatureEN::parents, KeepsParents},
+    {FeatureEN::noTable},
     {FeatureEN::table, KeepsTable},
     {FeatureEN::exactTable},
     {FeatureEN::zeroOneTable},
 };
 constexpr std::array<Kept<Plan, int>, 0> keptOfGroups = {};
-constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {{FeatureEN::margin}};
+constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
+    {FeatureEN::netTitle,
+     [](const Plan& plan, const Bnet_bn& net) { return plan.netName() == net.title; }},
+    {FeatureEN::nodeOrder},
+    {FeatureEN::margin}};
 
 // ---- Writing -------------------------------------------------------------------------------
 

@@ -102,6 +102,7 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
      [](const Plan& plan, const Bnode_bn& node) { return plan.placing().isExact(node); }},
     {FeatureEN::groups, KeepsGroups},
     {FeatureEN::parents},
+    {FeatureEN::noTable},
     {FeatureEN::table, KeepsTable},
     {FeatureEN::exactTable, KeepsExactTable},
     {FeatureEN::zeroOneTable},
@@ -112,6 +113,7 @@ constexpr Kept<Plan, int> keptOfGroups[] = {
      [](const Plan& plan, const int& group) { return plan.hasDefaultColor(group); }},
 };
 constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
+    {FeatureEN::nodeOrder},
     {FeatureEN::netTitle},
     {FeatureEN::margin,
      [](const Plan& plan, const Bnet_bn&) { return plan.placing().keepsMargin(); }},

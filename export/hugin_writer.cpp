@@ -235,6 +235,7 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::groups, KeepsGroups},
     {FeatureEN::userFields, KeepsUserFields},
     {FeatureEN::parents},
+    {FeatureEN::noTable},
     {FeatureEN::table, KeepsTable},
     {FeatureEN::exactTable, KeepsExactTable},
     {FeatureEN::deterministic, KeepsTable},
@@ -251,6 +252,7 @@ constexpr Kept<Plan, int> keptOfGroups[] = {
 };
 
 constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
+    {FeatureEN::nodeOrder},
     {FeatureEN::noNetTitle},
     {FeatureEN::netComment},
     {FeatureEN::autoUpdate},

@@ -1,6 +1,7 @@
 #include "export/losses.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "export/describe.h"
 #include "export/rows.h"
@@ -36,6 +37,7 @@ constexpr Words words[] = {
     {FeatureEN::groups, ScopeEN::node, "groups of %s"},
     {FeatureEN::userFields, ScopeEN::node, "user fields of %s"},
     {FeatureEN::parents, ScopeEN::node, "parents without states of %s"},
+    {FeatureEN::noTable, ScopeEN::node, "missing tables (which become uniform) of %s"},
     {FeatureEN::table, ScopeEN::node, "tables of %s"},
     {FeatureEN::exactTable, ScopeEN::node, "exact numbers in tables of %s"},
     {FeatureEN::deterministic, ScopeEN::node,
@@ -51,6 +53,7 @@ constexpr Words words[] = {
     {FeatureEN::zoom, ScopeEN::net, "the zoom"},
     {FeatureEN::font, ScopeEN::net, "the font"},
     {FeatureEN::grid, ScopeEN::net, "the grid"},
+    {FeatureEN::nodeOrder, ScopeEN::net, "the order of the nodes"},
 };
 
 const char* const nouns[] = {"node", "group"};
@@ -79,6 +82,17 @@ bool IsZeroOne(const Bnode_bn& node) {
     return true;
 }
 
+/// Whether a node stands before one of its parents.
+bool HasEarlyChild(const Bnet_bn& net) {
+    std::unordered_set<const Bnode_bn*> before;
+    for (const Bnode_bn* node : net.nodes) {
+        for (const Bnode_bn* parent : node->parents)
+            if (!before.contains(parent)) return true;
+        before.insert(node);
+    }
+    return false;
+}
+
 FeatureSet StateFeatures(const Varbl_bn& variable) {
     const int states = variable.numStates;
     FeatureSet set = 0;
@@ -96,8 +110,8 @@ FeatureSet StateFeatures(const Varbl_bn& variable) {
 FeatureSet RelationFeatures(const Bnode_bn& node) {
     const Reln_bn& relation = node.relation;
     FeatureSet set = 0;
-    if (relation.kind != RelnKindEN::none)
-        set |= Bit(FeatureEN::table) | Bit(FeatureEN::exactTable);
+    set |= relation.kind == RelnKindEN::none ? Bit(FeatureEN::noTable)
+                                             : Bit(FeatureEN::table) | Bit(FeatureEN::exactTable);
     if (relation.kind == RelnKindEN::deterministic) set |= Bit(FeatureEN::deterministic);
     if (relation.kind == RelnKindEN::table && IsZeroOne(node)) set |= Bit(FeatureEN::zeroOneTable);
     if (relation.params != nullptr) set |= Bit(FeatureEN::parameters);
@@ -142,6 +156,7 @@ FeatureSet FeaturesOf(const Bnet_bn& net) {
         set |= Bit(FeatureEN::font);
     if (!plainGrid) set |= Bit(FeatureEN::grid);
     if (!net.nodesets().empty()) set |= Bit(FeatureEN::groupOrder);
+    if (HasEarlyChild(net)) set |= Bit(FeatureEN::nodeOrder);
     return set;
 }
 

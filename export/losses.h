@@ -34,6 +34,7 @@ enum class FeatureEN : unsigned char {
     groups,
     userFields,
     parents,
+    noTable,  // a node without a table stays so
     table,
     exactTable,
     deterministic,
@@ -55,6 +56,7 @@ enum class FeatureEN : unsigned char {
     margin,
     drawStyle,
     groupOrder,
+    nodeOrder,  // children that stand before their parents stay so
 };
 
 /// A set of features.

@@ -11,6 +11,8 @@
 #include "export/json.h"
 #include "export/report.h"
 #include "export/svg.h"
+#include "export/uai_writer.h"
+#include "export/xdsl_writer.h"
 #include "export/xmlbif_writer.h"
 #include "library/utilities/Utils.h"
 
@@ -28,6 +30,8 @@ constexpr std::array writers = {
     Writer{"hugin", "Hugin", ".net", false, WriteHugin, HuginLosses},
     Writer{"dsc", "DSC", ".dsc", false, WriteDsc, DscLosses},
     Writer{"bif", "BIF", ".bif", false, WriteBif, BifLosses},
+    Writer{"xdsl", "XDSL", ".xdsl", false, WriteXdsl, XdslLosses},
+    Writer{"uai", "UAI", ".uai", false, WriteUai, UaiLosses},
 };
 
 }  // namespace

@@ -11,75 +11,12 @@
 #include "export/labels.h"
 #include "export/placing.h"
 #include "export/rows.h"
-#include "export/text.h"
-#include "export/textout.h"
+#include "export/xmlout.h"
 
 namespace lumo {
 namespace {
 
 constexpr double readScale = 1.5;  // of positions, by readers
-
-// ---- Text ----------------------------------------------------------------------------------
-
-constexpr std::string_view blanks = " \t\n\v\f\r";
-constexpr std::string_view replacement = "\xEF\xBF\xBD";
-
-bool IsBlank(char c) { return blanks.find(c) != std::string_view::npos; }
-
-/// The length of a character at the start of the text that no XML document may hold, 0 when it may
-/// stand there.
-std::size_t ForbiddenLength(std::string_view utf8) {
-    const auto byte = static_cast<unsigned char>(utf8.front());
-    if (byte < 0x20) return byte == '\t' || byte == '\n' || byte == '\r' ? 0 : 1;
-    return utf8.starts_with("\xEF\xBF\xBE") || utf8.starts_with("\xEF\xBF\xBF") ? 3 : 0;
-}
-
-/// The text as valid UTF-8 of characters that XML has.
-std::string Allowed(std::string_view text) {
-    std::string utf8 = ToUtf8(text);
-    std::string out;
-    std::size_t plain = 0;
-    for (std::size_t i = 0; i < utf8.size(); ++i) {
-        const std::size_t length = ForbiddenLength(std::string_view(utf8).substr(i));
-        if (length == 0) continue;
-        out.append(utf8, plain, i - plain) += replacement;
-        i += length - 1;
-        plain = i + 1;
-    }
-    return plain == 0 ? utf8 : out.append(utf8, plain);
-}
-
-/// What a reader takes the text for: white space at its end goes.
-std::string AsRead(std::string_view text) {
-    std::string read = Allowed(text);
-    while (!read.empty() && IsBlank(read.back())) read.pop_back();
-    return read;
-}
-
-bool ComesBack(const char* text) { return AsRead(text) == ToUtf8(text); }
-
-void WriteReference(TextOut& out, char c) { out << "&#" << static_cast<int>(c) << ';'; }
-
-void WriteText(TextOut& out, std::string_view text) {
-    const std::string allowed = Allowed(text);
-    bool leading = true;  // blanks that readers would pass over
-    for (const char c : allowed) {
-        leading = leading && IsBlank(c);
-        switch (c) {
-            case '<':
-                out << "&lt;";
-                break;
-            case '>':
-                out << "&gt;";
-                break;
-            case '&':
-                out << "&amp;";
-                break;
-            default:
-                leading || c == '\r' ? WriteReference(out, c) : static_cast<void>(out << c);
-        }
-    }
-}
 
 // ---- What the file can say -----------------------------------------------------------------
 
@@ -162,7 +99,7 @@ public:
     StatesEN readStates(const Bnode_bn& node) const {
         if (writesNumbers(node.variable))
             return node.variable.discrete ? StatesEN::values : StatesEN::intervals;
-        for (std::string& label : (labels(node), labels_)) label = AsRead(label);
+        for (std::string& label : (labels(node), labels_)) label = XmlAsRead(label);
         return TakenFor(labels_);
     }
 
@@ -180,8 +117,8 @@ void Plan::chooseNames() {
     std::unordered_set<std::string_view> used;
     for (const Bnode_bn* node : net_.nodes) {
         if (!HasText(node->title) || IsLegalName_kt(node->title)) continue;
-        const std::string read = AsRead(node->title);
-        const bool gives = LegalName(read) == node->name() && ComesBack(node->title);
+        const std::string read = XmlAsRead(node->title);
+        const bool gives = LegalName(read) == node->name() && XmlComesBack(node->title);
         if (gives && used.insert(node->title).second) titled_.insert(node);
     }
 }
@@ -198,7 +135,7 @@ bool KeepsUnnamed(const Plan& plan, const Bnode_bn& node) {
 }
 
 bool KeepsStateTitles(const Plan& plan, const Bnode_bn& node) {
-    const auto comesBack = [](const std::string& label) { return ComesBack(label.c_str()); };
+    const auto comesBack = [](const std::string& label) { return XmlComesBack(label.c_str()); };
     return plan.readStates(node) == StatesEN::titles &&
            std::all_of(plan.labels(node).begin(), plan.labels(node).end(), comesBack) &&
            AreKept(node.variable.stateTitles, plan.labels(node));
@@ -238,6 +175,7 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::exactPosition,
      [](const Plan& plan, const Bnode_bn& node) { return plan.placing().isExact(node); }},
     {FeatureEN::parents},
+    {FeatureEN::noTable},
     {FeatureEN::table, KeepsTable},
     {FeatureEN::exactTable},
     {FeatureEN::zeroOneTable},
@@ -246,7 +184,8 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
 constexpr std::array<Kept<Plan, int>, 0> keptOfGroups = {};
 
 constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
-    {FeatureEN::netTitle, [](const Plan&, const Bnet_bn& net) { return ComesBack(net.title); }},
+    {FeatureEN::nodeOrder},
+    {FeatureEN::netTitle, [](const Plan&, const Bnet_bn& net) { return XmlComesBack(net.title); }},
     {FeatureEN::margin,
      [](const Plan& plan, const Bnet_bn&) { return plan.placing().keepsMargin(); }},
 };
@@ -255,7 +194,7 @@ constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
 
 void WriteElement(TextOut& out, std::string_view name, std::string_view text) {
     out << '<' << name << '>';
-    WriteText(out, text);
+    WriteXmlContent(out, text);
     out << "</" << name << ">\n";
 }
 
@@ -331,7 +270,7 @@ constexpr std::string_view prologue = R"(<?xml version="1.0" encoding="UTF-8"?>
 
 /// The net is never without a name, which some programs cannot do without.
 const char* NameOf(const Bnet_bn& net) {
-    return net.title != nullptr && !AsRead(net.title).empty() ? net.title : net.name;
+    return net.title != nullptr && !XmlAsRead(net.title).empty() ? net.title : net.name;
 }
 
 }  // namespace

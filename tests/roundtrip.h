@@ -2,6 +2,7 @@
 // explains it.
 #pragma once
 
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -23,7 +24,8 @@ struct RoundTripFormat {
     int code;
 };
 inline constexpr RoundTripFormat roundTripFormats[] = {
-    {"xmlbif", FormatXMLBIF}, {"hugin", FormatHugin}, {"dsc", FormatDsc}};
+    {"xmlbif", FormatXMLBIF}, {"hugin", FormatHugin}, {"dsc", FormatDsc},
+    {"bif", FormatBIF},       {"xdsl", FormatXDSL},   {"uai", FormatUAI}};
 
 inline std::string Write(const ImportResult& result, const char* writer) {
     std::ostringstream out;
@@ -86,8 +88,8 @@ inline const std::vector<Explanation> nodeKeys = {
     {"position", Of({position, exactPosition})},
     {"groups", Of({groups})},
     {"userFields", Of({userFields})},
-    {"relation.kind", Of({table, exactTable, deterministic, zeroOneTable, parameters})},
-    {"relation.table", Of({table, exactTable, parameters})},
+    {"relation.kind", Of({noTable, table, exactTable, deterministic, zeroOneTable, parameters})},
+    {"relation.table", Of({noTable, table, exactTable, parameters})},
     {"relation.experience", Of({experience, table, exactTable})},
     {"relation.parameters", Of({parameters})},
 };
@@ -180,24 +182,61 @@ inline void CompareGroups(const Json& before, const Json& after, const Losses& l
     if (!anyLost && after.size() != before.size()) faults.push_back("a group is new");
 }
 
+/// Leaves out the nodes that are announced as lost.
+inline void DropLost(Json& net, Losses& losses) {
+    Json kept = Json::array();
+    std::vector<FeatureSet> keptLosses;
+    for (std::size_t i = 0; i < losses.nodes.size(); ++i) {
+        if ((losses.nodes[i] & Bit(FeatureEN::node)) != 0) continue;
+        kept.push_back(net["nodes"][i]);
+        keptLosses.push_back(losses.nodes[i]);
+    }
+    net["nodes"] = std::move(kept);
+    losses.nodes = std::move(keptLosses);
+}
+
+/// Brings the nodes that were read into the order of those before, by their names.
+inline void SortLike(const Json& before, Json& after) {
+    std::map<std::string, int> places;
+    for (const Json& node : before) places.emplace(node["name"], static_cast<int>(places.size()));
+    std::stable_sort(after.begin(), after.end(), [&](const Json& a, const Json& b) {
+        return places[a["name"]] < places[b["name"]];
+    });
+}
+
+/// Calls the parents by the names that they have after the trip.
+inline void RenameParents(Json& before, const Json& after) {
+    std::map<std::string, Json> names;
+    for (std::size_t i = 0; i < before.size(); ++i) names[before[i]["name"]] = after[i]["name"];
+    for (Json& node : before)
+        for (Json& parent : node["parents"])
+            if (names.contains(parent)) parent = names[parent];
+}
+
 /// What the announced losses do not explain.
-inline std::vector<std::string> Unexplained(Json before, Json after, const Losses& losses) {
+inline std::vector<std::string> Unexplained(Json before, Json after, Losses losses) {
     std::vector<std::string> faults;
+    const std::size_t whole = losses.nodes.size();
+    DropLost(before, losses);
     bool moved = (losses.net & Bit(margin)) != 0;
     if (moved) {
         DropMargin(before);
         DropMargin(after);
     }
-    const Json &nodes = before["nodes"], &read = after["nodes"];
+    Json& nodes = before["nodes"];
+    const Json& read = after["nodes"];
+    if ((losses.net & Bit(nodeOrder)) != 0) SortLike(nodes, after["nodes"]);
     if (nodes.size() != read.size()) {
         faults.push_back(Format("%zu nodes became %zu", nodes.size(), read.size()));
         return faults;
     }
+    RenameParents(nodes, read);
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         CompareObjects(nodes[i]["name"].get<std::string>(), nodes[i], read[i], nodeKeys,
                        losses.nodes[i], faults);
         moved = moved || (losses.nodes[i] & Of({position, exactPosition})) != 0;
     }
+    moved = moved || losses.nodes.size() < whole;
     if (moved) after["drawing.extent"] = before["drawing.extent"];
     CompareObjects("net", before, after, netKeys, losses.net & ~Bit(margin), faults);
     CompareGroups(before["groups"], after["groups"], losses, faults);

@@ -25,8 +25,8 @@ struct StrictNode {
 using StrictNet = std::vector<StrictNode>;
 
 /// Takes text by patterns, in which $w stands for a word, $f for a field's name, $q for a quoted
-/// text, $t for a text of XML, $n for a number, and the capital letters for lists of them; all else
-/// stands for itself.
+/// text, $t for a text of XML, $a for that of an attribute, $n for a number, and the capital
+/// letters for lists of them; all else stands for itself.
 class Scan {
 public:
     Scan(std::string_view text, std::string_view separator) : left_(text), separator_(separator) {}
@@ -80,7 +80,8 @@ private:
         if (kind == 'n') return takeNumber();
         std::string& text = texts.emplace_back();
         const bool taken = kind == 'q'   ? takeQuoted(text)
-                           : kind == 't' ? takeXml(text)
+                           : kind == 't' ? takeXml(text, '<')
+                           : kind == 'a' ? takeXml(text, '"')
                                          : takeWord(text, kind == 'f');
         if (!taken) texts.pop_back();
         return taken;
@@ -119,11 +120,11 @@ private:
         }
         return takeText("\"");
     }
-    bool takeXml(std::string& text) {
+    bool takeXml(std::string& text, char end) {
         static constexpr std::pair<std::string_view, char> entities[] = {
-            {"&lt;", '<'},   {"&gt;", '>'},   {"&amp;", '&'}, {"&#9;", '\t'},
-            {"&#10;", '\n'}, {"&#13;", '\r'}, {"&#32;", ' '}};
-        while (!left_.empty() && left_[0] != '<') {
+            {"&lt;", '<'},  {"&gt;", '>'},   {"&quot;", '"'}, {"&amp;", '&'},
+            {"&#9;", '\t'}, {"&#10;", '\n'}, {"&#13;", '\r'}, {"&#32;", ' '}};
+        while (!left_.empty() && left_[0] != end) {
             const auto* entity =
                 std::find_if(std::begin(entities), std::end(entities),
                              [&](const auto& known) { return left_.starts_with(known.first); });
@@ -131,7 +132,7 @@ private:
             const char c = isPlain ? left_[0] : entity->second;
             const bool isControl =
                 static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t' && c != '\r';
-            if (isControl || (isPlain && (c == '&' || c == '>'))) return false;
+            if (isControl || (isPlain && (c == '&' || c == '>' || c == '<'))) return false;
             text += c;
             left_.remove_prefix(isPlain ? 1 : entity->first.size());
         }
@@ -291,6 +292,126 @@ inline StrictNet ReadStrictXml(std::string_view text) {
         in.expect("</DEFINITION>\n");
     }
     in.expect("</NETWORK>\n</BIF>\n");
+    in.end();
+    return file.net;
+}
+
+/// An element of `nodes`, of which the first tag was taken.
+inline void TakeXdslNode(StrictBuilder& file, StrictNode& node, const std::string& element) {
+    Scan& in = file.in;
+    while (in.take("\t\t\t<state id=\"$w\" />\n")) node.states.push_back(in.texts[0]);
+    const std::set<std::string> distinct(node.states.begin(), node.states.end());
+    in.expect(distinct.size() == node.states.size(), "distinct states");
+    for (const std::string& id : node.states)
+        in.expect(id[0] < '0' || id[0] > '9', "an identifier");
+    if (in.take("\t\t\t<parents>$W</parents>\n"))
+        for (const std::string& parent : in.texts) node.parents.push_back(file.place(parent));
+    while (in.take("\t\t\t<property id=\"$w\">$t</property>\n")) continue;
+    const bool isSum = element == "mau";
+    if ((element == "cpt" && in.take("\t\t\t<probabilities>$N</probabilities>\n")) ||
+        (element == "utility" && in.take("\t\t\t<utilities>$N</utilities>\n"))) {
+        node.table = in.numbers;
+        node.hasTable = true;
+    } else if (element == "deterministic") {
+        in.expect("\t\t\t<resultingstates>$W</resultingstates>\n");
+        node.hasTable = true;
+        for (const std::string& id : in.texts)
+            for (const std::string& state : node.states) node.table.push_back(state == id ? 1 : 0);
+    } else if (element == "equation") {
+        in.expect(in.take("\t\t\t<definition lower=\"$n\" upper=\"$n\">$t</definition>\n") ||
+                      in.take("\t\t\t<definition lower=\"-inf\" upper=\"inf\">$t</definition>\n"),
+                  "a definition");
+        const bool isCut = in.take("\t\t\t<discretization>\n");
+        while (isCut && !in.take("\t\t\t</discretization>\n")) {
+            in.expect("\t\t\t\t<interval ");
+            in.take("label=\"$w\" ");
+            in.expect(in.take("upper=\"$n\" />\n") || in.take("upper=\"inf\" />\n"), "a bound");
+            node.states.emplace_back();
+        }
+    }
+    in.expect(!isSum || in.take("\t\t\t<weights>$t</weights>\n") ||
+                  in.take("\t\t\t<expression>$t</expression>\n"),
+              "a formula");
+    in.expect("\t\t</" + element + ">\n");
+    file.endTable(node);
+}
+
+/// As the engine reads it: what must be there is there, ids are identifiers, no two are the same,
+/// and parents come first.
+inline StrictNet ReadStrictXdsl(std::string_view text) {
+    StrictBuilder file(text, " ");
+    Scan& in = file.in;
+    in.expect(
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<smile version=\"1.0\" id=\"$w\" "
+        "numsamples=\"10000\" discsamples=\"10000\">\n\t<nodes>\n");
+    while (in.take("\t\t<$w id=\"$w\">\n")) {
+        static const std::map<std::string, std::string> kinds = {
+            {"cpt", "nature"},        {"deterministic", "nature"}, {"equation", "nature"},
+            {"decision", "decision"}, {"utility", "utility"},      {"mau", "utility"}};
+        const std::string element = in.texts[0];
+        in.expect(kinds.contains(element), "a kind");
+        TakeXdslNode(file, file.add(in.texts[1], kinds.at(element)), element);
+    }
+    in.expect(
+        "\t</nodes>\n\t<extensions>\n\t\t<genie version=\"1.0\" app=\"Lumo import\" name=\"$a\" "
+        "faultnameformat=\"nodestate\">\n");
+    in.take("\t\t\t<comment>$t</comment>\n");
+    constexpr std::string_view style =
+        "\t\t\t\t<name>$t</name>\n\t\t\t\t<interior color=\"$w\" />\n"
+        "\t\t\t\t<outline color=\"000080\" />\n"
+        "\t\t\t\t<font color=\"000000\" name=\"Arial\" size=\"8\" />\n"
+        "\t\t\t\t<position>$n $n $n $n</position>\n";
+    for (bool open = false;;) {
+        if (in.take("\t\t\t<node id=\"$w\">\n")) {
+            StrictNode& node = file.find(in.texts[0]);
+            in.expect(style);
+            node.isPlaced = in.numbers != std::vector<float>{-38, -18, 38, 18};
+            in.take("\t\t\t\t<comment>$t</comment>\n");
+            in.expect("\t\t\t</node>\n");
+        } else if (!open && in.take("\t\t\t<submodel id=\"$w\">\n")) {
+            in.expect(style);
+            in.expect("\t\t\t\t<window>$n $n $n $n</window>\n");
+            open = true;
+        } else if (open) {
+            in.expect("\t\t\t</submodel>\n");
+            open = false;
+        } else {
+            break;
+        }
+    }
+    in.expect("\t\t</genie>\n\t</extensions>\n</smile>\n");
+    in.end();
+    return file.net;
+}
+
+inline StrictNet ReadStrictUai(std::string_view text) {
+    StrictBuilder file(text, " ");
+    Scan& in = file.in;
+    in.expect("BAYES\n$n\n$N\n$n\n");
+    const auto count = static_cast<std::size_t>(in.numbers[0]);
+    in.expect(in.numbers.size() == count + 2 && in.numbers.back() == in.numbers[0], "all counts");
+    for (std::size_t i = 0; i < count; ++i) {
+        StrictNode& node = file.add("V" + std::to_string(i));
+        for (int s = 0; s < static_cast<int>(in.numbers[i + 1]); ++s)
+            node.states.push_back("s" + std::to_string(s));
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        in.expect("$N\n");
+        in.expect(in.numbers.size() == static_cast<std::size_t>(in.numbers[0]) + 1 &&
+                      in.numbers.back() == static_cast<float>(i),
+                  "a scope");
+        for (std::size_t k = 1; k + 1 < in.numbers.size(); ++k)
+            file.net[i].parents.push_back(static_cast<std::size_t>(in.numbers[k]));
+    }
+    for (StrictNode& node : file.net) {
+        in.expect("\n$n\n");
+        const float wanted = in.numbers[0];
+        node.hasTable = true;
+        while (in.take(" $N\n"))
+            node.table.insert(node.table.end(), in.numbers.begin(), in.numbers.end());
+        in.expect(static_cast<float>(node.table.size()) == wanted, "all entries");
+        file.endTable(node);
+    }
     in.end();
     return file.net;
 }
