@@ -21,16 +21,17 @@ function startInference() {
         parameters: node.relation.parameters || null,
     }));
     const address = URL.createObjectURL(new Blob([byId('worker').textContent], {type: 'text/javascript'}));
-    worker = new Worker(address);
+    try {
+        worker = new Worker(address);
+    } catch {
+        return failInference();
+    }
     worker.onmessage = ({data: answer}) => {
         if (answer.plan) receivePlan(answer.plan);
         else receive(answer.beliefs);
         beliefListeners.forEach((listener) => listener());
     };
-    worker.onerror = () => {  // no memory, or a browser without workers
-        receivePlan({fits: false, failed: true, notes: {}});
-        beliefListeners.forEach((listener) => listener());
-    };
+    worker.onerror = failInference;
     worker.postMessage({net}, net.filter((node) => node.table).map((node) => node.table.buffer));
 }
 
@@ -38,6 +39,12 @@ function receivePlan(answer) {
     plan = answer;
     if (plan.fits) ask();
     if (!details.contains(document.activeElement)) showDetails(selected);
+}
+
+/** There is no memory for it, or the browser allows no worker. */
+function failInference() {
+    receivePlan({fits: false, failed: true});
+    beliefListeners.forEach((listener) => listener());
 }
 
 /** Asks for the beliefs; while the worker is busy only the last question counts. */

@@ -31,11 +31,9 @@ function condensed(axis) {
     };
 }
 
-/** The axis in another order of its places. */
+/** The axis in another order of its places, whose heads are all shown. */
 function reordered(axis, order) {
-    return order && {
-        ...axis, digit: (level, i) => axis.digit(level, order[i]), label: (level, i) => axis.label(level, order[i]),
-    };
+    return order && {...axis, digit: (_, i) => i, label: (level, i) => axis.label(level, order[i])};
 }
 
 /** What stands above the row heads, beside the column heads. */
@@ -183,7 +181,7 @@ class NumberTable {
         const {rows, columns, value, part} = this.view;
         const body = el('tbody');
         for (let r = firstRow; r < endRow; ++r) {
-            const starts = r > 0 && rows.titles.length > 1 && !repeats(rows, rows.titles.length - 2, r);
+            const starts = r > 0 && !this.order && rows.titles.length > 1 && !repeats(rows, rows.titles.length - 2, r);
             const row = el('tr', {'aria-rowindex': columns.titles.length + r + 1, class: starts ? 'group' : null});
             rows.titles.forEach((_, level) => {
                 const again = r > firstRow && repeats(rows, level, r) ? 'again' : null;
@@ -191,7 +189,7 @@ class NumberTable {
                 row.append(this.named(el('th', {scope: 'row', class: again, title: text}), text, this.transposed ? r : -1));
             });
             for (let c = from; c < to; ++c) {
-                const cell = el('td', {text: value(r, c)});
+                const cell = el('td', {text: value(r, c), 'aria-colindex': c === from ? rows.titles.length + c + 1 : null});
                 const length = part(r, c);
                 if (length >= 0) cell.style.setProperty('--part', length);
                 row.append(cell);

@@ -3,6 +3,7 @@
 
 const view = {x: 0, y: 0, zoom: 1};  // the net's point at the canvas's top left corner
 let fitted = true;  // the whole net is to stay in view
+let awaited = false;  // the selected node is to be shown once the picture is there again
 let travel = 0;  // counts the journeys of the view, so that a new one ends the one before
 
 const barsAbove = 36;  // pixels of the picture's upper edge that buttons cover
@@ -67,6 +68,8 @@ function nodeAt(x, y) {
 
 /** Shows the node with its parents and children; with the node alone when they are too far to read. */
 function bringIntoView(index) {
+    awaited = canvas.clientWidth === 0;
+    if (awaited) return;
     const {left, top, width, height} = frameOf([index, ...nodes[index].parents, ...children[index]].map((i) => boxes[i]));
     const target = viewOf(left, top, width, height);
     const legible = readable / picture.font.size, slack = 10;
@@ -175,7 +178,11 @@ canvas.addEventListener('wheel', (event) => {
 byId('closer').addEventListener('click', () => zoomBy(1.4));
 byId('farther').addEventListener('click', () => zoomBy(1 / 1.4));
 byId('fit').addEventListener('click', fit);
-new ResizeObserver(() => (fitted ? fit() : redraw())).observe(canvas);
+new ResizeObserver(() => {
+    if (fitted) fit();
+    else redraw();
+    if (awaited && selected >= 0) bringIntoView(selected);
+}).observe(canvas);
 listeners.push((index) => {
     if (index >= 0) bringIntoView(index);
     redraw();
