@@ -17,6 +17,9 @@ inline constexpr long long MostReportNumbers = 4'000'000;
 /// does not grow with the tables.
 void WriteReport(const ImportResult& result, std::ostream& out);
 
+/// Nodes of a net whose report has both the file's and the automatic layout at most.
+inline constexpr std::size_t MostNodesLaidOutTwice = 3000;
+
 /// The file's name without the folders that it lay in.
 std::string FileTitle(const ImportResult& result);
 

@@ -19,6 +19,11 @@ void Place(JsonOut& json, double value) {
     json.number(static_cast<float>(std::round(value * 10) / 10));
 }
 
+void WriteBox(JsonOut& json, const PictureNode& node) {
+    for (const double value : {node.centre.x, node.centre.y, node.halfWidth, node.halfHeight})
+        Place(json, value);
+}
+
 /// Writes the parts of nodes and counts the numbers that the page has room for.
 class NodeWriter {
 public:
@@ -50,9 +55,7 @@ private:
         json_.key("label").open('[');
         for (const std::string& line : drawn.lines) json_.text(line);
         json_.close(']').key("at").open('[');
-        for (const double value :
-             {drawn.centre.x, drawn.centre.y, drawn.halfWidth, drawn.halfHeight})
-            Place(json_, value);
+        WriteBox(json_, drawn);
         json_.close(']');
         json_.key("fill").text(ColorText(drawn.fill));
         json_.key("ink").text(ColorText(drawn.ink));
@@ -141,15 +144,42 @@ private:
     long long leftOut_ = 0;
 };
 
-void WritePicture(JsonOut& json, const Picture& picture) {
-    const PictureFont& font = picture.font;
-    json.line();
-    json.key("picture").open('{');
+void WriteFrame(JsonOut& json, const Picture& picture) {
     json.key("laidOut").boolean(picture.laidOut);
     json.key("left").number(picture.left);
     json.key("top").number(picture.top);
     json.key("width").number(picture.width);
     json.key("height").number(picture.height);
+    json.key("links").open('[');
+    for (const PictureLink& link : picture.links) {
+        json.number(link.parent);
+        json.number(link.child);
+        json.number(static_cast<int>(link.course.size()));
+        for (const Point at : link.course)
+            for (const double value : {at.x, at.y}) Place(json, value);
+    }
+    json.close(']');
+}
+
+/// The layout that is not shown at first: the automatic one, or the file's where that is a drawing.
+void WriteOtherLayout(JsonOut& json, const ImportResult& result, const Picture& shown) {
+    const bool single = shown.laidOut && result.layout == LayoutEN::best;
+    if (single || shown.nodes.size() > MostNodesLaidOutTwice) return;
+    const Picture other =
+        MakePicture(*result.net, shown.laidOut ? LayoutEN::best : LayoutEN::automatic);
+    if (other.laidOut == shown.laidOut) return;
+    json.key("other").open('{');
+    WriteFrame(json, other);
+    json.key("at").open('[');
+    for (const PictureNode& node : other.nodes) WriteBox(json, node);
+    json.close(']').close('}');
+}
+
+void WritePicture(JsonOut& json, const ImportResult& result, const Picture& picture) {
+    const PictureFont& font = picture.font;
+    json.line();
+    json.key("picture").open('{');
+    WriteFrame(json, picture);
     json.key("font").open('{');
     json.key("families").text(font.families());
     json.key("size").number(font.size);
@@ -163,15 +193,9 @@ void WritePicture(JsonOut& json, const Picture& picture) {
     json.key("arrow").open('[');
     json.number(ArrowLength);
     json.number(ArrowHalfWidth);
-    json.close(']').key("links").open('[');
-    for (const PictureLink& link : picture.links) {
-        json.number(link.parent);
-        json.number(link.child);
-        json.number(static_cast<int>(link.course.size()));
-        for (const Point at : link.course)
-            for (const double value : {at.x, at.y}) Place(json, value);
-    }
-    json.close(']').close('}');
+    json.close(']');
+    if (result.net != nullptr) WriteOtherLayout(json, result, picture);
+    json.close('}');
 }
 
 void WriteGroups(JsonOut& json, const Bnet_bn* net) {
@@ -287,7 +311,7 @@ void WriteReportData(const ImportResult& result, JsonOut& json) {
         places = writer.takePlaces();
     }
     json.close(']');
-    WritePicture(json, picture);
+    WritePicture(json, result, picture);
     json.line();
     json.key("reports").open('[');
     for (const ReportRecord& report : result.reports) {

@@ -341,11 +341,11 @@ class Report(unittest.TestCase):
     def test_keyboard_alone(self):
         self.open_sample("hugin", "asia.net")
         order = []
-        for _ in range(9):
+        for _ in range(10):
             self.keys(Keys.TAB)
             order.append(self.focused_id())
             self.assertNotEqual(self.focused().value_of_css_property("outline-style"), "none")
-        self.assertEqual(order, ["save-svg", "save-png", "help", "theme", "canvas", "beliefs", "closer", "farther", "fit"])
+        self.assertEqual(order, ["save-svg", "save-png", "help", "theme", "canvas", "beliefs", "closer", "farther", "fit", "layout"])
         # The list; a state is found too.
         self.keys("/")
         self.assertEqual(self.focused_id(), "search")
@@ -424,6 +424,13 @@ class Report(unittest.TestCase):
         self.assertGreater(self.view()[2], fitted[2])
         self.id("fit").click()
         self.assertEqual(self.view(), fitted)
+        places = "return nodes.map((n) => n.at)"
+        own = self.script(places)
+        self.id("layout").click()
+        self.assertNotEqual(self.script(places), own)
+        self.assertEqual(self.id("layout").get_attribute("aria-pressed"), "true")
+        self.keys("l")
+        self.assertEqual((self.script(places), self.view()), (own, fitted))
         for kind, apart in (("touchStart", 50), ("touchMove", 60), ("touchMove", 100)):  # two fingers
             self.browser.command("Input.dispatchTouchEvent", type=kind, touchPoints=[
                 {"x": 600 - apart, "y": 400, "id": 1}, {"x": 600 + apart, "y": 400, "id": 2}])

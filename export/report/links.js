@@ -3,14 +3,20 @@
 
 // One link after the other: parent, child, number of points, and x and y of each. Two points make a
 // straight line; more are cubic Bezier segments: the start, then two control points and an end each.
-const linkStarts = [];
-for (let i = 0; i < data.picture.links.length; i += 3 + 2 * data.picture.links[i + 2]) linkStarts.push(i);
 const linksDrawnAtOnce = 40000;
 let links = data.picture.links;  // as they are drawn: see spreadLinks
+let linkStarts = startsOf(links);
+
+function startsOf(all) {
+    const starts = [];
+    for (let i = 0; i < all.length; i += 3 + 2 * all[i + 2]) starts.push(i);
+    return starts;
+}
 
 /** Moves the links' points apart by the factors, and their ends to the boxes with distributions. */
 function spreadLinks(x, y) {
-    links = data.picture.links;
+    links = picture.links;
+    linkStarts = startsOf(links);
     if (!inPicture) return;
     links = links.slice();
     for (const i of linkStarts) {

@@ -80,6 +80,18 @@ function spreadPicture() {
     redraw();
 }
 
+/** Exchanges the layout with the other one: the file's and the automatic one. */
+function switchLayout() {
+    const {other, left, top, width, height, links: own, laidOut} = picture;
+    if (!other) return;
+    Object.assign(picture, other, {other: {left, top, width, height, links: own, laidOut, at: nodes.flatMap((node) => node.at)}});
+    nodes.forEach((node, i) => { node.at = other.at.slice(4 * i, 4 * i + 4); });
+    byId('layout').setAttribute('aria-pressed', String(picture.laidOut));
+    spreadPicture();
+    fit();
+    say(picture.laidOut ? 'Automatic layout' : "The file's layout");
+}
+
 /** The states that the picture shows of a node: the likeliest when there are many, in their order. */
 function shownStates(index) {
     const belief = beliefOf(index);

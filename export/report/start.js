@@ -39,6 +39,7 @@ const pageKeys = [
     ['w', 'widen the details, fill the window, narrow them', () => widen()],
     ['t', 'transpose the table', () => content.querySelector('.transpose')?.click()],
     ['f', 'show the whole net', fit],
+    ['l', "the automatic layout, or the file's", switchLayout],
     ['?', 'these keys', () => showKeys()],
 ];
 
@@ -92,6 +93,9 @@ function start() {
         recolor();
     });
     byId('help').addEventListener('click', showKeys);
+    byId('layout').hidden = !picture.other;
+    byId('layout').setAttribute('aria-pressed', String(Boolean(picture.laidOut)));
+    byId('layout').addEventListener('click', switchLayout);
     matchMedia('(prefers-color-scheme: dark)').addEventListener('change', recolor);
     recolor();
     goToPanel(nodes.length > 0 ? 'details' : 'problems');
