@@ -278,7 +278,7 @@ class Report(unittest.TestCase):
 
     def saved(self, pattern):
         """The content of a file that the page saved."""
-        for _ in range(200):
+        for _ in range(1500):
             found = [name for name in glob.glob(os.path.join(self.browser.folder, pattern)) if os.path.getsize(name)]
             if found:
                 with open(found[0], "rb") as file:
