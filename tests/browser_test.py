@@ -653,8 +653,10 @@ class Report(unittest.TestCase):
         for part in ("1 decision is taken as uniform.", "1 node without a table here is taken as uniform.",
                      "1 row of zeros is taken as uniform."):
             self.assertIn(part, said)
-        self.select("u")
-        self.assertEqual(self.texts("#distribution p"), ["Expected value: 3"])
+        for name, text in (("u", "Expected value: 3"), ("d", "A decision: taken as uniform."),
+                           ("z", "No table here: taken as uniform.")):
+            self.select(name)
+            self.assertEqual(self.texts("#distribution p"), [text])
         self.open(self.write(grid_net(25)))
         self.assertRegex(self.texts("#distribution p")[0], "needs a table of (more than )?[0-9,]+ entries")
         self.assertFalse(self.id("beliefs").is_enabled())

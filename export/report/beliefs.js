@@ -145,7 +145,9 @@ function beliefSection(index) {
             return bars;
         }));
     }
+    const {table, parameters} = node.relation;
     if (node.kind === 'decision') box.append(el('p', {class: 'faint', text: 'A decision: taken as uniform.'}));
+    else if (!table && !parameters) box.append(el('p', {class: 'faint', text: statesOf(node) > 0 ? 'No table here: taken as uniform.' : 'No states: left out.'}));
     return box;
 }
 
