@@ -16,7 +16,6 @@ namespace {
 constexpr double distances[] = {6, 3, 1.2};
 constexpr double slack = 0.5;  ///< that a line may come nearer than its corners
 constexpr std::size_t mostInTheWay = 48;
-constexpr double longestBend = 60;   ///< reach of a bend along the link
 constexpr double bendCost = 12;      ///< length that a bend may save
 constexpr double crossingCost = 90;  ///< length that it may take not to cross a link
 /// Pictures whose ways are compared by what they cross, and the work on them and on others, in
@@ -100,7 +99,7 @@ private:
     std::vector<Point> wayRound(Point from, Point to, double distance,
                                 std::set<std::size_t>& inTheWay) {
         while (inTheWay.size() <= mostInTheWay && hasWorkLeft()) {
-            const std::vector<Point> line = shortest(from, to, distance, inTheWay);
+            std::vector<Point> line = shortest(from, to, distance, inTheWay);
             bool isFree = true;
             for (std::size_t i = 1; i < line.size(); ++i)
                 isFree &= !addHit(line[i - 1], line[i], distance - slack, inTheWay);
@@ -170,7 +169,7 @@ private:
 
     /// A course through the points of the line, as round as the nodes let it be.
     std::vector<Point> smooth(const std::vector<Point>& line) {
-        for (double reach = longestBend; reach > 2; reach /= 1.6) {
+        for (const double reach : {60.0, 37.0, 23.0, 14.0, 9.0, 6.0, 3.5}) {
             std::vector<Point> course = rounded(line, reach);
             if (isFree(course)) return course;
         }

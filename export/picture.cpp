@@ -126,9 +126,11 @@ std::vector<std::string> LabelLines(const char* text, const PictureFont& font) {
     const double whole = TextWidth(clean, font);
     if (whole <= most) return {clean};
     for (std::size_t count = 2; count <= mostLines; ++count) {
-        for (double width = whole / static_cast<double>(count); width < most; width += font.size) {
+        double width = whole / static_cast<double>(count);
+        while (width < most) {
             std::vector<std::string> lines = Broken(clean, width, count, font);
             if (!lines.back().ends_with("…")) return lines;
+            width += font.size;
         }
     }
     return Broken(clean, most, mostLines, font);

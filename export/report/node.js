@@ -177,7 +177,7 @@ function netParts() {
     return [
         el('h2', {tabindex: '-1', id: 'heading', text: net.title || net.name}),
         el('p', {class: 'faint', text: `${net.name}: ${count(nodes.length, 'node')}, ${count(nodes.reduce((sum, node) => sum + node.parents.length, 0), 'link')}` }),
-        picture.laidOut ? el('p', {class: 'faint', text: 'The file has no positions that make a drawing; the nodes were placed automatically.'}) : null,
+        picture.laidOut ? el('p', {class: 'faint', text: 'The nodes were placed by the automatic layout.'}) : null,
         net.comment ? longText(net.comment) : null,
         nodes.length ? planParagraphs() : null,
         data.groups.length ? section('Groups', itemList(data.groups.length, 'Groups', groupLink)) : null,
