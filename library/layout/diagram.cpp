@@ -51,6 +51,7 @@ public:
         setStyle({});
         Layered plain = MakeLayered(part_, layers_);
         plain.rows = OrderRows(plain).front();
+        if (IsPolished(part_)) improveRows(plain);
         if (plain.isLarge()) return drawn(plain, {false, foldedRow(plain)});
         PartDrawing drawing = drawn(plain, {});
         if (mayBeWide || !drawing.isWide()) return drawing;
@@ -64,6 +65,33 @@ private:
         PartDrawing drawing;
         long long crossings = 0;
     };
+
+    /// Takes the rows into which nodes go for few crossings of straight links, where links led
+    /// through those rows cross less too.
+    void improveRows(Layered& plain) {
+        const Metrics metrics{gap(), 2 * RowGap, RowGap, 0, 1e300, 1e300};
+        Placement placement = PlaceRows(part_, plain, metrics);
+        DropWayPoints(part_, placement);
+        Polish(part_, metrics, placement);
+        std::vector<int> layers(part_.widths.size());
+        for (std::size_t r = 0; r < placement.rows.size(); ++r)
+            for (const int v : placement.rows[r])
+                layers[static_cast<std::size_t>(v)] = static_cast<int>(r);
+        Layered moved = MakeLayered(part_, std::move(layers));
+        std::vector<double>& x = placement.x;
+        for (const Link& link : moved.wayOf) {
+            const auto parent = static_cast<std::size_t>(link.parent);
+            const auto child = static_cast<std::size_t>(link.child);
+            const double part = static_cast<double>(moved.layer[x.size()] - moved.layer[parent]) /
+                                (moved.layer[child] - moved.layer[parent]);
+            x.push_back((1 - part) * x[parent] + part * x[child]);
+        }
+        for (auto& row : moved.rows)
+            std::ranges::stable_sort(row, {},
+                                     [&](int v) { return x[static_cast<std::size_t>(v)]; });
+        moved.rows = OrderRows(moved, true).front();
+        if (CountStepCrossings(moved) < CountStepCrossings(plain)) plain = std::move(moved);
+    }
 
     void setStyle(Style style) {
         style_ = style;

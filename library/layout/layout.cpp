@@ -77,13 +77,6 @@ std::vector<double> BoxWidths(const VnodeList_kt& vnodes) {
 
 // ---- Placing -------------------------------------------------------------------------------
 
-/// Leaves the nodes alone in the rows.
-void DropWayPoints(const Part& part, Placement& placement) {
-    placement.x.resize(part.widths.size());
-    for (auto& row : placement.rows) std::erase_if(row, [&](int v) { return v >= part.size(); });
-    std::erase_if(placement.rows, [](const auto& row) { return row.empty(); });
-}
-
 /// Measures the boxes of a placed part and moves them so that their left edge is 0.
 layout::Box MeasurePart(const Part& part, const Metrics& metrics, Placement& placement) {
     double left = 1e300;
@@ -106,7 +99,7 @@ Placement BestPlacement(const Part& part, const Metrics& metrics, layout::Layere
     for (layout::Rows& order : orders) {
         graph.rows = std::move(order);
         Placement placement = layout::PlaceRows(part, graph, metrics);
-        DropWayPoints(part, placement);
+        layout::DropWayPoints(part, placement);
         const double cost = orders.size() == 1 ? 0 : layout::PictureCost(part, metrics, placement);
         if (!best.x.empty() && cost >= least) continue;
         least = cost;

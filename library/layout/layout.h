@@ -117,8 +117,9 @@ int LongestSpan(const std::vector<Link>& links, const std::vector<int>& rowOf, l
 Layered MakeLayered(const Part& part, std::vector<int> layers);
 
 /// Orders of the rows with few crossings of the steps; the first has the fewest, but straight links
-/// may like another one better.
-std::vector<Rows> OrderRows(Layered& graph);
+/// may like another one better. The search also starts from the present order when that says
+/// something.
+std::vector<Rows> OrderRows(Layered& graph, bool isOrdered = false);
 
 /// Pairs of steps between neighbouring rows that cross.
 long long CountStepCrossings(const Layered& graph);
@@ -130,6 +131,9 @@ std::vector<int> SplitLayers(const Part& part, const Layered& graph, const Metri
 /// Gives the vertices of the ordered rows their places. Rows far too wide are folded into several.
 /// Way-points get no room in large parts and where rows are folded.
 Placement PlaceRows(const Part& part, const Layered& graph, const Metrics& metrics);
+
+/// Leaves the nodes alone in the rows.
+void DropWayPoints(const Part& part, Placement& placement);
 
 /// True for parts small enough to look at the straight links of the picture.
 bool IsPolished(const Part& part);

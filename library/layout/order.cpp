@@ -297,10 +297,11 @@ long long CountStepCrossings(const Layered& graph) {
     return count;
 }
 
-std::vector<Rows> OrderRows(Layered& graph) {
+std::vector<Rows> OrderRows(Layered& graph, bool isOrdered) {
     if (graph.rows.size() < 2) return {graph.rows};
     RowOrder order(graph);
     Best best;
+    if (isOrdered) Attempt(order, graph.rows, best);
     constexpr std::pair<bool, bool> searches[] = {{true, false}, {true, true}, {false, true}};
     for (const auto& [down, up] : searches) {
         if (best.count == 0 || order.work < 0) break;

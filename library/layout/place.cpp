@@ -197,6 +197,12 @@ void Separate(std::vector<double>& centres, const std::vector<double>& distance,
     }
 }
 
+void DropWayPoints(const Part& part, Placement& placement) {
+    placement.x.resize(part.widths.size());
+    for (auto& row : placement.rows) std::erase_if(row, [&](int v) { return v >= part.size(); });
+    std::erase_if(placement.rows, [](const auto& row) { return row.empty(); });
+}
+
 Placement PlaceRows(const Part& part, const Layered& graph, const Metrics& metrics) {
     return Placer(part, graph, metrics).run();
 }
