@@ -1,5 +1,6 @@
 #include "export/describe.h"
 
+#include <span>
 #include <unordered_map>
 
 #include "export/text.h"
@@ -37,6 +38,19 @@ std::string ListLine(const char* label, int count, TEXT_OF textOf) {
         line += (i == 0 ? "" : ", ") + ToUtf8(textOf(i));
     if (count > itemsListed) line += " and " + std::to_string(count - itemsListed) + " more";
     return line;
+}
+
+/// The sets' colours in their order; those without one take the unstyled ones in turn.
+std::vector<RGB> ColorsOf(const Bnet_bn& net, std::span<const RGB> unstyled) {
+    const StyleFinder styles(net.vnets[0]->nodesetStyles);
+    std::vector<RGB> colors;
+    std::size_t next = 0;
+    for (const auto& set : net.nodesets()) {
+        const NodesetStyle* style = styles.find(set->name(), static_cast<int>(colors.size()));
+        colors.push_back(style == nullptr ? unstyled[next++ % unstyled.size()]
+                                          : RGB{style->red, style->green, style->blue});
+    }
+    return colors;
 }
 
 }  // namespace
@@ -101,14 +115,15 @@ std::string NodeSummary(const Bnode_bn& node) {
 }
 
 std::vector<RGB> NodesetColors(const Bnet_bn& net) {
-    const StyleFinder styles(net.vnets[0]->nodesetStyles);
-    std::vector<RGB> colors;
-    for (const auto& set : net.nodesets()) {
-        const NodesetStyle* style = styles.find(set->name(), static_cast<int>(colors.size()));
-        colors.push_back(style == nullptr ? DefaultNodesetColor
-                                          : RGB{style->red, style->green, style->blue});
-    }
-    return colors;
+    return ColorsOf(net, std::span(&DefaultNodesetColor, 1));
+}
+
+std::vector<RGB> DrawnNodesetColors(const Bnet_bn& net) {
+    constexpr RGB tints[] = {
+        DefaultNodesetColor, {204, 229, 255}, {255, 214, 204}, {209, 240, 209}, {230, 214, 250},
+        {255, 230, 180},     {200, 238, 236}, {250, 210, 230}, {224, 224, 224}, {226, 236, 170},
+    };
+    return ColorsOf(net, tints);
 }
 
 std::string ColorText(RGB color) {

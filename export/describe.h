@@ -41,6 +41,9 @@ std::string NodeSummary(const Bnode_bn& node);
 /// The display colours of the net's node sets, in their order.
 std::vector<RGB> NodesetColors(const Bnet_bn& net);
 
+/// The same for pictures, where sets to which the net gives no colour get one each, of a few.
+std::vector<RGB> DrawnNodesetColors(const Bnet_bn& net);
+
 /// "#rrggbb".
 std::string ColorText(RGB color);
 

@@ -105,7 +105,7 @@ void WriteDot(const ImportResult& result, std::ostream& out) {
         << "];\n  edge [color=\"#5c6670\", arrowsize=0.8];\n";
     for (const PictureNode& node : picture.nodes) WriteNode(node, out);
     WriteLinks(net, picture, out);
-    const std::vector<RGB> colors = NodesetColors(net);
+    const std::vector<RGB> colors = DrawnNodesetColors(net);
     for (std::size_t i = 0; i < colors.size(); ++i) WriteGroup(*net.nodesets()[i], colors[i], out);
     out << "}\n";
 }

@@ -25,7 +25,7 @@ std::unordered_set<const nodeset_bn*> ShownSets(const Bnet_bn& net) {
 
 std::vector<LegendEntry> Entries(const Bnet_bn& net, const PictureFont& font) {
     const std::unordered_set<const nodeset_bn*> shown = ShownSets(net);
-    const std::vector<RGB> colors = NodesetColors(net);
+    const std::vector<RGB> colors = DrawnNodesetColors(net);
     std::vector<LegendEntry> entries;
     std::size_t leftOut = 0;
     for (std::size_t i = 0; i < colors.size(); ++i) {

@@ -198,7 +198,7 @@ double LinearLight(unsigned char channel) {
 }
 
 std::unordered_map<const nodeset_bn*, RGB> ColorOfSets(const Bnet_bn& net) {
-    const std::vector<RGB> colors = NodesetColors(net);
+    const std::vector<RGB> colors = DrawnNodesetColors(net);
     std::unordered_map<const nodeset_bn*, RGB> of;
     for (std::size_t i = 0; i < colors.size(); ++i) of.emplace(net.nodesets()[i].get(), colors[i]);
     return of;

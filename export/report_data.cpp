@@ -202,7 +202,7 @@ void WriteGroups(JsonOut& json, const Bnet_bn* net) {
     json.line();
     json.key("groups").open('[');
     if (net != nullptr) {
-        const std::vector<RGB> colors = NodesetColors(*net);
+        const std::vector<RGB> colors = DrawnNodesetColors(*net);
         for (std::size_t i = 0; i < colors.size(); ++i) {
             json.open('{');
             json.key("name").text(net->nodesets()[i]->name());

@@ -49,19 +49,19 @@ Links Star(int leaves) {
 TEST(AutomaticPicture, LinksGoRoundNodesAndNothingIsFarTooWide) {
     const struct {
         const char* what;
-        int nodes;
         Links links;
+        int nodes;
         int crossings;  // at most: a little more than there are now
     } cases[] = {
-        {"nothing", 0, {}, 0},
-        {"one link past a node", 3, {{0, 1}, {1, 2}, {0, 2}}, 0},
-        {"isolated nodes", 90, {}, 0},
-        {"star", 150, Star(149), 0},
-        {"sparse", 60, Random(60, 70, 59, 1), 12},
-        {"parts of all sizes", 200, Random(200, 120, 7, 2), 4},
-        {"dense", 40, Random(40, 160, 30, 3), 760},
-        {"long links", 120, Random(120, 200, 119, 4), 400},
-        {"wide", 200, Random(200, 280, 199, 5), 900},
+        {"nothing", {}, 0, 0},
+        {"one link past a node", {{0, 1}, {1, 2}, {0, 2}}, 3, 0},
+        {"isolated nodes", {}, 90, 0},
+        {"star", Star(149), 150, 0},
+        {"sparse", Random(60, 70, 59, 1), 60, 12},
+        {"parts of all sizes", Random(200, 120, 7, 2), 200, 4},
+        {"dense", Random(40, 160, 30, 3), 40, 760},
+        {"long links", Random(120, 200, 119, 4), 120, 400},
+        {"wide", Random(200, 280, 199, 5), 200, 900},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <sstream>
 
+#include "export/describe.h"
 #include "export/image.h"
 #include "export/picture.h"
 #include "export/text.h"
@@ -214,6 +215,18 @@ TEST(Svg, DrawsShapesColoursFontAndDoubleBorders) {
     EXPECT_TRUE(has(svg,
                     "font-family=\"&#39;My Face xurla&#39;, Arial, Helvetica, sans-serif\" "
                     "font-size=\"15\" font-weight=\"bold\" font-style=\"italic\""));
+}
+
+TEST(Svg, SetsWithoutAColourAreToldApart) {
+    const ImportResult result = Star(1);
+    for (const int i : {1, 2, 3})
+        AddNodeToNodeset_ibn(*result.net->nodes[i], ("set" + std::to_string(i % 2)).c_str());
+    const Picture picture = MakePicture(*result.net);
+    const auto fill = [&](int i) {
+        return ColorText(picture.nodes[static_cast<std::size_t>(i)].fill);
+    };
+    EXPECT_NE(fill(1), fill(2));
+    EXPECT_EQ(fill(1), fill(3));
 }
 
 TEST(Svg, NothingOfTheFileBecomesMarkup) {

@@ -51,10 +51,16 @@ public:
         setStyle({});
         Layered plain = MakeLayered(part_, layers_);
         plain.rows = OrderRows(plain).front();
-        if (IsPolished(part_)) improveRows(plain);
         if (plain.isLarge()) return drawn(plain, {false, foldedRow(plain)});
         PartDrawing drawing = drawn(plain, {});
-        if (mayBeWide || !drawing.isWide()) return drawing;
+        if (mayBeWide || !drawing.isWide()) {
+            const long long crossings = CountStepCrossings(plain);
+            if (crossings == 0 || !IsPolished(part_)) return drawing;
+            const Candidate other = withOtherRows(plain);
+            const bool isBetter =
+                other.crossings < crossings && (mayBeWide || !other.drawing.isWide());
+            return isBetter ? other.drawing : drawing;
+        }
         Candidate upright = narrowed(plain, false, drawing);
         Candidate turned = narrowed(plain, true, drawing);
         return turned.crossings < upright.crossings ? turned.drawing : upright.drawing;
@@ -66,9 +72,9 @@ private:
         long long crossings = 0;
     };
 
-    /// Takes the rows into which nodes go for few crossings of straight links, where links led
-    /// through those rows cross less too.
-    void improveRows(Layered& plain) {
+    /// Drawn in the rows into which nodes go for few crossings of straight links: there, links that
+    /// are led through the rows may cross less too.
+    Candidate withOtherRows(const Layered& plain) {
         const Metrics metrics{gap(), 2 * RowGap, RowGap, 0, 1e300, 1e300};
         Placement placement = PlaceRows(part_, plain, metrics);
         DropWayPoints(part_, placement);
@@ -90,7 +96,7 @@ private:
             std::ranges::stable_sort(row, {},
                                      [&](int v) { return x[static_cast<std::size_t>(v)]; });
         moved.rows = OrderRows(moved, true).front();
-        if (CountStepCrossings(moved) < CountStepCrossings(plain)) plain = std::move(moved);
+        return {drawn(moved, {}), CountStepCrossings(moved)};
     }
 
     void setStyle(Style style) {
