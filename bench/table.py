@@ -13,7 +13,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-FORMATS = ["ergo", "hugin", "dsc", "dxpress", "xmlbif"]
+FORMATS = ["ergo", "hugin", "dsc", "dxpress", "xmlbif", "bif", "xdsl", "uai"]
 
 
 def measure(program):

@@ -26,7 +26,7 @@ _lumo_import() {
 
 # Folders, and the files that can be read; every file where output goes.
 _lumo_import_files() {
-    local file readable='\.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif)$'
+    local file readable='\.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif|xdsl|uai)$'
     compopt -o filenames 2>/dev/null
     while IFS= read -r file; do
         if [ -d "$file" ] || [ "$2" = -o ] || [ "$2" = --output ] || [[ ${file,,} =~ $readable ]]; then

@@ -112,8 +112,7 @@ TEST_P(Examples, ProvokeTheirReport) {
     ASSERT_NE(format, Formats().end());
     ReadOptions options;
     options.lenient = row.example.lenient;
-    const Imported got =
-        ImportText(row.example.text, format->code, "test.net", false, options);
+    const Imported got = ImportText(row.example.text, format->code, "test.net", false, options);
     const bool found = std::ranges::any_of(got.seen.reports, [&row](const Seen& seen) {
         return seen.number == row.number && seen.severity == SeverityOf(row.kind) &&
                Fits(row, seen.message) &&

@@ -55,7 +55,10 @@ TEST(Threads, AllFormats) {
                                    {"dsc", FormatDsc},
                                    {"dxpress", FormatDXPress},
                                    {"ergo", FormatErgo},
-                                   {"xmlbif", FormatXMLBIF}}));
+                                   {"xmlbif", FormatXMLBIF},
+                                   {"bif", FormatBIF},
+                                   {"xdsl", FormatXDSL},
+                                   {"uai", FormatUAI}}));
 }
 
 }  // namespace

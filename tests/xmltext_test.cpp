@@ -1,6 +1,6 @@
 // XML: text, tags, empty elements, skipping of elements and declarations.
-#include "library/text/xml.h"
 #include "library/text/messages.h"
+#include "library/text/xml.h"
 #include "tests/parser_support.h"
 
 namespace lumo::test {

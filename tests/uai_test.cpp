@@ -1,0 +1,54 @@
+// The UAI reader: samples, what is refused and why, and texts made to hurt.
+#include "tests/samples.h"
+
+namespace lumo::test {
+namespace {
+
+class UaiSample : public testing::TestWithParam<const char*> {
+protected:
+    const std::string path = "uai/" + std::string(GetParam()) + ".uai";
+};
+
+TEST_P(UaiSample, IsReadAsExpected) { ExpectSample(path, FormatUAI); }
+TEST_P(UaiSample, EveryPrefix) { ImportEveryPrefix(ReadFile(SAMPLES "/" + path), FormatUAI); }
+TEST_P(UaiSample, EveryByteChanged) {
+    ImportEveryByteChanged(ReadFile(SAMPLES "/" + path), FormatUAI);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, UaiSample, testing::Values("classic", "features", "damaged"));
+
+TEST(Uai, RefusesOtherKindsByName) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"MARKOV\n1\n2\n", "a MARKOV file: a Markov random field"},
+        {"limid 1 2", "a LIMID file: an influence diagram"},
+        {"MPE 1 0", "a MPE file: an assignment"},
+        {"2 0 1 4 0", "a evidence file"},
+        {"2 1 0 1 2 3 0 4 1", "a evidence file"},
+        {"<BIF>", "begins with '<BIF>'"},
+        {"# nothing", "unexpected end-of-input"},
+    };
+    for (const auto& [text, message] : cases) {
+        const Imported got = ImportText(text, FormatUAI);
+        EXPECT_EQ(got.net, nullptr) << text;
+        EXPECT_NE(got.seen.text().find(message), std::string::npos) << got.seen.text();
+    }
+}
+
+TEST(Uai, LargeInputsTakeLinearTime) {
+    ExpectLinear(
+        {
+            {"BAYES 99999999", -1, 1},
+            {"BAYES 3 1000000 1000000 1000000 1 3 0 1 2 1 1", 3, 1},
+            {"BAYES 2 2 1000000 1 2 0 1", 2, 1},
+            {"BAYES 1 2 200000 " + Times(200'000, "1 0 ") + Times(200'000, "2 .5 .5 "), 1, 1001},
+            {"BAYES 1 2 1 200000 " + Times(200'000, "0 ") + "2 1 0", 1, 1},
+            {"BAYES 200000 " + Times(200'000, "2 ") + "200000 " + Numbered(200'000, "1 ", " ") +
+                 Times(200'000, "2 .5 .5 "),
+             200'000, 0},
+            {"1 " + Times(1'000'000, "1 "), 1, 1},
+        },
+        FormatUAI);
+}
+
+}  // namespace
+}  // namespace lumo::test

@@ -1,0 +1,127 @@
+// The XDSL reader: samples, noisy-max against its definition, places, and texts made to hurt.
+#include "tests/samples.h"
+
+namespace lumo::test {
+namespace {
+
+class XdslSample : public testing::TestWithParam<const char*> {
+protected:
+    const std::string path = "xdsl/" + std::string(GetParam()) + ".xdsl";
+};
+
+TEST_P(XdslSample, IsReadAsExpected) { ExpectSample(path, FormatXDSL); }
+TEST_P(XdslSample, EveryPrefix) { ImportEveryPrefix(ReadFile(SAMPLES "/" + path), FormatXDSL); }
+TEST_P(XdslSample, EveryByteChanged) {
+    ImportEveryByteChanged(ReadFile(SAMPLES "/" + path), FormatXDSL);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, XdslSample,
+                         testing::Values("classic", "decision", "features", "damaged"));
+
+std::string InNodes(const std::string& nodes, const std::string& genie = "") {
+    return "<smile id='n'><nodes>" + nodes + "</nodes><extensions><genie>" + genie +
+           "</genie></extensions></smile>";
+}
+
+/// The child is at most as strong as its strongest cause: P(state <= k) is the product of the
+/// causes' and the leak's, states counted from the last, which is the weakest.
+TEST(Xdsl, NoisyMaxIsExpandedByItsDefinition) {
+    const double columns[2][3][3] = {{{.5, .3, .2}, {.2, .2, .6}, {0, 0, 1}},
+                                     {{.4, .4, .2}, {0, 0, 1}, {}}};
+    const double leak[3] = {.01, .04, .95};
+    const int strengths[2][3] = {{2, 0, 1}, {1, 0, 0}};
+    const int sizes[2] = {3, 2};
+    std::vector<float> wanted;
+    const auto upTo = [](const double* column, int k) {
+        double sum = 0;
+        for (int state = k; state < 3; ++state) sum += column[state];
+        return sum;
+    };
+    for (int x = 0; x < 3; ++x)
+        for (int y = 0; y < 2; ++y) {
+            const int states[2] = {x, y};
+            double before = 0;
+            float row[3];
+            for (int k = 2; k >= 0; --k) {
+                double all = upTo(leak, k);
+                for (int i = 0; i < 2; ++i)
+                    for (int rank = 0; rank < sizes[i]; ++rank)
+                        if (strengths[i][rank] == states[i]) all *= upTo(columns[i][rank], k);
+                row[k] = static_cast<float>(all - before);
+                before = all;
+            }
+            wanted.insert(wanted.end(), row, row + 3);
+        }
+    const Imported got = ImportText(
+        InNodes("<cpt id='a'><state id='x'/><state id='y'/><state id='z'/></cpt>"
+                "<cpt id='b'><state id='x'/><state id='y'/></cpt><noisymax id='c'><state id='s'/>"
+                "<state id='t'/><state id='u'/><parents>a b</parents><strengths>2 0 1 1 0"
+                "</strengths><parameters>.5 .3 .2 .2 .2 .6 0 0 1 .4 .4 .2 0 0 1 .01 .04 .95"
+                "</parameters></noisymax>"),
+        FormatXDSL);
+    const float* const table = got.net->nodes[2]->relation.probs;
+    ASSERT_NE(table, nullptr);
+    for (std::size_t i = 0; i < wanted.size(); ++i) EXPECT_NEAR(table[i], wanted[i], 1e-6) << i;
+}
+
+TEST(Xdsl, PlacesNodesWhereTheFileSaysSomething) {
+    const auto at = [](const char* id, const char* rect) {
+        return std::string("<node id='") + id + "'><position>" + rect + "</position></node>";
+    };
+    const auto in = [](const std::string& nodes) {
+        return "<submodel id='s'><position>0 0 9 9</position>" + nodes + "</submodel>";
+    };
+    const struct {
+        std::string genie;
+        bool laidOut;
+        coord_kt a, b;
+    } cases[] = {
+        {at("a", "0 0 10 10") + at("b", "100 50 110 60"), false, {40, 40}, {140, 90}},
+        {at("a", "-38 -18 38 18") + at("b", "-38 -18 38 18"), true, {}, {}},
+        {at("a", "5 5 9 9") + at("b", "5 5 9 9"), true, {}, {}},
+        {at("a", "5 5 9 9"), true, {}, {}},
+        {at("a", "0 0 10 10") + in(at("b", "0 0 10 10")), true, {}, {}},
+        {at("a", "0 0 10 10") + in(at("b", "7 0 17 10")), false, {40, 40}, {40, 150}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.genie);
+        const Imported got =
+            ImportText(InNodes("<decision id='a'/><decision id='b'/>", c.genie), FormatXDSL);
+        EXPECT_EQ(got.net->vnets[0]->laidOut, c.laidOut);
+        if (c.laidOut) continue;
+        EXPECT_EQ(got.net->nodes[0]->vns[0]->position, c.a);
+        EXPECT_EQ(got.net->nodes[1]->vns[0]->position, c.b)
+            << got.net->nodes[1]->vns[0]->position.x << ' '
+            << got.net->nodes[1]->vns[0]->position.y;
+    }
+}
+
+TEST(Xdsl, LargeInputsTakeLinearTime) {
+    const std::string a = "<cpt id='a'><state id='x'/><probabilities>1</probabilities></cpt>";
+    std::string deep;
+    for (int i = 0; i < 27; ++i)
+        deep +=
+            "<decision id='b" + std::to_string(i) + "'><state id='x'/><state id='y'/></decision>";
+    const std::string gate = "<noisymax id='c'><state id='x'/><state id='y'/><parents>" +
+                             Numbered(27, "b", " ") + "</parents><parameters>" +
+                             Times(27, "1 0 0 1 ") + "0 1</parameters></noisymax>";
+    ExpectLinear(
+        {
+            {"<smile><nodes>" + Times(300'000, "<cpt>"), 1, 1001},
+            {"<smile><nodes>" + Times(300'000, "<x>"), -1, 1001},
+            {InNodes(a, Times(200'000, "<submodel id='s'>")), 1, 1001},
+            {InNodes(Times(100'000, "<decision id='d'/>")), 1, 1001},
+            {InNodes(Numbered(100'000, "<decision id='d", "'><parents>e</parents></decision>")),
+             100'000, 1001},
+            {InNodes("<cpt id='w'>" + Numbered(500'000, "<state id='s", "'/>") + "</cpt>"), 1, 0},
+            {InNodes(a + "<cpt id='b'>" + Times(200'000, "<parents>a</parents>") + "</cpt>"), 2, 0},
+            {InNodes(deep + gate), 28, 1},
+            {"<!DOCTYPE smile [<!ENTITY e SYSTEM \"/etc/hostname\">]>" +
+                 InNodes("<decision id='a'><property id='p'>&e;</property></decision>"),
+             1, 0},
+        },
+        FormatXDSL);
+}
+
+}  // namespace
+}  // namespace lumo::test
