@@ -7,6 +7,7 @@
 // Only the cells in view exist: a pane that stays in place is filled anew with every scrolling.
 
 const cellHeight = 24;
+const scrollBar = 16;
 const mostScroll = 12e6;  // pixels that browsers scroll without loss
 const measure = document.createElement('canvas').getContext('2d');
 
@@ -95,15 +96,17 @@ class NumberTable {
 
     /** Measures the columns, and gives the pane what it scrolls over. */
     arrange() {
-        const available = this.box.clientWidth;
-        if (available === 0) return;
+        if (this.box.clientWidth === 0) return;
         const view = this.shown();
         let {rows, columns} = view;
+        if (columns.titles.length > 6) columns = condensed(columns);
+        const height = cellHeight * (columns.titles.length + rows.count);
+        const scrolls = height + 2 > parseFloat(getComputedStyle(this.grid).maxHeight);
+        const available = this.box.clientWidth - (scrolls ? scrollBar : 0) - 2;
         const widths = (axis, most) => axis.titles.map((title, level) => Math.max(
             widest(axis.count, (i) => axis.label(level, i), 30, most), widest(1, () => title, 30, most)));
         const sum = (numbers) => numbers.reduce((a, b) => a + b, 0);
         let heads = widths(rows, 150);
-        if (columns.titles.length > 6) columns = condensed(columns);
         const cell = Math.max(...widths(columns, 130), widest(Math.min(rows.count * columns.count, 1e6),
             (i) => view.value(Math.floor(i / columns.count), i % columns.count), 46, 130));
         const most = Math.max(available - cell * columns.count, available * (available < 600 ? 0.5 : 0.6));
@@ -113,12 +116,12 @@ class NumberTable {
             heads = [Math.floor(most)];
         }
         this.view = {...view, rows, columns, heads, cell, head: sum(heads)};
-        const width = this.view.head + cell * columns.count, height = cellHeight * (columns.titles.length + rows.count);
+        const width = this.view.head + cell * columns.count;
         this.full = {width, height};
         this.pane.style.width = this.pane.style.height = '0';  // of before, it would be scrolled over
         this.sizer.style.width = `${Math.min(width, mostScroll)}px`;
         this.sizer.style.height = `${Math.min(height, mostScroll)}px`;
-        this.grid.style.height = `${height + (width > available ? 18 : 2)}px`;
+        this.grid.style.height = `${height + (width > available ? scrollBar : 0) + 2}px`;
         this.grid.style.width = `${width + 2}px`;
         this.grid.style.width = `${width + 2 + this.grid.offsetWidth - this.grid.clientWidth}px`;  // and a scroll bar
         this.draw();
