@@ -83,8 +83,11 @@ std::string_view PropertyText(Parser_kt& in) {
 }  // namespace
 
 bool Is(std::string_view word, std::string_view keyword) {
+    const auto same = [](char a, char b) {
+        return (a >= 'A' && a <= 'Z' ? a + ('a' - 'A') : a) == b;
+    };
     return word.size() == keyword.size() &&
-           streqli_kt(std::string(word).c_str(), std::string(keyword).c_str());
+           std::equal(word.begin(), word.end(), keyword.begin(), same);
 }
 
 std::string_view TakeWord(Parser_kt& in) {

@@ -11,7 +11,7 @@
 
 namespace lumo {
 
-/// Whether the word is the keyword, letter case ignored.
+/// Whether the word is the keyword, which is in lower case; letter case is ignored.
 bool Is(std::string_view word, std::string_view keyword);
 
 /// Reads a word; empty when none stands here.

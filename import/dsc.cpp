@@ -295,10 +295,11 @@ namespace {
 /// Where "network" stands in the word, whatever its letter case; npos when it does not.
 std::size_t FindNetwork(std::string_view word) {
     constexpr std::string_view network = "network";
-    const auto found = std::ranges::search(
-        word, network, [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a + 32 : a) == b; });
-    return found.empty() ? std::string_view::npos
-                         : static_cast<std::size_t>(found.begin() - word.begin());
+    const auto found =
+        std::search(word.begin(), word.end(), network.begin(), network.end(),
+                    [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a + 32 : a) == b; });
+    return found == word.end() ? std::string_view::npos
+                               : static_cast<std::size_t>(found - word.begin());
 }
 
 enum class StartEN { none, network, block };

@@ -1,5 +1,6 @@
 #include "import/statewords.h"
 
+#include <cstring>
 #include <utility>
 
 namespace lumo {
@@ -14,9 +15,18 @@ std::string_view WordOf(const Varbl_bn& variable, int state) {
     return words == nullptr || words[state] == nullptr ? std::string_view() : words[state];
 }
 
+/// Whether the text, which may be null, is the word.
+bool IsWord(const char* text, std::string_view word) {
+    return text != nullptr && std::strncmp(text, word.data(), word.size()) == 0 &&
+           text[word.size()] == 0;
+}
+
 int FindFrom(const Bnode_bn& node, std::string_view word, int state) {
-    for (; state < node.numStates(); ++state)
-        if (WordOf(node.variable, state) == word) return state;
+    const Varbl_bn& variable = node.variable;
+    const char* const* const words =
+        variable.stateTitles != nullptr ? variable.stateTitles : variable.stateNames;
+    for (; words != nullptr && state < variable.numStates; ++state)
+        if (IsWord(words[state], word)) return state;
     return -1;
 }
 

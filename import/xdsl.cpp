@@ -389,6 +389,7 @@ public:
             xml_.reportAt(xml_.tag().place);
             throw in_.report(msg::xdsl.notXdsl, Shown(xml_.tag().name).c_str());
         }
+        const ParserPos_kt root = xml_.tag().place;
         readAttributes();
         while (xml_.nextChild()) {
             const auto* known = std::ranges::find(sections_, xml_.tag().name, &Section::name);
@@ -401,7 +402,7 @@ public:
         xml_.nextChild();  // past what follows the root
         in_.isAtEnd();
         if (!sawNodes_) throw in_.report(msg::xdsl.noNodes);
-        finish();
+        finish(root);
     }
 
 private:
@@ -493,7 +494,7 @@ private:
         }
     }
 
-    void finish() {
+    void finish(ParserPos_kt root) {
         const ParserContext context(in_, "node");
         for (const NodeValues& values : waiting_) {
             maker_.link(values);
@@ -501,8 +502,7 @@ private:
         }
         in_.structName = nullptr;
         drawn_.apply(drawing_);
-        in_.jumpToEnd();
-        in_.isAtEnd();
+        xml_.reportAt(root);
         maker_.judge();
         notKept_.report(in_);
     }

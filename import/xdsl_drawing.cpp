@@ -191,13 +191,13 @@ void DrawnNet::makeSets(Vnet_kt& drawing) {
 
 /// Nodes stand in the centers of their rectangles. When these say nothing, all are laid out.
 void DrawnNet::placeNodes(Vnet_kt& drawing) {
-    const auto placed = std::ranges::count_if(places_, &Place::hasRect);
-    const auto* const first = &*std::ranges::find_if(places_, &Place::hasRect);
+    const auto first = std::ranges::find_if(places_, &Place::hasRect);
     const bool oneRect = std::ranges::all_of(places_, [first](const Place& at) {
         return !at.hasRect || (at.left == first->left && at.top == first->top &&
                                at.right == first->right && at.bottom == first->bottom);
     });
-    if (placed == 0 || (oneRect && net_.nodes.N > 1)) return PlaceNodes(drawing, false, 1.0);
+    if (first == places_.end() || (oneRect && net_.nodes.N > 1))
+        return PlaceNodes(drawing, false, 1.0);
     if (!oneDrawing_) separateSubmodels();
     placeRest();
     PlaceNodes(drawing, true, 1.0);

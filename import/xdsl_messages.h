@@ -92,7 +92,7 @@ struct XdslMessages {
         "not kept: %s (%d%s)",
         OfXDSL,
         "it has no counterpart in the net, and what the net means is the same without it",
-        {"<smile><nodes/><cases/></smile>", 1, 32}};
+        {"<smile><nodes/><cases/></smile>", 1, 1}};
     Message<const char*, int, const char*> noCounterpart{
         -5361,
         MessageKind::warning,
@@ -100,7 +100,7 @@ struct XdslMessages {
         OfXDSL,
         "a net of this library cannot say it. The nodes are there with their parents, formulas and "
         "weights as user fields `definition`, `expression` and `weights`, without tables",
-        {"<smile><nodes><mau id=\"a\"/></nodes></smile>", 1, 44}};
+        {"<smile><nodes><mau id=\"a\"/></nodes></smile>", 1, 1}};
     Message<const char*> emptyParents{
         -5368,
         MessageKind::notice,
@@ -154,7 +154,7 @@ struct XdslMessages {
         "'%s'",
         OfXDSL,
         "the element with the numbers is missing. If the file is damaged there, get it again",
-        {"<smile><nodes><cpt id=\"a\"/></nodes></smile>", 1, 44}};
+        {"<smile><nodes><cpt id=\"a\"/></nodes></smile>", 1, 1}};
 };
 
 namespace msg {
