@@ -2,7 +2,6 @@
 #include "library/reports/catalogue.h"
 
 #include "import/bif_messages.h"
-#include "import/catalogue_old.h"
 #include "import/dsc_messages.h"
 #include "import/dxpress_messages.h"
 #include "import/ergo_messages.h"
@@ -10,6 +9,7 @@
 #include "import/messages.h"
 #include "import/uai_messages.h"
 #include "import/xdsl_messages.h"
+#include "import/xmlbif_messages.h"
 
 namespace lumo {
 
@@ -22,10 +22,10 @@ std::vector<MessageRow> AllRows() {
     add(RowsOf(msg::dsc));
     add(RowsOf(msg::dxpress));
     add(RowsOf(msg::ergo));
-    add(OldXMLBIFRows());
     add(RowsOf(msg::bif));
     add(RowsOf(msg::xdsl));
     add(RowsOf(msg::uai));
+    add(RowsOf(msg::xmlbif));
     add(RowsOf(msg::text));
     add(RowsOf(msg::model));
     add(RowsOf(msg::import));

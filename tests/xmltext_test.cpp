@@ -235,7 +235,8 @@ TEST(XMLReader, WalksElementsAndDamageCostsWhatIsDamaged) {
         {"", "", ""},
         {"<?xml version='1.0'?><!DOCTYPE r [<!ELEMENT r (b)>]><!-- c --><r/>", "r{}", ""},
         {"<r a = '&lt;1' b=\"2\"><c/><c d='&#65;'/></r>", "r a=<1 b=2{c{}c d=A{}}", ""},
-        {"<r><t> a<9 &amp; <![CDATA[<b>]]><!-- c --></t><t/></r>", "r{t'a<9 & <b>'t''}", ""},
+        {"<r><t> a<9 &amp; <![CDATA[<b>]]><!-- c --></t><t/></r>", "r{t'a<9 & <b>'t''}",
+         "-5277 1:9 "},
         {"<r><n> 1 2e1,\n.5 </n><n/><n>1 x<c/></n><c/></r>", "r{n+1,20,0.5,n+n-1,c{}}",
          "-5040 2:17 "},
         {"<r><s><s><c></s></s><c/></r>", "r{sc{}}", ""},
@@ -247,7 +248,7 @@ TEST(XMLReader, WalksElementsAndDamageCostsWhatIsDamaged) {
          "-5051 1:9 -5051 1:22 -5051 1:27 "},
         {"<r>< ></><c </r>", "r{c{}}", "-5260 1:4 -5051 1:9 -5051 1:13 -5261 1:10 "},
         {"<r><c><b/><p><b/></p></r>", "r{c{b{}p^{p{b{}}}", "-5261 1:4 "},
-        {"<r><![CDATA[ <c/></r>", "r{}", "-4108 1:22 "},
+        {"<r><![CDATA[ <c/></r>", "r{}", "-5051 1:4 -4108 1:22 "},
         {"<r><c><t>x", "r{c{t'x'}}", "-4108 1:11 "},
     };
     for (const auto& c : cases) {

@@ -94,6 +94,12 @@ struct TextMessages {
                                    OfXMLBIF | OfXDSL,
                                    badXML.cure,
                                    {"<BIF VERSION=\"0.3>", 1, 6, OfXMLBIF}};
+    Message<> openMarkup{-5051,
+                         MessageKind::error,
+                         "the markup that starts here is never closed",
+                         OfXMLBIF | OfXDSL,
+                         badXML.cure,
+                         {"<!DOCTYPE BIF [", 1, 1, OfXMLBIF}};
     Message<const char*, const char*> wrongClosingTag{
         -5052,
         MessageKind::error,
@@ -127,6 +133,8 @@ struct TextMessages {
     Message<const char*> elementInText{
         -5263, MessageKind::warning, "element '%s' within a text is passed over", OfXMLBIF | OfXDSL,
         "the text around it is kept. Write the element elsewhere, or its `<` as `&lt;`"};
+    Message<> bareLess{-5277, MessageKind::notice, "this '<' begins no tag and is taken as text",
+                       OfXMLBIF | OfXDSL, "write it as `&lt;`"};
     Message<> afterRoot{-5264, MessageKind::warning, "what follows the root element is passed over",
                         OfXMLBIF | OfXDSL,
                         "an XML file holds one element. Put the second into a file of its own"};

@@ -47,6 +47,7 @@ struct Parser_CString_kt::State {
     const char* noQuote = nullptr;
     const char* noLiteral[2] = {};  ///< for the double, the single quote
     std::unordered_map<std::string, const char*> notFound;
+    const char* bareLess = nullptr;            ///< behind the last '<' that was taken as text
     std::vector<const char*> unclosed;         ///< XML elements found to be never closed, ascending
     std::vector<const char*> unclosedBraces;   ///< ascending: the texts behind them,
     const char* unclosedBracesFrom = nullptr;  ///< all from here on

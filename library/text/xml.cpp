@@ -204,13 +204,13 @@ bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, s
     return read.closes;
 }
 
-void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) {
+void ReadClosingTag(Parser_CString_kt& in, std::string_view tag) {
     XMLMarkup markup(in);
-    if (markup.takePlainEndTag(tag.view())) return;
-    const std::string expected = Format("</%s>", Shown(tag.view()).c_str());
+    if (markup.takePlainEndTag(tag)) return;
+    const std::string expected = Format("</%s>", Shown(tag).c_str());
     const ParserPos_kt before = in.getPos();
     if (markup.takeEmptyElement()) {
-        if (tag.view() == markup.state.emptyName) return;
+        if (tag == markup.state.emptyName) return;
         throw markup.unexpected(before, msg::text.wrongClosingTag, expected);
     }
     const char* p = markup.toTag(msg::text.wrongClosingTag, expected);
@@ -218,7 +218,7 @@ void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) {
     const bool isEnd = *p == '/';
     if (isEnd) ++p;
     const std::string_view name = markup.takeTagName(p);
-    if (!isEnd || name != tag.view()) {
+    if (!isEnd || name != tag) {
         in.setTokenStart(start);
         throw in.report(msg::text.wrongClosingTag, expected.c_str(),
                         Format("<%s%s>", isEnd ? "/" : "", Shown(name).c_str()).c_str());
@@ -226,7 +226,48 @@ void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) {
     markup.finishEndTag(p);
 }
 
+void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) { ReadClosingTag(in, tag.view()); }
+
+namespace {
+
+/// A list whose opening character is that, for ReadList.
+void ReadListOf(Parser_CString_kt& in, char openChar, vect_kt<float>& out) {
+    struct Restored {
+        char& place;
+        char saved;
+        ~Restored() { place = saved; }
+    };
+    const Restored restored{in.listOpenChar, std::exchange(in.listOpenChar, openChar)};
+    ReadList<Parser_CString_kt, float, false, false>(in, out);
+}
+
+}  // namespace
+
+void ReadNumbers(Parser_CString_kt& in, vect_kt<float>& out) {
+    for (;;) {
+        ReadListOf(in, '>', out);
+        const ParserPos_kt at = in.getPos();
+        if (StartsWith(at, XMLCDataStart)) {  // a list between its inner brackets
+            in.setPos(at + XMLCDataStart.size() - 1);
+            ReadListOf(in, '[', out);
+            if (StartsWith(in.getPos(), "]>")) in.setPos(in.getPos() + 2);
+        } else if (StartsWith(at, "<?")) {
+            XMLMarkup(in).skipMarkup(at);
+        } else {
+            return;
+        }
+    }
+}
+
 // ---- Passing over elements -----------------------------------------------------------------
+
+bool OpenElements::holds(std::string_view name) const {
+    const auto found = deep_.find(name);
+    if (found != deep_.end() && found->second > 0) return true;
+    const std::size_t few = std::min(entries_.size(), Few);
+    return std::any_of(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(few),
+                       [name](const Entry& entry) { return entry.name == name; });
+}
 
 /// Passes over the element when it holds text alone.
 bool XMLMarkup::takePlainElement(std::string_view name) {

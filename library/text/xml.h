@@ -42,11 +42,18 @@ struct XMLTag {
 /// of a start tag, `tag` holds the attributes before the damage.
 void ReadTag(Parser_CString_kt& in, XMLTag& tag);
 
+/// Reads the end tag of the element named; throws when something else follows.
+void ReadClosingTag(Parser_CString_kt& in, std::string_view name);
+
 /// Moves past the end tag of the element whose start tag was read, over all elements within, those
 /// of the same name too. `around` names the elements that it stands in: where one of them ends, or
 /// the text, the element was never closed; then nothing moves, and false is returned.
 bool SkipElement(Parser_CString_kt& in, const XMLTag& start,
                  std::span<const std::string_view> around);
+
+/// Reads the numbers of an element up to its next tag, appended to out; also in CDATA sections,
+/// over processing instructions. Throws as ReadList does.
+void ReadNumbers(Parser_CString_kt& in, vect_kt<float>& out);
 
 /// The elements that are open at a place of a text, the innermost last.
 class OpenElements {
@@ -58,23 +65,21 @@ public:
 
     void push(std::string_view name, ParserPos_kt place) {
         entries_.push_back({name, place});
-        ++counts_[name];
+        if (entries_.size() > Few) ++deep_[name];
     }
     void pop() {
-        --counts_[entries_.back().name];
+        if (entries_.size() > Few) --deep_[top().name];
         entries_.pop_back();
     }
-    bool holds(std::string_view name) const {
-        const auto found = counts_.find(name);
-        return found != counts_.end() && found->second > 0;
-    }
+    bool holds(std::string_view name) const;
     const Entry& top() const { return entries_.back(); }
     bool empty() const { return entries_.empty(); }
     int size() const { return static_cast<int>(entries_.size()); }
 
 private:
+    static constexpr std::size_t Few = 32;  // as deep as files of people are
     std::vector<Entry> entries_;
-    std::unordered_map<std::string_view, int> counts_;
+    std::unordered_map<std::string_view, int> deep_;  // how often each name is open below
 };
 
 /// Walks a document element by element. Damage costs what is damaged: it is reported, recorded as
@@ -110,8 +115,10 @@ public:
         return value != nullptr ? std::string_view(*value) : std::string_view();
     }
 
-    /// The text of the present element, decoded and trimmed, which leaves the element. Elements in
-    /// it are passed over with a warning.
+    /// The text of the present element, decoded and trimmed, which leaves the element. A '<' that
+    /// begins no tag is text, with a notice; elements in it are passed over with a warning. Another
+    /// end tag than the element's ends it all the same, and so does an element that follows when
+    /// its own end tag is missing.
     void readText(strin_kt& out);
 
     /// The numbers of the present element, separated by white space or commas, appended to out;
@@ -138,6 +145,7 @@ private:
     bool readTag();
     bool leaves();
     void passText();
+    bool closesBehind(ParserPos_kt place);
     void neverClosed();
 
     Parser_CString_kt& in_;
@@ -146,6 +154,7 @@ private:
     bool rootSeen_ = false;
     bool again_ = false;  ///< tag_ is to be given once more
     bool ended_ = false;  ///< that the text ends too early was reported
+    bool inText_ = false;
 };
 
 }  // namespace lumo

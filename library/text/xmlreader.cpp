@@ -12,7 +12,8 @@ bool XMLReader::toTag() {
     while (!in_.isAtEnd()) {
         const char* const p = in_.getPos();
         in_.setTokenStart(p);
-        if (*p != '<' || !IsMarkup(p) || StartsWith(p, XMLCDataStart)) {
+        const bool text = *p != '<' || !IsMarkup(p) || StartsWith(p, XMLCDataStart);
+        if (text) {
             passText();
             if (in_.getPos() != p) continue;
         } else if (p[1] != '!' && p[1] != '?') {
@@ -21,6 +22,10 @@ bool XMLReader::toTag() {
             in_.report(msg::text.xmlDeclaration);
         }
         markup.skipMarkup(p);
+        if (!text && (in_.bytesLeft() > 0 || in_.getPos()[-1] == '>')) continue;
+        in_.setTokenStart(p);
+        in_.report(msg::text.openMarkup);
+        in_.checkError();
     }
     return false;
 }
@@ -71,6 +76,14 @@ void XMLReader::neverClosed() {
 /// Whether the end tag read leaves the present element: as its own, or as that of an element around
 /// it, which then reads it again.
 bool XMLReader::leaves() {
+    if (!open_.holds(tag_.name) && inText_) {
+        in_.report(msg::text.wrongClosingTag,
+                   Format("</%s>", Shown(open_.top().name).c_str()).c_str(),
+                   Format("</%s>", Shown(tag_.name).c_str()).c_str());
+        open_.pop();
+        in_.checkError();
+        return true;
+    }
     if (!open_.holds(tag_.name)) {
         in_.report(msg::text.strayEndTag, Shown(tag_.name).c_str());
         in_.checkError();
@@ -115,32 +128,69 @@ bool XMLReader::nextChild() {
     return false;
 }
 
+/// Whether the present element, of which an element at the place was read, has its end tag.
+bool XMLReader::closesBehind(ParserPos_kt place) {
+    const ParserPos_kt present = in_.getPos();
+    const OpenElements::Entry child = open_.top();
+    open_.pop();
+    const OpenElements::Entry text = open_.top();
+    open_.pop();
+    in_.setPos(place);
+    const bool closed = XMLMarkup(in_).skipElement(
+        text.name, text.place, [this](std::string_view name) { return open_.holds(name); });
+    in_.setPos(present);
+    open_.push(text.name, text.place);
+    open_.push(child.name, child.place);
+    return closed;
+}
+
 void XMLReader::readText(strin_kt& out) {
     out.clear();
-    for (;;) {
+    const ParserPos_kt start = in_.getPos();
+    const auto sayBareLess = [&] {
+        const ParserPos_kt place = XMLMarkup(in_).state.bareLess;
+        if (place == nullptr || place <= start) return;
+        in_.setTokenStart(place - 1);
+        in_.report(msg::text.bareLess);
+    };
+    for (bool closed = false;;) {
         in_.readToChar("", out);
-        if (XMLMarkup(in_).takePlainEndTag(open_.top().name)) return open_.pop();
-        if (!nextChild()) return;
+        if (XMLMarkup(in_).takePlainEndTag(open_.top().name)) {
+            open_.pop();
+            break;
+        }
+        inText_ = true;
+        const bool child = nextChild();
+        inText_ = false;
+        if (!child) break;
+        if (!closed && !closesBehind(tag_.place)) {
+            closeParent();
+            break;
+        }
+        closed = true;
+        in_.setTokenStart(tag_.place);
         in_.reportUnknown(tag_.name, msg::text.elementInText, Shown(tag_.name).c_str());
         skipElement();
     }
+    sayBareLess();
 }
 
 bool XMLReader::readNumbers(vect_kt<float>& out) {
-    const char open = std::exchange(in_.listOpenChar, '>');
-    bool read = true;
     try {
-        ReadList<Parser_CString_kt, float, false, false>(in_, out);
+        ReadNumbers(in_, out);
     } catch (rept_kt* report) {
         in_.setError(report);
-        read = false;
-    }
-    in_.listOpenChar = open;
-    if (!read)
+        in_.checkError();
         skipElement();
-    else
-        while (nextChild()) skipElement();
-    return read;
+        return false;
+    }
+    if (XMLMarkup(in_).takePlainEndTag(open_.top().name)) {
+        open_.pop();
+    } else {
+        strin_kt none;
+        readText(none);
+    }
+    return true;
 }
 
 void XMLReader::skipElement() {

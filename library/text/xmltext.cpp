@@ -115,6 +115,12 @@ void Parser_CString_kt::readXMLText(const char* stops, strin_kt& out) {
     const auto plain = [&](char c) {
         return c != '<' && c != '&' && !stop[static_cast<unsigned char>(c)];
     };
+    // Where nothing stops the text, a '<' that another one follows before any '>' begins no tag.
+    const auto markup = [&](const char* q) {
+        if (!IsMarkup(q)) return false;
+        return *stops != 0 || std::strchr("/!?", q[1]) != nullptr ||
+               q[1 + std::strcspn(q + 1, "<>")] == '>';
+    };
     const auto blank = [](char c) { return XMLBlanks.find(c) != std::string_view::npos; };
     const int before = out.num();
     const char* p = toText();
@@ -132,9 +138,10 @@ void Parser_CString_kt::readXMLText(const char* stops, strin_kt& out) {
             p = past;
         else if (*p == '&' && !stop[unsigned{'&'}])
             p += AppendReference(ViewOf(p, end_), out);
-        else if (*p == '<' && !stop[unsigned{'<'}] && !IsMarkup(p))
+        else if (*p == '<' && !stop[unsigned{'<'}] && !markup(p)) {
             out.append(*p++);
-        else
+            state_->bareLess = p;
+        } else
             break;
     }
     while (out.num() > before && blank(out.last[-1])) --out.last;
