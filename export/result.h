@@ -64,7 +64,9 @@ struct ImportResult {
     StatusEN status() const {
         int worst = SeverityOkay;
         for (const ReportRecord& report : reports) worst = std::max(worst, report.severity);
-        if (net == nullptr) return StatusEN::failed;
+        // A net without a node that ended with an error is a text that ends before a net begins.
+        const bool nothing = net == nullptr || (net->nodes.N == 0 && worst > SeverityWarning);
+        if (nothing) return StatusEN::failed;
         if (worst > SeverityWarning) return StatusEN::errors;
         return worst > SeverityNotice ? StatusEN::warnings : StatusEN::ok;
     }

@@ -220,42 +220,87 @@ struct XMLBIFMessages {
 
     // What lenient reading takes.
     Message<const char*> otherVersion{
-        -5268, MessageKind::notice, "VERSION is %s; the file is read by the names of its elements",
+        -5268,
+        MessageKind::notice,
+        "VERSION is %s; the file is read by the names of its elements",
         OfXMLBIF,
         "XML BIF 0.2 (`VALUE`, `PROBABILITY`, tables with the node's state slowest) and 0.3 are "
         "told "
-        "apart by their elements"};
+        "apart by their elements",
+        {"<BIF><NETWORK><VARIABLE/></NETWORK></BIF>", 1, 1, OfXMLBIF, true}};
     Message<const char*, const char*> otherElement{
-        -5269, MessageKind::notice, "element %s is read as %s", OfXMLBIF,
-        "an older generation's or misspelt name of the element"};
+        -5269,
+        MessageKind::notice,
+        "element %s is read as %s",
+        OfXMLBIF,
+        "an older generation's or misspelt name of the element",
+        {"<BIF VERSION='0.3'><NETWORK><VARIABLE><VALUE>x</VALUE></VARIABLE>", 1, 39, OfXMLBIF,
+         true}};
     Message<> oldTables{
-        -5270, MessageKind::notice,
-        "the table of a PROBABILITY element has the state of the node varying slowest", OfXMLBIF,
-        "XML BIF 0.2 writes tables so, 0.3 with the state of the node fastest"};
-    Message<const char*> nameAttribute{-5271, MessageKind::notice,
-                                       "the NAME of the %s is taken from its attribute", OfXMLBIF,
-                                       "the format has an element `NAME` for it"};
+        -5270,
+        MessageKind::notice,
+        "the table of a PROBABILITY element has the state of the node varying slowest",
+        OfXMLBIF,
+        "XML BIF 0.2 writes tables so, 0.3 with the state of the node fastest",
+        {"<BIF "
+         "VERSION='0.3'><NETWORK><VARIABLE><NAME>a</NAME></VARIABLE><PROBABILITY><FOR>a</"
+         "FOR><TABLE>1 0</TABLE></PROBABILITY>",
+         1, 89, OfXMLBIF, true}};
+    Message<const char*> nameAttribute{
+        -5271,
+        MessageKind::notice,
+        "the NAME of the %s is taken from its attribute",
+        OfXMLBIF,
+        "the format has an element `NAME` for it",
+        {"<BIF VERSION='0.3'><NETWORK NAME='x'/></BIF>", 1, 20, OfXMLBIF, true}};
     Message<const char*> declaredLater{
-        -5272, MessageKind::notice,
-        "the definition of node '%s' names variables that are declared below it", OfXMLBIF,
-        "other programs want the `VARIABLE` first. Move the definition down"};
+        -5272,
+        MessageKind::notice,
+        "the definition of node '%s' names variables that are declared below it",
+        OfXMLBIF,
+        "other programs want the `VARIABLE` first. Move the definition down",
+        {"<BIF "
+         "VERSION='0.3'><NETWORK><DEFINITION><FOR>a</FOR></DEFINITION><VARIABLE><NAME>a</NAME></"
+         "VARIABLE></NETWORK></BIF>",
+         1, 29, OfXMLBIF, true}};
     Message<const char*> selfParent{
-        -5273, MessageKind::warning, "node '%s' is left out of its own parents", OfXMLBIF,
-        "the definition names its variable in a `GIVEN` too. Delete that"};
+        -5273,
+        MessageKind::warning,
+        "node '%s' is left out of its own parents",
+        OfXMLBIF,
+        "the definition names its variable in a `GIVEN` too. Delete that",
+        {"<BIF "
+         "VERSION='0.3'><NETWORK><VARIABLE><NAME>a</NAME></VARIABLE><DEFINITION><FOR>a</"
+         "FOR><GIVEN>a</GIVEN></DEFINITION>",
+         1, 64, OfXMLBIF, true}};
     Message<const char*, const char*> tableTurned{
         -5274, MessageKind::warning,
         "the rows of node '%s' sum to 1 only with the state of the node varying %s, so the table "
         "is "
         "read in that order",
         OfXMLBIF, "the program that wrote the file took the other order. Check the node's rows"};
-    Message<> namelessProperty{-5280, MessageKind::warning, "a PROPERTY of a VARIABLE has no name",
-                               OfXMLBIF, "write `position = (x, y)`"};
-    Message<const char*, const char*> otherCase{-5275, MessageKind::notice,
-                                                "TYPE '%s' is read as '%s'", OfXMLBIF,
-                                                "write the type in small letters"};
-    Message<const char*> networkAttribute{-5276, MessageKind::warning,
-                                          "attribute %s of NETWORK is passed over", OfXMLBIF,
-                                          "nothing is lost but the attribute; `NETWORK` has none"};
+    Message<> namelessProperty{
+        -5280,
+        MessageKind::warning,
+        "a PROPERTY of a VARIABLE has no name",
+        OfXMLBIF,
+        "write `position = (x, y)`",
+        {"<BIF VERSION='0.3'><NETWORK><VARIABLE><PROPERTY>= (1, 2)</PROPERTY></VARIABLE>", 1, 49,
+         OfXMLBIF, true}};
+    Message<const char*, const char*> otherCase{
+        -5275,
+        MessageKind::notice,
+        "TYPE '%s' is read as '%s'",
+        OfXMLBIF,
+        "write the type in small letters",
+        {"<BIF VERSION='0.3'><NETWORK><VARIABLE TYPE='Utility'/>", 1, 29, OfXMLBIF, true}};
+    Message<const char*> networkAttribute{
+        -5276,
+        MessageKind::warning,
+        "attribute %s of NETWORK is passed over",
+        OfXMLBIF,
+        "nothing is lost but the attribute; `NETWORK` has none",
+        {"<BIF VERSION='0.3'><NETWORK ID='x'/></BIF>", 1, 20, OfXMLBIF, true}};
 };
 
 namespace msg {

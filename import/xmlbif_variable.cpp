@@ -233,7 +233,10 @@ void VariableReader::readProperty() {
     elements_.readText(document_.text);
     const std::string_view text(SkipBlanks(document_.text.getCStr()));
     const std::string_view word = text.substr(0, text.find_first_of(" =:(\t\r\n"));
-    if (word.empty() && !text.empty() && elements_.lenient) in.report(msg::xmlbif.namelessProperty);
+    if (word.empty() && !text.empty() && elements_.lenient) {
+        in.setTokenStart(start);
+        in.report(msg::xmlbif.namelessProperty);
+    }
     if (text.substr(0, text.find_first_of(" =:\t\r\n")) != "position") return;
     struct ComesBack {
         Parser_CString_kt& in;

@@ -186,6 +186,10 @@ TEST(Json, FloatsReadBackToTheSameFloat) {
 TEST(Json, StatusIsTheWorstReport) {
     ImportResult result = NewResult();
     EXPECT_EQ(result.status(), StatusEN::ok);
+    result.reports.push_back(Report(SeverityError, 1));
+    EXPECT_EQ(result.status(), StatusEN::failed);  // an error, and no node
+    result.reports.clear();
+    NewNode(*result.net, "a", {"x"});
     const std::pair<int, StatusEN> cases[] = {{SeverityNotice, StatusEN::ok},
                                               {SeverityWarning, StatusEN::warnings},
                                               {SeverityError, StatusEN::errors}};

@@ -116,9 +116,12 @@ struct TextMessages {
         "`<!...>` stands before the root alone. Delete it, or write a comment",
         {"<BIF VERSION=\"0.3\"><!ELEMENT X><NETWORK></NETWORK></BIF>", 1, 20, OfXMLBIF}};
     Message<const char*> strayText{
-        -5260, MessageKind::warning, "text among the elements is passed over: '%s'",
+        -5260,
+        MessageKind::warning,
+        "text among the elements is passed over: '%s'",
         OfXMLBIF | OfXDSL,
-        "text stands where only elements can. Delete it, or write it as a comment"};
+        "text stands where only elements can. Delete it, or write it as a comment",
+        {"<BIF VERSION='0.3'><NETWORK>text</NETWORK></BIF>", 1, 29, OfXMLBIF, true}};
     Message<const char*> elementNeverClosed{
         -5261,
         MessageKind::error,
@@ -127,17 +130,34 @@ struct TextMessages {
         "the end tag is missing; what stands behind the start tag is read as if that were not "
         "there. Write the end tag",
         {"<BIF VERSION=\"0.3\"><NETWORK><NOTE></NETWORK></BIF>", 1, 29, OfXMLBIF}};
-    Message<const char*> strayEndTag{-5262, MessageKind::error, "</%s> closes nothing",
-                                     OfXMLBIF | OfXDSL,
-                                     "the end tag has no start tag. Delete it, or write one"};
+    Message<const char*> strayEndTag{
+        -5262,
+        MessageKind::error,
+        "</%s> closes nothing",
+        OfXMLBIF | OfXDSL,
+        "the end tag has no start tag. Delete it, or write one",
+        {"<BIF VERSION='0.3'><NETWORK></X></NETWORK></BIF>", 1, 29, OfXMLBIF, true}};
     Message<const char*> elementInText{
-        -5263, MessageKind::warning, "element '%s' within a text is passed over", OfXMLBIF | OfXDSL,
-        "the text around it is kept. Write the element elsewhere, or its `<` as `&lt;`"};
-    Message<> bareLess{-5277, MessageKind::notice, "this '<' begins no tag and is taken as text",
-                       OfXMLBIF | OfXDSL, "write it as `&lt;`"};
-    Message<> afterRoot{-5264, MessageKind::warning, "what follows the root element is passed over",
-                        OfXMLBIF | OfXDSL,
-                        "an XML file holds one element. Put the second into a file of its own"};
+        -5263,
+        MessageKind::warning,
+        "element '%s' within a text is passed over",
+        OfXMLBIF | OfXDSL,
+        "the text around it is kept. Write the element elsewhere, or its `<` as `&lt;`",
+        {"<BIF VERSION='0.3'><NETWORK><NAME>a<X/></NAME></NETWORK></BIF>", 1, 36, OfXMLBIF, true}};
+    Message<> bareLess{
+        -5277,
+        MessageKind::notice,
+        "this '<' begins no tag and is taken as text",
+        OfXMLBIF | OfXDSL,
+        "write it as `&lt;`",
+        {"<BIF VERSION='0.3'><NETWORK><NAME>a<9</NAME></NETWORK></BIF>", 1, 36, OfXMLBIF, true}};
+    Message<> afterRoot{
+        -5264,
+        MessageKind::warning,
+        "what follows the root element is passed over",
+        OfXMLBIF | OfXDSL,
+        "an XML file holds one element. Put the second into a file of its own",
+        {"<BIF VERSION='0.3'><NETWORK></NETWORK></BIF><BIF>", 1, 45, OfXMLBIF, true}};
 };
 
 namespace msg {
