@@ -10,7 +10,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "import/ForeignFile.h"
@@ -177,10 +176,14 @@ private:
 
 // ---- Probabilities -------------------------------------------------------------------------
 
+/// Whether a probability block was read for the node, of which something is kept.
+bool IsDefined(const Bnode_bn& node) {
+    return node.parents.N > 0 || node.relation.kind != RelnKindEN::none;
+}
+
 /// What the probability blocks of a file share.
 struct Definitions {
     StateWords words;
-    std::unordered_set<const Bnode_bn*> defined;
     std::vector<ParserPos_kt> waiting;  // blocks that name variables which were not read yet
     bool waits = true;                  // such blocks may wait
     std::vector<float> numbers;         // working storage
@@ -247,7 +250,7 @@ private:
     }
 
     bool define(const BndList_bn& parents) {
-        if (!file_.defined.insert(node_).second) {
+        if (IsDefined(*node_)) {
             in_.report(msg::bif.definedTwice, node_->name());
             node_->relation.clear();
         }
@@ -555,9 +558,7 @@ private:
     void judge() {
         if (!sawBlock_) throw in_.report(msg::bif.notBif);
         if (net_.nodes.N == 0) in_.report(msg::bif.noVariables);
-        const auto isMissing = [this](const Bnode_bn* node) {
-            return !definitions_.defined.contains(node);
-        };
+        const auto isMissing = [](const Bnode_bn* node) { return !IsDefined(*node); };
         const auto missing = std::ranges::count_if(net_.nodes, isMissing);
         if (missing == 0) return;
         in_.report(msg::bif.noProbabilities, static_cast<int>(missing), net_.nodes.N,

@@ -201,9 +201,9 @@ struct BifMessages {
     Message<int, int, const char*> noProbabilities{
         -5325,
         MessageKind::warning,
-        "%d of the %d variables have no probability block, the first is '%s'",
+        "%d of the %d variables have neither parents nor probabilities, the first is '%s'",
         OfBIF,
-        "their nodes have neither parents nor a table. If the file was cut off, get it again",
+        "their probability blocks are missing or damaged. If the file was cut off, get it again",
         {"variable a { type discrete [ 1 ] { x }; }", 1, 42}};
     Message<> noVariables{-5326, MessageKind::notice,       "the net has no variables",
                           OfBIF, "the file may be cut off", {"network n {}", 1, 13}};

@@ -45,7 +45,7 @@ TEST(Bif, TakesProbabilitiesInEveryForm) {
         {"probability ( c | p ) { property function max; (p) 1 0; (q) 0.5 0.5; }",
          "noisy-max 1 0 0.5 0.5", 0},
         {"probability ( c | p ) { property function max; (p) 1 0; }", "none", 1},
-        {"probability ( c | c ) { table 1 0; }", "none", 1},
+        {"probability ( c | c ) { table 1 0; }", "none", 2},
         {"probability ( c | nobody, p ) { table 1 0; }", "none", 1},
         {"probability ( c ) { table 1 0; } probability ( c ) { table 0 1; }", "table 0 1", 1},
     };
