@@ -100,6 +100,8 @@ OwnedNet ReadText(const char* text, const char* fileName, int format, const Read
         throw NewReport(msg::import.unknownFormatCode, format);
     }
     rept_kt* report = found->read(*channel, *net, drawing, options);
+    if (report == nullptr) report = Okay_rept_kt;
+    if (report->number == msg::reports.importCancelled.number) throw report;
     // The generic failure says nothing that an error before it has not said.
     if (report != Fail_rept_kt || ErrorsSoFar() == 0) ShowReport(report);
     if (IsError(report) && net->nodes.N == 0) return nullptr;
@@ -108,19 +110,35 @@ OwnedNet ReadText(const char* text, const char* fileName, int format, const Read
     return net;
 }
 
+/// Shows the last report of an import that fails; a handler that throws again is not asked.
+void ShowLast(rept_kt* report) {
+    try {
+        ShowReport(report);
+    } catch (...) {
+        // Nothing is left to tell it to.
+    }
+}
+
 /// Runs one import: whatever escapes it is shown, and the result is null.
 template <class Work>
 Bnet_bn* Guarded(const char* fileName, Work work) {
-    const ReportScope scope;
+    ReportScope scope;
     try {
-        const userwait_kt wait("reading file %s", fileName);
-        return work().release();
+        OwnedNet net;
+        {
+            const userwait_kt wait("reading file %s", fileName);
+            net = work();
+        }
+        scope.end();
+        return net.release();
     } catch (rept_kt* report) {
-        ShowReport(report);
+        ShowLast(report);
     } catch (const std::bad_alloc&) {
-        ShowReport(NewMemoryReport(msg::import.outOfMemoryReading, 0, fileName));
+        ShowLast(NewMemoryReport(msg::import.outOfMemoryReading, 0, fileName));
     } catch (const std::exception& e) {
-        ShowReport(NewReport(msg::reports.internalError, e.what()));
+        ShowLast(NewReport(msg::reports.internalError, e.what()));
+    } catch (...) {
+        ShowLast(NewReport(msg::reports.internalError, "an exception of unknown type"));
     }
     return nullptr;
 }

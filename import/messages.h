@@ -14,7 +14,7 @@ struct ImportMessages {
     Message<int> unknownFormatCode{-5004, MessageKind::error, "unknown format code %d", OfAny,
                                    "the program that called the library gave a format that is "
                                    "none"};
-    Message<const char*> outOfMemoryReading{-5000, MessageKind::outOfMemory, "while reading '%s'",
+    Message<const char*> outOfMemoryReading{-5000, MessageKind::endingMemory, "while reading '%s'",
                                             OfAny, msg::reports.outOfMemory.cure};
     Message<const char*, long long, int> tableTooLarge{
         -5087, MessageKind::error, "the table of >-node '%s' needs %lld entries, the limit is %d",

@@ -11,6 +11,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "tests/places.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -46,8 +48,8 @@ protected:
 
     /// Runs a shell command in the folder; $L is the program.
     Outcome run(const std::string& command) const {
-        const std::string whole = "cd '" + folder.string() + "' && L='" BINARY "'; { " + command +
-                                  "; } >.out 2>.err </dev/null";
+        const std::string whole = "cd '" + folder.string() + "' && L='" + Binary() + "'; { " +
+                                  command + "; } >.out 2>.err </dev/null";
         const int status = std::system(whole.c_str());
         return {WEXITSTATUS(status), Slurp(folder / ".out"), Slurp(folder / ".err")};
     }
@@ -281,7 +283,7 @@ TEST_F(Cli, WritesThatFailLeaveNothing) {
 }
 
 TEST_F(Cli, NoWriterLeavesHalfAFile) {
-    fs::copy(SAMPLES "/hugin/asia.net", folder / "in.net");
+    fs::copy(Samples() + "/hugin/asia.net", folder / "in.net");
     for (const std::string writer : {"json", "xmlbif", "hugin", "dsc", "bif"}) {
         SCOPED_TRACE(writer);
         const std::string convert = "$L convert in.net --to " + writer + " -o ";
@@ -300,7 +302,7 @@ TEST_F(Cli, NoWriterLeavesHalfAFile) {
 }
 
 TEST_F(Cli, LossesAreToldOnStandardError) {
-    const std::string convert = "$L convert " SAMPLES "/hugin/umbrella.net --to dsc -o x.dsc";
+    const std::string convert = "$L convert " + Samples() + "/hugin/umbrella.net --to dsc -o x.dsc";
     const Outcome told = run(convert);
     EXPECT_EQ(told.code, 0);
     EXPECT_EQ(told.out, "");
@@ -331,7 +333,7 @@ TEST_F(Cli, ManyFilesKeepTheirOrder) {
 }
 
 TEST_F(Cli, NoisyMaxQuestion) {
-    const std::string file = SAMPLES "/dxpress/alarm-bell.dxp";
+    const std::string file = Samples() + "/dxpress/alarm-bell.dxp";
     const auto relation = [&](const std::string& options) {
         const auto json = nlohmann::json::parse(
             run("$L convert --to json -o - " + options + " '" + file + "'").out);

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <string>
 
+#include "tests/places.h"
+
 namespace lumo::app {
 namespace {
 
@@ -82,7 +84,7 @@ TEST(Detect, OtherTextsAreUnknown) {
 
 TEST(Detect, EverySampleWithoutItsName) {
     int samples = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(SAMPLES)) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(Samples())) {
         if (Detected("", entry.path().string()) == "unknown") continue;  // what a suite expects
         std::ifstream in(entry.path(), std::ios::binary);
         const std::string text{std::istreambuf_iterator<char>(in), {}};

@@ -2,6 +2,7 @@
 // reading, and what hostile files may cost.
 #include <algorithm>
 
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -223,7 +224,7 @@ TEST(Dsc, Samples) {
     };
     for (const auto& [name, nodes, errors, last] : cases) {
         SCOPED_TRACE(name);
-        const std::string text = ReadFile(SAMPLES "/dsc/" + std::string(name) + ".dsc");
+        const std::string text = ReadFile(Samples() + "/dsc/" + std::string(name) + ".dsc");
         const Imported got = Dsc(text);
         ASSERT_NE(got.net, nullptr);
         EXPECT_EQ(got.net->nodes.N, nodes);
@@ -237,7 +238,7 @@ TEST(Dsc, Samples) {
 TEST(DscHostile, EverySampleDamaged) {
     for (const char* name : {"classic", "defaults", "sets-and-positions", "damaged"}) {
         SCOPED_TRACE(name);
-        const std::string text = ReadFile(SAMPLES "/dsc/" + std::string(name) + ".dsc");
+        const std::string text = ReadFile(Samples() + "/dsc/" + std::string(name) + ".dsc");
         ImportEveryPrefix(text, FormatDsc);
         ImportEveryByteChanged(text, FormatDsc);
     }

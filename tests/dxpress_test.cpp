@@ -1,4 +1,5 @@
 // The DXPress reader: every report with its place, whole samples, and what hostile files may cost.
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -240,18 +241,18 @@ TEST(DXPress, ANodeWithoutStatesGetsNoRelation) {
 
 TEST(DXPressSamples, ReadAsTheyShould) {
     const auto read = [](const std::string& name) {
-        return ImportText(ReadFile(SAMPLES "/dxpress/" + name), FormatDXPress, name.c_str());
+        return ImportText(ReadFile(Samples() + "/dxpress/" + name), FormatDXPress, name.c_str());
     };
     for (const std::string name : {"copier", "every-field", "alarm-bell", "damaged"}) {
         const Imported got = read(name + ".dxp");
-        ExpectFile(SAMPLES "/dxpress/" + name + ".expected",
+        ExpectFile(Samples() + "/dxpress/" + name + ".expected",
                    NetText(got.net.get()) + got.seen.text());
     }
 }
 
 TEST(DXPressHostile, EveryPrefixAndEveryByteOfTheSamples) {
     for (const char* sample : {"copier", "alarm-bell", "every-field", "damaged"}) {
-        const std::string text = ReadFile(std::string(SAMPLES "/dxpress/") + sample + ".dxp");
+        const std::string text = ReadFile(Samples() + "/dxpress/" + sample + ".dxp");
         ImportEveryPrefix(text, FormatDXPress);
         ImportEveryByteChanged(text, FormatDXPress);
     }

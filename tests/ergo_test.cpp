@@ -1,4 +1,5 @@
 // The Ergo reader: whole files, every report with its place, and what hostile files may cost.
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -144,7 +145,7 @@ TEST(Ergo, AMillionStatesAreTheLimit) {
 
 TEST(ErgoHostile, EveryPrefixAndEveryByteOfTheSamples) {
     for (const char* sample : {"garden", "boiler", "broken-off"}) {
-        const std::string text = ReadFile(std::string(SAMPLES "/ergo/") + sample + ".erg");
+        const std::string text = ReadFile(Samples() + "/ergo/" + sample + ".erg");
         ImportEveryPrefix(text, FormatErgo);
         ImportEveryByteChanged(text, FormatErgo);
     }
@@ -152,7 +153,7 @@ TEST(ErgoHostile, EveryPrefixAndEveryByteOfTheSamples) {
 
 TEST(ErgoSamples, ReadAsTheyShould) {
     const auto read = [](const char* name) {
-        return ImportText(ReadFile(std::string(SAMPLES "/ergo/") + name), FormatErgo, name);
+        return ImportText(ReadFile(Samples() + "/ergo/" + name), FormatErgo, name);
     };
     EXPECT_EQ(read("garden.erg").seen.text(), "");
     const Imported boiler = read("boiler.erg");

@@ -9,6 +9,7 @@
 #include <thread>
 #include <utility>
 
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace {
@@ -121,7 +122,7 @@ const Sample samples[] = {
 
 class Faults : public ::testing::TestWithParam<Sample> {
 protected:
-    const std::string path = SAMPLES + std::string(GetParam().path);
+    const std::string path = Samples() + std::string(GetParam().path);
 
     OwnedNet import(Observer& observer) const {
         const HandlerScope scope(observer);

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "import/messages.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -106,17 +107,56 @@ TEST_F(EntryTest, SaysWhereAZeroByteIs) {
     for (const Imported& got :
          {ImportFile(write("z.erg", text), FormatErgo), ImportText(text, FormatErgo)}) {
         EXPECT_NE(got.net, nullptr);
-        ASSERT_EQ(got.seen.count(num::zeroByte), 1);
+        ASSERT_EQ(got.seen.count(msg::reports.zeroByte.number), 1);
         EXPECT_NE(got.seen.reports[0].message.find(std::to_string(std::string(tiny).size())),
                   std::string::npos);
     }
+}
+
+/// Keeps the file that a report names.
+struct Keeper : Collector {
+    std::string file;
+    void show(const rept_kt& report) override { file = report.file; }
+};
+
+/// Imported before main, when the statics of the library may not be made yet.
+struct Early {
+    Collector seen;
+    OwnedNet net;
+    Early() {
+        const HandlerScope scope(seen);
+        net.reset(ReadForeignNetText_kt("1 2 0 2 .5 .5 A 9 b 1e99 9", "early", FormatErgo));
+    }
+};
+const Early early;
+
+TEST_F(EntryTest, WorksBeforeMain) {
+    ASSERT_NE(early.net, nullptr);
+    EXPECT_EQ(early.seen.errors(), 1);
+}
+
+TEST_F(EntryTest, LongPathsAreWholeInReports) {
+    const std::string name(400, 'x');
+    Keeper keeper;
+    const HandlerScope scope(keeper);
+    OwnedNet(ReadForeignNetText_kt("1 2 0 2 x", name.c_str(), FormatErgo));
+    EXPECT_EQ(keeper.file, name);
+}
+
+TEST_F(EntryTest, ImportsInAScopeHaveTheirOwnBudgets) {
+    const ReportScope outer;
+    Collector seen;
+    const HandlerScope scope(seen);
+    for (int i = 0; i <= MaxErrors; ++i) OwnedNet(ReadForeignNetText_kt("1 x", "x", FormatErgo));
+    EXPECT_EQ(seen.errors(), MaxErrors + 1);
+    EXPECT_EQ(seen.count(msg::reports.tooManyErrors.number), 0);
 }
 
 TEST_F(EntryTest, UnknownCodesAreAnErrorThatNamesThem) {
     for (const int code : {12, 0, -1, 99}) {
         const Imported got = ImportText(tiny, code);
         EXPECT_EQ(got.net, nullptr);
-        ASSERT_EQ(got.seen.count(num::unknownFormatCode), 1);
+        ASSERT_EQ(got.seen.count(msg::import.unknownFormatCode.number), 1);
         EXPECT_NE(got.seen.reports[0].message.find(std::to_string(code)), std::string::npos);
     }
 }
@@ -133,10 +173,15 @@ TEST_F(EntryTest, SizesTheDrawingOfAPartialNetToo) {
 
 /// A handler that stops the import in one way or another.
 struct Stopper : Collector {
-    enum { cancel, throwing } how = cancel;
+    enum { cancel, throwing, throwingNumbers, throwingAlways } how = cancel;
     bool cancelled() override { return how == cancel; }
     void print(const char*) override {
         if (how == throwing) throw std::runtime_error("no more");
+        if (how == throwingNumbers) throw 7;
+    }
+    void show(const rept_kt& report) override {
+        if (how == throwingAlways) throw std::runtime_error("never");
+        Collector::show(report);
     }
 };
 
@@ -146,10 +191,23 @@ TEST_F(EntryTest, WhatEscapesAReaderFreesEverythingAndTheLock) {
     HandlerScope scope(stopper);
     stopper.how = Stopper::throwing;
     EXPECT_EQ(ReadForeignNetText_kt(renames, "x", FormatErgo), nullptr);
-    EXPECT_EQ(stopper.count(num::internalError), 1);
+    ASSERT_EQ(stopper.count(msg::reports.internalError.number), 1);
+    EXPECT_NE(stopper.reports.back().message.find("no more"), std::string::npos);
+    stopper.how = Stopper::throwingNumbers;
+    EXPECT_EQ(ReadForeignNetText_kt(renames, "x", FormatErgo), nullptr);
+    EXPECT_EQ(stopper.count(msg::reports.internalError.number), 2);
+    stopper.how = Stopper::throwingAlways;
+    EXPECT_EQ(ReadForeignNetText_kt("1 2 0 2 .5 x", "x", FormatErgo), nullptr);
     stopper.how = Stopper::cancel;
-    const OwnedNet net(ReadForeignNetText_kt(renames, "x", FormatErgo));
-    EXPECT_EQ(stopper.count(num::importCancelled), 1);
+    for (const int format : {FormatHugin, FormatDsc, FormatDXPress, FormatErgo, FormatXMLBIF}) {
+        const char* const nets[] = {
+            "net {} node a {}", "network x node a {}",
+            "diagnostic network x { nodes { standard \"a\" { }; }; }", renames,
+            "<BIF VERSION=\"0.3\"><NETWORK><VARIABLE><NAME>a</NAME></VARIABLE></NETWORK></BIF>"};
+        const int index = format == FormatXMLBIF ? 4 : format - FormatHugin;
+        EXPECT_EQ(ReadForeignNetText_kt(nets[index], "x", format), nullptr) << format;
+    }
+    EXPECT_EQ(stopper.count(msg::reports.importCancelled.number), 5);
     EXPECT_NE(ImportText(renames, FormatErgo).net, nullptr);  // the lock is free
 }
 
@@ -183,11 +241,11 @@ TEST(FixNodePositions, StaysWithinInt) {
     Placed wide;
     EXPECT_EQ(wide.fix({{INT_MIN, 0}, {INT_MAX, 10}}, 1e6, false),
               (P{{40, 40}, {INT_MAX, 10000040}}));
-    EXPECT_EQ(wide.seen.count(-5225), 1);
+    EXPECT_EQ(wide.seen.count(msg::import.positionsClamped.number), 1);
     for (const double scale : {0.0, -1.0, HUGE_VAL, std::nan("")}) {
         Placed bad;
         EXPECT_EQ(bad.fix({{0, 0}, {10, 10}}, scale, false), (P{{40, 40}, {50, 50}}));
-        EXPECT_EQ(bad.seen.count(num::badZoom), 1);
+        EXPECT_EQ(bad.seen.count(msg::import.badScale.number), 1);
     }
 }
 

@@ -1,5 +1,6 @@
 // Hugin files that are cut, changed or made to be expensive. Each ends in linear time: a search
 // that starts again and again would keep the suite running for hours.
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -17,9 +18,7 @@ std::string Repeat(int times, const std::string& piece) {
 
 class HuginSample : public testing::TestWithParam<const char*> {
 protected:
-    std::string text() const {
-        return ReadFile(std::string(SAMPLES) + "/hugin/" + GetParam() + ".net");
-    }
+    std::string text() const { return ReadFile(Samples() + "/hugin/" + GetParam() + ".net"); }
 };
 
 TEST_P(HuginSample, EveryPrefix) { ImportEveryPrefix(text(), FormatHugin); }

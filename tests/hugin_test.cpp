@@ -1,6 +1,7 @@
 // Hugin .net files: what is read into the net, every report at its place, and recovery from damage.
 #include <algorithm>
 
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -8,9 +9,7 @@ namespace {
 
 Imported Import(const std::string& text) { return ImportText(text, FormatHugin); }
 
-Imported Sample(const std::string& name) {
-    return Import(ReadFile(std::string(SAMPLES) + "/hugin/" + name));
-}
+Imported Sample(const std::string& name) { return Import(ReadFile(Samples() + "/hugin/" + name)); }
 
 const Bnode_bn& Node(const Imported& got, const char* name) {
     Bnode_bn* const node = got.net == nullptr ? nullptr : got.net->findNodeLabeled(name);

@@ -8,12 +8,13 @@
 #include "export/result.h"
 #include "import/detect.h"
 #include "library/reports/message.h"
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
 namespace {
 
-const std::string docs = DOCS "/";
+const std::string docs = Docs() + "/";
 constexpr std::string_view begin = "<!-- reports -->\n";
 constexpr std::string_view end = "<!-- end of reports -->\n";
 

@@ -1,6 +1,7 @@
 // Nets and nodes: names, labels and look-up, states and their texts, attributes, node sets.
 #include <functional>
 
+#include "library/model/messages.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -69,9 +70,9 @@ TEST_F(NetModel, NodesAreNamedApartAndFoundAsWritten) {
     const struct {
         const char* text;
         int node;
-    } lookups[] = {{"A", 0},    {"a b", 1}, {"a-b", 2},       {"a_b", 3},
-                   {"a_b2", 2}, {"a+b", 1}, {"two words", 6}, {"two_words", 6},
-                   {"9", 7},    {"A2", 8},  {"", 9},          {"absent", -1}};
+    } lookups[] = {{"A", 0},    {"a b", 1},       {"a-b", 2},       {"a_b", 3},  {"a_b2", 2},
+                   {"a+b", -1}, {"two words", 6}, {"two_words", 6}, {"9", 7},    {"A2", 8},
+                   {"", 9},     {"absent", -1},   {"*", -1},        {"温度", -1}};
     for (const auto& lookup : lookups) {
         const Bnode_bn* expected = lookup.node < 0 ? nullptr : net->nodes[lookup.node];
         EXPECT_EQ(net->findNodeLabeled(lookup.text), expected) << lookup.text;
@@ -102,6 +103,17 @@ TEST_F(NetModel, RefusedNodesLeaveTheNetAsItWas) {
     }
     EXPECT_EQ(names(), "A a_b ");
     EXPECT_EQ(net->vnets[0]->vnodes.N, 2);
+}
+
+TEST_F(NetModel, StatesOfAWholeNetAreLimited) {
+    for (int i = 0; i < MaxNetStates / MaxStates; ++i)
+        make(nullptr).setStates(MaxStates, nullptr, nullptr, nullptr, nullptr, CheckFull);
+    rept_kt* error = nullptr;
+    EXPECT_EQ(NewNode_ibn("more", 1, *net, {}, &error), nullptr);
+    EXPECT_EQ(error->number, msg::model.tooManyNetStates.number);
+    Bnode_bn& node = *net->nodes[0];
+    EXPECT_EQ(node.setStates(7, nullptr, nullptr, nullptr, nullptr, CheckFull), Okay_rept_kt);
+    EXPECT_NE(NewNode_ibn("more", 9, *net, {}), nullptr);
 }
 
 TEST_F(NetModel, ManyEqualTextsStayLinear) {

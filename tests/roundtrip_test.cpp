@@ -1,5 +1,6 @@
 // Written nets read back: samples, random nets, and the files of a folder.
 #include "tests/roundtrip.h"
+#include "tests/places.h"
 
 #include <gtest/gtest.h>
 
@@ -144,7 +145,7 @@ void ExpectStrict(const ImportResult& result) {
 
 TEST(RoundTrip, EverySampleInEveryFormat) {
     int nets = 0;
-    for (const fs::path& file : FilesIn(SAMPLES)) {
+    for (const fs::path& file : FilesIn(Samples())) {
         if (file.extension() == ".expected") continue;
         const ImportResult first = ReadAny(file);
         ASSERT_NE(first.net, nullptr) << file;

@@ -3,6 +3,7 @@
 #include <map>
 #include <thread>
 
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -22,7 +23,7 @@ std::string ResultOf(const Job& job) {
 std::vector<Job> Jobs(const std::map<std::string, int>& formats) {
     std::vector<Job> jobs;
     for (const auto& [folder, format] : formats) {
-        const std::filesystem::path path = std::string(SAMPLES "/") + folder;
+        const std::filesystem::path path = Samples() + "/" + folder;
         if (!std::filesystem::is_directory(path)) continue;
         for (const auto& entry : std::filesystem::directory_iterator(path))
             jobs.push_back({entry.path().filename(), ReadFile(entry.path()), "", format});

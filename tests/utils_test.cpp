@@ -213,6 +213,15 @@ TEST(Names, UniqueAmongOthers) {
     EXPECT_EQ(unique("a", 0), "a3");
     EXPECT_EQ(unique("b1", 40), "b1_2");  // not b12
     EXPECT_EQ(unique("7", 40), "G7");
+    UniqueNames_kt all;  // 'q' and all of two characters, until there are no more
+    for (int i = 0; i <= 52 * 63; ++i) {
+        char name[3] = "q";
+        ASSERT_EQ(ToLegalUniqueName_kt(name, all, 'q', sizeof name), name) << i;
+        ASSERT_TRUE(IsLegalName_kt(name));
+    }
+    char none[3] = "q";
+    EXPECT_EQ(ToLegalUniqueName_kt(none, all, 'q', sizeof none), nullptr);
+    EXPECT_STREQ(none, "q");
     UniqueNames_kt names;
     names.add("x");
     EXPECT_EQ(names.unique("x", 'N'), names.unique("x", 'N'));  // not added
@@ -392,7 +401,7 @@ TEST(Files, Names) {
         {"/a.b/net", "net", "/a.b/net", "/a.b/net.lumo"},
         {"dir/asia.net", "asia.net", "dir/asia", "dir/asia.net.lumo"},
         {".hidden", ".hidden", ".hidden", ".hidden.lumo"},
-        {"x.lumo", "x.lumo", "x", "x.lumo"},
+        {"x.lumo", "x.lumo", "x", "x.lumo.lumo"},
         {"/", "", "/", "/.lumo"},
     };
     for (const auto& c : cases) {

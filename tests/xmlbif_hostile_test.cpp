@@ -1,4 +1,5 @@
 // XML BIF texts made to hurt: damage at every byte, and sizes that only linear work survives.
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -6,7 +7,7 @@ namespace {
 
 class XmlBifSample : public testing::TestWithParam<const char*> {
 protected:
-    const std::string text = ReadFile(SAMPLES "/xmlbif/" + std::string(GetParam()) + ".xml");
+    const std::string text = ReadFile(Samples() + "/xmlbif/" + std::string(GetParam()) + ".xml");
 };
 
 TEST_P(XmlBifSample, EveryPrefix) { ImportEveryPrefix(text, FormatXMLBIF); }

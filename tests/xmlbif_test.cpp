@@ -1,6 +1,7 @@
 // XML BIF 0.3: what texts become, and every report with its place.
 #include "import/xmlbif.h"
 #include "import/readers.h"
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -9,7 +10,7 @@ namespace {
 Imported Import(const std::string& text) { return ImportText(text, FormatXMLBIF, "test.xml"); }
 
 Imported ImportSample(const std::string& name) {
-    return ImportText(ReadFile(SAMPLES "/xmlbif/" + name), FormatXMLBIF, name.c_str());
+    return ImportText(ReadFile(Samples() + "/xmlbif/" + name), FormatXMLBIF, name.c_str());
 }
 
 /// The content of a network as a file; the content starts on line 2.

@@ -68,6 +68,7 @@ struct Bnet_bn::Index {
     std::unordered_map<std::string_view, nodeset_bn*> nodesetsByName;
 
     long long filledEntries = 0;
+    long long states = 0;  ///< of all nodes
 };
 
 struct ModelAccess {
@@ -87,6 +88,8 @@ struct ModelAccess {
     static void setIdentity(Bnode_bn& node, const char* text);
     static void nameNode(Bnode_bn& node, const char* text);
     static void addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position);
+    /// Whether a node may have so many states instead of those it has; counts them when it may.
+    static rept_kt* takeStates(const Bnet_bn& net, const Bnode_bn* node, int count);
     static rept_kt* newNode(const char* name, int states, Bnet_bn& net, coord_kt position,
                             Bnode_bn*& out);
     static rept_kt* setLabel(Bnode_bn& node, char* label);

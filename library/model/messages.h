@@ -7,9 +7,9 @@ namespace lumo {
 
 struct ModelMessages {
     Message<const char*> outOfMemoryForTable{
-        -5000, MessageKind::outOfMemory, "for the table of >-node '%s'", OfAny,
-        "there is not enough memory for the file or a table; what was read before is kept"};
-    Message<const char*> outOfMemoryForParameters{-5000, MessageKind::outOfMemory,
+        -5099, MessageKind::outOfMemory, "for the table of >-node '%s'", OfAny,
+        "there is not enough memory for one table: the node has none, and all else is read"};
+    Message<const char*> outOfMemoryForParameters{-5099, MessageKind::outOfMemory,
                                                   "for the parameters of >-node '%s'", OfAny,
                                                   outOfMemoryForTable.cure};
     Message<const char*> nodeExists{
@@ -52,10 +52,15 @@ struct ModelMessages {
         {"2 2 2\n0\n2 1 1", 3, 5, OfErgo}};
     Message<const char*, int, int> tooManyStates{
         -5085, MessageKind::error, "node '%s' is to have %d states, but the limit is %d", OfAny,
-        "a number of states is negative or beyond 1,000,000. Correct it"};
+        "a number of states is negative, beyond 1,000,000, or brings the net beyond 10,000,000. "
+        "Correct it"};
     Message<int, int> badStateCount{
         -5085, MessageKind::error, "a node of %d states is wanted, but the limit is %d",
         OfAny, tooManyStates.cure, {"1 -2", 1, 3, OfErgo}};
+    Message<int, long long, int> tooManyNetStates{
+        -5085, MessageKind::error,
+        "a node of %d states would give the net %lld states, but the limit is %d", OfAny,
+        tooManyStates.cure};
     Message<const char*, int, const char*, int> badStateIndex{
         -5086,
         MessageKind::warning,

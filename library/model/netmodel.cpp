@@ -96,8 +96,7 @@ Bnode_bn* ModelAccess::identified(const Bnet_bn& net, std::string_view text) {
 Bnode_bn* Bnet_bn::findNodeLabeled(const char* text) const {
     if (text == nullptr) return nullptr;
     if (Bnode_bn* node = index_->identities.find(text)) return node;
-    if (Bnode_bn* node = index_->names.find(text)) return node;
-    return index_->names.find(LegalName(text));
+    return index_->names.find(text);
 }
 
 /// Whether nobody has the name; a node with a made-up name gives it up.
@@ -207,9 +206,7 @@ rept_kt* ModelAccess::newNode(const char* name, int states, Bnet_bn& net, coord_
     if (name != nullptr && identified(net, name) != nullptr) {
         return NewReport(msg::model.nodeExists, name);
     }
-    if (states < 0 || states > MaxStates) {
-        return NewReport(msg::model.badStateCount, states, MaxStates);
-    }
+    if (rept_kt* report = takeStates(net, nullptr, states); IsError(report)) return report;
     Bnode_bn* node = new Bnode_bn;
     node->net_ = &net;
     node->index_ = net.nodes.N;

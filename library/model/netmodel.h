@@ -34,6 +34,7 @@ struct Reln_bn;
 
 inline constexpr int MaxTableEntries = 1 << 27;  ///< entries of one table
 inline constexpr int MaxStates = 1'000'000;      ///< states of one node
+inline constexpr int MaxNetStates = 10'000'000;  ///< states of all nodes of a net
 inline constexpr int MaxNodesets = 10'000;       ///< node sets of one net
 
 enum NodeKindEN : int { NatureNode = 1, DecisionNode = 3, UtilityNode = 4 };
@@ -438,11 +439,11 @@ public:
     Bnet_bn& operator=(const Bnet_bn&) = delete;
 
     /// The node that the text names: by identity text (the label given to SetNodeLabel, or the name
-    /// handed to NewNode_ibn), then by name, then by the legal form of the text. Null when none.
+    /// handed to NewNode_ibn), else by name. Null when none.
     Bnode_bn* findNodeLabeled(const char* text) const;
 
-    /// A new node set; its name must be new. Null above MaxNodesets, and when a set of the name
-    /// exists (that one is returned then). Style and template are null.
+    /// The node set of that name, a new one when there is none yet; null above MaxNodesets. Style
+    /// and template are null.
     nodeset_bn* newNodeset(const char* setName, const NodesetStyle*, const nodeset_bn*);
     nodeset_bn* findNodeset(std::string_view setName) const;
     const std::vector<OwnedNodeset>& nodesets() const;

@@ -61,11 +61,6 @@ rept_kt* CheckStateNames(const Bnode_bn& node, char* const* names, int count) {
     return Okay_rept_kt;
 }
 
-rept_kt* CheckStateCount(const Bnode_bn& node, int count) {
-    if (count >= 0 && count <= MaxStates) return Okay_rept_kt;
-    return NewReport(msg::model.tooManyStates, node.name(), count, MaxStates);
-}
-
 /// Warns when the node has no such state.
 bool HasState(const Bnode_bn& node, int state, const char* what) {
     if (state >= 0 && state < node.numStates()) return true;
@@ -161,14 +156,27 @@ void ModelAccess::forgetStateNames(Bnode_bn& node) {
     if (index(node).stateNamesOf == &node) index(node).stateNamesOf = nullptr;
 }
 
+rept_kt* ModelAccess::takeStates(const Bnet_bn& net, const Bnode_bn* node, int count) {
+    if (count < 0 || count > MaxStates)
+        return node != nullptr ? NewReport(msg::model.tooManyStates, node->name(), count, MaxStates)
+                               : NewReport(msg::model.badStateCount, count, MaxStates);
+    long long& states = index(net).states;
+    const long long wanted = states + count - (node != nullptr ? node->numStates() : 0);
+    if (wanted > MaxNetStates)
+        return NewReport(msg::model.tooManyNetStates, count, wanted, MaxNetStates);
+    states = wanted;
+    return Okay_rept_kt;
+}
+
 rept_kt* Bnode_bn::setStates(int count, char** names, double* levels, const int*, const int*,
                              CheckEN) {
     const OwnedStrs ownedNames(names, std::max(count, 0));
     std::unique_ptr<double[]> ownedLevels(levels);
-    if (rept_kt* report = CheckStateCount(*this, count); IsError(report)) return report;
-    if (names != nullptr) {
+    if (names != nullptr && count >= 0) {
         if (rept_kt* report = CheckStateNames(*this, names, count); IsError(report)) return report;
     }
+    if (rept_kt* report = ModelAccess::takeStates(net(), this, count); IsError(report))
+        return report;
     StoredTexts stored = ModelAccess::storeTexts(names, count);
     if (count != variable.numStates) ModelAccess::dropTables(*this);
     ModelAccess::forgetStateNames(*this);
@@ -243,8 +251,9 @@ rept_kt* Bnode_bn::setStateComment(int state, char* text) {
 
 rept_kt* SetStatesToLabels(Bnode_bn& node, char** labels, int count, bool createNames) {
     OwnedStrs owned(labels, std::max(count, 0));
-    if (rept_kt* report = CheckStateCount(node, count); IsError(report)) return report;
-    if (labels == nullptr || (AllLegal(labels, count) && FirstRepeated(labels, count) == nullptr)) {
+    const bool usable = labels == nullptr || count < 0 || count > MaxStates ||
+                        (AllLegal(labels, count) && FirstRepeated(labels, count) == nullptr);
+    if (usable) {
         return node.setStates(count, owned.release(), nullptr, nullptr, nullptr, CheckFull);
     }
     char** names = createNames ? MakeLegalUniqueNames_kt(labels, count, 's') : nullptr;

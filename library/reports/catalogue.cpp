@@ -15,7 +15,8 @@ std::vector<const MessageRow*> FindReport(int number) {
 
 std::string MessageOf(const MessageRow& row) {
     std::string text;
-    if (row.kind == MessageKind::outOfMemory) text = "out of memory ";
+    if (row.kind == MessageKind::outOfMemory || row.kind == MessageKind::endingMemory)
+        text = "out of memory ";
     for (const char* p = row.text; *p != '\0'; ++p) {
         if (*p == '%') {
             p += std::strcspn(p, "sdgcf");  // what ends a conversion

@@ -80,9 +80,8 @@ using UnknownCounts = std::unordered_map<UnknownWord, long long, UnknownHash, Un
 // Reports made outside any scope have no end to be released at: so many are kept, the latest.
 inline constexpr std::size_t MaxKeptOutside = 256;
 
-struct Context {
-    int depth = 0;  ///< of scopes
-    std::deque<rept_kt> reports;
+/// What one scope counts.
+struct ReportBudget {
     std::size_t firstOfScope = 0;  ///< reports before it were made outside the scope
     std::size_t messageBytes = 0;  ///< of the reports of the scope
     int errors = 0;                ///< shown
@@ -91,20 +90,17 @@ struct Context {
     long long notes = 0;           ///< printed, or not because there were too many
     bool failShown = false;        ///< Fail_rept_kt, which is shared by all threads
     UnknownCounts unknown;
+};
+
+struct Context : ReportBudget {
+    int depth = 0;  ///< of scopes
+    std::deque<rept_kt> reports;
     ReportHandler* handler = nullptr;
     PlaceSource* place = nullptr;
     SpareReport spare;
 
     bool inScope() const { return depth > 0; }
     bool warningsSpent() const { return inScope() && warnings >= MaxShownWarnings; }
-
-    void startScope() {
-        firstOfScope = reports.size();
-        messageBytes = 0;
-        errors = warnings = 0;
-        hiddenWarnings = notes = 0;
-        failShown = false;
-    }
 
     rept_kt& addReport() {
         if (!inScope() && reports.size() >= MaxKeptOutside) reports.pop_front();

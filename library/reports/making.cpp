@@ -150,7 +150,8 @@ rept_kt* newerrwait_kt(int number, const char* format, ...) {
 
 namespace {
 
-rept_kt* VMakeMemoryReport(int number, double bytes, const char* format, va_list arguments) {
+rept_kt* VMakeMemoryReport(int number, int severity, double bytes, const char* format,
+                           va_list arguments) {
     // Formatted without allocating, so that the text survives when even the report cannot be had.
     char text[SpareReport::size];
     const int length = bytes > 0
@@ -159,7 +160,7 @@ rept_kt* VMakeMemoryReport(int number, double bytes, const char* format, va_list
     VSPrintf(text + length, sizeof text - static_cast<std::size_t>(length), PlainFormat(format),
              arguments);
     try {
-        return AddReport(number, SeverityFatal, text);
+        return AddReport(number, severity, text);
     } catch (const std::bad_alloc&) {
         return UseSpareReport(number, text);
     }
@@ -170,7 +171,7 @@ rept_kt* VMakeMemoryReport(int number, double bytes, const char* format, va_list
 rept_kt* newerr_mem_kt(int number, double bytes, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    rept_kt* const report = VMakeMemoryReport(number, bytes, format, arguments);
+    rept_kt* const report = VMakeMemoryReport(number, SeverityFatal, bytes, format, arguments);
     va_end(arguments);
     return report;
 }
@@ -208,7 +209,8 @@ rept_kt* NewRowReport(const MessageRow* row, ...) {
 rept_kt* NewMemoryRowReport(const MessageRow* row, double bytes, ...) {
     va_list arguments;
     va_start(arguments, bytes);
-    rept_kt* const report = VMakeMemoryReport(row->number, bytes, row->text, arguments);
+    rept_kt* const report =
+        VMakeMemoryReport(row->number, SeverityOf(row->kind), bytes, row->text, arguments);
     va_end(arguments);
     return report;
 }

@@ -45,14 +45,16 @@ enum class MessageKind : unsigned char {
     warning,
     error,
     waitingError,  ///< an error that asks for the user's acknowledgement
-    outOfMemory,   ///< fatal; "out of memory (8 bytes wanted) " stands before its text
+    outOfMemory,   ///< an error that costs what the memory was for; "out of memory (8 bytes
+                   ///< wanted) " stands before its text
+    endingMemory,  ///< the same, but fatal: it ends the import
     fatal,
 };
 
 /// SeverityEN of the reports of that kind; a question has SeverityOkay.
 constexpr int SeverityOf(MessageKind kind) {
     constexpr int severities[] = {SeverityOkay,  SeverityNotice, SeverityWarning, SeverityError,
-                                  SeverityError, SeverityFatal,  SeverityFatal};
+                                  SeverityError, SeverityError,  SeverityFatal,   SeverityFatal};
     return severities[static_cast<int>(kind)];
 }
 

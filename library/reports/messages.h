@@ -17,7 +17,7 @@ struct ReportsMessages {
     Message<> outOfMemory{
         -5000, MessageKind::fatal, "out of memory", OfAny,
         "there is not enough memory for the file or a table; what was read before is kept"};
-    Message<const char*> outOfMemoryReading{-5000, MessageKind::outOfMemory, "reading '%s'", OfAny,
+    Message<const char*> outOfMemoryReading{-5000, MessageKind::endingMemory, "reading '%s'", OfAny,
                                             outOfMemory.cure};
     Message<const char*, const char*> cannotOpenFile{-5001, MessageKind::notice,
                                                      "cannot open '%s': %s", OfAny,

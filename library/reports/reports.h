@@ -57,7 +57,8 @@ inline bool IsError(const rept_kt* report) {
 
 /// What an application installs to see reports and answer questions. The default writes to standard
 /// error and answers no. Methods are called on the importing thread, possibly with the import lock
-/// held; they must not import, and an exception they throw ends the import.
+/// held; they must not import, and an exception they throw, whatever its type, ends the import with
+/// the fatal report -5005, which tells its text.
 class ReportHandler {
 public:
     virtual ~ReportHandler() = default;
@@ -97,15 +98,24 @@ private:
 inline constexpr int MaxErrors = 1000;          ///< errors an import before reading stops
 inline constexpr int MaxShownWarnings = 10000;  ///< warnings and notices an import shows
 
-/// One import (or one test). The outermost scope of a thread starts fresh budgets and unknown-word
-/// counts; when it ends it shows what was never shown, the count of warnings that were not shown
-/// and one summary of repeated unknown words, and releases every report made in it.
+struct ReportBudget;
+
+/// One import, or one test: it has budgets and unknown-word counts of its own. When it ends it
+/// shows what was never shown, the count of warnings that were not shown and one summary of
+/// repeated unknown words; the end of the outermost of the thread releases every report made in it.
 class ReportScope {
 public:
     ReportScope();
-    ~ReportScope();
+    ~ReportScope();  ///< an exception that a handler throws meanwhile is dropped
     ReportScope(const ReportScope&) = delete;
     ReportScope& operator=(const ReportScope&) = delete;
+
+    /// Shows now what the end would show, and lets the handler's exceptions pass.
+    void end();
+
+private:
+    ReportBudget* outer_ = nullptr;  ///< owned: what the scope around this one has counted
+    bool ended_ = false;
 };
 
 /// Where reports get their place from. A tokenizer registers itself while it lives; the innermost
@@ -119,7 +129,7 @@ public:
 
 protected:
     PlaceSource();
-    virtual ~PlaceSource();
+    ~PlaceSource();
 
 private:
     PlaceSource* outer_;
@@ -131,7 +141,7 @@ PlaceSource* InnermostPlaceSource();  ///< null when no tokenizer lives on this 
 /// nothing.
 void ShowReport(rept_kt* report);
 
-/// Errors shown in the present outermost scope.
+/// Errors shown in the present scope.
 int ErrorsSoFar();
 
 /// True once the error budget is used up; the reader's tokenizer then jumps to the end of its

@@ -1,5 +1,6 @@
 // What an import is to the reports: budgets, places, unknown words, and what is said at its end.
 #include <algorithm>
+#include <new>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -48,7 +49,7 @@ rept_kt* NewClosingReport(const Message<ARGS...>& message,
     return AddReport(message.number, SeverityOf(message.kind), Format(message.text, arguments...));
 }
 
-/// What the outermost scope still has to say when it ends.
+/// What a scope still has to say when it ends.
 void ShowClosingReports(Context& here) {
     // By index: the handler may make reports meanwhile.
     for (std::size_t i = here.firstOfScope; i < here.reports.size(); ++i) {
@@ -78,21 +79,27 @@ Context& Here() {
 
 ReportScope::ReportScope() {
     Context& here = Here();
-    if (++here.depth == 1) here.startScope();
+    // Without memory for it the scope counts on the budget around it.
+    if (here.depth++ > 0) outer_ = new (std::nothrow) ReportBudget(std::move(here));
+    static_cast<ReportBudget&>(here) = ReportBudget();
+    here.firstOfScope = here.reports.size();
+}
+
+void ReportScope::end() {
+    if (std::exchange(ended_, true)) return;
+    ShowClosingReports(Here());
 }
 
 ReportScope::~ReportScope() {
     Context& here = Here();
-    if (here.depth == 1) {
-        try {
-            ShowClosingReports(here);
-        } catch (...) {
-            // A handler that throws ends the import, which ends here.
-        }
-        here.reports.clear();
-        here.unknown.clear();
+    try {
+        end();
+    } catch (...) {
+        // A handler that throws ends the import, which ends here.
     }
-    --here.depth;
+    if (--here.depth == 0) here.reports.clear();
+    static_cast<ReportBudget&>(here) = outer_ != nullptr ? std::move(*outer_) : ReportBudget();
+    delete outer_;
 }
 
 PlaceSource::PlaceSource() : outer_(Here().place) { Here().place = this; }

@@ -114,7 +114,9 @@ void SetCharProp_kt(const char* characters, CharPropBitsEN bits, short* table) {
 InChannel_CString_kt::InChannel_CString_kt(const char* text, const char* shownName)
     : position(text), start(text) {
     if (Is16Bit_kt(text)) throw MakeUnicodeError_kt(-4136, text, nullptr);
-    if (shownName != nullptr) CopyWord(shownName, fileName, fileNameSize - 1);
+    if (shownName == nullptr) return;
+    wholeName = shownName;
+    CopyWord(wholeName, fileName, fileNameSize - 1);
 }
 
 Parser_kt* InChannel_CString_kt::makeParser(const ParserOptions_kt* options) {
@@ -440,7 +442,7 @@ void Parser_CString_kt::describePlace(rept_kt& report) const {
     const auto text = [](const char* s) { return s == nullptr || Is16Bit_kt(s) ? "" : s; };
     const char* const place = std::clamp(tokenStart_, channel.start, end_);
     const LineCounter::Mark mark = state_->lines.at(place);
-    report.file = channel.fileName;
+    report.file = channel.wholeName;
     report.line = mark.line;
     report.column = static_cast<int>(
         std::clamp<std::ptrdiff_t>(place - mark.lineStart, 0, std::numeric_limits<int>::max() - 1) +

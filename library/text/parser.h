@@ -85,11 +85,12 @@ class InChannel_CString_kt : public InChannel_kt {
 public:
     static constexpr int fileNameSize = 260;
 
-    char fileName[fileNameSize] = {};  ///< shown in reports; a longer name is cut
+    char fileName[fileNameSize] = {};  ///< a longer name is cut
     long long length = -1;             ///< reserved for the length of the text; -1: not known
     vect_kt<long long> lineIndex;      ///< reserved for an index of lines; empty
     const char* position = nullptr;    ///< the next character
     const char* start = nullptr;       ///< the first character
+    std::string wholeName;             ///< what fileName holds the beginning of
 
     /// Throws the report of MakeUnicodeError_kt (-4136) for a text with the mark 0xFF 0xFE.
     InChannel_CString_kt(const char* text, const char* shownName);
@@ -236,7 +237,7 @@ public:
 
 protected:
     Parser_kt() = default;
-    ~Parser_kt() override { delete[] buffer; }
+    ~Parser_kt() { delete[] buffer; }
     friend void DeleteParser(Parser_kt* parser);
     virtual long long bytesTotal() const = 0;
 
@@ -258,7 +259,7 @@ public:
     strin_kt work;
 
     Parser_CString_kt(const ParserOptions_kt* options, const InChannel_CString_kt& from);
-    ~Parser_CString_kt() override;
+    ~Parser_CString_kt();
 
     int eofChar() const override;
     void skipSpaces() override;

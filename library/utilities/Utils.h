@@ -134,8 +134,9 @@ public:
     void remove(std::string_view name);
 
     /// A legal name made from `name` that is not taken: the legal form itself, or that with a
-    /// number appended (its tail cut so that the result has at most maxLength characters). Does not
-    /// add it.
+    /// number appended (its tail cut so that the result has at most maxLength characters); where no
+    /// number has room, a short name beginning with the prefix if one is free. Empty when every
+    /// name that fits is taken. Does not add it.
     std::string unique(std::string_view name, char prefix, int maxLength = MaxNameLength);
 
 private:
@@ -145,7 +146,8 @@ private:
 
 /// Makes `name` legal and different from the `count` existing names (null entries are passed over),
 /// in place, within `size` bytes, the terminating zero included; 0 means the length of name plus 2.
-/// At least 13 bytes are needed for a unique name to be certain. Returns name.
+/// Returns name; null, and nothing is written, when every name that fits is taken, which takes a
+/// size below 7.
 char* ToLegalUniqueName_kt(char* name, const char* const* existing, int count, char prefix,
                            int size = 0);
 /// The same against a set of names, to which the result is added: linear over many names.
@@ -164,8 +166,8 @@ const char* FileNamePtr_kt(const char* path);  ///< the part after the last dire
 char* FileNamePtr_kt(char* path);
 void RemoveExtension_kt(char* path);  ///< cuts the extension in place; a leading dot is none
 
-/// Appends the extension in place when the file name does not end in it already; the buffer must
-/// have room. The third argument is null. Returns path.
+/// Appends the extension in place; the buffer must have room. The third argument is null. Returns
+/// path.
 char* AddExtension_kt(char* path, const char* extension, const char*);
 
 /// Reads a whole file, at most maxLength bytes (-1: no limit), into a zero-terminated text from the

@@ -142,9 +142,7 @@ void RemoveExtension_kt(char* path) {
 }
 
 char* AddExtension_kt(char* path, const char* extension, const char*) {
-    if (path == nullptr || extension == nullptr) return path;
-    if (!std::string_view(FileNamePtr_kt(path)).ends_with(extension)) std::strcat(path, extension);
-    return path;
+    return path == nullptr || extension == nullptr ? path : std::strcat(path, extension);
 }
 
 // ---- Reading -------------------------------------------------------------------------------

@@ -72,6 +72,8 @@ struct TextHash {
     std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>()(s); }
 };
 
+constexpr std::size_t MaxShortName = 4;  // 13 million of them
+
 /// What a number is appended to: the name cut to `room` characters, with an underscore after a last
 /// digit, so that the number stays apart.
 std::string Stem(std::string_view name, std::size_t room) {
@@ -88,12 +90,34 @@ struct UniqueNames_kt::Impl {
     /// The next number to try for each stem and number of digits: never one that was found taken,
     /// so that n equal names, cut or not, cost n steps.
     std::unordered_map<std::string, int> next[10];
+    /// The next to try of the short names, by their length.
+    std::size_t nextShort[MaxShortName + 1] = {};
 
-    std::string numbered(std::string_view base, std::size_t maxLength);
+    std::string numbered(std::string_view base, std::size_t maxLength, char prefix);
+    std::string shortName(char prefix, std::size_t length);
 };
 
-/// The base with the first free number; the base itself when there is no room for one.
-std::string UniqueNames_kt::Impl::numbered(std::string_view base, std::size_t maxLength) {
+/// The first free name of so many characters, counted through letters, digits and the underscore:
+/// for when no number has room behind the base. Empty when all are taken.
+std::string UniqueNames_kt::Impl::shortName(char prefix, std::size_t length) {
+    constexpr std::string_view characters =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_";
+    constexpr std::size_t letters = 52;
+    std::string name(length, PrefixLetter(prefix));
+    for (std::size_t& number = nextShort[length];; ++number) {
+        std::size_t rest = number;
+        for (std::size_t i = length; i-- > 1; rest /= characters.size())
+            name[i] = characters[rest % characters.size()];
+        if (rest > letters) return {};
+        if (rest > 0) name[0] = characters[rest - 1];
+        if (!taken.contains(name)) return name;
+    }
+}
+
+/// The base with the first free number, or a short name where none has room; empty when every name
+/// that fits is taken.
+std::string UniqueNames_kt::Impl::numbered(std::string_view base, std::size_t maxLength,
+                                           char prefix) {
     long long limit = 10;  // the first number with more digits
     for (std::size_t digits = 1; digits <= 9 && digits < maxLength; ++digits, limit *= 10) {
         const std::string stem = Stem(base, maxLength - digits);
@@ -103,7 +127,7 @@ std::string UniqueNames_kt::Impl::numbered(std::string_view base, std::size_t ma
             if (!taken.contains(candidate)) return candidate;
         }
     }
-    return std::string(base);
+    return shortName(prefix, std::min(maxLength, MaxShortName));
 }
 
 UniqueNames_kt::UniqueNames_kt() : impl_(std::make_unique<Impl>()) {}
@@ -122,7 +146,7 @@ std::string UniqueNames_kt::unique(std::string_view name, char prefix, int maxLe
     const auto most = static_cast<std::size_t>(std::clamp(maxLength, 1, MaxNameLength));
     std::string base = LegalName(name, prefix);
     base.resize(std::min(base.size(), most));
-    return contains(base) ? impl_->numbered(base, most) : base;
+    return contains(base) ? impl_->numbered(base, most, prefix) : base;
 }
 
 char* ToLegalUniqueName_kt(char* name, const char* const* existing, int count, char prefix,
@@ -137,8 +161,9 @@ char* ToLegalUniqueName_kt(char* name, const char* const* existing, int count, c
 }
 
 char* ToLegalUniqueName_kt(char* name, UniqueNames_kt& existing, char prefix, int size) {
-    if (name == nullptr || size < 2) return name;
+    if (name == nullptr || size < 2) return nullptr;
     const std::string unique = existing.unique(name, prefix, size - 1);
+    if (unique.empty()) return nullptr;
     existing.add(unique);
     return Overwrite(name, unique);
 }

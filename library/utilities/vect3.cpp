@@ -44,8 +44,6 @@ void vect3_kt<char>::freeStorage() {
     ReleasingVectMemory_kt(released);
 }
 
-strin_kt::~strin_kt() { freeStorage(); }
-
 void strin_kt::swap(strin_kt& other) noexcept {
     std::swap(first, other.first);
     std::swap(last, other.last);

@@ -29,8 +29,9 @@ public:
     /// A req_size below the count is a failed assertion, and then nothing changes.
     void realloc_(int req_size);
 
+    ~vect3_kt() { freeStorage(); }
+
 protected:
-    ~vect3_kt() = default;
     void freeStorage();
 };
 
@@ -39,12 +40,12 @@ protected:
 class strin_kt : public vect3_kt<char> {
 public:
     strin_kt() = default;
+    ~strin_kt() = default;
     strin_kt(strin_kt&& other) noexcept { swap(other); }
     strin_kt& operator=(strin_kt&& other) noexcept {
         swap(other);
         return *this;
     }
-    ~strin_kt();
 
     void swap(strin_kt& other) noexcept;
     bool isEmpty() const { return first == last; }
