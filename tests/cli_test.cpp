@@ -15,6 +15,9 @@
 
 namespace {
 
+using lumo::test::Binary;
+using lumo::test::Samples;
+
 namespace fs = std::filesystem;
 
 std::string Slurp(const fs::path& path) {

@@ -9,7 +9,7 @@
 
 #include "tests/places.h"
 
-namespace lumo::app {
+namespace lumo::test {
 namespace {
 
 std::string Detected(std::string_view text, std::string_view name = "file") {
@@ -95,4 +95,4 @@ TEST(Detect, EverySampleWithoutItsName) {
 }
 
 }  // namespace
-}  // namespace lumo::app
+}  // namespace lumo::test
