@@ -209,7 +209,7 @@ TEST_F(Cli, ConvertToFileStandardOutputAndFolder) {
 }
 
 TEST_F(Cli, InputsAreNotWrittenOver) {
-    write("asia.net", Slurp(SAMPLES "/hugin/asia.net"));
+    write("asia.net", Slurp(Samples() + "/hugin/asia.net"));
     write("bad.net", "net { zoom; HR_Zoom_ZoomFactor = full; }\nnode a { }\n");
     fs::create_symlink("asia.net", folder / "link.net");
     fs::create_hard_link(folder / "asia.net", folder / "hard.net");

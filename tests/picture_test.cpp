@@ -6,6 +6,7 @@
 
 #include "import/detect.h"
 #include "tests/picture_support.h"
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -114,7 +115,7 @@ TEST(FilePicture, OnlyLinksThatWouldCutANodeBend) {
 
 TEST(Picture, OfEverySampleIsSound) {
     int samples = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(SAMPLES)) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(Samples())) {
         const FormatInfo* format = DetectFormat("", entry.path().string());
         if (format == nullptr || entry.is_directory()) continue;
         SCOPED_TRACE(entry.path());
