@@ -1,4 +1,5 @@
 // The BIF reader: samples, the forms that files take, and texts made to hurt.
+#include "tests/places.h"
 #include "tests/samples.h"
 
 namespace lumo::test {
@@ -10,9 +11,9 @@ protected:
 };
 
 TEST_P(BifSample, IsReadAsExpected) { ExpectSample(path, FormatBIF); }
-TEST_P(BifSample, EveryPrefix) { ImportEveryPrefix(ReadFile(SAMPLES "/" + path), FormatBIF); }
+TEST_P(BifSample, EveryPrefix) { ImportEveryPrefix(ReadFile(Samples() + "/" + path), FormatBIF); }
 TEST_P(BifSample, EveryByteChanged) {
-    ImportEveryByteChanged(ReadFile(SAMPLES "/" + path), FormatBIF);
+    ImportEveryByteChanged(ReadFile(Samples() + "/" + path), FormatBIF);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, BifSample, testing::Values("classic", "dialects", "damaged"));

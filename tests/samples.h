@@ -1,6 +1,7 @@
 // Samples with what must become of them: the net and the reports, in a file beside each.
 #pragma once
 
+#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -8,7 +9,7 @@ namespace lumo::test {
 /// Compares the sample's net and reports with the file of the same name and ".expected".
 inline void ExpectSample(const std::string& path, int format) {
     SCOPED_TRACE(path);
-    const std::string file = std::string(SAMPLES "/") + path;
+    const std::string file = Samples() + "/" + path;
     const Imported got = ImportText(ReadFile(file), format, path.c_str());
     ExpectSound(got);
     ExpectFile(file + ".expected", NetText(got.net.get()) + got.seen.text());

@@ -1,4 +1,5 @@
 // The UAI reader: samples, what is refused and why, and texts made to hurt.
+#include "tests/places.h"
 #include "tests/samples.h"
 
 namespace lumo::test {
@@ -10,9 +11,9 @@ protected:
 };
 
 TEST_P(UaiSample, IsReadAsExpected) { ExpectSample(path, FormatUAI); }
-TEST_P(UaiSample, EveryPrefix) { ImportEveryPrefix(ReadFile(SAMPLES "/" + path), FormatUAI); }
+TEST_P(UaiSample, EveryPrefix) { ImportEveryPrefix(ReadFile(Samples() + "/" + path), FormatUAI); }
 TEST_P(UaiSample, EveryByteChanged) {
-    ImportEveryByteChanged(ReadFile(SAMPLES "/" + path), FormatUAI);
+    ImportEveryByteChanged(ReadFile(Samples() + "/" + path), FormatUAI);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, UaiSample, testing::Values("classic", "features", "damaged"));

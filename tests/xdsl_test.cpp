@@ -1,4 +1,5 @@
 // The XDSL reader: samples, noisy-max against its definition, places, and texts made to hurt.
+#include "tests/places.h"
 #include "tests/samples.h"
 
 namespace lumo::test {
@@ -10,9 +11,9 @@ protected:
 };
 
 TEST_P(XdslSample, IsReadAsExpected) { ExpectSample(path, FormatXDSL); }
-TEST_P(XdslSample, EveryPrefix) { ImportEveryPrefix(ReadFile(SAMPLES "/" + path), FormatXDSL); }
+TEST_P(XdslSample, EveryPrefix) { ImportEveryPrefix(ReadFile(Samples() + "/" + path), FormatXDSL); }
 TEST_P(XdslSample, EveryByteChanged) {
-    ImportEveryByteChanged(ReadFile(SAMPLES "/" + path), FormatXDSL);
+    ImportEveryByteChanged(ReadFile(Samples() + "/" + path), FormatXDSL);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, XdslSample,

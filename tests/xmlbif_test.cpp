@@ -133,7 +133,7 @@ TEST(XmlBif, DamagedSampleKeepsWhatWasReadBefore) {
 }
 
 TEST(XmlBif, TornSampleIsReadLeniently) {
-    const std::string text = ReadFile(SAMPLES "/xmlbif/torn.xml");
+    const std::string text = ReadFile(Samples() + "/xmlbif/torn.xml");
     EXPECT_EQ(Import(text).seen.text(), "-3474 15:8 unknown variable 'delay' in FOR element\n");
     const Imported got = ImportLeniently(text, FormatXMLBIF);
     EXPECT_EQ(Outline(got),
