@@ -156,7 +156,7 @@ void Applied::installTable() {
     const vect_kt<float>& numbers = read_.numbers;
     XArray<float> table = NewXArray<float>(numbers.N);
     if (table == nullptr) {
-        throw NewMemoryReport(msg::xmlbif.outOfMemoryForTable, 4.0 * numbers.N, child_->name());
+        throw NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * numbers.N, child_->name());
     }
     const int states = child_->numStates();
     if (states > 1 && isStateSlowest()) {

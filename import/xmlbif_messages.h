@@ -214,9 +214,6 @@ struct XMLBIFMessages {
          "<DEFINITION><FOR>a</FOR><TABLE>1</TABLE></DEFINITION>"
          "<DEFINITION><FOR>a</FOR><TABLE>1</TABLE></DEFINITION>",
          1, 161}};
-    Message<const char*> outOfMemoryForTable{-5000, MessageKind::outOfMemory,
-                                             "for the table of >-node '%s'", OfXMLBIF,
-                                             msg::reports.outOfMemory.cure};
 
     // What lenient reading takes.
     Message<const char*> otherVersion{
