@@ -1,14 +1,23 @@
 #include "app/batch.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <map>
+#include <memory>
+#include <vector>
 
 #include "app/convert.h"
 #include "export/text.h"
@@ -16,126 +25,235 @@
 namespace lumo::app {
 namespace {
 
-/// Finished files whose turn to be shown has not come hold descriptors, so there is a limit to
-/// them.
-constexpr std::size_t maxAhead = 100;
+/// What is printed about finished files whose turn to be shown has not come lies in memory, so
+/// there is a limit to them.
+constexpr std::size_t maxAhead = 10000;
+constexpr std::size_t longestRun = 64;  ///< files that a worker takes at once
+constexpr std::size_t runsEach = 4;     ///< into which the files left are cut for each worker
 
 /// How many files ended with each exit code.
 using Totals = std::map<int, int>;
 
-/// A process that works on one file; what it prints is kept until the file's turn comes.
-struct Worker {
-    pid_t process = -1;
-    int out = -1;
-    int error = -1;
-    bool running = true;
-    int exitCode = ExitNothing;
+/// Files by their place in the list, from first up to last.
+struct Run {
+    std::size_t first = 0, last = 0;
+    bool empty() const { return first == last; }
 };
 
-/// Copies everything that was written to the descriptor, and closes it.
-void Forward(int from, int to) {
+/// What a worker tells of a file: how it went, and where what is printed of it ends.
+struct Done {
+    int exitCode = ExitNothing;
+    off_t out = 0, error = 0;
+};
+
+/// The two streams of a worker, files in memory.
+struct Printed {
+    const int out = ::memfd_create("out", MFD_CLOEXEC);
+    const int error = ::memfd_create("error", MFD_CLOEXEC);
+
+    Printed() = default;
+    Printed(const Printed&) = delete;
+    Printed& operator=(const Printed&) = delete;
+    ~Printed() {
+        for (const int descriptor : {out, error})
+            if (descriptor >= 0) ::close(descriptor);
+    }
+};
+
+/// A finished file: what was printed of it stands between the two marks.
+struct Result {
+    std::shared_ptr<const Printed> printed;
+    Done from, to;
+};
+
+/// A process that works on runs of files.
+struct Worker {
+    pid_t process = -1;  ///< -1 when there is none
+    int channel = -1;    ///< sends runs, receives what is done
+    Run run;             ///< what it has to do still
+    std::shared_ptr<const Printed> printed;
+    Done before;  ///< where what is printed of the present file begins
+};
+
+/// Copies that part of the file, and gives its memory back.
+void Forward(int file, off_t from, off_t to, int target) {
     char buffer[16 * 1024];
-    off_t at = 0;
-    ssize_t got = 0;
-    while ((got = ::pread(from, buffer, sizeof buffer, at)) > 0) {
-        at += got;
+    const off_t begin = from;
+    while (from < to) {
+        const auto size = std::min<std::size_t>(sizeof buffer, static_cast<std::size_t>(to - from));
+        const ssize_t got = ::pread(file, buffer, size, from);
+        if (got <= 0) break;
+        from += got;
         for (ssize_t put = 0; put < got;) {
-            const ssize_t n = ::write(to, buffer + put, static_cast<std::size_t>(got - put));
+            const ssize_t n = ::write(target, buffer + put, static_cast<std::size_t>(got - put));
             if (n < 0 && errno != EINTR) break;
             put += std::max<ssize_t>(n, 0);
         }
     }
-    ::close(from);
+    if (begin < to)
+        ::fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, begin, to - begin);
 }
 
 /// The processes of one batch.
 class Pool {
 public:
-    Pool(const Options& options, FileWork work) : options_(options), work_(work) {}
+    Pool(const Options& options, FileWork work)
+        : options_(options),
+          work_(work),
+          workers_(std::min(static_cast<std::size_t>(options.jobs), options.files.size())) {}
 
     Totals run();
 
 private:
-    bool mayStart() const;
-    void start();
-    void waitForOne();
+    void giveWork(Worker& worker);
+    bool start(Worker& worker);
+    [[noreturn]] void runWorker(const Worker& worker, int channel) const;
+    void waitForSome();
+    void hear(Worker& worker);
+    void bury(Worker& worker);
+    void finish(Worker& worker, const Done& done);
     void showFinished();
-    [[noreturn]] void runWorker(const std::string& file, const Worker& worker) const;
 
     const Options& options_;
     const FileWork work_;
-    std::map<std::size_t, Worker> workers_;  ///< started, not shown yet, by place in the list
-    std::size_t next_ = 0;                   ///< the next file to start
-    int running_ = 0;
+    std::vector<Worker> workers_;
+    std::map<std::size_t, Result> finished_;  ///< by place, not shown yet
+    std::size_t next_ = 0;                    ///< the next file to give to a worker
+    std::size_t shown_ = 0;
     Totals totals_;
 };
 
-bool Pool::mayStart() const {
-    return next_ < options_.files.size() && running_ < options_.jobs && workers_.size() < maxAhead;
+/// Sends the worker a run unless it has one, and starts it when there is none. The run of a worker
+/// that died goes to the one that takes its place.
+void Pool::giveWork(Worker& worker) {
+    const bool again = !worker.run.empty();
+    if (again && worker.process > 0) return;
+    if (!again) {
+        const std::size_t end = std::min(options_.files.size(), shown_ + maxAhead);
+        if (next_ >= end) return;
+        const std::size_t share = (options_.files.size() - next_) / (runsEach * workers_.size());
+        worker.run = {next_, std::min(end, next_ + std::clamp<std::size_t>(share, 1, longestRun))};
+        next_ = worker.run.last;
+    }
+    if (worker.process < 0 && !start(worker)) {
+        std::cerr << "lumo-import: cannot start a process\n";
+        while (!worker.run.empty()) finish(worker, {});
+        return;
+    }
+    // A worker that is dead already is found when it is waited for.
+    ::send(worker.channel, &worker.run, sizeof worker.run, MSG_NOSIGNAL);
 }
 
-void Pool::start() {
-    Worker& worker = workers_[next_];
-    const std::string& file = options_.files[next_++];
-    worker.out = ::memfd_create("out", MFD_CLOEXEC);
-    worker.error = ::memfd_create("error", MFD_CLOEXEC);
+bool Pool::start(Worker& worker) {
+    int channels[2] = {-1, -1};
+    auto printed = std::make_shared<const Printed>();
+    worker.printed = printed;
+    worker.before = {};
+    if (printed->out < 0 || printed->error < 0 ||
+        ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, channels) != 0)
+        return false;
     std::cout.flush();
-    worker.process = worker.out < 0 || worker.error < 0 ? -1 : ::fork();
-    if (worker.process == 0) runWorker(file, worker);
-    worker.running = worker.process > 0;
-    running_ += worker.running ? 1 : 0;
+    worker.process = ::fork();
+    if (worker.process == 0) {
+        ::close(channels[0]);  // else it would never see the batch's end
+        runWorker(worker, channels[1]);
+    }
+    ::close(channels[1]);
+    worker.channel = channels[0];
+    if (worker.process > 0) return true;
+    ::close(worker.channel);
+    return false;
 }
 
-void Pool::runWorker(const std::string& file, const Worker& worker) const {
+void Pool::runWorker(const Worker& worker, int channel) const {
+    // Ends with the batch, whatever ends that.
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    for (const Worker& other : workers_)
+        if (&other != &worker && other.process > 0) ::close(other.channel);
     Console console(options_, false);  // looks at the real standard error
-    ::dup2(worker.out, STDOUT_FILENO);
-    ::dup2(worker.error, STDERR_FILENO);
-    const int code = work_(file, options_, console);
-    std::cout.flush();
-    std::cerr.flush();
-    ::_exit(code);
-}
-
-void Pool::waitForOne() {
-    int status = 0;
-    const pid_t process = ::waitpid(-1, &status, 0);
-    if (process < 0) return;
-    for (auto& [place, worker] : workers_) {
-        if (worker.process != process) continue;
-        worker.running = false;
-        --running_;
-        if (WIFEXITED(status)) {
-            worker.exitCode = WEXITSTATUS(status);
-        } else {
-            ::dprintf(worker.error, "%s: fatal: reading it ended with signal %d (%s)\n",
-                      Visible(options_.files[place]).c_str(), WTERMSIG(status),
-                      strsignal(WTERMSIG(status)));
+    ::dup2(worker.printed->out, STDOUT_FILENO);
+    ::dup2(worker.printed->error, STDERR_FILENO);
+    Run run;
+    while (::recv(channel, &run, sizeof run, 0) == sizeof run) {
+        for (; !run.empty(); ++run.first) {
+            Done done;
+            done.exitCode = work_(options_.files[run.first], options_, console);
+            std::cout.flush();
+            std::cerr.flush();
+            done.out = ::lseek(STDOUT_FILENO, 0, SEEK_CUR);
+            done.error = ::lseek(STDERR_FILENO, 0, SEEK_CUR);
+            if (::send(channel, &done, sizeof done, MSG_NOSIGNAL) < 0) ::_exit(ExitNothing);
         }
     }
+    ::_exit(ExitRead);
 }
 
-/// Shows what the finished processes at the front of the list printed.
+void Pool::waitForSome() {
+    std::vector<pollfd> channels;
+    std::vector<Worker*> busy;
+    for (Worker& worker : workers_) {
+        if (worker.run.empty()) continue;
+        channels.push_back({worker.channel, POLLIN, 0});
+        busy.push_back(&worker);
+    }
+    if (busy.empty() || ::poll(channels.data(), channels.size(), -1) <= 0) return;
+    for (std::size_t i = 0; i < busy.size(); ++i)
+        if (channels[i].revents != 0) hear(*busy[i]);
+}
+
+void Pool::hear(Worker& worker) {
+    Done done;
+    ssize_t got = 0;
+    while (!worker.run.empty() &&
+           (got = ::recv(worker.channel, &done, sizeof done, MSG_DONTWAIT)) == sizeof done)
+        finish(worker, done);
+    if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR)) bury(worker);
+}
+
+/// The worker died of the file that it worked on.
+void Pool::bury(Worker& worker) {
+    int status = 0;
+    ::waitpid(worker.process, &status, 0);
+    ::close(worker.channel);
+    worker.process = -1;
+    const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    ::dprintf(worker.printed->error, "%s: fatal: reading it ended with signal %d (%s)\n",
+              Visible(options_.files[worker.run.first]).c_str(), signal, strsignal(signal));
+    finish(worker, {ExitNothing, ::lseek(worker.printed->out, 0, SEEK_END),
+                    ::lseek(worker.printed->error, 0, SEEK_END)});
+}
+
+void Pool::finish(Worker& worker, const Done& done) {
+    finished_[worker.run.first++] = {worker.printed, worker.before, done};
+    worker.before = done;
+}
+
+/// Shows what was printed of the finished files whose turn has come.
 void Pool::showFinished() {
-    while (!workers_.empty() && !workers_.begin()->second.running) {
-        const auto& [place, worker] = *workers_.begin();
-        if (worker.process < 0) std::cerr << "lumo-import: cannot start a process\n";
-        Forward(worker.out, STDOUT_FILENO);
-        Forward(worker.error, STDERR_FILENO);
-        ++totals_[worker.exitCode];
-        workers_.erase(workers_.begin());
+    for (; !finished_.empty() && finished_.begin()->first == shown_; ++shown_) {
+        const auto& [printed, from, to] = finished_.begin()->second;
+        Forward(printed->out, from.out, to.out, STDOUT_FILENO);
+        Forward(printed->error, from.error, to.error, STDERR_FILENO);
+        ++totals_[to.exitCode];
+        finished_.erase(finished_.begin());
     }
 }
 
 Totals Pool::run() {
     ProgressLine progress(IsTerminal(STDERR_FILENO) && !options_.quiet);
     progress.start();
-    while (next_ < options_.files.size() || !workers_.empty()) {
-        while (mayStart()) start();
-        if (running_ > 0) waitForOne();
+    while (shown_ < options_.files.size()) {
+        for (Worker& worker : workers_) giveWork(worker);
+        waitForSome();
         progress.clear();
         showFinished();
-        const auto done = static_cast<long long>(next_ - workers_.size());
-        progress.update("files", done, std::ssize(options_.files));
+        progress.update("files", static_cast<long long>(shown_ + finished_.size()),
+                        std::ssize(options_.files));
+    }
+    for (const Worker& worker : workers_) {
+        if (worker.process < 0) continue;
+        ::close(worker.channel);
+        ::waitpid(worker.process, nullptr, 0);
     }
     return totals_;
 }

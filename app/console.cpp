@@ -188,17 +188,15 @@ void Console::print(const char* text) {
 
 bool Console::ask(int, const char* question) {
     if (options_.condense) return *options_.condense;
-    if (interactive_ && IsTerminal(STDIN_FILENO)) {
-        progress_.clear();
-        std::cerr << question << " [y/N] " << std::flush;
-        std::string answer;
-        std::getline(std::cin, answer);
-        return answer.starts_with('y') || answer.starts_with('Y');
-    }
-    print((std::string(question) + " No, as nobody can be asked; --condense yes changes that")
-              .c_str());
-    return false;
+    if (!canAsk()) return false;
+    progress_.clear();
+    std::cerr << question << " [y/N] " << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    return answer.starts_with('y') || answer.starts_with('Y');
 }
+
+bool Console::canAsk() const { return interactive_ && IsTerminal(STDIN_FILENO); }
 
 void Console::waitBegin(const char* text) {
     wait_ = Visible(text);

@@ -37,6 +37,7 @@ public:
 
     /// Starts a file. Its text is given when it was read from a pipe; it must outlive the import.
     void begin(const std::string& file, std::string_view text = {});
+    bool canAsk() const;  ///< a person is there to answer
     std::vector<ReportRecord> takeReports() { return std::move(reports_); }
     std::vector<SkippedWord> takeSkipped() { return std::move(skipped_); }
 

@@ -1,4 +1,5 @@
 // lumo-import: summarises, checks and converts the files of other Bayes-net programs.
+#include <charconv>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -6,11 +7,11 @@
 #include "app/batch.h"
 #include "app/console.h"
 #include "app/convert.h"
-#include "app/explain.h"
 #include "app/formats.h"
 #include "app/options.h"
 #include "app/read.h"
 #include "app/summary.h"
+#include "export/explain.h"
 #include "export/text.h"
 
 namespace lumo::app {
@@ -46,7 +47,10 @@ int WorkOnFile(const std::string& file, const Options& options, Console& console
 int ExplainAll(const std::vector<std::string>& numbers) {
     int exitCode = ExitRead;
     for (const std::string& number : numbers) {
-        const std::string text = Explain(number);
+        int value = 0;
+        const char* const last = number.data() + number.size();
+        const bool isNumber = std::from_chars(number.data(), last, value).ptr == last;
+        const std::string text = isNumber ? Explain(value) : std::string();
         if (text.empty()) {
             std::cerr << "lumo-import: there is no report " + Visible(number) + "\n";
             exitCode = ExitUsage;
@@ -71,11 +75,6 @@ int Run(int argc, char** argv) {
     if (const std::optional<int> exitCode = ParseArguments(argc, argv, options)) return *exitCode;
     if (options.command == CommandEN::explain) return ExplainAll(options.files);
     if (options.command == CommandEN::formats) return ShowFormats();
-    // For the readers that do not look at the options yet.
-    Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref =
-        options.reading.createStateNamesDsc;
-    Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref =
-        options.reading.createStateNamesXMLBIF;
     if (options.files.size() > 1) return RunBatch(options, WorkOnFile);
     Console console(options);
     return WorkOnFile(options.files.front(), options, console);

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "import/ForeignFile.h"
@@ -73,6 +74,12 @@ const FormatInfo* FormatOf(const std::string& start, const std::string& file,
     return format;
 }
 
+bool HasNoisyMax(const Bnet_bn* net) {
+    return net != nullptr && std::any_of(net->nodes.begin(), net->nodes.end(), [](Bnode_bn* node) {
+               return node->relation.kind == RelnKindEN::noisyMax;
+           });
+}
+
 Bnet_bn* ReadPipe(const std::string& file, const Options& options, Console& console,
                   ImportResult& result) {
     const std::string name = file == "-" ? "stdin" : file;
@@ -112,6 +119,9 @@ ImportResult ReadOne(const std::string& file, const Options& options, Console& c
     result.net.reset(net);
     result.reports = console.takeReports();
     result.skipped = console.takeSkipped();
+    result.dropEmptyNet();
+    if (!options.condense && !console.canAsk() && HasNoisyMax(result.net.get()))
+        console.print("noisy-max tables are kept in full too; --condense yes or no says whether");
     return result;
 }
 

@@ -70,6 +70,11 @@ struct ImportResult {
         if (worst > SeverityWarning) return StatusEN::errors;
         return worst > SeverityNotice ? StatusEN::warnings : StatusEN::ok;
     }
+
+    /// Takes a net without nodes that was read with errors for none: nothing could be read.
+    void dropEmptyNet() {
+        if (net != nullptr && net->nodes.N == 0 && status() == StatusEN::errors) net.reset();
+    }
 };
 
 /// "notice", "warning", "error" or "fatal".

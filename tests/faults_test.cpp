@@ -115,6 +115,7 @@ struct Sample {
     int format;
     int stride;  ///< of the allocations tried: a layout makes very many
 };
+void PrintTo(const Sample& sample, std::ostream* out) { *out << sample.path; }
 const Sample samples[] = {
     {"/hugin/press_groups.net", FormatHugin, 1}, {"/dsc/sets-and-positions.dsc", FormatDsc, 1},
     {"/dxpress/copier.dxp", FormatDXPress, 1},   {"/ergo/garden.erg", FormatErgo, 1},

@@ -103,6 +103,8 @@ bool Fits(const MessageRow& row, std::string_view message) {
     return true;
 }
 
+void PrintTo(const MessageRow* row, std::ostream* out) { *out << row->number << ' ' << row->text; }
+
 class Examples : public ::testing::TestWithParam<const MessageRow*> {};
 
 TEST_P(Examples, ProvokeTheirReport) {

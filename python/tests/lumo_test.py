@@ -91,13 +91,25 @@ class Access(unittest.TestCase):
         self.assertEqual(len({net["smoke"], net["smoke"], net.nodes[0]} | set(net.nodes)), len(net.nodes))
         self.assertNotEqual(net["smoke"], lumo.read(ASIA)["smoke"])
         self.assertNotEqual(net["smoke"], "smoke")
-        self.assertRaises(KeyError, lambda: net["nobody"])
+        for key in ("nobody", "smoke\0", "\ud800", 3, None):
+            self.assertRaises(KeyError, lambda: net[key])
+            self.assertNotIn(key, net)
         self.assertRaises(IndexError, lambda: net.nodes[len(net.nodes)])
         self.assertRaises(IndexError, lambda: net.nodes[-len(net.nodes) - 1])
 
     def test_texts_are_unicode(self):
-        net = lumo.reads(b'net {} node a { label = "Gr\xf6\xdfe"; states = ("\xe4" "b"); }', "hugin")
-        self.assertEqual((net["a"].title, str(net["a"].states[0])), ("Größe", "ä"))
+        for bytes in (b"\xf6\xdf", "öß".encode()):
+            net = lumo.reads(b'net {} node Gr%be { label = "Gr%be"; states = ("%b" "b"); }' % ((bytes,) * 3), "hugin")
+            self.assertEqual((net["Größe"].title, str(net["Größe"].states[0])), ("Größe", "öß"))
+
+    def test_objects_come_from_reading_alone(self):
+        for name in lumo.__all__:
+            kind = getattr(lumo, name)
+            if isinstance(kind, type) and not issubclass(kind, Exception):
+                class Own(kind):
+                    pass
+                for make in (kind, Own, lambda: kind.__new__(kind), lambda: Own.__new__(Own), lambda: object.__new__(kind)):
+                    self.assertRaises(TypeError, make)
 
     def test_stub_has_the_same_names(self):
         def public(names):
@@ -179,6 +191,17 @@ class Reading(unittest.TestCase):
         with self.assertRaisesRegex(ValueError, "unknown format 'nets'; there are hugin, dsc"):
             lumo.read(ASIA, "nets")
 
+    def test_options(self):
+        text = ('<BIF VERSION="0.3"><NETWORK><VARIABLE><NAME>a</NAME><OUTCOME>x y</OUTCOME><OUTCOME>z</OUTCOME>'
+                "</VARIABLE><DEFINITION><FOR>a</FOR><TABLE>25 75</TABLE></DEFINITION></NETWORK></BIF>")
+        net = lumo.reads(text, normalize=True, create_state_names=True)
+        self.assertEqual((net["a"].table.tolist(), net["a"].states[0].name), ([0.25, 0.75], "x_y"))
+        self.assertEqual(net.reports[-1].number, -5420)
+        self.assertIn("--normalize", net.reports[-1].explain())
+        self.assertEqual(lumo.reads(text)["a"].table.tolist(), [25, 75])
+        with self.assertRaises(lumo.ReadError):
+            lumo.reads("", "xmlbif", strict=True)
+
     def test_nothing_read(self):
         with tempfile.TemporaryDirectory() as folder:
             plain = pathlib.Path(folder, "plain.txt")
@@ -188,7 +211,8 @@ class Reading(unittest.TestCase):
                 with self.subTest(path=path), self.assertRaisesRegex(lumo.ReadError, words) as caught:
                     lumo.read(path)
                 self.assertEqual(caught.exception.reports[-1].kind, "error")
-                self.assertIn(caught.exception.reports[-1].message, str(caught.exception))
+                for report in caught.exception.reports:
+                    self.assertIn(str(report), str(caught.exception))
         self.assertTrue(issubclass(lumo.ReadError, Exception) and not issubclass(lumo.ReadError, ImportError))
 
     def test_errors_are_kept_and_nothing_is_printed(self):
@@ -230,13 +254,18 @@ class Reading(unittest.TestCase):
         former = signal.signal(signal.SIGUSR1, stop)
         self.addCleanup(signal.signal, signal.SIGUSR1, former)
         main = threading.get_ident()
-        timer = threading.Timer(0.02, signal.pthread_kill, (main, signal.SIGUSR1))
-        net = None
-        with self.assertRaises(Stop):
-            timer.start()
-            net = lumo.reads(data, "hugin")
-            timer.join()
-        self.assertIsNone(net, "the import went on to its end")
+        def read(*_):
+            lumo.read(ASIA)
+
+        for action, error in ((stop, Stop), (read, RuntimeError)):
+            signal.signal(signal.SIGUSR1, action)
+            timer = threading.Timer(0.02, signal.pthread_kill, (main, signal.SIGUSR1))
+            net = None
+            with self.assertRaises(error):
+                timer.start()
+                net = lumo.reads(data, "hugin")
+                timer.join()
+            self.assertIsNone(net, "the import went on to its end")
         self.assertEqual(len(lumo.read(ASIA).nodes), 8)
 
 
@@ -272,8 +301,10 @@ class Exports(unittest.TestCase):
             link = pathlib.Path(folder, "link.json")
             link.symlink_to(target)
             target.write_text("old")
+            target.chmod(0o640)
             net.write(link)
             self.assertTrue(link.is_symlink() and target.stat().st_size > 100)
+            self.assertEqual(target.stat().st_mode & 0o777, 0o640)
             entries = set(os.listdir(folder))
             for path, format, error in ((f"{folder}/x.unknown", None, ValueError), (f"{folder}/x", "nothing", ValueError),
                                         (f"{folder}/no/x.json", None, FileNotFoundError), (folder, "json", IsADirectoryError),
@@ -281,6 +312,23 @@ class Exports(unittest.TestCase):
                 with self.subTest(path=path), self.assertRaises(error):
                     net.write(path, format)
             self.assertEqual(entries, set(os.listdir(folder)))
+
+
+    def test_the_source_is_not_written_over(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path, bad = pathlib.Path(folder, "asia.net"), pathlib.Path(folder, "bad.net")
+            for target, sample in ((path, "asia"), (bad, "damaged")):
+                target.write_bytes((SAMPLES / f"hugin/{sample}.net").read_bytes())
+                pathlib.Path(folder, f"{sample}-link.net").hardlink_to(target)
+            for source, target, force in ((path, "asia.net", False), (path, "asia-link.net", False),
+                                          (bad, "damaged-link.net", True)):
+                before = source.read_bytes()
+                with self.assertRaisesRegex(FileExistsError, "the net was read from"):
+                    lumo.read(source).write(pathlib.Path(folder, target), force=force)
+                self.assertEqual(source.read_bytes(), before)
+            lumo.read(path).write(path, force=True)
+            self.assertNotEqual(path.read_bytes(), ASIA.read_bytes())
+            self.assertEqual(len(lumo.read(path).nodes), 8)
 
 
 if __name__ == "__main__":

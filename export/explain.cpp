@@ -1,7 +1,5 @@
-#include "app/explain.h"
+#include "export/explain.h"
 
-#include <charconv>
-#include <cstdlib>
 #include <string_view>
 
 #include "export/result.h"
@@ -10,7 +8,7 @@
 #include "import/detect.h"
 #include "library/reports/catalogue.h"
 
-namespace lumo::app {
+namespace lumo {
 namespace {
 
 std::string FormatsOf(unsigned formats) {
@@ -49,20 +47,17 @@ std::string ExampleOf(const MessageRow& row) {
 
 }  // namespace
 
-std::string Explain(const std::string& number) {
-    int value = 0;
-    const char* const last = number.data() + number.size();
-    const auto [end, error] = std::from_chars(number.data(), last, value);
-    if (error != std::errc() || end != last) return {};
-    const std::vector<const MessageRow*> rows = FindReport(-std::abs(value));
+std::string Explain(int number) {
+    if (number > 0) number = -number;
+    const std::vector<const MessageRow*> rows = FindReport(number);
     if (rows.empty()) return {};
     unsigned formats = 0;
     for (const MessageRow* row : rows) formats |= row->formats;
-    std::string text = std::to_string(-std::abs(value)) + ": " +
-                       SeverityName(SeverityOf(rows[0]->kind)) + " (" + FormatsOf(formats) + ")\n" +
-                       Wrapped(MessagesOf(rows)) + "\n" + Wrapped(rows[0]->cure);
+    std::string text = std::to_string(number) + ": " + SeverityName(SeverityOf(rows[0]->kind)) +
+                       " (" + FormatsOf(formats) + ")\n" + Wrapped(MessagesOf(rows)) + "\n" +
+                       Wrapped(rows[0]->cure);
     if (rows[0]->example.text != nullptr) text += "\n" + ExampleOf(*rows[0]);
     return text + "\n";
 }
 
-}  // namespace lumo::app
+}  // namespace lumo

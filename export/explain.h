@@ -1,0 +1,12 @@
+// What a report means, and what to do about it.
+#pragma once
+
+#include <string>
+
+namespace lumo {
+
+/// The texts of the reports of that number (its minus may be missing), what they mean, what to do
+/// about it, and an example. Empty when there is none of it.
+std::string Explain(int number);
+
+}  // namespace lumo

@@ -1,0 +1,91 @@
+// The net as Python sees it, shared by the parts of the module.
+//
+// A net is shared by the Python objects made from it: nodes and arrays keep it alive, and nothing
+// changes it. The interpreter's lock is released while a file is read or written.
+#pragma once
+
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "export/output.h"
+#include "export/result.h"
+#include "export/text.h"
+
+namespace lumo::python {
+
+namespace py = pybind11;
+using OptionalText = std::optional<std::string>;
+
+inline OptionalText TextOrNone(const char* text) {
+    return text == nullptr ? OptionalText() : ToUtf8(text);
+}
+inline OptionalText TextOrNone(const std::string& text) {
+    return text.empty() ? OptionalText() : ToUtf8(text);
+}
+
+/// "a, b", of the formats or the writers.
+template <class LIST>
+std::string Names(const LIST& list) {
+    std::string names;
+    for (const auto& item : list) names += (names.empty() ? "" : ", ") + std::string(item.name);
+    return names;
+}
+
+struct Net : ImportResult {
+    std::vector<std::string> notes;      ///< what the readers print, such as renamed nodes
+    std::optional<FileIdentity> source;  ///< the file that was read, if it was one
+
+    /// The children of each node that has some; made when first wanted.
+    const std::vector<const Bnode_bn*>& childrenOf(const Bnode_bn* node);
+
+private:
+    bool haveChildren_ = false;
+    std::unordered_map<const Bnode_bn*, std::vector<const Bnode_bn*>> children_;
+};
+using SharedNet = std::shared_ptr<Net>;
+
+struct Node {
+    SharedNet net;
+    const Bnode_bn* node;
+
+    bool operator==(const Node&) const = default;
+    const Bnode_bn* operator->() const { return node; }
+};
+
+template <class LIST>
+py::tuple NodeTuple(const SharedNet& net, const LIST& list) {
+    std::vector<Node> nodes;
+    nodes.reserve(static_cast<std::size_t>(std::distance(list.begin(), list.end())));
+    for (const Bnode_bn* node : list) nodes.push_back({net, node});
+    return py::tuple(py::cast(nodes));
+}
+
+py::tuple States(const Node& node);
+py::dict UserFields(const Node& node);
+std::vector<std::string> GroupNames(const Node& node);
+std::pair<int, int> Position(const Node& node);  ///< x, y
+
+/// The reports of the import as Python objects.
+py::tuple Reports(const Net& net);
+
+/// "file:line:column: error: message (in what) [number]".
+std::string ReportLine(const ReportRecord& report);
+
+py::object ToJson(const Net& net);            ///< the command line's document
+py::object ToNetworkx(const SharedNet& net);  ///< a DiGraph
+
+/// Objects of the class come from reading alone: making one in Python is a TypeError.
+void ForbidMaking(const py::object& type);
+
+// Each part defines its classes and functions in the module.
+void DefineReport(py::module_& module);
+void DefineNode(py::module_& module);
+void DefineNet(py::module_& module);
+void DefineReading(py::module_& module);
+
+}  // namespace lumo::python

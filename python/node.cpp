@@ -1,0 +1,142 @@
+// Nodes, their states and tables.
+#include <pybind11/numpy.h>
+
+#include "export/describe.h"
+#include "python/lumo_python.h"
+
+namespace lumo::python {
+namespace {
+
+struct State {
+    OptionalText name, title, comment;
+    std::optional<double> value;
+    std::string label;
+};
+
+bool HasValues(const Varbl_bn& variable) {
+    return variable.levels != nullptr && variable.numLevels == variable.numStates;
+}
+
+}  // namespace
+
+py::tuple States(const Node& node) {
+    const Varbl_bn& variable = node->variable;
+    const auto entry = [](char** texts, int i) {
+        return texts == nullptr ? OptionalText() : TextOrNone(texts[i]);
+    };
+    std::vector<State> states;
+    for (int i = 0; i < variable.numStates; ++i) {
+        states.push_back({entry(variable.stateNames, i), entry(variable.stateTitles, i),
+                          entry(variable.stateComments, i), std::nullopt,
+                          ToUtf8(StateLabel(variable, i))});
+        if (HasValues(variable)) states.back().value = variable.levels[i];
+    }
+    return py::tuple(py::cast(states));
+}
+
+py::dict UserFields(const Node& node) {
+    py::dict fields;
+    for (const UserField& field : node->userFields())
+        fields[py::str(ToUtf8(field.name))] = ToUtf8(FieldText(field));
+    return fields;
+}
+
+std::vector<std::string> GroupNames(const Node& node) {
+    std::vector<std::string> names;
+    for (const nodeset_bn* set : node->nodesets()) names.push_back(ToUtf8(set->name()));
+    return names;
+}
+
+std::pair<int, int> Position(const Node& node) {
+    const coord_kt at = node->vns.hasSome() ? node->vns[0]->position : coord_kt();
+    return {at.x, at.y};
+}
+
+namespace {
+
+/// A read-only array of the net's own memory, which keeps the net alive; None without values.
+template <class T>
+py::object View(const Node& node, const T* values, const std::vector<py::ssize_t>& shape) {
+    if (values == nullptr) return py::none();
+    py::array_t<T> array(shape, values, py::cast(node.net));
+    array.attr("setflags")(py::arg("write") = false);
+    return array;
+}
+
+/// One dimension a parent, then `last` unless that is 0; more dimensions than NumPy has: all
+/// parents in one.
+std::vector<py::ssize_t> Shape(const Node& node, int last) {
+    constexpr int mostDimensions = 32;
+    std::vector<py::ssize_t> shape;
+    if (node->parents.N < mostDimensions)
+        for (const Bnode_bn* parent : node->parents) shape.push_back(parent->numStates());
+    else
+        shape.push_back(NumProduct(node->parents));
+    if (last > 0) shape.push_back(last);
+    return shape;
+}
+
+py::object Table(const Node& node) {
+    const Reln_bn& relation = node->relation;
+    const float* values = relation.kind == RelnKindEN::real ? relation.reals : relation.probs;
+    return View(node, values, Shape(node, node->numStates()));
+}
+
+py::object Levels(const Node& node) {
+    const Varbl_bn& variable = node->variable;
+    return View(node, HasValues(variable) ? nullptr : variable.levels, {variable.numLevels});
+}
+
+}  // namespace
+
+void DefineNode(py::module_& module) {
+    py::class_<State>(module, "State", "A state of a node; str() gives what people call it.")
+        .def_readonly("name", &State::name)
+        .def_readonly("title", &State::title)
+        .def_readonly("comment", &State::comment)
+        .def_readonly("value", &State::value)
+        .def("__str__", [](const State& state) { return state.label; })
+        .def("__repr__", [](const State& state) { return "<lumo.State " + state.label + ">"; });
+
+    const auto text = [](auto get) { return [get](const Node& n) { return TextOrNone(get(n)); }; };
+    py::class_<Node>(module, "Node", "A node of a net.")
+        .def_property_readonly("name", [](const Node& n) { return n->name(); })
+        .def_property_readonly("title", text([](const Node& n) { return n->title; }))
+        .def_property_readonly("comment", text([](const Node& n) { return n->comment; }))
+        .def_property_readonly(
+            "kind", [](const Node& n) { return KindName(n->kind); },
+            "\"nature\", \"decision\" or \"utility\".")
+        .def_property_readonly("discrete", [](const Node& n) { return n->variable.discrete; })
+        .def_property_readonly("states", States)
+        .def_property_readonly("levels", Levels, "Bounds of the intervals of a continuous node.")
+        .def_property_readonly("parents",
+                               [](const Node& n) { return NodeTuple(n.net, n->parents); })
+        .def_property_readonly(
+            "children", [](const Node& n) { return NodeTuple(n.net, n.net->childrenOf(n.node)); })
+        .def_property_readonly("position", Position)
+        .def_property_readonly("groups", GroupNames)
+        .def_property_readonly("user_fields", UserFields)
+        .def_property_readonly(
+            "relation", [](const Node& n) { return RelationName(n->relation.kind); },
+            "\"none\", \"table\", \"deterministic\", \"noisy-max\" or \"real\".")
+        .def_property_readonly(
+            "table", Table,
+            "Read-only float32 array of the net's memory: a dimension a parent, then the states.")
+        .def_property_readonly(
+            "experience", [](const Node& n) { return View(n, n->relation.exper, Shape(n, 0)); })
+        .def_property_readonly(
+            "parameters",
+            [](const Node& n) { return View(n, n->relation.params, {NumCIParams(*n.node)}); },
+            "The parameters of a noisy-max node.")
+        .def(
+            "__eq__",
+            [](const Node& n, const py::object& other) {
+                return py::isinstance<Node>(other) && n == other.cast<Node>();
+            },
+            py::is_operator())
+        .def("__hash__", [](const Node& n) { return std::hash<const Bnode_bn*>()(n.node); })
+        .def("__repr__",
+             [](const Node& n) { return "<lumo.Node " + std::string(n->name()) + ">"; });
+}
+
+}  // namespace lumo::python

@@ -1,0 +1,67 @@
+// Reports.
+#include "export/describe.h"
+#include "export/explain.h"
+#include "python/lumo_python.h"
+
+namespace lumo::python {
+namespace {
+
+std::string PlaceText(const ReportRecord& report) {
+    std::string text = ToUtf8(report.file);
+    if (report.line > 0)
+        text += ":" + std::to_string(report.line) + ":" + std::to_string(report.column);
+    return text;
+}
+
+}  // namespace
+
+py::tuple Reports(const Net& net) {
+    py::tuple reports(net.reports.size());
+    for (std::size_t i = 0; i < reports.size(); ++i) reports[i] = py::cast(net.reports[i]);
+    return reports;
+}
+
+std::string ReportLine(const ReportRecord& report) {
+    const std::string place = PlaceText(report);
+    return (place.empty() ? "" : place + ": ") + SeverityName(report.severity) + ": " +
+           ToUtf8(report.message + ContextText(report)) + " [" + std::to_string(report.number) +
+           "]";
+}
+
+void DefineReport(py::module_& module) {
+    py::class_<ReportRecord>(module, "Report", "A problem that was met while a file was read.")
+        .def_readonly("number", &ReportRecord::number)
+        .def_readonly("severity", &ReportRecord::severity)
+        .def_property_readonly("kind",
+                               [](const ReportRecord& r) { return SeverityName(r.severity); })
+        .def_property_readonly("message", [](const ReportRecord& r) { return ToUtf8(r.message); })
+        .def_property_readonly("file", [](const ReportRecord& r) { return ToUtf8(r.file); })
+        .def_property_readonly(
+            "line",
+            [](const ReportRecord& r) { return r.line > 0 ? std::optional(r.line) : std::nullopt; })
+        .def_property_readonly("column",
+                               [](const ReportRecord& r) {
+                                   return r.line > 0 ? std::optional(r.column) : std::nullopt;
+                               })
+        .def_property_readonly(
+            "place", [](const ReportRecord& r) { return PlaceText(r); },
+            "\"file:line:column\", as far as they are known.")
+        .def_property_readonly(
+            "context",
+            [](const ReportRecord& r) {
+                return py::make_tuple(TextOrNone(r.structKind), TextOrNone(r.structName),
+                                      TextOrNone(r.fieldName));
+            },
+            "What was being read: kind of structure, its name, the field.")
+        .def(
+            "explain", [](const ReportRecord& r) { return Explain(r.number); },
+            "What the report means, its cause and its cure.")
+        .def("__str__", ReportLine)
+        .def("__repr__",
+             [](const ReportRecord& r) { return "<lumo.Report " + ReportLine(r) + ">"; });
+    module.def(
+        "explain", Explain, py::arg("number"),
+        "What the reports of that number mean, with cause and cure; empty when there are none.");
+}
+
+}  // namespace lumo::python
