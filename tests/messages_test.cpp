@@ -11,6 +11,10 @@
 #include "tests/places.h"
 #include "tests/support.h"
 
+namespace lumo {
+void PrintTo(const MessageRow* row, std::ostream* out) { *out << row->number << ' ' << row->text; }
+}  // namespace lumo
+
 namespace lumo::test {
 namespace {
 
@@ -102,8 +106,6 @@ bool Fits(const MessageRow& row, std::string_view message) {
     }
     return true;
 }
-
-void PrintTo(const MessageRow* row, std::ostream* out) { *out << row->number << ' ' << row->text; }
 
 class Examples : public ::testing::TestWithParam<const MessageRow*> {};
 

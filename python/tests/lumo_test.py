@@ -294,7 +294,8 @@ class Exports(unittest.TestCase):
                 if extension == ".bif":
                     self.assertIn("positions of 8 nodes", "".join(lost))
                 if name in lumo.formats:
-                    self.assertEqual(net["dysp"].table.tolist(), lumo.read(path)["dysp"].table.tolist())
+                    again = lumo.read(path).nodes[list(net.nodes).index(net["dysp"])]  # some formats have no names
+                    self.assertEqual(net["dysp"].table.tolist(), again.table.tolist())
                 self.assertEqual(path.read_bytes(), path.with_suffix(".same").read_bytes())
                 self.assertGreater(path.stat().st_size, 100)
             target = pathlib.Path(folder, "asia.json")
