@@ -13,6 +13,7 @@
 #include "app/summary.h"
 #include "export/explain.h"
 #include "export/text.h"
+#include "import/detect.h"
 
 namespace lumo::app {
 namespace {
@@ -50,7 +51,7 @@ int ExplainAll(const std::vector<std::string>& numbers) {
         int value = 0;
         const char* const last = number.data() + number.size();
         const bool isNumber = std::from_chars(number.data(), last, value).ptr == last;
-        const std::string text = isNumber ? Explain(value) : std::string();
+        const std::string text = isNumber ? Explain(value, FormatTitles) : std::string();
         if (text.empty()) {
             std::cerr << "lumo-import: there is no report " + Visible(number) + "\n";
             exitCode = ExitUsage;

@@ -4,21 +4,10 @@
 
 #include "export/result.h"
 #include "export/text.h"
-#include "import/ForeignFile.h"
-#include "import/detect.h"
 #include "library/reports/catalogue.h"
 
 namespace lumo {
 namespace {
-
-std::string FormatsOf(unsigned formats) {
-    std::string text;
-    if (formats == OfAny) return "any format";
-    for (const FormatInfo& format : Formats())
-        if ((formats & format.bit) != 0)
-            text += (text.empty() ? "" : ", ") + std::string(format.title);
-    return text;
-}
 
 /// Lines of at most 78 characters, indented.
 std::string Wrapped(std::string_view text) {
@@ -47,14 +36,14 @@ std::string ExampleOf(const MessageRow& row) {
 
 }  // namespace
 
-std::string Explain(int number) {
+std::string Explain(int number, std::string (*titlesOf)(unsigned formats)) {
     if (number > 0) number = -number;
     const std::vector<const MessageRow*> rows = FindReport(number);
     if (rows.empty()) return {};
     unsigned formats = 0;
     for (const MessageRow* row : rows) formats |= row->formats;
     std::string text = std::to_string(number) + ": " + SeverityName(SeverityOf(rows[0]->kind)) +
-                       " (" + FormatsOf(formats) + ")\n" + Wrapped(MessagesOf(rows)) + "\n" +
+                       " (" + titlesOf(formats) + ")\n" + Wrapped(MessagesOf(rows)) + "\n" +
                        Wrapped(rows[0]->cure);
     if (rows[0]->example.text != nullptr) text += "\n" + ExampleOf(*rows[0]);
     return text + "\n";

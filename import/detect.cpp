@@ -223,6 +223,15 @@ bool HasExtension(const FormatInfo& format, std::string_view fileName) {
 
 std::span<const FormatInfo> Formats() { return formats; }
 
+std::string FormatTitles(unsigned formats) {
+    std::string text;
+    if (formats == OfAny) return "any format";
+    for (const FormatInfo& format : Formats())
+        if ((formats & format.bit) != 0)
+            text += (text.empty() ? "" : ", ") + std::string(format.title);
+    return text;
+}
+
 const FormatInfo* FindFormat(std::string_view name) {
     const auto* found = std::ranges::find(formats, name, &FormatInfo::name);
     return found == formats.end() ? nullptr : found;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace lumo {
@@ -22,6 +23,9 @@ std::span<const FormatInfo> Formats();
 /// The format of that name or code; null when there is none.
 const FormatInfo* FindFormat(std::string_view name);
 const FormatInfo* FindFormat(int code);
+
+/// The titles of the formats of a set of FormatSetEN, "DSC, BIF"; "any format" for OfAny.
+std::string FormatTitles(unsigned formats);
 
 /// As much of a file's start as detection looks at, in bytes.
 inline constexpr std::size_t DetectionWindow = 64 * 1024;

@@ -1,6 +1,7 @@
 // Reports.
 #include "export/describe.h"
 #include "export/explain.h"
+#include "import/detect.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {
@@ -54,7 +55,7 @@ void DefineReport(py::module_& module) {
             },
             "What was being read: kind of structure, its name, the field.")
         .def(
-            "explain", [](const ReportRecord& r) { return Explain(r.number); },
+            "explain", [](const ReportRecord& r) { return Explain(r.number, FormatTitles); },
             "What the report means, its cause and its cure.")
         .def("__str__", ReportLine)
         .def("__repr__",
