@@ -61,7 +61,7 @@ void DefineReport(py::module_& module) {
         .def("__repr__",
              [](const ReportRecord& r) { return "<lumo.Report " + ReportLine(r) + ">"; });
     module.def(
-        "explain", Explain, py::arg("number"),
+        "explain", [](int number) { return Explain(number, FormatTitles); }, py::arg("number"),
         "What the reports of that number mean, with cause and cure; empty when there are none.");
 }
 
