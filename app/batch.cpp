@@ -10,13 +10,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "app/convert.h"
@@ -30,6 +33,7 @@ namespace {
 constexpr std::size_t maxAhead = 10000;
 constexpr std::size_t longestRun = 64;  ///< files that a worker takes at once
 constexpr std::size_t runsEach = 4;     ///< into which the files left are cut for each worker
+constexpr auto longestSilence = std::chrono::milliseconds(50);  ///< of a worker with news
 
 /// How many files ended with each exit code.
 using Totals = std::map<int, int>;
@@ -40,10 +44,42 @@ struct Run {
     bool empty() const { return first == last; }
 };
 
-/// What a worker tells of a file: how it went, and where what is printed of it ends.
+/// How a file went, and where what is printed of it ends.
 struct Done {
     int exitCode = ExitNothing;
     off_t out = 0, error = 0;
+};
+
+/// What the workers tell of every file, in memory that they share with the batch.
+class Records {
+public:
+    explicit Records(std::size_t files)
+        : size_(files * sizeof(Record)),
+          records_(static_cast<Record*>(
+              ::mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {
+        if (records_ == MAP_FAILED) throw std::bad_alloc();
+    }
+    ~Records() { ::munmap(records_, size_); }
+    Records(const Records&) = delete;
+    Records& operator=(const Records&) = delete;
+
+    void write(std::size_t place, const Done& done) {
+        records_[place].done = done;
+        records_[place].written.store(true, std::memory_order_release);
+    }
+    /// Null when there is none yet.
+    const Done* read(std::size_t place) const {
+        const Record& record = records_[place];
+        return record.written.load(std::memory_order_acquire) ? &record.done : nullptr;
+    }
+
+private:
+    struct Record {
+        Done done;
+        std::atomic<bool> written;
+    };
+    std::size_t size_;
+    Record* records_;
 };
 
 /// The two streams of a worker, files in memory.
@@ -69,7 +105,7 @@ struct Result {
 /// A process that works on runs of files.
 struct Worker {
     pid_t process = -1;  ///< -1 when there is none
-    int channel = -1;    ///< sends runs, receives what is done
+    int channel = -1;    ///< sends runs, receives a byte when there are new records
     Run run;             ///< what it has to do still
     std::shared_ptr<const Printed> printed;
     Done before;  ///< where what is printed of the present file begins
@@ -100,6 +136,7 @@ public:
     Pool(const Options& options, FileWork work)
         : options_(options),
           work_(work),
+          records_(options.files.size()),
           workers_(std::min(static_cast<std::size_t>(options.jobs), options.files.size())) {}
 
     Totals run();
@@ -107,7 +144,8 @@ public:
 private:
     void giveWork(Worker& worker);
     bool start(Worker& worker);
-    [[noreturn]] void runWorker(const Worker& worker, int channel) const;
+    [[noreturn]] void runWorker(const Worker& worker, int channel);
+    Done workOn(const std::string& file, Console& console) const;
     void waitForSome();
     void hear(Worker& worker);
     void bury(Worker& worker);
@@ -116,6 +154,8 @@ private:
 
     const Options& options_;
     const FileWork work_;
+    const pid_t batch_ = ::getpid();
+    Records records_;
     std::vector<Worker> workers_;
     std::map<std::size_t, Result> finished_;  ///< by place, not shown yet
     std::size_t next_ = 0;                    ///< the next file to give to a worker
@@ -165,9 +205,10 @@ bool Pool::start(Worker& worker) {
     return false;
 }
 
-void Pool::runWorker(const Worker& worker, int channel) const {
+void Pool::runWorker(const Worker& worker, int channel) {
     // Ends with the batch, whatever ends that.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() != batch_) ::_exit(ExitNothing);
     for (const Worker& other : workers_)
         if (&other != &worker && other.process > 0) ::close(other.channel);
     Console console(options_, false);  // looks at the real standard error
@@ -175,17 +216,27 @@ void Pool::runWorker(const Worker& worker, int channel) const {
     ::dup2(worker.printed->error, STDERR_FILENO);
     Run run;
     while (::recv(channel, &run, sizeof run, 0) == sizeof run) {
-        for (; !run.empty(); ++run.first) {
-            Done done;
-            done.exitCode = work_(options_.files[run.first], options_, console);
-            std::cout.flush();
-            std::cerr.flush();
-            done.out = ::lseek(STDOUT_FILENO, 0, SEEK_CUR);
-            done.error = ::lseek(STDERR_FILENO, 0, SEEK_CUR);
-            if (::send(channel, &done, sizeof done, MSG_NOSIGNAL) < 0) ::_exit(ExitNothing);
+        auto told = std::chrono::steady_clock::now();
+        while (!run.empty()) {
+            records_.write(run.first, workOn(options_.files[run.first], console));
+            ++run.first;
+            const auto now = std::chrono::steady_clock::now();
+            if (!run.empty() && now - told < longestSilence) continue;
+            told = now;
+            if (::send(channel, "", 1, MSG_NOSIGNAL) < 0) ::_exit(ExitNothing);
         }
     }
     ::_exit(ExitRead);
+}
+
+Done Pool::workOn(const std::string& file, Console& console) const {
+    Done done;
+    done.exitCode = work_(file, options_, console);
+    std::cout.flush();
+    std::cerr.flush();
+    done.out = ::lseek(STDOUT_FILENO, 0, SEEK_CUR);
+    done.error = ::lseek(STDERR_FILENO, 0, SEEK_CUR);
+    return done;
 }
 
 void Pool::waitForSome() {
@@ -202,11 +253,13 @@ void Pool::waitForSome() {
 }
 
 void Pool::hear(Worker& worker) {
-    Done done;
-    ssize_t got = 0;
-    while (!worker.run.empty() &&
-           (got = ::recv(worker.channel, &done, sizeof done, MSG_DONTWAIT)) == sizeof done)
-        finish(worker, done);
+    char byte = 0;
+    const ssize_t got = ::recv(worker.channel, &byte, 1, MSG_DONTWAIT);
+    while (!worker.run.empty()) {
+        const Done* const done = records_.read(worker.run.first);
+        if (done == nullptr) break;
+        finish(worker, *done);
+    }
     if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR)) bury(worker);
 }
 
@@ -216,6 +269,7 @@ void Pool::bury(Worker& worker) {
     ::waitpid(worker.process, &status, 0);
     ::close(worker.channel);
     worker.process = -1;
+    if (worker.run.empty()) return;
     const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     ::dprintf(worker.printed->error, "%s: fatal: reading it ended with signal %d (%s)\n",
               Visible(options_.files[worker.run.first]).c_str(), signal, strsignal(signal));

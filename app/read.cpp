@@ -119,7 +119,7 @@ ImportResult ReadOne(const std::string& file, const Options& options, Console& c
     result.net.reset(net);
     result.reports = console.takeReports();
     result.skipped = console.takeSkipped();
-    result.dropEmptyNet();
+    result.dropFailedNet();
     if (!options.condense && !console.canAsk() && HasNoisyMax(result.net.get()))
         console.print("noisy-max tables are kept in full too; --condense yes or no says whether");
     return result;

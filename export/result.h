@@ -71,9 +71,9 @@ struct ImportResult {
         return worst > SeverityNotice ? StatusEN::warnings : StatusEN::ok;
     }
 
-    /// Takes a net without nodes that was read with errors for none: nothing could be read.
-    void dropEmptyNet() {
-        if (net != nullptr && net->nodes.N == 0 && status() == StatusEN::errors) net.reset();
+    /// Drops the net of an import that failed: it holds nothing of the file.
+    void dropFailedNet() {
+        if (status() == StatusEN::failed) net.reset();
     }
 };
 

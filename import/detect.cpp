@@ -22,13 +22,22 @@ constexpr int certain = 90;
 
 struct Token {
     enum Kind : unsigned char { word, quoted, punctuation } kind;
-    std::string text;  ///< in lower case
-    int depth;         ///< of braces
+    std::string_view text;  ///< in lower case
+    int depth;              ///< of braces
 };
 
-constexpr std::string_view blanks = " \t\r\n\f\v";
-constexpr std::string_view punctuationChars = "(){}[]=,;:|<>\"";
-constexpr std::string_view wordEnds = " \t\r\n\f\v(){}[]=,;:|<>\"";
+class CharSet {
+public:
+    constexpr explicit CharSet(std::string_view chars) {
+        for (const char c : chars) holds_[static_cast<unsigned char>(c)] = true;
+    }
+    constexpr bool contains(char c) const { return holds_[static_cast<unsigned char>(c)]; }
+
+private:
+    std::array<bool, 256> holds_{};
+};
+constexpr CharSet blanks(" \t\r\n\f\v");
+constexpr CharSet punctuation("(){}[]=,;:|<>\"");
 
 /// The text after white space, a byte-order mark and comments of any format.
 std::string_view SkipBlank(std::string_view text) {
@@ -42,7 +51,7 @@ std::string_view SkipBlank(std::string_view text) {
             text.remove_prefix(std::min(text.find_first_of("\r\n"), text.size()));
         } else if (text.starts_with("/*")) {
             skipTo("*/");
-        } else if (blanks.find(text.front()) != std::string_view::npos) {
+        } else if (blanks.contains(text.front())) {
             text.remove_prefix(1);
         } else {
             break;
@@ -58,8 +67,9 @@ std::size_t TokenLength(std::string_view text) {
         while (end < text.size() && text[end] != '"') end += text[end] == '\\' ? 2 : 1;
         return std::min(end + 1, text.size());
     }
-    if (punctuationChars.find(text.front()) != std::string_view::npos) return 1;
-    return std::min(text.find_first_of(wordEnds), text.size());
+    if (punctuation.contains(text.front())) return 1;
+    const auto endsWord = [](char c) { return blanks.contains(c) || punctuation.contains(c); };
+    return static_cast<std::size_t>(std::ranges::find_if(text, endsWord) - text.begin());
 }
 
 std::string Lower(std::string_view text) {
@@ -69,23 +79,35 @@ std::string Lower(std::string_view text) {
     return out;
 }
 
+/// The tokens of a text in lower case, of which they are parts.
 std::vector<Token> Tokens(std::string_view text) {
     std::vector<Token> tokens;
     int depth = 0;
     for (text = SkipBlank(text); !text.empty(); text = SkipBlank(text)) {
         const std::string_view token = text.substr(0, TokenLength(text));
         const bool isQuoted = token.front() == '"';
-        const bool isPunctuation = punctuationChars.find(token.front()) != std::string_view::npos;
+        const bool isPunctuation = punctuation.contains(token.front());
         if (token == "}") depth = std::max(depth - 1, 0);
         tokens.push_back({isQuoted        ? Token::quoted
                           : isPunctuation ? Token::punctuation
                                           : Token::word,
-                          Lower(token), depth});
+                          token, depth});
         if (token == "{") ++depth;
         text.remove_prefix(token.size());
     }
     return tokens;
 }
+
+}  // namespace
+
+struct TextStart {
+    explicit TextStart(std::string_view aText) : text(aText) {}
+    std::string_view text;
+    std::string lower = Lower(text);
+    std::vector<Token> tokens = Tokens(lower);
+};
+
+namespace {
 
 bool IsWord(const std::vector<Token>& tokens, std::size_t i, std::string_view text) {
     return i < tokens.size() && tokens[i].kind == Token::word && tokens[i].text == text;
@@ -109,8 +131,8 @@ std::size_t AfterNetworkHeader(const std::vector<Token>& tokens) {
     return IsWord(tokens, at, "network") && at + 1 < tokens.size() ? at + 2 : 0;
 }
 
-int HuginStrength(std::string_view start) {
-    const std::vector<Token> tokens = Tokens(start);
+int HuginStrength(const TextStart& start) {
+    const std::vector<Token>& tokens = start.tokens;
     const bool isClass = IsWord(tokens, 0, "class");
     if (!isClass && !IsWord(tokens, 0, "net")) return 0;
     const std::size_t brace = isClass ? 2 : 1;
@@ -128,8 +150,8 @@ bool FirstIs(const std::vector<Token>& tokens, std::size_t from, std::string_vie
     return first != tokens.end() && first->text == word;
 }
 
-int DscStrength(std::string_view start) {
-    const std::vector<Token> tokens = Tokens(start);
+int DscStrength(const TextStart& start) {
+    const std::vector<Token>& tokens = start.tokens;
     const std::size_t body = AfterNetworkHeader(tokens);
     if (body == 0) return HasBlock(tokens, 0, {"probability"}, "(") ? weak : 0;
     if (FirstIs(tokens, body, "variable")) return 0;
@@ -138,8 +160,8 @@ int DscStrength(std::string_view start) {
     return tokens[body - 1].kind == Token::quoted ? weak : 0;
 }
 
-int DXPressStrength(std::string_view start) {
-    const std::vector<Token> tokens = Tokens(start);
+int DXPressStrength(const TextStart& start) {
+    const std::vector<Token>& tokens = start.tokens;
     const std::size_t body = AfterNetworkHeader(tokens);
     if (body == 0 || !IsWord(tokens, 0, "diagnostic")) return 0;
     if (HasBlock(tokens, body, {"node", "probability"})) return 0;
@@ -148,8 +170,8 @@ int DXPressStrength(std::string_view start) {
     return hasBlock ? certain : fair;
 }
 
-int BifStrength(std::string_view start) {
-    const std::vector<Token> tokens = Tokens(start);
+int BifStrength(const TextStart& start) {
+    const std::vector<Token>& tokens = start.tokens;
     const std::size_t body = AfterNetworkHeader(tokens);
     if (FirstIs(tokens, body, "variable")) return body == 0 ? fair : certain;
     if (FirstIs(tokens, body, "node")) return 0;
@@ -159,8 +181,8 @@ int BifStrength(std::string_view start) {
 }
 
 /// A text that starts with a number of nodes and as many numbers of states.
-int ErgoStrength(std::string_view start) {
-    const std::vector<Token> tokens = Tokens(start.substr(0, 4096));
+int ErgoStrength(const TextStart& start) {
+    const std::vector<Token>& tokens = start.tokens;
     const auto isInteger = [](const Token& token) {
         return token.text.find_first_not_of("0123456789") == std::string::npos;
     };
@@ -168,29 +190,30 @@ int ErgoStrength(std::string_view start) {
     const auto integers = static_cast<std::size_t>(end - tokens.begin());
     if (integers == 0) return 0;
     const bool small = tokens[0].text.size() < 9;
-    const bool counted = small && integers > static_cast<std::size_t>(std::stoul(tokens[0].text));
+    const bool counted =
+        small && integers > static_cast<std::size_t>(std::stoul(std::string(tokens[0].text)));
     return counted || integers == tokens.size() ? strong : weak;
 }
 
-int XMLBIFStrength(std::string_view start) {
-    if (!SkipBlank(start).starts_with('<')) return 0;
-    if (start.find("<BIF") != std::string_view::npos) return certain;
-    const std::string lower = Lower(start);
-    const bool mentioned =
-        lower.find("<bif") != std::string::npos || lower.find("<!doctype bif") != std::string::npos;
+int XMLBIFStrength(const TextStart& start) {
+    if (!SkipBlank(start.text).starts_with('<')) return 0;
+    if (start.text.find("<BIF") != std::string_view::npos) return certain;
+    const bool mentioned = start.lower.find("<bif") != std::string::npos ||
+                           start.lower.find("<!doctype bif") != std::string::npos;
     return mentioned ? fair : 0;
 }
 
-int XdslStrength(std::string_view start) {
-    const bool mentioned = start.find("<smile") != std::string_view::npos;
-    return mentioned && SkipBlank(start).starts_with('<') ? certain : 0;
+int XdslStrength(const TextStart& start) {
+    const bool mentioned = start.text.find("<smile") != std::string_view::npos;
+    return mentioned && SkipBlank(start.text).starts_with('<') ? certain : 0;
 }
 
 /// A text that starts with the name of a kind and a number.
-int UaiStrength(std::string_view start) {
-    for (start = SkipBlank(start); start.starts_with('#'); start = SkipBlank(start))
-        start.remove_prefix(std::min(start.find_first_of("\r\n"), start.size()));
-    const std::vector<Token> tokens = Tokens(start.substr(0, 4096));
+int UaiStrength(const TextStart& start) {
+    std::string_view text = SkipBlank(start.lower);
+    for (; text.starts_with('#'); text = SkipBlank(text))
+        text.remove_prefix(std::min(text.find_first_of("\r\n"), text.size()));
+    const std::vector<Token> tokens = Tokens(text.substr(0, 100));
     const bool kind = IsWord(tokens, 0, "bayes") || IsWord(tokens, 0, "markov") ||
                       IsWord(tokens, 0, "id") || IsWord(tokens, 0, "limid");
     if (!kind) return 0;
@@ -243,12 +266,12 @@ const FormatInfo* FindFormat(int code) {
 }
 
 const FormatInfo* DetectFormat(std::string_view start, std::string_view fileName) {
-    start = start.substr(0, DetectionWindow);
+    const TextStart begin(start.substr(0, DetectionWindow));
     const FormatInfo* best = nullptr;
     int most = 0;
     for (const FormatInfo& format : formats) {
         // The extension weighs less than any difference between two strengths.
-        const int strength = format.strength(start) + (HasExtension(format, fileName) ? 1 : 0);
+        const int strength = format.strength(begin) + (HasExtension(format, fileName) ? 1 : 0);
         if (strength > most) {
             most = strength;
             best = &format;

@@ -8,6 +8,8 @@
 
 namespace lumo {
 
+struct TextStart;  ///< the start of a text, cut into tokens
+
 /// A format as people name it.
 struct FormatInfo {
     int code;                                 ///< ForeignFormatEN
@@ -15,7 +17,7 @@ struct FormatInfo {
     const char* title;                        ///< for people
     unsigned bit;                             ///< of FormatSetEN
     std::string_view extensions;              ///< each with its dot, between blanks
-    int (*strength)(std::string_view start);  ///< how much a text's start looks like it, 0 to 100
+    int (*strength)(const TextStart& start);  ///< how much a text looks like it, 0 to 100
 };
 
 std::span<const FormatInfo> Formats();

@@ -154,7 +154,7 @@ SharedNet Read(const std::string& name, const std::string_view* text, const Read
         net->net.reset(Import(*net, info, text, reading.options()));
         if (net->net != nullptr) CondenseNoisyMax(*net->net, reading.condense);
     }
-    net->dropEmptyNet();
+    net->dropFailedNet();
     if (collector.interrupted()) throw py::error_already_set();
     if (net->net == nullptr) RaiseReadError(*net);
     return net;
