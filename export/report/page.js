@@ -3,7 +3,10 @@
 // The report's page. Everything that comes from the file becomes text nodes or is drawn: no string
 // of it is ever parsed as markup.
 
-const data = JSON.parse(document.getElementById('data').textContent);
+// Marks of writing direction and line separators in it are shown as such, as in diagnostics.
+const visible = (json) => json.replace(/[\u061C\u200E\u200F\u2028-\u202E\u2066-\u2069]/g,
+    (mark) => '\\\\u' + mark.codePointAt(0).toString(16).padStart(4, '0'));
+const data = JSON.parse(visible(document.getElementById('data').textContent));
 const nodes = data.nodes;
 const byId = (id) => document.getElementById(id);
 const titleOf = (node) => node.title || node.name;
