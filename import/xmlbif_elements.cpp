@@ -13,7 +13,7 @@ constexpr std::string_view inNetworkAlone[] = {"VARIABLE", "DEFINITION", "PROBAB
 bool Elements::next(const Structure& what) {
     if (lenient) {
         if (!walk.nextChild()) return false;
-        if (what.kind == network.kind ||
+        if (std::string_view(what.kind) == network.kind ||
             std::ranges::find(inNetworkAlone, tag().name) == std::end(inNetworkAlone))
             return true;
         walk.closeParent();
