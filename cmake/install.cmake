@@ -5,12 +5,10 @@ include(CMakePackageConfigHelpers)
 install(TARGETS lumo_import EXPORT LumoTargets
     LIBRARY COMPONENT program NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development)
-foreach(header ${LUMO_HEADERS})
-    cmake_path(RELATIVE_PATH header BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
-    cmake_path(GET header PARENT_PATH folder)
-    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/lumo/${folder}
-        COMPONENT development)
-endforeach()
+if(TARGET lumo_export)
+    install(TARGETS lumo_export EXPORT LumoTargets ARCHIVE COMPONENT development)
+endif()
+include(cmake/headers.cmake)
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/Lumo)
 install(EXPORT LumoTargets NAMESPACE Lumo:: DESTINATION ${package} COMPONENT development)
@@ -23,6 +21,9 @@ install(FILES ${PROJECT_BINARY_DIR}/LumoConfig.cmake ${PROJECT_BINARY_DIR}/LumoC
 
 set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH LUMO_PREFIX_FROM_PC /${pkgconfig} /)
+if(TARGET lumo_export)
+    set(LUMO_PC_EXPORT "-llumo_export ")
+endif()
 configure_file(packaging/lumo.pc.in ${PROJECT_BINARY_DIR}/lumo.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/lumo.pc DESTINATION ${pkgconfig} COMPONENT development)
 

@@ -1,6 +1,8 @@
 // Which format a file is in.
 #pragma once
 
+#include "library/utilities/language.h"
+
 #include <cstddef>
 #include <span>
 #include <string>

@@ -12,7 +12,7 @@ cmake_minimum_required(VERSION 3.25)
 project(user LANGUAGES CXX)
 find_package(Lumo 0.1 REQUIRED)
 add_executable(user user.cpp)
-target_link_libraries(user PRIVATE Lumo::import)
+target_link_libraries(user PRIVATE Lumo::export)
 END
 # The programs of the documentation.
 program_of() { sed -n '/^```cpp$/,/^```$/{/^```/!p}' "$source/$1"; }
@@ -46,6 +46,14 @@ with_pkg_config static
 expect_nodes "$place/user-static"
 expect_nodes "$place/readme-static"
 "$place/static/bin/lumo-import" --version
+
+# A program that detects, reads and writes; nothing internal is installed; C++17 is refused in words.
+(cd "$source/samples/hugin" && "$place/user-static" asia.net "$place/asia.xdsl" >/dev/null)
+grep -q '<smile' "$place/asia.xdsl"
+! find "$place/static/include" -name 'access.h' -o -name 'state.h' -o -name 'blocks.h' | grep .
+echo '#include <lumo/ForeignFile.h>' >"$place/old.cpp"
+! c++ -std=c++17 -fsyntax-only -I "$place/static/include" "$place/old.cpp" 2>"$place/said"
+grep -q 'Lumo import needs C++20' "$place/said"
 
 # Not optimised, as only the linking counts.
 cmake -S "$source" -B "$place/library" -DBUILD_SHARED_LIBS=ON -DLUMO_BUILD_APP=OFF \

@@ -4,6 +4,8 @@
 // ends; an application that wants to keep one copies what it needs in ReportHandler::show.
 #pragma once
 
+#include "library/utilities/language.h"
+
 #include <cstdarg>
 #include <memory>
 #include <string>

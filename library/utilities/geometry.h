@@ -1,6 +1,8 @@
 // Plain value types of the drawing side.
 #pragma once
 
+#include "library/utilities/language.h"
+
 namespace lumo {
 
 struct coord_kt {

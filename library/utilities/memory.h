@@ -1,6 +1,8 @@
 // Memory services: the library allocator, the account of container memory, failed assertions.
 #pragma once
 
+#include "library/utilities/language.h"
+
 #include <cstddef>
 #include <memory>
 

@@ -1,6 +1,8 @@
 // Numbers from text: the fast path that every reader of a table runs through.
 #pragma once
 
+#include "library/utilities/language.h"
+
 #include <bit>
 #include <cmath>
 #include <cstdint>

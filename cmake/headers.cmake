@@ -1,0 +1,25 @@
+# The public headers: inside the tree they stand in their rooms; installed they stand together, as
+# <lumo/ForeignFile.h>, and include each other so. Nothing else is installed.
+set(LUMO_PUBLIC_HEADERS
+    import/ForeignFile.h import/detect.h
+    library/model/netmodel.h
+    library/text/parser.h
+    library/reports/reports.h library/reports/message.h library/reports/catalogue.h
+    library/utilities/Utils.h library/utilities/geometry.h library/utilities/language.h
+    library/utilities/memory.h library/utilities/numbers.h library/utilities/vect.h
+    library/utilities/vect3.h)
+if(TARGET lumo_export)
+    list(APPEND LUMO_PUBLIC_HEADERS
+        export/writers.h export/result.h export/losses.h export/placing.h export/text.h)
+endif()
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${LUMO_PUBLIC_HEADERS})
+
+set(public ${PROJECT_BINARY_DIR}/include/lumo)
+file(REMOVE_RECURSE ${public})
+foreach(header ${LUMO_PUBLIC_HEADERS})
+    file(READ ${header} text)
+    string(REGEX REPLACE "#include \"[a-z/]+/([A-Za-z0-9]+\\.h)\"" "#include <lumo/\\1>" text "${text}")
+    cmake_path(GET header FILENAME name)
+    file(WRITE ${public}/${name} "${text}")
+endforeach()
+install(DIRECTORY ${public} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
