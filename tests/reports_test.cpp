@@ -25,6 +25,9 @@ thread_local bool memoryIsOut = false;
     if (block == nullptr) throw std::bad_alloc();
     return block;
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return memoryIsOut ? nullptr : std::malloc(size);
+}
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
