@@ -8,11 +8,10 @@
 #include <cerrno>
 
 #include "import/ForeignFile.h"
+#include "import/messages.h"
 
 namespace lumo::app {
 namespace {
-
-constexpr int cannotRead = -3468;
 
 /// A descriptor that closes itself, standard input excepted.
 class Input {
@@ -51,15 +50,15 @@ bool IsPipe(const std::string& file) {
            !S_ISDIR(status.st_mode);
 }
 
-void ShowError(int number, const std::string& text) {
+/// Shows the report of an import that did not begin.
+Bnet_bn* Refused(rept_kt* report) {
     const ReportScope scope;
-    ShowReport(newerr_kt(number, "%s", text.c_str()));
+    ShowReport(report);
+    return nullptr;
 }
 
 Bnet_bn* Unrecognised(const std::string& file) {
-    ShowError(num::unknownFormatCode,
-              "cannot tell the format of '" + file + "'; name it with --from");
-    return nullptr;
+    return Refused(NewReport(msg::import.unknownFormat, file.c_str(), "--from"));
 }
 
 /// Finds the format when it was not given; null after an error was shown.
@@ -88,9 +87,8 @@ Bnet_bn* ReadPipe(const std::string& file, const Options& options, Console& cons
     const int error = errno;
     console.begin(name, text);
     if (!complete) {
-        ShowError(cannotRead,
-                  "cannot read '" + name + "': " + std::generic_category().message(error));
-        return nullptr;
+        return Refused(NewReport(msg::import.pipeFailed, name.c_str(),
+                                 std::generic_category().message(error).c_str()));
     }
     const FormatInfo* format = FormatOf(text, name, options, result);
     if (format == nullptr) return Unrecognised(name);

@@ -11,9 +11,15 @@ struct ImportMessages {
     Message<const char*> couldNotRead{
         -3468, MessageKind::error, "couldn't read file '%s' into memory", OfAny,
         "the notice before it says why: the file is missing, no file, not readable, or too large"};
-    Message<int> unknownFormatCode{-5004, MessageKind::error, "unknown format code %d", OfAny,
-                                   "the program that called the library gave a format that is "
-                                   "none"};
+    Message<const char*, const char*> pipeFailed{-3468, MessageKind::error, "cannot read '%s': %s",
+                                                 OfAny, couldNotRead.cure};
+    Message<int> unknownFormatCode{
+        -5004, MessageKind::error, "unknown format code %d", OfAny,
+        "the format was not told from the text nor from the file's name, or is "
+        "none"};
+    Message<const char*, const char*> unknownFormat{
+        -5004, MessageKind::error, "cannot tell the format of '%s'; name it with %s", OfAny,
+        unknownFormatCode.cure};
     Message<const char*> outOfMemoryReading{-5000, MessageKind::endingMemory, "while reading '%s'",
                                             OfAny, msg::reports.outOfMemory.cure};
     Message<const char*, long long, int> tableTooLarge{

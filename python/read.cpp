@@ -5,6 +5,7 @@
 
 #include "import/ForeignFile.h"
 #include "import/detect.h"
+#include "import/messages.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {
@@ -86,9 +87,7 @@ Bnet_bn* Import(Net& result, const FormatInfo* format, const std::string_view* t
         result.format = format->name;
         result.formatCode = format->code;
     } else if (text != nullptr || !start.empty()) {
-        ShowReport(
-            newerr_kt(num::unknownFormatCode,
-                      "cannot tell the format of '%s'; name it with format=", result.file.c_str()));
+        ShowReport(NewReport(msg::import.unknownFormat, result.file.c_str(), "format="));
         return nullptr;
     }
     // The library says why a file cannot be read before it looks at the format.

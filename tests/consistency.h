@@ -10,12 +10,14 @@
 #include <vector>
 
 #include "library/model/netmodel.h"
+#include "library/reports/messages.h"
 
 namespace lumo::test {
 
 /// Reports that speak of the whole import, not of a place in it.
 inline bool IsClosing(int number) {
-    return number == num::unknownSummary || number == num::moreWarnings;
+    return number == msg::reports.unknownSummary.number ||
+           number == msg::reports.moreWarnings.number;
 }
 
 /// Reads all the numbers, so that a sanitizer sees a table that is too short; false when one is not

@@ -2,6 +2,7 @@
 // reading, and what hostile files may cost.
 #include <algorithm>
 
+#include "import/messages.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -253,7 +254,7 @@ TEST(DscHostile, TablesOutOfProportion) {
         parents += (i > 0 ? "," : "") + name;
     }
     const Imported fill = Dsc(nodes + "probability (C|" + parents + ") { default: 1,0; }");
-    EXPECT_EQ(fill.seen.count(num::tableTooLarge), 1);
+    EXPECT_EQ(fill.seen.count(msg::import.tableTooLarge.number), 1);
 
     // Each of these texts asks for far more than it holds, again and again.
     const std::string wide =

@@ -1,4 +1,5 @@
 // The DXPress reader: every report with its place, whole samples, and what hostile files may cost.
+#include "import/messages.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -177,12 +178,12 @@ TEST(DXPress, DamageCostsOnlyWhatIsDamaged) {
     };
     const Damage cases[] = {
         {"nodes { standard A { } standard A { type: discrete[3] = { }; } standard B { } }",
-         num::nodeExists, "A B "},
+         msg::model.nodeExists.number, "A B "},
         {"nodes { standard A { type: discrete[2147483647] = { }; } standard B { } }",
-         num::badStateCount, "A B "},
+         msg::model.badStateCount.number, "A B "},
         {"nodes { odd \"x\" { b: { c } } standard A { } }", -4070, "A "},
-        {"nodes { standard A { position: (1, x); cost: 2; } standard B { } }", num::badCoordinate,
-         "A B "},
+        {"nodes { standard A { position: (1, x); cost: 2; } standard B { } }",
+         msg::text.badCoordinate.number, "A B "},
     };
     for (const Damage& c : cases) {
         const Imported got = DX(std::string("diagnostic network x ") + c.text);
@@ -295,7 +296,7 @@ TEST(DXPressHostile, FiftyParentsAreTooManyForATable) {
         const Imported got =
             DX(nodes + " } network { standard C (" + parents + ") { " + relation + " } }");
         ASSERT_EQ(got.seen.reports.size(), 1U) << got.seen.text();
-        EXPECT_EQ(got.seen.reports[0].number, num::tableTooLarge);
+        EXPECT_EQ(got.seen.reports[0].number, msg::import.tableTooLarge.number);
         EXPECT_EQ(got.net->nodes[0]->parents.N, 50);
     }
 }

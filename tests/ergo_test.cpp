@@ -1,4 +1,5 @@
 // The Ergo reader: whole files, every report with its place, and what hostile files may cost.
+#include "library/model/messages.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -99,8 +100,8 @@ TEST(Ergo, RefusedLinksCostOnlyTheirTable) {
         "3 2 2 2\n1 1\n1 3\n2 2 2\n4 .1 .9 .2 .8\n4 .5 .5 .3 .7\n4 .6 .4 1 0\n"
         "A B C a b a b a b 0 0 0 0 0 0");
     ASSERT_NE(got.net, nullptr);
-    EXPECT_EQ(got.seen.count(num::selfLink), 1);
-    EXPECT_EQ(got.seen.count(num::cycle), 2);
+    EXPECT_EQ(got.seen.count(msg::model.selfLink.number), 1);
+    EXPECT_EQ(got.seen.count(msg::model.cycle.number), 2);
     EXPECT_EQ(got.seen.reports.size(), 3U);
     EXPECT_EQ(NodeText(*got.net->nodes[0]), "nature A at 0,0\n  states a b\n  none\n");
     EXPECT_EQ(NodeText(*got.net->nodes[1]),
@@ -140,7 +141,7 @@ TEST(Ergo, AMillionStatesAreTheLimit) {
     EXPECT_EQ(got.net->nodes[0]->numStates(), 1'000'000);
     const Imported more = Ergo("1 1000001 " + text);
     EXPECT_EQ(more.net, nullptr);
-    EXPECT_EQ(more.seen.count(num::badStateCount), 1);
+    EXPECT_EQ(more.seen.count(msg::model.badStateCount.number), 1);
 }
 
 TEST(ErgoHostile, EveryPrefixAndEveryByteOfTheSamples) {

@@ -1,5 +1,6 @@
 // Hugin files that are cut, changed or made to be expensive. Each ends in linear time: a search
 // that starts again and again would keep the suite running for hours.
+#include "import/messages.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -50,37 +51,40 @@ std::vector<Case> Cases() {
         {"unknown words", net + Repeat(million, numbered("w# ")), 0, -3040},
         {"unknown words in an object", "net { " + Repeat(million, numbered("w# ")), -1, -3036},
         {"round brackets in a table",
-         net + "node A { } potential (A) { data = " + Repeat(million, "("), 1, num::badTable},
+         net + "node A { } potential (A) { data = " + Repeat(million, "("), 1,
+         msg::import.badTable.number},
         {"round brackets in a field", "net { x = " + Repeat(million, "("), 0, -3038},
         {"braces", net + Repeat(million, "{"), 0, -3041},
         {"braces in a node", net + "node A " + Repeat(million, "{"), 1, -3035},
         {"an endless string", net + "node A { label = \"" + Repeat(million, "endless "), 1,
-         num::unterminatedString},
+         msg::text.unterminatedString.number},
         {"an endless string in a list", net + "node A { states = (\"" + Repeat(million, "x\n"), 1,
-         num::unterminatedString},
+         msg::text.unterminatedString.number},
         {"lists that run on", net + "node A {\n" + Repeat(many, "states = (\"a\n"), 1,
-         num::unterminatedString},
+         msg::text.unterminatedString.number},
         {"quotes behind backslashes",
          net + "node A {\nx = \"\n" + Repeat(million, "\\\"\n") + "\" x", 1,
-         num::unterminatedString},
+         msg::text.unterminatedString.number},
         {"unknown objects without end", net + Repeat(many, "foo { \"\n"), -1, -3040},
         {"unknown objects with nodes in them", net + Repeat(many, numbered("foo { node A# { }\n")),
          many, -3040},
         {"nodes without end", net + Repeat(many, numbered("node A# { states = (\"a\" \"b\");\n")),
-         1000, num::tooManyErrors},
+         1000, msg::reports.tooManyErrors.number},
         {"nodes without body", net + Repeat(many, numbered("node A#\n")), 1, -3034},
         {"states beyond the limit",
-         net + "node A { states = (" + Repeat(million + 1, "s ") + "); }", 1, num::badList},
+         net + "node A { states = (" + Repeat(million + 1, "s ") + "); }", 1,
+         msg::text.badList.number},
         {"one parent for ever",
          net + "node A { } node B { } potential (A |" + Repeat(many, " B") +
              ") { data = (1 1 1 1); }",
-         2, num::parentAgain},
+         2, msg::model.parentAgain.number},
         {"a table beyond the limit",
          net + Repeat(40, numbered("node A# { }\n")) + "potential (A0 |" +
              Repeat(39, [](int i) { return " A" + std::to_string(i + 1); }) + ") { data = (1 2); }",
-         40, num::tableTooLarge},
+         40, msg::import.tableTooLarge.number},
         {"group names beyond the limit",
-         "net { HR_Groups_GroupNames = \"" + names + "\"; } node A { }", 1, num::tooManyGroups},
+         "net { HR_Groups_GroupNames = \"" + names + "\"; } node A { }", 1,
+         msg::model.tooManyGroups.number},
         {"groups of one name",
          "net { " + Repeat(10'000, numbered("HR_Group_#_Name = \"g\";\n")) +
              "} node A { HR_Grp = \"9999\"; }",

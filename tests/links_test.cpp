@@ -2,6 +2,7 @@
 #include <functional>
 #include <numeric>
 
+#include "library/model/messages.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -45,9 +46,9 @@ TEST(Links, RefusedOnesNameBothNodesAndChangeNothing) {
     g.link(1, 2);
     g.giveTable(0);
     const rept_kt* cycle = AddLink_ibn(g[2], g[0]);
-    EXPECT_EQ(cycle->number, num::cycle);
+    EXPECT_EQ(cycle->number, msg::model.cycle.number);
     EXPECT_STREQ(cycle->message, "a link from node 'n2' to node 'n0' would close a cycle");
-    EXPECT_EQ(AddLink_ibn(g[0], g[0])->number, num::selfLink);
+    EXPECT_EQ(AddLink_ibn(g[0], g[0])->number, msg::model.selfLink.number);
     EXPECT_EQ(AddLink_ibn(g[0], g[1]), Okay_rept_kt);
     EXPECT_EQ(g.parents(0) + "/" + g.parents(1), "/n0 ");
     EXPECT_TRUE(g.hasTable(0));
@@ -65,7 +66,7 @@ TEST(Links, TablesLiveAsLongAsTheParents) {
     EXPECT_TRUE(g.hasTable(2)) << "the same parents";
     EXPECT_FALSE(IsError(g.setParents(2, {0, 1, 0})));
     EXPECT_TRUE(g.hasTable(2)) << "the same but for one named again";
-    EXPECT_EQ(g.seen.count(num::parentAgain), 1);
+    EXPECT_EQ(g.seen.count(msg::model.parentAgain.number), 1);
     g.setParents(2, {1, 0});
     EXPECT_FALSE(g.hasTable(2)) << "another order";
     EXPECT_EQ(g.parents(2), "n1 n0 ");
@@ -78,7 +79,7 @@ TEST(Links, ReplacedParentsClearTheWayForOthers) {
     g.link(2, 3);
     EXPECT_FALSE(g.link(3, 0));
     const rept_kt* report = g.setParents(1, {4, 1, 3, 2, 0});
-    EXPECT_EQ(report->number, num::selfLink);
+    EXPECT_EQ(report->number, msg::model.selfLink.number);
     EXPECT_STREQ(
         report->message,
         "node 'n1' cannot be a parent of node 'n1', itself (2 further parents are refused)");

@@ -92,10 +92,10 @@ TEST_F(NetModel, RefusedNodesLeaveTheNetAsItWas) {
     const struct {
         const char* name;
         int states, number;
-    } cases[] = {{"A", 2, num::nodeExists},
-                 {"a b", 2, num::nodeExists},
-                 {"B", -1, num::badStateCount},
-                 {"B", MaxStates + 1, num::badStateCount}};
+    } cases[] = {{"A", 2, msg::model.nodeExists.number},
+                 {"a b", 2, msg::model.nodeExists.number},
+                 {"B", -1, msg::model.badStateCount.number},
+                 {"B", MaxStates + 1, msg::model.badStateCount.number}};
     for (const auto& c : cases) {
         rept_kt* error = nullptr;
         EXPECT_EQ(NewNode_ibn(c.name, c.states, *net, {}, &error), nullptr);
@@ -160,19 +160,20 @@ TEST_F(NetModel, RefusedStatesChangeNothing) {
         int number;
         std::function<rept_kt*()> call;
     } cases[] = {
-        {num::badStateName,
+        {msg::model.badStateName.number,
          [&] {
              return node.setStates(2, Strings({"a", "a"}), new double[2]{}, nullptr, nullptr,
                                    CheckFull);
          }},
-        {num::badStateName,
+        {msg::model.badStateName.number,
          [&] {
              return node.setStateNames(Strings({"a", "b c"}), CheckFull);
          }},
-        {num::badStateName, [&] { return node.setStateName(0, DupStr_kt("b c"), 0, CheckFull); }},
-        {num::badStateCount,
+        {msg::model.badStateName.number,
+         [&] { return node.setStateName(0, DupStr_kt("b c"), 0, CheckFull); }},
+        {msg::model.badStateCount.number,
          [&] { return node.setStates(-1, nullptr, nullptr, nullptr, nullptr, CheckFull); }},
-        {num::badStateCount,
+        {msg::model.badStateCount.number,
          [&] { return SetStatesToLabels(node, nullptr, MaxStates + 1, false); }},
     };
     for (const auto& c : cases) EXPECT_EQ(c.call()->number, c.number);
@@ -180,7 +181,7 @@ TEST_F(NetModel, RefusedStatesChangeNothing) {
     EXPECT_EQ(node.setStateName(2, DupStr_kt("c"), 0, CheckFull), Okay_rept_kt);
     EXPECT_EQ(node.setStateTitle(-1, DupStr_kt("c"), CheckFull), Okay_rept_kt);
     EXPECT_EQ(node.setStateComment(99, DupStr_kt("c")), Okay_rept_kt);
-    EXPECT_EQ(seen.count(num::badStateIndex), 3);
+    EXPECT_EQ(seen.count(msg::model.badStateIndex.number), 3);
     EXPECT_EQ(NodeText(node), "nature A at 1,2\n  states yes no\n  none\n");
 }
 
@@ -267,7 +268,7 @@ TEST_F(NetModel, NodeSets) {
         net->newNodeset(("set" + std::to_string(net->nodesets().size())).c_str(), nullptr, nullptr);
     }
     EXPECT_EQ(net->newNodeset("more", nullptr, nullptr), nullptr);
-    EXPECT_EQ(AddNodeToNodeset_ibn(node, "more")->number, num::tooManyGroups);
+    EXPECT_EQ(AddNodeToNodeset_ibn(node, "more")->number, msg::model.tooManyGroups.number);
     EXPECT_EQ(AddNodeToNodeset_ibn(node, "second"), Okay_rept_kt);
 }
 

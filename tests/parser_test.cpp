@@ -1,6 +1,8 @@
 // The tokenizer: words, strings, numbers, comments, skipping, and the places of reports.
 #include <cfloat>
 
+#include "library/reports/messages.h"
+#include "library/text/messages.h"
 #include "tests/parser_support.h"
 
 namespace lumo::test {
@@ -197,8 +199,8 @@ TEST(Numbers, AreReadOrNamed) {
     EXPECT_EQ(r.in.readPunc(), '{');
     EXPECT_EQ(r.in.readInt(), 0);
     EXPECT_EQ(r.in.readInt(), 8);
-    EXPECT_EQ(r.seen.count(num::notAnInteger), 2);
-    EXPECT_EQ(r.seen.count(num::numberTooLarge), 1);
+    EXPECT_EQ(r.seen.count(msg::text.notAnInteger.number), 2);
+    EXPECT_EQ(r.seen.count(msg::text.numberTooLarge.number), 1);
 }
 
 TEST(Numbers, RunsStopBeforeWhatIsNone) {
@@ -412,7 +414,7 @@ TEST(Errors, BeyondTheBudgetReadingStops) {
         r.in.checkError();
     }
     ASSERT_EQ(r.seen.errors(), MaxErrors + 1);
-    EXPECT_EQ(r.seen.reports.back().number, num::tooManyErrors);
+    EXPECT_EQ(r.seen.reports.back().number, msg::reports.tooManyErrors.number);
     EXPECT_EQ(r.seen.reports.back().column, 2 * MaxErrors - 1);
 }
 
@@ -433,7 +435,7 @@ TEST(Errors, ProgressIsToldAndCancellingThrows) {
     EXPECT_LE(watcher.steps, 101);
     watcher.stop = true;
     for (int i = 0; i < 2; ++i) EXPECT_THROW(r.in.checkError(), rept_kt*);
-    EXPECT_EQ(watcher.count(num::importCancelled), 1);
+    EXPECT_EQ(watcher.count(msg::reports.importCancelled.number), 1);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Relations: whole tables, rows set one by one, normalising and checks, noisy-max.
 #include <numeric>
 
+#include "library/model/messages.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -64,7 +65,7 @@ TEST_F(Relation, BadEntriesAreRefused) {
     };
     for (const auto& each : cases) {
         const rept_kt* report = set({0, 1, 0, 1, 0, 1, 0, each.bad, 0, 1, each.bad, 1});
-        EXPECT_EQ(report->number, num::badTableEntry);
+        EXPECT_EQ(report->number, msg::model.badTableEntry.number);
         EXPECT_STREQ(report->message, each.message);
         EXPECT_EQ(probs(), "1 0 1 0 1 0 1 0 1 0 1 0") << "nothing is installed";
     }
@@ -140,14 +141,15 @@ TEST_F(Relation, RowsByPatternInTheOrderGiven) {
         EXPECT_EQ(setRow(step.stateOfA, step.stateOfB, step.row), Okay_rept_kt);
         EXPECT_EQ(probs(), step.table);
     }
-    EXPECT_EQ(seen.count(num::roundingNoise), 1);
-    EXPECT_EQ(seen.count(num::rowAgain), 1) << "by the default behind rows; no pattern does";
+    EXPECT_EQ(seen.count(msg::model.roundingNoise.number), 1);
+    EXPECT_EQ(seen.count(msg::model.rowAgain.number), 1)
+        << "by the default behind rows; no pattern does";
     EXPECT_EQ(seen.reports.size(), 2U);
 
-    EXPECT_EQ(setRow(2, 0, {0, 1})->number, num::badParentState);
+    EXPECT_EQ(setRow(2, 0, {0, 1})->number, msg::model.badParentState.number);
     EXPECT_STREQ(setRow(0, -1, {0, 1})->message,
                  "state -1 of node 'B' is wanted for a row of node 'C', but it has 3 states");
-    EXPECT_EQ(setRow(0, 0, {NaN, 1})->number, num::badTableEntry);
+    EXPECT_EQ(setRow(0, 0, {NaN, 1})->number, msg::model.badTableEntry.number);
     EXPECT_EQ(probs(), steps[4].table);
 }
 

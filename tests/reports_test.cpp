@@ -1,5 +1,6 @@
 // Reports: shown exactly once, within the budgets, at their place, also without memory.
 #include "library/reports/reports.h"
+#include "library/reports/messages.h"
 
 #include <gtest/gtest.h>
 
@@ -173,7 +174,7 @@ TEST_F(Reports, BudgetsAndTheirFreshStart) {
         }
         EXPECT_EQ(shown.count(-1), MaxErrors);
         EXPECT_EQ(shown.count(-2), MaxShownWarnings - 1);
-        EXPECT_EQ(shown.count(num::moreWarnings), 1);
+        EXPECT_EQ(shown.count(msg::reports.moreWarnings.number), 1);
         EXPECT_EQ(shown.reports.back().message, "7 further warnings and notices are not shown");
     }
     shown.reports.clear();
@@ -191,7 +192,7 @@ TEST_F(Reports, UnknownWordsAreShownOnceThenSummedUp) {
     }
     EXPECT_EQ(shown.count(-3037), 3);
     EXPECT_EQ(shown.count(-3040), 1);
-    ASSERT_EQ(shown.count(num::unknownSummary), 1);
+    ASSERT_EQ(shown.count(msg::reports.unknownSummary.number), 1);
     EXPECT_EQ(shown.reports.back().message,
               "unknown words that occur again: 'HR_X' 12 times, 'HR_Y' 3 times");
     EXPECT_EQ(shown.words, "HR_X -3037 12;HR_Y -3037 3;HR_X -3040 1;hr_x -3037 1;");
@@ -243,10 +244,10 @@ TEST_F(Reports, WithoutMemory) {
         memoryIsOut = true;
         rept_kt* const other = newerr_kt(-9, "%0600d", 1);
         memoryIsOut = false;
-        EXPECT_EQ(other->number, num::outOfMemory);
+        EXPECT_EQ(other->number, msg::reports.outOfMemory.number);
     }
     ASSERT_EQ(shown.reports.size(), 2U);  // the second by the end of the scope
-    EXPECT_EQ(shown.reports[1].number, num::outOfMemory);
+    EXPECT_EQ(shown.reports[1].number, msg::reports.outOfMemory.number);
 }
 
 TEST_F(Reports, HandlerThatThrows) {

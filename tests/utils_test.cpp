@@ -15,6 +15,7 @@
 #include <thread>
 #include <unordered_set>
 
+#include "library/reports/messages.h"
 #include "library/reports/reports.h"
 #include "library/utilities/Utils.h"
 
@@ -57,7 +58,7 @@ TEST_F(Containers, GrowAndBalanceTheAccount) {
         EXPECT_EQ(moved.N, 66);
         EXPECT_EQ(moved[65], 32);
         moved.realloc_(65);  // refused
-        EXPECT_EQ(shown.numbers, std::vector{num::failedAssertion});
+        EXPECT_EQ(shown.numbers, std::vector{msg::reports.failedAssertion.number});
         EXPECT_EQ(moved.N, 66);
 
         strin_kt s;
@@ -448,7 +449,7 @@ TEST_F(ReadingFiles, Regular) {
                     "a\0",
                     4));  // 16-bit text is refused elsewhere
     EXPECT_EQ(read().size(), 4U);
-    EXPECT_EQ(shown.numbers, std::vector{num::zeroByte});
+    EXPECT_EQ(shown.numbers, std::vector{msg::reports.zeroByte.number});
 }
 
 TEST_F(ReadingFiles, FailuresAreNotices) {
@@ -459,7 +460,8 @@ TEST_F(ReadingFiles, FailuresAreNotices) {
     EXPECT_EQ(read(), "(null)");
     path.clear();
     EXPECT_EQ(shown.numbers,
-              (std::vector{num::cannotOpenFile, num::cannotReadFile, num::cannotReadFile}));
+              (std::vector{msg::reports.cannotOpenFile.number, msg::reports.cannotReadFile.number,
+                           msg::reports.cannotReadFile.number}));
 }
 
 TEST_F(ReadingFiles, SizeUnknown) {

@@ -1,6 +1,8 @@
 // XML BIF 0.3: what texts become, and every report with its place.
 #include "import/xmlbif.h"
 #include "import/readers.h"
+#include "library/model/messages.h"
+#include "library/reports/messages.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -28,7 +30,8 @@ std::string Variable(const std::string& name, const std::string& rest = "") {
 std::string Outline(const Imported& got) {
     std::string out;
     for (const Seen& r : got.seen.reports)
-        if (r.number != num::unknownSummary) out += Format("%d %d:%d ", r.number, r.line, r.column);
+        if (r.number != msg::reports.unknownSummary.number)
+            out += Format("%d %d:%d ", r.number, r.line, r.column);
     if (got.net == nullptr) return out + "no net";
     for (const Bnode_bn* node : got.net->nodes) {
         out += std::string(node->name()) + '|';
@@ -342,7 +345,7 @@ TEST(XmlBif, DefinitionsInUnusualForm) {
                               "<DEFINITION><FOR>a</FOR>&#13;\n<TABLE/><TABLE>&#xD;<![CDATA[ "
                               "90 ]]>5<?pi 2 ?>&#13;\n<!-- 1 -->&#13;</TABLE>"
                               "</DEFINITION>"));
-    EXPECT_EQ(got.seen.count(num::rowSum), 1) << got.seen.text();
+    EXPECT_EQ(got.seen.count(msg::model.rowSum.number), 1) << got.seen.text();
     EXPECT_NE(NetText(got.net.get()).find("parents a\n  table 1 0 0.1 0.9\n"), std::string::npos);
     EXPECT_NE(NetText(got.net.get()).find("  table 90 5\n"), std::string::npos);
 }

@@ -1,4 +1,5 @@
 // XML: text, tags, empty elements, skipping of elements and declarations.
+#include "library/reports/messages.h"
 #include "library/text/messages.h"
 #include "library/text/xml.h"
 #include "tests/parser_support.h"
@@ -90,7 +91,8 @@ TEST(XMLTags, AreReadWithTheirFirstAttribute) {
         Reading r(c.text, Dialect::xml);
         EXPECT_EQ(ReadTag(r), c.tag);
         EXPECT_EQ(r.rest(), c.rest);
-        EXPECT_EQ(r.seen.count(num::xmlDeclaration), c.text[1] == '!' && c.text[2] != '[');
+        EXPECT_EQ(r.seen.count(msg::text.xmlDeclaration.number),
+                  c.text[1] == '!' && c.text[2] != '[');
     }
     Reading root("<BIF>", Dialect::xml);
     root.in.skipChar();  // the '<' was read by the driver
@@ -245,7 +247,7 @@ TEST(XMLReader, WalksElementsAndDamageCostsWhatIsDamaged) {
         EXPECT_EQ(Walk(r), c.walk) << c.text;
         std::string reports;
         for (const Seen& s : r.seen.reports)
-            if (s.number != num::unknownSummary)
+            if (s.number != msg::reports.unknownSummary.number)
                 reports += Format("%d %d:%d ", s.number, s.line, s.column);
         EXPECT_EQ(reports, c.reports) << c.text;
     }

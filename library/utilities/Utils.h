@@ -178,7 +178,7 @@ char* AddExtension_kt(char* path, const char* extension, const char*);
 /// text ends there for its readers.
 char* FileToStringThrows_kt(const char* path, long long maxLength, long long* length);
 
-/// The warning about a zero byte at that offset of the file (num::zeroByte).
+/// The warning about a zero byte at that offset of the file.
 void WarnZeroByte(const char* path, long long offset);
 
 // ---- Numbers -------------------------------------------------------------------------------
