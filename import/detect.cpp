@@ -246,11 +246,11 @@ bool HasExtension(const FormatInfo& format, std::string_view fileName) {
 
 std::span<const FormatInfo> Formats() { return formats; }
 
-std::string FormatTitles(unsigned formats) {
+std::string FormatTitles(unsigned set) {
     std::string text;
-    if (formats == OfAny) return "any format";
+    if (set == OfAny) return "any format";
     for (const FormatInfo& format : Formats())
-        if ((formats & format.bit) != 0)
+        if ((set & format.bit) != 0)
             text += (text.empty() ? "" : ", ") + std::string(format.title);
     return text;
 }

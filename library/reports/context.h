@@ -92,7 +92,12 @@ struct ReportBudget {
     UnknownCounts unknown;
 };
 
+/// Fills Okay_rept_kt and Fail_rept_kt, once.
+void MakePermanentReports();
+
 struct Context : ReportBudget {
+    Context() { MakePermanentReports(); }
+
     int depth = 0;  ///< of scopes
     std::deque<rept_kt> reports;
     ReportHandler* handler = nullptr;

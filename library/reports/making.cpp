@@ -55,20 +55,22 @@ private:
     char buffer_[512];
 };
 
-/// A report that lives as long as the process, and is there before any code runs.
+/// A report that lives as long as the process. Its place is there before any code runs, its content
+/// from the first use of the reports on.
 union Permanent {
-    constexpr Permanent(int severity, char* message) : report() {
-        report.severity = severity;
-        report.message = message;
-    }
-    constexpr ~Permanent() {}  // NOLINT(modernize-use-equals-default): leaves the report alone
+    constexpr Permanent() : empty() {}
+    ~Permanent() {}  // NOLINT(modernize-use-equals-default): leaves the report alone
+    char empty;
     rept_kt report;
 };
+constinit Permanent okay;
+constinit Permanent fail;
 
-constinit char okayText[] = "no problem";
-constinit char failText[] = "the operation failed";
-constinit Permanent okay(SeverityOkay, okayText);
-constinit Permanent fail(SeverityError, failText);
+void Fill(Permanent& permanent, int severity, const char* message) {
+    rept_kt* const report = new (&permanent.report) rept_kt;
+    report->severity = severity;
+    report->message = DupStr_kt(message);
+}
 
 rept_kt* UseSpareReport(int number, const char* text) {
     rept_kt* const report = Here().spare.renew(number, text);
@@ -82,6 +84,19 @@ rept_kt::~rept_kt() { delete[] message; }
 
 constinit rept_kt* const Okay_rept_kt = &okay.report;
 constinit rept_kt* const Fail_rept_kt = &fail.report;
+
+void MakePermanentReports() {
+    static const bool made = [] {
+        Fill(okay, SeverityOkay, "no problem");
+        Fill(fail, SeverityError, "the operation failed");
+        return true;
+    }();
+    static_cast<void>(made);
+}
+
+namespace {
+[[maybe_unused]] const bool madeBeforeMain = (MakePermanentReports(), true);
+}
 
 std::string FormatMessage(const char* format, va_list arguments) {
     return VFormat(PlainFormat(format), arguments);
