@@ -37,10 +37,12 @@ public:
 };
 
 /// Imports the bytes; the net, if there is one, is sound.
-inline OwnedNet ImportSound(std::string_view bytes, int format) {
+inline OwnedNet ImportSound(std::string_view bytes, int format, bool leniently = false) {
     PlaceChecker handler;
     const HandlerScope scope(handler);
-    OwnedNet net(ReadForeignNetText_kt(bytes, "fuzz.net", format));
+    ReadOptions options;
+    options.lenient = options.normalize = leniently;
+    OwnedNet net(ReadForeignNetText(bytes, "fuzz.net", format, options));
     Require(net != nullptr || handler.shown > 0, "a report when there is no net");
     if (net != nullptr) {
         const std::string fault = test::FaultOf(*net);

@@ -1,7 +1,9 @@
-// Imports the bytes as the format LUMO_FUZZ_FORMAT: no crash, and a net that is sound.
+// Imports the bytes as the format LUMO_FUZZ_FORMAT, strictly and leniently: no crash, and a net
+// that is sound.
 #include "fuzz/properties.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
-    lumo::fuzz::ImportSound(lumo::fuzz::View(data, size), lumo::LUMO_FUZZ_FORMAT);
+    for (const bool leniently : {false, true})
+        lumo::fuzz::ImportSound(lumo::fuzz::View(data, size), lumo::LUMO_FUZZ_FORMAT, leniently);
     return 0;
 }
