@@ -212,11 +212,14 @@ void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver) {
         NewReport(msg::import.positionsClamped, firstClamped->node->name());
 }
 
-coord_kt SafePosition(coord_kt inFile) {
+void SetSafePosition(Bnode_bn& node, coord_kt inFile) {
     const auto moved = [](int value, int offset) {
         return value > INT_MAX - offset ? INT_MAX : value + offset;
     };
-    return {moved(inFile.x, safety.x), moved(inFile.y, safety.y)};
+    const coord_kt position{moved(inFile.x, safety.x), moved(inFile.y, safety.y)};
+    SetNodeVisPosition_ibn(node, position, nullptr);
+    if (position.x - safety.x != inFile.x || position.y - safety.y != inFile.y)
+        NewReport(msg::import.positionsClamped, node.name());
 }
 
 void PlaceNodes(Vnet_kt& drawing, bool given, double scale) {

@@ -159,7 +159,7 @@ private:
         coord_kt point;
         in_.setPos(value.data());
         if (TryReadCoord(in_, point)) {
-            SetNodeVisPosition_ibn(*node_, SafePosition(point), nullptr);
+            SetSafePosition(*node_, point);
             ++in_.positionCount;
         }
         in_.setPos(end);

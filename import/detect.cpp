@@ -250,8 +250,7 @@ std::string FormatTitles(unsigned set) {
     std::string text;
     if (set == OfAny) return "any format";
     for (const FormatInfo& format : Formats())
-        if ((set & format.bit) != 0)
-            text += (text.empty() ? "" : ", ") + std::string(format.title);
+        if ((set & format.bit) != 0) text += (text.empty() ? "" : ", ") + std::string(format.title);
     return text;
 }
 

@@ -514,7 +514,7 @@ void read_probab_block(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
         family = read_header(in, *drawing.getBNet(), block, lenient);
         RowReader(in, family, lenient).read();
     } catch (rept_kt* report) {
-        in.setError(AsLostTable(report));
+        in.setError(report);
         pass_over(in, block);
     }
     if (family.child == nullptr) return;

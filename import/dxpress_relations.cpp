@@ -29,9 +29,8 @@ struct Numbers {
         if (!possible || n > MaxTableEntries) return;
         values = NewXArray<NUMBER>(n);
         if (values == nullptr) {
-            in.setError(
-                AsLostTable(NewMemoryReport(msg::model.outOfMemoryForTable,
-                                            static_cast<double>(n) * sizeof(NUMBER), node.name())));
+            in.setError(NewMemoryReport(msg::model.outOfMemoryForTable,
+                                        static_cast<double>(n) * sizeof(NUMBER), node.name()));
         }
     }
     /// Reads the next number, and those behind it that are separated from it by commas.
@@ -113,7 +112,7 @@ void read_prob(Parser_kt& in, Bnode_bn& node) {
         return;
     }
     if (!table.complete()) return;
-    rept_kt* report = AsLostTable(node.setProbsTable(table.values.release(), false, CheckFull));
+    rept_kt* report = node.setProbsTable(table.values.release(), false, CheckFull);
     if (IsError(report)) {
         in.makeError(*report, "%s reading conditional probabilites");
         return;
@@ -168,7 +167,7 @@ void MakeNoisyMax(Parser_kt& in, Bnode_bn& node, const double* parameters) {
         const MessageRow& question = msg::dxpress.condense;
         condense = AskYesOrNoC_kt(question.number, 0, -1, nullptr, "%s", question.text) ? 1 : 0;
     }
-    rept_kt* report = AsLostTable(node.makeIntoNoisyMax(parameters, condense == 1));
+    rept_kt* report = node.makeIntoNoisyMax(parameters, condense == 1);
     if (IsError(report)) in.makeError(*report, "%s creating noisy-max node");
 }
 

@@ -212,7 +212,6 @@ private:
     bool loseTable(int node, int count) {
         rept_kt* report = NewMemoryReport(msg::ergo.outOfMemoryForTable, 4.0 * count, node);
         if (!in_.lenient) return fail(report);
-        report->severity = SeverityError;
         in_.setError(report);
         return skipNumbers(count);
     }

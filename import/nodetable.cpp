@@ -356,11 +356,4 @@ void ParseNodeTable(Parser_kt& in, unsigned char** table, int, bool hasStates, B
     *table = reinterpret_cast<unsigned char*>(numbers.release());
 }
 
-rept_kt* AsLostTable(rept_kt* report) {
-    const bool noMemory = IsError(report) && report->severity >= SeverityFatal &&
-                          report->number == msg::model.outOfMemoryForTable.number;
-    if (noMemory) report->severity = SeverityError;
-    return report;
-}
-
 }  // namespace lumo

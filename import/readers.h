@@ -28,8 +28,9 @@ rept_kt* ParseUaiFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
 /// whose sides grow with the root of the number of nodes.
 void PlaceNodes(Vnet_kt& drawing, bool given, double scale);
 
-/// A position of the file moved by `safety`.
-coord_kt SafePosition(coord_kt inFile);
+/// Gives the node the file's position moved by `safety`, with a warning where an int cannot hold
+/// it.
+void SetSafePosition(Bnode_bn& node, coord_kt inFile);
 
 /// A character as messages name it.
 inline const char* CharName(char c) { return CharName_kt(static_cast<unsigned char>(c)); }

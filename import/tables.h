@@ -24,8 +24,4 @@ int ParseBelVec(Parser_kt& in, float* out, const Varbl_bn& variable, char);
 void ParseNodeTable(Parser_kt& in, unsigned char** table, int, bool hasStates, Bnode_bn& node,
                     const char* const*, int, bool, int, bool asNested = false);
 
-/// A report about a table that finds no memory, from then on an error that costs that table and does
-/// not end the import; other reports are not touched.
-rept_kt* AsLostTable(rept_kt* report);
-
 }  // namespace lumo

@@ -241,8 +241,11 @@ private:
         }
         const ParserPos_kt place = in_.tokenStart();
         XArray<float> table = NewXArray<float>(count);
-        if (table == nullptr)
-            throw NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * count, node.name());
+        if (table == nullptr) {
+            in_.setError(
+                NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * count, node.name()));
+            return passNumbers(count);
+        }
         if (in_.readFloats(table.get(), count, CommasEN::none) != count)
             throw MakeNumberError(in_, false);
         const ParserPos_kt end = in_.getPos();

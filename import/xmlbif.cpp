@@ -10,7 +10,6 @@
 // belongs to more than one import.
 #include "import/xmlbif.h"
 
-#include <cmath>
 #include <memory>
 #include <string>
 
@@ -26,7 +25,6 @@ namespace xmlbif {
 namespace {
 
 constexpr double positionScale = 1.5;  // of positions given by the file
-constexpr double layoutSpacing = 2.0;  // of nodes laid out here
 
 // ---- The network ---------------------------------------------------------------------------
 
@@ -43,7 +41,6 @@ private:
     void readName();
     void readVariable();
     void readDefinition();
-    void placeNodes();
 
     static constexpr Element<NetworkReader> accepted_[] = {
         {"NAME", &NetworkReader::readName},
@@ -72,7 +69,7 @@ void NetworkReader::readAttributes() {
 void NetworkReader::readContent() {
     ReadContent(*this, document_.elements, network, accepted_);
     ReadWaiting(document_);
-    placeNodes();
+    PlaceNodes(drawing_, document_.in().positionCount != 0, positionScale);
 }
 
 void NetworkReader::setLabel(std::string_view label) {
@@ -95,21 +92,6 @@ void NetworkReader::readVariable() {
 void NetworkReader::readDefinition() {
     ReadDefinition(document_);
     document_.in().checkError();
-}
-
-/// Positions of the file are normalised; a file without any has its nodes laid out in a rectangle
-/// twice as wide as high, whose sides grow with the root of the number of nodes.
-void NetworkReader::placeNodes() {
-    if (document_.in().positionCount != 0) {
-        FixNodePositions(drawing_, positionScale, false);
-        return;
-    }
-    const float side = std::sqrt(static_cast<float>(drawing_.vnodes.N));
-    const rect_kt area{30, 10, 30 + RoundToInt_kt(200.0 * static_cast<double>(side)),
-                       10 + RoundToInt_kt(100.0 * static_cast<double>(side))};
-    Layout(drawing_.vnodes, area, false, false, true, layoutSpacing);
-    drawing_.reformAllAndRedraw(true, true, -1);
-    drawing_.laidOut = true;
 }
 
 // ---- Strict reading ------------------------------------------------------------------------

@@ -64,7 +64,14 @@ Reference DefinitionReader::reference(const Message<const char*>& unknown) {
 /// Numbers of a further TABLE are appended to those before.
 void DefinitionReader::readTable() {
     read_.place = elements_.tag().place;
-    if (!elements_.readNumbers(read_.numbers)) damaged_ = true;
+    try {
+        if (!elements_.readNumbers(read_.numbers)) damaged_ = true;
+    } catch (rept_kt* report) {
+        if (report->number != msg::text.outOfMemoryForNumbers.number) throw;
+        elements_.in.setError(report);  // costs this table, also in strict reading
+        elements_.leaveNumbers();
+        damaged_ = true;
+    }
     if (damaged_) read_.numbers.N = 0;
 }
 
@@ -156,7 +163,9 @@ void Applied::installTable() {
     const vect_kt<float>& numbers = read_.numbers;
     XArray<float> table = NewXArray<float>(numbers.N);
     if (table == nullptr) {
-        throw NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * numbers.N, child_->name());
+        in_.setError(
+            NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * numbers.N, child_->name()));
+        return;
     }
     const int states = child_->numStates();
     if (states > 1 && isStateSlowest()) {

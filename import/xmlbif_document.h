@@ -50,6 +50,8 @@ public:
     void readText(strin_kt& text);
     /// Likewise its numbers. False (lenient) after an error.
     bool readNumbers(vect_kt<float>& numbers);
+    /// Passes over what is left of the numbers, when strict reading of them was broken off.
+    void leaveNumbers();
     /// Passes over the element with the structure's warning.
     void skipUnknown(const Structure& what);
 

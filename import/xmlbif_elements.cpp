@@ -40,6 +40,12 @@ bool Elements::readNumbers(vect_kt<float>& numbers) {
     return true;
 }
 
+void Elements::leaveNumbers() {
+    if (in.skipToString("<") != 0) return;
+    in.backUp(1);
+    ReadClosingTag(in, tag_.name);
+}
+
 void Elements::skipUnknown(const Structure& what) {
     const std::string name(tag().name);
     const ParserPos_kt place = tag().place;

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <optional>
 
+#include "import/readers.h"
 #include "import/xmlbif_document.h"
 #include "library/text/tokens.h"
 
@@ -264,10 +265,7 @@ void VariableReader::readPosition() {
     if (const char c = in.readChar(); c != '=' && c != ':') in.unreadChar(c);
     coord_kt point;
     ReadCoord(in, point);
-    const auto moved = [](int value, int offset) {
-        return value > INT_MAX - offset ? INT_MAX : value + offset;
-    };
-    SetNodeVisPosition_ibn(node_, {moved(point.x, safety.x), moved(point.y, safety.y)}, nullptr);
+    SetSafePosition(node_, point);
     ++in.positionCount;
 }
 

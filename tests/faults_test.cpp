@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 #include <thread>
 #include <utility>
 
+#include "export/writers.h"
+#include "import/detect.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -20,8 +23,9 @@ struct Allocations {
     long long failing = 0;  ///< 0: none
     long long live = 0;     ///< made by new and not deleted
     bool counting = false;
+    std::size_t tooLarge = SIZE_MAX;  ///< bytes that one allocation cannot have
 
-    bool fails() { return counting && ++made == failing; }
+    bool fails(std::size_t size) { return (counting && ++made == failing) || size >= tooLarge; }
 };
 thread_local Allocations allocations;
 
@@ -32,7 +36,7 @@ thread_local std::size_t bytesLeft = 0;  // of a file that is shortened
 }  // namespace
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    void* const block = allocations.fails() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    void* const block = allocations.fails(size) ? nullptr : std::malloc(size == 0 ? 1 : size);
     allocations.live += block != nullptr;
     return block;
 }
@@ -53,7 +57,7 @@ void operator delete[](void* block, std::size_t) noexcept { operator delete(bloc
 // What the library's own allocator calls; the linker puts this one in its place.
 extern "C" void* __real_realloc(void* block, std::size_t size);
 extern "C" void* __wrap_realloc(void* block, std::size_t size) {
-    return allocations.fails() ? nullptr : __real_realloc(block, size);
+    return allocations.fails(size) ? nullptr : __real_realloc(block, size);
 }
 
 extern "C" ssize_t __real_read(int file, void* out, std::size_t most);
@@ -209,6 +213,38 @@ INSTANTIATE_TEST_SUITE_P(Samples, Faults, ::testing::ValuesIn(samples), [](const
     const std::string path = sample.param.path;
     return path.substr(1, path.find('/', 1) - 1) + "_" + std::to_string(sample.param.stride);
 });
+
+/// A table of 600,000 numbers, between two of a few.
+TEST(TableWithoutMemory, CostsItself) {
+    std::string text = "BAYES\n3\n600 1000 2\n3\n1 0\n2 0 1\n1 2\n600 ";
+    text += ".5 .5 " + Repeated("0 ", 598) + "600000 ";
+    text += Repeated(".5 .5 " + Repeated("0 ", 998), 600) + "2 0.5 0.5\n";
+    ImportResult result;
+    result.net = ImportText(text, FormatUAI).net;
+    ASSERT_NE(result.net, nullptr);
+    for (const FormatInfo& format : Formats()) {
+        const Writer* const writer = FindWriter(format.name);
+        if (writer == nullptr) continue;
+        SCOPED_TRACE(format.name);
+        std::ostringstream written;
+        writer->write(result, written);
+        for (const bool leniently : {false, true}) {
+            ReadOptions options;
+            options.lenient = leniently;
+            text = written.str();
+            const Imported whole = ImportText(text, format.code, "x", false, options);
+            EXPECT_NE(whole.net->nodes[1]->relation.probs, nullptr);
+            allocations.tooLarge = 2'400'000;  // bytes of the table
+            const Imported got = ImportText(text, format.code, "x", false, options);
+            allocations = {};
+            ASSERT_NE(got.net, nullptr);
+            EXPECT_EQ(got.net->nodes[1]->relation.probs, nullptr);
+            EXPECT_NE(got.net->nodes[0]->relation.probs, nullptr);
+            EXPECT_NE(got.net->nodes[2]->relation.probs, nullptr);
+            EXPECT_NE(got.seen.text().find("out of memory"), std::string::npos) << got.seen.text();
+        }
+    }
+}
 
 }  // namespace
 }  // namespace lumo::test

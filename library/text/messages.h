@@ -115,6 +115,10 @@ struct TextMessages {
         OfXMLBIF | OfXDSL,
         "`<!...>` stands before the root alone. Delete it, or write a comment",
         {"<BIF VERSION=\"0.3\"><!ELEMENT X><NETWORK></NETWORK></BIF>", 1, 20, OfXMLBIF}};
+    Message<> outOfMemoryForNumbers{-5281, MessageKind::outOfMemory,
+                                    "for the numbers of an element", OfXMLBIF | OfXDSL,
+                                    "there is not enough memory for one table: the node has none, "
+                                    "and all else is read"};
     Message<const char*> strayText{
         -5260,
         MessageKind::warning,

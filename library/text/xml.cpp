@@ -243,13 +243,27 @@ void ReadListOf(Parser_CString_kt& in, char openChar, vect_kt<float>& out) {
 
 }  // namespace
 
+namespace {
+
+/// A list that finds no memory is an error like one that is damaged.
+void ReadListInMemory(Parser_CString_kt& in, char open, vect_kt<float>& out) {
+    try {
+        ReadListOf(in, open, out);
+    } catch (const std::bad_alloc&) {
+        throw NewMemoryReport(msg::text.outOfMemoryForNumbers,
+                              static_cast<double>(GrownCapacity_kt(out.N)) * sizeof(float));
+    }
+}
+
+}  // namespace
+
 void ReadNumbers(Parser_CString_kt& in, vect_kt<float>& out) {
     for (;;) {
-        ReadListOf(in, '>', out);
+        ReadListInMemory(in, '>', out);
         const ParserPos_kt at = in.getPos();
         if (StartsWith(at, XMLCDataStart)) {  // a list between its inner brackets
             in.setPos(at + XMLCDataStart.size() - 1);
-            ReadListOf(in, '[', out);
+            ReadListInMemory(in, '[', out);
             if (StartsWith(in.getPos(), "]>")) in.setPos(in.getPos() + 2);
         } else if (StartsWith(at, "<?")) {
             XMLMarkup(in).skipMarkup(at);
