@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "import/messages.h"
-#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -213,35 +212,6 @@ TEST(Dsc, ReadsLeniently) {
             seen += (seen.back() == '|' ? "" : " ") + std::to_string(report.number) + ' ' +
                     std::to_string(report.line) + ':' + std::to_string(report.column);
         EXPECT_EQ(seen, cases.substr(arrow + 4, next - arrow - 4));
-    }
-}
-
-TEST(Dsc, Samples) {
-    const std::tuple<const char*, int, int, const char*> cases[] = {
-        {"classic", 5, 0, "Harvest"},
-        {"defaults", 5, 0, "Comes"},
-        {"sets-and-positions", 5, 0, "Prints"},
-        {"damaged", 3, 6, "Siren"},
-    };
-    for (const auto& [name, nodes, errors, last] : cases) {
-        SCOPED_TRACE(name);
-        const std::string text = ReadFile(Samples() + "/dsc/" + std::string(name) + ".dsc");
-        const Imported got = Dsc(text);
-        ASSERT_NE(got.net, nullptr);
-        EXPECT_EQ(got.net->nodes.N, nodes);
-        EXPECT_EQ(got.seen.errors(), errors);
-        EXPECT_NE(TableOf(got, last), "none");
-        const Imported lenient = ImportLeniently(text, FormatDsc);
-        EXPECT_EQ(NetText(lenient.net.get()), NetText(got.net.get()));
-    }
-}
-
-TEST(DscHostile, EverySampleDamaged) {
-    for (const char* name : {"classic", "defaults", "sets-and-positions", "damaged"}) {
-        SCOPED_TRACE(name);
-        const std::string text = ReadFile(Samples() + "/dsc/" + std::string(name) + ".dsc");
-        ImportEveryPrefix(text, FormatDsc);
-        ImportEveryByteChanged(text, FormatDsc);
     }
 }
 

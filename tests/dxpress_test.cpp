@@ -1,6 +1,5 @@
 // The DXPress reader: every report with its place, whole samples, and what hostile files may cost.
 #include "import/messages.h"
-#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -237,25 +236,6 @@ TEST(DXPress, ANodeWithoutStatesGetsNoRelation) {
                relation + " }");
         EXPECT_EQ(got.seen.text(), "");
         EXPECT_EQ(got.net->nodes[0]->relation.kind, RelnKindEN::none) << relation;
-    }
-}
-
-TEST(DXPressSamples, ReadAsTheyShould) {
-    const auto read = [](const std::string& name) {
-        return ImportText(ReadFile(Samples() + "/dxpress/" + name), FormatDXPress, name.c_str());
-    };
-    for (const std::string name : {"copier", "every-field", "alarm-bell", "damaged"}) {
-        const Imported got = read(name + ".dxp");
-        ExpectFile(Samples() + "/dxpress/" + name + ".expected",
-                   NetText(got.net.get()) + got.seen.text());
-    }
-}
-
-TEST(DXPressHostile, EveryPrefixAndEveryByteOfTheSamples) {
-    for (const char* sample : {"copier", "alarm-bell", "every-field", "damaged"}) {
-        const std::string text = ReadFile(Samples() + "/dxpress/" + sample + ".dxp");
-        ImportEveryPrefix(text, FormatDXPress);
-        ImportEveryByteChanged(text, FormatDXPress);
     }
 }
 

@@ -1,6 +1,5 @@
 // The Ergo reader: whole files, every report with its place, and what hostile files may cost.
 #include "library/model/messages.h"
-#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -142,31 +141,6 @@ TEST(Ergo, AMillionStatesAreTheLimit) {
     const Imported more = Ergo("1 1000001 " + text);
     EXPECT_EQ(more.net, nullptr);
     EXPECT_EQ(more.seen.count(msg::model.badStateCount.number), 1);
-}
-
-TEST(ErgoHostile, EveryPrefixAndEveryByteOfTheSamples) {
-    for (const char* sample : {"garden", "boiler", "broken-off"}) {
-        const std::string text = ReadFile(Samples() + "/ergo/" + sample + ".erg");
-        ImportEveryPrefix(text, FormatErgo);
-        ImportEveryByteChanged(text, FormatErgo);
-    }
-}
-
-TEST(ErgoSamples, ReadAsTheyShould) {
-    const auto read = [](const char* name) {
-        return ImportText(ReadFile(Samples() + "/ergo/" + name), FormatErgo, name);
-    };
-    EXPECT_EQ(read("garden.erg").seen.text(), "");
-    const Imported boiler = read("boiler.erg");
-    EXPECT_EQ(boiler.seen.text(), "");
-    EXPECT_EQ(
-        NodeText(*boiler.net->nodes[3]),
-        "nature Room_temperature title='Room.temperature' at 100,260\n"
-        "  states comfortable_for_everybody_in_t='comfortable-for-everybody-in-the-house' cool "
-        "cold\n  parents Burner\n  table 0.9 0.08 0.02 0.05 0.2 0.75\n");
-    const Imported broken = read("broken-off.erg");
-    EXPECT_EQ(broken.net->nodes.N, 3);
-    EXPECT_EQ(broken.seen.text(), "-4108 17:1 unexpected end-of-input\n");
 }
 
 }  // namespace

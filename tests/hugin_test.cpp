@@ -1,15 +1,12 @@
 // Hugin .net files: what is read into the net, every report at its place, and recovery from damage.
 #include <algorithm>
 
-#include "tests/places.h"
 #include "tests/support.h"
 
 namespace lumo::test {
 namespace {
 
 Imported Import(const std::string& text) { return ImportText(text, FormatHugin); }
-
-Imported Sample(const std::string& name) { return Import(ReadFile(Samples() + "/hugin/" + name)); }
 
 const Bnode_bn& Node(const Imported& got, const char* name) {
     Bnode_bn* const node = got.net == nullptr ? nullptr : got.net->findNodeLabeled(name);
@@ -44,63 +41,6 @@ std::string Groups(const Imported& got) {
         out += '\n';
     }
     return out;
-}
-
-// ---- Whole files ---------------------------------------------------------------------------
-
-TEST(HuginSamples, AreReadWhole) {
-    const struct {
-        const char *file, *node, *text;
-    } cases[] = {
-        {"asia", "dysp",
-         "nature dysp title='Dyspnoea?' at 315,340\n  states yes no\n  parents either bronc\n"
-         "  table 0.9 0.1 0.7 0.3 0.8 0.2 0.1 0.9\n"},
-        {"umbrella", "Umbrella",
-         "decision Umbrella title='Take the umbrella?' at 265,165\n"
-         "  states take leave\n  parents Forecast\n  none\n"},
-        {"umbrella", "Comfort",
-         "utility Comfort continuous title='Comfort' at 265,40\n"
-         "  states\n  parents Weather Umbrella\n  real 50 100 70 0\n"},
-        {"press_groups", "Humidity",
-         "nature Humidity title='Air humidity' at 40,40\n"
-         "  states below_40_='below 40 %'(Static charge is likely) N40_to_60_='40 to 60 %' "
-         "above_60_='above 60 %'(Paper swells)\n"
-         "  field sensor 'HT-4, hall 2'\n  group Causes\n"
-         "  table 0.12 0.6 0.28\n  experience 100\n"},
-        {"pump_class", "Foerderung",
-         "nature Foerderung title='F\xF6rderung reicht' at 110,160\n"
-         "  states ja nein\n  parents Zulauf Pumpe_1\n  group Anlage\n"
-         "  table 1 0 0.9 0.1 0.95 0.05 0.2 0.8 0.6 0.4 0 1\n"},
-    };
-    for (const auto& c : cases) {
-        const Imported got = Sample(c.file + std::string(".net"));
-        EXPECT_EQ(NodeText(Node(got, c.node)), c.text);
-        EXPECT_EQ(got.seen.errors(), 0) << got.seen.text();
-    }
-    const Imported got = Sample("press_groups.net");
-    EXPECT_EQ(Groups(got),
-              "Causes#ffc3ff: Humidity\nMachine_parts#0082c6: Ink Roller\n"
-              "Observations#ffffc6: Smear\nGroup_04#ffffcc:\n");
-    const Vnet_kt& drawing = Drawing(got);
-    const fontspec_kt& font = drawing.font->spec();
-    EXPECT_EQ(Format("%s %d %d %g %g %d %g", font.face.c_str(), font.size, font.styleFlags,
-                     drawing.grid.x, drawing.grid.y, drawing.drawStyle, drawing.zoomFactor),
-              "Helvetica 14 3 20 15 7 0.8");
-    EXPECT_TRUE(drawing.showGrid && drawing.snapToGrid);
-}
-
-TEST(HuginSamples, DamageCostsWhatIsDamaged) {
-    const Imported got = Sample("damaged.net");
-    EXPECT_EQ(got.seen.text(),
-              "-3028 5:26 illegal number 'full'\n"
-              "-5043 10:13 missing closing quote\n"
-              "-3036 21:1 missing '=' after field name\n"
-              "-3039 21:1 missing '}' at end\n"
-              "-5049 36:25 the data of node 'Flow' should be 6 numbers, but 5 were read\n"
-              "-3032 39:25 unknown node 'Pressure'\n");
-    EXPECT_EQ(Tables(got), "Valve/2 Flow/0 Alarm/0 Siren/4");
-    EXPECT_EQ(Node(got, "Valve").title, nullptr);
-    EXPECT_STREQ(Node(got, "Flow").parents[0]->name(), "Valve");
 }
 
 // ---- Dialects ------------------------------------------------------------------------------
@@ -472,6 +412,49 @@ TEST(Hugin, ClassInCapitalsKeepsItsFieldListOpen) {
         Import("Class C { node A { label = \"x\"; } potential (A) { data = (1 1); } }");
     EXPECT_EQ(got.net, nullptr);
     EXPECT_EQ(got.seen.count(-3036), 2) << got.seen.text();
+}
+
+TEST(Hugin, LargeInputsTakeLinearTime) {
+    constexpr int million = 1'000'000;
+    constexpr int many = 100'000;
+    const std::string net = "net { }\n", nodeA = net + "node A { ";
+    const std::string names = Numbered(20'000, "g", "\t"), nodes = Numbered(40, "node A", "{ }\n");
+    ExpectLinear(
+        {
+            {net + Numbered(million, "w", " "), 0, -3040},
+            {"net { " + Numbered(million, "w", " "), -1, -3036},
+            {nodeA + "} potential (A) { data = " + Repeated("(", million), 1, -5049},
+            {"net { x = " + Repeated("(", million), 0, -3038},
+            {net + Repeated("{", million), 0, -3041},
+            {net + "node A " + Repeated("{", million), 1, -3035},
+            {nodeA + "label = \"" + Repeated("endless ", million), 1, -5043},
+            {nodeA + "states = (\"" + Repeated("x\n", million), 1, -5043},
+            {nodeA + "\n" + Repeated("states = (\"a\n", many), 1, -5043},
+            {nodeA + "\nx = \"\n" + Repeated("\\\"\n", million) + "\" x", 1, -5043},
+            {net + Repeated("foo { \"\n", many), -1, -3040},
+            {net + Numbered(many, "foo { node A", " { }\n"), many, -3040},
+            {net + Numbered(many, "node A", " { states = (\"a\" \"b\");\n"), 1000, -5020},
+            {net + Numbered(many, "node A", "\n"), 1, -3034},
+            {nodeA + "states = (" + Repeated("s ", million + 1) + "); }", 1, -5047},
+            {nodeA + "} node B { } potential (A |" + Repeated(" B", many) +
+                 ") { data = (1 1 1 1); }",
+             2, -5084},
+            {net + nodes + "potential (A39 |" + Numbered(39, " A", "") + ") { data = (1 2); }", 40,
+             -5087},
+            {"net { HR_Groups_GroupNames = \"" + names + "\"; } node A { }", 1, -5096},
+            {"net { " + Numbered(10'000, "HR_Group_", "_Name = \"g\";\n") +
+                 "} node A { HR_Grp = \"9999\"; }",
+             1, 0},
+            {nodeA + "position = (2147483647 -2147483648); position = (-2147483648 2147483647); } "
+                     "node B { position = (-2147483648 2147483647); }",
+             2, 0},
+            {nodeA + Repeated("HR_x = (a \"; b \" ", many), 1, -3038},
+            {nodeA + "HR_x = (" + Repeated("a\" )", million), 1, -3037},
+            {"class A { node N { } } " + Numbered(many, "class C", " { instance I : D () { } } "),
+             1, -5123},
+            {net + Numbered(many, "node f(", ")( { }\n"), 1000, -3034},
+        },
+        FormatHugin);
 }
 
 }  // namespace

@@ -90,6 +90,12 @@ inline std::string Repeated(std::string_view piece, int count) {
     return out;
 }
 
+inline std::string Numbered(int count, const std::string& before, const std::string& after) {
+    std::string out;
+    for (int i = 0; i < count; ++i) out += before + std::to_string(i) + after;
+    return out;
+}
+
 inline std::string ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     EXPECT_TRUE(in) << path;
@@ -185,6 +191,27 @@ inline void ExpectSound(const Imported& got) {
 /// Imports the text strictly or leniently, checking what must always hold.
 inline void ImportDamaged(std::string_view text, int format, bool leniently) {
     ExpectSound(leniently ? ImportLeniently(text, format) : ImportText(text, format));
+}
+
+/// A text that only linear work survives (the suite's time limit stands guard), and what is left of
+/// it: -1 nodes is no net, and a number of errors is theirs, one below 0 a report among those
+/// shown.
+struct LargeCase {
+    std::string text;
+    int nodes, errors;
+};
+
+inline void ExpectLinear(const std::vector<LargeCase>& cases, int format) {
+    int i = 0;
+    for (const LargeCase& c : cases) {
+        SCOPED_TRACE("case " + std::to_string(i++) + ": " + c.text.substr(0, 60));
+        const Imported got = ImportText(c.text, format);
+        EXPECT_EQ(got.net ? got.net->nodes.N : -1, c.nodes);
+        EXPECT_TRUE(c.errors < 0 ? got.seen.count(c.errors) > 0 : got.seen.errors() == c.errors)
+            << got.seen.text().substr(0, 999);
+        ExpectConsistent(got.net.get());
+        ExpectConsistent(ImportLeniently(c.text, format).net.get());
+    }
 }
 
 /// Imports every prefix of the text, by turns strictly and leniently.

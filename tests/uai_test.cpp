@@ -1,22 +1,8 @@
 // The UAI reader: samples, what is refused and why, and texts made to hurt.
-#include "tests/places.h"
-#include "tests/samples.h"
+#include "tests/support.h"
 
 namespace lumo::test {
 namespace {
-
-class UaiSample : public testing::TestWithParam<const char*> {
-protected:
-    const std::string path = "uai/" + std::string(GetParam()) + ".uai";
-};
-
-TEST_P(UaiSample, IsReadAsExpected) { ExpectSample(path, FormatUAI); }
-TEST_P(UaiSample, EveryPrefix) { ImportEveryPrefix(ReadFile(Samples() + "/" + path), FormatUAI); }
-TEST_P(UaiSample, EveryByteChanged) {
-    ImportEveryByteChanged(ReadFile(Samples() + "/" + path), FormatUAI);
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, UaiSample, testing::Values("classic", "features", "damaged"));
 
 TEST(Uai, RefusesOtherKindsByName) {
     const std::pair<const char*, const char*> cases[] = {
@@ -41,12 +27,13 @@ TEST(Uai, LargeInputsTakeLinearTime) {
             {"BAYES 99999999", -1, 1},
             {"BAYES 3 1000000 1000000 1000000 1 3 0 1 2 1 1", 3, 1},
             {"BAYES 2 2 1000000 1 2 0 1", 2, 1},
-            {"BAYES 1 2 200000 " + Times(200'000, "1 0 ") + Times(200'000, "2 .5 .5 "), 1, 1001},
-            {"BAYES 1 2 1 200000 " + Times(200'000, "0 ") + "2 1 0", 1, 1},
-            {"BAYES 200000 " + Times(200'000, "2 ") + "200000 " + Numbered(200'000, "1 ", " ") +
-                 Times(200'000, "2 .5 .5 "),
+            {"BAYES 1 2 200000 " + Repeated("1 0 ", 200'000) + Repeated("2 .5 .5 ", 200'000), 1,
+             1001},
+            {"BAYES 1 2 1 200000 " + Repeated("0 ", 200'000) + "2 1 0", 1, 1},
+            {"BAYES 200000 " + Repeated("2 ", 200'000) + "200000 " + Numbered(200'000, "1 ", " ") +
+                 Repeated("2 .5 .5 ", 200'000),
              200'000, 0},
-            {"1 " + Times(1'000'000, "1 "), 1, 1},
+            {"1 " + Repeated("1 ", 1'000'000), 1, 1},
         },
         FormatUAI);
 }

@@ -1,23 +1,8 @@
 // The XDSL reader: samples, noisy-max against its definition, places, and texts made to hurt.
-#include "tests/places.h"
-#include "tests/samples.h"
+#include "tests/support.h"
 
 namespace lumo::test {
 namespace {
-
-class XdslSample : public testing::TestWithParam<const char*> {
-protected:
-    const std::string path = "xdsl/" + std::string(GetParam()) + ".xdsl";
-};
-
-TEST_P(XdslSample, IsReadAsExpected) { ExpectSample(path, FormatXDSL); }
-TEST_P(XdslSample, EveryPrefix) { ImportEveryPrefix(ReadFile(Samples() + "/" + path), FormatXDSL); }
-TEST_P(XdslSample, EveryByteChanged) {
-    ImportEveryByteChanged(ReadFile(Samples() + "/" + path), FormatXDSL);
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, XdslSample,
-                         testing::Values("classic", "decision", "features", "damaged"));
 
 std::string InNodes(const std::string& nodes, const std::string& genie = "") {
     return "<smile id='n'><nodes>" + nodes + "</nodes><extensions><genie>" + genie +
@@ -105,17 +90,18 @@ TEST(Xdsl, LargeInputsTakeLinearTime) {
             "<decision id='b" + std::to_string(i) + "'><state id='x'/><state id='y'/></decision>";
     const std::string gate = "<noisymax id='c'><state id='x'/><state id='y'/><parents>" +
                              Numbered(27, "b", " ") + "</parents><parameters>" +
-                             Times(27, "1 0 0 1 ") + "0 1</parameters></noisymax>";
+                             Repeated("1 0 0 1 ", 27) + "0 1</parameters></noisymax>";
     ExpectLinear(
         {
-            {"<smile><nodes>" + Times(300'000, "<cpt>"), 1, 1001},
-            {"<smile><nodes>" + Times(300'000, "<x>"), -1, 1001},
-            {InNodes(a, Times(200'000, "<submodel id='s'>")), 1, 1001},
-            {InNodes(Times(100'000, "<decision id='d'/>")), 1, 1001},
+            {"<smile><nodes>" + Repeated("<cpt>", 300'000), 1, 1001},
+            {"<smile><nodes>" + Repeated("<x>", 300'000), -1, 1001},
+            {InNodes(a, Repeated("<submodel id='s'>", 200'000)), 1, 1001},
+            {InNodes(Repeated("<decision id='d'/>", 100'000)), 1, 1001},
             {InNodes(Numbered(100'000, "<decision id='d", "'><parents>e</parents></decision>")),
              100'000, 1001},
             {InNodes("<cpt id='w'>" + Numbered(500'000, "<state id='s", "'/>") + "</cpt>"), 1, 0},
-            {InNodes(a + "<cpt id='b'>" + Times(200'000, "<parents>a</parents>") + "</cpt>"), 2, 0},
+            {InNodes(a + "<cpt id='b'>" + Repeated("<parents>a</parents>", 200'000) + "</cpt>"), 2,
+             0},
             {InNodes(deep + gate), 28, 1},
             {"<!DOCTYPE smile [<!ENTITY e SYSTEM \"/etc/hostname\">]>" +
                  InNodes("<decision id='a'><property id='p'>&e;</property></decision>"),

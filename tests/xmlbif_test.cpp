@@ -57,84 +57,6 @@ std::string States(const std::vector<std::string>& outcomes) {
            text.substr(from, text.rfind("\n  none") - from);
 }
 
-TEST(XmlBif, Samples) {
-    const struct {
-        const char *file, *net;
-    } cases[] = {
-        {"intervals.xml", R"(net intervals title='Commuter ferry'
-nature wind continuous at 160,40
-  states - - -
-  levels 0 5 11.5 33
-  table 0.5 0.375 0.125
-nature boats at 400,42
-  states - - -
-  levels 1 2 5
-  parents wind
-  table 0.1 0.3 0.6 0.2 0.5 0.3 0.9 0.1 0
-nature delay continuous at 280,205
-  states - -
-  levels 0 10 45
-  parents wind boats
-  table 0.8 0.2 0.9 0.1 0.95 0.05 0.7 0.3 0.8 0.2 0.85 0.15 0.3 0.7 0.4 0.6 0.5 0.5
-nature deck at 40,205
-  states - - -
-  levels -1 0 1.5
-  table 0.25 0.25 0.5
-nature seats_left title='seats left' at 520,205
-  states -='0' -='a few' -='many'
-  parents boats
-  table 0.6 0.3 0.1 0.3 0.4 0.3 0.05 0.25 0.7
-)"},
-        {"decision.xml", R"(net decision title='Orchard harvest'
-nature frost_tonight title='frost tonight' at 310,40
-  states yes no
-  table 0.3 0.7
-nature forecast at 40,40
-  states cold mild
-  parents frost_tonight
-  table 0.8 0.2 0.15 0.85
-decision pick_today_ title='pick today?' at 40,190
-  states pick wait cover
-  parents forecast
-  none
-utility income at 310,190
-  states value
-  parents frost_tonight pick_today_
-  real 600 -450 380 620 1000 910
-)"},
-        {"markup.xml", R"(net markup title='Café & kitchen <ground floor>'
-nature N5_o_clock_tea_ title='5 o'clock <tea>' at 40,40
-  states -='"hot"' -='<cold>'
-  parents K_che
-  table 0.9 0.1 0.25 0.75
-nature K_che title='Küche' at 190,40
-  states auf zu
-  table 0.5 0.5
-)"},
-    };
-    for (const auto& c : cases) {
-        const Imported got = ImportSample(c.file);
-        EXPECT_EQ(NetText(got.net.get()), c.net);
-        EXPECT_EQ(got.seen.errors(), 0) << got.seen.text();
-    }
-}
-
-TEST(XmlBif, DamagedSampleKeepsWhatWasReadBefore) {
-    const Imported got = ImportSample("damaged.xml");
-    EXPECT_EQ(got.seen.text(), R"(-3488 5:1 unknown element type AUTHOR
--3481 6:1 unknown VARIABLE TYPE sensor
--3482 12:1 unknown VARIABLE attribute UNIT
--3484 16:2 unknown element type COLOUR
--3478 30:2 3 numbers read in 'TABLE', but 4 required (since parents are: fog)
--3475 34:9 unknown variable 'horn' in GIVEN element
-)");
-    EXPECT_EQ(NodeText(*got.net->nodes[1]),
-              "nature lamp at 0,0\n  states on off\n  parents fog\n  none\n");
-    ASSERT_EQ(got.seen.prints.size(), 1U);
-    EXPECT_EQ(got.seen.prints[0],
-              "Node renamed:  ship seen  ->  ship_seen   (but it is titled with the old name)");
-}
-
 TEST(XmlBif, TornSampleIsReadLeniently) {
     const std::string text = ReadFile(Samples() + "/xmlbif/torn.xml");
     EXPECT_EQ(Import(text).seen.text(), "-3474 15:8 unknown variable 'delay' in FOR element\n");
@@ -348,6 +270,53 @@ TEST(XmlBif, DefinitionsInUnusualForm) {
     EXPECT_EQ(got.seen.count(msg::model.rowSum.number), 1) << got.seen.text();
     EXPECT_NE(NetText(got.net.get()).find("parents a\n  table 1 0 0.1 0.9\n"), std::string::npos);
     EXPECT_NE(NetText(got.net.get()).find("  table 90 5\n"), std::string::npos);
+}
+
+TEST(XmlBif, LargeInputsTakeLinearTime) {
+    const std::string head = "<BIF VERSION=\"0.3\"><NETWORK>";
+    const std::string tail = "</NETWORK></BIF>";
+    const std::string variable =
+        "<VARIABLE TYPE='nature'><NAME>v</NAME><OUTCOME>y</OUTCOME></VARIABLE>";
+    ExpectLinear(
+        {
+            {Repeated("<", 1'000'000), -1, 1},
+            {head + Repeated("<", 1'000'000), -1, 1},
+            {head + Repeated("<a>", 1'000'000), -1, 1001},
+            {head + Numbered(100'000, "<a", ">") + Numbered(100'000, "</b", ">"), -1, 1001},
+            {head + Repeated("<a/>", 300'000) + variable + tail, 1, 0},
+            {"<!DOCTYPE BIF [" + Repeated("<!--", 500'000) + Repeated("<!x '", 500'000), -1, 1},
+            {head + variable + Repeated("<!--x", 300'000), 1, 1},
+            {head + variable + Repeated("<![CDATA[", 300'000), 1, 1},
+            {head + variable + "<VARIABLE" + Numbered(100'000, " a", "='1'") + "></VARIABLE>" +
+                 tail,
+             2, 0},
+            {head + variable + "<VARIABLE a='" + Repeated("<x y='>", 300'000), 1, 1},
+            {head + Repeated(variable, 100'000) + tail, 100'000, 0},
+            {head + "<VARIABLE><NAME>v</NAME>" + Numbered(1'000'000, "<OUTCOME>", "</OUTCOME>") +
+                 "</VARIABLE>" + tail,
+             1, 0},
+            {head + "<VARIABLE><NAME>v</NAME>" + Repeated("<OUTCOME/>", 1'000'001) + "</VARIABLE>" +
+                 tail,
+             1, 1},
+            {head + variable +
+                 Repeated("<DEFINITION><FOR>v</FOR><GIVEN>v</GIVEN></DEFINITION>", 50'000) + tail,
+             1, 1},
+        },
+        FormatXMLBIF);
+}
+
+TEST(XmlBif, DeclaredEntitiesAreNeverExpanded) {
+    std::string text = "<!DOCTYPE BIF [<!ENTITY e0 \"bomb\">";
+    for (int i = 1; i < 40; ++i) {
+        const std::string inner = "&e" + std::to_string(i - 1) + ";";
+        text += "<!ENTITY e" + std::to_string(i) + " \"" + inner + inner + "\">";
+    }
+    text += "]><BIF VERSION=\"0.3\"><NETWORK><NAME>&e39;</NAME>";
+    const Imported got = ImportText(text, FormatXMLBIF);
+    EXPECT_LT(got.seen.text().size(), 500U);
+    if (got.net && got.net->title) {
+        EXPECT_LT(std::string(got.net->title).size(), 10U);
+    }
 }
 
 }  // namespace
