@@ -88,11 +88,7 @@ private:
             if (in_.isAtEnd()) return fail(in_.report(msg::text.unexpectedEnd));
             in_.skipChar();
         }
-        const std::size_t length = in_.peekWord().size();
         in_.readWord(word, wordSize);
-        if (length > wordSize)
-            in_.report(msg::text.textCut, static_cast<int>(std::min<std::size_t>(length, INT_MAX)),
-                       wordSize);
         return true;
     }
 

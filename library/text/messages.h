@@ -58,7 +58,8 @@ struct TextMessages {
                                   "the comment at that place is never closed",
                                   {"1 2 /* 0", 1, 5, OfErgo}};
     Message<int, int> textCut{-5045, MessageKind::warning, "text of %d characters is cut to %d",
-                              OfAny, "names and single-line values keep 255 bytes"};
+                              OfAny,
+                              "names and single-line values keep 255 bytes, names of Ergo 256"};
     Message<const char*, const char*> badCoordinate{
         -5046,
         MessageKind::error,

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 #include <cstring>
 #include <limits>
 
@@ -293,10 +294,18 @@ std::string_view Parser_CString_kt::takeWord() {
     return {p, static_cast<std::size_t>(channel.position - p)};
 }
 
-void Parser_CString_kt::readWord(char* out, int size) { CopyWord(takeWord(), out, size); }
+void Parser_CString_kt::readWord(char* out, int size) {
+    const std::string_view word = takeWord();
+    CopyWord(word, out, size);
+    constexpr int sizeOfNames =
+        255;  // into less go keywords, which are unknown when they are longer
+    if (size >= sizeOfNames && word.size() > static_cast<std::size_t>(size))
+        report(msg::text.textCut, static_cast<int>(std::min<std::size_t>(word.size(), INT_MAX)),
+               size);
+}
 
 char Parser_CString_kt::readWordPunc(char* out, int size) {
-    CopyWord(takeWord(), out, size);
+    readWord(out, size);
     skipSpaces();
     const char* const p = channel.position;
     if (!has(p, CharPropPunct)) return 0;

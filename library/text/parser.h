@@ -133,6 +133,8 @@ public:
     /// is none (which is remembered, so that asking again costs nothing); else 0.
     virtual int skipToString(const char* s) = 0;
     virtual char readPunc() = 0;
+    /// At most size characters (and a zero) into out; a name (255 and more) that is cut is warned
+    /// of.
     virtual void readWord(char* out, int size) = 0;
     virtual char readWordPunc(char* out, int size) = 0;
     virtual void readToChar(const char* stops, strin_kt& out) = 0;
