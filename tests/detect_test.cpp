@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -83,15 +82,11 @@ TEST(Detect, OtherTextsAreUnknown) {
 }
 
 TEST(Detect, EverySampleWithoutItsName) {
-    int samples = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(Samples())) {
-        if (Detected("", entry.path().string()) == "unknown") continue;  // what a suite expects
-        std::ifstream in(entry.path(), std::ios::binary);
+    for (const auto& path : FilesIn(Samples())) {
+        std::ifstream in(path, std::ios::binary);
         const std::string text{std::istreambuf_iterator<char>(in), {}};
-        EXPECT_EQ(Detected(text), entry.path().parent_path().filename()) << entry.path();
-        ++samples;
+        EXPECT_EQ(Detected(text), path.parent_path().filename()) << path;
     }
-    EXPECT_GT(samples, 0);
 }
 
 }  // namespace

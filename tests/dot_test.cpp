@@ -1,5 +1,5 @@
-// The DOT language: the whole of a small net, texts that want out of their quotes, and that the
-// program which reads it takes it.
+// The DOT language: texts that want out of their quotes, and that the program which reads it takes
+// it.
 #include "export/dot.h"
 
 #include <cstdio>
@@ -12,42 +12,10 @@
 namespace lumo {
 namespace {
 
-using test::AddNode;
-using test::NewResult;
-
 std::string Dot(const ImportResult& result) {
     std::ostringstream out;
     WriteDot(result, out);
     return out.str();
-}
-
-TEST(Dot, WholeNet) {
-    ImportResult result = NewResult("shop");
-    Bnode_bn& price = AddNode(*result.net, "price", {40, 50}, DecisionNode);
-    Bnode_bn& sales = AddNode(*result.net, "sales", {40, 150});
-    Bnode_bn& gain = AddNode(*result.net, "gain", {240, 150}, UtilityNode);
-    sales.setTitle(DupStr_kt("Sales \"now\""));
-    AddLink_ibn(price, sales);
-    AddLink_ibn(sales, gain);
-    sales.relation.kind = RelnKindEN::deterministic;
-    AddNodeToNodeset_ibn(price, "cluster");
-    AddNodeToNodeset_ibn(gain, "cluster");
-    EXPECT_EQ(Dot(result), R"(digraph "shop" {
-  graph [inputscale=72, tooltip="shop"];
-  node [style=filled, color="#3c4650", fontname="Arial", fontsize=12];
-  edge [color="#5c6670", arrowsize=0.8];
-  "price" [label="price", shape=box, fillcolor="#ffffcc", fontcolor="#000000", pos="40,-50!", width=0.73, height=0.4, tooltip="price\ndecision\nstates: #0, #1\ngroups: cluster"];
-  "sales" [label="Sales \"now\"", shape=ellipse, fillcolor="#fcf3cf", fontcolor="#000000", pos="40,-150!", width=1.53, height=0.53, peripheries=2, tooltip="Sales \"now\" (sales)\nnature, deterministic\nstates: #0, #1"];
-  "gain" [label="gain", shape=hexagon, fillcolor="#ffffcc", fontcolor="#000000", pos="240,-150!", width=0.73, height=0.4, tooltip="gain\nutility\nstates: #0, #1\ngroups: cluster"];
-  "price" -> "sales" [pos="e,40,-131 40,-64.5 40,-64.5 40,-122 40,-122"];
-  "sales" -> "gain" [pos="e,213.6,-150 94.91,-150 94.91,-150 204.6,-150 204.6,-150"];
-  subgraph "group cluster" {
-    label="cluster";
-    color="#ffffcc";
-    "price"; "gain";
-  }
-}
-)");
 }
 
 /// What the program `dot` makes of the text, as plain lines; what it says on standard error too.

@@ -21,28 +21,6 @@ std::string TableOf(const Imported& got, const std::string& name) {
     return TableText(node->relation.probs, NumProduct(node->family));
 }
 
-TEST(Dsc, ReadsAttributesInAnyOrderAndCase) {
-    const Imported got =
-        Dsc("// a network of /* no */ importance\nbelief network \"A \\\"net\\\"\"\n"
-            "NODE a.b-c { Category = \"two words\"; POSITION : 10 -7.5; /* ; } */ Label:fix;\n"
-            "  Type = DISCRETE [ 3 ] = { \"<5\", \"5-12\", \"12+\", }; name: \"Long name\"; }\n"
-            "node 2nd { type:discrete[2]={ 0 1 }; position=(20,-5) ; name = word; }\n"
-            "node a_b-d { label: \"fix\"; category: fix; }\r"
-            "node C{type:continuous;}node E{type:discrete[3]={\"\",\"\",\"\"};}\r\n"
-            "Probability (2nd|a.b-c) { default:1 3; (2) : 0, 1; }");
-    EXPECT_EQ(got.seen.text(), "");
-    EXPECT_EQ(NetText(got.net.get()),
-              "net test title='A \"net\"'\n"
-              "nature a_b_c title='Long name' at 40,40\n  states -='<5' -='5-12' -='12+'\n"
-              "  group fix\n  group two_words\n  none\n"
-              "nature N2nd title='word' at 50,42\n  states -='0' -='1'\n  parents a_b_c\n"
-              "  table 0.25 0.75 0.25 0.75 0 1\n"
-              "nature a_b_d at 130,147\n  states - -\n  group fix\n  none\n"
-              "nature C continuous at 130,147\n  states\n  none\n"
-              "nature E at 130,147\n  states -='' -='' -=''\n  none\n");
-    EXPECT_EQ(Dsc("network n node a.b{} node a-b{} node a_b{}").net->nodes.N, 3);
-}
-
 TEST(Dsc, StateNamesFromTitlesWhenPreferred) {
     Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref = true;
     const Imported got = Dsc("network n node A { type: discrete[2] = { \"a b\", \"<5\" }; }");
@@ -120,15 +98,6 @@ TEST(Dsc, EveryReportHasItsPlace) {
         if (!reports.empty()) reports.insert(0, " "), reports.pop_back();
         EXPECT_EQ(std::to_string(nodes) + reports, line.substr(arrow + 4));
     }
-}
-
-TEST(Dsc, ReportsNameBlockNodeAndAttribute) {
-    const Imported got = Dsc(abc + "node D-1 { type: fuzzy; }\nprobability (A) { 1, x; }");
-    ASSERT_EQ(got.seen.reports.size(), 2U);
-    const Seen &type = got.seen.reports[0], &row = got.seen.reports[1];
-    EXPECT_EQ(type.structKind + '/' + type.structName + '/' + type.fieldName,
-              "node block/D_1/type");
-    EXPECT_EQ(row.structKind + '/' + row.structName + '/' + row.fieldName, "probability block/A/");
 }
 
 // Probability block -> a node and its table.

@@ -117,91 +117,13 @@ TEST(DXPress, AnObjectThatLacksABraceEndsBeforeTheNext) {
     }
 }
 
-TEST(DXPress, ReadsLeniently) {
-    const Imported got = ImportLeniently(
-        "diagnostic network x network { standard A (\"B\") { prob: { (;1,0; (;0,1; } } }\n"
-        "nodes { standard A { observable: Yes; mandatory: off; } standard B { cost: 1; } }",
-        FormatDXPress);
-    EXPECT_EQ(NodeText(*got.net->nodes[0]),
-              "nature A at 0,0\n  states - -\n  parents B\n  field observable 'true'\n"
-              "  field mandatory 'false'\n  deterministic 1 0 0 1\n");
-    EXPECT_EQ(got.seen.text(),
-              "-5241 1:22 the network stands before the nodes that it names, and is read after "
-              "them\n-5240 2:34 'Yes' is read as true\n-5240 2:50 'off' is read as false\n");
-}
-
 TEST(DXPress, ReadPuncEQ) {
-    // =3D is '=', =2A is nothing; whatever else follows a '=' is read next.
-    const Imported got = DX(
-        InNode("name =3D \"a\"; category =3d b; cost =3; observable =2a true; recommendable =1;"));
-    ASSERT_EQ(got.net->nodes.N, 1);
-    EXPECT_EQ(NodeText(*got.net->nodes[0]),
-              "nature A title='a' at 0,0\n  states - -\n  field group 'b'\n  field cost '3'\n"
-              "  field observable 'true'\n  field recommendable 'true'\n  none\n");
-    EXPECT_EQ(got.seen.count(-4043), 1);
     for (const char* end : {"=3D", "=2A", "=3", "=2", "="}) {
         const Imported cut =
             DX(std::string("diagnostic network x nodes { standard A { cost ") + end);
         ASSERT_NE(cut.net, nullptr) << end;
         EXPECT_GE(cut.seen.errors(), 1) << end;
     }
-}
-
-TEST(DXPress, UserFieldsKeepTheNameAsWritten) {
-    const Imported got =
-        DX(InNode("Cost: 0.0000001; Observable: 1; mandatory: FALSE; category: \"\";"));
-    EXPECT_EQ(NodeText(*got.net->nodes[0]),
-              "nature A at 0,0\n  states - -\n  field Cost '1e-07'\n  field Observable 'true'\n"
-              "  field mandatory 'false'\n  field group ''\n  none\n");
-}
-
-TEST(DXPress, FaultStatesAndDescriptions) {
-    const Imported got = DX(InNode(
-        "type: discrete[3] = { fault { name: \"Very High\"; definition: \"hot\"; }\n"
-        "foo { } fault { definition: \"cold\"; name: abcdefghijklmnopqrstuvwxyz0123456789; } };\n"
-        "definition: D;"));
-    ASSERT_EQ(got.net->nodes.N, 1);
-    const Bnode_bn& node = *got.net->nodes[0];
-    EXPECT_STREQ(node.comment, "D\nState Very_High: hot\n\nState #2: cold\n");
-    EXPECT_STREQ(node.variable.stateTitles[2], "abcdefghijklmnopqrstuvwxyz0123456789");
-    EXPECT_STREQ(node.variable.stateNames[2], "abcdefghijklmnopqrstuvwxyz0123");
-    ASSERT_EQ(node.userFields().size(), 1U);
-    EXPECT_EQ(node.userFields()[0].data, std::string("0, 2", 5));  // with its zero byte
-}
-
-TEST(DXPress, DamageCostsOnlyWhatIsDamaged) {
-    struct Damage {
-        const char* text;
-        int number;
-        const char* nodes;
-    };
-    const Damage cases[] = {
-        {"nodes { standard A { } standard A { type: discrete[3] = { }; } standard B { } }",
-         msg::model.nodeExists.number, "A B "},
-        {"nodes { standard A { type: discrete[2147483647] = { }; } standard B { } }",
-         msg::model.badStateCount.number, "A B "},
-        {"nodes { odd \"x\" { b: { c } } standard A { } }", -4070, "A "},
-        {"nodes { standard A { position: (1, x); cost: 2; } standard B { } }",
-         msg::text.badCoordinate.number, "A B "},
-    };
-    for (const Damage& c : cases) {
-        const Imported got = DX(std::string("diagnostic network x ") + c.text);
-        std::string nodes;
-        for (const Bnode_bn* node : got.net->nodes) nodes += std::string(node->name()) + ' ';
-        EXPECT_EQ(nodes, c.nodes) << c.text;
-        EXPECT_EQ(got.seen.count(c.number), 1) << got.seen.text();
-    }
-}
-
-TEST(DXPress, NamesAreFoundAsWritten) {
-    const Imported got = DX(
-        "diagnostic network x nodes { standard \"A b\" { } standard \"A-b\" { } standard C { } }\n"
-        "network { standard \"C\" (\"A-b\", \"A b\") { prob: { (;1,0;(;0,1;(;.5,.5;(;1,0; } } }");
-    EXPECT_EQ(got.seen.text(), "");
-    ASSERT_EQ(got.net->nodes[2]->parents.N, 2);
-    EXPECT_EQ(got.net->nodes[2]->parents[0], got.net->nodes[1]);
-    EXPECT_EQ(got.net->nodes[2]->relation.kind, RelnKindEN::table);
-    EXPECT_STREQ(got.net->nodes[0]->name(), "A_b");
 }
 
 TEST(DXPress, ABraceRightAfterTheLastGroupEndsTheBody) {
@@ -226,17 +148,6 @@ TEST(DXPress, TheQuestionIsAskedOnceInAProcess) {
     EXPECT_EQ(questionsAsked, std::vector<std::string>{"-9034 Condense Noisy-Max Tables?"});
     EXPECT_EQ(first.net->nodes[0]->relation.probs == nullptr,
               second.net->nodes[0]->relation.probs == nullptr);
-}
-
-TEST(DXPress, ANodeWithoutStatesGetsNoRelation) {
-    for (const char* relation : {"standard A () { prob: { } }", "ci A () { () end }"}) {
-        const Imported got =
-            DX(std::string("diagnostic network x nodes { standard A { type: discrete[0] = { }; } "
-                           "} network { ") +
-               relation + " }");
-        EXPECT_EQ(got.seen.text(), "");
-        EXPECT_EQ(got.net->nodes[0]->relation.kind, RelnKindEN::none) << relation;
-    }
 }
 
 TEST(DXPressHostile, EndsInLinearTimeWithClearReports) {

@@ -7,31 +7,6 @@ namespace {
 
 Imported Ergo(std::string_view text) { return ImportText(text, FormatErgo, "dir/my file.erg"); }
 
-TEST(Ergo, ReadsAWholeFile) {
-    const Imported got = Ergo(
-        "3\n2 3 2\n0\n1 1\n2 1 2\n/* Probabilities */\n2 1 3\n6 .5 5e-1 0 +1 1. 2\n"
-        "12 1 0 0 1 1 0 0 1 1 0 0 1\n/* Names */ A 9lives A\n/* Labels */\nno yes\n"
-        "abcdefghijklmnopqrstuvwxyz0123456789 low low\nt-1 f\n/* Centers */ 10 20 -3 4 5 6");
-    EXPECT_EQ(NetText(got.net.get()),
-              "net my_file\n"
-              "nature A at 10,20\n  states no yes\n  table 0.25 0.75\n"
-              "nature N9lives title='9lives' at -3,4\n"
-              "  states abcdefghijklmnopqrstuvwxyz0123='abcdefghijklmnopqrstuvwxyz0123456789' low "
-              "low2='low'\n  parents A\n  table 0.5 0.5 0 0.25 0.25 0.5\n"
-              "nature A2 title='A' at 5,6\n  states t_1='t-1' f\n  parents A N9lives\n"
-              "  table 1 0 0 1 1 0 0 1 1 0 0 1\n");
-    EXPECT_EQ(got.seen.errors(), 0);
-    const std::vector<std::string> notes = {
-        "Node renamed:  9lives  ->  N9lives   (but it is titled with the old name)",
-        "Node renamed:  A  ->  A2   (but it is titled with the old name)",
-        "State of node N9lives renamed:  abcdefghijklmnopqrstuvwxyz0123456789  ->  "
-        "abcdefghijklmnopqrstuvwxyz0123   (but it is titled with the old name)",
-        "State of node N9lives renamed:  low  ->  low2   (but it is titled with the old name)",
-        "State of node A2 renamed:  t-1  ->  t_1   (but it is titled with the old name)"};
-    EXPECT_EQ(got.seen.prints, notes);
-    EXPECT_STREQ(got.net->fileName, "dir/my file.lumo");
-}
-
 // Text -> nodes that stay (-1: no net), reports. What a report's own example shows is not repeated.
 TEST(Ergo, SaysWhatIsWrongAndWhere) {
     const std::string longWord(300, 'w');
@@ -77,35 +52,6 @@ TEST(Ergo, SaysWhatIsWrongAndWhere) {
     }
     const Imported names = Ergo("2 2 2 0 0 2 1 0 2 1 0 A " + longWord);
     EXPECT_EQ(names.seen.reports[0].structName, "Node_2");
-}
-
-TEST(Ergo, ParentsNumberedFromZero) {
-    const std::string rest = " 2 1 0 4 1 0 0 1 A B a b a b 1 2 3 4";
-    const auto read = [&](const std::string& parents) {
-        return ImportLeniently("2 2 2 " + parents + rest, FormatErgo);
-    };
-    const Imported zero = read("0 1 0");
-    EXPECT_EQ(zero.seen.count(-5232), 1);
-    EXPECT_EQ(zero.net->nodes[1]->parents[0], zero.net->nodes[0]);
-    EXPECT_EQ(zero.net->nodes[1]->relation.kind, RelnKindEN::table);
-    EXPECT_EQ(read("0 1 1").seen.text(), "");                    // from 1
-    EXPECT_EQ(read("0 2 0 2").seen.count(-2316), 1);             // neither
-    EXPECT_EQ(Ergo("2 2 2 0 1 0" + rest).seen.count(-2316), 1);  // strict
-}
-
-TEST(Ergo, RefusedLinksCostOnlyTheirTable) {
-    // Node 1 is its own parent, nodes 2 and 3 name each other, node 3 names node 2 twice.
-    const Imported got = Ergo(
-        "3 2 2 2\n1 1\n1 3\n2 2 2\n4 .1 .9 .2 .8\n4 .5 .5 .3 .7\n4 .6 .4 1 0\n"
-        "A B C a b a b a b 0 0 0 0 0 0");
-    ASSERT_NE(got.net, nullptr);
-    EXPECT_EQ(got.seen.count(msg::model.selfLink.number), 1);
-    EXPECT_EQ(got.seen.count(msg::model.cycle.number), 2);
-    EXPECT_EQ(got.seen.reports.size(), 3U);
-    EXPECT_EQ(NodeText(*got.net->nodes[0]), "nature A at 0,0\n  states a b\n  none\n");
-    EXPECT_EQ(NodeText(*got.net->nodes[1]),
-              "nature B at 0,0\n  states a b\n  parents C\n  table 0.5 0.5 0.3 0.7\n");
-    EXPECT_EQ(NodeText(*got.net->nodes[2]), "nature C at 0,0\n  states a b\n  none\n");
 }
 
 TEST(Ergo, ATableAboveTheLimitIsRefused) {

@@ -81,26 +81,6 @@ TEST(Hugin, ReadsWhatOtherProgramsWrite) {
     }
 }
 
-TEST(Hugin, NodeFields) {
-    const Imported got = Import(
-        File("",
-             "node A {\n"
-             " HR_State_1 = \"early\"; label = word; states = (\"s 1\" \"t\" \"t\");\n"
-             " position = (10 20); HR_State_0 = \"\"; HR_STATE_2 = \"no\"; HR_Desc = \"line\n"
-             "two\"; HR_Desc = \"\"; empty = \"\"; Cost = \"7 \\\"x\\\"\"; values = (1 2);\n"
-             "}\nnode B { position = (110, 120.5); states = (0 1); }\n"
-             "decision D { states = (\"go\" \"stay\"); }\nutility U { }\n"));
-    EXPECT_EQ(got.seen.text(), "-3037 5:39 unknown or ignored field\n");
-    EXPECT_EQ(NetText(got.net.get()),
-              "net test\n"
-              "nature A title='word' at 53,166\n"
-              "  states s_1='s 1' t='t'(early) t2='t'\n  comment 'line\ntwo'\n"
-              "  field empty ''\n  field Cost '7 \"x\"'\n  field values '(1 2)'\n  none\n"
-              "nature B at 178,40\n  states N0='0' N1='1'\n  none\n"
-              "decision D at 40,191\n  states go stay\n  none\n"
-              "utility U continuous at 40,191\n  states\n  none\n");
-}
-
 TEST(Hugin, PotentialData) {
     const std::string nodes = "node A {} node B { states = (\"a\" \"b\" \"c\"); } utility U {}\n";
     const struct {
@@ -155,25 +135,6 @@ TEST(Hugin, PositionsAreScaledByTheZoomAndTurnedOverInVersion5) {
     }
 }
 
-TEST(Hugin, DisplayFields) {
-    const Imported got = Import(File(
-        "node_size = (1 2); HRUNTIME_Font_Size = \"-9.7\"; hr_font_weight = \"499\";\n"
-        "HR_Font_Italic = \"0\"; HR_Grid_X = \"2.5\"; HR_Grid_GridShow = \"1\"; HR_Desc = \"\";\n"
-        "HR_Node_Label_Style = \"1\"; HR_Propagate_Auto = \"1\"; HR_Color_Utility = \"x\";\n",
-        "node A {}"));
-    EXPECT_EQ(got.seen.text(), "");
-    const Vnet_kt& drawing = Drawing(got);
-    EXPECT_EQ(drawing.font->spec().size, 9);
-    EXPECT_EQ(drawing.font->spec().styleFlags, 0);
-    EXPECT_EQ(drawing.grid.x, 2.5);
-    EXPECT_TRUE(drawing.showGrid && !drawing.snapToGrid);
-    EXPECT_EQ(drawing.labelStyle, 0);
-    EXPECT_EQ(got.net->comment, nullptr);
-    EXPECT_TRUE(got.net->autoUpdate);
-    // A warning before it switches automatic updating off.
-    EXPECT_FALSE(Import(File("x = \"\"; HR_Propagate_Auto = \"1\";", "node A {}")).net->autoUpdate);
-}
-
 TEST(Hugin, Groups) {
     const std::string nodes =
         "node A { HR_Grp = \"0\"; } node B { HR_Group = \"0\"; } node C { HR_Group = \"2\"; }"
@@ -206,33 +167,7 @@ TEST(Hugin, Groups) {
 
 // ---- Reports -------------------------------------------------------------------------------
 
-TEST(Hugin, ReportsSayWhatIsLost) {
-    const Imported got = Import(
-        "class C { instance I : K (x = y; z = w) { label = \"\"; } node A { HR_Grp = \"x\"; } "
-        "temporal T : A "
-        "{ }\ncontinuous node E { position = (1 2); }\n temporal f(a,b) : A { }\n"
-        "potential (A | T) { data = (1 1 1 1); } potential (A) { data = (1 3); }\n"
-        "potential (E | A) { data = (normal(1, 2), normal(3 + A, 4)); } potential (T) { }");
-    EXPECT_EQ(got.seen.text(),
-              "-3040 1:11 unknown object type 'instance'\n"
-              "-4131 1:75 illegal integer 'x'\n"
-              "-3040 1:82 unknown object type 'temporal'\n"
-              "-3040 2:1 unknown object type 'continuous'\n"
-              "-3039 5:81 missing '}' at end\n"
-              "-5124 2:1 passed over (1 of type 'continuous'): E\n"
-              "-5124 1:11 passed over (1 of type 'instance'): I\n"
-              "-5124 1:82 passed over (2 of type 'temporal'): T, f(a,b)\n"
-              "-5121 5:12 potentials are passed over, for their nodes are of kinds that are not "
-              "read (2): E, T\n"
-              "-5122 4:16 nodes get no table, for parents of them are of kinds that are not read "
-              "(1): A\n"
-              "-5022 0:0 unknown words that occur again: 'temporal' 2 times\n");
-    const Seen& group = got.seen.reports[1];
-    EXPECT_EQ(group.structKind + '/' + group.structName + '/' + group.fieldName, "node/A/HR_Grp");
-    EXPECT_EQ(got.seen.reports[2].structName, "T");
-    const Imported none = Import("class C { instance I : K () { } }");
-    EXPECT_EQ(none.net, nullptr);
-    EXPECT_EQ(none.seen.count(-5125), 1);
+TEST(Hugin, NamesOfManyObjectsAreCut) {
     std::string many = "net { }\nnode A { }\n";
     for (int i = 0; i < 30; ++i) many += "function N" + std::to_string(i) + " { }\n";
     EXPECT_NE(Import(many).seen.text().find("passed over (30 of type 'function'): N0, N1, "),
@@ -241,51 +176,6 @@ TEST(Hugin, ReportsSayWhatIsLost) {
 }
 
 // ---- Reading leniently ---------------------------------------------------------------------
-
-TEST(Hugin, ReadsLeniently) {
-    const Imported got = ImportLeniently(
-        "net { name = n; label = \"A net\"; }\n"
-        "temporal T : A { position = (0 0); }\n"
-        "node A { states = (\"a 1\" \"b\" \"c\"); }\n"
-        "discrete node B { states = (\"x\" \"y\"); }\n"
-        "continuous node E { label = \"e\"; position = (100 0); }\n"
-        "temporal U : Nobody { }\n"
-        "potential (E | A) { data = ( normal ( 1,\t2 )  % A=a 1\n normal (3 + E, 4)\n); }\n"
-        "potential (A | T) { data = ((1 0 0) (0 1 0) (0.5 0.5 0)); experience = (5 6 0); }\n"
-        "potential (B) { model_nodes = (A); model_data = (if (A > 1, \"x;%\", \"y\")); }\n"
-        "potential (T) { model_data = (1); data = (1 2 1); experience = 9; }\n"
-        "potential (U) { data = (1 0); experience = -1; }\n"
-        "a remark\nnode R { }",
-        FormatHugin);
-    EXPECT_EQ(NetText(got.net.get()),
-              "net test title='n'\n"
-              "nature T at 40,40\n  states a_1='a 1' b='b' c='c'\n  field model_data '(1)'\n"
-              "  table 0.25 0.5 0.25\n  experience 4\n"
-              "nature A at 40,40\n  states a_1='a 1' b='b' c='c'\n  parents T\n"
-              "  table 1 0 0 0 1 0 0.5 0.5 0\n  experience 5 6 0\n"
-              "nature B at 40,40\n  states x y\n  field model_nodes '(A)'\n"
-              "  field model_data '(if (A > 1, \"x;%\", \"y\"))'\n  none\n"
-              "nature E continuous title='e' at 165,40\n  states\n  parents A\n"
-              "  field data '( normal ( 1, 2 ) normal (3 + E, 4) )'\n  none\n"
-              "nature U at 40,40\n  states - -\n  deterministic 1 0\n"
-              "nature R at 40,40\n  states - -\n  none\n");
-    EXPECT_EQ(got.seen.text(),
-              "-5137 1:7 the net's field 'name' is read as its title\n"
-              "-3037 1:17 unknown or ignored field\n"
-              "-5133 6:10 time-slice node 'U' repeats 'Nobody', which is no node of the file\n"
-              "-5135 12:64 the experience of node 'T' is that of its counts, not that of its "
-              "field\n"
-              "-5136 13:44 the experience of node 'U' cannot be -1\n"
-              "-3040 14:1 unknown object type 'a'\n"
-              "-5130 5:17 continuous nodes are read, their distributions kept as user fields (1): "
-              "E\n"
-              "-5131 4:1 nodes are read although two words name their kind (1): B\n"
-              "-5132 2:10 time-slice nodes are read with the states of the nodes that they repeat "
-              "(1): T\n"
-              "-5134 10:72 the experience of nodes is read (1): A\n"
-              "-5138 11:36 tables are given by expressions only, kept as user fields (1): B\n"
-              "-5139 12:17 the expressions behind tables are kept as user fields (1): T\n");
-}
 
 // A file of two classes, of which the first is part of the second.
 TEST(Hugin, ChoosesAmongClasses) {
@@ -396,22 +286,6 @@ TEST(Hugin, ADamagedValueEndsWithItsField) {
         EXPECT_STREQ(Node(got, "A").title, "L") << got.seen.text();
         EXPECT_EQ(Node(got, "A").numStates(), 3);
     }
-    const Imported got =
-        Import(File("",
-                    "node A { HR_Desc = \"two\nlines\"\n x = 3\n y = \"\";}\n"
-                    "potential (A) { model_data = ( utility * max (1, 2) ); data = (1 0); }"));
-    EXPECT_EQ(NodeText(Node(got, "A")),
-              "nature A at 40,40\n  states - -\n  comment 'two\nlines'\n  field x '3'\n"
-              "  field y ''\n  deterministic 1 0\n");
-    EXPECT_EQ(got.seen.errors(), 0);
-    EXPECT_EQ(got.seen.count(-3038), 2);
-}
-
-TEST(Hugin, ClassInCapitalsKeepsItsFieldListOpen) {
-    const Imported got =
-        Import("Class C { node A { label = \"x\"; } potential (A) { data = (1 1); } }");
-    EXPECT_EQ(got.net, nullptr);
-    EXPECT_EQ(got.seen.count(-3036), 2) << got.seen.text();
 }
 
 TEST(Hugin, LargeInputsTakeLinearTime) {

@@ -1,5 +1,4 @@
-// The JSON of a net built through the model, compared as a whole, and the details of numbers and
-// text.
+// The JSON of nets built through the model: the details of numbers and text.
 #include "export/json.h"
 
 #include <gtest/gtest.h>
@@ -10,23 +9,17 @@
 
 #include "export/text.h"
 #include "export/writers.h"
+#include "tests/picture_support.h"
 
 namespace lumo {
 namespace {
+
+using test::NewResult;
 
 std::string Json(const ImportResult& result) {
     std::ostringstream out;
     WriteJson(result, out);
     return out.str();
-}
-
-ImportResult NewResult() {
-    ImportResult result;
-    result.file = "asia.net";
-    result.format = "hugin";
-    result.formatCode = 8;
-    result.net.reset(NewVBNet(DupStr_kt("asia"), false));
-    return result;
 }
 
 char** Strings(std::initializer_list<const char*> texts) {
@@ -57,78 +50,6 @@ Bnode_bn& NewNode(Bnet_bn& net, const char* name, std::initializer_list<const ch
     Bnode_bn* node = NewNode_ibn(name, count, net, {40, 50});
     node->setStates(count, Strings(states), nullptr, nullptr, nullptr, CheckFull);
     return *node;
-}
-
-TEST(Json, WholeNet) {
-    ImportResult result = NewResult();
-    Bnet_bn& net = *result.net;
-    SetNetLabel(net, DupStr_kt("Chest clinic"));
-    net.setComment(DupStr_kt("two\nlines"));
-    net.setAutoUpdate(true, true);
-
-    Bnode_bn& visit = NewNode(net, "visit", {"yes", "no"});
-    visit.setTitle(DupStr_kt("Visit \"Asia\"?"));
-    visit.setStateTitle(0, DupStr_kt("Yes!"), CheckFull);
-    visit.setStateComment(1, DupStr_kt("never"));
-    visit.setUserField("cost", "0.5\0", 4);
-    visit.setProbsTable(Table({0.1F, 0.9F}), false, CheckFull);
-    AddNodeToNodeset_ibn(visit, "Group_01");
-    AddNodeToNodeset_ibn(visit, "plain");
-
-    Bnode_bn& test = NewNode(net, "test", {"a", "b"});
-    AddLink_ibn(visit, test);
-    test.setKind(DecisionNode, CheckFull);
-    test.setProbsTable(Table({1, 0, 0, 1}), false, CheckFull);
-    test.relation.makeDeterminFromProbs(false);
-    test.relation.setExperTable(Table({3, 1e-7F}));
-
-    Bnode_bn& gain = *NewNode_ibn("gain", 2, net, {1, -2});
-    gain.setKind(UtilityNode, CheckFull);
-    gain.setDiscrete(ContinuousVar, false, CheckFull);
-    AddLink_ibn(visit, gain);
-    gain.relation.setRealTable(Table({-10, 0.3F}), nullptr);
-
-    NodesetStyle style;
-    style.setName("Group_01");
-    style.red = 0;
-    vect_kt<NodesetStyle> styles;
-    styles.append(style);
-    net.vnets[0]->setNodesetStyles(styles, nullptr);
-    net.vnets[0]->extentWidth = 300;
-    net.vnets[0]->extentHeight = 200;
-    result.reports.push_back(Report(SeverityWarning, 3));
-    result.reports.back().structName = "visit";
-    result.reports.push_back(Report(SeverityNotice, 0));
-
-    EXPECT_EQ(
-        Json(result),
-        R"({"schema":"lumo-import/1","file":"asia.net","format":"hugin",)"
-        R"("formatCode":8,"status":"warnings",
-"net":{"name":"asia","title":"Chest clinic","comment":"two\nlines","fileName":null,"autoUpdate":true,"nodes":[
-{"name":"visit","title":"Visit \"Asia\"?","comment":null,"kind":"nature","discrete":true,)"
-        R"("states":[{"name":"yes","title":"Yes!","comment":null,"value":null},)"
-        R"({"name":"no","title":null,"comment":"never","value":null}],"levels":null,"parents":[],)"
-        R"("position":[40,50],"groups":["Group_01","plain"],"userFields":{"cost":"0.5"},)"
-        R"("relation":{"kind":"table","table":[0.1,0.9],"experience":null,"parameters":null}},
-{"name":"test","title":null,"comment":null,"kind":"decision","discrete":true,)"
-        R"("states":[{"name":"a","title":null,"comment":null,"value":null},)"
-        R"({"name":"b","title":null,"comment":null,"value":null}],"levels":null,)"
-        R"("parents":["visit"],"position":[40,50],"groups":[],"userFields":{},)"
-        R"("relation":{"kind":"deterministic","table":[1,0,0,1],"experience":[3,0.0000001],)"
-        R"("parameters":null}},
-{"name":"gain","title":null,"comment":null,"kind":"utility","discrete":false,"states":[],)"
-        R"("levels":null,"parents":["visit"],"position":[1,-2],"groups":[],"userFields":{},)"
-        R"("relation":{"kind":"real","table":[-10,0.3],"experience":null,"parameters":null}}],
-"groups":[{"name":"Group_01","color":"#00ffff"},{"name":"plain","color":"#ffffcc"}],
-"drawing":{"extent":[300,200],"drawStyle":0,"labelStyle":1,"zoom":1.0,)"
-        R"("font":{"face":"Arial","size":12,"bold":false,"italic":false},)"
-        R"("grid":{"x":10.0,"y":10.0,"show":false,"snap":false}}},
-"reports":[
-{"number":-3037,"severity":4,"kind":"warning","message":"unknown or ignored field","line":3,)"
-        R"("column":5,"structKind":null,"structName":"visit","fieldName":null},
-{"number":-3037,"severity":2,"kind":"notice","message":"unknown or ignored field","line":null,)"
-        R"("column":null,"structKind":null,"structName":null,"fieldName":null}]}
-)");
 }
 
 std::string NodeJson(const ImportResult& result, const char* from) {
@@ -201,7 +122,7 @@ TEST(Json, StatusIsTheWorstReport) {
     result.format.clear();
     result.formatCode = 0;
     EXPECT_TRUE(Json(result).starts_with(
-        R"({"schema":"lumo-import/1","file":"asia.net","format":null,"formatCode":null,)"
+        R"({"schema":"lumo-import/1","file":"net.net","format":null,"formatCode":null,)"
         R"("status":"failed",)"
         "\n\"net\":null,\n"));
 }

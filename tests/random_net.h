@@ -39,51 +39,17 @@ private:
     std::string name(const char* stem) { return stem + std::to_string(++names_); }
 
     std::string text() {
-        static const char* const pieces[] = {"a",
-                                             "Smoke",
-                                             " ",
-                                             "  ",
-                                             "\"",
-                                             "\\",
-                                             "\\n",
-                                             "\n",
-                                             "\r\n",
-                                             "\t",
-                                             "%",
-                                             "<",
-                                             "&",
-                                             "&amp;",
-                                             "]]>",
-                                             "<!--",
-                                             "'",
-                                             ";",
-                                             "{",
-                                             "}",
-                                             "(",
-                                             ")",
-                                             "//",
-                                             "/*",
-                                             "=",
-                                             ",",
-                                             "|",
-                                             ":",
-                                             "\xC3\xA9",
-                                             "\xE2\x82\xAC",
-                                             "\xF0\x9F\x98\x80",
-                                             "\xE9",
-                                             "\x01",
-                                             "\x7F",
-                                             "0",
-                                             "1.5",
-                                             "_",
-                                             "[0,1)",
-                                             "potential",
-                                             "network",
-                                             "\xEF\xBF\xBF",
-                                             "\f",
-                                             "N1"};
+        static constexpr std::string_view pieces =  // behind a '`' each
+            "`a`Smoke` `  "
+            "`\"`\\`\\n`\n`\r\n`\t`%`<`&`&amp;`]]>`<!--`'`;`{`}`(`)`//`/*`=`,`|`:`\xC3\xA9"
+            "`\xE2\x82\xAC`\xF0\x9F\x98\x80`\xE9`\x01`\x7F`0`1.5`_`[0,1)`potential`network`"
+            "\xEF\xBF\xBF"
+            "`\f`N1";
         std::string text;
-        for (int n = upTo(8); n > 0; --n) text += pieces[random_() % std::size(pieces)];
+        for (int n = upTo(8); n > 0; --n) {
+            const std::size_t start = pieces.rfind('`', random_() % pieces.size()) + 1;
+            text += pieces.substr(start, pieces.find('`', start) - start);
+        }
         return text;
     }
     char* newText() { return DupStr_kt(text()); }

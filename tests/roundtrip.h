@@ -252,7 +252,11 @@ inline ImportResult ReadBack(const std::string& text, int code, const char* name
         record.number = seen.number;
         record.severity = seen.severity;
         record.line = seen.line;
+        record.column = seen.column;
         record.message = seen.message;
+        record.structKind = seen.structKind;
+        record.structName = seen.structName;
+        record.fieldName = seen.fieldName;
     }
     return result;
 }

@@ -3,7 +3,6 @@
 // know.
 #include <cctype>
 #include <filesystem>
-#include <set>
 #include <sstream>
 
 #include "export/json.h"
@@ -163,11 +162,7 @@ TEST_P(Silence, IsNeverKept) {
 
 std::vector<Case> Cases() {
     std::vector<Case> cases;
-    std::set<std::string> paths;
-    for (const auto& entry : fs::recursive_directory_iterator(Samples()))
-        if (entry.is_regular_file() && entry.path().extension() != ".expected")
-            paths.insert(entry.path().string());
-    for (const std::string& path : paths)
+    for (const fs::path& path : FilesIn(Samples()))
         for (const bool lenient : {false, true}) cases.push_back({path, lenient});
     return cases;
 }

@@ -77,10 +77,10 @@ inline Imported ImportText(std::string_view text, int format, const char* name =
     return result;
 }
 
-inline Imported ImportLeniently(std::string_view text, int format) {
+inline Imported ImportLeniently(std::string_view text, int format, const char* name = "test.net") {
     ReadOptions options;
     options.lenient = true;
-    return ImportText(text, format, "test.net", false, options);
+    return ImportText(text, format, name, false, options);
 }
 
 inline std::string Repeated(std::string_view piece, int count) {

@@ -57,17 +57,6 @@ std::string States(const std::vector<std::string>& outcomes) {
            text.substr(from, text.rfind("\n  none") - from);
 }
 
-TEST(XmlBif, TornSampleIsReadLeniently) {
-    const std::string text = ReadFile(Samples() + "/xmlbif/torn.xml");
-    EXPECT_EQ(Import(text).seen.text(), "-3474 15:8 unknown variable 'delay' in FOR element\n");
-    const Imported got = ImportLeniently(text, FormatXMLBIF);
-    EXPECT_EQ(Outline(got),
-              "-5052 21:14 -5277 22:12 -5269 23:3 -5261 24:3 -5271 26:1 -5046 29:27 -5261 26:1 "
-              "-5274 33:3 -5272 18:3 -5273 18:3 -3474 36:8 tide||2|0.5 0.5 "
-              "delay|tide|2|0.75 0.25 0.5 0.5 queue|delay|2|0.9 0.1 0.4 0.6 ");
-    EXPECT_EQ(got.net->nodes[1]->vns[0]->position.y - got.net->nodes[0]->vns[0]->position.y, 90);
-}
-
 TEST(XmlBif, OutcomesDecideTheKindOfVariable) {
     const struct {
         std::vector<std::string> outcomes;
@@ -258,18 +247,6 @@ TEST(XmlBif, ElementReadersThatReadTheirOwnStartTag) {
         EXPECT_EQ(net->nodes.N, c.nodes);
         EXPECT_EQ(in.structKind, nullptr);
     }
-}
-
-TEST(XmlBif, DefinitionsInUnusualForm) {
-    const Imported got =
-        Import(InNetwork(ab + "<DEFINITION><TABLE>1 0 1e-1 .9</TABLE><GIVEN> a "
-                              "</GIVEN><FOR>a</FOR><FOR>b</FOR></DEFINITION>"
-                              "<DEFINITION><FOR>a</FOR>&#13;\n<TABLE/><TABLE>&#xD;<![CDATA[ "
-                              "90 ]]>5<?pi 2 ?>&#13;\n<!-- 1 -->&#13;</TABLE>"
-                              "</DEFINITION>"));
-    EXPECT_EQ(got.seen.count(msg::model.rowSum.number), 1) << got.seen.text();
-    EXPECT_NE(NetText(got.net.get()).find("parents a\n  table 1 0 0.1 0.9\n"), std::string::npos);
-    EXPECT_NE(NetText(got.net.get()).find("  table 90 5\n"), std::string::npos);
 }
 
 TEST(XmlBif, LargeInputsTakeLinearTime) {
