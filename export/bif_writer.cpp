@@ -9,6 +9,7 @@
 #include "export/describe.h"
 #include "export/labels.h"
 #include "export/rows.h"
+#include "export/text.h"
 #include "export/textout.h"
 
 namespace lumo {
@@ -57,16 +58,31 @@ void MakeWords(Texts& texts) {
     }
 }
 
+constexpr double readScale = 1.5;  // of positions, by readers
+
+/// Whether the text can stand between the quotes of a property.
+bool IsPropertyText(std::string_view text) {
+    const bool plain = std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= ' ' || c < 0) && c != '"' && c != '\\' && c != ';' && c != 0x7F;
+    });
+    return plain && !text.empty() && text.front() != ' ' && text.back() != ' ' &&
+           text.find("//") == text.npos && text.find("/*") == text.npos;
+}
+
 bool HasStateNames(const Varbl_bn& variable) {
     for (int i = 0; i < variable.numStates; ++i)
         if (variable.stateNames == nullptr || variable.stateNames[i] == nullptr) return false;
     return true;
 }
 
+/// A variable has at least one state.
+bool HasVariable(const Bnode_bn& node) { return node.numStates() > 0; }
+
 /// A net as the file will show it.
 class Plan {
 public:
-    explicit Plan(const Bnet_bn& net) : tables_(net) {
+    explicit Plan(const Bnet_bn& net)
+        : tables_(net), placing_(*net.vnets[0], readScale, false, HasVariable) {
         const bool isWord = HasText(net.title) && IsWord(net.title);
         Texts names{isWord ? net.title : net.name};
         MakeWords(names);
@@ -82,6 +98,7 @@ public:
     }
 
     const Tables& tables() const { return tables_; }
+    const Placing& placing() const { return placing_; }
     const std::string& netName() const { return netName_; }
     std::string_view nameOf(const Bnode_bn& node) const {
         const auto found = renamed_.find(&node);
@@ -103,15 +120,13 @@ public:
 
 private:
     Tables tables_;
+    Placing placing_;
     std::string netName_;
     std::unordered_map<const Bnode_bn*, std::string> renamed_;
     mutable Texts words_;
 };
 
 // ---- What is kept --------------------------------------------------------------------------
-
-/// A variable has at least one state.
-bool HasVariable(const Bnode_bn& node) { return node.numStates() > 0; }
 
 bool KeepsParents(const Plan&, const Bnode_bn& node) {
     return std::all_of(node.parents.begin(), node.parents.end(),
@@ -134,11 +149,15 @@ bool KeepsStateTitles(const Plan& plan, const Bnode_bn& node) {
 constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::node, [](const Plan&, const Bnode_bn& node) { return HasVariable(node); }},
     {FeatureEN::name, [](const Plan& plan, const Bnode_bn& node) { return plan.keepsName(node); }},
+    {FeatureEN::title,
+     [](const Plan&, const Bnode_bn& node) { return IsPropertyText(node.title); }},
     {FeatureEN::stateNames, KeepsStateNames},
     {FeatureEN::stateTitles, KeepsStateTitles},
     {FeatureEN::untitledStates,
      [](const Plan& plan, const Bnode_bn& node) { return AreStateNames(plan.words(node)); }},
-    {FeatureEN::exactPosition},
+    {FeatureEN::position},
+    {FeatureEN::exactPosition,
+     [](const Plan& plan, const Bnode_bn& node) { return plan.placing().isExact(node); }},
     {FeatureEN::parents, KeepsParents},
     {FeatureEN::noTable},
     {FeatureEN::table, KeepsTable},
@@ -150,7 +169,8 @@ constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
     {FeatureEN::netTitle,
      [](const Plan& plan, const Bnet_bn& net) { return plan.netName() == net.title; }},
     {FeatureEN::nodeOrder},
-    {FeatureEN::margin}};
+    {FeatureEN::margin,
+     [](const Plan& plan, const Bnet_bn&) { return plan.placing().keepsMargin(); }}};
 
 // ---- Writing -------------------------------------------------------------------------------
 
@@ -160,7 +180,14 @@ void WriteVariable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     out << "variable " << plan.nameOf(node) << " {\n  type discrete [ " << node.numStates()
         << " ] { ";
     WriteSeparated(out, plan.words(node), ", ", [&](const std::string& word) { out << word; });
-    out << " };\n}\n";
+    out << " };\n";
+    if (HasText(node.title) && IsPropertyText(node.title) && !streql_kt(node.title, node.name()))
+        out << "  property label = \"" << ToUtf8(node.title) << "\";\n";
+    if (plan.placing().hasPlaces()) {
+        const coord_kt at = plan.placing().written(node);
+        out << "  property position = (" << at.x << ", " << at.y << ");\n";
+    }
+    out << "}\n";
 }
 
 /// Writes the words of the parents' states that come before each row.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace lumo {
 namespace {
@@ -33,9 +34,17 @@ void LayOut(Bnet_bn& net) {
     net.vnets[0]->laidOut = false;
 }
 
-Placing::Placing(const Vnet_kt& drawing, double scale, bool turnOver)
+Placing::Placing(const Vnet_kt& drawing, double scale, bool turnOver,
+                 bool (*isWritten)(const Bnode_bn&))
     : hasPlaces_(HasPlaces(*drawing.getBNet())), scale_(scale), turnOver_(turnOver) {
-    drawing.findExtent(extent_);
+    bool first = true;
+    for (const Vnode_kt* vnode : drawing.vnodes) {
+        if (isWritten != nullptr && !isWritten(*vnode->node)) continue;
+        const auto [x, y] = vnode->position;
+        if (std::exchange(first, false)) extent_ = {x, y, x, y};
+        extent_ = {std::min(extent_.left, x), std::min(extent_.top, y), std::max(extent_.right, x),
+                   std::max(extent_.bottom, y)};
+    }
     height_ = inFile(Distance(extent_.top, extent_.bottom));
 }
 

@@ -17,7 +17,9 @@ void LayOut(Bnet_bn& net);
 /// nearest does.
 class Placing {
 public:
-    Placing(const Vnet_kt& drawing, double scale, bool turnOver);
+    /// Without isWritten all nodes stand in the file.
+    Placing(const Vnet_kt& drawing, double scale, bool turnOver,
+            bool (*isWritten)(const Bnode_bn&) = nullptr);
 
     /// Whether there is something to write.
     bool hasPlaces() const { return hasPlaces_; }

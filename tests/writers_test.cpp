@@ -102,7 +102,7 @@ TEST(Writers, PositionsOnlyWhereThereAreSome) {
         for (const std::string& note : laidOutByTheReader.notes)
             EXPECT_EQ(note.find("position"), std::string::npos) << note;
         const Written asked = WriteAs(format, unplaced, FormatDsc, LayoutEN::automatic);
-        EXPECT_EQ(asked.text.find("position") == std::string::npos, *format == 'b') << asked.text;
+        EXPECT_NE(asked.text.find("position"), std::string::npos) << asked.text;
     }
 }
 
