@@ -1,11 +1,9 @@
 // The entry: loading, naming, the net's fate; and the normalisation of positions.
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
 #include <filesystem>
-#include <thread>
 
 #include "import/messages.h"
 #include "tests/support.h"
@@ -84,22 +82,6 @@ TEST_F(EntryTest, RefusesWhatCannotBeRead) {
         chmod(secret.c_str(), 0);
         EXPECT_EQ(ImportFile(secret, FormatErgo).seen.count(-3468), 1);
     }
-}
-
-TEST_F(EntryTest, ReadsAPipeThatSomebodyWrites) {
-    const std::string fifo = (folder / "pipe").string();
-    mkfifo(fifo.c_str(), 0600);
-    // Open for both, so that the writer exists before the import opens its end.
-    const int fd = open(fifo.c_str(), O_RDWR);
-    std::thread writer([&] {
-        for (const char c : std::string(tiny)) EXPECT_EQ(::write(fd, &c, 1), 1);
-        usleep(20000);
-        close(fd);
-    });
-    const Imported got = ImportFile(fifo, FormatErgo);
-    writer.join();
-    ASSERT_NE(got.net, nullptr);
-    EXPECT_EQ(got.net->nodes.N, 1);
 }
 
 TEST_F(EntryTest, SaysWhereAZeroByteIs) {

@@ -299,6 +299,7 @@ TEST(Hugin, LargeInputsTakeLinearTime) {
             {"net { " + Numbered(million, "w", " "), -1, -3036},
             {nodeA + "} potential (A) { data = " + Repeated("(", million), 1, -5049},
             {"net { x = " + Repeated("(", million), 0, -3038},
+            {"net { HR_Groups_UserGroupsNo = \"10000\"; } node A { }", 1, 0},
             {net + Repeated("{", million), 0, -3041},
             {net + "node A " + Repeated("{", million), 1, -3035},
             {nodeA + "label = \"" + Repeated("endless ", million), 1, -5043},

@@ -7,12 +7,11 @@
 #include <map>
 #include <random>
 
+#include "tests/random_net.h"
 #include "tests/support.h"
 
 namespace lumo::test {
 namespace {
-
-using Links = std::vector<std::pair<int, int>>;
 
 struct Picture {
     OwnedNet net{NewVBNet(DupStr_kt("test"), false)};
@@ -94,12 +93,6 @@ void ExpectGood(const Picture& picture) {
     EXPECT_GE(all.top, picture.area.top - 1);
 }
 
-Links Star(int leaves) {
-    Links links;
-    for (int i = 1; i <= leaves; ++i) links.emplace_back(0, i);
-    return links;
-}
-
 Links Chain(int nodes) {
     Links links;
     for (int i = 1; i < nodes; ++i) links.emplace_back(i - 1, i);
@@ -123,18 +116,6 @@ Links Complete(int nodes) {
         for (int j = i + 1; j < nodes; ++j) links.emplace_back(i, j);
     }
     return links;
-}
-
-/// `count` links from a node to one at most `reach` further on.
-Links Random(int nodes, int count, int reach, unsigned seed) {
-    std::mt19937 random(seed);
-    std::set<std::pair<int, int>> links;
-    while (static_cast<int>(links.size()) < count) {
-        const int from = static_cast<int>(random() % static_cast<unsigned>(nodes - 1));
-        const int step = 1 + static_cast<int>(random() % static_cast<unsigned>(reach));
-        links.emplace(from, std::min(nodes - 1, from + step));
-    }
-    return {links.begin(), links.end()};
 }
 
 TEST(Layout, EveryDrawingIsGood) {

@@ -1,17 +1,15 @@
 // Pictures: links go round nodes and cross little, nothing is far too wide.
 #include <numeric>
 #include <random>
-#include <set>
 
 #include "import/detect.h"
 #include "tests/picture_support.h"
 #include "tests/places.h"
+#include "tests/random_net.h"
 #include "tests/support.h"
 
 namespace lumo::test {
 namespace {
-
-using Links = std::vector<std::pair<int, int>>;
 
 ImportResult Net(int nodes, const Links& links) {
     ImportResult result = NewResult();
@@ -26,24 +24,6 @@ ImportResult Net(int nodes, const Links& links) {
     for (const auto& [parent, child] : links)
         AddLink_ibn(*result.net->nodes[parent], *result.net->nodes[child]);
     return result;
-}
-
-/// `count` links from a node to one at most `reach` further on.
-Links Random(int nodes, int count, int reach, unsigned seed) {
-    std::mt19937 random(seed);
-    std::set<std::pair<int, int>> links;
-    while (static_cast<int>(links.size()) < count) {
-        const int from = static_cast<int>(random() % static_cast<unsigned>(nodes - 1));
-        const int step = 1 + static_cast<int>(random() % static_cast<unsigned>(reach));
-        links.emplace(from, std::min(nodes - 1, from + step));
-    }
-    return {links.begin(), links.end()};
-}
-
-Links Star(int leaves) {
-    Links links;
-    for (int i = 1; i <= leaves; ++i) links.emplace_back(0, i);
-    return links;
 }
 
 TEST(AutomaticPicture, LinksGoRoundNodesAndNothingIsFarTooWide) {

@@ -1,10 +1,11 @@
-// Nets made at random, as hostile as the model allows.
+// Links in patterns, and nets made at random, as hostile as the model allows.
 #pragma once
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
 #include <random>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -12,6 +13,26 @@
 #include "library/model/netmodel.h"
 
 namespace lumo::test {
+
+using Links = std::vector<std::pair<int, int>>;  ///< parents and children
+
+inline Links Star(int leaves) {
+    Links links;
+    for (int i = 1; i <= leaves; ++i) links.emplace_back(0, i);
+    return links;
+}
+
+/// `count` links from a node to one at most `reach` further on.
+inline Links Random(int nodes, int count, int reach, unsigned seed) {
+    std::mt19937 random(seed);
+    std::set<std::pair<int, int>> links;
+    while (static_cast<int>(links.size()) < count) {
+        const int from = static_cast<int>(random() % static_cast<unsigned>(nodes - 1));
+        const int step = 1 + static_cast<int>(random() % static_cast<unsigned>(reach));
+        links.emplace(from, std::min(nodes - 1, from + step));
+    }
+    return {links.begin(), links.end()};
+}
 
 /// Makes a net from a seed: the same on every machine.
 class RandomNet {

@@ -217,9 +217,9 @@ TEST_F(Relation, RowSumsAreChecked) {
         {{1, 0, 1, 0, 0.5, 0.4F, 0, 1, 1, 0, 0.7F, 0.5},
          NatureNode,
          "-5091 0:0 row A=yes, B=high of node 'C' sums to 0.9\n"},
-        {{1, 0, 1, 0, 1, 0, 0, 0, 1, 0, 0, 0},
+        {{0, 0, 1, 0, 1, 0, 0, 0, 1, 0, 0, 0},
          NatureNode,
-         "-5090 0:0 a row of node 'C' sums to 0: A=no, B=low\n"},
+         "-5090 0:0 a row of node 'C' sums to 0: A=yes, B=low\n"},
         {{0.1F, 0.2F, 0.3F, 0.4F, 0.5, 0.6F, 0.9F, 0.8F, 0.7F, 0.6F, 0.5, 0.4F},
          NatureNode,
          "-5091 0:0 row A=yes, B=low of node 'C' sums to 0.3; all would sum to 1 if the table were "

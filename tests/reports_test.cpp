@@ -268,6 +268,8 @@ TEST_F(Reports, TalkingToTheUser) {
     { const userwait_kt wait("reading %s", "f"); }
     EXPECT_EQ(shown.notes, "renamed node 'a'-9034 Condense Tables?<reading freading f>");
 
+    EXPECT_FALSE(shown.ReportHandler::ask(-1, "the answer of a handler that has none"));
+
     std::thread([] {  // has the built-in handler
         for (const bool3 answer : std::initializer_list<bool3>{1, 0, -1}) {
             EXPECT_EQ(AskYesOrNoC_kt(-1, 0, answer, nullptr, "?"), answer == 1);
@@ -291,29 +293,6 @@ TEST_F(Reports, BuiltInHandlerWritesLinesForEditors) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "a.net:3:7: error: unknown node '\\x1B[31m' [-3030]\n"
               "notice: n\nfatal error: out of memory here [-1]\n");
-}
-
-TEST_F(Reports, ThreadsDoNotMeet) {
-    std::vector<std::thread> threads;
-    std::vector<Recorder> recorders(4);
-    for (std::size_t t = 0; t < recorders.size(); ++t) {
-        threads.emplace_back([&recorder = recorders[t], number = -1 - static_cast<int>(t)] {
-            const HandlerScope mine(recorder);
-            for (int import = 0; import < 20; ++import) {
-                const ReportScope scope;
-                for (int i = 0; i < 100; ++i) Unknown("word", number, "u");
-                ShowReport(newerr_kt(number, "e"));
-                ShowReport(Fail_rept_kt);
-                EXPECT_EQ(ErrorsSoFar(), 2);
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    for (std::size_t t = 0; t < recorders.size(); ++t) {
-        EXPECT_EQ(recorders[t].count(-1 - static_cast<int>(t)), 40);
-        EXPECT_EQ(recorders[t].reports.size(), 80U);  // and the failures and summaries
-    }
-    EXPECT_TRUE(shown.reports.empty());
 }
 
 TEST(BelvecMessages, NameEveryProblem) {
