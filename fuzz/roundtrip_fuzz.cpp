@@ -9,14 +9,15 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     constexpr int formats[] = {FormatHugin,  FormatDsc, FormatDXPress, FormatErgo,
                                FormatXMLBIF, FormatBIF, FormatXDSL,    FormatUAI};
     if (size == 0) return 0;
-    ImportResult first;
+    ImportResult made;
     const int format = formats[*data % std::size(formats)];
-    first.net = fuzz::ImportSound(fuzz::View(data + 1, size - 1), format);
-    if (first.net == nullptr) return 0;
+    made.net = fuzz::ImportSound(fuzz::View(data + 1, size - 1), format);
+    if (made.net == nullptr) return 0;
     // Some bytes can name a million states, which take their time to write and read again.
     constexpr int mostStates = 20'000;
-    for (const Bnode_bn* node : first.net->nodes)
+    for (const Bnode_bn* node : made.net->nodes)
         if (node->numStates() > mostStates) return 0;
+    const test::Trip first(std::move(made));
     for (const test::RoundTripFormat& target : test::roundTripFormats)
         for (const std::string& fault : test::RoundTrip(first, target, "fuzz.net"))
             fuzz::Require(false, fault + " after writing " + target.writer);

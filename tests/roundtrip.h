@@ -261,36 +261,45 @@ inline ImportResult ReadBack(const std::string& text, int code, const char* name
     return result;
 }
 
+/// A net with the same as JSON.
+struct Trip {
+    explicit Trip(ImportResult made) : result(std::move(made)) {
+        if (result.net != nullptr) flat = Flat(result);
+    }
+    ImportResult result;
+    Json flat;
+};
+
 /// Writes, reads and compares; adds what is wrong to the faults and returns what was read.
-inline ImportResult OneTrip(const ImportResult& result, const RoundTripFormat& format,
-                            const char* name, std::vector<std::string>& faults) {
-    const Losses losses = FindWriter(format.writer)->losses(*result.net);
-    const std::string text = Write(result, format.writer);
-    ImportResult read = ReadBack(text, format.code, name);
-    for (const ReportRecord& report : read.reports) {
+inline Trip OneTrip(const Trip& before, const RoundTripFormat& format, const char* name,
+                    std::vector<std::string>& faults) {
+    const Losses losses = FindWriter(format.writer)->losses(*before.result.net);
+    const std::string text = Write(before.result, format.writer);
+    Trip read(ReadBack(text, format.code, name));
+    for (const ReportRecord& report : read.result.reports) {
         if (report.severity > SeverityWarning)
             faults.push_back(Format("line %d: %s", report.line, report.message.c_str()));
     }
-    if (read.net == nullptr) {
+    if (read.result.net == nullptr) {
         faults.push_back("nothing can be read:\n" + text.substr(0, 2000));
         return read;
     }
-    Json before = Flat(result), after = Flat(read);
-    if (!HasPlaces(*result.net)) DropPlaces(before), DropPlaces(after);
-    for (std::string& fault : Unexplained(std::move(before), std::move(after), losses))
+    Json was = before.flat, is = read.flat;
+    if (!HasPlaces(*before.result.net)) DropPlaces(was), DropPlaces(is);
+    for (std::string& fault : Unexplained(std::move(was), std::move(is), losses))
         faults.push_back(std::move(fault));
     return read;
 }
 
-/// Two trips, of which the second changes nothing more, rounding aside. Returns what is wrong,
-/// nothing if nothing is.
-inline std::vector<std::string> RoundTrip(const ImportResult& first, const RoundTripFormat& format,
+/// Two trips, of which the second changes nothing more, rounding aside. Returns what
+/// is wrong, nothing if nothing is.
+inline std::vector<std::string> RoundTrip(const Trip& first, const RoundTripFormat& format,
                                           const char* name) {
     std::vector<std::string> faults;
-    const ImportResult second = OneTrip(first, format, name, faults);
-    if (second.net == nullptr) return faults;
+    const Trip second = OneTrip(first, format, name, faults);
+    if (second.result.net == nullptr) return faults;
     const std::vector<std::string> notes =
-        LossNotes(FindWriter(format.writer)->losses(*second.net), "");
+        LossNotes(FindWriter(format.writer)->losses(*second.result.net), "");
     for (const std::string& note : notes) {
         const bool rounding = note.find("exact numbers") != std::string::npos;
         if (!rounding) faults.push_back("of what was read " + note);
