@@ -79,6 +79,19 @@ std::string NumberHeavy() {
     return out.text();
 }
 
+/// A child of ten states with 10,000 rows.
+std::string RowsOf10() {
+    Writer out;
+    for (int i = 0; i < 5; ++i) out.node(i, 10);
+    out.open(4, {0, 1, 2, 3});
+    for (int i = 0; i < 10'000; ++i) {
+        out.tuple(i / 1000, i / 100 % 10, i / 10 % 10, i % 10);
+        out.row(10);
+    }
+    out.close();
+    return out.text();
+}
+
 /// A binary child with a million rows.
 std::string RowHeavy() {
     Writer out;
@@ -115,6 +128,8 @@ std::string NodeHeavy(int count) {
 
 void NumberHeavyFile(benchmark::State& state) { MeasureImport(state, NumberHeavy(), FormatDsc); }
 
+void RowsOf10File(benchmark::State& state) { MeasureImport(state, RowsOf10(), FormatDsc); }
+
 void RowHeavyFile(benchmark::State& state) { MeasureImport(state, RowHeavy(), FormatDsc); }
 
 void NodeHeavyFile(benchmark::State& state) {
@@ -122,6 +137,7 @@ void NodeHeavyFile(benchmark::State& state) {
 }
 
 BENCHMARK(NumberHeavyFile)->Name("NumberHeavy")->Unit(benchmark::kMillisecond);
+BENCHMARK(RowsOf10File)->Name("RowsOf10")->Unit(benchmark::kMillisecond);
 BENCHMARK(RowHeavyFile)->Name("RowHeavy")->Unit(benchmark::kMillisecond);
 BENCHMARK(NodeHeavyFile)
     ->Name("NodeHeavy")
