@@ -17,7 +17,7 @@ namespace {
 /// Reads one vector, token by token where it is not plain numbers.
 class BelVecReader {
 public:
-    BelVecReader(Parser_kt& in, float* out, int n) : in_(in), out_(out), n_(n) {}
+    BelVecReader(Parser_CString_kt& in, float* out, int n) : in_(in), out_(out), n_(n) {}
 
     int read() {
         std::fill_n(out_, n_, 0.0F);
@@ -114,7 +114,7 @@ private:
             problems_ |= whole && sum > 1 ? BelVecCounts : BelVecNotOne;
     }
 
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     float* out_;
     int n_;
     int count_ = 0;
@@ -125,7 +125,7 @@ private:
 }  // namespace
 
 int ParseBelVec(Parser_kt& in, float* out, const Varbl_bn& variable, char) {
-    return BelVecReader(in, out, variable.numStates).read();
+    return BelVecReader(TextParser(in), out, variable.numStates).read();
 }
 
 }  // namespace lumo

@@ -35,7 +35,7 @@ void ThrowIfError(rept_kt* report) {
 /// Reads a network block: the name is the net's title, the properties lines of its comment.
 class NetworkReader {
 public:
-    NetworkReader(Parser_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
+    NetworkReader(Parser_CString_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
 
     void read(bool again) {
         const ParserContext context(in_, "network block");
@@ -63,7 +63,7 @@ private:
     static constexpr Statement<NetworkReader> statements_[] = {
         {"property", &NetworkReader::readProperty}};
 
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     Bnet_bn& net_;
     std::string comment_;
 };
@@ -73,7 +73,7 @@ private:
 /// Reads a variable block after its keyword and makes the node.
 class VariableReader {
 public:
-    VariableReader(Parser_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
+    VariableReader(Parser_CString_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
 
     void read() {
         const ParserContext context(in_, "variable block");
@@ -168,7 +168,7 @@ private:
     static constexpr Statement<VariableReader> statements_[] = {
         {"type", &VariableReader::readType}, {"property", &VariableReader::readProperty}};
 
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     Bnet_bn& net_;
     Bnode_bn* node_ = nullptr;
     bool typed_ = false;
@@ -194,7 +194,7 @@ struct Definitions {
 /// row.
 class ProbabilityReader {
 public:
-    ProbabilityReader(Parser_kt& in, Bnet_bn& net, Definitions& file)
+    ProbabilityReader(Parser_CString_kt& in, Bnet_bn& net, Definitions& file)
         : in_(in), net_(net), file_(file) {}
 
     void read() {
@@ -495,7 +495,7 @@ private:
         {"default", &ProbabilityReader::readDefault},
         {"property", &ProbabilityReader::readProperty}};
 
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     Bnet_bn& net_;
     Definitions& file_;
     Bnode_bn* node_ = nullptr;
@@ -513,7 +513,7 @@ private:
 
 class BifReader {
 public:
-    BifReader(Parser_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
+    BifReader(Parser_CString_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
 
     void read() {
         while (!in_.isAtEnd()) {
@@ -565,7 +565,7 @@ private:
                    (*std::ranges::find_if(net_.nodes, isMissing))->name());
     }
 
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     Bnet_bn& net_;
     Definitions definitions_;
     bool sawNetwork_ = false;
@@ -581,16 +581,17 @@ rept_kt* ParseBifFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing, con
     SetCharProp_kt("/", CharPropComment, charProps.get());
     const ParserOptions_kt options{
         .charProps = charProps.get(), .commentChar1 = '/', .commentChar2 = '/', .commentMode = 2};
-    const OwnedParser in(channel.makeParser(&options));
-    in->reserved = in->bytesLeft() + MaxTableEntries;
+    const OwnedParser parser(channel.makeParser(&options));
+    Parser_CString_kt& in = TextParser(*parser);
+    in.reserved = in.bytesLeft() + MaxTableEntries;
     try {
-        BifReader(*in, net).read();
+        BifReader(in, net).read();
     } catch (rept_kt* report) {
-        in->setError(report);
+        in.setError(report);
     }
-    in->checkError();
-    PlaceNodes(drawing, in->positionCount > 0, positionScale);
-    return in->curReport;
+    in.checkError();
+    PlaceNodes(drawing, in.positionCount > 0, positionScale);
+    return in.curReport;
 }
 
 }  // namespace lumo

@@ -32,7 +32,7 @@ std::string_view Unquoted(std::string_view text) {
 }
 
 /// Whether a statement or block starts at p.
-bool StartsStatement(Parser_kt& in, ParserPos_kt p) {
+bool StartsStatement(Parser_CString_kt& in, ParserPos_kt p) {
     in.setPos(p);
     const std::string_view word = in.peekWord();
     return in.peekChar() == '(' || IsAny(word, statementKeywords) || IsAny(word, blockKeywords);
@@ -45,7 +45,7 @@ ParserPos_kt PastQuoted(ParserPos_kt p) {
 }
 
 /// Whether another property starts behind the blank at p: its keyword, a name, and a '='.
-bool StartsProperty(Parser_kt& in, ParserPos_kt p) {
+bool StartsProperty(Parser_CString_kt& in, ParserPos_kt p) {
     constexpr std::string_view keyword = "property";
     in.setPos(p);
     if (in.peekWord() != keyword) return false;
@@ -56,7 +56,7 @@ bool StartsProperty(Parser_kt& in, ParserPos_kt p) {
 }
 
 /// The text of a property, to whose end it moves.
-std::string_view PropertyText(Parser_kt& in) {
+std::string_view PropertyText(Parser_CString_kt& in) {
     in.skipSpaces();
     const ParserPos_kt start = in.getPos();
     ParserPos_kt p = start;
@@ -90,34 +90,34 @@ bool Is(std::string_view word, std::string_view keyword) {
            std::equal(word.begin(), word.end(), keyword.begin(), same);
 }
 
-std::string_view TakeWord(Parser_kt& in) {
+std::string_view TakeWord(Parser_CString_kt& in) {
     const std::string_view word = in.peekWord();
     in.setTokenStart(in.getPos());
     in.setPos(in.getPos() + word.size());
     return word;
 }
 
-bool TakeText(Parser_kt& in, strin_kt& text) {
+bool TakeText(Parser_CString_kt& in, strin_kt& text) {
     if (in.peekPunc() != '"' && in.peekWord().empty()) return false;
     text.clear();
     in.readString(text);
     return true;
 }
 
-void Expect(Parser_kt& in, char wanted) {
+void Expect(Parser_CString_kt& in, char wanted) {
     if (in.peekPunc() == wanted) return in.skipChar();
     const std::string found = NextToken(in);
     in.report(msg::bif.missingPunctuation, CharName(wanted), found.c_str());
 }
 
-void DropStray(Parser_kt& in, char c) {
+void DropStray(Parser_CString_kt& in, char c) {
     in.report(msg::bif.strayPunctuation, CharName(c));
     strin_kt text;
     if (c == '"') in.readQuotedRest(text);
     if (c == '{') in.skipStructure('{', '}', true);
 }
 
-bool AtBlock(Parser_kt& in) {
+bool AtBlock(Parser_CString_kt& in) {
     const ParserPos_kt start = in.getPos();
     if (!IsAny(in.peekWord(), blockKeywords)) return false;
     in.setPos(in.getPos() + in.peekWord().size());
@@ -128,7 +128,7 @@ bool AtBlock(Parser_kt& in) {
     return starts;
 }
 
-void PassBlock(Parser_kt& in) {
+void PassBlock(Parser_CString_kt& in) {
     strin_kt text;
     for (int depth = 0; !in.isAtEnd() && !AtBlock(in);) {
         if (TakeText(in, text)) continue;
@@ -138,12 +138,12 @@ void PassBlock(Parser_kt& in) {
     }
 }
 
-void PassStatement(Parser_kt& in) {
+void PassStatement(Parser_CString_kt& in) {
     in.skipStatement();
     if (in.peekPunc() == ';') in.skipChar();
 }
 
-Property ReadProperty(Parser_kt& in) {
+Property ReadProperty(Parser_CString_kt& in) {
     const std::string_view text = Unquoted(PropertyText(in));
     const std::size_t length = std::min(text.find_first_of("= \t\r\n"), text.size());
     std::string_view value = Trimmed(text.substr(length));

@@ -15,26 +15,26 @@ namespace lumo {
 bool Is(std::string_view word, std::string_view keyword);
 
 /// Reads a word; empty when none stands here.
-std::string_view TakeWord(Parser_kt& in);
+std::string_view TakeWord(Parser_CString_kt& in);
 
 /// Reads a word or a quoted text; false when neither stands here.
-bool TakeText(Parser_kt& in, strin_kt& text);
+bool TakeText(Parser_CString_kt& in, strin_kt& text);
 
 /// Reads the character if it comes next; leaves what stands there instead, with a warning.
-void Expect(Parser_kt& in, char wanted);
+void Expect(Parser_CString_kt& in, char wanted);
 
 /// Reports a stray character that was read and drops it, with what it opens.
-void DropStray(Parser_kt& in, char c);
+void DropStray(Parser_CString_kt& in, char c);
 
 /// Whether a block starts here: its keyword, then a name and a '{', or a '('.
-bool AtBlock(Parser_kt& in);
+bool AtBlock(Parser_CString_kt& in);
 
 /// Passes over the rest of a block, up to and past its '}'. A block whose '}' is lost ends before
 /// the next one.
-void PassBlock(Parser_kt& in);
+void PassBlock(Parser_CString_kt& in);
 
 /// Passes over the rest of a statement and its ';'.
-void PassStatement(Parser_kt& in);
+void PassStatement(Parser_CString_kt& in);
 
 /// A property: the name is the text before the first '=' or blank, the rest is the value. Both are
 /// parts of the file.
@@ -46,7 +46,7 @@ struct Property {
 /// Reads a property up to its ';' or the block's '}', without a comment in it. One that lost its
 /// ';' ends where another property follows, and at its line's end, when a statement or block
 /// follows. Some programs put the whole into quotes.
-Property ReadProperty(Parser_kt& in);
+Property ReadProperty(Parser_CString_kt& in);
 
 /// A statement that a block accepts, with the function that reads it up to its ';'.
 template <class READER>
@@ -66,7 +66,8 @@ const Statement<READER>* FindStatement(const Statement<READER> (&known)[count],
 
 /// Reads a block's statements and its '}'. One that cannot be read is passed over.
 template <class READER, std::size_t count>
-void ReadStatements(Parser_kt& in, READER& reader, const Statement<READER> (&known)[count]) {
+void ReadStatements(Parser_CString_kt& in, READER& reader,
+                    const Statement<READER> (&known)[count]) {
     while (!in.isAtEnd()) {
         const char c = in.readPunc();
         if (c == '}') return;

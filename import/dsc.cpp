@@ -41,7 +41,7 @@ struct NodeValues {
 // ---- Attribute values ----------------------------------------------------------------------
 
 /// False, with a warning, when the attribute ends where its value should stand.
-bool has_value(Parser_kt& in) {
+bool has_value(Parser_CString_kt& in) {
     const char c = in.peekPunc();
     if (c != ';' && c != '}') return true;
     in.setTokenStart(in.getPos());
@@ -49,28 +49,28 @@ bool has_value(Parser_kt& in) {
     return false;
 }
 
-void read_name(Parser_kt& in, NodeValues& values) {
+void read_name(Parser_CString_kt& in, NodeValues& values) {
     if (has_value(in)) values.title.reset(in.readStringNew());
 }
 
-void read_position(Parser_kt& in, NodeValues& values) {
+void read_position(Parser_CString_kt& in, NodeValues& values) {
     if (!TryReadCoord(in, values.position)) in.skipStatement();
 }
 
-void read_text(Parser_kt& in, strin_kt& out) {
+void read_text(Parser_CString_kt& in, strin_kt& out) {
     strin_kt text;
     if (has_value(in)) in.readString(text);
     out.swap(text);
 }
 
-void read_label(Parser_kt& in, NodeValues& values) { read_text(in, values.label); }
+void read_label(Parser_CString_kt& in, NodeValues& values) { read_text(in, values.label); }
 
-void read_category(Parser_kt& in, NodeValues& values) { read_text(in, values.category); }
+void read_category(Parser_CString_kt& in, NodeValues& values) { read_text(in, values.category); }
 
 /// Sets the character that opens the lists read in its scope.
 class ListOpenScope {
 public:
-    ListOpenScope(Parser_kt& in, char open) : in_(in), old_(in.listOpenChar) {
+    ListOpenScope(Parser_CString_kt& in, char open) : in_(in), old_(in.listOpenChar) {
         in.listOpenChar = open;
     }
     ~ListOpenScope() { in_.listOpenChar = old_; }
@@ -78,15 +78,15 @@ public:
     ListOpenScope& operator=(const ListOpenScope&) = delete;
 
 private:
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     char old_;
 };
 
 /// The braced list of state names. An empty one too many at its end stands for a comma there, which
 /// is allowed.
-OwnedStrs read_state_names(Parser_kt& in, int wanted, int& count) {
+OwnedStrs read_state_names(Parser_CString_kt& in, int wanted, int& count) {
     const ListOpenScope braces(in, '{');
-    char** names = ReadListStrings<Parser_kt, true, true, 1>(in, count);
+    char** names = ReadListStrings<Parser_CString_kt, true, true, 1>(in, count);
     const int last = count - 1;
     if (last >= 0 && last == wanted && (names[last] == nullptr || *names[last] == 0)) {
         delete[] std::exchange(names[last], nullptr);
@@ -97,14 +97,14 @@ OwnedStrs read_state_names(Parser_kt& in, int wanted, int& count) {
 
 /// After a list that could not be read: to its '}' when a ';' follows that, else reading goes on
 /// where it came to.
-void pass_list(Parser_kt& in, ParserPos_kt list) {
+void pass_list(Parser_CString_kt& in, ParserPos_kt list) {
     const ParserPos_kt read = in.getPos();
     in.setPos(list);
     if (!in.skipStructure('{', '}', false) || in.peekPunc() != ';') in.setPos(read);
 }
 
 /// Warns of names that commas announce and that are not there.
-void check_state_names(Parser_kt& in, ParserPos_kt list, int count) {
+void check_state_names(Parser_CString_kt& in, ParserPos_kt list, int count) {
     const ParserPos_kt end = in.getPos();
     in.setPos(list);
     for (bool more = true; more && in.getPos() < end; more = in.skipToken()) {
@@ -117,7 +117,7 @@ void check_state_names(Parser_kt& in, ParserPos_kt list, int count) {
 
 /// The names behind "discrete[n] =". A number of states that is illegible gives way to the number
 /// of names; a list that cannot be read leaves the states without names.
-void read_names_of_states(Parser_kt& in, bool illegible, NodeValues& values) {
+void read_names_of_states(Parser_CString_kt& in, bool illegible, NodeValues& values) {
     int count = 0;
     in.skipSpaces();
     const ParserPos_kt list = in.getPos();
@@ -139,7 +139,7 @@ void read_names_of_states(Parser_kt& in, bool illegible, NodeValues& values) {
 }
 
 /// The rest of a discrete type, from '[' on; c is the character after the word.
-void read_discrete(Parser_kt& in, char c, NodeValues& values) {
+void read_discrete(Parser_CString_kt& in, char c, NodeValues& values) {
     if (c != '[') {
         in.report(msg::dsc.missingBracket);
         PutBack(in, c);
@@ -161,7 +161,7 @@ void read_discrete(Parser_kt& in, char c, NodeValues& values) {
     read_names_of_states(in, illegible, values);
 }
 
-void read_type(Parser_kt& in, NodeValues& values) {
+void read_type(Parser_CString_kt& in, NodeValues& values) {
     char word[wordSize + 1];
     const char c = in.readWordPunc(word, wordSize);
     const bool continuous = streqli_kt(word, "continuous");
@@ -182,7 +182,7 @@ void read_type(Parser_kt& in, NodeValues& values) {
 
 struct Attribute {
     const char* name;
-    void (*read)(Parser_kt& in, NodeValues& values);
+    void (*read)(Parser_CString_kt& in, NodeValues& values);
 };
 constexpr Attribute attributes[] = {{"name", read_name},
                                     {"type", read_type},
@@ -191,13 +191,13 @@ constexpr Attribute attributes[] = {{"name", read_name},
                                     {"category", read_category}};
 
 /// Drops a stray character among the attributes, and with a brace the group that it opens.
-void DropGroup(Parser_kt& in, char c) {
+void DropGroup(Parser_CString_kt& in, char c) {
     Drop(in, c);
     if (c == '{') in.skipStructure('{', '}', true);
 }
 
 /// Reads an attribute with its ';'. Returns false when the block's '}' came instead.
-bool read_attribute(Parser_kt& in, NodeValues& values) {
+bool read_attribute(Parser_CString_kt& in, NodeValues& values) {
     char name[wordSize + 1];
     const char c = in.readWordPunc(name, wordSize);
     const ParserContext context(in, in.structKind, in.structName);
@@ -227,7 +227,7 @@ std::string BareName(char c) {
     return quoted ? name.substr(1, name.size() - 2) : name;
 }
 
-void read_attributes(Parser_kt& in, NodeValues& values) {
+void read_attributes(Parser_CString_kt& in, NodeValues& values) {
     while (!in.isAtEnd()) {
         const char c = in.readPunc();
         if (c == '}') return;
@@ -263,7 +263,7 @@ void create_node(const char* name, NodeValues& values, Bnet_bn& net, bool create
 
 /// Reads a node block after its keyword. The node is made when the block has ended, so that the
 /// order of the attributes does not matter.
-void read_node_block(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
+void read_node_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     char name[wordSize + 1];
     OwnedStr legalName;
     const ParserContext context(in, "node block");
@@ -306,7 +306,7 @@ enum class StartEN { none, network, block };
 
 /// Moves past the first "network" outside strings and comments; with orBlock no further than to the
 /// first block.
-StartEN find_start(Parser_kt& in, bool orBlock) {
+StartEN find_start(Parser_CString_kt& in, bool orBlock) {
     const ParserPos_kt start = in.getPos();
     do {
         if (orBlock && at_block(in)) return StartEN::block;
@@ -322,13 +322,13 @@ StartEN find_start(Parser_kt& in, bool orBlock) {
 
 /// Passes over the properties in braces that newer programs write after the name, up to their '}'
 /// or the first block.
-void pass_properties(Parser_kt& in) {
+void pass_properties(Parser_CString_kt& in) {
     if (at_block(in)) return;
     in.report(msg::dsc.networkProperties);
     pass_to_close(in, in.getPos());
 }
 
-void read_header(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
+void read_header(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     const StartEN start = find_start(in, lenient.on);
     if (start == StartEN::none) throw in.report(msg::dsc.noNetwork);
     if (start == StartEN::block) {
@@ -357,7 +357,7 @@ void read_header(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
 /// Passes over an unknown block after its first word, or over text between blocks: up to the next
 /// block, or through the next braces. A '}' before any '{' closes braces opened further out (those
 /// of the network's own properties). A block whose '}' is lost ends before the next one.
-void pass_unknown_block(Parser_kt& in) {
+void pass_unknown_block(Parser_CString_kt& in) {
     char c = 0;
     while (c != '{') {
         if (in.isAtEnd() || at_block(in) || in.peekPunc() == '}') return;
@@ -371,7 +371,7 @@ void pass_unknown_block(Parser_kt& in) {
     pass_to_close(in, body);
 }
 
-void read_block(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
+void read_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     char word[wordSize + 1];
     in.readWord(word, wordSize);
     if (const BlockKind* known = Find(blockKinds, word)) {
@@ -387,7 +387,7 @@ void read_block(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     }
 }
 
-void read_net(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
+void read_net(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     read_header(in, drawing, lenient);
     while (!in.isAtEnd()) read_block(in, drawing, lenient);
     in.checkError();
@@ -405,20 +405,21 @@ rept_kt* ParseDscFile(InChannel_kt& channel, Bnet_bn&, Vnet_kt& drawing,
     SetCharProp_kt("/", CharPropComment, charProps.get());
     const ParserOptions_kt parserOptions{
         .charProps = charProps.get(), .commentChar1 = '/', .commentChar2 = '/', .commentMode = 2};
-    const OwnedParser in(channel.makeParser(&parserOptions));
-    in->reserved = in->bytesLeft() + MaxTableEntries;
+    const OwnedParser parser(channel.makeParser(&parserOptions));
+    Parser_CString_kt& in = TextParser(*parser);
+    in.reserved = in.bytesLeft() + MaxTableEntries;
     drawing.drawStyle = dsc::boxWithStates;
     dsc::Leniency lenient;
     lenient.on = options.lenient;
     lenient.createStateNames = options.createStateNamesDsc;
     try {
-        dsc::read_net(*in, drawing, lenient);
+        dsc::read_net(in, drawing, lenient);
     } catch (rept_kt* report) {
-        in->setError(report);
+        in.setError(report);
     }
-    in->checkError();
+    in.checkError();
     FixNodePositions(drawing, 1.0, false);
-    return in->curReport;
+    return in.curReport;
 }
 
 }  // namespace lumo

@@ -20,30 +20,30 @@ const Leniency::StateNumbers& Leniency::statesOf(const Bnode_bn& node) {
 
 // ---- Punctuation and names -----------------------------------------------------------------
 
-std::string FoundName(Parser_kt& in, char c) {
+std::string FoundName(Parser_CString_kt& in, char c) {
     constexpr std::size_t longestShown = 80;
     const std::string_view word = c == 0 ? in.peekWord() : std::string_view();
     if (word.empty()) return CharName(c);
     return Format("'%s'", std::string(word.substr(0, longestShown)).c_str());
 }
 
-void PutBack(Parser_kt& in, char c) {
+void PutBack(Parser_CString_kt& in, char c) {
     if (c != 0) in.unreadChar(c);
 }
 
-bool Accept(Parser_kt& in, char wanted) {
+bool Accept(Parser_CString_kt& in, char wanted) {
     const char c = in.readPunc();
     if (c == wanted) return true;
     PutBack(in, c);
     return false;
 }
 
-void Drop(Parser_kt& in, char c) {
+void Drop(Parser_CString_kt& in, char c) {
     strin_kt text;
     if (c == '"') in.readQuotedRest(text);
 }
 
-void read_node_name(Parser_kt& in, Leniency& lenient, char* name) {
+void read_node_name(Parser_CString_kt& in, Leniency& lenient, char* name) {
     if (!lenient.on || in.peekPunc() != '"') return in.readWord(name, wordSize);
     in.setTokenStart(in.getPos());
     lenient.tellOnce(in, msg::dsc.quotedName);
@@ -59,7 +59,7 @@ void ThrowIfError(rept_kt* report) {
 namespace {
 
 /// Passes over a node's name, quoted or not, if one stands here that is not too long.
-void pass_name(Parser_kt& in) {
+void pass_name(Parser_CString_kt& in) {
     in.setPos(in.getPos() + in.peekWord().size());
     if (in.peekPunc() != '"') return;
     const ParserPos_kt token = in.tokenStart();
@@ -77,7 +77,7 @@ void pass_name(Parser_kt& in) {
 
 /// Passes over words and strings, such as the rest of a name with blanks, and a ';' before them.
 /// False before the next block.
-bool pass_words(Parser_kt& in) {
+bool pass_words(Parser_CString_kt& in) {
     Accept(in, ';');
     while (!at_block(in)) {
         if (!pass_text(in, in.getPos())) return true;
@@ -86,7 +86,7 @@ bool pass_words(Parser_kt& in) {
 }
 
 /// Moves past the next brace and returns it; 0 before the next block and at the end of the input.
-char pass_brace(Parser_kt& in, ParserPos_kt read) {
+char pass_brace(Parser_CString_kt& in, ParserPos_kt read) {
     while (!in.isAtEnd()) {
         if (in.getPos() >= read && at_block(in)) return 0;
         if (pass_text(in, read)) continue;
@@ -98,7 +98,7 @@ char pass_brace(Parser_kt& in, ParserPos_kt read) {
 
 }  // namespace
 
-bool at_block(Parser_kt& in) {
+bool at_block(Parser_CString_kt& in) {
     const std::string_view word = in.peekWord();
     constexpr std::size_t longestKeyword = 11;
     if (word.empty() || word.size() > longestKeyword ||
@@ -116,7 +116,7 @@ bool at_block(Parser_kt& in) {
     return starts;
 }
 
-bool pass_text(Parser_kt& in, ParserPos_kt read) {
+bool pass_text(Parser_CString_kt& in, ParserPos_kt read) {
     const std::size_t word = in.peekWord().size();
     in.setPos(in.getPos() + word);
     if (word > 0 || in.peekPunc() != '"') return word > 0;
@@ -132,7 +132,7 @@ bool pass_text(Parser_kt& in, ParserPos_kt read) {
     return true;
 }
 
-void pass_to_close(Parser_kt& in, ParserPos_kt read) {
+void pass_to_close(Parser_CString_kt& in, ParserPos_kt read) {
     for (int depth = 1; depth > 0;) {
         const char c = pass_brace(in, read);
         if (c == 0) return;
@@ -140,7 +140,7 @@ void pass_to_close(Parser_kt& in, ParserPos_kt read) {
     }
 }
 
-void pass_over(Parser_kt& in, const Block& block) {
+void pass_over(Parser_CString_kt& in, const Block& block) {
     if (block.stage == Stage::done) return;
     const ParserPos_kt read = in.tokenStart();
     if (block.body != nullptr) {

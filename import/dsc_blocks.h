@@ -29,7 +29,7 @@ struct Leniency {
     const StateNumbers& statesOf(const Bnode_bn& node);
 
     template <class... ARGS>
-    void tellOnce(Parser_kt& in, const Message<ARGS...>& message,
+    void tellOnce(Parser_CString_kt& in, const Message<ARGS...>& message,
                   std::type_identity_t<ARGS>... arguments) {
         if (told.insert(message.number).second) in.report(message, arguments...);
     }
@@ -37,12 +37,12 @@ struct Leniency {
 
 // The readers of blocks, each after its keyword. They record their errors and throw nothing but
 // what ends the import.
-void read_node_block(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient);
-void read_probab_block(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient);
+void read_node_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient);
+void read_probab_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient);
 
 struct BlockKind {
     const char* name;
-    void (*read)(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient);
+    void (*read)(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient);
 };
 inline constexpr BlockKind blockKinds[] = {{"node", read_node_block},
                                            {"probability", read_probab_block}};
@@ -58,18 +58,18 @@ const ENTRY* Find(const ENTRY (&table)[n], const char* name) {
 // ---- Punctuation and names -----------------------------------------------------------------
 
 /// Names what readPunc met: the character c, or, when c is 0, the word that stands there.
-std::string FoundName(Parser_kt& in, char c);
+std::string FoundName(Parser_CString_kt& in, char c);
 
-void PutBack(Parser_kt& in, char c);
+void PutBack(Parser_CString_kt& in, char c);
 
 /// Reads the character if it comes next; leaves what stands there instead.
-bool Accept(Parser_kt& in, char wanted);
+bool Accept(Parser_CString_kt& in, char wanted);
 
 /// Drops a stray character that was read, and with a quote the text that it opens.
-void Drop(Parser_kt& in, char c);
+void Drop(Parser_CString_kt& in, char c);
 
 /// A node's name, at most wordSize bytes of it: one word, or when lenient a quoted string.
-void read_node_name(Parser_kt& in, Leniency& lenient, char* name);
+void read_node_name(Parser_CString_kt& in, Leniency& lenient, char* name);
 
 void ThrowIfError(rept_kt* report);
 
@@ -84,20 +84,20 @@ struct Block {
 };
 
 /// Whether a block starts here: its keyword, then a '(', or a name and a '{'.
-bool at_block(Parser_kt& in);
+bool at_block(Parser_CString_kt& in);
 
 /// Passes over a word or a string. False when neither stands here. A string that is never closed
 /// takes the rest of the input; the error is left out when its quote was read before, up to `read`.
-bool pass_text(Parser_kt& in, ParserPos_kt read);
+bool pass_text(Parser_CString_kt& in, ParserPos_kt read);
 
 /// Passes over the rest of a structure in braces whose '{' was read, up to its '}', the next block
 /// or the end of the input. What stands before `read` was read as something else already: a block
 /// there does not count, or it would be read again and again.
-void pass_to_close(Parser_kt& in, ParserPos_kt read);
+void pass_to_close(Parser_CString_kt& in, ParserPos_kt read);
 
 /// Passes over the rest of a damaged block: from the start of its body, when that was reached, so
 /// that braces half read do not count and the block's own '}' is found wherever reading had come
 /// to. A block whose '}' is lost ends before the next one.
-void pass_over(Parser_kt& in, const Block& block);
+void pass_over(Parser_CString_kt& in, const Block& block);
 
 }  // namespace lumo::dsc

@@ -42,7 +42,8 @@ std::vector<int> tuple_order(const BndList_bn& parents, int before,
 }
 
 /// The next parent of a header, linked to the child; null at the ')'. `first`: no parent was read.
-Bnode_bn* read_parent(Parser_kt& in, Bnode_bn& child, bool first, Block& block, Leniency& lenient) {
+Bnode_bn* read_parent(Parser_CString_kt& in, Bnode_bn& child, bool first, Block& block,
+                      Leniency& lenient) {
     char name[wordSize + 1] = {};
     bool due = first;  // a name, so that another comma is one too many
     while (name[0] == 0) {
@@ -68,7 +69,7 @@ Bnode_bn* read_parent(Parser_kt& in, Bnode_bn& child, bool first, Block& block, 
 
 /// Reads the header from '(' to '{' and makes its links. Sets the block's body, also when an
 /// unknown parent shows that it begins before a ')'.
-Family read_header(Parser_kt& in, const Bnet_bn& net, Block& block, Leniency& lenient) {
+Family read_header(Parser_CString_kt& in, const Bnet_bn& net, Block& block, Leniency& lenient) {
     if (!Accept(in, '(')) throw in.report(msg::dsc.missingParenthesis);
     char name[wordSize + 1];
     read_node_name(in, lenient, name);
@@ -169,7 +170,7 @@ void Normalize(std::vector<float>& vector) {
 }
 
 /// How many rows follow with one and the same tuple up to the block's '}'; 0 when they differ.
-int CountEqualTuples(Parser_kt& in) {
+int CountEqualTuples(Parser_CString_kt& in) {
     const ParserPos_kt start = in.getPos();
     strin_kt first;
     strin_kt tuple;
@@ -194,7 +195,7 @@ int CountEqualTuples(Parser_kt& in) {
 /// Reads the rows of one probability block.
 class RowReader {
 public:
-    RowReader(Parser_kt& in, const Family& family, Leniency& lenient)
+    RowReader(Parser_CString_kt& in, const Family& family, Leniency& lenient)
         : in_(in),
           lenient_(lenient),
           child_(*family.child),
@@ -222,7 +223,7 @@ public:
     }
 
 private:
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     Leniency& lenient_;
     Bnode_bn& child_;
     std::size_t parents_;
@@ -505,7 +506,7 @@ private:
 }  // namespace
 
 /// Reads a probability block after its keyword.
-void read_probab_block(Parser_kt& in, Vnet_kt& drawing, Leniency& lenient) {
+void read_probab_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     const ParserContext context(in, "probability block");
     const ParserPos_kt place = in.tokenStart();
     Block block;

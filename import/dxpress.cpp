@@ -50,7 +50,7 @@ constexpr BlockKind networkBlock{">-net connectivity", &msg::dxpress.networkUnop
 
 /// The next punctuation character, or 0 when a word follows. The three characters =3D stand for one
 /// '=', and =2A for none.
-char ReadPuncEQ(Parser_kt& in) {
+char ReadPuncEQ(Parser_CString_kt& in) {
     const char c = in.readPunc();
     if (c != '=') return c;
     const char d = in.readChar();
@@ -71,14 +71,14 @@ bool IsOneOf(char c, const char* set) { return c != 0 && std::strchr(set, c) != 
 
 }  // namespace
 
-void Expect(Parser_kt& in, const char* wanted, const char* keep, const Message<>& message) {
+void Expect(Parser_CString_kt& in, const char* wanted, const char* keep, const Message<>& message) {
     const char c = ReadPuncEQ(in);
     if (IsOneOf(c, wanted)) return;
     in.report(message);
     if (IsOneOf(c, keep)) in.unreadChar(c);
 }
 
-void Expect(Parser_kt& in, const char* wanted, const char* keep,
+void Expect(Parser_CString_kt& in, const char* wanted, const char* keep,
             const Message<const char*>& message) {
     const char c = ReadPuncEQ(in);
     if (IsOneOf(c, wanted)) return;
@@ -86,7 +86,7 @@ void Expect(Parser_kt& in, const char* wanted, const char* keep,
     if (IsOneOf(c, keep)) in.unreadChar(c);
 }
 
-void SkipNextBraces(Parser_kt& in) {
+void SkipNextBraces(Parser_CString_kt& in) {
     while (in.peekPunc() != '{') {
         if (in.peekPunc() == '}' || !in.skipToken()) return;
     }
@@ -95,16 +95,16 @@ void SkipNextBraces(Parser_kt& in) {
 
 namespace {
 
-void ExpectSeparator(Parser_kt& in, const Message<>& message) {
+void ExpectSeparator(Parser_CString_kt& in, const Message<>& message) {
     Expect(in, ":=", keepValue, message);
 }
 
-double read_number_field(Parser_kt& in) {
+double read_number_field(Parser_CString_kt& in) {
     ExpectSeparator(in, msg::dxpress.numberSeparator);
     return in.readDouble();
 }
 
-OwnedStr read_string_field(Parser_kt& in) {
+OwnedStr read_string_field(Parser_CString_kt& in) {
     ExpectSeparator(in, msg::dxpress.stringSeparator);
     if (const char c = in.peekPunc(); c == ';' || c == '}') {
         in.setTokenStart(in.getPos());
@@ -114,12 +114,12 @@ OwnedStr read_string_field(Parser_kt& in) {
 }
 
 /// False, with the error recorded, when no pair of numbers follows.
-bool read_coord_field(Parser_kt& in, coord_kt& value) {
+bool read_coord_field(Parser_CString_kt& in, coord_kt& value) {
     ExpectSeparator(in, msg::dxpress.coordinateSeparator);
     return TryReadCoord(in, value);
 }
 
-bool read_bool_field(Parser_kt& in) {
+bool read_bool_field(Parser_CString_kt& in) {
     struct Word {
         const char* text;
         bool value;
@@ -145,7 +145,7 @@ bool read_bool_field(Parser_kt& in) {
 /// Passes over an item that the reader does not take: silently when the list knows it. When it has
 /// lost its ';' it ends before the name of the next field that is taken, one of `table`.
 template <class OBJECT, std::size_t N>
-void SkipUntaken(Parser_kt& in, const char* word, const char* list,
+void SkipUntaken(Parser_CString_kt& in, const char* word, const char* list,
                  const Message<const char*>& unknown, const FieldHandler<OBJECT> (&table)[N]) {
     if (std::strstr(list, word) == nullptr) in.reportUnknown(word, unknown, word);
     const ParserPos_kt start = in.getPos();
@@ -169,13 +169,13 @@ void SkipUntaken(Parser_kt& in, const char* word, const char* list,
 // ---- kb ------------------------------------------------------------------------------------
 
 constexpr FieldHandler<Bnet_bn> kbHandlers[] = {
-    {"notes", [](Parser_kt& in, Bnet_bn& net,
+    {"notes", [](Parser_CString_kt& in, Bnet_bn& net,
                  const char*) { net.setComment(read_string_field(in).release()); }},
 };
 
 /// Reads a field by its row of the table, or passes over it.
 template <class OBJECT, std::size_t N>
-void ReadField(Parser_kt& in, OBJECT& object, const char* word,
+void ReadField(Parser_CString_kt& in, OBJECT& object, const char* word,
                const FieldHandler<OBJECT> (&table)[N], const char* list,
                const Message<const char*>& unknown) {
     if (const auto* handler = FindHandler(table, word)) {
@@ -185,7 +185,7 @@ void ReadField(Parser_kt& in, OBJECT& object, const char* word,
     }
 }
 
-void read_kb(Parser_kt& in, Bnet_bn& net) {
+void read_kb(Parser_CString_kt& in, Bnet_bn& net) {
     ReadBlock(in, kbBlock, net.name, [&](const char* word) {
         ReadField(in, net, word, kbHandlers, kbFields, msg::dxpress.unknownKbField);
         return true;
@@ -208,7 +208,7 @@ void AppendInt(strin_kt& text, int value) {
         digits, static_cast<std::size_t>(sprint_int_kt<char, int>(digits, value))));
 }
 
-void parse_state_name(Parser_kt& in, StateEntry& entry, const char*) {
+void parse_state_name(Parser_CString_kt& in, StateEntry& entry, const char*) {
     OwnedStr text = read_string_field(in);
     auto name = std::make_unique<char[]>(shortWordSize + 2);  // the zero byte and a prefix letter
     if (text != nullptr) std::strncpy(name.get(), text.get(), shortWordSize);
@@ -220,7 +220,7 @@ void parse_state_name(Parser_kt& in, StateEntry& entry, const char*) {
     AppendInt(entry.faultList, entry.state);
 }
 
-void parse_state_definition(Parser_kt& in, StateEntry& entry, const char*) {
+void parse_state_definition(Parser_CString_kt& in, StateEntry& entry, const char*) {
     const OwnedStr text = read_string_field(in);
     if (text == nullptr || text[0] == '\0') return;
     char state[StateTextSize];
@@ -239,7 +239,7 @@ constexpr FieldHandler<StateEntry> stateHandlers[] = {
 
 /// Past the '{' of a state, whatever stands before it. When a '}', or a field's end or separator,
 /// comes first, the '{' is lost.
-void PassToBrace(Parser_kt& in) {
+void PassToBrace(Parser_CString_kt& in) {
     const ParserPos_kt start = in.getPos();
     do {
         const char c = in.peekPunc();
@@ -256,7 +256,8 @@ void PassToBrace(Parser_kt& in) {
 }
 
 /// One state entry, its type word already read.
-void read_state(Parser_kt& in, Bnode_bn& node, int state, const char* type, strin_kt& faultList) {
+void read_state(Parser_CString_kt& in, Bnode_bn& node, int state, const char* type,
+                strin_kt& faultList) {
     const bool isFault = streqli_kt(type, "fault");
     if (!isFault && !streqli_kt(type, "standard")) {
         in.report(msg::dxpress.unknownStateKind, type);
@@ -271,7 +272,7 @@ void read_state(Parser_kt& in, Bnode_bn& node, int state, const char* type, stri
     });
 }
 
-void read_states(Parser_kt& in, Bnode_bn& node) {
+void read_states(Parser_CString_kt& in, Bnode_bn& node) {
     strin_kt faultList;
     int state = 0;
     ReadBlock(in, statesBlock, node.name(), [&](const char* type) {
@@ -310,15 +311,15 @@ void set_node_user_number(Bnode_bn& node, const char* name, double value) {
     set_node_user_text(node, name, text);
 }
 
-void parse_node_name(Parser_kt& in, Bnode_bn& node, const char*) {
+void parse_node_name(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     node.setTitle(read_string_field(in).release());
 }
 
-void parse_node_definition(Parser_kt& in, Bnode_bn& node, const char*) {
+void parse_node_definition(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     node.setComment(read_string_field(in).release());
 }
 
-void parse_node_position(Parser_kt& in, Bnode_bn& node, const char*) {
+void parse_node_position(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     coord_kt position;
     if (read_coord_field(in, position)) {
         SetNodeVisPosition_ibn(node, position, nullptr);
@@ -327,7 +328,7 @@ void parse_node_position(Parser_kt& in, Bnode_bn& node, const char*) {
     }
 }
 
-void parse_node_class(Parser_kt& in, Bnode_bn&, const char*) {
+void parse_node_class(Parser_CString_kt& in, Bnode_bn&, const char*) {
     ExpectSeparator(in, msg::dxpress.classSeparator);
     char word[shortWordSize + 1];
     in.readWord(word, shortWordSize);
@@ -335,7 +336,7 @@ void parse_node_class(Parser_kt& in, Bnode_bn&, const char*) {
     in.report(msg::dxpress.unknownClass, word);
 }
 
-void parse_node_classtype(Parser_kt& in, Bnode_bn& node, const char*) {
+void parse_node_classtype(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     ExpectSeparator(in, msg::dxpress.classtypeSeparator);
     char word[shortWordSize + 1];
     in.readWord(word, shortWordSize);
@@ -343,7 +344,7 @@ void parse_node_classtype(Parser_kt& in, Bnode_bn& node, const char*) {
     in.report(msg::dxpress.unknownClasstype, node.name(), word);
 }
 
-void parse_node_type(Parser_kt& in, Bnode_bn& node, const char*) {
+void parse_node_type(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     ExpectSeparator(in, msg::dxpress.typeSeparator);
     char word[shortWordSize + 1];
     in.readWord(word, shortWordSize);
@@ -367,17 +368,17 @@ void parse_node_type(Parser_kt& in, Bnode_bn& node, const char*) {
     }
 }
 
-void parse_node_category(Parser_kt& in, Bnode_bn& node, const char*) {
+void parse_node_category(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     const OwnedStr text = read_string_field(in);
     if (text != nullptr) AddNodeGroup(node, text.get());
 }
 
-void parse_node_number(Parser_kt& in, Bnode_bn& node, const char* word) {
+void parse_node_number(Parser_CString_kt& in, Bnode_bn& node, const char* word) {
     const double value = read_number_field(in);
     if (!in.numberFailed) set_node_user_number(node, word, value);
 }
 
-void parse_node_bool(Parser_kt& in, Bnode_bn& node, const char* word) {
+void parse_node_bool(Parser_CString_kt& in, Bnode_bn& node, const char* word) {
     set_node_user_bool(node, word, read_bool_field(in));
 }
 
@@ -399,7 +400,7 @@ void AppendNotesToComment(Bnode_bn& node) {
 }
 
 /// One node, the word "standard" already read.
-void read_node(Parser_kt& in, Bnet_bn& net) {
+void read_node(Parser_CString_kt& in, Bnet_bn& net) {
     OwnedStr name(in.readStringNew());
     if (name == nullptr) name.reset(DupStr_kt(""));
     ReadFramed(in, nodeBlock.kind, name.get(), [&] {
@@ -423,7 +424,7 @@ void read_node(Parser_kt& in, Bnet_bn& net) {
     });
 }
 
-void read_nodes(Parser_kt& in, Bnet_bn& net) {
+void read_nodes(Parser_CString_kt& in, Bnet_bn& net) {
     ReadFramed(in, nodesBlock.kind, nullptr, [&] {
         Expect(in, "{", keepNothing, msg::dxpress.nodesUnopened);
         ReadItems(in, nodesBlock, [&](const char* word) {
@@ -444,7 +445,7 @@ enum class ParentsEN { read, unknown };
 
 /// Stands before the next parent's name, or past the ')' that ends the list (then false). `body` is
 /// set at a '{', which belongs to the relation: the ')' is missing.
-bool FindNextParent(Parser_kt& in, ParserPos_kt& body) {
+bool FindNextParent(Parser_CString_kt& in, ParserPos_kt& body) {
     while (!in.isAtEnd()) {
         in.skipSpaces();
         const char c = in.peekChar();
@@ -466,7 +467,7 @@ bool FindNextParent(Parser_kt& in, ParserPos_kt& body) {
 }
 
 /// The parent list after its '('. After an unknown parent the input stands before the relation.
-ParentsEN ReadParents(Parser_kt& in, const Bnet_bn& net, BndList_bn& parents) {
+ParentsEN ReadParents(Parser_CString_kt& in, const Bnet_bn& net, BndList_bn& parents) {
     ParserPos_kt body = nullptr;
     while (FindNextParent(in, body)) {
         const OwnedStr name(in.readStringNew());
@@ -483,12 +484,13 @@ ParentsEN ReadParents(Parser_kt& in, const Bnet_bn& net, BndList_bn& parents) {
 }
 
 constexpr FieldHandler<Bnode_bn> relationReaders[] = {
-    {"standard", [](Parser_kt& in, Bnode_bn& node, const char*) { read_standard_reln(in, node); }},
-    {"ci", [](Parser_kt& in, Bnode_bn& node, const char*) { read_ci_reln(in, node); }},
+    {"standard",
+     [](Parser_CString_kt& in, Bnode_bn& node, const char*) { read_standard_reln(in, node); }},
+    {"ci", [](Parser_CString_kt& in, Bnode_bn& node, const char*) { read_ci_reln(in, node); }},
 };
 
 /// One entry of the network block, its type word already read.
-void read_network_entry(Parser_kt& in, Bnet_bn& net, const char* type) {
+void read_network_entry(Parser_CString_kt& in, Bnet_bn& net, const char* type) {
     const ParserPos_kt typePlace = in.tokenStart();
     const OwnedStr name(in.readStringNew());
     Bnode_bn* node = net.findNodeLabeled(name != nullptr ? name.get() : "");
@@ -514,7 +516,7 @@ void read_network_entry(Parser_kt& in, Bnet_bn& net, const char* type) {
     }
 }
 
-void read_network(Parser_kt& in, Bnet_bn& net) {
+void read_network(Parser_CString_kt& in, Bnet_bn& net) {
     ReadBlock(in, networkBlock, nullptr, [&](const char* type) {
         read_network_entry(in, net, type);
         in.structName = nullptr;
@@ -524,18 +526,18 @@ void read_network(Parser_kt& in, Bnet_bn& net) {
 
 // ---- The file ------------------------------------------------------------------------------
 
-void SkipObject(Parser_kt& in, Bnet_bn&, const char*);
+void SkipObject(Parser_CString_kt& in, Bnet_bn&, const char*);
 
 constexpr FieldHandler<Bnet_bn> objectReaders[] = {
-    {"kb", [](Parser_kt& in, Bnet_bn& net, const char*) { read_kb(in, net); }},
-    {"nodes", [](Parser_kt& in, Bnet_bn& net, const char*) { read_nodes(in, net); }},
-    {"network", [](Parser_kt& in, Bnet_bn& net, const char*) { read_network(in, net); }},
+    {"kb", [](Parser_CString_kt& in, Bnet_bn& net, const char*) { read_kb(in, net); }},
+    {"nodes", [](Parser_CString_kt& in, Bnet_bn& net, const char*) { read_nodes(in, net); }},
+    {"network", [](Parser_CString_kt& in, Bnet_bn& net, const char*) { read_network(in, net); }},
     {"faulthierarchy", SkipObject},
     {"nodehierarchy", SkipObject},
 };
 
 /// Whether an object that the reader knows starts here: its word and a '{'.
-bool AtObject(Parser_kt& in) {
+bool AtObject(Parser_CString_kt& in) {
     const std::string_view word = in.peekWord();
     if (word.empty() || word.size() > shortWordSize) return false;
     if (FindHandler(objectReaders, std::string(word).c_str()) == nullptr) return false;
@@ -548,7 +550,7 @@ bool AtObject(Parser_kt& in) {
 
 /// Passes over an object after its word: up to its brace, then through its structure in braces. One
 /// that has lost a brace ends before the next object.
-void SkipObject(Parser_kt& in, Bnet_bn&, const char*) {
+void SkipObject(Parser_CString_kt& in, Bnet_bn&, const char*) {
     for (; in.peekPunc() != '{'; in.skipToken()) {
         if (AtObject(in)) return;
         if (in.isAtEnd()) return EndOfInput(in);
@@ -564,7 +566,7 @@ void SkipObject(Parser_kt& in, Bnet_bn&, const char*) {
 }
 
 /// The two opening words (not insisted upon) and the net's name, which is not used.
-void ReadHeader(Parser_kt& in) {
+void ReadHeader(Parser_CString_kt& in) {
     char word[wordSize + 1];
     in.readWord(word, wordSize);
     if (!streqli_kt(word, "diagnostic")) NewReport(msg::dxpress.missingDiagnostic);
@@ -575,7 +577,7 @@ void ReadHeader(Parser_kt& in) {
 
 /// Lenient reading of a network that stands before all nodes: passes over it and keeps its place,
 /// to read it when the nodes are there.
-bool Postpone(Parser_kt& in, const Bnet_bn& net, std::vector<ParserPos_kt>& networks) {
+bool Postpone(Parser_CString_kt& in, const Bnet_bn& net, std::vector<ParserPos_kt>& networks) {
     if (!in.lenient || net.nodes.N > 0) return false;
     const ParserPos_kt body = in.getPos();
     const bool whole = in.peekPunc() == '{' && in.skipStructure('{', '}', false);
@@ -588,7 +590,7 @@ bool Postpone(Parser_kt& in, const Bnet_bn& net, std::vector<ParserPos_kt>& netw
     return true;
 }
 
-void ReadObject(Parser_kt& in, Bnet_bn& net, std::vector<ParserPos_kt>& networks) {
+void ReadObject(Parser_CString_kt& in, Bnet_bn& net, std::vector<ParserPos_kt>& networks) {
     char word[wordSize + 1];
     in.readWord(word, wordSize);
     if (streqli_kt(word, "network") && Postpone(in, net, networks)) {
@@ -605,7 +607,7 @@ void ReadObject(Parser_kt& in, Bnet_bn& net, std::vector<ParserPos_kt>& networks
     }
 }
 
-void ReadDXPress(Parser_kt& in, Bnet_bn& net) {
+void ReadDXPress(Parser_CString_kt& in, Bnet_bn& net) {
     ReadHeader(in);
     std::vector<ParserPos_kt> networks;
     do {
@@ -635,7 +637,7 @@ rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     ParserOptions_kt parserOptions;
     parserOptions.charProps = props.get();
     const OwnedParser parser(channel.makeParser(&parserOptions));
-    Parser_kt& in = *parser;
+    Parser_CString_kt& in = TextParser(*parser);
     in.lenient = options.lenient;
     drawing.drawStyle = 7;
     try {

@@ -25,9 +25,9 @@ struct BlockKind {
 
 /// The next punctuation character, or 0 when a word follows. The three characters =3D stand for one
 /// '=', and =2A for none.
-char ReadPuncEQ(Parser_kt& in);
+char ReadPuncEQ(Parser_CString_kt& in);
 
-inline void EndOfInput(Parser_kt& in) { in.report(msg::text.unexpectedEnd); }
+inline void EndOfInput(Parser_CString_kt& in) { in.report(msg::text.unexpectedEnd); }
 
 // What belongs to the next thing when it stands where other punctuation is expected. Whatever else
 // stands there is dropped.
@@ -38,8 +38,8 @@ inline constexpr const char* keepValue = "\"{}(;";  // the separator before it i
 
 /// Reads the punctuation that should be one of `wanted`. Otherwise makes the warning, whose %s
 /// receives what stood there, and puts that back when it is one of `keep`.
-void Expect(Parser_kt& in, const char* wanted, const char* keep, const Message<>& message);
-void Expect(Parser_kt& in, const char* wanted, const char* keep,
+void Expect(Parser_CString_kt& in, const char* wanted, const char* keep, const Message<>& message);
+void Expect(Parser_CString_kt& in, const char* wanted, const char* keep,
             const Message<const char*>& message);
 
 // ---- The block loop ------------------------------------------------------------------------
@@ -47,19 +47,19 @@ void Expect(Parser_kt& in, const char* wanted, const char* keep,
 /// Names the field being read in messages, for a scope.
 class FieldScope {
 public:
-    FieldScope(Parser_kt& in, const char* field) : in_(in) { in.fieldName = field; }
+    FieldScope(Parser_CString_kt& in, const char* field) : in_(in) { in.fieldName = field; }
     ~FieldScope() { in_.fieldName = nullptr; }
     FieldScope(const FieldScope&) = delete;
     FieldScope& operator=(const FieldScope&) = delete;
 
 private:
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
 };
 
 /// Reads items up to the block's '}'. readItem(word) reads one, its first word already read; it
 /// returns false to leave the block at once.
 template <class Item>
-void ReadItems(Parser_kt& in, const BlockKind& block, Item readItem) {
+void ReadItems(Parser_CString_kt& in, const BlockKind& block, Item readItem) {
     char word[wordSize + 1];
     for (;;) {
         if (in.isAtEnd()) {
@@ -85,7 +85,7 @@ void ReadItems(Parser_kt& in, const BlockKind& block, Item readItem) {
 /// Runs a reader's body within its message context; a report that checkError throws ends the body
 /// and is recorded, and the caller's next checkError decides what follows.
 template <class Body>
-void ReadFramed(Parser_kt& in, const char* kind, const char* name, Body body) {
+void ReadFramed(Parser_CString_kt& in, const char* kind, const char* name, Body body) {
     const ParserContext context(in, kind, name);
     try {
         body();
@@ -95,7 +95,7 @@ void ReadFramed(Parser_kt& in, const char* kind, const char* name, Body body) {
 }
 
 template <class Item>
-void ReadBlock(Parser_kt& in, const BlockKind& block, const char* name, Item readItem) {
+void ReadBlock(Parser_CString_kt& in, const BlockKind& block, const char* name, Item readItem) {
     ReadFramed(in, block.kind, name, [&] {
         Expect(in, "{", keepNothing, *block.noOpen);
         ReadItems(in, block, readItem);
@@ -103,13 +103,13 @@ void ReadBlock(Parser_kt& in, const BlockKind& block, const char* name, Item rea
 }
 
 /// Passes over the next structure in braces, if there is one before a '}'.
-void SkipNextBraces(Parser_kt& in);
+void SkipNextBraces(Parser_CString_kt& in);
 
 /// One of a block's fields: what to do once its name has been read.
 template <class OBJECT>
 struct FieldHandler {
     const char* name;
-    void (*read)(Parser_kt& in, OBJECT& object, const char* word);
+    void (*read)(Parser_CString_kt& in, OBJECT& object, const char* word);
 };
 
 template <class OBJECT, std::size_t N>
@@ -123,7 +123,7 @@ const FieldHandler<OBJECT>* FindHandler(const FieldHandler<OBJECT> (&table)[N], 
 // ---- Relations -----------------------------------------------------------------------------
 
 /// Read one relation body for the node, whose parents are set.
-void read_standard_reln(Parser_kt& in, Bnode_bn& node);
-void read_ci_reln(Parser_kt& in, Bnode_bn& node);
+void read_standard_reln(Parser_CString_kt& in, Bnode_bn& node);
+void read_ci_reln(Parser_CString_kt& in, Bnode_bn& node);
 
 }  // namespace lumo::dxpress

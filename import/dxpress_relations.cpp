@@ -23,7 +23,7 @@ struct Numbers {
     int count = 0;
     bool damaged = false;  // a token was no number
 
-    Numbers(Parser_kt& in, const Bnode_bn& node, int n) : wanted(n) {
+    Numbers(Parser_CString_kt& in, const Bnode_bn& node, int n) : wanted(n) {
         constexpr int bytesPerNumber = 2;
         const bool possible = n <= (in.bytesLeft() + 1) / bytesPerNumber;
         if (!possible || n > MaxTableEntries) return;
@@ -34,7 +34,7 @@ struct Numbers {
         }
     }
     /// Reads the next number, and those behind it that are separated from it by commas.
-    void read(Parser_kt& in) {
+    void read(Parser_CString_kt& in) {
         const int run =
             values == nullptr || count >= wanted ? 0 : readRun(in, values.get() + count);
         if (run > 0) {
@@ -48,10 +48,10 @@ struct Numbers {
     bool complete() const { return count == wanted && values != nullptr && !damaged; }
 
 private:
-    int readRun(Parser_kt& in, float* out) const {
+    int readRun(Parser_CString_kt& in, float* out) const {
         return in.readFloats(out, wanted - count, CommasEN::must);
     }
-    int readRun(Parser_kt& in, double* out) const {
+    int readRun(Parser_CString_kt& in, double* out) const {
         return in.readDoubles(out, wanted - count, CommasEN::must);
     }
     void add(double value) {
@@ -63,7 +63,7 @@ private:
 
 /// Reads a label up to its ';', then numbers separated by ',' up to the ';' that ends them.
 template <class NUMBER>
-void ReadRow(Parser_kt& in, Numbers<NUMBER>& numbers,
+void ReadRow(Parser_CString_kt& in, Numbers<NUMBER>& numbers,
              const Message<const char*>& strayPunctuation) {
     if (in.skipToString(";") == -1) in.jumpToEnd();
     while (!in.isAtEnd()) {
@@ -82,14 +82,14 @@ void ReadRow(Parser_kt& in, Numbers<NUMBER>& numbers,
 }
 
 /// True, after an error, when the node's table is above the limit.
-bool IsTooLarge(Parser_kt& in, const Bnode_bn& node, int wanted) {
+bool IsTooLarge(Parser_CString_kt& in, const Bnode_bn& node, int wanted) {
     if (wanted <= MaxTableEntries) return false;
     in.report(msg::model.tableTooLarge, node.name(), wanted, MaxTableEntries);
     return true;
 }
 
 /// The "prob" field of a standard relation, after its name.
-void read_prob(Parser_kt& in, Bnode_bn& node) {
+void read_prob(Parser_CString_kt& in, Bnode_bn& node) {
     Expect(in, ":", keepValue, msg::dxpress.probSeparator);
     Expect(in, "{", keepValue, msg::dxpress.probUnopened);
     Numbers<float> table(in, node, NumProduct(node.family));
@@ -123,7 +123,7 @@ void read_prob(Parser_kt& in, Bnode_bn& node) {
 
 }  // namespace
 
-void read_standard_reln(Parser_kt& in, Bnode_bn& node) {
+void read_standard_reln(Parser_CString_kt& in, Bnode_bn& node) {
     ReadBlock(in, standardRelation, node.name(), [&](const char* word) {
         if (streqli_kt(word, "prob")) {
             read_prob(in, node);
@@ -140,7 +140,7 @@ void read_standard_reln(Parser_kt& in, Bnode_bn& node) {
 namespace {
 
 /// Reads the groups of a noisy-max body. Returns true when the body's '}' ended them.
-bool ReadGroups(Parser_kt& in, Numbers<double>& parameters) {
+bool ReadGroups(Parser_CString_kt& in, Numbers<double>& parameters) {
     for (;;) {
         if (in.isAtEnd()) {
             EndOfInput(in);
@@ -161,7 +161,7 @@ bool ReadGroups(Parser_kt& in, Numbers<double>& parameters) {
 
 /// Installs the parameters; the question whether to condense is asked once in the life of the
 /// process.
-void MakeNoisyMax(Parser_kt& in, Bnode_bn& node, const double* parameters) {
+void MakeNoisyMax(Parser_CString_kt& in, Bnode_bn& node, const double* parameters) {
     static int condense = -1;  // guarded by the import lock
     if (condense == -1) {
         const MessageRow& question = msg::dxpress.condense;
@@ -173,7 +173,7 @@ void MakeNoisyMax(Parser_kt& in, Bnode_bn& node, const double* parameters) {
 
 }  // namespace
 
-void read_ci_reln(Parser_kt& in, Bnode_bn& node) {
+void read_ci_reln(Parser_CString_kt& in, Bnode_bn& node) {
     ReadFramed(in, "node ci relation", node.name(), [&] {
         Expect(in, "{", keepNothing, msg::dxpress.noisyMaxUnopened);
         Numbers<double> parameters(in, node, NumCIParams(node));

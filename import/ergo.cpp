@@ -326,8 +326,7 @@ rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net, const ReadOptions& o
     parserOptions.charProps = props.get();
     parserOptions.commentMode = 2;
     const OwnedParser parser(channel.makeParser(&parserOptions));
-    // Over a text channel the tokenizer is always the one with a channel of its own.
-    auto& in = static_cast<Parser_CString_kt&>(*parser);
+    Parser_CString_kt& in = TextParser(*parser);
     in.lenient = options.lenient;
     const ParserContext context(in, "Ergo file");
     try {

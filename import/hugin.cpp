@@ -27,7 +27,7 @@ namespace {
 // ---- Tables --------------------------------------------------------------------------------
 
 /// Reads an object of some kind, its first word already read.
-using ObjectReader = void(Parser_kt& in, Vnet_kt& drawing, const char* kind);
+using ObjectReader = void(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind);
 ObjectReader ReadNet, ReadNode, ReadTwoWords, ReadPotential;
 
 struct Object {
@@ -58,7 +58,7 @@ bool ClassOpen = false;  // the '}' of the class is still to come
 
 /// Empties the module state for the time of one parse.
 struct ModuleState {
-    ModuleState(const Parser_kt& in, const ReadOptions& options) {
+    ModuleState(const Parser_CString_kt& in, const ReadOptions& options) {
         Empty();
         Lenient = options.lenient;
         StartRecovery(in);
@@ -77,13 +77,13 @@ private:
 };
 
 /// Takes a ';' when one stands here.
-void TakeSemicolon(Parser_kt& in) {
+void TakeSemicolon(Parser_CString_kt& in) {
     if (in.peekPunc() == ';') in.skipChar();
 }
 
 // ---- The file ------------------------------------------------------------------------------
 
-void RecognizeVersion(Parser_kt& in) {
+void RecognizeVersion(Parser_CString_kt& in) {
     const ParserPos_kt start = in.getPos();
     char word[ValueSize + 1];
     in.readWord(word, ValueSize);
@@ -99,7 +99,7 @@ void RecognizeVersion(Parser_kt& in) {
 
 /// The header of an object that is passed over: keeps its words, for the potentials that need them,
 /// and gives its name, the last word, or the one before a ':'.
-std::string PassHeader(Parser_kt& in, ParserPos_kt end) {
+std::string PassHeader(Parser_CString_kt& in, ParserPos_kt end) {
     std::string name;
     bool named = false;
     char word[ValueSize + 1];
@@ -116,7 +116,7 @@ std::string PassHeader(Parser_kt& in, ParserPos_kt end) {
 
 /// Passes over words in front of a line on which an object begins. False, and no move, when the
 /// words have a body of their own.
-bool PassRemark(Parser_kt& in, ParserPos_kt body) {
+bool PassRemark(Parser_CString_kt& in, ParserPos_kt body) {
     const ParserPos_kt start = in.getPos();
     while (in.getPos() < body) {
         const ParserPos_kt before = in.getPos();
@@ -131,7 +131,7 @@ bool PassRemark(Parser_kt& in, ParserPos_kt body) {
 
 /// Passes over an object of a kind that is not read. A field outside any object, which a brace too
 /// many leaves behind, goes by itself.
-void SkipUnknownObject(Parser_kt& in, const char* word) {
+void SkipUnknownObject(Parser_CString_kt& in, const char* word) {
     const ParserPos_kt place = in.tokenStart();
     const ParserPos_kt header = in.getPos();
     const bool field = in.peekPunc() == '=';
@@ -154,7 +154,7 @@ void SkipUnknownObject(Parser_kt& in, const char* word) {
 }
 
 /// Whether the word just read, and the next if need be, start an object of that kind.
-bool Starts(Parser_kt& in, const char* word, const Object& object) {
+bool Starts(Parser_CString_kt& in, const char* word, const Object& object) {
     if (!IsWord(word, object.word) || (object.lenient && !Lenient)) return false;
     if (object.second == nullptr) return true;
     if (!streqli_kt(std::string(in.peekWord()).c_str(), object.second)) return false;
@@ -162,7 +162,7 @@ bool Starts(Parser_kt& in, const char* word, const Object& object) {
     return true;
 }
 
-void ReadObject(Parser_kt& in, Vnet_kt& drawing) {
+void ReadObject(Parser_CString_kt& in, Vnet_kt& drawing) {
     char word[ValueSize + 1];
     in.readWord(word, ValueSize);
     for (const Object& object : Objects) {
@@ -174,7 +174,7 @@ void ReadObject(Parser_kt& in, Vnet_kt& drawing) {
 }
 
 /// Takes the punctuation after an object; true at the end of the class.
-bool AfterObject(Parser_kt& in) {
+bool AfterObject(Parser_CString_kt& in) {
     while (const char punc = in.readPunc()) {
         if (punc == '}' && HuginVersion > Version5) return true;
         in.report(msg::hugin.strayBetweenObjects, CharName(punc));
@@ -183,7 +183,7 @@ bool AfterObject(Parser_kt& in) {
     return false;
 }
 
-void ReadObjects(Parser_kt& in, Vnet_kt& drawing, const ReadOptions& options) {
+void ReadObjects(Parser_CString_kt& in, Vnet_kt& drawing, const ReadOptions& options) {
     RecognizeVersion(in);
     const bool choose = options.lenient && HuginVersion > Version5;
     const bool chosen = (choose || !options.className.empty()) && ChooseClass(in, options);
@@ -205,7 +205,7 @@ void ReadObjects(Parser_kt& in, Vnet_kt& drawing, const ReadOptions& options) {
 
 /// Reads a field's value with its handler, or passes over it.
 template <class OBJECT>
-void ReadValue(Parser_kt& in, OBJECT& object, FieldHandler<OBJECT> handler) {
+void ReadValue(Parser_CString_kt& in, OBJECT& object, FieldHandler<OBJECT> handler) {
     if (handler != nullptr) return handler(in, object);
     in.reportUnknown(in.fieldName, msg::hugin.unknownField);
     SkipField(in, in.getPos());
@@ -213,7 +213,7 @@ void ReadValue(Parser_kt& in, OBJECT& object, FieldHandler<OBJECT> handler) {
 
 /// Reads the value of a field. False when it was damaged so that no ';' is to be expected.
 template <class OBJECT>
-bool ReadField(Parser_kt& in, OBJECT& object, FieldHandler<OBJECT> handler) {
+bool ReadField(Parser_CString_kt& in, OBJECT& object, FieldHandler<OBJECT> handler) {
     if (in.peekPunc() == '"' && StringRunsOn(in)) return false;
     const ParserPos_kt value = in.getPos();
     try {
@@ -228,7 +228,7 @@ bool ReadField(Parser_kt& in, OBJECT& object, FieldHandler<OBJECT> handler) {
 
 /// The word at the start of a field is none, for no '=' follows. True when it is the next object's,
 /// so that this one has lost its '}'.
-bool NotAField(Parser_kt& in, ParserPos_kt start, const char* kind) {
+bool NotAField(Parser_CString_kt& in, ParserPos_kt start, const char* kind) {
     in.report(msg::hugin.missingEquals);
     in.setPos(start);
     const bool misspeltClass = HuginVersion > Version5 && streqli_kt(kind, "class");
@@ -245,7 +245,7 @@ bool NotAField(Parser_kt& in, ParserPos_kt start, const char* kind) {
 }
 
 /// Takes the ';' after a field; true when the object's '}' is there instead.
-bool EndOfField(Parser_kt& in) {
+bool EndOfField(Parser_CString_kt& in) {
     const char punc = in.readPunc();
     if (punc == ';') return false;
     in.report(msg::hugin.missingSemicolon);
@@ -258,19 +258,19 @@ bool EndOfField(Parser_kt& in) {
 
 /// The name of the field being read, cited by messages while it lives.
 struct FieldName {
-    explicit FieldName(Parser_kt& parser) : in(parser) {}
+    explicit FieldName(Parser_CString_kt& parser) : in(parser) {}
     ~FieldName() { in.fieldName = nullptr; }
     FieldName(const FieldName&) = delete;
     FieldName& operator=(const FieldName&) = delete;
 
-    Parser_kt& in;
+    Parser_CString_kt& in;
     char text[ValueSize + 1];
 };
 
 /// Reads the fields of an object up to and with its '}', or up to the first word of a class that is
 /// no field.
 template <class OBJECT>
-void ReadFields(Parser_kt& in, OBJECT& object, const char* kind,
+void ReadFields(Parser_CString_kt& in, OBJECT& object, const char* kind,
                 FieldHandler<OBJECT> (*lookup)(const char* name)) {
     FieldName name(in);
     const bool inClass = HuginVersion > Version5 && streql_kt(kind, "class");
@@ -301,8 +301,8 @@ void ReadFields(Parser_kt& in, OBJECT& object, const char* kind,
 
 /// Reads one object. A header that fails costs the object, which is passed over.
 template <class OBJECT>
-OBJECT* read_obj(Parser_kt& in, Vnet_kt& drawing, const char* kind,
-                 OBJECT* (*readHeader)(Parser_kt&, Vnet_kt&),
+OBJECT* read_obj(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind,
+                 OBJECT* (*readHeader)(Parser_CString_kt&, Vnet_kt&),
                  FieldHandler<OBJECT> (*lookup)(const char* name)) {
     const ParserContext context(in, kind);
     OBJECT* object = nullptr;
@@ -326,7 +326,7 @@ OBJECT* read_obj(Parser_kt& in, Vnet_kt& drawing, const char* kind,
     return object;
 }
 
-Vnet_kt* read_net_header(Parser_kt& in, Vnet_kt& drawing) {
+Vnet_kt* read_net_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     Bnet_bn& net = *drawing.getBNet();
     char word[ValueSize + 1];
     in.readWord(word, ValueSize);
@@ -336,23 +336,23 @@ Vnet_kt* read_net_header(Parser_kt& in, Vnet_kt& drawing) {
     return &drawing;
 }
 
-void ReadNet(Parser_kt& in, Vnet_kt& drawing, const char* kind) {
+void ReadNet(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
     read_obj(in, drawing, kind, read_net_header, read_net_func);
 }
 
-void ReadNode(Parser_kt& in, Vnet_kt& drawing, const char* kind) {
+void ReadNode(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
     Bnode_bn* const node = read_obj(in, drawing, kind, read_node_header, read_node_func);
     if (node == nullptr) return;
     const ParserContext context(in, kind, node->name());
     FinishNode(in, *node);
 }
 
-void ReadTwoWords(Parser_kt& in, Vnet_kt& drawing, const char* kind) {
+void ReadTwoWords(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
     ListNode(in, msg::hugin.twoWordNodes, in.peekWord());
     ReadNode(in, drawing, kind);
 }
 
-void ReadPotential(Parser_kt& in, Vnet_kt& drawing, const char* kind) {
+void ReadPotential(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
     Bnode_bn* const node = read_obj(in, drawing, kind, read_potential_header, read_potential_func);
     if (node == nullptr) return;
     const ParserContext context(in, kind, node->name());
@@ -371,7 +371,7 @@ rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     tokens.charProps = properties.get();
     tokens.commentChar1 = '%';
     const OwnedParser parser(channel.makeParser(&tokens));
-    Parser_kt& in = *parser;
+    Parser_CString_kt& in = TextParser(*parser);
 
     const ModuleState state(in, options);
     drawing.drawStyle = 7;

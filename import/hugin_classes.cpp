@@ -20,7 +20,7 @@ struct Class {
 using Words = std::unordered_set<std::string>;
 
 /// Passes over a class, its name read; the classes that it holds instances of join the words.
-void PassClass(Parser_kt& in, Words& instantiated) {
+void PassClass(Parser_CString_kt& in, Words& instantiated) {
     char word[ValueSize + 1];
     int depth = 0;
     while (!in.isAtEnd()) {
@@ -41,7 +41,7 @@ void PassClass(Parser_kt& in, Words& instantiated) {
 }
 
 /// The file's classes, in its order.
-std::vector<Class> FindClasses(Parser_kt& in, Words& instantiated) {
+std::vector<Class> FindClasses(Parser_CString_kt& in, Words& instantiated) {
     std::vector<Class> classes;
     char word[ValueSize + 1];
     while (!in.isAtEnd()) {
@@ -68,7 +68,7 @@ std::string NamesOf(const std::vector<Class>& classes, const Class* without) {
 
 }  // namespace
 
-bool ChooseClass(Parser_kt& in, const ReadOptions& options) {
+bool ChooseClass(Parser_CString_kt& in, const ReadOptions& options) {
     const ParserPos_kt start = in.getPos();
     Words instantiated;
     const std::vector<Class> classes = FindClasses(in, instantiated);

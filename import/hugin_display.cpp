@@ -27,7 +27,7 @@ std::unique_ptr<UniqueNames_kt> TakenNames;  // the names of GroupNames, hashed;
 
 // ---- Tables --------------------------------------------------------------------------------
 
-using Handler = void(Parser_kt&, Vnet_kt&);
+using Handler = void(Parser_CString_kt&, Vnet_kt&);
 Handler parse_net_node_size, parse_net_HR_Node_Label_Style, parse_net_HR_Desc,
     parse_net_HR_Zoom_ZoomFactor, parse_net_HR_Groups_GroupColors, parse_net_HR_Groups_GroupNames,
     parse_net_HR_Groups_UserGroupsNo, parse_net_Ignore, parse_net_HR_Propagate_Auto,
@@ -92,7 +92,7 @@ char* NewGroupName(std::string_view name) {
 }
 
 /// Whether one more group fits; otherwise an error, made once a list.
-bool RoomForGroup(Parser_kt& in, int groups) {
+bool RoomForGroup(Parser_CString_kt& in, int groups) {
     if (groups < MaxNodesets) return true;
     in.report(msg::hugin.tooManyGroups, MaxNodesets);
     return false;
@@ -126,7 +126,7 @@ std::string GroupName(int index) {
     return name;
 }
 
-void JoinGroup(Parser_kt& in, Bnode_bn& node, ParserPos_kt place,
+void JoinGroup(Parser_CString_kt& in, Bnode_bn& node, ParserPos_kt place,
                const vect_kt<nodeset_bn*>& sets) {
     if (node.groupIndex < 0) return;
     if (node.groupIndex < sets.N) {
@@ -152,7 +152,7 @@ void EmptyGroups() {
     std::vector<ParserPos_kt>().swap(GroupPlaces);
 }
 
-void BuildGroups(Parser_kt& in, Bnet_bn& net, Vnet_kt& drawing) {
+void BuildGroups(Parser_CString_kt& in, Bnet_bn& net, Vnet_kt& drawing) {
     if (!GroupNames.hasSome()) return;
     const int count = std::max({NumGroups, GroupNames.N, GroupColors.N});
     vect_kt<NodesetStyle> styles = drawing.nodesetStyles;
@@ -181,13 +181,13 @@ namespace {
 
 // ---- Display settings ----------------------------------------------------------------------
 
-void parse_net_node_size(Parser_kt& in, Vnet_kt&) {
+void parse_net_node_size(Parser_CString_kt& in, Vnet_kt&) {
     dcoord_kt size;
     ReadDCoord(in, size);
 }
 
 // Read leniently alone.
-void parse_net_title(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_title(Parser_CString_kt& in, Vnet_kt& drawing) {
     Bnet_bn& net = *drawing.getBNet();
     char text[ValueSize + 1];
     const ParserPos_kt place = in.tokenStart();
@@ -201,25 +201,25 @@ void parse_net_title(Parser_kt& in, Vnet_kt& drawing) {
     in.report(msg::hugin.titleFromField, in.fieldName);
 }
 
-void parse_net_Ignore(Parser_kt& in, Vnet_kt&) {
+void parse_net_Ignore(Parser_CString_kt& in, Vnet_kt&) {
     char value[ValueSize + 1];
     read_value(in, value);
 }
 
-void parse_net_HR_Node_Label_Style(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Node_Label_Style(Parser_CString_kt& in, Vnet_kt& drawing) {
     int style = 0;
     read_int_string(in, style);
     drawing.labelStyle = style == 1 ? 0 : style == 2 ? 3 : 1;
 }
 
-void parse_net_HR_Desc(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Desc(Parser_CString_kt& in, Vnet_kt& drawing) {
     strin_kt text;
     read_quoted_text(in, text);
     if (!text.isEmpty()) drawing.getBNet()->setComment(text.newCopy());
 }
 
 // A zoom that no drawing can have, or that leaves no finite scale, counts as none.
-void parse_net_HR_Zoom_ZoomFactor(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Zoom_ZoomFactor(Parser_CString_kt& in, Vnet_kt& drawing) {
     double percent = 0;
     read_double_string(in, percent);
     drawing.zoomFactor = percent / FullZoom;
@@ -228,7 +228,7 @@ void parse_net_HR_Zoom_ZoomFactor(Parser_kt& in, Vnet_kt& drawing) {
     drawing.zoomFactor = 1;
 }
 
-void parse_net_HR_Propagate_Auto(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Propagate_Auto(Parser_CString_kt& in, Vnet_kt& drawing) {
     bool on = false;
     read_bool_string(in, on);
     const rept_kt* pending = in.curReport;
@@ -246,49 +246,49 @@ void ChangeFont(Vnet_kt& drawing, const char* face, int size, int flag = 0, bool
     FreeFont_fc(old);
 }
 
-void parse_net_HR_Font_Italic(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Font_Italic(Parser_CString_kt& in, Vnet_kt& drawing) {
     bool italic = false;
     read_bool_string(in, italic);
     ChangeFont(drawing, nullptr, -1, fontspec_kt::Italic, italic);
 }
 
-void parse_net_HR_Font_Weight(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Font_Weight(Parser_CString_kt& in, Vnet_kt& drawing) {
     double weight = 0;
     read_double_string(in, weight);
     ChangeFont(drawing, nullptr, -1, fontspec_kt::Bold, weight >= BoldWeight);
 }
 
-void parse_net_HR_Font_Size(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Font_Size(Parser_CString_kt& in, Vnet_kt& drawing) {
     double size = 0;
     read_double_string(in, size);
     ChangeFont(drawing, nullptr, static_cast<int>(std::min(std::fabs(size), double{INT_MAX})));
 }
 
-void parse_net_HR_Font_Name(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Font_Name(Parser_CString_kt& in, Vnet_kt& drawing) {
     char face[ValueSize + 1];
     read_value(in, face);
     ChangeFont(drawing, face, -1);
 }
 
-void parse_net_HR_Grid_GridSnap(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Grid_GridSnap(Parser_CString_kt& in, Vnet_kt& drawing) {
     read_bool_string(in, drawing.snapToGrid);
 }
 
-void parse_net_HR_Grid_GridShow(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Grid_GridShow(Parser_CString_kt& in, Vnet_kt& drawing) {
     read_bool_string(in, drawing.showGrid);
 }
 
-void parse_net_HR_Grid_X(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Grid_X(Parser_CString_kt& in, Vnet_kt& drawing) {
     read_double_string(in, drawing.grid.x);
 }
 
-void parse_net_HR_Grid_Y(Parser_kt& in, Vnet_kt& drawing) {
+void parse_net_HR_Grid_Y(Parser_CString_kt& in, Vnet_kt& drawing) {
     read_double_string(in, drawing.grid.y);
 }
 
 // ---- Groups of version 5 -------------------------------------------------------------------
 
-void parse_net_HR_Groups_UserGroupsNo(Parser_kt& in, Vnet_kt&) {
+void parse_net_HR_Groups_UserGroupsNo(Parser_CString_kt& in, Vnet_kt&) {
     int count = 0;
     read_int_string(in, count);
     if (count > MaxNodesets) {
@@ -299,7 +299,7 @@ void parse_net_HR_Groups_UserGroupsNo(Parser_kt& in, Vnet_kt&) {
 }
 
 // Palette indices of two digits each, without anything between them.
-void parse_net_HR_Groups_GroupColors(Parser_kt& in, Vnet_kt&) {
+void parse_net_HR_Groups_GroupColors(Parser_CString_kt& in, Vnet_kt&) {
     strin_kt text;
     read_quoted_text(in, text);
     std::string_view left = text.view();
@@ -319,7 +319,7 @@ void parse_net_HR_Groups_GroupColors(Parser_kt& in, Vnet_kt&) {
 }
 
 // Names separated by tabs; a tab at the end does not start another name.
-void parse_net_HR_Groups_GroupNames(Parser_kt& in, Vnet_kt&) {
+void parse_net_HR_Groups_GroupNames(Parser_CString_kt& in, Vnet_kt&) {
     strin_kt text;
     read_quoted_text(in, text);
     std::string_view left = text.view();
@@ -341,7 +341,7 @@ void NameGroup(int index, std::string_view name) {
     if (old != nullptr) Taken().remove(old.get());
 }
 
-void ColorGroup(Parser_kt& in, int index, const char* text) {
+void ColorGroup(Parser_CString_kt& in, int index, const char* text) {
     int color = 0;
     if (!WholeInt(text, color)) {
         in.report(msg::hugin.badGroupColor, text);
@@ -352,7 +352,7 @@ void ColorGroup(Parser_kt& in, int index, const char* text) {
     }
 }
 
-void parse_net_HR_Group_(Parser_kt& in, Vnet_kt&) {
+void parse_net_HR_Group_(Parser_CString_kt& in, Vnet_kt&) {
     strin_kt value;
     read_quoted_text(in, value);
     const std::size_t digits = std::strspn(GroupAttribute, "0123456789");

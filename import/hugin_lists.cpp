@@ -38,11 +38,11 @@ void EmptyLists() {
     PassedOverNames = {};
 }
 
-void ListNode(Parser_kt& in, const ListMessage& message, std::string_view name) {
+void ListNode(Parser_CString_kt& in, const ListMessage& message, std::string_view name) {
     Lists[&message].add(in.tokenStart(), name);
 }
 
-void ListPassedOver(Parser_kt& in, const char* kind, std::string_view name) {
+void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view name) {
     PassedOver[kind].add(in.tokenStart(), name);
 }
 
@@ -50,7 +50,7 @@ void AddPassedOverName(std::string_view name) { PassedOverNames.emplace(name); }
 
 bool IsPassedOver(const char* name) { return PassedOverNames.contains(name); }
 
-void ReportLists(Parser_kt& in, const Bnet_bn& net) {
+void ReportLists(Parser_CString_kt& in, const Bnet_bn& net) {
     for (const auto& [kind, list] : PassedOver) {
         in.setTokenStart(list.place);
         const ParserContext context(in, kind.c_str());

@@ -15,7 +15,7 @@ namespace {
 
 // ---- Tables --------------------------------------------------------------------------------
 
-using NodeHandler = void(Parser_kt& in, Bnode_bn& node);
+using NodeHandler = void(Parser_CString_kt& in, Bnode_bn& node);
 NodeHandler parse_node_label, parse_node_position, parse_node_states, parse_node_HR_Desc,
     parse_node_HR_Grp, parse_node_HR_Group, parse_node_HR_State_, parse_node_userdef;
 
@@ -54,7 +54,7 @@ char** CopyOf(char* const* texts, int count) {
 }
 
 /// Gives the node the states and kind of another.
-void Repeat(Parser_kt& in, Bnode_bn& node, const Bnode_bn& of) {
+void Repeat(Parser_CString_kt& in, Bnode_bn& node, const Bnode_bn& of) {
     const Varbl_bn& variable = of.variable;
     if (!variable.discrete) return in.setError(node.setDiscrete(ContinuousVar, false, CheckFull));
     in.setError(node.setStates(variable.numStates, CopyOf(variable.stateNames, variable.numStates),
@@ -70,7 +70,7 @@ void EmptyNodes() {
     std::vector<Repetition>().swap(Repetitions);
 }
 
-void RepeatNodes(Parser_kt& in, const Bnet_bn& net) {
+void RepeatNodes(Parser_CString_kt& in, const Bnet_bn& net) {
     for (const Repetition& repetition : Repetitions) {
         Bnode_bn& node = *repetition.node;
         in.setTokenStart(repetition.place);
@@ -88,7 +88,7 @@ void RepeatNodes(Parser_kt& in, const Bnet_bn& net) {
 
 /// Reads a name. The arguments in parentheses that some programs write right behind it
 /// (father(tom)) are part of it.
-void ReadName(Parser_kt& in, char* name) {
+void ReadName(Parser_CString_kt& in, char* name) {
     in.readWord(name, ValueSize);
     const std::string_view arguments = PeekArguments(in);
     const std::size_t length = std::strlen(name);
@@ -100,7 +100,7 @@ void ReadName(Parser_kt& in, char* name) {
 namespace {
 
 /// The rest of a time slice's header: a ':' and the name of the node that it repeats.
-void ReadRepetition(Parser_kt& in, Bnode_bn& node) {
+void ReadRepetition(Parser_CString_kt& in, Bnode_bn& node) {
     const ParserPos_kt place = in.tokenStart();
     if (in.peekPunc() != ':') return;
     in.skipChar();
@@ -111,7 +111,7 @@ void ReadRepetition(Parser_kt& in, Bnode_bn& node) {
 
 }  // namespace
 
-Bnode_bn* read_node_header(Parser_kt& in, Vnet_kt& drawing) {
+Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     StateTexts.clear();
     Bnet_bn& net = *drawing.getBNet();
     char name[ValueSize + 1];
@@ -152,7 +152,7 @@ FieldHandler<Bnode_bn> read_node_func(const char* name) {
     return parse_node_userdef;
 }
 
-void FinishNode(Parser_kt& in, Bnode_bn& node) {
+void FinishNode(Parser_CString_kt& in, Bnode_bn& node) {
     for (StateText& text : StateTexts) {
         in.setTokenStart(text.place);
         in.setError(node.setStateComment(text.state, text.text.newCopy()));
@@ -163,11 +163,11 @@ namespace {
 
 // ---- Node fields ---------------------------------------------------------------------------
 
-void parse_node_label(Parser_kt& in, Bnode_bn& node) {
+void parse_node_label(Parser_CString_kt& in, Bnode_bn& node) {
     if (HasValue(in)) node.setTitle(in.readStringNew());
 }
 
-void parse_node_position(Parser_kt& in, Bnode_bn& node) {
+void parse_node_position(Parser_CString_kt& in, Bnode_bn& node) {
     coord_kt read;
     ReadCoord(in, read);
     if (!node.vns.hasSome()) {
@@ -194,9 +194,9 @@ bool AreNames(const char* const* labels, int count) {
     return count > 0;
 }
 
-void parse_node_states(Parser_kt& in, Bnode_bn& node) {
+void parse_node_states(Parser_CString_kt& in, Bnode_bn& node) {
     int count = 0;
-    char** const list = ReadListStrings<Parser_kt, true, true, 1>(in, count);
+    char** const list = ReadListStrings<Parser_CString_kt, true, true, 1>(in, count);
     OwnedStrs labels(list, count);
     if (count == 0) in.report(msg::hugin.noStates);
     constexpr int mostlyUsable = 3;
@@ -215,13 +215,13 @@ void parse_node_states(Parser_kt& in, Bnode_bn& node) {
     if (!IsError(report) && !equal) node.setStateTitles(labels.release());
 }
 
-void parse_node_HR_Desc(Parser_kt& in, Bnode_bn& node) {
+void parse_node_HR_Desc(Parser_CString_kt& in, Bnode_bn& node) {
     strin_kt text;
     read_quoted_text(in, text);
     if (!text.isEmpty()) node.setComment(text.newCopy());
 }
 
-void parse_node_HR_Grp(Parser_kt& in, Bnode_bn& node) {
+void parse_node_HR_Grp(Parser_CString_kt& in, Bnode_bn& node) {
     char text[ValueSize + 1];
     read_value(in, text);
     if (*text == '\0') return;
@@ -237,12 +237,12 @@ void parse_node_HR_Grp(Parser_kt& in, Bnode_bn& node) {
     }
 }
 
-void parse_node_HR_Group(Parser_kt& in, Bnode_bn& node) {
+void parse_node_HR_Group(Parser_CString_kt& in, Bnode_bn& node) {
     parse_node_HR_Grp(in, node);
     if (node.groupIndex == 0) node.groupIndex = -1;
 }
 
-void parse_node_HR_State_(Parser_kt& in, Bnode_bn&) {
+void parse_node_HR_State_(Parser_CString_kt& in, Bnode_bn&) {
     StateText text{0, {}, in.tokenStart()};
     read_quoted_text(in, text.text);
     const char* rest = nullptr;
@@ -250,7 +250,7 @@ void parse_node_HR_State_(Parser_kt& in, Bnode_bn&) {
     if (!text.text.isEmpty()) StateTexts.push_back(std::move(text));
 }
 
-void parse_node_userdef(Parser_kt& in, Bnode_bn& node) {
+void parse_node_userdef(Parser_CString_kt& in, Bnode_bn& node) {
     char text[ValueSize + 1];
     read_value(in, text);
     node.setUserField(UserFieldName, text, static_cast<int>(std::strlen(text)));
@@ -260,14 +260,14 @@ void parse_node_userdef(Parser_kt& in, Bnode_bn& node) {
 
 // ---- Value readers -------------------------------------------------------------------------
 
-bool HasValue(Parser_kt& in) {
+bool HasValue(Parser_CString_kt& in) {
     if (in.peekPunc() != ';' && in.peekPunc() != '}') return true;
     in.setTokenStart(in.getPos());
     in.report(msg::hugin.missingValue);
     return false;
 }
 
-void read_quoted_text(Parser_kt& in, strin_kt& text) {
+void read_quoted_text(Parser_CString_kt& in, strin_kt& text) {
     if (in.peekPunc() == '"') {
         in.skipChar();
         in.readQuotedRest(text);
@@ -278,7 +278,7 @@ void read_quoted_text(Parser_kt& in, strin_kt& text) {
     text.append(raw);
 }
 
-void read_value(Parser_kt& in, char* text) {
+void read_value(Parser_CString_kt& in, char* text) {
     if (in.peekPunc() == '"') return in.readQuoted(text, ValueSize);
     *text = '\0';
     if (!HasValue(in)) return;
@@ -294,7 +294,7 @@ void read_value(Parser_kt& in, char* text) {
     text[value.copy(text, ValueSize)] = '\0';
 }
 
-void read_int_string(Parser_kt& in, int& value) {
+void read_int_string(Parser_CString_kt& in, int& value) {
     char text[ValueSize + 1];
     read_value(in, text);
     int read = 0;
@@ -302,7 +302,7 @@ void read_int_string(Parser_kt& in, int& value) {
     value = read;
 }
 
-void read_double_string(Parser_kt& in, double& value) {
+void read_double_string(Parser_CString_kt& in, double& value) {
     char text[ValueSize + 1];
     read_value(in, text);
     char* end = nullptr;
@@ -312,7 +312,7 @@ void read_double_string(Parser_kt& in, double& value) {
     value = read;
 }
 
-void read_bool_string(Parser_kt& in, bool& value) {
+void read_bool_string(Parser_CString_kt& in, bool& value) {
     char text[ValueSize + 1];
     read_value(in, text);
     if (!streql_kt(text, "0") && !streql_kt(text, "1")) {

@@ -15,7 +15,7 @@ namespace {
 
 // ---- Tables --------------------------------------------------------------------------------
 
-using PotentialHandler = void(Parser_kt& in, Bnode_bn& node);
+using PotentialHandler = void(Parser_CString_kt& in, Bnode_bn& node);
 PotentialHandler parse_potential_data, parse_potential_experience, parse_potential_model;
 
 constexpr Field<Bnode_bn> PotentialFields[] = {{"data", parse_potential_data}};
@@ -40,7 +40,7 @@ Potential Current;
 
 /// Reads the parents up to the ')' and links them to the child. Null, the input back before what is
 /// wrong, when the list fails or a link is refused.
-Bnode_bn* ReadParents(Parser_kt& in, Bnet_bn& net, Bnode_bn& child) {
+Bnode_bn* ReadParents(Parser_CString_kt& in, Bnet_bn& net, Bnode_bn& child) {
     char name[ValueSize + 1];
     bool refused = false;
     for (;;) {
@@ -74,7 +74,7 @@ Bnode_bn* ReadParents(Parser_kt& in, Bnet_bn& net, Bnode_bn& child) {
 
 }  // namespace
 
-Bnode_bn* read_potential_header(Parser_kt& in, Vnet_kt& drawing) {
+Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     Bnet_bn& net = *drawing.getBNet();
     Current = {};
     RepeatNodes(in, net);
@@ -130,7 +130,7 @@ std::string OnOneLine(std::string_view text) {
 }
 
 /// Keeps the field's value as a user field of the node.
-void KeepText(Parser_kt& in, Bnode_bn& node, const char* name) {
+void KeepText(Parser_CString_kt& in, Bnode_bn& node, const char* name) {
     if (!HasValue(in)) return;
     const ParserPos_kt start = in.getPos();
     SkipField(in, start);
@@ -138,7 +138,7 @@ void KeepText(Parser_kt& in, Bnode_bn& node, const char* name) {
     node.setUserField(name, text.data(), static_cast<int>(text.size()));
 }
 
-void parse_potential_model(Parser_kt& in, Bnode_bn& node) {
+void parse_potential_model(Parser_CString_kt& in, Bnode_bn& node) {
     Current.modelPlace = in.tokenStart();
     KeepText(in, node, in.fieldName);
 }
@@ -164,7 +164,7 @@ void TidyExperience(Reln_bn& relation, int rows) {
     relation.setExperTable(nullptr);
 }
 
-void parse_potential_data(Parser_kt& in, Bnode_bn& node) {
+void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
     Current.hasData = true;
     if (AnyContinuous(node.family)) return KeepText(in, node, "data");
     const bool hasStates = node.numStates() != 0;
@@ -185,7 +185,7 @@ void parse_potential_data(Parser_kt& in, Bnode_bn& node) {
 
 // ---- Experience ----------------------------------------------------------------------------
 
-void parse_potential_experience(Parser_kt& in, Bnode_bn& node) {
+void parse_potential_experience(Parser_CString_kt& in, Bnode_bn& node) {
     if (AnyContinuous(node.family)) {
         in.reportUnknown(in.fieldName, msg::hugin.unknownField);
         return SkipField(in, in.getPos());
@@ -197,7 +197,7 @@ void parse_potential_experience(Parser_kt& in, Bnode_bn& node) {
 }
 
 /// Gives the node the experience of its potential, behind all else that may change its relation.
-void SetExperience(Parser_kt& in, Bnode_bn& node) {
+void SetExperience(Parser_CString_kt& in, Bnode_bn& node) {
     Reln_bn& relation = node.relation;
     const float* const values = Current.experience.get();
     const float* const end = values + NumProduct(node.parents);
@@ -217,7 +217,7 @@ void SetExperience(Parser_kt& in, Bnode_bn& node) {
 
 }  // namespace
 
-void FinishPotential(Parser_kt& in, Bnode_bn& node) {
+void FinishPotential(Parser_CString_kt& in, Bnode_bn& node) {
     if (Current.experience != nullptr) SetExperience(in, node);
     if (Current.modelPlace != nullptr) {
         in.setTokenStart(Current.modelPlace);

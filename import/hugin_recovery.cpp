@@ -26,7 +26,7 @@ long long BytesToReread = 0;      // what may still be read once more
 ParserPos_kt Unclosed = nullptr;  // up to here a '(' was found not to be closed
 
 /// The text not read yet.
-std::string_view Rest(const Parser_kt& in) {
+std::string_view Rest(const Parser_CString_kt& in) {
     return {in.getPos(), static_cast<std::size_t>(in.bytesLeft())};
 }
 
@@ -59,7 +59,7 @@ bool IsObjectWord(std::string_view word) {
 
 /// Goes back from where reading is to the end of a line on which the quote opens a string that
 /// never closes there.
-void ResumeAfterLine(Parser_kt& in, ParserPos_kt quote, ParserPos_kt lineEnd) {
+void ResumeAfterLine(Parser_CString_kt& in, ParserPos_kt quote, ParserPos_kt lineEnd) {
     in.setPos(lineEnd);
     in.setTokenStart(quote);
     in.report(msg::hugin.openQuote);
@@ -78,7 +78,7 @@ char Before(ParserPos_kt place, ParserPos_kt start) {
 /// Whether a string that began on an earlier line may end with the quote at the place, behind which
 /// the input stands: something follows that can follow a value, and the quote does not look like
 /// the opening one of another value.
-bool MayClose(Parser_kt& in, ParserPos_kt quote, ParserPos_kt start) {
+bool MayClose(Parser_CString_kt& in, ParserPos_kt quote, ParserPos_kt start) {
     const char next = in.peekPunc();
     if (next == '\0' || IsOneOf(next, ";,)}")) return true;
     if (IsOneOf(Before(quote, start), "=(,")) return false;
@@ -88,7 +88,7 @@ bool MayClose(Parser_kt& in, ParserPos_kt quote, ParserPos_kt start) {
 /// For the input at an opening quote: how far behind it its line ends, when the quote does not
 /// close on its line and the string that it opens ends in the middle of something; npos when all is
 /// well.
-std::size_t RunOnAfter(Parser_kt& in) {
+std::size_t RunOnAfter(Parser_CString_kt& in) {
     const std::string_view text = Rest(in);
     const auto [close, line] = FindEnds(text, 1);
     const auto behind = static_cast<long long>(close - line);
@@ -107,7 +107,7 @@ std::size_t RunOnAfter(Parser_kt& in) {
 /// Whether a quote within a value that is passed over closes a string whose opening one was taken
 /// for a closing one, as in "5" pipe": it follows a word, and the ';' stands behind it and behind
 /// the brackets that are open.
-bool ClosesValue(const Parser_kt& in, ParserPos_kt value, int depth) {
+bool ClosesValue(const Parser_CString_kt& in, ParserPos_kt value, int depth) {
     const ParserPos_kt behind = in.getPos();
     if (IsOneOf(Before(behind - 1, value), "=(,\"") || behind - 1 == value) return false;
     for (const char c : Rest(in)) {
@@ -118,7 +118,7 @@ bool ClosesValue(const Parser_kt& in, ParserPos_kt value, int depth) {
 }
 
 /// Passes over a string whose quote was read. False when it runs on.
-bool PassString(Parser_kt& in) {
+bool PassString(Parser_CString_kt& in) {
     in.unreadChar('"');
     if (StringRunsOn(in)) return false;
     in.skipChar();
@@ -128,7 +128,7 @@ bool PassString(Parser_kt& in) {
 
 /// Passes over a body whose '{' was read. False when the input ends in it. Warily, other objects
 /// and lines end what is damaged; otherwise damage is just found: false for a string that runs on.
-bool PassBody(Parser_kt& in, bool warily) {
+bool PassBody(Parser_CString_kt& in, bool warily) {
     for (int depth = 1; !in.isAtEnd();) {
         const ParserPos_kt here = in.getPos();
         const char punc = in.readPunc();
@@ -149,7 +149,7 @@ bool PassBody(Parser_kt& in, bool warily) {
 
 /// Passes over a closed pair of brackets, its '(' next; within it neither a ';' ends the value nor
 /// a field or object begins. False, and no move, when it is not closed in the object.
-bool PassBrackets(Parser_kt& in, ParserPos_kt value) {
+bool PassBrackets(Parser_CString_kt& in, ParserPos_kt value) {
     const ParserPos_kt open = in.getPos();
     int depth = 0;
     for (int braces = 0; !in.isAtEnd() && braces >= 0;) {
@@ -174,28 +174,28 @@ bool PassBrackets(Parser_kt& in, ParserPos_kt value) {
 
 }  // namespace
 
-void StartRecovery(const Parser_kt& in) {
+void StartRecovery(const Parser_CString_kt& in) {
     Wary = false;
     BytesToReread = in.bytesLeft();
     Unclosed = nullptr;
 }
 
-void SkipWord(Parser_kt& in) {
+void SkipWord(Parser_CString_kt& in) {
     const std::size_t length = in.peekWord().size();
     in.setPos(in.getPos() + length);
 }
 
-void SkipName(Parser_kt& in) {
+void SkipName(Parser_CString_kt& in) {
     SkipWord(in);
     in.setPos(in.getPos() + PeekArguments(in).size());
 }
 
-void SkipString(Parser_kt& in) {
+void SkipString(Parser_CString_kt& in) {
     const std::size_t close = FindEnds(Rest(in), 0).close;
     in.setPos(in.getPos() + std::min(close + 1, Rest(in).size()));
 }
 
-std::string_view PeekArguments(const Parser_kt& in) {
+std::string_view PeekArguments(const Parser_CString_kt& in) {
     const std::string_view text = Rest(in);
     if (text.empty() || text[0] != '(') return {};
     const std::size_t close = text.find_first_of(" \t\r\n(){}=;:|\"%", 1);
@@ -203,7 +203,7 @@ std::string_view PeekArguments(const Parser_kt& in) {
     return text.substr(0, close + 1);
 }
 
-bool AtField(Parser_kt& in) {
+bool AtField(Parser_CString_kt& in) {
     const ParserPos_kt here = in.getPos();
     SkipWord(in);
     const bool field = in.getPos() != here && in.peekPunc() == '=';
@@ -213,7 +213,7 @@ bool AtField(Parser_kt& in) {
 
 // Its word, then names with perhaps a ':' among them, and a '{'; but a potential's '(' is next to
 // its word, and an instance's stands behind the ':'.
-bool AtObject(Parser_kt& in) {
+bool AtObject(Parser_CString_kt& in) {
     const std::string_view word = in.peekWord();
     if (!IsObjectWord(word)) return false;
     constexpr int mostTokens = 6;
@@ -233,7 +233,7 @@ bool AtObject(Parser_kt& in) {
 }
 
 // A class has one '}' more, so that a missing one shows only at the end of the input.
-void SkipBody(Parser_kt& in) {
+void SkipBody(Parser_CString_kt& in) {
     const ParserPos_kt start = in.getPos();
     if (!Wary) {
         const bool closed = PassBody(in, false);
@@ -244,7 +244,7 @@ void SkipBody(Parser_kt& in) {
     PassBody(in, true);
 }
 
-void SkipField(Parser_kt& in, ParserPos_kt value) {
+void SkipField(Parser_CString_kt& in, ParserPos_kt value) {
     while (!in.isAtEnd()) {
         const ParserPos_kt here = in.getPos();
         const char next = in.peekPunc();
@@ -259,7 +259,7 @@ void SkipField(Parser_kt& in, ParserPos_kt value) {
     }
 }
 
-void SkipObject(Parser_kt& in) {
+void SkipObject(Parser_CString_kt& in) {
     while (!in.isAtEnd()) {
         const char punc = in.readPunc();
         if (punc == '}') return;
@@ -271,7 +271,7 @@ void SkipObject(Parser_kt& in) {
     }
 }
 
-bool StringRunsOn(Parser_kt& in) {
+bool StringRunsOn(Parser_CString_kt& in) {
     const std::size_t lineEnd = RunOnAfter(in);
     if (lineEnd == std::string_view::npos) return false;
     ResumeAfterLine(in, in.getPos(), in.getPos() + lineEnd);

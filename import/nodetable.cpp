@@ -183,7 +183,7 @@ private:
 
 class NodeTableReader {
 public:
-    NodeTableReader(Parser_kt& in, const Bnode_bn& node, bool hasStates, bool asNested)
+    NodeTableReader(Parser_CString_kt& in, const Bnode_bn& node, bool hasStates, bool asNested)
         : in_(in),
           node_(node),
           shape_(node, hasStates),
@@ -336,7 +336,7 @@ private:
         in_.setTokenStart(after);
     }
 
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     const Bnode_bn& node_;
     ShapeCheck shape_;
     Nesting nesting_;
@@ -352,7 +352,7 @@ private:
 void ParseNodeTable(Parser_kt& in, unsigned char** table, int, bool hasStates, Bnode_bn& node,
                     const char* const*, int, bool, int, bool asNested) {
     *table = nullptr;
-    XArray<float> numbers = NodeTableReader(in, node, hasStates, asNested).read();
+    XArray<float> numbers = NodeTableReader(TextParser(in), node, hasStates, asNested).read();
     *table = reinterpret_cast<unsigned char*>(numbers.release());
 }
 

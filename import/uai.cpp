@@ -48,7 +48,7 @@ struct Function {
 
 class UaiReader {
 public:
-    UaiReader(Parser_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
+    UaiReader(Parser_CString_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
 
     /// Reads the whole file; a problem that leaves no way on is thrown.
     void read() {
@@ -242,8 +242,7 @@ private:
         const ParserPos_kt place = in_.tokenStart();
         XArray<float> table = NewXArray<float>(count);
         if (table == nullptr) {
-            in_.setError(
-                NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * count, node.name()));
+            in_.setError(NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * count, node.name()));
             return passNumbers(count);
         }
         if (in_.readFloats(table.get(), count, CommasEN::none) != count)
@@ -272,7 +271,7 @@ private:
                    nodes_[static_cast<std::size_t>(first)]->name());
     }
 
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     Bnet_bn& net_;
     std::vector<Bnode_bn*> nodes_;  // borrowed, in file order
     std::vector<bool> isChild_;     // of a function
@@ -287,16 +286,17 @@ rept_kt* ParseUaiFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing, con
     const std::unique_ptr<short[]> charProps(MakeStdCharProps_kt());
     SetCharProp_kt("#", CharPropComment, charProps.get());
     const ParserOptions_kt options{.charProps = charProps.get(), .commentChar1 = '#'};
-    const OwnedParser in(channel.makeParser(&options));
-    const ParserContext context(*in, "UAI file");
+    const OwnedParser parser(channel.makeParser(&options));
+    Parser_CString_kt& in = TextParser(*parser);
+    const ParserContext context(in, "UAI file");
     try {
-        UaiReader(*in, net).read();
+        UaiReader(in, net).read();
     } catch (rept_kt* report) {
-        in->setError(report);
+        in.setError(report);
     }
-    in->checkError();
+    in.checkError();
     PlaceNodes(drawing, false, 1.0);
-    return in->curReport;
+    return in.curReport;
 }
 
 }  // namespace lumo

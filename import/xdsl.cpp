@@ -157,7 +157,7 @@ constexpr NodeElements::Element NodeElements::elements_[12] = {
 /// Makes nodes of what their elements say.
 class NodeMaker {
 public:
-    NodeMaker(Parser_kt& in, Bnet_bn& net, NotKept& notKept)
+    NodeMaker(Parser_CString_kt& in, Bnet_bn& net, NotKept& notKept)
         : in_(in), net_(net), notKept_(notKept) {}
 
     /// A kind of node, by the name of its element.
@@ -348,7 +348,7 @@ private:
         throw in_.report(msg::xdsl.tooMuchToFill, MaxTableEntries);
     }
 
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     Bnet_bn& net_;
     NotKept& notKept_;
     StateWords words_;

@@ -34,7 +34,7 @@ class NotKept {
 public:
     void add(LossEN loss, std::string_view name = {});
     /// One report a kind, at the tokenizer's place.
-    void report(Parser_kt& in) const;
+    void report(Parser_CString_kt& in) const;
 
 private:
     struct Kind {
@@ -73,11 +73,11 @@ struct NodeValues {
 };
 
 /// A bound of an interval: not finite, when it is infinite or, with a warning, no number.
-double ReadBound(Parser_kt& in, std::string_view text);
+double ReadBound(Parser_CString_kt& in, std::string_view text);
 
 /// The full table of the noisy-max node with its parents. Null, with a report, when the parameters
 /// cannot be those of the node.
-XArray<float> ExpandStrengths(Parser_kt& in, const NodeValues& values);
+XArray<float> ExpandStrengths(Parser_CString_kt& in, const NodeValues& values);
 
 /// Collects how the network is drawn, and applies it when all nodes are there.
 class DrawnNet {

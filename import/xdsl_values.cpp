@@ -18,7 +18,7 @@ void NotKept::add(LossEN loss, std::string_view name) {
     kind.names += kind.names.size() < mostNames ? Shown(name) : "...";
 }
 
-void NotKept::report(Parser_kt& in) const {
+void NotKept::report(Parser_CString_kt& in) const {
     constexpr const char* names[] = {
         "sampling settings",
         "properties of the network",
@@ -74,7 +74,7 @@ void NodeValues::clear() {
     node = nullptr;
 }
 
-double ReadBound(Parser_kt& in, std::string_view text) {
+double ReadBound(Parser_CString_kt& in, std::string_view text) {
     if (text == "inf" || text == "-inf" || text == "+inf" || text.empty()) return HUGE_VAL;
     double bound = HUGE_VAL;
     const char* end = nullptr;
@@ -111,7 +111,7 @@ bool ReadRanks(const Words& strengths, std::size_t first, std::vector<int>& rank
 /// and the ranks of each parent's counted from the other end.
 class StrengthExpansion {
 public:
-    StrengthExpansion(Parser_kt& in, const NodeValues& values)
+    StrengthExpansion(Parser_CString_kt& in, const NodeValues& values)
         : in_(in), values_(values), node_(*values.node), states_(node_.numStates()) {}
 
     XArray<float> expand() {
@@ -196,7 +196,7 @@ private:
         }
     }
 
-    Parser_kt& in_;
+    Parser_CString_kt& in_;
     const NodeValues& values_;
     const Bnode_bn& node_;
     int states_;
@@ -207,7 +207,7 @@ private:
 
 }  // namespace
 
-XArray<float> ExpandStrengths(Parser_kt& in, const NodeValues& values) {
+XArray<float> ExpandStrengths(Parser_CString_kt& in, const NodeValues& values) {
     if (values.node->numStates() == 0) return {};
     return StrengthExpansion(in, values).expand();
 }

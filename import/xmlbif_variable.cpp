@@ -46,9 +46,9 @@ public:
     bool areIntervals() const { return values.N == outcomes_.N + 1; }
     bool arePlain() const { return values.N == outcomes_.N; }
     /// Of intervals that do not follow each other.
-    void warnOfGaps(Parser_kt& in) const;
+    void warnOfGaps(Parser_CString_kt& in) const;
     /// Of labels some of which look like intervals.
-    void warnOfMixture(Parser_kt& in) const;
+    void warnOfMixture(Parser_CString_kt& in) const;
 
 private:
     void scan();
@@ -83,7 +83,7 @@ void NumericOutcomes::scan() {
 }
 
 /// Intervals follow each other from low to high. The first that do not are named.
-void NumericOutcomes::warnOfGaps(Parser_kt& in) const {
+void NumericOutcomes::warnOfGaps(Parser_CString_kt& in) const {
     const auto shown = [this](int i) { return Shown(outcomes_[i]); };
     for (int i = 0; i + 1 < outcomes_.N; ++i) {
         const double bound = values[i + 1];
@@ -105,7 +105,7 @@ bool IsInterval(const char* outcome) {
            ReadUpperBound(at, bound);
 }
 
-void NumericOutcomes::warnOfMixture(Parser_kt& in) const {
+void NumericOutcomes::warnOfMixture(Parser_CString_kt& in) const {
     const auto* interval = std::ranges::find_if(outcomes_, IsInterval);
     if (interval == outcomes_.end()) return;
     const auto* other = std::ranges::find_if_not(outcomes_, IsInterval);

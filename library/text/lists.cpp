@@ -19,7 +19,8 @@ char Counterpart(char open) {
 }
 
 /// Consumes the character when it stands next, after blanks.
-bool Take(Parser_kt& in, char c) {
+template <class PARSER>
+bool Take(PARSER& in, char c) {
     if (in.peekPunc() != c) return false;
     in.skipChar();
     return true;
@@ -32,13 +33,15 @@ rept_kt* Unexpected(Parser_kt& in, const Message<const char*, const char*>& mess
     return in.report(message, expected, found.c_str());
 }
 
-void Open(Parser_kt& in, char open) {
+template <class PARSER>
+void Open(PARSER& in, char open) {
     const char name[] = {'\'', open, '\'', 0};
     if (!Take(in, open)) throw Unexpected(in, msg::text.badList, name);
 }
 
 /// A pair in parentheses or not. Returns the error that it recorded, or null.
-rept_kt* ReadPair(Parser_kt& in, double (&pair)[2]) {
+template <class PARSER>
+rept_kt* ReadPair(PARSER& in, double (&pair)[2]) {
     const bool opened = Take(in, '(');
     if (in.readDoubles(pair, 2, CommasEN::may) < 2)
         return Unexpected(in, msg::text.badCoordinate, "a pair of numbers");
@@ -48,7 +51,8 @@ rept_kt* ReadPair(Parser_kt& in, double (&pair)[2]) {
     return nullptr;
 }
 
-rept_kt* ReadIntPair(Parser_kt& in, coord_kt& out) {
+template <class PARSER>
+rept_kt* ReadIntPair(PARSER& in, coord_kt& out) {
     constexpr double lowest = std::numeric_limits<int>::min();
     constexpr double highest = std::numeric_limits<int>::max();
     double pair[2] = {0, 0};
@@ -85,6 +89,7 @@ void ReadDCoord(PARSER& in, dcoord_kt& out) {
 template void ReadCoord<Parser_kt>(Parser_kt& in, coord_kt& out);
 template void ReadCoord<Parser_CString_kt>(Parser_CString_kt& in, coord_kt& out);
 template void ReadDCoord<Parser_kt>(Parser_kt& in, dcoord_kt& out);
+template void ReadDCoord<Parser_CString_kt>(Parser_CString_kt& in, dcoord_kt& out);
 
 // ---- Strings -------------------------------------------------------------------------------
 
@@ -118,6 +123,8 @@ char** ReadListStrings(PARSER& in, int& count) {
 }
 
 template char** ReadListStrings<Parser_kt, true, true, 1>(Parser_kt& in, int& count);
+template char** ReadListStrings<Parser_CString_kt, true, true, 1>(Parser_CString_kt& in,
+                                                                  int& count);
 
 // ---- Numbers -------------------------------------------------------------------------------
 

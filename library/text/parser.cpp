@@ -146,9 +146,24 @@ Parser_CString_kt::Parser_CString_kt(const ParserOptions_kt* with, const InChann
         channel.position == channel.start && StartsWith(channel.start, ByteOrderMark);
     if (atMark) channel.position += ByteOrderMark.size();
     end_ = channel.position + std::strlen(channel.position);
-    tokenStart_ = channel.position;
+    tokenStart_ = solidStart_ = channel.position;
     state_ = std::make_unique<State>(atMark ? channel.position : channel.start);
-    state_->solidStart = tokenStart_;
+    classifyBytes();
+}
+
+void Parser_CString_kt::classifyBytes() {
+    for (int c = 0; c < CharPropCount; ++c) {
+        const int properties = options->charProps[c];
+        const auto in = [&](int bit, ByteClassEN which) {
+            return (properties & bit) != 0 ? which : 0;
+        };
+        bytes_[c] = static_cast<unsigned char>(
+            in(CharPropSpace, ByteSpace) | in(CharPropPunct, BytePunct) |
+            in(CharPropComment, ByteComment) | in(CharPropLetter, ByteLetter));
+    }
+    bytes_[0] |= ByteEnd;
+    for (const char c : ListClosers) bytes_[static_cast<unsigned char>(c)] |= ByteListCloser;
+    if (options->xmlComments) bytes_[unsigned{'<'}] |= ByteComment;
 }
 
 Parser_CString_kt::~Parser_CString_kt() = default;
@@ -171,7 +186,7 @@ const char* Parser_CString_kt::State::pastCloser(CloserEN which, const char* fro
 bool Parser_CString_kt::startsComment(const char* p) const {
     if (options->xmlComments && *p == '<') return StartsWith(p, "<!--");
     if (options->xmlText && *p == '&') return PastWhiteReference(p, end_) != nullptr;
-    if (!has(p, CharPropComment)) return false;
+    if ((options->charProps[static_cast<unsigned char>(*p)] & CharPropComment) == 0) return false;
     const char first = options->commentChar1;
     if (options->commentMode != 2) return *p == first && first != 0;
     if (p[0] == '/' && p[1] == '*') return true;
@@ -200,13 +215,8 @@ const char* Parser_CString_kt::pastComment(const char* p) {
 const char* Parser_CString_kt::pastComments(const char* p) {
     while (p < end_ && commentAt(p)) {
         p = pastComment(p);
-        while (has(p, CharPropSpace)) ++p;
+        while (is(p, ByteSpace)) ++p;
     }
-    return p;
-}
-
-const char* Parser_CString_kt::wordEnd(const char* p) const {
-    while (p < end_ && !has(p, CharPropSpace | CharPropPunct) && !commentAt(p)) ++p;
     return p;
 }
 
@@ -222,77 +232,13 @@ const char* Parser_CString_kt::closingQuote(const char* p) const {
 
 // ---- Characters ----------------------------------------------------------------------------
 
-int Parser_CString_kt::eofChar() const { return 0; }
-
-/// Moves to the next token, which becomes the place of reports.
-const char* Parser_CString_kt::toToken() {
-    channel.position = pastBlanks(channel.position);
-    setTokenStart(channel.position);
-    return channel.position;
-}
-
-void Parser_CString_kt::setTokenStart(ParserPos_kt position) {
-    tokenStart_ = position;
-    state_->solidStart = position;
-}
-
-void Parser_CString_kt::skipSpaces() { channel.position = pastBlanks(channel.position); }
-
-char Parser_CString_kt::readPunc() {
-    const char* const p = toToken();
-    if (!has(p, CharPropPunct)) return 0;
-    channel.position = p + 1;
-    return *p;
-}
-
-char Parser_CString_kt::readChar() {
-    const char c = *channel.position;
-    skipChar();
-    return c;
-}
-
-char Parser_CString_kt::peekChar() { return *channel.position; }
-
-void Parser_CString_kt::skipChar() {
-    tokenStart_ = channel.position;
-    if (channel.position < end_) ++channel.position;
-}
-
-void Parser_CString_kt::unreadChar(int c) {
-    if (c != eofChar()) backUp(1);
-}
-
 // A character put back is no longer the token read last.
 void Parser_CString_kt::backUp(int n) {
     channel.position -= std::min<std::ptrdiff_t>(n, channel.position - channel.start);
-    if (tokenStart_ >= channel.position) tokenStart_ = state_->solidStart;
-}
-
-bool Parser_CString_kt::isAtEnd() {
-    skipSpaces();
-    if (channel.position < end_) return false;
-    setTokenStart(end_);
-    return true;
-}
-
-char Parser_CString_kt::peekPunc() {
-    skipSpaces();
-    return *channel.position;
+    if (tokenStart_ >= channel.position) tokenStart_ = solidStart_;
 }
 
 // ---- Words and strings ---------------------------------------------------------------------
-
-std::string_view Parser_CString_kt::peekWord() {
-    skipSpaces();
-    const char* const p = channel.position;
-    return {p, static_cast<std::size_t>(wordEnd(p) - p)};
-}
-
-std::string_view Parser_CString_kt::takeWord() {
-    const char* const p = toToken();
-    channel.position = wordEnd(p);
-    return {p, static_cast<std::size_t>(channel.position - p)};
-}
 
 void Parser_CString_kt::readWord(char* out, int size) {
     const std::string_view word = takeWord();
@@ -308,7 +254,7 @@ char Parser_CString_kt::readWordPunc(char* out, int size) {
     readWord(out, size);
     skipSpaces();
     const char* const p = channel.position;
-    if (!has(p, CharPropPunct)) return 0;
+    if (!is(p, BytePunct)) return 0;
     channel.position = p + 1;
     return *p;
 }
@@ -360,15 +306,15 @@ template <class T>
 inline bool Parser_CString_kt::numberAt(const char* p, bool inList, T& out,
                                         const char*& after) const {
     if (Parse(p, end_, out, after) != NumberEN::ok) return false;
-    return has(after, CharPropSpace | CharPropPunct) || after == end_ ||
-           (inList && ListClosers.find(*after) != std::string_view::npos) || commentAt(after);
+    return is(after, ByteSpace | BytePunct | ByteEnd) || (inList && is(after, ByteListCloser)) ||
+           commentAt(after);
 }
 
 /// From the start of a list, or the end p of a number of it, to where the next number may start.
 /// When a comma may be passed and is, `comma` becomes false.
 inline const char* Parser_CString_kt::pastSeparator(const char* p, bool& comma) {
     for (;;) {
-        while (has(p, CharPropSpace)) ++p;
+        while (is(p, ByteSpace)) ++p;
         if (commentAt(p)) [[unlikely]]
             p = pastBlanks(p);
         if (!comma || *p != ',') return p;

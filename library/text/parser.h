@@ -263,10 +263,15 @@ public:
     Parser_CString_kt(const ParserOptions_kt* options, const InChannel_CString_kt& from);
     ~Parser_CString_kt();
 
-    int eofChar() const override;
-    void skipSpaces() override;
+    int eofChar() const override { return 0; }
+    void skipSpaces() override { channel.position = pastBlanks(channel.position); }
     int skipToString(const char* s) override;
-    char readPunc() override;
+    char readPunc() override {
+        const char* const p = toToken();
+        if (!is(p, BytePunct)) return 0;
+        channel.position = p + 1;
+        return *p;
+    }
     void readWord(char* out, int size) override;
     char readWordPunc(char* out, int size) override;
     void readToChar(const char* stops, strin_kt& out) override;
@@ -275,28 +280,59 @@ public:
     void readQuotedRest(strin_kt& out) override;
     int readInt() override;
     double readDouble() override;
-    char readChar() override;
-    char peekChar() override;
-    void skipChar() override;
-    void unreadChar(int c) override;
+    char readChar() override {
+        const char c = *channel.position;
+        skipChar();
+        return c;
+    }
+    char peekChar() override { return *channel.position; }
+    void skipChar() override {
+        tokenStart_ = channel.position;
+        if (channel.position < end_) ++channel.position;
+    }
+    void unreadChar(int c) override {
+        if (c != eofChar()) backUp(1);
+    }
     void backUp(int n) override;
     ParserPos_kt getPos() const override { return channel.position; }
     void setPos(ParserPos_kt position) override { channel.position = position; }
-    bool isAtEnd() override;
+    bool isAtEnd() override {
+        skipSpaces();
+        if (channel.position < end_) return false;
+        setTokenStart(end_);
+        return true;
+    }
 
     int readFloats(float* out, int most, CommasEN commas) override;
     int readDoubles(double* out, int most, CommasEN commas) override;
     bool skipToken() override;
     long long bytesLeft() const override { return end_ - channel.position; }
     void jumpToEnd() override { channel.position = end_; }
-    std::string_view peekWord() override;
-    char peekPunc() override;
+    std::string_view peekWord() override {
+        skipSpaces();
+        const char* const p = channel.position;
+        return {p, static_cast<std::size_t>(wordEnd(p) - p)};
+    }
+    char peekPunc() override {
+        skipSpaces();
+        return *channel.position;
+    }
     void doSkipStatement() override;
     bool doSkipStructure(char open, char close, bool opened) override;
     ParserPos_kt tokenStart() const override { return tokenStart_; }
-    void setTokenStart(ParserPos_kt position) override;
+    void setTokenStart(ParserPos_kt position) override {
+        tokenStart_ = position;
+        solidStart_ = position;
+    }
 
     void describePlace(rept_kt& report) const override;
+
+    /// The next word, which is consumed: a part of the text.
+    std::string_view takeWord() {
+        const char* const p = toToken();
+        channel.position = wordEnd(p);
+        return {p, static_cast<std::size_t>(channel.position - p)};
+    }
 
     /// True at the "/>" of an empty element <X/>, which stands for </X>.
     bool atEmptyElement() const;
@@ -308,30 +344,48 @@ private:
     friend struct XMLMarkup;  // the reader of tags, xmlmarkup.h
     struct State;
 
-    bool has(const char* p, int bits) const {
-        return (options->charProps[static_cast<unsigned char>(*p)] & bits) != 0;
+    /// What scanning asks of a byte: one look-up in a table of this tokenizer's own.
+    enum ByteClassEN : unsigned char {
+        ByteSpace = 0x01,
+        BytePunct = 0x02,
+        ByteComment = 0x04,  ///< may start a comment
+        ByteEnd = 0x08,      ///< the zero behind the text
+        ByteLetter = 0x10,
+        ByteListCloser = 0x20,  ///< ends a number of a list, whatever the options say
+    };
+    void classifyBytes();
+    bool is(const char* p, int classes) const {
+        return (bytes_[static_cast<unsigned char>(*p)] & classes) != 0;
     }
 
     // Scanning, which consumes nothing: each takes a place in the text and gives another.
-    bool commentAt(const char* p) const {
-        return (has(p, CharPropComment) || (p[0] == '<' && p[1] == '!')) && startsComment(p);
-    }
+    bool commentAt(const char* p) const { return is(p, ByteComment) && startsComment(p); }
     bool startsComment(const char* p) const;
     const char* pastComment(const char* p);
     /// Past white space and comments. The text ends in a zero byte, which is neither.
     const char* pastBlanks(const char* p) {
-        while (has(p, CharPropSpace)) ++p;
+        while (is(p, ByteSpace)) ++p;
         return commentAt(p) ? pastComments(p) : p;
     }
     const char* pastComments(const char* p);
     const char* pastShielded(const char* p);
     const char* pastSeparator(const char* p, bool& comma);
-    const char* wordEnd(const char* p) const;
+    const char* wordEnd(const char* p) const {
+        for (;; ++p) {
+            while (!is(p, ByteSpace | BytePunct | ByteComment | ByteEnd)) ++p;
+            if (is(p, ByteSpace | BytePunct | ByteEnd) || startsComment(p)) return p;
+        }
+    }
     const char* closingQuote(const char* p) const;
 
     // Reading, which moves the position and the token's start.
-    const char* toToken();
-    std::string_view takeWord();
+
+    /// Moves to the next token, which becomes the place of reports.
+    const char* toToken() {
+        skipSpaces();
+        setTokenStart(channel.position);
+        return channel.position;
+    }
     template <class T>
     bool numberAt(const char* p, bool inList, T& out, const char*& after) const;
     template <class T>
@@ -350,6 +404,8 @@ private:
 
     const char* end_;
     const char* tokenStart_;
+    const char* solidStart_;  ///< of the last token that was not a single raw character
+    unsigned char bytes_[CharPropCount];
     std::unique_ptr<State> state_;  ///< line counter, remembered searches, pending empty element
 };
 
@@ -359,6 +415,12 @@ struct ParserDeleter {
     void operator()(Parser_kt* parser) const { DeleteParser(parser); }
 };
 using OwnedParser = std::unique_ptr<Parser_kt, ParserDeleter>;
+
+/// The tokenizer by its own class, of which all are: through it the readers call without looking up
+/// virtual functions, and the short ones are inlined.
+inline Parser_CString_kt& TextParser(Parser_kt& parser) {
+    return static_cast<Parser_CString_kt&>(parser);
+}
 
 /// Saves a tokenizer's message context, sets a new one, and restores the old one at the end of the
 /// scope; structErrors is 0 at both ends.

@@ -37,8 +37,6 @@ struct Parser_CString_kt::State {
     explicit State(const char* start) : lines(start) {}
 
     LineCounter lines;
-    const char* solidStart =
-        nullptr;  ///< start of the last token that was not a single raw character
     const char* emptyElement = nullptr;  ///< the '/' of the last <X/>: </X> stands there
     std::string_view emptyName;          ///< its X
 

@@ -139,11 +139,11 @@ void XMLMarkup::readTagAt(const char* p, XMLTag& tag) {
 /// as most are. Returns whether it did.
 bool XMLMarkup::takePlainTag(XMLTag& tag) {
     const char* p = in.channel.position;
-    while (in.has(p, CharPropSpace)) ++p;
+    while (in.is(p, Parser_CString_kt::ByteSpace)) ++p;
     if (*p != '<') return false;
     const char* const name = p + (p[1] == '/' ? 2 : 1);
     const char* last = name;
-    while (in.has(last, CharPropLetter)) ++last;
+    while (in.is(last, Parser_CString_kt::ByteLetter)) ++last;
     if (last == name || *last != '>') return false;
     tag.name = ViewOf(name, last);
     tag.closes = p[1] == '/';

@@ -86,8 +86,7 @@ void AppendDecoded(std::string_view text, strin_kt& out) {
 /// Moves over white space and comments to where a text starts. A reference to white space is text.
 const char* Parser_CString_kt::toText() {
     const char* p = channel.position;
-    while (has(p, CharPropSpace) || (*p == '<' && commentAt(p)))
-        p = *p == '<' ? pastComment(p) : p + 1;
+    while (is(p, ByteSpace) || (*p == '<' && commentAt(p))) p = *p == '<' ? pastComment(p) : p + 1;
     channel.position = p;
     setTokenStart(p);
     return p;
@@ -101,7 +100,7 @@ bool Parser_CString_kt::takePlainText(strin_kt& out) {
     while (p < end_ && *p != '<' && *p != '&') ++p;
     if (p[0] != '<' || p[1] != '/') return false;
     const char* last = p;
-    while (last > first && has(last - 1, CharPropSpace)) --last;
+    while (last > first && is(last - 1, ByteSpace)) --last;
     out.append(ViewOf(first, last));
     channel.position = p;
     return true;
