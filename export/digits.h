@@ -27,6 +27,9 @@ char* WriteDigits(char* to, T value) {
 inline char* WriteDigits(char* to, int value) {
     return std::to_chars(to, to + MostDigits, value).ptr;
 }
+inline char* WriteDigits(char* to, long long value) {
+    return std::to_chars(to, to + MostDigits, value).ptr;
+}
 
 inline constexpr int MostPlaces = 15;
 inline constexpr auto PowersOf10 = [] {

@@ -147,15 +147,19 @@ void WriteNodeHead(JsonOut& json, const Bnode_bn& node) {
     json.key("discrete").boolean(node.variable.discrete);
 }
 
-void WriteJson(const ImportResult& result, std::ostream& out) {
-    JsonOut json(&out);
-    json.open('{');
-    json.key("schema").text("lumo-import/1");
+void WriteResultHead(JsonOut& json, const ImportResult& result) {
     json.key("file").text(result.file);
     json.key("format").textOrNull(result.format);
     json.key("formatCode");
     result.formatCode == 0 ? json.null() : json.number(result.formatCode);
     json.key("status").text(StatusName(result.status()));
+}
+
+void WriteJson(const ImportResult& result, std::ostream& out) {
+    JsonOut json(&out);
+    json.open('{');
+    json.key("schema").text("lumo-import/1");
+    WriteResultHead(json, result);
     json.line();
     json.key("net");
     result.net == nullptr ? json.null() : WriteNet(json, *result.net);

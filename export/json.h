@@ -13,6 +13,9 @@ namespace lumo {
 void WriteJson(const ImportResult& result, std::ostream& out);
 
 class JsonOut;
+/// The keys that say which file it was and how its import went, from "file" to "status", into an
+/// open object.
+void WriteResultHead(JsonOut& json, const ImportResult& result);
 /// The keys that every JSON of a node begins with, from "name" to "discrete", into an open object.
 void WriteNodeHead(JsonOut& json, const Bnode_bn& node);
 

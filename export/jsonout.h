@@ -51,6 +51,7 @@ public:
     void textOrNull(const std::string& value) { value.empty() ? null() : text(value); }
 
     void number(int value) { digits(value); }
+    void number(long long value) { digits(value); }
     void number(float value) {
         if (!std::isfinite(value)) return null();
         digits(value);

@@ -30,16 +30,6 @@ constexpr RGB utilityFill{216, 240, 216};
 
 // ---- Text ----------------------------------------------------------------------------------
 
-/// The code point at the start of valid UTF-8, and its bytes.
-std::pair<char32_t, std::size_t> CodePoint(std::string_view text) {
-    const auto lead = static_cast<unsigned char>(text[0]);
-    const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    char32_t code = length == 1 ? lead : lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i)
-        code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3FU);
-    return {code, length};
-}
-
 struct WidthRange {
     char32_t first, last;
     double ems;

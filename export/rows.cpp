@@ -164,11 +164,16 @@ void RowNumbers::choose(const float* row, int count, float weight) {
 }
 
 void RowNumbers::write(TextOut& out, std::string_view separator) const {
+    char text[MostDigits];
     for (std::size_t i = 0; i < floats_.size(); ++i) {
         if (i > 0) out << separator;
-        times_ == 0 ? out << floats_[i]
-                    : out.decimal(decimals_[i].chosen * times_, decimals_[i].places);
+        out << std::string_view(text, static_cast<std::size_t>(writeOne(text, i) - text));
     }
+}
+
+char* RowNumbers::writeOne(char* to, std::size_t i) const {
+    return times_ == 0 ? WriteDigits(to, floats_[i])
+                       : WriteDecimal(to, decimals_[i].chosen * times_, decimals_[i].places);
 }
 
 float RowNumbers::asRead(std::size_t i) const {

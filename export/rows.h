@@ -37,6 +37,8 @@ public:
     void choose(const float* row, int count, float weight = 1);
     /// Writes the numbers chosen, valid until the next choice.
     void write(TextOut& out, std::string_view separator) const;
+    /// Writes one of them into MostDigits bytes, and returns its end.
+    char* writeOne(char* to, std::size_t i) const;
 
     /// Whether a reader that divides the numbers by their sum gets every float of the row, but for
     /// one unit in the last place, and whether it gets the weight as the sum.

@@ -33,15 +33,6 @@ void appendUtf8(unsigned code, std::string& out) {
 
 bool IsControl(unsigned byte) { return byte < 0x20 || byte == 0x7F; }
 
-/// The one character of valid UTF-8.
-unsigned CodePoint(std::string_view character) {
-    unsigned code = byteAt(character, 0);
-    if (code >= 0x80) code &= 0x7FU >> character.size();
-    for (std::size_t i = 1; i < character.size(); ++i)
-        code = code << 6 | (byteAt(character, i) & 0x3F);
-    return code;
-}
-
 /// Whether the character would move, break or turn round the text around it: controls, line and
 /// paragraph separators, marks of writing direction.
 bool IsHidden(unsigned code) {
@@ -77,6 +68,15 @@ int Utf8Length(std::string_view text) {
     return overlong || noCharacter ? 0 : length;
 }
 
+std::pair<char32_t, std::size_t> CodePoint(std::string_view utf8) {
+    const auto lead = static_cast<unsigned char>(utf8[0]);
+    const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    char32_t code = length == 1 ? lead : lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i)
+        code = code << 6 | (static_cast<unsigned char>(utf8[i]) & 0x3FU);
+    return {code, length};
+}
+
 std::string ToUtf8(std::string_view text) {
     std::string out;
     out.reserve(text.size());
@@ -97,10 +97,9 @@ std::string Visible(std::string_view text) {
     const std::string utf8 = ToUtf8(text);
     std::string out;
     for (std::string_view rest = utf8; !rest.empty();) {
-        const auto length = static_cast<std::size_t>(Utf8Length(rest));
-        const unsigned code = CodePoint(rest.substr(0, length));
+        const auto [code, length] = CodePoint(rest);
         if (IsHidden(code)) {
-            out += Format(code < 0x100 ? "\\x%02x" : "\\u%04x", code);
+            out += Format(code < 0x100 ? "\\x%02x" : "\\u%04x", static_cast<unsigned>(code));
         } else {
             out += rest.substr(0, length);
         }

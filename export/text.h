@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace lumo {
 
@@ -13,6 +14,9 @@ std::string ToUtf8(std::string_view text);
 /// The bytes of the UTF-8 character at the start of the text (1 to 4), 0 when it is not valid
 /// there.
 int Utf8Length(std::string_view text);
+
+/// The code point at the start of valid UTF-8, and its bytes.
+std::pair<char32_t, std::size_t> CodePoint(std::string_view utf8);
 
 /// The text as UTF-8 for a terminal or a line of a log: control characters are written as \x1b,
 /// line separators and marks of writing direction as \u202e.

@@ -29,11 +29,6 @@ public:
     TextOut& operator<<(int value) { return number(value); }
     TextOut& operator<<(float value) { return number(value); }
     TextOut& operator<<(double value) { return number(value); }
-    TextOut& decimal(std::int64_t number, int places) {
-        char text[MostDigits];
-        buffer_.append(text, WriteDecimal(text, number, places));
-        return drained();
-    }
 
     void flush() {
         out_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
