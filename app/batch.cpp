@@ -23,6 +23,8 @@
 #include <vector>
 
 #include "app/convert.h"
+#include "app/summary.h"
+#include "app/terminal.h"
 #include "export/text.h"
 
 namespace lumo::app {
@@ -35,8 +37,11 @@ constexpr std::size_t longestRun = 64;  ///< files that a worker takes at once
 constexpr std::size_t runsEach = 4;     ///< into which the files left are cut for each worker
 constexpr auto longestSilence = std::chrono::milliseconds(50);  ///< of a worker with news
 
-/// How many files ended with each exit code.
-using Totals = std::map<int, int>;
+/// How many files ended with each exit code, and the worst report of all.
+struct Totals {
+    std::map<int, int> files;
+    WorstReport worst;
+};
 
 /// Files by their place in the list, from first up to last.
 struct Run {
@@ -48,6 +53,7 @@ struct Run {
 struct Done {
     int exitCode = ExitNothing;
     off_t out = 0, error = 0;
+    WorstReport worst = {};  ///< of all files of the worker
 };
 
 /// What the workers tell of every file, in memory that they share with the batch.
@@ -145,7 +151,7 @@ private:
     void giveWork(Worker& worker);
     bool start(Worker& worker);
     [[noreturn]] void runWorker(const Worker& worker, int channel);
-    Done workOn(const std::string& file, Console& console) const;
+    Done workOn(const InputFile& file, Console& console) const;
     void waitForSome();
     void hear(Worker& worker);
     void bury(Worker& worker);
@@ -229,13 +235,14 @@ void Pool::runWorker(const Worker& worker, int channel) {
     ::_exit(ExitRead);
 }
 
-Done Pool::workOn(const std::string& file, Console& console) const {
+Done Pool::workOn(const InputFile& file, Console& console) const {
     Done done;
     done.exitCode = work_(file, options_, console);
     std::cout.flush();
     std::cerr.flush();
     done.out = ::lseek(STDOUT_FILENO, 0, SEEK_CUR);
     done.error = ::lseek(STDERR_FILENO, 0, SEEK_CUR);
+    done.worst = console.worst();
     return done;
 }
 
@@ -272,7 +279,11 @@ void Pool::bury(Worker& worker) {
     if (worker.run.empty()) return;
     const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     ::dprintf(worker.printed->error, "%s: fatal: reading it ended with signal %d (%s)\n",
-              Visible(options_.files[worker.run.first]).c_str(), signal, strsignal(signal));
+              Visible(options_.files[worker.run.first].path).c_str(), signal, strsignal(signal));
+    if (options_.json) {
+        const std::string line = BrokenSummaryJson(options_.files[worker.run.first].path);
+        ::dprintf(worker.printed->out, "%s", line.c_str());
+    }
     finish(worker, {ExitNothing, ::lseek(worker.printed->out, 0, SEEK_END),
                     ::lseek(worker.printed->error, 0, SEEK_END)});
 }
@@ -288,7 +299,8 @@ void Pool::showFinished() {
         const auto& [printed, from, to] = finished_.begin()->second;
         Forward(printed->out, from.out, to.out, STDOUT_FILENO);
         Forward(printed->error, from.error, to.error, STDERR_FILENO);
-        ++totals_[to.exitCode];
+        ++totals_.files[to.exitCode];
+        totals_.worst.add(to.worst);
         finished_.erase(finished_.begin());
     }
 }
@@ -318,10 +330,11 @@ Totals RunSerially(const Options& options, FileWork work) {
     progress.start();
     Console console(options);
     long long done = 0;
-    for (const std::string& file : options.files) {
-        ++totals[work(file, options, console)];
+    for (const InputFile& file : options.files) {
+        ++totals.files[work(file, options, console)];
         progress.update("files", ++done, std::ssize(options.files));
     }
+    totals.worst = console.worst();
     return totals;
 }
 
@@ -332,9 +345,9 @@ std::string Text(const Totals& totals, std::size_t files) {
                                                      {ExitWriteFailed, "not written"}};
     std::string text;
     for (const auto& [code, words] : texts)
-        if (const auto found = totals.find(code); found != totals.end())
+        if (const auto found = totals.files.find(code); found != totals.files.end())
             text += (text.empty() ? "" : ", ") + std::to_string(found->second) + " " + words;
-    return std::to_string(files) + " files: " + text + "\n";
+    return std::to_string(files) + (files == 1 ? " file: " : " files: ") + text + "\n";
 }
 
 }  // namespace
@@ -342,14 +355,14 @@ std::string Text(const Totals& totals, std::size_t files) {
 int RunBatch(const Options& options, FileWork work) {
     const Totals totals = options.jobs > 1 ? Pool(options, work).run() : RunSerially(options, work);
     const std::string text = Text(totals, options.files.size());
-    const int worst = totals.rbegin()->first;
-    if (options.command == CommandEN::summary) {
+    if (options.command == CommandEN::summary && !options.json) {
         if (!WriteStandardOutput(text).empty()) return ExitWriteFailed;
     } else if (options.command == CommandEN::convert && !options.quiet &&
                !options.jsonDiagnostics) {
         std::cerr << text;
     }
-    return worst;
+    ShowHint(totals.worst, options);
+    return totals.files.rbegin()->first;
 }
 
 }  // namespace lumo::app

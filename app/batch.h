@@ -7,7 +7,7 @@
 namespace lumo::app {
 
 /// What is done with one file; returns its exit code and never throws.
-using FileWork = int (*)(const std::string& file, const Options& options, Console& console);
+using FileWork = int (*)(const InputFile& file, const Options& options, Console& console);
 
 /// Does the work for every file, in order as far as anyone can see, and shows how many went well.
 /// Returns the highest exit code.

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "app/terminal.h"
 #include "export/describe.h"
 #include "export/json.h"
 #include "export/text.h"
@@ -18,7 +19,6 @@ namespace {
 constexpr long long sourceBefore = 100;  // bytes of the line shown before the caret
 constexpr long long sourceAfter = 60;
 constexpr auto progressDelay = std::chrono::seconds(1);
-constexpr int progressWidth = 30;
 
 constexpr const char* bold = "\x1b[1m";
 constexpr const char* red = "\x1b[1;31m";
@@ -53,15 +53,7 @@ std::string ReadAt(const std::string& file, long long offset, long long length) 
 
 bool IsContinuation(char c) { return (c & '\xC0') == '\x80'; }
 
-/// Columns that UTF-8 text takes on a terminal, one a character.
-std::size_t Columns(std::string_view utf8) {
-    return static_cast<std::size_t>(
-        std::ranges::count_if(utf8, [](char c) { return !IsContinuation(c); }));
-}
-
 }  // namespace
-
-bool IsTerminal(int descriptor) { return ::isatty(descriptor) == 1; }
 
 // ---- Progress ------------------------------------------------------------------------------
 
@@ -70,13 +62,10 @@ void ProgressLine::start() { begun_ = std::chrono::steady_clock::now(); }
 void ProgressLine::update(const std::string& what, long long done, long long total) {
     if (!enabled_ || total <= 0) return;
     if (std::chrono::steady_clock::now() - begun_ < progressDelay) return;
-    const double part =
-        std::clamp(static_cast<double>(done) / static_cast<double>(total), 0.0, 1.0);
-    const auto filled = static_cast<std::size_t>(part * progressWidth);
-    std::string bar(progressWidth, '.');
-    std::fill_n(bar.begin(), filled, '#');
-    std::fprintf(stderr, "\r\x1b[K[%s] %3d%% %.*s", bar.c_str(), static_cast<int>(part * 100), 40,
-                 what.c_str());
+    const double part = static_cast<double>(done) / static_cast<double>(total);
+    // The last column stays free: in it some terminals break the line already.
+    const std::string line = ProgressText(what, part, TerminalColumns(STDERR_FILENO) - 1);
+    std::fprintf(stderr, "\r\x1b[K%s", line.c_str());
     std::fflush(stderr);
     shown_ = true;
 }
@@ -84,6 +73,12 @@ void ProgressLine::update(const std::string& what, long long done, long long tot
 void ProgressLine::clear() {
     if (shown_) std::fputs("\r\x1b[K", stderr);
     shown_ = false;
+}
+
+void ShowHint(const WorstReport& worst, const Options& options) {
+    if (worst.number == 0 || options.jsonDiagnostics || !IsTerminal(STDERR_FILENO)) return;
+    const std::string number = std::to_string(std::abs(worst.number));
+    std::cerr << "What that means and what to do: lumo-import explain " + number + "\n";
 }
 
 // ---- Console -------------------------------------------------------------------------------
@@ -95,9 +90,9 @@ Console::Console(const Options& options, bool interactive)
       colors_(WantsColors(options.color)),
       progress_(interactive_) {}
 
-void Console::begin(const std::string& file, std::string_view text) {
+void Console::begin(const std::string& file) {
     file_ = file;
-    text_ = text;
+    text_ = {};
     reports_.clear();
     skipped_.clear();
 }
@@ -109,6 +104,7 @@ void Console::show(const rept_kt& report) {
     if (wanted && report.line > 0 && report.offset >= 0)
         record.sourceLine = windowAround(report.offset, record.sourceCaret);
     if (options_.quiet && report.severity <= SeverityWarning) return;
+    worst_.add({report.severity, report.number});
     progress_.clear();
     if (options_.jsonDiagnostics) {
         std::cerr << ReportToJson(record) + '\n';
@@ -136,7 +132,7 @@ std::string Console::sourceLines(const ReportRecord& report) const {
     const std::string_view line = report.sourceLine;
     const std::string before = Visible(line.substr(0, report.sourceCaret));
     return "  " + before + Visible(line.substr(report.sourceCaret)) + "\n  " +
-           std::string(Columns(before), ' ') + paint(green, "^") + "\n";
+           std::string(DisplayWidth(before), ' ') + paint(green, "^") + "\n";
 }
 
 /// The part of the offset's line around it, tabs made blanks and characters that the window's ends
@@ -184,6 +180,10 @@ void Console::print(const char* text) {
     } else {
         showText(note);
     }
+}
+
+void Console::note(const std::string& text) {
+    if (options_.verbose) print(text.c_str());
 }
 
 bool Console::ask(int, const char* question) {

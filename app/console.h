@@ -12,7 +12,8 @@
 
 namespace lumo::app {
 
-/// A progress line on standard error, shown once the work has taken a second.
+/// A progress line on standard error, as wide as that has room, shown once the work has taken a
+/// second.
 class ProgressLine {
 public:
     explicit ProgressLine(bool enabled) : enabled_(enabled) {}
@@ -30,13 +31,31 @@ private:
     std::chrono::steady_clock::time_point begun_;
 };
 
+/// The number of the most severe report that has one, the first of equals.
+struct WorstReport {
+    int severity = 0;
+    int number = 0;  ///< 0: there is none
+
+    void add(const WorstReport& other) {
+        if (other.number != 0 && other.severity > severity) *this = other;
+    }
+};
+
+/// Tells a person, after all else, how to learn more of the worst report.
+void ShowHint(const WorstReport& worst, const Options& options);
+
 class Console : public ReportHandler {
 public:
     /// interactive: may ask and show progress; else it only writes what comes.
     explicit Console(const Options& options, bool interactive = true);
 
-    /// Starts a file. Its text is given when it was read from a pipe; it must outlive the import.
-    void begin(const std::string& file, std::string_view text = {});
+    void begin(const std::string& file);  ///< starts a file
+    /// The file's text, when that is in memory alone; it must outlive the import.
+    void setText(std::string_view text) { text_ = text; }
+    /// Says what was done, to those who want to know.
+    void note(const std::string& text);
+    /// The worst of what was shown of all files.
+    const WorstReport& worst() const { return worst_; }
     bool canAsk() const;  ///< a person is there to answer
     std::vector<ReportRecord> takeReports() { return std::move(reports_); }
     std::vector<SkippedWord> takeSkipped() { return std::move(skipped_); }
@@ -60,14 +79,12 @@ private:
     const bool interactive_;
     const bool colors_;
     std::string file_;
-    std::string_view text_;  ///< the text read from a pipe
+    std::string_view text_;  ///< what is in memory alone
     std::string wait_;
     ProgressLine progress_;
     std::vector<ReportRecord> reports_;
     std::vector<SkippedWord> skipped_;
+    WorstReport worst_;
 };
-
-/// Whether a person is looking at that descriptor.
-bool IsTerminal(int descriptor);
 
 }  // namespace lumo::app

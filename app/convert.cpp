@@ -5,6 +5,7 @@
 #include <climits>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <ostream>
 #include <system_error>
 
@@ -58,27 +59,37 @@ std::optional<FileIdentity> OutputIdentity(const std::string& output) {
     return output == "-" ? IdentityOf(STDOUT_FILENO) : IdentityOf(output);
 }
 
-std::string Convert(const ImportResult& result, const Options& options, Console& console) {
+std::string Convert(const ImportResult& result, const InputFile& file, const Options& options,
+                    Console& console) {
     const Writer& writer = *options.writer;
     if (result.net == nullptr && !writer.withoutNet) return {};
-    const std::string output = OutputFor(options, result.file);
+    const std::string output = OutputFor(options, file);
     const std::optional<FileIdentity> written = OutputIdentity(output);
     if (written && written == InputIdentity(result.file) && result.status() >= StatusEN::errors)
         return "'" + Visible(output) + "' is not written over, as it was read with errors";
     if (writer.losses != nullptr && options.layout == LayoutEN::automatic) LayOut(*result.net);
+    if (!file.below.empty() || options.walked) {
+        std::error_code seen;  // when the file cannot be written
+        std::filesystem::create_directories(std::filesystem::path(output).parent_path(), seen);
+    }
     const auto write = [&](std::ostream& out) { writer.write(result, out); };
     std::string failure = output == "-"
                               ? Failure(standardOutput, WriteToDescriptor(STDOUT_FILENO, write))
                               : Failure(output, WriteToFile(output, write, GuardUnfinished));
-    if (!failure.empty() || writer.losses == nullptr || options.quiet) return failure;
+    if (!failure.empty()) return failure;
+    if (output != "-") console.note("written to " + Visible(output));
+    if (writer.losses == nullptr || options.quiet) return {};
     for (const std::string& note : LossNotes(writer.losses(*result.net), writer.title))
         console.print(note.c_str());
     return {};
 }
 
+std::string WriteStandardOutput(const WriteFunction& write) {
+    return Failure(standardOutput, WriteToDescriptor(STDOUT_FILENO, write));
+}
+
 std::string WriteStandardOutput(const std::string& text) {
-    return Failure(standardOutput,
-                   WriteToDescriptor(STDOUT_FILENO, [&text](std::ostream& out) { out << text; }));
+    return WriteStandardOutput([&text](std::ostream& out) { out << text; });
 }
 
 }  // namespace lumo::app

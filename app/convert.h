@@ -11,9 +11,11 @@ namespace lumo::app {
 
 /// Writes the net in the format and to the place asked for, and says what the format does not keep.
 /// Empty when it worked, else what went wrong.
-std::string Convert(const ImportResult& result, const Options& options, Console& console);
+std::string Convert(const ImportResult& result, const InputFile& file, const Options& options,
+                    Console& console);
 
-/// Writes text to standard output; likewise.
+/// Writes to standard output; likewise.
+std::string WriteStandardOutput(const WriteFunction& write);
 std::string WriteStandardOutput(const std::string& text);
 
 /// The file that is read under that name, and the one that is written: "-" is standard input or

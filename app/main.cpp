@@ -11,6 +11,7 @@
 #include "app/options.h"
 #include "app/read.h"
 #include "app/summary.h"
+#include "app/table.h"
 #include "export/explain.h"
 #include "export/text.h"
 #include "import/detect.h"
@@ -18,29 +19,45 @@
 namespace lumo::app {
 namespace {
 
-/// Writes what the command wants of the result; empty, or what went wrong.
-std::string Write(const ImportResult& result, const Options& options, Console& console) {
+/// What went wrong after reading; nothing when the text is empty.
+struct Failure {
+    std::string text;
+    int exitCode = ExitWriteFailed;
+};
+
+/// Writes what the command wants of the result.
+Failure Write(const ImportResult& result, const InputFile& file, const Options& options,
+              Console& console) {
     switch (options.command) {
         case CommandEN::check:
             return {};
         case CommandEN::convert:
-            return Convert(result, options, console);
+            return {Convert(result, file, options, console)};
+        case CommandEN::table: {
+            if (result.net == nullptr) return {};
+            std::string mistake;
+            const Bnode_bn* const node = FindNode(*result.net, options.node, mistake);
+            if (node == nullptr) return {mistake, ExitUsage};
+            return {WriteTable(*node, options)};
+        }
         default:
-            return WriteStandardOutput(options.files.size() > 1 ? SummaryLine(result)
-                                                                : Summary(result));
+            if (options.json) return {WriteStandardOutput(SummaryJson(result, ExitCodeOf(result)))};
+            return {WriteStandardOutput(options.many() ? SummaryLine(result)
+                                                       : Summary(result, options.verbose))};
     }
 }
 
-int WorkOnFile(const std::string& file, const Options& options, Console& console) {
+int WorkOnFile(const InputFile& file, const Options& options, Console& console) {
     try {
-        ImportResult result = ReadOne(file, options, console);
+        ImportResult result = ReadOne(file.path, options, console);
         result.layout = options.layout;
-        const std::string failure = Write(result, options, console);
-        if (failure.empty()) return ExitCodeOf(result);
-        std::cerr << "lumo-import: " + failure + "\n";
-        return ExitWriteFailed;
+        const Failure failure = Write(result, file, options, console);
+        if (failure.text.empty()) return ExitCodeOf(result);
+        std::cerr << "lumo-import: " + failure.text + "\n";
+        return failure.exitCode;
     } catch (const std::exception& e) {
-        std::cerr << "lumo-import: " + Visible(file) + ": " + e.what() + "\n";
+        std::cerr << "lumo-import: " + Visible(file.path) + ": " + e.what() + "\n";
+        if (options.json) WriteStandardOutput(BrokenSummaryJson(file.path));
         return ExitNothing;
     }
 }
@@ -74,11 +91,17 @@ int Run(int argc, char** argv) {
     for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
     Options options;
     if (const std::optional<int> exitCode = ParseArguments(argc, argv, options)) return *exitCode;
-    if (options.command == CommandEN::explain) return ExplainAll(options.files);
+    if (options.command == CommandEN::explain) return ExplainAll(options.numbers);
     if (options.command == CommandEN::formats) return ShowFormats();
-    if (options.files.size() > 1) return RunBatch(options, WorkOnFile);
     Console console(options);
-    return WorkOnFile(options.files.front(), options, console);
+    for (const auto& [path, why] : options.passedOver) {
+        console.begin(path);
+        console.note(std::string("passed over, for ") + why);
+    }
+    if (options.many()) return RunBatch(options, WorkOnFile);
+    const int exitCode = WorkOnFile(options.files.front(), options, console);
+    ShowHint(console.worst(), options);
+    return exitCode;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "export/writers.h"
@@ -20,8 +21,15 @@ enum ExitEN : int {
     ExitWriteFailed = 74,  ///< the output could not be written
 };
 
-enum class CommandEN : unsigned char { summary, check, convert, explain, formats };
+enum class CommandEN : unsigned char { summary, check, table, convert, explain, formats };
 enum class ColorEN : unsigned char { automatic, always, never };
+
+/// A file to read. One found below a folder is written to the same place below the output's.
+struct InputFile {
+    std::string path;             ///< "-" is standard input
+    std::string below;            ///< its folder, seen from the one that was named
+    bool keepsExtension = false;  ///< in the name of the file that is written
+};
 
 struct Options {
     Options() = default;
@@ -29,8 +37,15 @@ struct Options {
     Options& operator=(const Options&) = delete;
 
     CommandEN command = CommandEN::summary;
-    std::vector<std::string> files;      ///< "-" is standard input; explain: report numbers
+    std::vector<InputFile> files;
+    bool recursive = false;                                       ///< folders are read
+    bool walked = false;                                          ///< one was
+    std::vector<std::pair<std::string, const char*>> passedOver;  ///< verbose: in folders, and why
+    std::vector<std::string> numbers;                             ///< explain: of reports
+    std::string node;                                             ///< table
+    bool csv = false;                                             ///< table
     std::string output;                  ///< convert: a file, a folder for many files, "-"
+    bool intoFolder = false;             ///< convert: the output is a folder, or becomes one
     const Writer* writer = nullptr;      ///< convert
     bool force = false;                  ///< convert: write over the input
     const FormatInfo* format = nullptr;  ///< null: detect
@@ -38,10 +53,14 @@ struct Options {
     LayoutEN layout = LayoutEN::best;    ///< of the nodes in what is written
     std::string className;               ///< of a Hugin file with several classes
     ReadOptions reading;                 ///< refers to className
-    bool quiet = false;
+    bool quiet = false;                  ///< errors only
+    bool verbose = false;                ///< what was done as well
+    bool json = false;                   ///< summary
     bool jsonDiagnostics = false;
     ColorEN color = ColorEN::automatic;
     int jobs = 1;
+
+    bool many() const { return files.size() > 1 || walked; }
 };
 
 /// Reads the arguments. Returns the exit code when there is nothing more to do: help or version was
@@ -49,6 +68,6 @@ struct Options {
 std::optional<int> ParseArguments(int argc, char** argv, Options& options);
 
 /// Where convert writes the file: the output itself, or in its folder under the file's own name.
-std::string OutputFor(const Options& options, const std::string& file);
+std::string OutputFor(const Options& options, const InputFile& file);
 
 }  // namespace lumo::app

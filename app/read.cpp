@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 
+#include "app/folders.h"
+#include "app/gzip.h"
 #include "import/ForeignFile.h"
 #include "import/messages.h"
 
@@ -62,13 +65,18 @@ Bnet_bn* Unrecognised(const std::string& file) {
 }
 
 /// Finds the format when it was not given; null after an error was shown.
-const FormatInfo* FormatOf(const std::string& start, const std::string& file,
-                           const Options& options, ImportResult& result) {
+const FormatInfo* FormatOf(std::string_view start, const std::string& file, const Options& options,
+                           ImportResult& result, Console& console) {
     const FormatInfo* format =
         options.format != nullptr ? options.format : DetectFormat(start, file);
-    if (format != nullptr) {
-        result.format = format->name;
-        result.formatCode = format->code;
+    if (format == nullptr) return nullptr;
+    result.format = format->name;
+    result.formatCode = format->code;
+    if (options.verbose) {
+        const char* const told = options.format != nullptr           ? "--from"
+                                 : DetectFormat(start, "") == format ? "its content"
+                                                                     : "its extension";
+        console.note(std::string("read as ") + format->title + ", by " + told);
     }
     return format;
 }
@@ -79,42 +87,97 @@ bool HasNoisyMax(const Bnet_bn* net) {
            });
 }
 
+/// Puts the text of compressed bytes in their place; false when there is none, which was told.
+bool UnpackHere(std::string& bytes, const std::string& name, Console& console) {
+    Unpacked unpacked = Unpack(bytes);
+    const ReportScope scope;
+    if (unpacked.outcome == Unpacked::Outcome::refused) {
+        ShowReport(NewReport(msg::import.refusedPacking, name.c_str(), unpacked.problem.c_str()));
+        return false;
+    }
+    if (unpacked.outcome == Unpacked::Outcome::damaged)
+        ShowReport(NewReport(msg::import.damagedPacking, name.c_str(), unpacked.problem.c_str()));
+    if (unpacked.trailing > 0)
+        NewReport(msg::import.bytesAfterPacking, name.c_str(),
+                  static_cast<long long>(unpacked.trailing));
+    console.note("unpacked: " + std::to_string(bytes.size()) + " bytes to " +
+                 std::to_string(unpacked.text.size()));
+    bytes = std::move(unpacked.text);
+    return unpacked.outcome == Unpacked::Outcome::whole || !bytes.empty();
+}
+
+/// Reads a text in memory, which may be compressed.
+Bnet_bn* ReadBytes(std::string bytes, const std::string& name, const Options& options,
+                   Console& console, ImportResult& result) {
+    console.begin(name);
+    if (IsPacked(bytes) && !UnpackHere(bytes, name, console)) return nullptr;
+    console.setText(bytes);
+    const FormatInfo* format = FormatOf(bytes, name, options, result, console);
+    if (format == nullptr) return Unrecognised(name);
+    return ReadForeignNetText(bytes, name.c_str(), format->code, options.reading);
+}
+
+Bnet_bn* NotRead(const std::string& name, int error) {
+    return Refused(NewReport(msg::import.pipeFailed, name.c_str(),
+                             std::generic_category().message(error).c_str()));
+}
+
 Bnet_bn* ReadPipe(const std::string& file, const Options& options, Console& console,
                   ImportResult& result) {
     const std::string name = file == "-" ? "stdin" : file;
-    std::string text;
-    const bool complete = Input(file).read(text, std::string::npos);
-    const int error = errno;
-    console.begin(name, text);
-    if (!complete) {
-        return Refused(NewReport(msg::import.pipeFailed, name.c_str(),
-                                 std::generic_category().message(error).c_str()));
-    }
-    const FormatInfo* format = FormatOf(text, name, options, result);
-    if (format == nullptr) return Unrecognised(name);
-    return ReadForeignNetText(text, name.c_str(), format->code, options.reading);
+    std::string bytes;
+    console.begin(name);
+    if (!Input(file).read(bytes, std::string::npos)) return NotRead(name, errno);
+    return ReadBytes(std::move(bytes), name, options, console, result);
 }
 
 Bnet_bn* ReadFile(const std::string& file, const Options& options, Console& console,
                   ImportResult& result) {
     std::string start;
-    const bool readable = Input(file).read(start, DetectionWindow);
+    const Input input(file);
+    const bool readable = input.read(start, DetectionWindow);
     console.begin(file);
-    const FormatInfo* format = FormatOf(start, file, options, result);
+    if (IsPacked(start)) {
+        if (!input.read(start, std::string::npos)) return NotRead(file, errno);
+        return ReadBytes(std::move(start), file, options, console, result);
+    }
+    const FormatInfo* format = FormatOf(start, file, options, result, console);
     if (format == nullptr && readable) return Unrecognised(file);
     // The library says why a file cannot be read before it looks at the format.
     return ReadForeignNetFile(file.c_str(), format == nullptr ? 0 : format->code, options.reading);
 }
 
+/// A folder that is not walked, or in which the walk found nothing.
+Bnet_bn* RefuseFolder(const std::string& folder, const Options& options, Console& console) {
+    console.begin(folder);
+    std::error_code failed;
+    const std::filesystem::directory_iterator opened(folder, failed);
+    const std::string why = !options.recursive ? "-r reads the files in it"
+                            : failed           ? failed.message()
+                                               : "no file in it is of a known format";
+    return Refused(NewReport(msg::import.unusableFolder, folder.c_str(), why.c_str()));
+}
+
+Bnet_bn* Read(const std::string& file, const Options& options, Console& console,
+              ImportResult& result) {
+    if (IsPipe(file)) return ReadPipe(file, options, console, result);
+    if (IsFolder(file)) return RefuseFolder(file, options, console);
+    return ReadFile(file, options, console, result);
+}
+
 }  // namespace
+
+std::string ReadStart(const std::string& file) {
+    std::string start;
+    if (!Input(file).read(start, DetectionWindow)) return {};
+    return IsPacked(start) ? Unpack(start, DetectionWindow).text : start;
+}
 
 ImportResult ReadOne(const std::string& file, const Options& options, Console& console) {
     ImportResult result;
     result.file = file;
     const HandlerScope handler(console);
-    Bnet_bn* net = IsPipe(file) ? ReadPipe(file, options, console, result)
-                                : ReadFile(file, options, console, result);
-    result.net.reset(net);
+    result.net.reset(Read(file, options, console, result));
     result.reports = console.takeReports();
     result.skipped = console.takeSkipped();
     result.dropFailedNet();

@@ -14,6 +14,9 @@ namespace lumo::app {
 /// into memory.
 ImportResult ReadOne(const std::string& file, const Options& options, Console& console);
 
+/// The start of a regular file's text, as much as detection looks at; unpacked.
+std::string ReadStart(const std::string& file);
+
 /// The exit code that the result asks for.
 int ExitCodeOf(const ImportResult& result);
 

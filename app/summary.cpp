@@ -1,10 +1,9 @@
 #include "app/summary.h"
 
 #include <algorithm>
-#include <functional>
-#include <map>
 #include <vector>
 
+#include "app/facts.h"
 #include "export/text.h"
 #include "import/detect.h"
 
@@ -13,18 +12,6 @@ namespace {
 
 constexpr int namesListed = 5;
 constexpr int widestText = 60;
-
-/// The number with its thousands set apart.
-std::string Digits(long long count) {
-    std::string digits = std::to_string(count);
-    for (std::size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
-    return digits;
-}
-
-/// "1 node", "3 nodes".
-std::string Count(long long count, const char* one) {
-    return Digits(count) + " " + one + (count == 1 ? "" : "s");
-}
 
 std::string Joined(const std::vector<std::string>& parts) {
     std::string text;
@@ -41,78 +28,14 @@ std::string Short(const char* text) {
     return line.substr(0, end) + "...";
 }
 
-struct Facts {
-    long long kinds[UtilityNode + 1] = {};
-    long long states = 0, links = 0, numbers = 0, tables = 0;
-    int fewestStates = INT_MAX, mostStates = 0;
-    long long largest = 0;
-    const Bnode_bn* largestNode = nullptr;
-    std::vector<std::string> withoutTable;
-    std::vector<std::string> renamed;  ///< the file's text and the name in the net
-    long long titledStates = 0;        ///< states that have a title but no name
-    bool placed = false;               ///< the nodes are not all at one place
-};
-
-long long TableSize(const Bnode_bn& node) {
-    if (node.relation.kind == RelnKindEN::none) return 0;
-    const bool condensed =
-        node.relation.kind == RelnKindEN::noisyMax && node.relation.probs == nullptr;
-    if (condensed) return NumCIParams(node);
-    return static_cast<long long>(NumProduct(node.parents)) * std::max(node.numStates(), 1);
-}
-
-/// States that have a title but no name.
-int TitledStates(const Varbl_bn& variable) {
-    if (variable.stateTitles == nullptr) return 0;
-    int count = 0;
-    for (int i = 0; i < variable.numStates; ++i) {
-        const bool named = variable.stateNames != nullptr && variable.stateNames[i] != nullptr;
-        count += variable.stateTitles[i] != nullptr && !named;
-    }
-    return count;
-}
-
-void AddNode(const Bnode_bn& node, Facts& facts) {
-    ++facts.kinds[node.kind];
-    facts.states += node.numStates();
-    facts.links += node.parents.N;
-    if (node.numStates() > 0) {
-        facts.fewestStates = std::min(facts.fewestStates, node.numStates());
-        facts.mostStates = std::max(facts.mostStates, node.numStates());
-    }
-    const long long size = TableSize(node);
-    facts.numbers += size;
-    if (size > 0) ++facts.tables;
-    if (size == 0 && node.kind != DecisionNode) facts.withoutTable.push_back(Short(node.name()));
-    if (node.identity() != nullptr)
-        facts.renamed.push_back("'" + Short(node.identity()) + "' to " + Short(node.name()));
-    facts.titledStates += TitledStates(node.variable);
-    if (size > facts.largest) {
-        facts.largest = size;
-        facts.largestNode = &node;
-    }
-}
-
-Facts FactsOf(const Bnet_bn& net) {
-    Facts facts;
-    for (const Bnode_bn* node : net.nodes) AddNode(*node, facts);
-    rect_kt extent;
-    net.vnets[0]->findExtent(extent);
-    facts.placed = extent.left != extent.right || extent.top != extent.bottom;
-    return facts;
-}
-
 std::string Problems(const ImportResult& result) {
-    const auto count = [&result](const char* kind) {
-        return std::ranges::count_if(result.reports, [kind](const ReportRecord& report) {
-            return std::string_view(SeverityName(report.severity)) == kind;
-        });
-    };
+    constexpr const char* nouns[] = {"fatal error", "error", "warning", "notice"};
     std::vector<std::string> parts;
-    for (const char* kind : {"fatal", "error", "warning", "notice"})
-        if (const auto n = count(kind); n > 0)
-            parts.push_back(std::string_view(kind) == "fatal" ? Count(n, "fatal error")
-                                                              : Count(n, kind));
+    std::size_t kind = 0;
+    for (const long long count : ProblemCounts(result)) {
+        if (count > 0) parts.push_back(Count(count, nouns[kind]));
+        ++kind;
+    }
     return parts.empty() ? "none" : Joined(parts);
 }
 
@@ -146,11 +69,26 @@ std::string Numbers(const Facts& facts) {
     return text;
 }
 
-std::string Names(const std::vector<std::string>& names) {
-    const std::vector<std::string> shown(
-        names.begin(), names.begin() + std::min<std::ptrdiff_t>(std::ssize(names), namesListed));
-    const long long more = std::ssize(names) - std::ssize(shown);
-    return Joined(shown) + (more > 0 ? " and " + Digits(more) + " more" : "");
+/// The texts of the items, only the first few unless all are wanted.
+template <class LIST, class TEXT_OF>
+std::string Listed(const LIST& list, bool all, TEXT_OF textOf) {
+    const auto shown =
+        all ? std::ssize(list) : std::min<std::ptrdiff_t>(std::ssize(list), namesListed);
+    std::vector<std::string> texts;
+    for (std::ptrdiff_t i = 0; i < shown; ++i)
+        texts.push_back(textOf(list[static_cast<std::size_t>(i)]));
+    const long long more = std::ssize(list) - shown;
+    return Joined(texts) + (more > 0 ? " and " + Digits(more) + " more" : "");
+}
+
+std::string NameOf(const Bnode_bn* node) { return Short(node->name()); }
+
+std::string Renaming(const Bnode_bn* node) {
+    return "'" + Short(node->identity()) + "' to " + Short(node->name());
+}
+
+std::string WordAndCount(const SkippedWord& word) {
+    return Short(word.word.c_str()) + (word.count > 1 ? " " + Digits(word.count) + " times" : "");
 }
 
 const char* Outcome(StatusEN status) {
@@ -164,28 +102,9 @@ const char* FormatTitle(const ImportResult& result) {
     return format == nullptr ? "unknown format" : format->title;
 }
 
-const char* Positions(const Bnet_bn& net, const Facts& facts) {
-    if (net.vnets[0]->laidOut) return "none in the file, laid out here";
-    if (net.nodes.N < 2) return nullptr;
-    return facts.placed ? "from the file" : "none in the file";
-}
-
-/// The words with their counts; a word that is unknown in several places counts once.
-std::string Skipped(const std::vector<SkippedWord>& words) {
-    std::map<std::string, long long> totals;
-    for (const SkippedWord& word : words) totals[word.word] += word.count;
-    std::vector<std::pair<std::string, long long>> ranked(totals.begin(), totals.end());
-    std::ranges::stable_sort(ranked, std::greater(), [](const auto& word) { return word.second; });
-    std::vector<std::string> texts;
-    texts.reserve(ranked.size());
-    for (const auto& [word, count] : ranked)
-        texts.push_back(Short(word.c_str()) + (count > 1 ? " " + Digits(count) + " times" : ""));
-    return Names(texts);
-}
-
 }  // namespace
 
-std::string Summary(const ImportResult& result) {
+std::string Summary(const ImportResult& result, bool all) {
     std::string text =
         Visible(result.file) + ": " + FormatTitle(result) + ", " + Outcome(result.status()) + "\n";
     const auto line = [&text](const char* label, const std::string& value) {
@@ -193,21 +112,24 @@ std::string Summary(const ImportResult& result) {
     };
     if (result.net != nullptr) {
         const Bnet_bn& net = *result.net;
-        const Facts facts = FactsOf(net);
+        const Facts facts(net);
         line("name", Short(net.name));
         if (net.title != nullptr) line("title", Short(net.title));
         line("nodes", Kinds(facts));
         line("states", States(facts));
         line("links", Digits(facts.links));
         line("tables", Numbers(facts));
-        if (!facts.withoutTable.empty()) line("no table", Names(facts.withoutTable));
+        if (!facts.withoutTable.empty()) line("no table", Listed(facts.withoutTable, all, NameOf));
         if (!net.nodesets().empty()) line("groups", Digits(std::ssize(net.nodesets())));
-        if (!facts.renamed.empty()) line("renamed", Names(facts.renamed));
+        if (!facts.renamed.empty()) line("renamed", Listed(facts.renamed, all, Renaming));
         if (facts.titledStates > 0)
             line("no name", Count(facts.titledStates, "state") + ", titled only");
-        if (const char* positions = Positions(net, facts)) line("positions", positions);
+        constexpr const char* positions[] = {"from the file", "none in the file, laid out here",
+                                             "none in the file"};
+        if (net.nodes.N > 1 || facts.positions == PositionsEN::layout)
+            line("positions", positions[static_cast<int>(facts.positions)]);
     }
-    if (!result.skipped.empty()) line("skipped", Skipped(result.skipped));
+    if (!result.skipped.empty()) line("skipped", Listed(SkippedTotals(result), all, WordAndCount));
     line("problems", Problems(result));
     return text;
 }
@@ -215,7 +137,7 @@ std::string Summary(const ImportResult& result) {
 std::string SummaryLine(const ImportResult& result) {
     std::vector<std::string> parts = {FormatTitle(result), Outcome(result.status())};
     if (result.net != nullptr) {
-        const Facts facts = FactsOf(*result.net);
+        const Facts facts(*result.net);
         parts.push_back(Count(result.net->nodes.N, "node"));
         parts.push_back(Count(facts.links, "link"));
         parts.push_back(Count(facts.numbers, "number"));

@@ -12,6 +12,7 @@
 #include <numeric>
 #include <string>
 
+#include "import/detect.h"
 #include "import/messages.h"
 #include "import/readers.h"
 
@@ -56,7 +57,7 @@ constexpr Format formats[] = {
 /// An empty net named after the bare file name, with the path as its file name, its extension the
 /// native one.
 OwnedNet NewNamedNet(const char* fileName) {
-    std::string path(fileName);
+    std::string path(PlainName(fileName));
     path.resize(path.size() + std::strlen(LumoFileExtension_sy) + 2);  // room for the extension
     RemoveExtension_kt(path.data());
     OwnedStr name(DupStr_kt(FileNamePtr_kt(path.data())));

@@ -235,6 +235,7 @@ constexpr std::array formats = {
 };
 
 bool HasExtension(const FormatInfo& format, std::string_view fileName) {
+    fileName = PlainName(fileName);
     const std::size_t dot = fileName.rfind('.');
     if (dot == std::string_view::npos || fileName.find('/', dot) != std::string_view::npos)
         return false;
@@ -261,6 +262,26 @@ const FormatInfo* FindFormat(std::string_view name) {
 
 const FormatInfo* FindFormat(int code) {
     const auto* found = std::ranges::find(formats, code, &FormatInfo::code);
+    return found == formats.end() ? nullptr : found;
+}
+
+std::string_view PlainName(std::string_view fileName) {
+    constexpr std::size_t length = 3;
+    if (fileName.size() > length && Lower(fileName.substr(fileName.size() - length)) == ".gz")
+        fileName.remove_suffix(length);
+    return fileName;
+}
+
+const FormatInfo* FormatOfExtension(std::string_view fileName) {
+    const auto* const found = std::ranges::find_if(
+        formats, [&](const FormatInfo& format) { return HasExtension(format, fileName); });
+    return found == formats.end() ? nullptr : found;
+}
+
+const FormatInfo* CertainFormat(std::string_view start) {
+    const TextStart begin(start.substr(0, DetectionWindow));
+    const auto* const found = std::ranges::find_if(
+        formats, [&](const FormatInfo& format) { return format.strength(begin) >= certain; });
     return found == formats.end() ? nullptr : found;
 }
 

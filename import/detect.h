@@ -31,11 +31,20 @@ const FormatInfo* FindFormat(int code);
 /// The titles of the formats of a set of FormatSetEN, "DSC, BIF"; "any format" for OfAny.
 std::string FormatTitles(unsigned formats);
 
+/// The name of the text in a file of that name: without a ".gz" at its end.
+std::string_view PlainName(std::string_view fileName);
+
+/// The format whose extension the file's name has, or ".gz" after it; null when there is none.
+const FormatInfo* FormatOfExtension(std::string_view fileName);
+
 /// As much of a file's start as detection looks at, in bytes.
 inline constexpr std::size_t DetectionWindow = 64 * 1024;
 
 /// The format that the start of the text looks most like; between equals, and for a text that looks
 /// like none, the file name's extension decides. Null when that is unknown as well.
 const FormatInfo* DetectFormat(std::string_view start, std::string_view fileName);
+
+/// The format that the start of the text is certainly in; null when it only looks like one.
+const FormatInfo* CertainFormat(std::string_view start);
 
 }  // namespace lumo

@@ -13,6 +13,21 @@ struct ImportMessages {
         "the notice before it says why: the file is missing, no file, not readable, or too large"};
     Message<const char*, const char*> pipeFailed{-3468, MessageKind::error, "cannot read '%s': %s",
                                                  OfAny, couldNotRead.cure};
+    Message<const char*, const char*> unusableFolder{
+        -5431, MessageKind::error, "'%s' is a folder; %s", OfAny,
+        "`-r` reads the files in a folder that have the extension of a format or are certainly of "
+        "one; name others by themselves, with `--from`"};
+    Message<const char*, const char*> damagedPacking{
+        -5432, MessageKind::error, "'%s' cannot be unpacked to its end: %s", OfAny,
+        "a download or a disk broke off, or changed bytes. Get the file again; what could be "
+        "unpacked is read"};
+    Message<const char*, const char*> refusedPacking{
+        -5433, MessageKind::error, "'%s' cannot be unpacked: %s", OfAny,
+        "its text would have more than 1 GiB, or more than 64 MiB and 250 times the file's size; "
+        "or zlib is missing. Unpack the file with `gunzip`, if it can be trusted, and read that"};
+    Message<const char*, long long> bytesAfterPacking{
+        -5434, MessageKind::warning, "'%s' has %lld bytes behind its compressed text", OfAny,
+        "they are passed over. Get the file again when something is missing"};
     Message<int> unknownFormatCode{
         -5004, MessageKind::error, "unknown format code %d", OfAny,
         "the format was not told from the text nor from the file's name, or is "

@@ -18,7 +18,7 @@ _lumo_import() {
         values=$(sed -nE 's/^ +(-., )?(--[a-z-]+).*/\2/p; s/^ +(-.), .*/\1/p' <<<"$help")
         COMPREPLY=($(compgen -W "$values" -- "$word"))
     else
-        [ "$COMP_CWORD" -gt 1 ] || values='check convert explain formats'
+        [ "$COMP_CWORD" -gt 1 ] || values='check convert explain formats table'
         _lumo_import_files "$word" "$before"
         COMPREPLY+=($(compgen -W "$values" -- "$word"))
     fi
@@ -26,7 +26,7 @@ _lumo_import() {
 
 # Folders, and the files that can be read; every file where output goes.
 _lumo_import_files() {
-    local file readable='\.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif|xdsl|uai)$'
+    local file readable='\.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif|xdsl|uai)(\.gz)?$'
     compopt -o filenames 2>/dev/null
     while IFS= read -r file; do
         if [ -d "$file" ] || [ "$2" = -o ] || [ "$2" = --output ] || [[ ${file,,} =~ $readable ]]; then

@@ -23,7 +23,8 @@ for line in (lumo-import --help)
 end
 
 complete -c lumo-import -n __fish_use_subcommand -a check -d 'problems only'
+complete -c lumo-import -n __fish_use_subcommand -a table -d 'one node\'s table'
 complete -c lumo-import -n __fish_use_subcommand -a convert -d 'write in another format'
 complete -c lumo-import -n __fish_use_subcommand -a explain -d 'what a report means, and its cure'
 complete -c lumo-import -n __fish_use_subcommand -a formats -d 'what is read and written'
-complete -c lumo-import -k -a '(__fish_complete_suffix .net .oobn .hugin .dsc .dxp .dx .erg .ergo .xml .xbif .xmlbif .bifxml .bif .xdsl .uai)'
+complete -c lumo-import -k -a '(__fish_complete_suffix .net .oobn .hugin .dsc .dxp .dx .erg .ergo .xml .xbif .xmlbif .bifxml .bif .xdsl .uai .gz)'

@@ -27,6 +27,6 @@ done
 
 _arguments -s -S $specs '*: :->operands'
 if [[ $state == operands ]]; then
-    (( CURRENT == 2 )) && compadd check convert explain formats
-    _files -g '(#i)*.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif|xdsl|uai)(-.)'
+    (( CURRENT == 2 )) && compadd check table convert explain formats
+    _files -g '(#i)*.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif|xdsl|uai)(|.gz)(-.)'
 fi

@@ -9,8 +9,11 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
+#include <vector>
 
+#include "app/terminal.h"
 #include "tests/places.h"
 
 namespace {
@@ -87,6 +90,10 @@ TEST_F(Cli, ExitCodes) {
         {"$L convert good.erg -o good.xyz", 64},
         {"$L convert good.erg errors.dsc --to json -o x.json", 64},
         {"$L convert good.erg ./good.erg --to json -o .", 64},
+        {"$L -q -v good.erg", 64},
+        {"$L check --json good.erg", 64},
+        {"$L table good.erg", 64},
+        {"$L convert good.erg --to dsc -o x.dsc.gz", 64},
         {"$L check - - ", 64},
     };
     for (const auto& [command, code] : cases) {
@@ -149,6 +156,75 @@ TEST_F(Cli, SummarySaysWhatBecameOfTheFile) {
               "  problems    1 warning, 1 notice\n");
 }
 
+TEST_F(Cli, SummaryForPrograms) {
+    const Outcome r = run("$L -j 2 --json good.erg errors.dsc none.net");
+    EXPECT_EQ(r.code, 2);
+    std::istringstream lines(r.out);
+    std::vector<nlohmann::json> files;
+    for (std::string line; std::getline(lines, line);) files.push_back(nlohmann::json::parse(line));
+    ASSERT_EQ(files.size(), 3U);
+    EXPECT_EQ(files[0]["net"]["nodes"],
+              nlohmann::json({{"all", 1}, {"nature", 1}, {"decision", 0}, {"utility", 0}}));
+    EXPECT_EQ(files[0]["net"]["numbers"], 2);
+    EXPECT_EQ(files[1]["net"]["withoutTable"], nlohmann::json({"a"}));
+    EXPECT_EQ(files[1]["problems"]["errors"], 1);
+    EXPECT_TRUE(files[2]["net"].is_null());
+    for (std::size_t i = 0; i < files.size(); ++i) EXPECT_EQ(files[i]["exit"], i);
+}
+
+TEST_F(Cli, TableOfANode) {
+    write(
+        "t.net",
+        "net {} node P { label = \"\u6771 \\\"x\\\"\"; states = (\"\u6771\u4eac\" \"b,c\"); }\n"
+        "node Q { states = (\"a\" \"b\"); }\nnode C { states = (\"x\" \"y\" \"z\"); }\n"
+        "utility U { } potential (U | P) { data = (-1.5 20); } decision D { states = (\"go\"); }\n"
+        "potential (C | P Q) { data = (0.59 0.4067 0.0033 1 0 0 0 1 0 0.25 0.25 0.5); }\n");
+    const std::pair<const char*, const char*> cases[] = {
+        {"$L table t.net C",
+         "C: nature\n\n"
+         "P     Q |    x       y       z\n"
+         "\u6771\u4eac  a | 0.59  0.4067  0.0033\n"
+         "      b | 1     0       0\n"
+         "b,c   a | 0     1       0\n"
+         "      b | 0.25  0.25    0.5\n"},
+        {"$L table t.net U",
+         "U: utility\n\nP    | utility\n\u6771\u4eac |    -1.5\nb,c  |    20\n"},
+        {"$L table t.net D", "D: decision\nstates: go\nno table: it is a decision\n"},
+        {"$L table t.net '\u6771 \"x\"' --csv", "\u6771\u4eac,\"b,c\"\r\n"},
+        {"$L table t.net U --csv", "P,utility\r\n\u6771\u4eac,-1.5\r\n\"b,c\",20\r\n"},
+    };
+    for (const auto& [command, text] : cases) EXPECT_EQ(run(command).out, text) << command;
+    const Outcome unknown = run("$L table t.net c");
+    EXPECT_EQ(unknown.code, 64);
+    EXPECT_EQ(unknown.err,
+              "lumo-import: there is no node 'c'; did you mean 'C'?\nThe nodes: P, Q, C, U, D\n");
+    EXPECT_EQ(run("script -qec \"stty cols 20; $L table t.net C\" /dev/null | grep -c '^P'").out,
+              "3\n");
+    EXPECT_NE(run("$L table " + Samples() + "/dxpress/alarm-bell.dxp Bell --condense yes")
+                  .out.find("\n(leak)         |   0.99  0.008  0.002\n"),
+              std::string::npos);
+}
+
+TEST_F(Cli, Suggestions) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"$L convret good.erg -o x.net", "no command or file 'convret'; did you mean 'convert'?"},
+        {"$L --quite good.erg", "no option --quite; did you mean '--quiet'?"},
+        {"$L check good.erg -o x", "-o is an option of convert\n"},
+        {"$L --from hugn good.erg", "uai; did you mean 'hugin'?"},
+        {"$L convert --to xdls -o - good.erg", "; did you mean 'xdsl'?"}};
+    for (const auto& [command, text] : cases)
+        EXPECT_NE(run(command).err.find(text), std::string::npos) << run(command).err;
+    write("chek", Slurp(folder / "good.erg"));
+    EXPECT_EQ(run("$L chek").code, 0);
+}
+
+TEST_F(Cli, HintOnATerminal) {
+    const std::string hint = "lumo-import explain 4016\r\n";
+    const Outcome many = run("script -qec \"$L check errors.dsc good.erg -j 2\" /dev/null");
+    EXPECT_TRUE(many.out.ends_with(hint)) << many.out;
+    EXPECT_EQ(run("$L check errors.dsc").err.find("explain"), std::string::npos);
+}
+
 TEST_F(Cli, SourceLineAndCaretOnATerminal) {
     const auto onTerminal = [this](const std::string& line) {
         write("t.dsc", "belief network \"e\"\n" + line + "\n");
@@ -157,7 +233,8 @@ TEST_F(Cli, SourceLineAndCaretOnATerminal) {
     EXPECT_EQ(onTerminal("\tprobability (b) { 0.5; }"),
               "t.dsc:2:15: error: undeclared node 'b' (in probability block) [-4016]\r\n"
               "   probability (b) { 0.5; }\r\n"
-              "                ^\r\n");
+              "                ^\r\n"
+              "What that means and what to do: lumo-import explain 4016\r\n");
     EXPECT_NE(onTerminal("/*\xC3\xA9\x1b[31m\xE9\u202E*/ probability (b) { }")
                   .find("  /*é\\x1b[31mé\\u202e*/ probability (b) { }\r\n"
                         "                                    ^\r\n"),
@@ -275,6 +352,50 @@ TEST_F(Cli, InputFromPipes) {
     EXPECT_EQ(run("cat errors.dsc | $L check -").err.find("stdin:3:14: error:"), 0U);
 }
 
+TEST_F(Cli, CompressedFiles) {
+    write("e.dsc", Slurp(folder / "errors.dsc"));
+    run("gzip -k good.erg; gzip e.dsc; head -c 40 good.erg.gz >cut.gz; cp good.erg.gz other; "
+        "(head -c 10 good.erg | gzip; tail -c +11 good.erg | gzip; head -c 9 /dev/zero) "
+        ">two.erg.gz; "
+        "(cat good.erg.gz; echo) >more.gz; gzip </dev/null >none.gz; "
+        "head -c 80000000 /dev/zero | gzip >bomb.net.gz");
+    const std::pair<const char*, int> cases[] = {
+        {"$L -q good.erg.gz two.erg.gz other - <good.erg.gz", 0},
+        {"$L cut.gz", 1},
+        {"$L none.gz", 2},
+        {"printf '\\037\\213junk' | $L -", 2},
+        {"$L bomb.net.gz", 2}};
+    for (const auto& [command, code] : cases) {
+        const Outcome r = run(command);
+        EXPECT_EQ(r.code, code) << command << r.out << r.err;
+        EXPECT_EQ(r.err.empty(), code == 0) << command;
+    }
+    EXPECT_EQ(run("$L check e.dsc.gz").err.find("e.dsc.gz:3:14: error: undeclared node"), 0U);
+    EXPECT_NE(run("$L check more.gz").err.find("[-5434]"), std::string::npos);
+    EXPECT_EQ(run("$L convert two.erg.gz --to json -o .").code, 0);
+    EXPECT_EQ(nlohmann::json::parse(Slurp(folder / "two.json"))["net"]["name"], "two");
+}
+
+TEST_F(Cli, Folders) {
+    run("mkdir -p in/b/c in/.git in/empty; cp good.erg in/z.erg; cp good.erg in/b/z.dsc; "
+        "cp in/z.erg in/b/z.erg; gzip in/z.erg; cp good.erg in/.git/a.erg; ln -s .. in/b/up; "
+        "echo '1 2 3' >in/numbers; echo 'class X { }' >in/b/c/x");
+    const Outcome r = run("$L convert -rv in --to json -o in/out");
+    EXPECT_EQ(r.code, 0) << r.err;
+    for (const char* file : {"b/c/x.json", "b/z.dsc.json", "b/z.erg.json", "z.json"})
+        EXPECT_TRUE(fs::exists(folder / "in/out" / file)) << file;
+    for (const char* text : {"in/.git: notice: passed over", "in/b/up: notice",
+                             "in/numbers: notice", "4 files: 4 read\n"})
+        EXPECT_NE(r.err.find(text), std::string::npos) << text;
+    EXPECT_NE(run("$L convert -rv in --to json -o in/out").err.find("in/out: notice"),
+              std::string::npos);
+    EXPECT_EQ(run("$L -r in in | tail -1").out, "8 files: 8 read\n");
+    EXPECT_EQ(
+        run("$L check in; $L check -r in/empty").err,
+        "in: error: 'in' is a folder; -r reads the files in it [-5431]\n"
+        "in/empty: error: 'in/empty' is a folder; no file in it is of a known format [-5431]\n");
+}
+
 TEST_F(Cli, WritesThatFailLeaveNothing) {
     write("in.net", Slurp(Samples() + "/hugin/asia.net"));
     write("kept", "old");
@@ -387,6 +508,35 @@ TEST_F(Cli, ListsFormatsAndExplainsReports) {
     for (const auto& [command, texts] : cases)
         for (const std::string& text : texts)
             EXPECT_NE(run(command).out.find(text), std::string::npos) << text;
+}
+
+TEST(Terminal, TextsAreCutToColumns) {
+    const struct {
+        const char* text;
+        std::size_t columns;
+        const char *end, *middle;
+    } cases[] = {
+        {"plain", 5, "plain", "plain"},
+        {"plain", 4, "pla…", "pl…n"},
+        {"e\u0301e\u0301e\u0301", 3, "e\u0301e\u0301e\u0301", "e\u0301e\u0301e\u0301"},
+        {"\u6771\u4eac\u90fd\u5e81", 6, "\u6771\u4eac…", "\u6771…\u5e81"},
+        {"abc", 1, "…", "…"},
+        {"abc", 0, "", ""},
+    };
+    for (const auto& [text, columns, end, middle] : cases) {
+        EXPECT_EQ(lumo::app::CutEnd(text, columns), end);
+        EXPECT_EQ(lumo::app::CutMiddle(text, columns), middle);
+    }
+}
+
+TEST(Terminal, ProgressFitsAnyWidth) {
+    const std::string what = "reading file /a/long/way/to/東京/the.net";
+    EXPECT_EQ(lumo::app::ProgressText(what, 0.5, 50),
+              "[########........]  50% reading file …東京/the.net");
+    EXPECT_EQ(lumo::app::ProgressText("files", 0.999, 100),
+              "[#############################.]  99% files");
+    for (std::size_t columns = 0; columns < 120; ++columns)
+        EXPECT_LE(lumo::app::DisplayWidth(lumo::app::ProgressText(what, 2, columns)), columns);
 }
 
 }  // namespace

@@ -105,7 +105,7 @@ class Completion(unittest.TestCase):
 
     def test_files(self):
         with tempfile.TemporaryDirectory() as folder:
-            readable = [f"{folder}/a b{extension}" for extension in EXTENSIONS] + [f"{folder}/UP.NET"]
+            readable = [f"{folder}/a b{extension}" for extension in EXTENSIONS] + [f"{folder}/UP.NET", f"{folder}/a.net.gz"]
             for name in [*readable, f"{folder}/notes.txt"]:
                 pathlib.Path(name).touch()
             os.mkdir(f"{folder}/nets")

@@ -1,0 +1,20 @@
+// One node's table, for people and for spreadsheets.
+#pragma once
+
+#include <string>
+
+#include "app/options.h"
+#include "export/result.h"
+
+namespace lumo::app {
+
+/// Finds the node by its name, the file's text or its title; null when there is none or more than
+/// one, and the mistake says so, and which nodes there are.
+const Bnode_bn* FindNode(const Bnet_bn& net, const std::string& text, std::string& mistake);
+
+/// Writes the node's table to standard output: a row per combination of the parents' states, with
+/// these at the left and the node's own states as columns. On a terminal, states that do not fit
+/// beside each other follow below. Empty when it worked, else what went wrong.
+std::string WriteTable(const Bnode_bn& node, const Options& options);
+
+}  // namespace lumo::app
