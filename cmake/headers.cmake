@@ -10,7 +10,8 @@ set(LUMO_PUBLIC_HEADERS
     library/utilities/vect3.h)
 if(TARGET lumo_export)
     list(APPEND LUMO_PUBLIC_HEADERS
-        export/writers.h export/result.h export/losses.h export/placing.h export/text.h)
+        export/writers.h export/result.h export/losses.h export/placing.h export/text.h
+        export/describe.h export/explain.h export/output.h)
 endif()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${LUMO_PUBLIC_HEADERS})
 
