@@ -1,0 +1,88 @@
+test_that("a net is written as the command line converts it", {
+    program <- Sys.getenv("LUMO_IMPORT")
+    skip_if(program == "", "the command line is not here")
+    for (file in samples()) {
+        own <- tempfile(fileext = ".json")
+        wanted <- tempfile(fileext = ".json")
+        write_net(quiet(read_net(file)), own)
+        system2(program, c("convert", shQuote(file), "-o", wanted), stdout = FALSE, stderr = FALSE)
+        expect_identical(readLines(own), readLines(wanted), info = file)
+        unlink(c(own, wanted))
+    }
+})
+
+test_that("a net that was saved or changed is written", {
+    file <- tempfile(fileext = ".rds")
+    on.exit(unlink(file))
+    saveRDS(lawn(), file)
+    net <- readRDS(file)
+    expect_identical(net, lawn())
+    net$nodes$Rain$states <- c("much", "none")
+    net$nodes$Rain$prob <- c(0.25, 0.75)
+    net$nodes$Sprinkler$prob <- net$nodes$Sprinkler$prob[c(3, 1, 2), drop = FALSE]
+    net$nodes$WetGrass <- NULL
+    net$nodes$Cloud <- list(name = "Cloud", states = c("a cloud", "no cloud", "fog"),
+                            parents = "Rain", prob = matrix(c(0.5, 0.25, 0.25, 0, 0, 1), 3))
+    out <- tempfile(fileext = ".bif")
+    lost <- withVisible(quiet(write_net(net, out)))
+    expect_false(lost$visible)
+    expect_type(lost$value, "character")
+    again <- quiet(read_net(out))
+    expect_named(again$nodes, c("Rain", "Sprinkler", "Cloud"))
+    expect_identical(dimnames(again$nodes$Cloud$prob)$Rain, c("much", "none"))
+    expect_equal(unname(c(again$nodes$Sprinkler$prob)), c(0.4, 0.5, 0.1))
+    expect_equal(c(again$nodes$Cloud$prob), c(0.5, 0.25, 0.25, 0, 0, 1))
+})
+
+test_that("what makes no net is refused by name", {
+    refused <- function(change, message) {
+        net <- change(lawn())
+        expect_error(write_net(net, tempfile(fileext = ".net")), message)
+    }
+    refused(function(n) { n$nodes$Rain$parents <- "Snow"; n }, "'Rain': there is no parent 'Snow'")
+    refused(function(n) { n$nodes$Rain$parents <- "WetGrass"; n$nodes$Rain$prob <- NULL; n },
+            "WetGrass")
+    refused(function(n) { n$nodes$Rain$prob <- c(0.5, 0.5, 0); n }, "'Rain': `prob` should have")
+    refused(function(n) { n$nodes$Rain$prob <- c(-1, 2); n }, "Rain")
+    refused(function(n) { dimnames(n$nodes$Rain$prob)$Rain <- c("a", "rain"); n }, "other states")
+    refused(function(n) { n$nodes$WetGrass$name <- "a b"; n }, "'a b' is no name")
+    refused(function(n) { n$nodes$Rain$kind <- "chance"; n }, "no kind 'chance'")
+    refused(function(n) { n$nodes$Rain$states <- c("a", "a"); n }, "'Rain': `states`")
+    expect_error(write_net(lawn(), "x.what"), "no format to write 'x.what'")
+    expect_error(write_net(lawn(), "/no such folder/x.net"), "cannot write")
+    expect_error(write_net(list(), "x.net"), "should be a net")
+})
+
+test_that("the file that was read is spared", {
+    file <- file_of(readLines(lawn()$source))
+    net <- read_net(file)
+    expect_error(write_net(net, file), "force = TRUE")
+    expect_silent(write_net(net, file, force = TRUE))
+    net$status <- "errors"
+    expect_error(write_net(net, file, force = TRUE), "read without errors")
+})
+
+test_that("arrows end at the borders of what is drawn", {
+    square <- list(x = c(8, 12, 12, 8), y = c(8, 8, 12, 12))
+    expect_equal(lumo:::border(square, c(10, 10), c(20, 10)), c(12, 10))
+    expect_equal(lumo:::border(square, c(10, 10), c(5, 5)), c(8, 8))
+    expect_equal(lumo:::border(square, c(10, 10), c(11, 10)), c(11, 10))
+})
+
+test_that("nets are drawn and printed", {
+    file <- tempfile(fileext = ".pdf")
+    grDevices::pdf(file)
+    on.exit({ grDevices::dev.off(); unlink(file) })
+    for (sample in samples()) {
+        net <- quiet(read_net(sample))
+        expect_silent(plot(net))
+        expect_silent(plot(net, states = TRUE, cex = 0.7))
+        expect_output(print(net), net$name, fixed = TRUE)
+        expect_output(print(summary(net)), "problems: ")
+    }
+    net <- lawn()
+    for (i in 1:3) net$nodes[[i]]$position <- c(5, 5)
+    placed <- lay_out(net)
+    expect_gt(placed$nodes$WetGrass$position[["y"]], placed$nodes$Rain$position[["y"]])
+    expect_silent(plot(net))
+})
