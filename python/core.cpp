@@ -1,4 +1,6 @@
 // The compiled part of the Python package lumo.
+#include <cerrno>
+
 #include "export/writers.h"
 #include "import/detect.h"
 #include "python/lumo_python.h"
@@ -32,6 +34,14 @@ void ForbidMaking(const py::object& type) {
     PyType_Modified(object);
 }
 
+void RaiseOSError(int error, const std::filesystem::path& path) {
+    const auto name = py::reinterpret_steal<py::object>(
+        PyUnicode_DecodeFSDefaultAndSize(path.c_str(), std::ssize(path.native())));
+    errno = error;
+    PyErr_SetFromErrnoWithFilenameObject(PyExc_OSError, name.ptr());
+    throw py::error_already_set();
+}
+
 }  // namespace lumo::python
 
 PYBIND11_MODULE(_core, module) {
@@ -40,6 +50,7 @@ PYBIND11_MODULE(_core, module) {
     python::DefineNode(module);
     python::DefineNet(module);
     python::DefineReading(module);
+    python::DefineState(module);
     module.attr("__version__") = LUMO_VERSION;
     module.attr("formats") = python::FormatExtensions();
     module.attr("writers") = python::WriterExtensions();

@@ -7,6 +7,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -36,6 +37,11 @@ std::string Names(const LIST& list) {
     return names;
 }
 
+/// "1 node", "2 nodes".
+inline std::string Counted(long long count, const std::string& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 struct Net : ImportResult {
     std::vector<std::string> notes;      ///< what the readers print, such as renamed nodes
     std::optional<FileIdentity> source;  ///< the file that was read, if it was one
@@ -43,8 +49,12 @@ struct Net : ImportResult {
     /// The children of each node that has some; made when first wanted.
     const std::vector<const Bnode_bn*>& childrenOf(const Bnode_bn* node);
 
+    /// The node's place in the net.
+    int placeOf(const Bnode_bn* node);
+
 private:
     bool haveChildren_ = false;
+    std::unordered_map<const Bnode_bn*, int> places_;
     std::unordered_map<const Bnode_bn*, std::vector<const Bnode_bn*>> children_;
 };
 using SharedNet = std::shared_ptr<Net>;
@@ -76,8 +86,13 @@ py::tuple Reports(const Net& net);
 /// "file:line:column: error: message (in what) [number]".
 std::string ReportLine(const ReportRecord& report);
 
-py::object ToJson(const Net& net);            ///< the command line's document
-py::object ToNetworkx(const SharedNet& net);  ///< a DiGraph
+/// Raises the OSError of that errno, as Python does for the path.
+[[noreturn]] void RaiseOSError(int error, const std::filesystem::path& path);
+
+/// Classes are plain ones for Python's tools, not of pybind11's own kind.
+inline py::metaclass PlainClass() {
+    return py::metaclass(py::handle(reinterpret_cast<PyObject*>(&PyType_Type)));
+}
 
 /// Objects of the class come from reading alone: making one in Python is a TypeError.
 void ForbidMaking(const py::object& type);
@@ -87,5 +102,6 @@ void DefineReport(py::module_& module);
 void DefineNode(py::module_& module);
 void DefineNet(py::module_& module);
 void DefineReading(py::module_& module);
+void DefineState(py::module_& module);
 
 }  // namespace lumo::python

@@ -1,10 +1,10 @@
 // Nets, their nodes as a sequence, and writing them.
 #include <pybind11/stl/filesystem.h>
 
-#include <cerrno>
-#include <ostream>
+#include <sstream>
 
 #include "export/describe.h"
+#include "export/json.h"
 #include "export/writers.h"
 #include "python/lumo_python.h"
 
@@ -21,6 +21,13 @@ const std::vector<const Bnode_bn*>& Net::childrenOf(const Bnode_bn* node) {
     return found == children_.end() ? none : found->second;
 }
 
+int Net::placeOf(const Bnode_bn* node) {
+    if (places_.empty())
+        for (const Bnode_bn* each : net->nodes)
+            places_.emplace(each, static_cast<int>(places_.size()));
+    return places_.at(node);
+}
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -30,6 +37,7 @@ struct Nodes {
     SharedNet net;
 
     const BndList_bn& list() const { return net->net->nodes; }
+    py::object iterate() const { return py::iter(NodeTuple(net, list())); }
     Node at(long long i) const {
         if (i < 0) i += list().N;
         if (i < 0 || i >= list().N) throw py::index_error("the net has no such node");
@@ -79,6 +87,12 @@ const Bnode_bn* FindNode(const Net& net, const py::object& key) {
     return other && *other != utf8 ? net.net->findNodeLabeled(other->c_str()) : nullptr;
 }
 
+/// Whether it is a node of the net, or the name of one.
+bool Contains(const Net& net, const py::object& key) {
+    if (py::isinstance<Node>(key)) return key.cast<Node>().net.get() == &net;
+    return FindNode(net, key) != nullptr;
+}
+
 Node NodeNamed(const SharedNet& net, const py::object& key) {
     const Bnode_bn* const node = FindNode(*net, key);
     if (node != nullptr) return {net, node};
@@ -100,6 +114,39 @@ py::tuple Groups(const SharedNet& net) {
     return py::tuple(py::cast(groups));
 }
 
+py::object ToJson(const Net& net) {
+    std::ostringstream out;
+    {
+        const py::gil_scoped_release release;
+        WriteJson(net, out);
+    }
+    return py::module_::import("json").attr("loads")(out.str());
+}
+
+/// None for a net that is too large to look at in a notebook.
+OptionalText Picture(const Net& net) {
+    constexpr int mostNodes = 500;
+    if (net.net->nodes.N > mostNodes) return std::nullopt;
+    std::ostringstream out;
+    const py::gil_scoped_release release;
+    FindWriter("svg")->write(net, out);
+    return out.str();
+}
+
+std::string Summary(const Net& net) {
+    long long links = 0;
+    for (const Bnode_bn* node : net.net->nodes) links += node->parents.N;
+    return ToUtf8(net.net->name) + ": " + Counted(net.net->nodes.N, "node") + ", " +
+           Counted(links, "link") + ", " + net.format + ", " + StatusName(net.status());
+}
+
+/// The first names, and how many more there are.
+std::string FirstNames(const BndList_bn& nodes) {
+    strin_kt names;
+    NodeNamesToStr(nodes, ", ", 60, names);
+    return std::to_string(nodes.N) + (nodes.N > 0 ? ": " : "") + std::string(names.view());
+}
+
 /// As in the JSON.
 py::dict Drawing(const Net& net) {
     using py::literals::operator""_a;
@@ -115,12 +162,6 @@ py::dict Drawing(const Net& net) {
                      "bold"_a = has(fontspec_kt::Bold), "italic"_a = has(fontspec_kt::Italic)),
         "grid"_a = py::dict("x"_a = drawing.grid.x, "y"_a = drawing.grid.y,
                             "show"_a = drawing.showGrid, "snap"_a = drawing.snapToGrid));
-}
-
-[[noreturn]] void RaiseOSError(int error, const fs::path& path) {
-    errno = error;
-    PyErr_SetFromErrnoWithFilenameObject(PyExc_OSError, py::cast(path).ptr());
-    throw py::error_already_set();
 }
 
 /// Returns what the format does not keep, a line each.
@@ -154,33 +195,67 @@ std::vector<std::string> WriteFile(const Net& net, const fs::path& path, const O
 
 void DefineNet(py::module_& module) {
     using py::literals::operator""_a;
-    py::class_<Group>(module, "Group", "A named set of nodes with its colour, \"#rrggbb\".")
-        .def_readonly("name", &Group::name)
-        .def_readonly("color", &Group::color)
-        .def_readonly("nodes", &Group::nodes)
-        .def("__repr__", [](const Group& group) { return "<lumo.Group " + group.name + ">"; });
-
-    py::class_<Nodes>(module, "Nodes", "The nodes of a net, in its order.")
-        .def("__len__", [](const Nodes& nodes) { return nodes.list().N; })
-        .def("__getitem__", &Nodes::at)
-        .def("__getitem__", &Nodes::slice)
-        .def("__repr__", [](const Nodes& nodes) {
-            return "<lumo.Nodes, " + std::to_string(nodes.list().N) + ">";
+    py::class_<Group>(module, "Group", PlainClass(),
+                      "A named set of nodes with its colour, \"#rrggbb\".")
+        .def_readonly("name", &Group::name, "Its name.")
+        .def_readonly("color", &Group::color, "Its display colour, \"#rrggbb\".")
+        .def_readonly("nodes", &Group::nodes, "A tuple of Node, in the order of joining.")
+        .def_static("_of",
+                    [](const std::string& name, const std::string& color, const py::tuple& nodes) {
+                        return Group{name, color, nodes};
+                    })
+        .def("__repr__", [](const Group& group) {
+            return "<lumo.Group " + group.name + ": " +
+                   Counted(static_cast<long long>(group.nodes.size()), "node") + ">";
         });
 
-    py::class_<Net, SharedNet>(module, "Net", "A net that was read, and how that went.")
-        .def_property_readonly("name", [](const Net& n) { return ToUtf8(n.net->name); })
-        .def_property_readonly("title", [](const Net& n) { return TextOrNone(n.net->title); })
-        .def_property_readonly("comment", [](const Net& n) { return TextOrNone(n.net->comment); })
-        .def_property_readonly("file", [](const Net& n) { return ToUtf8(n.file); })
-        .def_property_readonly("format", [](const Net& n) { return n.format; })
+    py::class_<Nodes>(
+        module, "Nodes", PlainClass(),
+        "The nodes of a net as a sequence, in its order: nodes[0], nodes[-1], nodes[2:5] (a "
+        "tuple), nodes[\"name\"]. An IndexError or KeyError where there is none.")
+        .def("__len__", [](const Nodes& nodes) { return nodes.list().N; })
+        .def("__iter__", &Nodes::iterate)
+        .def("__contains__",
+             [](const Nodes& nodes, const py::object& key) { return Contains(*nodes.net, key); })
+        .def("__getitem__", &Nodes::at)
+        .def("__getitem__", &Nodes::slice)
+        .def("__getitem__",
+             [](const Nodes& nodes, const py::str& name) { return NodeNamed(nodes.net, name); })
+        .def_property_readonly("_net", [](const Nodes& nodes) { return nodes.net; })
+        .def("__repr__",
+             [](const Nodes& nodes) { return "<lumo.Nodes " + FirstNames(nodes.list()) + ">"; });
+
+    py::class_<Net, SharedNet>(
+        module, "Net", PlainClass(),
+        "A net that was read, and how that went. net[\"name\"] is a node, by the text that the "
+        "file names it by, then by its name (KeyError); iterating gives the nodes, len() their "
+        "number, and `in` tells whether a node, or one of that name, is in the net. Nothing "
+        "changes a net.")
+        .def_property_readonly(
+            "name", [](const Net& n) { return ToUtf8(n.net->name); },
+            "A letter, then letters, digits and underscores.")
+        .def_property_readonly(
+            "title", [](const Net& n) { return TextOrNone(n.net->title); },
+            "A text for people, or None.")
+        .def_property_readonly(
+            "comment", [](const Net& n) { return TextOrNone(n.net->comment); },
+            "A longer text, or None.")
+        .def_property_readonly(
+            "file", [](const Net& n) { return ToUtf8(n.file); },
+            "The file as it was named to lumo.read, or the `name` given to lumo.reads.")
+        .def_property_readonly(
+            "format", [](const Net& n) { return n.format; }, "A key of lumo.formats.")
         .def_property_readonly(
             "status", [](const Net& n) { return StatusName(n.status()); },
-            "\"ok\", \"warnings\" or \"errors\".")
-        .def_property_readonly("nodes", [](const SharedNet& n) { return Nodes{n}; })
-        .def_property_readonly("groups", Groups)
-        .def_property_readonly("drawing", Drawing)
-        .def_property_readonly("reports", Reports)
+            "\"ok\", \"warnings\", or \"errors\": then the net is what could be read.")
+        .def_property_readonly(
+            "nodes", [](const SharedNet& n) { return Nodes{n}; }, "The nodes as a sequence.")
+        .def_property_readonly("groups", Groups, "The named sets of nodes: a tuple of Group.")
+        .def_property_readonly("drawing", Drawing,
+                               "Settings of the drawing: extent, styles of nodes and labels, "
+                               "zoom, font, grid; as in the JSON.")
+        .def_property_readonly("reports", Reports,
+                               "The problems in the order they were met: a tuple of Report.")
         .def_property_readonly(
             "skipped",
             [](const Net& n) {
@@ -194,15 +269,21 @@ void DefineNet(py::module_& module) {
             "notes", [](const Net& n) { return py::tuple(py::cast(n.notes)); },
             "Lines for the user that are no problems, such as which nodes were renamed.")
         .def("__getitem__", NodeNamed)
-        .def("__contains__",
-             [](const Net& n, const py::object& key) { return FindNode(n, key) != nullptr; })
-        .def("to_json", ToJson, "The net and its reports as the JSON of the command line.")
-        .def("to_networkx", ToNetworkx, "The net as a networkx.DiGraph; tables stay here.")
+        .def("__contains__", Contains)
+        .def("__iter__", [](const SharedNet& n) { return Nodes{n}.iterate(); })
+        .def("__len__", [](const Net& n) { return n.net->nodes.N; })
+        .def(
+            "to_json", ToJson,
+            "The net and its reports as the JSON document of the command line, in dicts and lists.")
         .def("write", WriteFile, "path"_a, "format"_a = py::none(), py::kw_only(),
              "force"_a = false,
-             "Writes the net in the format, or in that of the path's extension; returns what the "
-             "format does not keep, a line each.")
-        .def("__repr__", [](const Net& n) { return "<lumo.Net " + ToUtf8(n.net->name) + ">"; });
+             "Writes the net in the format, or in that of the path's extension (keys and values "
+             "of lumo.writers); returns what the format does not keep, a line each. What was "
+             "there stays when it fails.\n\nRaises ValueError for a format that is not written, "
+             "FileExistsError for the file that the net was read from unless force is true and "
+             "it was read without an error, and OSError when the file cannot be written.")
+        .def("_repr_svg_", Picture, "The picture of the net for notebooks; None above 500 nodes.")
+        .def("__repr__", [](const Net& n) { return "<lumo.Net " + Summary(n) + ">"; });
 }
 
 }  // namespace lumo::python

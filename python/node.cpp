@@ -90,44 +90,81 @@ py::object Levels(const Node& node) {
 }  // namespace
 
 void DefineNode(py::module_& module) {
-    py::class_<State>(module, "State", "A state of a node; str() gives what people call it.")
-        .def_readonly("name", &State::name)
-        .def_readonly("title", &State::title)
-        .def_readonly("comment", &State::comment)
-        .def_readonly("value", &State::value)
+    using Fields =
+        std::tuple<OptionalText, OptionalText, OptionalText, std::optional<double>, std::string>;
+    py::class_<State>(
+        module, "State", PlainClass(),
+        "A state of a node. str() gives what people call it: its title, else its name, value or "
+        "interval, else \"#k\".")
+        .def_readonly("name", &State::name, "A legal name, distinct within the node, or None.")
+        .def_readonly("title", &State::title, "A text for people, or None.")
+        .def_readonly("comment", &State::comment, "A longer text, or None.")
+        .def_readonly("value", &State::value,
+                      "The number that a numeric state stands for, or None.")
+        .def("_fields",
+             [](const State& s) { return Fields(s.name, s.title, s.comment, s.value, s.label); })
+        .def_static("_of", [](const Fields& f) { return std::make_from_tuple<State>(f); })
         .def("__str__", [](const State& state) { return state.label; })
         .def("__repr__", [](const State& state) { return "<lumo.State " + state.label + ">"; });
 
     const auto text = [](auto get) { return [get](const Node& n) { return TextOrNone(get(n)); }; };
-    py::class_<Node>(module, "Node", "A node of a net.")
-        .def_property_readonly("name", [](const Node& n) { return n->name(); })
-        .def_property_readonly("title", text([](const Node& n) { return n->title; }))
-        .def_property_readonly("comment", text([](const Node& n) { return n->comment; }))
+    py::class_<Node>(
+        module, "Node", PlainClass(),
+        "A node of a net, which it keeps alive. Two are equal when they are the same node of the "
+        "same net.")
+        .def_property_readonly(
+            "net", [](const Node& n) { return n.net; }, "The net that it belongs to.")
+        .def_property_readonly(
+            "name", [](const Node& n) { return n->name(); },
+            "A letter, then letters, digits and underscores; unique in the net.")
+        .def_property_readonly("title", text([](const Node& n) { return n->title; }),
+                               "A text for people, or None.")
+        .def_property_readonly("comment", text([](const Node& n) { return n->comment; }),
+                               "A longer text, or None.")
         .def_property_readonly(
             "kind", [](const Node& n) { return KindName(n->kind); },
             "\"nature\", \"decision\" or \"utility\".")
-        .def_property_readonly("discrete", [](const Node& n) { return n->variable.discrete; })
-        .def_property_readonly("states", States)
-        .def_property_readonly("levels", Levels, "Bounds of the intervals of a continuous node.")
-        .def_property_readonly("parents",
-                               [](const Node& n) { return NodeTuple(n.net, n->parents); })
         .def_property_readonly(
-            "children", [](const Node& n) { return NodeTuple(n.net, n.net->childrenOf(n.node)); })
-        .def_property_readonly("position", Position)
-        .def_property_readonly("groups", GroupNames)
-        .def_property_readonly("user_fields", UserFields)
+            "discrete", [](const Node& n) { return n->variable.discrete; },
+            "False for a continuous variable, also for one cut into intervals.")
+        .def_property_readonly("states", States,
+                               "A tuple of State, empty for a variable without states.")
+        .def_property_readonly(
+            "levels", Levels,
+            "The bounds of a variable cut into intervals, one more than it has states: a "
+            "read-only float64 array, or None.")
+        .def_property_readonly(
+            "parents", [](const Node& n) { return NodeTuple(n.net, n->parents); },
+            "A tuple of Node, in the order of the table's dimensions.")
+        .def_property_readonly(
+            "children", [](const Node& n) { return NodeTuple(n.net, n.net->childrenOf(n.node)); },
+            "A tuple of Node, in the order of the net.")
+        .def_property_readonly("position", Position,
+                               "(x, y) on the drawing, in its units, y downwards; placed by the "
+                               "automatic layout where the file has no positions.")
+        .def_property_readonly("groups", GroupNames, "The names of the groups that it is in.")
+        .def_property_readonly("user_fields", UserFields,
+                               "Further fields of the file: a dict of texts by name.")
         .def_property_readonly(
             "relation", [](const Node& n) { return RelationName(n->relation.kind); },
             "\"none\", \"table\", \"deterministic\", \"noisy-max\" or \"real\".")
+        .def_property_readonly("table", Table,
+                               "The probabilities, or the values of a utility node: a read-only "
+                               "float32 array of the net's own memory with a dimension for each "
+                               "parent, in order, and a last one for the node's own states, if "
+                               "it has some. With more than 31 parents all of them share the "
+                               "first. None for a node without a table and for a condensed "
+                               "noisy-max node.")
         .def_property_readonly(
-            "table", Table,
-            "Read-only float32 array of the net's memory: a dimension a parent, then the states.")
-        .def_property_readonly(
-            "experience", [](const Node& n) { return View(n, n->relation.exper, Shape(n, 0)); })
+            "experience", [](const Node& n) { return View(n, n->relation.exper, Shape(n, 0)); },
+            "The number of cases behind each row: a read-only float32 array with a dimension for "
+            "each parent, or None.")
         .def_property_readonly(
             "parameters",
             [](const Node& n) { return View(n, n->relation.params, {NumCIParams(*n.node)}); },
-            "The parameters of a noisy-max node.")
+            "The parameters of a noisy-max node, or None: a read-only float64 array of states x "
+            "(1 + the sum over parents of (their states - 1)); each parent's states from 1 up, a "
+            "distribution each, then the leak distribution.")
         .def(
             "__eq__",
             [](const Node& n, const py::object& other) {
@@ -135,8 +172,10 @@ void DefineNode(py::module_& module) {
             },
             py::is_operator())
         .def("__hash__", [](const Node& n) { return std::hash<const Bnode_bn*>()(n.node); })
-        .def("__repr__",
-             [](const Node& n) { return "<lumo.Node " + std::string(n->name()) + ">"; });
+        .def("__repr__", [](const Node& n) {
+            return "<lumo.Node " + std::string(n->name()) + ": " + KindName(n->kind) + ", " +
+                   Counted(n->numStates(), "state") + ", " + Counted(n->parents.N, "parent") + ">";
+        });
 }
 
 }  // namespace lumo::python

@@ -98,7 +98,7 @@ Bnet_bn* Import(Net& result, const FormatInfo* format, const std::string_view* t
 
 py::handle readError;  // the class lumo.ReadError
 
-/// Its text is the worst report, then the others.
+/// Its text is the worst report, then the others; its place that of the worst.
 [[noreturn]] void RaiseReadError(const Net& net) {
     constexpr std::size_t mostLines = 10;
     const auto worst = std::ranges::max_element(net.reports, {}, &ReportRecord::severity);
@@ -109,6 +109,9 @@ py::handle readError;  // the class lumo.ReadError
     if (lines > mostLines) text += "\nand " + std::to_string(lines - mostLines) + " more";
     const py::object error = readError(text);
     error.attr("reports") = Reports(net);
+    error.attr("filename") = ToUtf8(net.file);
+    const bool placed = worst != net.reports.end() && worst->line > 0;
+    error.attr("lineno") = placed ? std::optional(worst->line) : std::nullopt;
     PyErr_SetObject(readError.ptr(), error.ptr());
     throw py::error_already_set();
 }
@@ -159,17 +162,25 @@ SharedNet Read(const std::string& name, const std::string_view* text, const Read
     return net;
 }
 
+/// What cannot be opened is the OSError that open() has for it.
 SharedNet ReadFile(const fs::path& path, const Reading& reading) {
-    std::error_code unknown;
-    const fs::file_status status = fs::status(path, unknown);
-    if (!fs::exists(status) || fs::is_regular_file(status) || fs::is_directory(status))
-        return Read(path, nullptr, reading);
-    std::string content;  // a pipe can be read only once
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status)) RaiseOSError(error ? error.value() : ENOENT, path);
+    if (fs::is_directory(status)) RaiseOSError(EISDIR, path);
+    std::string content;
+    int failed = 0;
     {
         const py::gil_scoped_release release;
+        errno = 0;
         std::ifstream in(path, std::ios::binary);
-        content.assign(std::istreambuf_iterator<char>(in), {});
+        if (!in) failed = errno;
+        // A pipe can be read only once; a file is read below.
+        if (in && !fs::is_regular_file(status))
+            content.assign(std::istreambuf_iterator<char>(in), {});
     }
+    if (failed != 0) RaiseOSError(failed, path);
+    if (fs::is_regular_file(status)) return Read(path, nullptr, reading);
     const std::string_view text = content;
     return Read(path, &text, reading);
 }
@@ -178,31 +189,20 @@ SharedNet ReadFile(const fs::path& path, const Reading& reading) {
 
 void DefineReading(py::module_& module) {
     using py::literals::operator""_a;
-    readError = PyErr_NewExceptionWithDoc(
-        "lumo.ReadError", "Nothing could be read; `reports` says why.", PyExc_Exception, nullptr);
+    readError = PyErr_NewExceptionWithDoc("lumo.ReadError",
+                                          "Nothing could be read: `reports` says why; `filename` "
+                                          "and `lineno` (or None) are the place of the worst "
+                                          "report.",
+                                          PyExc_Exception, nullptr);
     module.attr("ReadError") = readError;
-    module.def(
-        "read",
-        [](const fs::path& path, const OptionalText& format, bool condense, bool strict,
-           bool normalize, const OptionalText& className, bool createStateNames) {
-            return ReadFile(path,
-                            {format, condense, strict, normalize, className, createStateNames});
-        },
-        "path"_a, "format"_a = py::none(), "condense"_a = false, py::kw_only(), "strict"_a = false,
-        "normalize"_a = false, "class_name"_a = py::none(), "create_state_names"_a = false,
-        "Reads a file. condense: noisy-max nodes keep their parameters alone.");
-    module.def(
-        "reads",
-        [](std::string_view text, const OptionalText& format, const std::string& name,
-           bool condense, bool strict, bool normalize, const OptionalText& className,
-           bool createStateNames) {
-            return Read(name, &text,
-                        {format, condense, strict, normalize, className, createStateNames});
-        },
-        "data"_a, "format"_a = py::none(), "name"_a = "text", "condense"_a = false, py::kw_only(),
-        "strict"_a = false, "normalize"_a = false, "class_name"_a = py::none(),
-        "create_state_names"_a = false,
-        "Reads a text; reports and the net are named after `name`.");
+    // lumo/_read.py gives these their defaults and documentation.
+    py::class_<Reading>(module, "Reading")
+        .def(py::init<OptionalText, bool, bool, bool, OptionalText, bool>(), "format"_a,
+             "condense"_a, "strict"_a, "normalize"_a, "class_name"_a, "create_state_names"_a);
+    module.def("read", ReadFile);
+    module.def("reads", [](std::string_view text, const fs::path& name, const Reading& reading) {
+        return Read(name, &text, reading);
+    });
 }
 
 }  // namespace lumo::python

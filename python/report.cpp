@@ -30,20 +30,31 @@ std::string ReportLine(const ReportRecord& report) {
 }
 
 void DefineReport(py::module_& module) {
-    py::class_<ReportRecord>(module, "Report", "A problem that was met while a file was read.")
-        .def_readonly("number", &ReportRecord::number)
-        .def_readonly("severity", &ReportRecord::severity)
-        .def_property_readonly("kind",
-                               [](const ReportRecord& r) { return SeverityName(r.severity); })
-        .def_property_readonly("message", [](const ReportRecord& r) { return ToUtf8(r.message); })
-        .def_property_readonly("file", [](const ReportRecord& r) { return ToUtf8(r.file); })
+    py::class_<ReportRecord>(module, "Report", PlainClass(),
+                             "A problem that was met while a file was read. str() is "
+                             "\"file:line:column: kind: message (in what) [number]\".")
+        .def_readonly("number", &ReportRecord::number,
+                      "Which problem it is; lumo.explain tells more.")
+        .def_readonly("severity", &ReportRecord::severity,
+                      "2 notice, 4 warning, 6 error, 8 fatal error.")
+        .def_property_readonly(
+            "kind", [](const ReportRecord& r) { return SeverityName(r.severity); },
+            "\"notice\", \"warning\", \"error\" or \"fatal\".")
+        .def_property_readonly(
+            "message", [](const ReportRecord& r) { return ToUtf8(r.message); },
+            "What is the matter, in a line; texts of the file in single quotes.")
+        .def_property_readonly(
+            "file", [](const ReportRecord& r) { return ToUtf8(r.file); }, "The file that was read.")
         .def_property_readonly(
             "line",
-            [](const ReportRecord& r) { return r.line > 0 ? std::optional(r.line) : std::nullopt; })
-        .def_property_readonly("column",
-                               [](const ReportRecord& r) {
-                                   return r.line > 0 ? std::optional(r.column) : std::nullopt;
-                               })
+            [](const ReportRecord& r) { return r.line > 0 ? std::optional(r.line) : std::nullopt; },
+            "The line in the file, from 1; None without a place.")
+        .def_property_readonly(
+            "column",
+            [](const ReportRecord& r) {
+                return r.line > 0 ? std::optional(r.column) : std::nullopt;
+            },
+            "The column in the line, from 1, in bytes; None without a place.")
         .def_property_readonly(
             "place", [](const ReportRecord& r) { return PlaceText(r); },
             "\"file:line:column\", as far as they are known.")
@@ -53,7 +64,7 @@ void DefineReport(py::module_& module) {
                 return py::make_tuple(TextOrNone(r.structKind), TextOrNone(r.structName),
                                       TextOrNone(r.fieldName));
             },
-            "What was being read: kind of structure, its name, the field.")
+            "What was being read: (kind of structure, its name, the field), each a text or None.")
         .def(
             "explain", [](const ReportRecord& r) { return Explain(r.number, FormatTitles); },
             "What the report means, its cause and its cure.")

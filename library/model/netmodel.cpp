@@ -191,6 +191,8 @@ rept_kt* ModelAccess::setLabel(Bnode_bn& node, char* label) {
 
 rept_kt* SetNodeLabel(Bnode_bn& node, char* label) { return ModelAccess::setLabel(node, label); }
 
+void SetNodeIdentity(Bnode_bn& node, const char* text) { ModelAccess::setIdentity(node, text); }
+
 // ---- New nodes -----------------------------------------------------------------------------
 
 void ModelAccess::addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position) {

@@ -485,6 +485,9 @@ rept_kt* SetStatesToLabels(Bnode_bn& node, char** labels, int count, bool create
 /// no title is set; otherwise the label becomes the title and the name a legal unique form of it. A
 /// label that another node has is a warning (labelExists); the first node keeps the identity.
 rept_kt* SetNodeLabel(Bnode_bn& node, char* label);
+/// Makes the text what findNodeLabeled knows the node by, whatever its name and title; one that no
+/// other node has.
+void SetNodeIdentity(Bnode_bn& node, const char* text);
 void SetNetLabel(Bnet_bn& net, char* label);  ///< sets the net's title, which takes the string
 
 /// Moves the node's visual node in the given visual net (null: its first) to the position.

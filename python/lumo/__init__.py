@@ -1,5 +1,6 @@
 """Reads Bayes nets and decision networks from the files of other programs (docs/python.md)."""
 
+from lumo import _convert, _notebook, _pickle
 from lumo._core import (
     Group,
     Net,
@@ -11,13 +12,13 @@ from lumo._core import (
     __version__,
     explain,
     formats,
-    read,
-    reads,
     writers,
 )
+from lumo._read import LumoWarning, read, read_many, reads
 
 __all__ = [
     "Group",
+    "LumoWarning",
     "Net",
     "Node",
     "Nodes",
@@ -28,6 +29,7 @@ __all__ = [
     "explain",
     "formats",
     "read",
+    "read_many",
     "reads",
     "writers",
 ]

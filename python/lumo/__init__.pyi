@@ -1,18 +1,34 @@
+from collections.abc import Iterable, Iterator
 from os import PathLike
-from typing import Any, Iterator, overload
+from typing import Any, Union, overload
+
+from typing_extensions import Never
 
 import networkx
 import numpy
+import pandas
+import xarray
 from numpy.typing import NDArray
+
+_Path = Union[str, bytes, PathLike[str], PathLike[bytes]]
 
 __version__: str
 formats: dict[str, tuple[str, ...]]
 writers: dict[str, str]
 
+class _Read:  # objects come from reading alone: making one is a TypeError
+    def __init__(self, *args: Never, **kwargs: Never) -> None: ...
+
 class ReadError(Exception):
     reports: tuple[Report, ...]
+    filename: str
+    lineno: int | None
 
-class Report:
+class LumoWarning(UserWarning):
+    report: Report
+    def __init__(self, report: Report) -> None: ...
+
+class Report(_Read):
     @property
     def number(self) -> int: ...
     @property
@@ -33,7 +49,7 @@ class Report:
     def context(self) -> tuple[str | None, str | None, str | None]: ...
     def explain(self) -> str: ...
 
-class State:
+class State(_Read):
     @property
     def name(self) -> str | None: ...
     @property
@@ -43,7 +59,7 @@ class State:
     @property
     def value(self) -> float | None: ...
 
-class Group:
+class Group(_Read):
     @property
     def name(self) -> str: ...
     @property
@@ -51,7 +67,9 @@ class Group:
     @property
     def nodes(self) -> tuple[Node, ...]: ...
 
-class Node:
+class Node(_Read):
+    @property
+    def net(self) -> Net: ...
     @property
     def name(self) -> str: ...
     @property
@@ -84,16 +102,19 @@ class Node:
     def experience(self) -> NDArray[numpy.float32] | None: ...
     @property
     def parameters(self) -> NDArray[numpy.float64] | None: ...
+    def to_frame(self, *, normalize: bool = False) -> pandas.DataFrame: ...
+    def to_xarray(self, *, normalize: bool = False) -> xarray.DataArray: ...
 
-class Nodes:
+class Nodes(_Read):
     def __len__(self) -> int: ...
     def __iter__(self) -> Iterator[Node]: ...
+    def __contains__(self, node: object) -> bool: ...
     @overload
-    def __getitem__(self, index: int) -> Node: ...
+    def __getitem__(self, key: int | str) -> Node: ...
     @overload
-    def __getitem__(self, index: slice) -> tuple[Node, ...]: ...
+    def __getitem__(self, key: slice) -> tuple[Node, ...]: ...
 
-class Net:
+class Net(_Read):
     @property
     def name(self) -> str: ...
     @property
@@ -119,16 +140,20 @@ class Net:
     @property
     def notes(self) -> tuple[str, ...]: ...
     def __getitem__(self, name: str) -> Node: ...
-    def __contains__(self, name: object) -> bool: ...
+    def __contains__(self, node: object) -> bool: ...
+    def __iter__(self) -> Iterator[Node]: ...
+    def __len__(self) -> int: ...
     def to_json(self) -> dict[str, Any]: ...
+    def to_frame(self) -> pandas.DataFrame: ...
     def to_networkx(self) -> networkx.DiGraph: ...
+    def to_pgmpy(self, *, normalize: bool = False, skip: bool = False) -> Any: ...
     def write(
-        self, path: str | PathLike[str], format: str | None = None, *, force: bool = False
+        self, path: _Path, format: str | None = None, *, force: bool = False
     ) -> list[str]: ...
 
 def explain(number: int) -> str: ...
 def read(
-    path: str | PathLike[str],
+    path: _Path,
     format: str | None = None,
     condense: bool = False,
     *,
@@ -136,15 +161,29 @@ def read(
     normalize: bool = False,
     class_name: str | None = None,
     create_state_names: bool = False,
+    warn: bool = False,
 ) -> Net: ...
 def reads(
     data: bytes | str,
     format: str | None = None,
-    name: str = "text",
+    name: _Path = "text",
     condense: bool = False,
     *,
     strict: bool = False,
     normalize: bool = False,
     class_name: str | None = None,
     create_state_names: bool = False,
+    warn: bool = False,
 ) -> Net: ...
+def read_many(
+    paths: Iterable[_Path],
+    jobs: int | None = None,
+    *,
+    warn: bool = False,
+    format: str | None = ...,
+    condense: bool = ...,
+    strict: bool = ...,
+    normalize: bool = ...,
+    class_name: str | None = ...,
+    create_state_names: bool = ...,
+) -> Iterator[Net | ReadError | OSError]: ...

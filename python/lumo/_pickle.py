@@ -1,0 +1,37 @@
+"""Pickling and copying: a net through its bytes, a node or group through its net."""
+
+import copyreg
+
+from lumo import _core
+
+
+def _net(state):
+    return _core.net_of(state)
+
+
+def _report(state):
+    return _core.report_of(state)
+
+
+def _state(fields):
+    return _core.State._of(fields)
+
+
+def _group(name, color, nodes):
+    return _core.Group._of(name, color, nodes)
+
+
+def _nodes(net):
+    return net.nodes
+
+
+def _node(net, place):
+    return net.nodes[place]
+
+
+copyreg.pickle(_core.Net, lambda net: (_net, (_core.net_state(net),)))
+copyreg.pickle(_core.Report, lambda report: (_report, (_core.report_state(report),)))
+copyreg.pickle(_core.State, lambda state: (_state, (state._fields(),)))
+copyreg.pickle(_core.Group, lambda group: (_group, (group.name, group.color, group.nodes)))
+copyreg.pickle(_core.Nodes, lambda nodes: (_nodes, (nodes._net,)))
+copyreg.pickle(_core.Node, lambda node: (_node, (node.net, _core.place_of(node))))
