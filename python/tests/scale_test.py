@@ -1,0 +1,60 @@
+"""docs/scale.py on a cluster of two workers, one of which dies meanwhile: scale_test.py ROOT."""
+
+import collections
+import os
+import pathlib
+import signal
+import sys
+import tempfile
+import time
+
+import distributed
+import lumo
+
+ROOT = pathlib.Path(sys.argv[1])
+sys.path.append(str(ROOT / "docs"))
+import scale  # noqa: E402
+
+
+def slowly(path, rows=scale.rows):
+    time.sleep(0.05)
+    return list(rows(path))
+
+
+def kill_one_that_holds_results(cluster, client):
+    """Its results are lost with it, and what it was at."""
+    while not any(client.has_what().values()):
+        time.sleep(0.01)
+    address = next(address for address, held in client.has_what().items() if held)
+    worker = next(worker for worker in cluster.workers.values() if worker.worker_address == address)
+    os.kill(worker.process.pid, signal.SIGKILL)
+    return worker.process.pid
+
+
+def main():
+    samples = [str(path) for path in sorted(ROOT.glob("samples/*/*")) if path.suffix != ".expected"]
+    with tempfile.TemporaryDirectory() as folder:
+        damaged = pathlib.Path(folder, "damaged.net")
+        damaged.write_bytes(b"net { \x00")
+        paths = [*samples, str(damaged), f"{folder}/none.net"]
+        scale.rows = slowly
+        with distributed.LocalCluster(2, threads_per_worker=1, dashboard_address=None,
+                                      local_directory=folder) as cluster, distributed.Client(cluster) as client:
+            future = client.compute(scale.table(paths, files_a_task=1))
+            killed = kill_one_that_holds_results(cluster, client)
+            assert not future.done(), "the work was over before the worker was killed"
+            frame = future.result(timeout=120)
+            assert killed not in {worker.process.pid for worker in cluster.workers.values()}
+            reports = client.submit(lambda path: lumo.read(path).reports, samples[0]).result(timeout=60)
+            assert list(map(str, reports)) == list(map(str, lumo.read(samples[0]).reports))
+            nets = client.map(lumo.read, samples)
+            assert [net.to_json() for net in client.gather(nets)] == [lumo.read(path).to_json() for path in samples]
+        wanted = collections.Counter((path, row["what"]) for path in paths for row in scale.rows(path))
+    seen = collections.Counter(zip(frame["file"], frame["what"]))
+    assert seen == wanted, (seen - wanted, wanted - seen)
+    assert frame["file"][frame["what"] == "net"].tolist() == paths[:-1]
+    assert frame["text"][frame["file"] == paths[-1]].tolist() == [f"[Errno 2] No such file or directory: {paths[-1]!r}"]
+
+
+if __name__ == "__main__":
+    main()
