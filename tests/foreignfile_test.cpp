@@ -134,37 +134,6 @@ TEST_F(EntryTest, ImportsInAScopeHaveTheirOwnBudgets) {
     EXPECT_EQ(seen.count(msg::reports.tooManyErrors.number), 0);
 }
 
-TEST_F(EntryTest, TextsThatNoNodeHasFindNone) {
-    const struct {
-        int format;
-        const char* text;
-        int number;  ///< of the error that names the unknown text
-    } cases[] = {
-        {FormatXMLBIF,
-         "<BIF VERSION='0.3'><NETWORK><VARIABLE><NAME>温度</NAME></VARIABLE><VARIABLE><NAME>压力"
-         "</NAME></VARIABLE><DEFINITION><FOR>压力</FOR><GIVEN>湿度</GIVEN></DEFINITION></NETWORK></"
-         "BIF>",
-         -3475},
-        {FormatXMLBIF,
-         "<BIF VERSION='0.3'><NETWORK><VARIABLE><NAME>温度</NAME></VARIABLE><DEFINITION><FOR></FOR>"
-         "</DEFINITION></NETWORK></BIF>",
-         -3474},
-        {FormatDsc, "network x node N {} node C {} probability(C | *) { (0): 1, 0; }", -4018},
-        {FormatHugin, "net {} node N {} node C {} potential (C | é) {}", -3032},
-        {FormatDXPress,
-         "diagnostic network x { nodes { standard \"N\" {}; }; network { standard \"\" () {}; }; }",
-         -4082},
-        {FormatBIF, "network x {} variable N {type discrete[1]{a};} probability (é) { table 1; }",
-         -5313},
-    };
-    for (const auto& [format, text, number] : cases) {
-        const Imported got = ImportText(text, format);
-        ASSERT_NE(got.net, nullptr);
-        EXPECT_GE(got.seen.count(number), 1) << got.seen.text();
-        for (const Bnode_bn* node : got.net->nodes) EXPECT_EQ(node->parents.N, 0) << text;
-    }
-}
-
 TEST_F(EntryTest, NamesThatAreCutAreSaid) {
     const std::string name(300, 'x');
     for (const auto& [format, text] : std::initializer_list<std::pair<int, std::string>>{

@@ -16,6 +16,10 @@
 #include "import/ForeignFile.h"
 #include "tests/consistency.h"
 
+namespace lumo {
+inline void PrintTo(const coord_kt& at, std::ostream* out) { *out << at.x << ',' << at.y; }
+}  // namespace lumo
+
 namespace lumo::test {
 
 /// A report as the handler saw it.

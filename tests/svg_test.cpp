@@ -2,6 +2,8 @@
 // becomes mark-up.
 #include "export/svg.h"
 
+#include <unistd.h>
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -288,7 +290,7 @@ std::string Dot(const ImportResult& result) {
 
 /// What the program `dot` makes of the text, as plain lines; what it says on standard error too.
 std::string Through(const std::string& dot, const std::string& arguments) {
-    const std::string path = ::testing::TempDir() + "lumo_dot_test.dot";
+    const std::string path = Format("%slumo-%d.dot", ::testing::TempDir().c_str(), getpid());
     std::ofstream(path, std::ios::binary) << dot;
     std::FILE* pipe = ::popen(("dot " + arguments + " " + path + " 2>&1").c_str(), "r");
     std::string out;

@@ -1,25 +1,8 @@
-// The UAI reader: samples, what is refused and why, and texts made to hurt.
+// The UAI reader: texts made to hurt.
 #include "tests/support.h"
 
 namespace lumo::test {
 namespace {
-
-TEST(Uai, RefusesOtherKindsByName) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"MARKOV\n1\n2\n", "a MARKOV file: a Markov random field"},
-        {"limid 1 2", "a LIMID file: an influence diagram"},
-        {"MPE 1 0", "a MPE file: an assignment"},
-        {"2 0 1 4 0", "a evidence file"},
-        {"2 1 0 1 2 3 0 4 1", "a evidence file"},
-        {"<BIF>", "begins with '<BIF>'"},
-        {"# nothing", "unexpected end-of-input"},
-    };
-    for (const auto& [text, message] : cases) {
-        const Imported got = ImportText(text, FormatUAI);
-        EXPECT_EQ(got.net, nullptr) << text;
-        EXPECT_NE(got.seen.text().find(message), std::string::npos) << got.seen.text();
-    }
-}
 
 TEST(Uai, LargeInputsTakeLinearTime) {
     ExpectLinear(
