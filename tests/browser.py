@@ -1,7 +1,10 @@
 """A headless browser that leaves nothing behind, for what is tested and pictured with it."""
 import os
 import shutil
+import signal
+import sys
 import tempfile
+import time
 
 from selenium import webdriver
 
@@ -13,6 +16,15 @@ class Browser:
 
     def __init__(self):
         self.folder = tempfile.mkdtemp(prefix="lumo-browser-")
+        self.driver = None
+        signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # ended from outside, it clears up too
+        try:
+            self.start()
+        except BaseException:
+            self.__exit__()
+            raise
+
+    def start(self):
         options = webdriver.ChromeOptions()
         options.binary_location = CHROMIUM
         for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--no-first-run",
@@ -22,19 +34,22 @@ class Browser:
             options.add_argument(argument)
         options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
         service = webdriver.chrome.service.Service(DRIVER, env={**os.environ, "TMPDIR": self.folder})
-        try:
-            self.driver = webdriver.Chrome(options=options, service=service)
-        except BaseException:
-            shutil.rmtree(self.folder, ignore_errors=True)
-            raise
+        self.driver = webdriver.Chrome(options=options, service=service)
         self.command("Browser.setDownloadBehavior", behavior="allow", downloadPath=self.folder)
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
-        self.driver.quit()
-        shutil.rmtree(self.folder, ignore_errors=True)
+        try:
+            if self.driver:
+                self.driver.quit()
+        finally:
+            for _ in range(100):  # what is ending may still write
+                shutil.rmtree(self.folder, ignore_errors=True)
+                if not os.path.exists(self.folder):
+                    break
+                time.sleep(0.1)
 
     def command(self, name, **parameters):
         """A command of the browser's developer protocol."""

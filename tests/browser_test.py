@@ -4,6 +4,7 @@ of a file stay texts, that the page stays small with large nets, and that its nu
 Arguments: the program lumo-import and the folder of samples. Ends with 77 (skipped) where the
 browser or its driver is not installed.
 """
+import atexit
 import base64
 import csv
 import glob
@@ -164,11 +165,13 @@ class Report(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.browser = Browser()
+        atexit.register(cls.browser.__exit__)  # when it ends within a test
         cls.driver, cls.script = cls.browser.driver, cls.browser.script
 
     @classmethod
     def tearDownClass(cls):
         folder = cls.browser.folder
+        atexit.unregister(cls.browser.__exit__)
         cls.browser.__exit__()
         assert not os.path.exists(folder)
 
