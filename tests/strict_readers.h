@@ -237,8 +237,8 @@ inline StrictNet ReadStrictLines(std::string_view text, bool isBif) {
             in.expect(in.numbers[0] == static_cast<float>(node.states.size()), "all states");
         }
         if (isBif) in.take("  property label = $q;\n");
-        node.isPlaced = in.take(isBif ? "  property position = ($n, $n);\n"
-                                      : "  position : ($n, $n);\n");
+        node.isPlaced =
+            in.take(isBif ? "  property position = ($n, $n);\n" : "  position : ($n, $n);\n");
         for (const char* group : {"  label : $q;\n", "  category : $q;\n"})
             if (!isBif) in.take(group);
         in.expect("}\n");
