@@ -34,6 +34,7 @@ public:
 private:
     /// What may stand before the first number: "default :", the rest of an empty tuple, '('.
     void start() {
+        if (const char first = in_.peekPunc(); first >= '0' && first <= '9') return;
         if (IsDefault(in_.peekWord())) skipWord();
         for (char c = in_.peekPunc(); c == ')' || c == ':' || c == ','; c = in_.peekPunc())
             in_.skipChar();
@@ -100,18 +101,19 @@ private:
     }
 
     void judge() {
+        const std::span values(out_, static_cast<std::size_t>(n_));
         double sum = 0;
-        bool whole = true;
-        for (float& value : std::span(out_, static_cast<std::size_t>(n_))) {
+        for (float& value : values) {
             if (value < 0) problems_ |= BelVecNegative;
             if (value <= 0) value = 0;
-            whole = whole && value == std::floor(value);
             sum += static_cast<double>(value);
         }
+        const auto isWhole = [](float value) { return value == std::floor(value); };
         if (sum == 0)
             problems_ |= BelVecZeroSum | BelVecDontNormalize;
         else if (std::fabs(sum - 1) > 1e-3)
-            problems_ |= whole && sum > 1 ? BelVecCounts : BelVecNotOne;
+            problems_ |=
+                sum > 1 && std::ranges::all_of(values, isWhole) ? BelVecCounts : BelVecNotOne;
     }
 
     Parser_CString_kt& in_;

@@ -98,9 +98,16 @@ std::string_view TakeWord(Parser_CString_kt& in) {
 }
 
 bool TakeText(Parser_CString_kt& in, strin_kt& text) {
-    if (in.peekPunc() != '"' && in.peekWord().empty()) return false;
+    const std::string_view word = in.peekWord();
+    if (word.empty() && in.peekChar() != '"') return false;
     text.clear();
-    in.readString(text);
+    if (word.empty()) {
+        in.readString(text);
+    } else {
+        in.setTokenStart(word.data());
+        in.setPos(word.data() + word.size());
+        text.append(word);
+    }
     return true;
 }
 

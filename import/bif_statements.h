@@ -71,7 +71,7 @@ void ReadStatements(Parser_CString_kt& in, READER& reader,
     while (!in.isAtEnd()) {
         const char c = in.readPunc();
         if (c == '}') return;
-        const std::string word(c == 0 ? in.peekWord() : std::string_view(&c, 1));
+        const std::string_view word = c == 0 ? in.peekWord() : std::string_view(&c, 1);
         const Statement<READER>* const statement = FindStatement(known, word);
         if (statement == nullptr && c != 0) {
             DropStray(in, c);

@@ -406,6 +406,7 @@ private:
 
     /// Reads the states into tuple_, `most` at most, and returns how many there are.
     std::size_t readTupleStates(std::size_t most) {
+        if (readNumbers(most)) return most;
         tuple_.clear();
         std::size_t count = 0;
         for (; in_.peekPunc() != ')'; ++count) {
@@ -415,6 +416,24 @@ private:
         }
         in_.skipChar();
         return count;
+    }
+
+    /// Reads a tuple that is as many plain numbers, as most are. False, and no move, when it is
+    /// not.
+    bool readNumbers(std::size_t wanted) {
+        const ParserPos_kt start = in_.getPos();
+        const ParserPos_kt token = in_.tokenStart();
+        tuple_.resize(wanted);
+        const bool read =
+            in_.readInts(tuple_.data(), static_cast<int>(wanted)) == static_cast<int>(wanted) &&
+            in_.peekPunc() == ')';
+        if (read) {
+            in_.skipChar();
+        } else {
+            in_.setPos(start);
+            in_.setTokenStart(token);
+        }
+        return read;
     }
 
     int readState(std::size_t index) {

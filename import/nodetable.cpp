@@ -1,6 +1,8 @@
 // ParseNodeTable: a node's data table, in the nesting of parentheses that its writer chose.
 #include <algorithm>
 #include <map>
+#include <memory_resource>
+#include <optional>
 #include <vector>
 
 #include "import/hugin_messages.h"
@@ -116,8 +118,11 @@ private:
     }
 
     const Bnode_bn& node_;
-    std::vector<Level> levels_;  ///< from the innermost out, by growing span
-    std::vector<Frame> stack_;
+    // Most tables have few levels: what they need stands here, without an allocation a table.
+    std::byte room_[512];
+    std::pmr::monotonic_buffer_resource memory_{room_, sizeof room_};
+    std::pmr::vector<Level> levels_{&memory_};  ///< from the innermost out, by growing span
+    std::pmr::vector<Frame> stack_{&memory_};
     long long lastEnd_ = -1;  ///< of the last list in order
     long long lastSpan_ = 0;
     int depth_ = 0;
@@ -186,8 +191,8 @@ public:
     NodeTableReader(Parser_CString_kt& in, const Bnode_bn& node, bool hasStates, bool asNested)
         : in_(in),
           node_(node),
+          hasStates_(hasStates),
           shape_(node, hasStates),
-          nesting_(node, hasStates),
           asNested_(asNested) {
         if (hasStates) wanted_ = node.numStates();
         wanted_ *= NumProduct(node.parents);
@@ -200,7 +205,7 @@ public:
         while (item()) {
         }
         checkCount();
-        if (!turn()) warnOfShape(start);
+        if (!turn(start)) warnOfShape(start);
         return std::move(table_);
     }
 
@@ -250,10 +255,10 @@ private:
         for (;; ++p) {
             if (*p == '(') {
                 shape_.open(count_, p);
-                nesting_.open();
+                if (nesting_) nesting_->open();
             } else if (*p == ')') {
                 shape_.close(count_, p);
-                nesting_.close();
+                if (nesting_) nesting_->close();
             } else if (*p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') {
                 break;
             }
@@ -268,7 +273,7 @@ private:
         const long long room = store ? wanted_ - count_ : count_ == wanted_ ? 1 : 64;
         const int run = in_.readFloats(out, static_cast<int>(room), CommasEN::may);
         shape_.numbers(run, in_.tokenStart());
-        nesting_.numbers(run);
+        if (nesting_) nesting_->numbers(run);
         if (run == 1 && count_ == wanted_) firstExtra_ = in_.tokenStart();
         count_ += run;
         return run;
@@ -280,10 +285,20 @@ private:
         throw in_.report(msg::import.badTable, node_.name(), wanted_, count_);
     }
 
+    /// Reads the value that starts there once more for its nesting: few tables need that.
+    std::vector<int> nestedOrder(ParserPos_kt start) {
+        nesting_.emplace(node_, hasStates_);
+        count_ = 0;
+        in_.setPos(start);
+        while (item()) {
+        }
+        return nesting_->order(node_);
+    }
+
     /// Puts the numbers into the header's order when they are nested in another.
-    bool turn() {
+    bool turn(ParserPos_kt start) {
         if (!asNested_ || shape_.problem().empty() || shape_.depth() > 0) return false;
-        const std::vector<int> order = nesting_.order(node_);
+        const std::vector<int> order = nestedOrder(start);
         if (order.empty()) return false;
         const std::size_t levels = order.size();
         std::vector<long long> strides(levels);
@@ -338,8 +353,9 @@ private:
 
     Parser_CString_kt& in_;
     const Bnode_bn& node_;
+    bool hasStates_;
     ShapeCheck shape_;
-    Nesting nesting_;
+    std::optional<Nesting> nesting_;
     bool asNested_;
     long long wanted_ = 1;
     long long count_ = 0;

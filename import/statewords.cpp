@@ -1,6 +1,5 @@
 #include "import/statewords.h"
 
-#include <cstring>
 #include <utility>
 
 namespace lumo {
@@ -17,8 +16,11 @@ std::string_view WordOf(const Varbl_bn& variable, int state) {
 
 /// Whether the text, which may be null, is the word.
 bool IsWord(const char* text, std::string_view word) {
-    return text != nullptr && std::strncmp(text, word.data(), word.size()) == 0 &&
-           text[word.size()] == 0;
+    if (text == nullptr) return false;
+    for (const char c : word) {
+        if (*text++ != c) return false;
+    }
+    return *text == 0;
 }
 
 int FindFrom(const Bnode_bn& node, std::string_view word, int state) {

@@ -1,6 +1,7 @@
 // Relations: probability tables, real tables, experience, and the checks made on them.
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -403,7 +404,34 @@ void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& va
 
 }  // namespace
 
+namespace {
+
+/// Sets a row of a table that was prepared for the row before, the usual case. False when there is
+/// more to do or something to say.
+bool SetNextRow(Bnode_bn& node, const int* parentStates, const float* probs) {
+    Reln_bn& relation = node.relation;
+    if (relation.rowMarks == nullptr || relation.kind != RelnKindEN::table) return false;
+    std::size_t row = 0;
+    for (const Bnode_bn* parent : node.parents) {
+        const auto count = static_cast<std::size_t>(parent->numStates());
+        const auto state = static_cast<std::size_t>(*parentStates++);  // huge when negative
+        if (state >= count) return false;
+        row = row * count + state;
+    }
+    const auto states = static_cast<std::size_t>(node.numStates());
+    const auto isProbability = [](float p) { return p >= 0 && p <= FLT_MAX; };
+    if (relation.rowMarks[row] != RowMissing || !std::all_of(probs, probs + states, isProbability))
+        return false;
+    std::copy_n(probs, states, relation.probs + row * states);
+    relation.rowMarks[row] = RowSingle;
+    ModelAccess::changed(node);
+    return true;
+}
+
+}  // namespace
+
 rept_kt* Bnode_bn::setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN) {
+    if (SetNextRow(*this, parentStates, probs)) return Okay_rept_kt;
     int entries = 0;
     rept_kt* report = ModelAccess::checkTableSize(*this, entries);
     if (IsError(report)) return report;

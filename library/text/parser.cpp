@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view WhiteSpace = " \t\n\v\f\r";
+constexpr std::string_view NumberStarts = "0123456789+-.";
 constexpr std::string_view ListClosers = ",)]}";  // end a number of a list, whatever the table says
 
 short* NewTable() {
@@ -41,6 +42,10 @@ NumberEN Parse(const char* first, const char* last, double& value, const char*& 
 
 NumberEN Parse(const char* first, const char* last, float& value, const char*& end) {
     return ParseFloat(first, last, value, end);
+}
+
+NumberEN Parse(const char* first, const char* last, int& value, const char*& end) {
+    return ParseInteger(first, last, value, end);
 }
 
 /// The byte that the three octal digits at p spell; -1 when there are none such.
@@ -163,6 +168,7 @@ void Parser_CString_kt::classifyBytes() {
     }
     bytes_[0] |= ByteEnd;
     for (const char c : ListClosers) bytes_[static_cast<unsigned char>(c)] |= ByteListCloser;
+    for (const char c : NumberStarts) bytes_[static_cast<unsigned char>(c)] |= ByteNumber;
     if (options->xmlComments) bytes_[unsigned{'<'}] |= ByteComment;
 }
 
@@ -334,7 +340,7 @@ int Parser_CString_kt::readNumbers(T* out, int most, CommasEN commas) {
         token = pastSeparator(p, comma);
         if (comma && commas == CommasEN::must) break;
         const char* after = nullptr;
-        if (!numberAt(token, inList, out[n], after)) break;
+        if (!is(token, ByteNumber) || !numberAt(token, inList, out[n], after)) break;
         p = after;
     }
     channel.position = p;
@@ -353,6 +359,10 @@ int Parser_CString_kt::readDoubles(double* out, int most, CommasEN commas) {
     return readNumbers(out, most, commas);
 }
 
+int Parser_CString_kt::readInts(int* out, int most) {
+    return readNumbers(out, most, CommasEN::may);
+}
+
 double Parser_CString_kt::readDouble() {
     double value = 0;
     numberFailed = readNumbers(&value, 1, CommasEN::none) == 0;
@@ -364,12 +374,11 @@ double Parser_CString_kt::readDouble() {
 
 int Parser_CString_kt::readInt() {
     const char* const p = toToken();
-    const char* const last = wordEnd(p);
     int value = 0;
     const char* end = nullptr;
-    numberFailed = ParseInteger(p, last, value, end) != NumberEN::ok || end != last;
+    numberFailed = ParseInteger(p, end_, value, end) != NumberEN::ok || wordEnd(end) != end;
     if (!numberFailed) {
-        channel.position = last;
+        channel.position = end;
         return value;
     }
     MakeNumberError(*this, true);

@@ -250,8 +250,9 @@ private:
     void record(rept_kt* report);
     void stopWhenBudgetSpent();
     void tellProgress(ReportHandler& handler);
-    int progressStep_ = 0;     ///< last hundredth reported
-    bool budgetSaid_ = false;  ///< that the error budget is spent was reported
+    int progressStep_ = 0;        ///< last hundredth reported
+    long long nextProgress_ = 0;  ///< bytes at which there may be another to report
+    bool budgetSaid_ = false;     ///< that the error budget is spent was reported
 };
 
 /// The tokenizer over a string channel: reads its own copy of the channel.
@@ -327,6 +328,8 @@ public:
 
     void describePlace(rept_kt& report) const override;
 
+    /// Reads integers separated by white space, comments and single commas, as readFloats does.
+    int readInts(int* out, int most);
     /// The next word, which is consumed: a part of the text.
     std::string_view takeWord() {
         const char* const p = toToken();
@@ -352,6 +355,7 @@ private:
         ByteEnd = 0x08,      ///< the zero behind the text
         ByteLetter = 0x10,
         ByteListCloser = 0x20,  ///< ends a number of a list, whatever the options say
+        ByteNumber = 0x40,      ///< may start a number
     };
     void classifyBytes();
     bool is(const char* p, int classes) const {

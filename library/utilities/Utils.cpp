@@ -93,11 +93,10 @@ bool streql_kt(const char* a, const char* b) {
 
 bool streqli_kt(const char* a, const char* b) {
     if (a == nullptr || b == nullptr) return a == b;
-    while (*a != '\0' && LowerCase(*a) == LowerCase(*b)) {
-        ++a;
-        ++b;
+    for (;; ++a, ++b) {
+        if (*a != *b && LowerCase(*a) != LowerCase(*b)) return false;
+        if (*a == '\0') return true;
     }
-    return LowerCase(*a) == LowerCase(*b);
 }
 
 bool HasPrefix_kt(const char* prefix, const char* s) {

@@ -71,14 +71,8 @@ NumberEN detail::ParseNumberSlow(const char* first, const char* last, double& va
     return NumberEN::ok;
 }
 
-NumberEN ParseInteger(const char* first, const char* last, int& value, const char*& end) {
-    const char* digits = first;
-    if (digits != last && (*digits == '+' || *digits == '-')) ++digits;
-    const char* const after = SkipDigits(digits, last);
-    if (after == digits) return NumberEN::none;
-    end = after;
-    const std::from_chars_result result =
-        std::from_chars(*first == '+' ? digits : first, after, value);
+NumberEN detail::ParseIntegerSlow(const char* first, const char* last, int& value) {
+    const std::from_chars_result result = std::from_chars(first + (*first == '+'), last, value);
     return result.ec == std::errc() ? NumberEN::ok : NumberEN::tooLarge;
 }
 
