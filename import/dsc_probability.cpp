@@ -451,16 +451,16 @@ private:
 
     /// A state named in a tuple, of the parent that the index stands for.
     int readStateName(std::size_t index) {
-        const OwnedStr name(in_.readStringNew());
+        const char* const name = in_.readStringText();
         lenient_.tellOnce(in_, msg::dsc.namedStates);
         std::size_t place = index;
         if (index < tupleOrder_.size()) place = static_cast<std::size_t>(tupleOrder_[index]);
         if (place >= parents_) return 0;  // there are too many, which is said
         const Bnode_bn& parent = *child_.parents[static_cast<int>(place)];
         const auto& numbers = lenient_.statesOf(parent);
-        const auto found = numbers.find(name.get());
+        const auto found = numbers.find(name);
         if (found != numbers.end()) return found->second;
-        throw in_.report(msg::dsc.unknownState, name.get(), parent.name());
+        throw in_.report(msg::dsc.unknownState, name, parent.name());
     }
 
     /// Puts a tuple that lists the parents as written into states_.

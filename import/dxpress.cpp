@@ -470,10 +470,10 @@ bool FindNextParent(Parser_CString_kt& in, ParserPos_kt& body) {
 ParentsEN ReadParents(Parser_CString_kt& in, const Bnet_bn& net, BndList_bn& parents) {
     ParserPos_kt body = nullptr;
     while (FindNextParent(in, body)) {
-        const OwnedStr name(in.readStringNew());
-        Bnode_bn* parent = net.findNodeLabeled(name != nullptr ? name.get() : "");
+        const char* const name = in.readStringText();
+        Bnode_bn* parent = net.findNodeLabeled(name);
         if (parent == nullptr) {
-            in.report(msg::dxpress.unknownParent, name != nullptr ? name.get() : "");
+            in.report(msg::dxpress.unknownParent, name);
             if (body != nullptr) in.setPos(body);
             return ParentsEN::unknown;
         }
@@ -492,10 +492,10 @@ constexpr FieldHandler<Bnode_bn> relationReaders[] = {
 /// One entry of the network block, its type word already read.
 void read_network_entry(Parser_CString_kt& in, Bnet_bn& net, const char* type) {
     const ParserPos_kt typePlace = in.tokenStart();
-    const OwnedStr name(in.readStringNew());
-    Bnode_bn* node = net.findNodeLabeled(name != nullptr ? name.get() : "");
+    const char* const name = in.readStringText();
+    Bnode_bn* node = net.findNodeLabeled(name);
     if (node == nullptr) {
-        in.report(msg::dxpress.unknownNode, name != nullptr ? name.get() : "");
+        in.report(msg::dxpress.unknownNode, name);
         SkipNextBraces(in);
         return;
     }
@@ -572,7 +572,7 @@ void ReadHeader(Parser_CString_kt& in) {
     if (!streqli_kt(word, "diagnostic")) NewReport(msg::dxpress.missingDiagnostic);
     in.readWord(word, wordSize);
     if (!streqli_kt(word, "network")) NewReport(msg::dxpress.missingNetwork);
-    const OwnedStr unused(in.readStringNew());
+    in.readStringText();
 }
 
 /// Lenient reading of a network that stands before all nodes: passes over it and keeps its place,

@@ -194,36 +194,31 @@ public:
         }
     }
 
-    /// Whether all parents are there.
-    bool canLink(const NodeValues& values) const {
-        return std::ranges::all_of(values.parents, [this](const std::string& id) {
-            return net_.findNodeLabeled(id.c_str()) != nullptr;
-        });
+    /// Links the node and gives it its table. False when some parents are still to come.
+    bool link(const NodeValues& values) {
+        parents_.N = 0;
+        for (const std::string& id : values.parents) {
+            Bnode_bn* const parent = net_.findNodeLabeled(id.c_str());
+            if (parent == nullptr) return false;
+            parents_.append(parent);
+        }
+        linkFound(values, true);
+        return true;
     }
 
-    /// Links the node and gives it its table.
-    void link(const NodeValues& values) {
-        BndList_bn& parents = parents_;
-        parents.N = 0;
-        bool complete = true;
+    /// Links a node that waited to what parents there are.
+    void linkLate(const NodeValues& values) {
+        parents_.N = 0;
         in_.structName = values.node->name();
         in_.setTokenStart(values.place);
         for (const std::string& id : values.parents) {
             Bnode_bn* const parent = net_.findNodeLabeled(id.c_str());
             if (parent == nullptr)
                 in_.report(msg::xdsl.unknownParent, Shown(id).c_str(), values.node->name());
-            complete = complete && parent != nullptr;
-            if (parent != nullptr) parents.append(parent);
+            else
+                parents_.append(parent);
         }
-        rept_kt* const report = values.node->changePreds(parents, nullptr, true, 1, 1, false);
-        in_.setError(report);
-        if (!complete || IsError(report)) return;
-        if (values.numbersPlace != nullptr) in_.setTokenStart(values.numbersPlace);
-        try {
-            (this->*findKind(values.element)->complete)(values);
-        } catch (rept_kt* error) {
-            in_.setError(error);
-        }
+        linkFound(values, parents_.N == static_cast<int>(values.parents.size()));
     }
 
     /// Says how many nodes lack the numbers that their kind has.
@@ -234,6 +229,20 @@ public:
 
 private:
     static const Kind kinds_[10];
+
+    void linkFound(const NodeValues& values, bool complete) {
+        in_.structName = values.node->name();
+        in_.setTokenStart(values.place);
+        rept_kt* const report = values.node->changePreds(parents_, nullptr, true, 1, 1, false);
+        in_.setError(report);
+        if (!complete || IsError(report)) return;
+        if (values.numbersPlace != nullptr) in_.setTokenStart(values.numbersPlace);
+        try {
+            (this->*findKind(values.element)->complete)(values);
+        } catch (rept_kt* error) {
+            in_.setError(error);
+        }
+    }
 
     char** newLabels(const Words& words) {
         char** const labels = new char*[words.size()];
@@ -445,9 +454,7 @@ private:
             in_.setError(report);
             if (values_.node == nullptr) return;
         }
-        if (maker_.canLink(values_)) {
-            maker_.link(values_);
-        } else {
+        if (!maker_.link(values_)) {
             waiting_.push_back(std::move(values_));
             values_ = NodeValues();
         }
@@ -497,7 +504,7 @@ private:
     void finish(ParserPos_kt root) {
         const ParserContext context(in_, "node");
         for (const NodeValues& values : waiting_) {
-            maker_.link(values);
+            maker_.linkLate(values);
             in_.checkError();
         }
         in_.structName = nullptr;

@@ -233,12 +233,12 @@ void VariableReader::readProperty() {
     const ParserPos_kt start = in.getPos();
     elements_.readText(document_.text);
     const std::string_view text(SkipBlanks(document_.text.getCStr()));
-    const std::string_view word = text.substr(0, text.find_first_of(" =:(\t\r\n"));
-    if (word.empty() && !text.empty() && elements_.lenient) {
+    const std::size_t length = std::strcspn(text.data(), " =:\t\r\n");
+    if (!text.empty() && (length == 0 || text[0] == '(') && elements_.lenient) {
         in.setTokenStart(start);
         in.report(msg::xmlbif.namelessProperty);
     }
-    if (text.substr(0, text.find_first_of(" =:\t\r\n")) != "position") return;
+    if (text.substr(0, length) != "position") return;
     struct ComesBack {
         Parser_CString_kt& in;
         ParserPos_kt place;

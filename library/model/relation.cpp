@@ -135,17 +135,22 @@ std::string RowText(const Bnode_bn& node, int row) {
     return text;
 }
 
+namespace {
+
+/// Divides the row by its sum, which is returned; a row of zeros stays.
+double NormalizeRow(float* row, int states) {
+    const double sum = SumOf(row, states);
+    if (sum == 0) return sum;
+    for (int s = 0; s < states; ++s) row[s] = static_cast<float>(static_cast<double>(row[s]) / sum);
+    return sum;
+}
+
+}  // namespace
+
 int NormalizeBelvecTable(float* table, int states, int rows) {
     int zeroRows = 0;
     for (float* row = table; rows > 0; --rows, row += states) {
-        const double sum = SumOf(row, states);
-        if (sum == 0) {
-            ++zeroRows;
-            continue;
-        }
-        for (int s = 0; s < states; ++s) {
-            row[s] = static_cast<float>(static_cast<double>(row[s]) / sum);
-        }
+        if (NormalizeRow(row, states) == 0) ++zeroRows;
     }
     return zeroRows;
 }
@@ -211,11 +216,12 @@ void Reln_bn::normalize_() {
     int zeroRow = -1;
     for (int r = 0; r < rows; ++r) {
         float* row = probs + static_cast<std::ptrdiff_t>(r) * states;
-        const double sum = SumOf(row, states);
-        if (sum == 0 && zeroRow < 0) zeroRow = r;
-        if (NormalizeBelvecTable(row, states, 1) == 0) {
-            exper[r] = static_cast<float>(static_cast<double>(exper[r]) * sum);
+        const double sum = NormalizeRow(row, states);
+        if (sum == 0) {
+            if (zeroRow < 0) zeroRow = r;
+            continue;
         }
+        exper[r] = static_cast<float>(static_cast<double>(exper[r]) * sum);
     }
     rowsNormalized = true;
     ModelAccess::changed(*node);

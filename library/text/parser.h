@@ -330,6 +330,13 @@ public:
 
     /// Reads integers separated by white space, comments and single commas, as readFloats does.
     int readInts(int* out, int most);
+    /// The next string value (see readString), zero-terminated; it lives until the next one is
+    /// read.
+    const char* readStringText() {
+        work.clear();
+        readString(work);
+        return work.getCStr();
+    }
     /// The next word, which is consumed: a part of the text.
     std::string_view takeWord() {
         const char* const p = toToken();
@@ -363,7 +370,9 @@ private:
     }
 
     // Scanning, which consumes nothing: each takes a place in the text and gives another.
-    bool commentAt(const char* p) const { return is(p, ByteComment) && startsComment(p); }
+    bool commentAt(const char* p) const {
+        return is(p, ByteComment) && (*p != '<' || p[1] == '!') && startsComment(p);
+    }
     bool startsComment(const char* p) const;
     const char* pastComment(const char* p);
     /// Past white space and comments. The text ends in a zero byte, which is neither.

@@ -61,7 +61,10 @@ struct Parser_CString_kt::State {
 
 /// True when the zero-terminated text at p starts with `text`.
 inline bool StartsWith(const char* p, std::string_view text) {
-    return std::strncmp(p, text.data(), text.size()) == 0;
+    for (const char c : text) {
+        if (*p++ != c) return false;
+    }
+    return true;
 }
 
 }  // namespace lumo

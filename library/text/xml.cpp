@@ -4,6 +4,7 @@
 #include "library/text/xml.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -14,13 +15,22 @@ namespace lumo {
 
 namespace {
 
-constexpr const char* NameEnds = " \t\n\v\f\r/>=<\"'";
+/// Of each byte, whether it ends a name.
+constexpr auto NameEnds = [] {
+    std::array<bool, 256> ends{};
+    for (const char c : std::string_view(" \t\n\v\f\r/>=<\"'\0", 13))
+        ends[static_cast<unsigned char>(c)] = true;
+    return ends;
+}();
 
-const char* PastWhite(const char* p) { return p + std::strspn(p, XMLBlanks.data()); }
+const char* PastWhite(const char* p) {
+    while (*p == ' ' || (*p >= '\t' && *p <= '\r')) ++p;
+    return p;
+}
 
 std::string_view TakeName(const char*& p) {
     const char* const first = p;
-    p += std::strcspn(p, NameEnds);
+    while (!NameEnds[static_cast<unsigned char>(*p)]) ++p;
     return ViewOf(first, p);
 }
 

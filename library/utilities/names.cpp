@@ -1,9 +1,12 @@
 // Legal names, and making many of them distinct.
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 #include "library/utilities/Utils.h"
 
@@ -11,9 +14,19 @@ namespace lumo {
 
 namespace {
 
-bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsNameChar(char c) { return IsLetter(c) || IsDigit(c) || c == '_'; }
+constexpr bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// Of each byte, whether it is a letter, a digit or the underscore.
+constexpr auto nameChars = [] {
+    std::array<bool, 256> table{};
+    for (unsigned c = 0; c < table.size(); ++c) {
+        const char byte = static_cast<char>(c);
+        table[c] = IsLetter(byte) || IsDigit(byte) || byte == '_';
+    }
+    return table;
+}();
+bool IsNameChar(char c) { return nameChars[static_cast<unsigned char>(c)]; }
 
 /// The letter to begin a name with: the one asked for, when it is one.
 char PrefixLetter(char prefix) { return IsLetter(prefix) ? prefix : 'N'; }
@@ -32,6 +45,7 @@ bool IsLegalName_kt(std::string_view name) {
 }
 
 std::string LegalName(std::string_view name, char prefix) {
+    if (IsLegalName_kt(name)) return std::string(name);
     std::string legal;
     bool usable = false;
     bool inRun = false;
@@ -72,6 +86,42 @@ struct TextHash {
     std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>()(s); }
 };
 
+/// A set of names: few are compared one by one, more are hashed. Most sets hold the two or three
+/// states of a node, for which hashing takes ten times as long.
+class NameSet {
+public:
+    bool contains(std::string_view name) const {
+        return many_ == nullptr ? std::ranges::find(few_, name) != few_.end()
+                                : many_->contains(name);
+    }
+
+    void add(std::string_view name) {
+        if (many_ == nullptr && few_.size() == mostFew) {
+            many_ = std::make_unique<Hashed>(few_.begin(), few_.end());
+            few_.clear();
+        }
+        if (many_ != nullptr) {
+            many_->emplace(name);
+        } else if (!contains(name)) {
+            few_.emplace_back(name);
+        }
+    }
+
+    void remove(std::string_view name) {
+        if (many_ == nullptr) {
+            std::erase(few_, name);
+        } else if (const auto found = many_->find(name); found != many_->end()) {
+            many_->erase(found);
+        }
+    }
+
+private:
+    using Hashed = std::unordered_set<std::string, TextHash, std::equal_to<>>;
+    static constexpr std::size_t mostFew = 8;
+    std::vector<std::string> few_;
+    std::unique_ptr<Hashed> many_;  // null: few are enough
+};
+
 constexpr std::size_t MaxShortName = 4;  // 13 million of them
 
 /// What a number is appended to: the name cut to `room` characters, with an underscore after a last
@@ -86,12 +136,15 @@ std::string Stem(std::string_view name, std::size_t room) {
 }  // namespace
 
 struct UniqueNames_kt::Impl {
-    std::unordered_set<std::string, TextHash, std::equal_to<>> taken;
-    /// The next number to try for each stem and number of digits: never one that was found taken,
-    /// so that n equal names, cut or not, cost n steps.
-    std::unordered_map<std::string, int> next[10];
-    /// The next to try of the short names, by their length.
-    std::size_t nextShort[MaxShortName + 1] = {};
+    /// What is to be tried next, so that n equal names, cut or not, cost n steps.
+    struct Next {
+        /// The number for each stem and number of digits: never one that was found taken.
+        std::unordered_map<std::string, int> number[10];
+        std::size_t shortName[MaxShortName + 1] = {};  ///< by length
+    };
+
+    NameSet taken;
+    std::unique_ptr<Next> next;  ///< null while every name was free
 
     std::string numbered(std::string_view base, std::size_t maxLength, char prefix);
     std::string shortName(char prefix, std::size_t length);
@@ -104,7 +157,7 @@ std::string UniqueNames_kt::Impl::shortName(char prefix, std::size_t length) {
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_";
     constexpr std::size_t letters = 52;
     std::string name(length, PrefixLetter(prefix));
-    for (std::size_t& number = nextShort[length];; ++number) {
+    for (std::size_t& number = next->shortName[length];; ++number) {
         std::size_t rest = number;
         for (std::size_t i = length; i-- > 1; rest /= characters.size())
             name[i] = characters[rest % characters.size()];
@@ -118,10 +171,12 @@ std::string UniqueNames_kt::Impl::shortName(char prefix, std::size_t length) {
 /// that fits is taken.
 std::string UniqueNames_kt::Impl::numbered(std::string_view base, std::size_t maxLength,
                                            char prefix) {
+    if (next == nullptr) next = std::make_unique<Next>();
     long long limit = 10;  // the first number with more digits
     for (std::size_t digits = 1; digits <= 9 && digits < maxLength; ++digits, limit *= 10) {
         const std::string stem = Stem(base, maxLength - digits);
-        int& number = next[digits].try_emplace(stem, digits == 1 ? 2 : limit / 10).first->second;
+        int& number =
+            next->number[digits].try_emplace(stem, digits == 1 ? 2 : limit / 10).first->second;
         for (; number < limit; ++number) {
             std::string candidate = stem + std::to_string(number);
             if (!taken.contains(candidate)) return candidate;
@@ -134,13 +189,8 @@ UniqueNames_kt::UniqueNames_kt() : impl_(std::make_unique<Impl>()) {}
 UniqueNames_kt::~UniqueNames_kt() = default;
 
 bool UniqueNames_kt::contains(std::string_view name) const { return impl_->taken.contains(name); }
-void UniqueNames_kt::add(std::string_view name) { impl_->taken.emplace(name); }
-
-void UniqueNames_kt::remove(std::string_view name) {
-    if (const auto found = impl_->taken.find(name); found != impl_->taken.end()) {
-        impl_->taken.erase(found);
-    }
-}
+void UniqueNames_kt::add(std::string_view name) { impl_->taken.add(name); }
+void UniqueNames_kt::remove(std::string_view name) { impl_->taken.remove(name); }
 
 std::string UniqueNames_kt::unique(std::string_view name, char prefix, int maxLength) {
     const auto most = static_cast<std::size_t>(std::clamp(maxLength, 1, MaxNameLength));
