@@ -63,8 +63,16 @@ void WarnZeroRow(const Bnode_bn& node, int row) {
     NewReport(msg::model.zeroRow, node.name(), text.empty() ? "" : ": ", text.c_str());
 }
 
+/// Whether all are finite and none is negative. Without a branch for each: many at a time.
+bool AreProbabilities(const float* values, std::size_t count) {
+    bool all = true;
+    for (std::size_t i = 0; i < count; ++i) all &= (values[i] >= 0) & (values[i] <= FLT_MAX);
+    return all;
+}
+
 /// The first entry that is no probability, -1 when there is none. Rounding noise becomes 0.
 int FirstBadProbability(float* values, int count, bool& noise) {
+    if (AreProbabilities(values, static_cast<std::size_t>(count))) return -1;
     for (int i = 0; i < count; ++i) {
         if (IsRoundingNoise(values[i])) {
             values[i] = 0;
@@ -425,9 +433,7 @@ bool SetNextRow(Bnode_bn& node, const int* parentStates, const float* probs) {
         row = row * count + state;
     }
     const auto states = static_cast<std::size_t>(node.numStates());
-    const auto isProbability = [](float p) { return p >= 0 && p <= FLT_MAX; };
-    if (relation.rowMarks[row] != RowMissing || !std::all_of(probs, probs + states, isProbability))
-        return false;
+    if (relation.rowMarks[row] != RowMissing || !AreProbabilities(probs, states)) return false;
     std::copy_n(probs, states, relation.probs + row * states);
     relation.rowMarks[row] = RowSingle;
     ModelAccess::changed(node);

@@ -113,7 +113,10 @@ PlaceSource::~PlaceSource() {
 
 PlaceSource* InnermostPlaceSource() { return Here().place; }
 
-int ErrorsSoFar() { return Here().inScope() ? Here().errors : 0; }
+int ErrorsSoFar() {
+    const Context& here = Here();
+    return here.inScope() ? here.errors : 0;
+}
 
 bool ErrorBudgetSpent() { return ErrorsSoFar() >= MaxErrors; }
 

@@ -64,7 +64,8 @@ ReportHandler* SetDefaultReportHandler(ReportHandler* handler) {
 }
 
 ReportHandler& CurrentReportHandler() {
-    if (Here().handler != nullptr) return *Here().handler;
+    const Context& here = Here();
+    if (here.handler != nullptr) return *here.handler;
     ReportHandler* const handler = defaultHandler;
     return handler != nullptr ? *handler : BuiltInHandler();
 }

@@ -37,8 +37,10 @@ bool Parser_CString_kt::skipToken() {
 int Parser_CString_kt::skipToString(const char* s) {
     const std::string_view text(s);
     if (text.empty()) return 0;
-    const auto known = state_->notFound.find(std::string(text));
-    if (known != state_->notFound.end() && channel.position >= known->second) return -1;
+    if (!state_->notFound.empty()) {
+        const auto known = state_->notFound.find(std::string(text));
+        if (known != state_->notFound.end() && channel.position >= known->second) return -1;
+    }
     for (const char* p = channel.position; p < end_;) {
         if (StartsWith(p, text)) {
             channel.position = p + text.size();

@@ -66,8 +66,9 @@ inline std::uint64_t EightDigits(std::uint64_t digits) {
 /// Appends the digits among the eight bytes at p, up to the first other, to the mantissa and
 /// returns how many they are. Without a branch for every digit; for little-endian machines.
 inline int GatherEight(const char* p, std::uint64_t& mantissa) {
-    constexpr std::uint64_t powers[] = {1,      10,      100,      1000,     10000,
-                                        100000, 1000000, 10000000, 100000000};
+    // Static: else it is made on the stack for every number, a tenth of the instructions.
+    static constexpr std::uint64_t powers[] = {1,      10,      100,      1000,     10000,
+                                               100000, 1000000, 10000000, 100000000};
     std::uint64_t bytes = 0;
     std::memcpy(&bytes, p, sizeof bytes);
     bytes ^= 0x3030303030303030;
