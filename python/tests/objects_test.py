@@ -45,10 +45,12 @@ class Pickling(unittest.TestCase):
         self.assertEqual(written(net), written(again))
         for key in ("skipped", "notes", "file", "format", "status"):
             self.assertEqual(getattr(net, key), getattr(again, key))
-        self.assertEqual(list(map(str, net.reports)), list(map(str, again.reports)))
+        self.assertEqual(net.reports, again.reports)
         for one, two in zip(net.groups, again.groups, strict=True):
             self.assertEqual([node.name for node in one.nodes], [node.name for node in two.nodes])
+        self.assertEqual(net.groups, net.groups)
         for one, two in zip(net, again, strict=True):
+            self.assertEqual(one.states, two.states)
             for key in ("table", "experience", "parameters", "levels"):
                 first, second = getattr(one, key), getattr(two, key)
                 self.assertEqual(first is None, second is None)
@@ -75,13 +77,14 @@ class Pickling(unittest.TestCase):
             [net.nodes[0], net.nodes[-1], net.nodes, net.groups[0], net.nodes[0].states[0], net]))
         self.assertTrue(node.net is again and other in again and node == nodes[0] and node not in net)
         self.assertEqual(group.nodes[0].net, again)
-        self.assertEqual((str(state), state.name), (str(net.nodes[0].states[0]), net.nodes[0].states[0].name))
+        self.assertTrue(state in net.nodes[0].states and state != net.nodes[0].states[1])
+        self.assertIn(state, set(net.nodes[0].states))
         try:
             lumo.reads("net {", "hugin", name="x.net")
         except lumo.ReadError as error:
             copied = pickle.loads(pickle.dumps(error))
             self.assertEqual((str(copied), copied.filename, copied.lineno), (str(error), "x.net", 1))
-            self.assertEqual(copied.reports[0].explain(), error.reports[0].explain())
+            self.assertEqual(copied.reports, error.reports)
 
     def test_other_bytes_are_refused(self):
         restore, (state,) = copyreg.dispatch_table[lumo.Net](lumo.read(ASIA))

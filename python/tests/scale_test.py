@@ -1,6 +1,7 @@
 """docs/scale.py on a cluster of two workers, one of which dies meanwhile: scale_test.py ROOT."""
 
 import collections
+import functools
 import os
 import pathlib
 import signal
@@ -16,8 +17,11 @@ sys.path.append(str(ROOT / "docs"))
 import scale  # noqa: E402
 
 
-def slowly(path, rows=scale.rows):
-    time.sleep(0.05)
+def gated(path, gate, rows=scale.rows):
+    """Each worker does one file, and waits with the second until the gate is there."""
+    while "LUMO_DID_ONE" in os.environ and not os.path.exists(gate):
+        time.sleep(0.01)
+    os.environ["LUMO_DID_ONE"] = "yes"
     return list(rows(path))
 
 
@@ -37,19 +41,21 @@ def main():
         damaged = pathlib.Path(folder, "damaged.net")
         damaged.write_bytes(b"net { \x00")
         paths = [*samples, str(damaged), f"{folder}/none.net"]
-        scale.rows = slowly
+        gate = pathlib.Path(folder, "gate")
+        rows, scale.rows = scale.rows, functools.partial(gated, gate=gate)
         with distributed.LocalCluster(2, threads_per_worker=1, dashboard_address=None,
                                       local_directory=folder) as cluster, distributed.Client(cluster) as client:
             future = client.compute(scale.table(paths, files_a_task=1))
             killed = kill_one_that_holds_results(cluster, client)
-            assert not future.done(), "the work was over before the worker was killed"
+            assert not future.done()
+            gate.touch()
             frame = future.result(timeout=120)
             assert killed not in {worker.process.pid for worker in cluster.workers.values()}
             reports = client.submit(lambda path: lumo.read(path).reports, samples[0]).result(timeout=60)
-            assert list(map(str, reports)) == list(map(str, lumo.read(samples[0]).reports))
+            assert reports == lumo.read(samples[0]).reports
             nets = client.map(lumo.read, samples)
             assert [net.to_json() for net in client.gather(nets)] == [lumo.read(path).to_json() for path in samples]
-        wanted = collections.Counter((path, row["what"]) for path in paths for row in scale.rows(path))
+        wanted = collections.Counter((path, row["what"]) for path in paths for row in rows(path))
     seen = collections.Counter(zip(frame["file"], frame["what"]))
     assert seen == wanted, (seen - wanted, wanted - seen)
     assert frame["file"][frame["what"] == "net"].tolist() == paths[:-1]
