@@ -1,7 +1,5 @@
 as_bnlearn <- function(net, drop = FALSE, uniform = FALSE) {
-    need_net(net)
-    names <- node_names(net)
-    nodes <- stats::setNames(net$nodes, names)
+    nodes <- complete(net)$nodes
     unfit <- lapply(nodes, why_unfit)
     unfit <- unlist(unfit[lengths(unfit) > 0])
     if (length(unfit) > 0 && !flag(drop, "drop")) {
@@ -10,7 +8,7 @@ as_bnlearn <- function(net, drop = FALSE, uniform = FALSE) {
     }
     left_out <- with_descendants(nodes, names(unfit))
     if (length(left_out) > 0) message("left out: ", list_some(left_out))
-    nodes <- nodes[setdiff(names, left_out)]
+    nodes <- nodes[setdiff(names(nodes), left_out)]
     if (length(nodes) == 0) stop("no node is left")
     # bnlearn may know parents in the order of the string or of the alphabet: here both are one.
     parents <- lapply(nodes, function(node) sort(node$parents))

@@ -95,7 +95,7 @@ fail_to_read <- function(net, most = 10) {
     stop(read_error(NULL, paste(lines, collapse = "\n"), reports))
 }
 
-explain <- function(number) {
+explain_problem <- function(number) {
     number <- suppressWarnings(as.integer(number))
     if (length(number) != 1 || is.na(number)) stop("`number` should be the number of a report")
     text <- .Call(lumo_explain, number)

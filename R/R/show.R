@@ -1,12 +1,13 @@
 summary.lumo_net <- function(object, ...) {
+    object <- complete(object)
     nodes <- object$nodes
     of <- function(field) vapply(nodes, function(node) as.character(node[[field]])[1], "")
     states <- lengths(lapply(nodes, `[[`, "states"))
     numbers <- lengths(lapply(nodes, `[[`, "prob")) + lengths(lapply(nodes, `[[`, "utility"))
     columns <- data.frame(kind = of("kind"), states = states,
                           parents = lengths(lapply(nodes, `[[`, "parents")),
-                          relation = of("relation"), numbers = numbers, row.names = NULL)
-    rownames(columns) <- node_names(object)
+                          relation = of("relation"), numbers = numbers,
+                          row.names = names(nodes))
     problems <- table(factor(object$reports$kind, c("notice", "warning", "error", "fatal")))
     structure(list(name = object$name, title = object$title, file = object$file,
                    format = object$format, status = object$status, nodes = columns,
@@ -38,17 +39,18 @@ print.lumo_summary <- function(x, ...) {
 }
 
 print.lumo_net <- function(x, most = 20, ...) {
-    cat(heading(x), "\n", sep = "")
-    shown <- utils::head(x$nodes, most)
+    net <- complete(x)
+    cat(heading(net), "\n", sep = "")
+    shown <- utils::head(net$nodes, most)
     for (node in shown) {
         given <- if (length(node$parents) > 0) paste0(" | ", paste(node$parents, collapse = ", "))
         kind <- if (!identical(node$kind, "nature")) paste0(" (", node$kind, ")")
         cat("  ", node$name, kind, ": ", list_some(node$states), given, "\n", sep = "")
     }
-    if (length(x$nodes) > length(shown)) {
-        cat("  and ", length(x$nodes) - length(shown), " more\n", sep = "")
-    }
-    if (NROW(x$reports) > 0) cat("  ", count(nrow(x$reports), "report"), ": see $reports\n", sep = "")
+    rest <- length(net$nodes) - length(shown)
+    if (rest > 0) cat("  and ", rest, " more\n", sep = "")
+    told <- nrow(net$reports)
+    if (told > 0) cat("  ", count(told, "report"), ": see $reports\n", sep = "")
     invisible(x)
 }
 
@@ -57,11 +59,12 @@ print.lumo_net <- function(x, most = 20, ...) {
 kind_colors <- c(nature = "#fdf6d8", decision = "#d7e6f7", utility = "#dff0d8")
 
 plot.lumo_net <- function(x, states = FALSE, cex = NULL, main = NULL, col = NULL, ...) {
-    nodes <- x$nodes
+    net <- complete(x)
+    nodes <- net$nodes
     if (length(nodes) == 0) stop("the net has no nodes")
-    at <- positions_of(x)
+    at <- positions_of(net)
     labels <- lapply(nodes, label_lines, states = flag(states, "states"))
-    if (is.null(main)) main <- if (is.null(x$title)) x$name else x$title
+    if (is.null(main)) main <- if (is.null(net$title)) net$name else net$title
     # A node is drawn as large as programs draw it that made the positions: 12 units a line.
     extent <- apply(at, 2, range)
     margin <- c(70, 25 + 8 * max(lengths(labels)))
@@ -71,9 +74,8 @@ plot.lumo_net <- function(x, states = FALSE, cex = NULL, main = NULL, col = NULL
     title(main = main)
     if (is.null(cex)) cex <- min(1, 12 / abs(strheight("M", cex = 1)))
     outlines <- Map(outline, nodes, labels, at[, 1], at[, 2], cex)
-    names(outlines) <- names(nodes) <- rownames(at)
     draw_links(nodes, outlines, at, cex)
-    fill <- if (is.null(col)) fills(x) else rep_len(col, length(nodes))
+    fill <- if (is.null(col)) fills(net) else rep_len(col, length(nodes))
     Map(polygon, lapply(outlines, `[[`, "x"), lapply(outlines, `[[`, "y"), col = fill)
     Map(draw_label, labels, at[, 1], at[, 2], cex, readable_on(fill))
     invisible(x)
@@ -82,9 +84,7 @@ plot.lumo_net <- function(x, states = FALSE, cex = NULL, main = NULL, col = NULL
 # A row a node; y goes down. Those of the automatic layout when all nodes are at one place.
 positions_of <- function(net) {
     read <- function(net) {
-        at <- t(vapply(net$nodes, function(node) as.double(node$position), c(x = 0, y = 0)))
-        rownames(at) <- node_names(net)
-        at
+        t(vapply(net$nodes, function(node) as.double(node$position), c(x = 0, y = 0)))
     }
     at <- read(net)
     if (nrow(at) > 1 && nrow(unique(at)) == 1) read(lay_out(net)) else at

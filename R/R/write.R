@@ -1,5 +1,5 @@
 write_net <- function(net, path, format = NULL, force = FALSE) {
-    need_net(net)
+    net <- complete(net)
     native <- native_path(path)
     # What was read with errors is not all of its file.
     may_replace <- flag(force, "force") && !identical(net$status, "errors")
@@ -13,7 +13,7 @@ write_net <- function(net, path, format = NULL, force = FALSE) {
 }
 
 lay_out <- function(net) {
-    need_net(net)
+    net <- complete(net)
     positions <- .Call(lumo_positions, flat_net(net))
     for (i in seq_along(net$nodes)) {
         net$nodes[[i]]$position <- c(x = positions[i, 1], y = positions[i, 2])
@@ -22,10 +22,27 @@ lay_out <- function(net) {
     net
 }
 
-need_net <- function(net) {
+# The net with what nodes must have; lists that were made by hand may lack it.
+complete <- function(net) {
     if (!inherits(net, "lumo_net") || !is.list(net$nodes)) {
         stop("`net` should be a net, as read_net() gives it", call. = FALSE)
     }
+    standard <- list(kind = "nature", discrete = TRUE, states = character(), parents = character(),
+                     position = c(x = 0, y = 0))
+    names <- names(net$nodes)
+    net$nodes <- lapply(seq_along(net$nodes), function(i) {
+        node <- net$nodes[[i]]
+        for (field in names(standard)) {
+            if (is.null(node[[field]])) node[[field]] <- standard[[field]]
+        }
+        if (is.null(node$name) && !is.null(names)) node$name <- names[i]
+        node$name <- word(node$name, "name")
+        node
+    })
+    names(net$nodes) <- vapply(net$nodes, `[[`, "", "name")
+    if (is.null(net$name)) net$name <- "net"
+    if (is.null(net$reports)) net$reports <- no_reports()
+    net
 }
 
 # ---- The net as the compiled part takes it ------------------------------------------------------
@@ -33,24 +50,18 @@ need_net <- function(net) {
 # completed, or refused with the name of its node.
 
 flat_net <- function(net) {
-    names <- node_names(net)
+    names <- names(net$nodes)
     counts <- lengths(lapply(net$nodes, `[[`, "states"))
     nodes <- lapply(seq_along(names), function(i) flat_node(net, i, names, counts))
     groups <- net$groups
     if (is.null(groups)) groups <- data.frame(name = character(), color = character())
-    reports <- net$reports
-    if (is.null(reports)) reports <- no_reports()
     list(name = text_or_null(net$name, "name"), title = text_or_null(net$title, "title"),
          comment = text_or_null(net$comment, "comment"), nodes = nodes,
          groups = list(name = enc2utf8(as.character(groups$name)),
                        color = as.character(groups$color)),
          auto_update = isTRUE(net$auto_update), drawing = flat_drawing(net$drawing),
          file = text_or_null(net$file, "file"), format = text_or_null(net$format, "format"),
-         reports = as.list(reports))
-}
-
-node_names <- function(net) {
-    vapply(net$nodes, function(node) word(node$name, "name"), "", USE.NAMES = FALSE)
+         reports = as.list(net$reports))
 }
 
 flat_drawing <- function(drawing) {
@@ -84,7 +95,7 @@ flat_node <- function(net, i, names, counts) {
     parents <- match(node$parents, names)
     if (anyNA(parents)) refuse("there is no parent '", node$parents[is.na(parents)][1], "'")
     states <- flat_states(node, refuse)
-    position <- if (is.null(node$position)) c(0, 0) else node$position
+    position <- node$position
     if (!is.numeric(position) || length(position) != 2 || any(!is.finite(position))) {
         refuse("`position` should be two numbers")
     }
@@ -101,7 +112,7 @@ flat_node <- function(net, i, names, counts) {
     }
     flat <- list(name = names[i], title = text_or_null(node$title, "title"),
                  comment = text_or_null(node$comment, "comment"),
-                 kind = if (is.null(node$kind)) "nature" else word(node$kind, "kind"),
+                 kind = word(node$kind, "kind"),
                  discrete = !isFALSE(node$discrete), count = counts[[i]], parents = parents,
                  position = position, groups = enc2utf8(as.character(node$groups)),
                  user_fields = fields,

@@ -13,8 +13,8 @@ test_that("problems are warnings with file and line", {
     expect_identical(seen[[1]]$report$line, 3L)
     expect_identical(net$status, "errors")
     expect_identical(net$reports$number[1], seen[[1]]$report$number)
-    expect_output(explain(net$reports$number[1]), as.character(net$reports$number[1]))
-    expect_error(explain(1), "there is no report 1")
+    expect_output(explain_problem(net$reports$number[1]), as.character(net$reports$number[1]))
+    expect_error(explain_problem(1), "there is no report 1")
 })
 
 test_that("what cannot be read is an error of its own", {

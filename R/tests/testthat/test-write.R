@@ -34,6 +34,21 @@ test_that("a net that was saved or changed is written", {
     expect_equal(c(again$nodes$Cloud$prob), c(0.5, 0.25, 0.25, 0, 0, 1))
 })
 
+test_that("a net made by hand has what it lacks completed", {
+    rain <- list(states = c("rain", "dry"), prob = c(0.25, 0.75))
+    lawn <- list(states = c("wet", "dry"), parents = "rain",
+                 prob = matrix(c(0.875, 0.125, 0, 1), 2))
+    net <- structure(list(nodes = list(rain = rain, lawn = lawn)), class = "lumo_net")
+    expect_identical(expect_fits(as_bnlearn(net))$lawn, "rain")
+    expect_output(print(net), "lawn: wet, dry | rain", fixed = TRUE)
+    expect_output(print(summary(net)), "1 link,")
+    file <- tempfile(fileext = ".net")
+    write_net(lay_out(net), file)
+    again <- quiet(read_net(file))$nodes
+    expect_equal(unname(c(again$lawn$prob)), c(0.875, 0.125, 0, 1))
+    expect_gt(again$lawn$position[["y"]], again$rain$position[["y"]])
+})
+
 test_that("what makes no net is refused by name", {
     refused <- function(change, message) {
         net <- change(lawn())
