@@ -80,11 +80,9 @@ public:
         do {  // the name is short, whatever the target's own length is
             name_ = target_.parent_path() /
                     (".lumo-" + std::to_string(::getpid()) + "-" + std::to_string(count++));
-            descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-        } while (descriptor_ < 0 && errno == EEXIST);
-        if (descriptor_ < 0) return;
-        if (unfinished_ != nullptr) unfinished_(name_.c_str());
-        if (exists) ::fchmod(descriptor_, mode);  // whatever the process's mask says
+            error_ = create(mode);
+        } while (error_ == EEXIST);
+        if (error_ == 0 && exists) ::fchmod(descriptor_, mode);  // whatever the process's mask says
     }
     ~Replacement() {
         if (descriptor_ < 0) return;
@@ -94,6 +92,8 @@ public:
     Replacement(const Replacement&) = delete;
     Replacement& operator=(const Replacement&) = delete;
 
+    /// 0, or why there is no new file.
+    int error() const { return error_; }
     int descriptor() const { return descriptor_; }
 
     /// Puts the file in its place; returns 0 or the error.
@@ -101,23 +101,35 @@ public:
         const bool closed = ::close(std::exchange(descriptor_, -1)) == 0;
         const bool done = closed && ::rename(name_.c_str(), target_.c_str()) == 0;
         const int error = done ? 0 : errno;
-        if (!done) {
+        if (done)
+            announce(nullptr);
+        else
             remove();
-        } else if (unfinished_ != nullptr) {
-            unfinished_(nullptr);
-        }
         return error;
     }
 
 private:
+    void announce(const char* name) const {
+        if (unfinished_ != nullptr) unfinished_(name);
+    }
+    /// Announced first: a signal just behind the opening would leave the file.
+    int create(mode_t mode) {
+        announce(name_.c_str());
+        descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        if (descriptor_ >= 0) return 0;
+        const int error = errno;
+        announce(nullptr);
+        return error;
+    }
     void remove() const {
         ::unlink(name_.c_str());
-        if (unfinished_ != nullptr) unfinished_(nullptr);
+        announce(nullptr);
     }
 
     fs::path target_;
     fs::path name_;
     UnfinishedFunction unfinished_;
+    int error_ = 0;
     int descriptor_ = -1;
 };
 
@@ -176,7 +188,7 @@ int WriteToFile(const std::string& path, const WriteFunction& write,
     if (fs::exists(status) && !fs::is_regular_file(status)) return WriteDirectly(path, write);
     const fs::path real = fs::weakly_canonical(path, failure);
     Replacement file(failure ? fs::path(path) : real, unfinished);
-    if (file.descriptor() < 0) return errno;
+    if (file.error() != 0) return file.error();
     const int error = WriteToDescriptor(file.descriptor(), write);
     return error != 0 ? error : file.commit();
 }

@@ -23,8 +23,9 @@ std::optional<FileIdentity> IdentityOf(int descriptor);
 
 using WriteFunction = std::function<void(std::ostream&)>;
 
-/// Hears of the file beside the target that is not complete yet: its path, then null when it is in
-/// its place or removed. For a program that removes it when a signal ends it meanwhile.
+/// Hears of the file beside the target that is not complete yet: its path before it is made, then
+/// null when it is in its place, removed, or could not be made. For a program that removes it when
+/// a signal ends it meanwhile.
 using UnfinishedFunction = void (*)(const char* path);
 
 /// Writes to the path; returns 0, or the errno of what failed first. A file is written beside its
