@@ -311,6 +311,7 @@ private:
         numbers.resize(static_cast<std::size_t>(entries));
         readNumbers(numbers.data(), entries);
         if (rowsGiven_) in_.report(msg::bif.tableAndRows, node_->name());
+        if (tableGiven_) in_.report(msg::import.tableAgain, node_->name());
         tableGiven_ = true;
         XArray<float> table = NewXArray<float>(entries);
         if (table == nullptr)

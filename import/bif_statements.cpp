@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "import/passing.h"
 #include "import/readers.h"
 
 namespace lumo {
@@ -136,9 +137,12 @@ bool AtBlock(Parser_CString_kt& in) {
 }
 
 void PassBlock(Parser_CString_kt& in) {
-    strin_kt text;
     for (int depth = 0; !in.isAtEnd() && !AtBlock(in);) {
-        if (TakeText(in, text)) continue;
+        if (in.peekPunc() == '"') {
+            PassString(in, AtBlock);
+            continue;
+        }
+        if (TakeWord(in) != "") continue;
         const char c = in.readChar();
         if (c == '{') ++depth;
         if (c == '}' && --depth <= 0) return;

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "import/dsc_blocks.h"
+#include "import/passing.h"
 #include "import/readers.h"
 
 namespace lumo {
@@ -363,12 +364,7 @@ void pass_unknown_block(Parser_CString_kt& in) {
         if (in.isAtEnd() || at_block(in) || in.peekPunc() == '}') return;
         if (!pass_text(in, in.getPos())) c = in.readChar();
     }
-    const ParserPos_kt body = in.getPos();
-    if (in.skipStructure('{', '}', true)) return;
-    in.setTokenStart(in.getPos());
-    in.report(msg::text.unexpectedEnd);
-    in.setPos(body);
-    pass_to_close(in, body);
+    PassStructure(in, at_block);
 }
 
 void read_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {

@@ -1,6 +1,7 @@
 // Where the blocks of a DSC file start, and how a damaged one is passed over.
 #include "import/dsc_blocks.h"
 
+#include "import/passing.h"
 #include "import/readers.h"
 
 namespace lumo::dsc {
@@ -120,15 +121,10 @@ bool pass_text(Parser_CString_kt& in, ParserPos_kt read) {
     const std::size_t word = in.peekWord().size();
     in.setPos(in.getPos() + word);
     if (word > 0 || in.peekPunc() != '"') return word > 0;
-    const ParserPos_kt quote = in.getPos();
-    in.skipChar();
-    for (char c = in.readChar(); c != '"'; c = in.readChar()) {
-        if (c == '\\') c = in.readChar();
-        if (c != in.eofChar()) continue;
-        in.setTokenStart(quote);
-        if (quote >= read) in.report(msg::text.unterminatedString);
-        break;
-    }
+    if (in.getPos() >= read)
+        PassString(in, at_block);
+    else
+        in.skipToken();
     return true;
 }
 

@@ -86,8 +86,8 @@ struct Block {
 /// Whether a block starts here: its keyword, then a '(', or a name and a '{'.
 bool at_block(Parser_CString_kt& in);
 
-/// Passes over a word or a string. False when neither stands here. A string that is never closed
-/// takes the rest of the input; the error is left out when its quote was read before, up to `read`.
+/// Passes over a word or a string. False when neither stands here. A string whose quote was read
+/// before, up to `read`, is passed over in silence.
 bool pass_text(Parser_CString_kt& in, ParserPos_kt read);
 
 /// Passes over the rest of a structure in braces whose '{' was read, up to its '}', the next block

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "import/dxpress_blocks.h"
+#include "import/passing.h"
 
 namespace lumo {
 
@@ -506,7 +507,10 @@ void read_network_entry(Parser_CString_kt& in, Bnet_bn& net, const char* type) {
         in.skipStructure('{', '}', false);
         return;
     }
+    const bool hadTable = node->relation.kind != RelnKindEN::none;
     in.setError(node->changePreds(parents, nullptr, true, 1, 1, false));
+    if (hadTable && node->relation.kind == RelnKindEN::none)
+        in.report(msg::import.tableAgain, node->name());
     if (const auto* reader = FindHandler(relationReaders, type)) {
         reader->read(in, *node, type);
     } else {
@@ -549,20 +553,14 @@ bool AtObject(Parser_CString_kt& in) {
 }
 
 /// Passes over an object after its word: up to its brace, then through its structure in braces. One
-/// that has lost a brace ends before the next object.
+/// that has lost a brace or a quote ends before the next object.
 void SkipObject(Parser_CString_kt& in, Bnet_bn&, const char*) {
     for (; in.peekPunc() != '{'; in.skipToken()) {
         if (AtObject(in)) return;
         if (in.isAtEnd()) return EndOfInput(in);
     }
     in.skipToken();
-    const ParserPos_kt body = in.getPos();
-    if (in.skipStructure('{', '}', true)) return;
-    in.setTokenStart(in.getPos());
-    EndOfInput(in);
-    in.setPos(body);
-    while (!AtObject(in) && in.skipToken()) {
-    }
+    PassStructure(in, AtObject);
 }
 
 /// The two opening words (not insisted upon) and the net's name, which is not used.

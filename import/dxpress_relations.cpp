@@ -112,6 +112,7 @@ void read_prob(Parser_CString_kt& in, Bnode_bn& node) {
         return;
     }
     if (!table.complete()) return;
+    if (node.relation.kind != RelnKindEN::none) in.report(msg::import.tableAgain, node.name());
     rept_kt* report = node.setProbsTable(table.values.release(), false, CheckFull);
     if (IsError(report)) {
         in.makeError(*report, "%s reading conditional probabilites");

@@ -15,15 +15,16 @@
 
 namespace lumo::hugin {
 
-vect_kt<char*> GroupNames;
-vect_kt<int> GroupColors;
+constinit vect_kt<char*> GroupNames;
+constinit vect_kt<int> GroupColors;
 int NumGroups = 0;
 const char* GroupAttribute = nullptr;
-std::vector<ParserPos_kt> GroupPlaces;
+constinit std::vector<ParserPos_kt> GroupPlaces;
 
 namespace {
 
-std::unique_ptr<UniqueNames_kt> TakenNames;  // the names of GroupNames, hashed; made when needed
+/// The names of GroupNames, hashed; made when needed.
+constinit std::unique_ptr<UniqueNames_kt> TakenNames;
 
 // ---- Tables --------------------------------------------------------------------------------
 

@@ -26,41 +26,45 @@ struct NameList {
     }
 };
 
-std::map<const ListMessage*, NameList> Lists;
-std::map<std::string, NameList, std::less<>> PassedOver;  // objects, by the words that start them
-std::unordered_set<std::string> PassedOverNames;          // words of their headers
+struct AllLists {
+    std::map<const ListMessage*, NameList> nodes;
+    std::map<std::string, NameList, std::less<>> objects;  // by the words that start them
+    std::unordered_set<std::string> headerWords;           // of those objects
+};
+
+/// Made on first use, for imports before main.
+AllLists& Lists() {
+    static AllLists lists;
+    return lists;
+}
 
 }  // namespace
 
-void EmptyLists() {
-    Lists = {};
-    PassedOver = {};
-    PassedOverNames = {};
-}
+void EmptyLists() { Lists() = {}; }
 
 void ListNode(Parser_CString_kt& in, const ListMessage& message, std::string_view name) {
-    Lists[&message].add(in.tokenStart(), name);
+    Lists().nodes[&message].add(in.tokenStart(), name);
 }
 
 void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view name) {
-    PassedOver[kind].add(in.tokenStart(), name);
+    Lists().objects[kind].add(in.tokenStart(), name);
 }
 
-void AddPassedOverName(std::string_view name) { PassedOverNames.emplace(name); }
+void AddPassedOverName(std::string_view name) { Lists().headerWords.emplace(name); }
 
-bool IsPassedOver(const char* name) { return PassedOverNames.contains(name); }
+bool IsPassedOver(const char* name) { return Lists().headerWords.contains(name); }
 
 void ReportLists(Parser_CString_kt& in, const Bnet_bn& net) {
-    for (const auto& [kind, list] : PassedOver) {
+    for (const auto& [kind, list] : Lists().objects) {
         in.setTokenStart(list.place);
         const ParserContext context(in, kind.c_str());
         in.report(msg::hugin.objectsPassedOver, list.count, kind.c_str(), list.text.c_str());
     }
-    for (const auto& [message, list] : Lists) {
+    for (const auto& [message, list] : Lists().nodes) {
         in.setTokenStart(list.place);
         in.report(*message, list.count, list.text.c_str());
     }
-    if (net.nodes.N > 0 || PassedOver.empty()) return;
+    if (net.nodes.N > 0 || Lists().objects.empty()) return;
     in.setTokenStart(in.getPos());
     in.report(msg::hugin.noNodeRead);
 }

@@ -235,6 +235,14 @@ struct HuginMessages {
         OfHugin,
         "the node has no states then, and its table is a list of real numbers. Write its states",
         {"net { } node A { states = (); }", 1, 28}};
+    Message<> lateQuote{
+        -5129,
+        MessageKind::warning,
+        "the value does not begin with its quote",
+        OfHugin,
+        "what stands before the quote is part of the value, and the quote with it. Delete it, or "
+        "put a `\"` in front",
+        {"net { HR_Desc = = \"x\"; }", 1, 17}};
     Message<int, int> groupCountTooHigh{-5096,
                                         MessageKind::error,
                                         "%d groups are declared, but at most %d are possible",

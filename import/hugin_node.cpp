@@ -36,7 +36,7 @@ struct StateText {
     strin_kt text;
     ParserPos_kt place;
 };
-std::vector<StateText> StateTexts;
+constinit std::vector<StateText> StateTexts;
 
 /// A time-slice node, which has the states of another node; that one may stand behind it.
 struct Repetition {
@@ -44,7 +44,7 @@ struct Repetition {
     std::string of;
     ParserPos_kt place;
 };
-std::vector<Repetition> Repetitions;
+constinit std::vector<Repetition> Repetitions;
 
 char** CopyOf(char* const* texts, int count) {
     if (texts == nullptr) return nullptr;
@@ -286,6 +286,10 @@ void read_value(Parser_CString_kt& in, char* text) {
     SkipField(in, start);
     std::string_view value(start, static_cast<std::size_t>(in.getPos() - start));
     value.remove_suffix(value.size() - (value.find_last_not_of(" \t\r\n") + 1));
+    if (*start != '(' && value.find('"') != value.npos) {
+        in.setTokenStart(start);
+        in.report(msg::hugin.lateQuote);
+    }
     if (value.size() > ValueSize) {
         in.setTokenStart(start);
         in.report(msg::text.textCut, static_cast<int>(std::min<std::size_t>(value.size(), INT_MAX)),

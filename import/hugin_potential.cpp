@@ -34,7 +34,7 @@ struct Potential {
     bool hasData = false;
     ParserPos_kt modelPlace = nullptr;
 };
-Potential Current;
+constinit Potential Current;
 
 // ---- Header --------------------------------------------------------------------------------
 
@@ -98,7 +98,13 @@ Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     const ParserPos_kt here = in.getPos();
     const char punc = in.readPunc();
     if (punc == ')') return child;
-    if (punc == '|') return ReadParents(in, net, *child);
+    if (punc == '|') {
+        const bool hadTable = child->relation.kind != RelnKindEN::none;
+        Bnode_bn* const read = ReadParents(in, net, *child);
+        if (hadTable && child->relation.kind == RelnKindEN::none)
+            in.report(msg::import.tableAgain, child->name());
+        return read;
+    }
     in.report(msg::hugin.strayBehindChild, CharName(punc));
     in.setPos(here);
     return nullptr;
@@ -167,6 +173,7 @@ void TidyExperience(Reln_bn& relation, int rows) {
 void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
     Current.hasData = true;
     if (AnyContinuous(node.family)) return KeepText(in, node, "data");
+    if (node.relation.kind != RelnKindEN::none) in.report(msg::import.tableAgain, node.name());
     const bool hasStates = node.numStates() != 0;
     unsigned char* bytes = nullptr;
     ParseNodeTable(in, &bytes, 10, hasStates, node, nullptr, 0, false, 14, Lenient);

@@ -70,6 +70,14 @@ struct ImportMessages {
     Message<double> badScale{-5098, MessageKind::warning,
                              "positions cannot be scaled by %g, so they keep their size", OfAny,
                              "the zoom is zero, negative or beyond all screens"};
+    Message<const char*> tableAgain{
+        -5421,
+        MessageKind::warning,
+        "the table of >-node '%s' is given again, and the later one counts",
+        OfHugin | OfDXPress | OfBIF | OfXDSL,
+        "delete one of the two",
+        {"net { } node A { } potential (A) { data = (1 0); } potential (A) { data = (0 1); }", 1,
+         68}};
     Message<int, int> rowsScaled{
         -5420, MessageKind::notice, "scaled to sum to 1: %d rows of %d nodes", OfAny,
         "these rows of nature nodes did not sum to 1, and `--normalize` was given. Rows of zeros "

@@ -86,8 +86,20 @@ private:
         xml_.reportAt(place);
         in_.report(msg::xdsl.emptyParents, Shown(values_->id).c_str());
     }
+    /// Notes where the table stands, which a second one replaces.
+    void startTable() {
+        const ParserPos_kt place = xml_.tag().place;
+        if (values_->numbersPlace != nullptr) {
+            xml_.reportAt(place);
+            in_.report(msg::import.tableAgain, Shown(values_->id).c_str());
+        }
+        values_->numbersPlace = place;
+        values_->numbers.N = 0;
+        values_->results.clear();
+    }
+
     void readResults() {
-        values_->numbersPlace = xml_.tag().place;
+        startTable();
         readWords(values_->results);
     }
     void readStrengths() { readWords(values_->strengths); }
@@ -98,8 +110,7 @@ private:
     }
 
     void readNumbers() {
-        values_->numbersPlace = xml_.tag().place;
-        values_->numbers.N = 0;
+        startTable();
         values_->damaged = !xml_.readNumbers(values_->numbers);
     }
 

@@ -8,6 +8,8 @@
 
 #include <cstdarg>
 #include <memory>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -82,6 +84,19 @@ ReportHandler* SetDefaultReportHandler(ReportHandler* handler);
 
 /// The handler of this thread: the innermost HandlerScope's, else the process default.
 ReportHandler& CurrentReportHandler();
+
+/// Calls the handler of this thread: call(handler). What readers would take for their own, a thrown
+/// report or a lack of memory, goes on as a std::runtime_error.
+template <class CALL>
+auto CallHandler(CALL call) {
+    try {
+        return call(CurrentReportHandler());
+    } catch (rept_kt* report) {
+        throw std::runtime_error(report != nullptr ? report->message : "a handler threw no report");
+    } catch (const std::bad_alloc&) {
+        throw std::runtime_error("a handler ran out of memory");
+    }
+}
 
 /// Makes a handler this thread's for a scope.
 class HandlerScope {

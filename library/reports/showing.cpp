@@ -78,7 +78,7 @@ HandlerScope::~HandlerScope() { Here().handler = previous_; }
 /// Shows whatever the budgets say.
 void ShowNow(rept_kt* report) {
     report->shown = true;
-    CurrentReportHandler().show(*report);
+    CallHandler([report](ReportHandler& handler) { handler.show(*report); });
 }
 
 void ShowReport(rept_kt* report) {
@@ -97,7 +97,7 @@ void ShowReport(rept_kt* report) {
     } else {
         ++here.warnings;
     }
-    CurrentReportHandler().show(*report);
+    CallHandler([report](ReportHandler& handler) { handler.show(*report); });
 }
 
 // ---- The user ------------------------------------------------------------------------------
@@ -110,17 +110,17 @@ void Printf_kt(const char* format, ...) {
     std::string text = FormatMessage(format, arguments);
     va_end(arguments);
     while (text.ends_with('\n')) text.pop_back();
-    CurrentReportHandler().print(text.c_str());
+    CallHandler([&](ReportHandler& handler) { handler.print(text.c_str()); });
 }
 
 bool AskYesOrNoC_kt(int number, int, bool3 defaultAnswer, bool*, const char* format, ...) {
-    ReportHandler& handler = CurrentReportHandler();
-    if (&handler == &BuiltInHandler()) return defaultAnswer == 1;
+    if (&CurrentReportHandler() == &BuiltInHandler()) return defaultAnswer == 1;
     va_list arguments;
     va_start(arguments, format);
     const std::string question = FormatMessage(format, arguments);
     va_end(arguments);
-    return handler.ask(number, question.c_str());
+    return CallHandler(
+        [&](ReportHandler& handler) { return handler.ask(number, question.c_str()); });
 }
 
 userwait_kt::userwait_kt(const char* format, ...) {
@@ -128,7 +128,7 @@ userwait_kt::userwait_kt(const char* format, ...) {
     va_start(arguments, format);
     text_ = FormatMessage(format, arguments);
     va_end(arguments);
-    CurrentReportHandler().waitBegin(text_.c_str());
+    CallHandler([this](ReportHandler& handler) { handler.waitBegin(text_.c_str()); });
 }
 
 userwait_kt::~userwait_kt() {

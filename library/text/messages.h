@@ -57,6 +57,14 @@ struct TextMessages {
                                   OfAny,
                                   "the comment at that place is never closed",
                                   {"1 2 /* 0", 1, 5, OfErgo}};
+    Message<> commentInComment{
+        -5054,
+        MessageKind::warning,
+        "the comment holds the start of another",
+        OfAny,
+        "a comment ends at the first end mark. When one has lost its own, what stands between the "
+        "two is passed over",
+        {"1 2 0 2 /* a\n.1 .9 /* b */ .1 .9", 1, 9, OfErgo}};
     Message<int, int> textCut{-5045, MessageKind::warning, "text of %d characters is cut to %d",
                               OfAny,
                               "names and single-line values keep 255 bytes, names of Ergo 256"};

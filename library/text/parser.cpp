@@ -207,7 +207,10 @@ const char* Parser_CString_kt::pastComment(const char* p) {
     if (!block) return p + std::strcspn(p, "\r\n");
     const char* const past = xml ? state_->pastCloser(CloseXMLComment, p + 4, end_)
                                  : state_->pastCloser(CloseComment, p + 2, end_);
-    if (past != nullptr) return past;
+    if (past != nullptr) {
+        lookThroughComment(p, past);
+        return past;
+    }
     if (state_->commentWarned == nullptr) {
         state_->commentWarned = p;
         const char* const saved = std::exchange(tokenStart_, p);
@@ -215,6 +218,20 @@ const char* Parser_CString_kt::pastComment(const char* p) {
         tokenStart_ = saved;
     }
     return end_;
+}
+
+/// Warns when the comment from p on holds the start of another on a later line: it may have lost
+/// its end.
+void Parser_CString_kt::lookThroughComment(const char* p, const char* past) {
+    if (p < state_->commentsUpTo) return;
+    state_->commentsUpTo = past;
+    const std::string_view opener = *p == '<' ? "<!--" : "/*";
+    const std::string_view text(p + opener.size(), static_cast<std::size_t>(past - p) - 4);
+    const std::size_t line = text.find_first_of("\r\n");
+    if (line == text.npos || text.find(opener, line) == text.npos) return;
+    const char* const saved = std::exchange(tokenStart_, p);
+    report(msg::text.commentInComment);
+    tokenStart_ = saved;
 }
 
 /// From the start of a comment, past it and all white space and comments behind it.

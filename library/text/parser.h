@@ -375,6 +375,7 @@ private:
     }
     bool startsComment(const char* p) const;
     const char* pastComment(const char* p);
+    void lookThroughComment(const char* p, const char* past);
     /// Past white space and comments. The text ends in a zero byte, which is neither.
     const char* pastBlanks(const char* p) {
         while (is(p, ByteSpace)) ++p;

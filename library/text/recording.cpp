@@ -184,9 +184,11 @@ void Parser_kt::tellProgress(ReportHandler& handler) {
 
 void Parser_kt::checkError() {
     if (curReport != nullptr && curReport->severity >= SeverityFatal) throw curReport;
-    ReportHandler& handler = CurrentReportHandler();
-    tellProgress(handler);
-    if (handler.cancelled()) {
+    const bool cancelled = CallHandler([this](ReportHandler& handler) {
+        tellProgress(handler);
+        return handler.cancelled();
+    });
+    if (cancelled) {
         rept_kt* const report = NewReport(msg::reports.importCancelled);
         setError(report);
         throw report;

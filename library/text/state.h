@@ -50,6 +50,7 @@ struct Parser_CString_kt::State {
     std::vector<const char*> unclosedBraces;   ///< ascending: the texts behind them,
     const char* unclosedBracesFrom = nullptr;  ///< all from here on
     const char* commentWarned = nullptr;       ///< the unterminated comment, once it was reported
+    const char* commentsUpTo = nullptr;        ///< comments up to here were looked through
     const char* unbalancedUpTo =
         nullptr;  ///< up to here skipStatement looked for closing brackets in vain
 
