@@ -3,6 +3,7 @@
 #include <charconv>
 #include <climits>
 #include <unordered_set>
+#include <utility>
 
 #include "import/readers.h"
 #include "import/xdsl_parts.h"
@@ -120,8 +121,16 @@ void DrawnNet::readRect(Place& at) {
         return;
     }
     int* const sides[] = {&at.left, &at.top, &at.right, &at.bottom};
-    for (int i = 0; i < 4; ++i)
-        *sides[i] = static_cast<int>(std::clamp(corners[i], -farthest, farthest));
+    bool outside = false;
+    for (int i = 0; i < 4; ++i) {
+        const float side = std::clamp(corners[i], -farthest, farthest);
+        outside = outside || side != corners[i];
+        *sides[i] = static_cast<int>(side);
+    }
+    if (outside && !std::exchange(clampTold_, true)) {
+        xml_.reportAt(at.place);
+        in_.report(msg::import.positionsClamped, Shown(at.id).c_str());
+    }
     at.hasRect = at.left != nowhere[0] || at.top != nowhere[1] || at.right != nowhere[2] ||
                  at.bottom != nowhere[3];
 }

@@ -121,6 +121,7 @@ private:
     std::vector<Place> places_;
     std::vector<Submodel> submodels_{1};  ///< the first is the net itself
     bool oneDrawing_ = false;             ///< places in submodels are those of the whole drawing
+    bool clampTold_ = false;
     std::string title_, comment_;
 };
 

@@ -221,7 +221,7 @@ TEST_F(EntryTest, WhatEscapesAReaderFreesEverythingAndTheLock) {
     EXPECT_NE(ImportText(renames, FormatErgo).net, nullptr);  // the lock is free
 }
 
-TEST(Entry, ATableGivenAgainIsTold) {
+TEST(Entry, WhatReplacesATableOrLeavesTheDrawingIsTold) {
     const struct {
         int format;
         const char* text;
@@ -240,9 +240,14 @@ TEST(Entry, ATableGivenAgainIsTold) {
          "<smile><nodes><cpt id='a'><state id='x'/><probabilities>1</probabilities>"
          "<probabilities>1</probabilities></cpt></nodes></smile>"},
     };
+    const int again = msg::import.tableAgain.number;
     for (const auto& c : cases)
-        EXPECT_EQ(ImportText(c.text, c.format).seen.count(msg::import.tableAgain.number), 1)
-            << c.text;
+        EXPECT_EQ(ImportText(c.text, c.format).seen.count(again), 1) << c.text;
+    EXPECT_EQ(ImportText("<smile><nodes><decision id='a'/></nodes><extensions><genie><node id='a'>"
+                         "<position>-3e9 0 1 1</position></node></genie></extensions></smile>",
+                         FormatXDSL)
+                  .seen.count(msg::import.positionsClamped.number),
+              1);
 }
 
 struct Placed {
