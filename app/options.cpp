@@ -193,13 +193,14 @@ int UsageError(const std::string& text) {
 
 /// The first argument may be a command with a slip, unless there is such a file.
 std::string MistypedCommand(const CLI::App& app, int argc, char** argv) {
+    const std::string word = argc > 1 ? argv[1] : "";
+    if (word.find_first_of("./-") != std::string::npos) return {};  // no letter of a command
     std::vector<std::string> commands;
     for (const CLI::App* command : app.get_subcommands(nullptr))
         commands.push_back(command->get_name());
-    const std::string word = argc > 1 ? argv[1] : "";
     const std::string hint = DidYouMean(word, commands);
-    if (hint.empty() || std::ranges::find(commands, word) != commands.end() || Exists(word))
-        return {};
+    const bool isCommand = std::ranges::find(commands, word) != commands.end();
+    if (hint.empty() || isCommand || Exists(word)) return {};
     return "there is no command or file '" + word + "'" + hint;
 }
 

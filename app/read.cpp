@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "app/folders.h"
 #include "app/gzip.h"
 #include "import/ForeignFile.h"
 #include "import/messages.h"
@@ -46,11 +45,13 @@ private:
     int descriptor_;
 };
 
-bool IsPipe(const std::string& file) {
-    if (file == "-") return true;
+enum class InputEN : unsigned char { file, folder, pipe };
+
+InputEN KindOf(const std::string& file) {
+    if (file == "-") return InputEN::pipe;
     struct stat status {};
-    return ::stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode) &&
-           !S_ISDIR(status.st_mode);
+    if (::stat(file.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return InputEN::file;
+    return S_ISDIR(status.st_mode) ? InputEN::folder : InputEN::pipe;
 }
 
 /// Shows the report of an import that did not begin.
@@ -160,9 +161,14 @@ Bnet_bn* RefuseFolder(const std::string& folder, const Options& options, Console
 
 Bnet_bn* Read(const std::string& file, const Options& options, Console& console,
               ImportResult& result) {
-    if (IsPipe(file)) return ReadPipe(file, options, console, result);
-    if (IsFolder(file)) return RefuseFolder(file, options, console);
-    return ReadFile(file, options, console, result);
+    switch (KindOf(file)) {
+        case InputEN::pipe:
+            return ReadPipe(file, options, console, result);
+        case InputEN::folder:
+            return RefuseFolder(file, options, console);
+        default:
+            return ReadFile(file, options, console, result);
+    }
 }
 
 }  // namespace

@@ -32,8 +32,8 @@ endif()
 if(LUMO_BUILD_APP)
     lumo_package(program lumo-import science ""
         "This package has the program, which summarises, checks and converts files.")
-    # Loaded when PNG and PDF are drawn; all else works without.
-    set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "librsvg2-2 (>= 2.52)")
+    # Loaded when PNG and PDF are drawn, and when a compressed file is read.
+    set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "librsvg2-2 (>= 2.52), zlib1g")
 endif()
 if(LUMO_BUILD_PYTHON)
     math(EXPR next "${LUMO_PYTHON_MINOR} + 1")
