@@ -26,7 +26,7 @@ struct BifMessages {
         "unexpected punctuation %s",
         OfBIF,
         "a stray character is dropped, a `{` with all up to its `}`. Often a brace before it is "
-        "missing or too many",
+        "missing or too many. Delete it, or give that brace its counterpart",
         {"network n {} }", 1, 14}};
     Message<const char*, const char*> missingPunctuation{
         -5303,
@@ -58,12 +58,13 @@ struct BifMessages {
         "unknown or ignored statement '%s'",
         OfBIF,
         "variables have `type` and `property`, probabilities `table`, `default`, `property` and "
-        "rows `( ... )`; another statement is passed over up to its `;`",
+        "rows `( ... )`; another statement is passed over up to its `;`. Correct the word, if it "
+        "is misspelt",
         {"network n { author me; }", 1, 13}};
     Message<int, int> wrongStateCount{
         -5308,
         MessageKind::warning,
-        "supposed to be %d states, but there are %d state names",
+        "supposed to be %d state[|s], but there [2?is|are] %d state name[|s]",
         OfBIF,
         "the variable has the states that are named. Correct the number, or the list",
         {"variable a { type discrete [ 3 ] { x, y }; }", 1, 36}};
@@ -86,7 +87,8 @@ struct BifMessages {
         MessageKind::warning,
         "a property without a name, before %s",
         OfBIF,
-        "a property is written `property name = value;`; without a name it is not kept",
+        "a property is written `property name = value;`; without a name it is not kept. Write one, "
+        "if the text is to be kept",
         {"variable a { type discrete [ 1 ] { x }; property = 1; }", 1, 50}};
     Message<const char*> propertyWithoutValue{
         -5327,
@@ -127,7 +129,7 @@ struct BifMessages {
     Message<int, const char*, int> wrongRowWords{
         -5316,
         MessageKind::error,
-        "the row names %d states of parents, but >-node '%s' has %d parents",
+        "the row names %d state[|s] of parents, but >-node '%s' has %d parent[|s]",
         OfBIF,
         "the row is passed over. Name one state of each parent, in the order of the header",
         {"variable a { type discrete [ 1 ] { x }; } probability ( a ) { (x) 1; }", 1, 65}};
@@ -143,10 +145,10 @@ struct BifMessages {
     Message<const char*, long long, long long> wrongCount{
         -5318,
         MessageKind::error,
-        "the probabilities of >-node '%s' should be %lld numbers, but %lld were read",
+        "the probabilities of >-node '%s' should be %lld number[|s], but %lld [was|were] read",
         OfBIF,
         "a row has a number for each state, a table one for each state and combination of the "
-        "parents' states. What has another count is passed over",
+        "parents' states. What has another count is passed over. Correct the list, or the states",
         {"variable a { type discrete [ 2 ] { x, y }; } probability ( a ) { table 1; }", 1, 73}};
     Message<const char*> equalStates{
         -5319,
@@ -170,7 +172,8 @@ struct BifMessages {
         MessageKind::warning,
         "function '%s' of >-node '%s' is not known, so its rows are taken as a table",
         OfBIF,
-        "`function max` is the one that is known, and stands before the rows",
+        "`function max` is the one that is known, and stands before the rows. Delete it, or write "
+        "the rows of the whole table",
         {"variable a { type discrete [ 1 ] { x }; } probability ( a ) { property function min; "
          "table 1; }",
          1, 72}};
@@ -190,7 +193,7 @@ struct BifMessages {
         "the noisy-max of >-node '%s' lacks rows",
         OfBIF,
         "`function max` wants the row of all first states, the leak, and one row for each other "
-        "state of each parent; the node gets no table",
+        "state of each parent; the node gets no table. Write them",
         {"variable a { type discrete [ 1 ] { x }; } probability ( a ) { property function max; }",
          1, 43}};
     Message<int> tooMuchToFill{
@@ -201,12 +204,17 @@ struct BifMessages {
     Message<int, int, const char*> noProbabilities{
         -5325,
         MessageKind::warning,
-        "%d of the %d variables have neither parents nor probabilities, the first is '%s'",
+        "%d of the %d variable[|s] [1?has|have] neither parents nor probabilities, the first is "
+        "'%s'",
         OfBIF,
         "their probability blocks are missing or damaged. If the file was cut off, get it again",
         {"variable a { type discrete [ 1 ] { x }; }", 1, 42}};
-    Message<> noVariables{-5326, MessageKind::notice,       "the net has no variables",
-                          OfBIF, "the file may be cut off", {"network n {}", 1, 13}};
+    Message<> noVariables{-5326,
+                          MessageKind::notice,
+                          "the net has no variables",
+                          OfBIF,
+                          "the file may be cut off. Get it again",
+                          {"network n {}", 1, 13}};
 };
 
 namespace msg {

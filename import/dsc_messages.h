@@ -35,7 +35,7 @@ struct DscMessages {
         OfDsc,
         "a block that is neither `node` nor `probability` is passed over, and so is text before "
         "the next block. If the word is part of a name or of rows, a brace or quote before it is "
-        "lost",
+        "lost. Put it back; delete what belongs to no block",
         {"network x node A {} service { }", 1, 21}};
     Message<const char*> strayBetweenBlocks{
         -4028,
@@ -78,7 +78,7 @@ struct DscMessages {
         OfDsc, "write it, or `\"\"` for none", {"network x node A { name: ; }", 1, 26}};
     Message<int> missingStateNames{-5229,
                                    MessageKind::warning,
-                                   "%d state names are missing from the list",
+                                   "%d state name[ is|s are] missing from the list",
                                    OfDsc,
                                    "those states have empty names. Write them, or `\"\"` for none",
                                    {"network x node A { type: discrete[2] = {a, , }; }", 1, 40}};
@@ -108,14 +108,15 @@ struct DscMessages {
         MessageKind::warning,
         "unknown or ignored >-node type '%s'",
         OfDsc,
-        "the node keeps two states. Types are `discrete` and `continuous`",
+        "the node keeps two states. Types are `discrete` and `continuous`. Write one of them",
         {"network x node A { type: fuzzy; }", 1, 26}};
-    Message<const char*> unknownAttribute{-4012,
-                                          MessageKind::warning,
-                                          "unknown or ignored attribute '%s'",
-                                          OfDsc,
-                                          "the attribute has no counterpart and is passed over",
-                                          {"network x node A { cost: fix = 2; }", 1, 20}};
+    Message<const char*> unknownAttribute{
+        -4012,
+        MessageKind::warning,
+        "unknown or ignored attribute '%s'",
+        OfDsc,
+        "the attribute has no counterpart and is passed over. Correct it, if it is misspelt",
+        {"network x node A { cost: fix = 2; }", 1, 20}};
     Message<> missingSemicolon{-4013,
                                MessageKind::warning,
                                "missing semicolon at end",
@@ -128,16 +129,17 @@ struct DscMessages {
         "missing '}' at end",
         OfDsc,
         "the file ends, or another block begins, inside a node block, which is made of what there "
-        "is",
+        "is. Write the `}`, or get the whole file",
         {"network x node A { name: a;", 1, 28}};
 
     // Probability blocks.
-    Message<> missingParenthesis{-4015,
-                                 MessageKind::error,
-                                 "missing '('",
-                                 OfDsc,
-                                 "the header is to be `probability(child | parents)`",
-                                 {"network x node A {} probability A { 1; }", 1, 33}};
+    Message<> missingParenthesis{
+        -4015,
+        MessageKind::error,
+        "missing '('",
+        OfDsc,
+        "the header is to be `probability(child | parents)`. Write the parentheses",
+        {"network x node A {} probability A { 1; }", 1, 33}};
     Message<const char*> undeclaredChild{
         -4016,
         MessageKind::error,
@@ -164,7 +166,7 @@ struct DscMessages {
         MessageKind::error,
         "unexpected punctuation %s",
         OfDsc,
-        "after the child stands neither `|` nor `)`",
+        "after the child stands neither `|` nor `)`. Write `|` before the parents, or `)`",
         {"network x node A {} probability(A, B) { 1, 0; }", 1, 34}};
     Message<> rowsWithoutBody{-4020,
                               MessageKind::error,
@@ -179,14 +181,14 @@ struct DscMessages {
         OfDsc,
         "where a row begins there is something else: numbers without a tuple although the child "
         "has parents, a function form, or the next block because the `}` is lost (then nothing "
-        "else is)",
+        "else is). Write `(0, 1):` before the row's numbers, or the `}`",
         {"network x node A {} node B {} probability(A|B) { 1, 0; }", 1, 50}};
     Message<const char*> strayBeforeRow{
         -4023,
         MessageKind::error,
         "unexpected punctuation %s",
         OfDsc,
-        "a row begins with neither a tuple nor `default`",
+        "a row begins with neither a tuple nor `default`. Delete the character, or write the tuple",
         {"network x node A {} node B {} probability(A|B) { : 1, 0; }", 1, 50}};
     Message<const char*> missingRowColon{
         -4024,
@@ -214,9 +216,10 @@ struct DscMessages {
     Message<int, int> wrongTuple{
         -5048,
         MessageKind::error,
-        "%d numbers wanted, but %d read",
+        "%d number[|s] wanted, but %d read",
         OfDsc,
-        "a tuple has not one number for each parent",
+        "a tuple has not one number for each parent. Write one for each, in the order of the "
+        "header",
         {"network x node A {} node B {} probability(A|B) { (0, 1): 1, 0; }", 1, 55}};
     Message<int, const char*> negativeState{
         -5094,
@@ -229,13 +232,14 @@ struct DscMessages {
         -5210, MessageKind::error,
         "the tables of this file want more than %d numbers beyond its length", OfDsc,
         "rows much shorter than the child has states, or tables given by single rows, again and "
-        "again"};
+        "again, would take the memory. Write tables whole, once"};
     Message<const char*> contradictoryRow{
         -5211,
         MessageKind::warning,
         "this row names two states of >-node '%s', so it is passed over",
         OfDsc,
-        "the header names a parent twice and the tuple gives it two states",
+        "the header names a parent twice and the tuple gives it two states. Correct the header, or "
+        "the tuple",
         {"network x node A {} node B {} probability(A|B, B) { (0, 1): 1, 0; }", 1, 53}};
 
     // Lenient reading.
@@ -250,7 +254,7 @@ struct DscMessages {
                                 MessageKind::notice,
                                 "the properties in braces after the network's name are passed over",
                                 OfDsc,
-                                "they describe the file, not the net",
+                                "they describe the file, not the net. Nothing needs to be done",
                                 {"network x { version is 1; } node A {}", 1, 11, OfDsc, true}};
     Message<const char*> blocksBeforeHeader{
         -5213,
@@ -260,18 +264,20 @@ struct DscMessages {
         OfDsc,
         "write `belief network \"name\"` in front of the first block",
         {"node A {}", 1, 1, OfDsc, true}};
-    Message<> quotedName{-5214,
-                         MessageKind::notice,
-                         "nodes are named in quotes; their names are the texts in them",
-                         OfDsc,
-                         "nothing is lost. In the format a node's name is one word",
-                         {"network x node \"A b\" {}", 1, 16, OfDsc, true}};
+    Message<> quotedName{
+        -5214,
+        MessageKind::notice,
+        "nodes are named in quotes; their names are the texts in them",
+        OfDsc,
+        "nothing is lost. In the format a node's name is one word. Nothing needs to be done",
+        {"network x node \"A b\" {}", 1, 16, OfDsc, true}};
     Message<> statesWithoutEquals{
         -5215,
         MessageKind::notice,
         "state names without '=' before them are read all the same",
         OfDsc,
-        "nothing is lost. The format wants `discrete[2] = { ... }`",
+        "nothing is lost. The format wants `discrete[2] = { ... }`. Nothing needs to be done here; "
+        "for other programs write the `=`",
         {"network x node A { type = discrete[2] {a b}; }", 1, 39, OfDsc, true}};
     Message<const char*> equalsForColon{
         -5216,
@@ -285,7 +291,8 @@ struct DscMessages {
         MessageKind::notice,
         "tuples name states instead of numbering them, and are read so",
         OfDsc,
-        "nothing is lost. In the format states are numbered from 0",
+        "nothing is lost. In the format states are numbered from 0. Nothing needs to be done here; "
+        "for other programs write the numbers",
         {"network x node A {} node B {type: discrete[2] = {x y};} probability(A|B) { (x): 1, 0; "
          "(y): 0, 1; }",
          1, 77, OfDsc, true}};
@@ -302,7 +309,8 @@ struct DscMessages {
         "all rows of >-node '%s' have one tuple, so they are placed by their order",
         OfDsc,
         "the program that wrote the file wrote the same tuple everywhere. With one parent, or "
-        "equal rows, nothing can be wrong",
+        "equal rows, nothing can be wrong. With more parents, compare a row with the program's own "
+        "display",
         {"network x node A {} node B {} probability(A|B) { (0): 1, 0; (0): 0, 1; }", 1, 50, OfDsc,
          true}};
     Message<const char*> rowsByOrderOfParents{
@@ -331,14 +339,15 @@ struct DscMessages {
         MessageKind::warning,
         "a row of a noisy-max in which several parents are not in state 0 is passed over",
         OfDsc,
-        "such rows follow from the others",
+        "such rows follow from the others. Nothing needs to be done, unless the rows are meant as "
+        "a table: then delete the `function`",
         {"network x node A {} node B {} node C {} probability(A|B, C) { function: max; (1, 1): 0, "
          "1; }",
          1, 78, OfDsc, true}};
     Message<int, int, const char*> noisyMaxRowsMissing{
         -5223,
         MessageKind::error,
-        "%d of the %d rows that a noisy-max of >-node '%s' needs are missing",
+        "%d of the %d row[|s] that a noisy-max of >-node '%s' needs [1?is|are] missing",
         OfDsc,
         "the node gets no table. Give one row for each state but the first of each parent, the "
         "other parents in state 0; without a row of zeros there is no leak",

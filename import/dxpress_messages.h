@@ -7,21 +7,22 @@ namespace lumo {
 
 struct DXPressMessages {
     // The file.
-    Message<> missingDiagnostic{
-        -4086,
-        MessageKind::warning,
-        "expecting word 'diagnostic'",
-        OfDXPress,
-        "the file does not begin like a knowledge base; it is read all the same",
-        {"diagnosis network x kb { }", 1, 1}};
+    Message<> missingDiagnostic{-4086,
+                                MessageKind::warning,
+                                "expecting word 'diagnostic'",
+                                OfDXPress,
+                                "the file does not begin like a knowledge base; it is read all the "
+                                "same. Put `diagnostic network \"name\"` in front",
+                                {"diagnosis network x kb { }", 1, 1}};
     Message<> missingNetwork{-4087,     MessageKind::warning,   "expecting word 'network'",
                              OfDXPress, missingDiagnostic.cure, {"diagnostic net x kb { }", 1, 12}};
-    Message<const char*> unknownObject{-4088,
-                                       MessageKind::warning,
-                                       "unknown object type '%s'",
-                                       OfDXPress,
-                                       "the object is passed over with its braces",
-                                       {"diagnostic network x views { }", 1, 22}};
+    Message<const char*> unknownObject{
+        -4088,
+        MessageKind::warning,
+        "unknown object type '%s'",
+        OfDXPress,
+        "the object is passed over with its braces. Correct the word, if it is misspelt",
+        {"diagnostic network x views { }", 1, 22}};
     Message<const char*> strayBetweenObjects{-4089,
                                              MessageKind::warning,
                                              "unexpected punctuation %s",
@@ -73,7 +74,7 @@ struct DXPressMessages {
                          MessageKind::warning,
                          "expected '{'",
                          OfDXPress,
-                         "a block lacks its opening brace",
+                         "a block lacks its opening brace. Write it",
                          {"diagnostic network x kb notes: a; }", 1, 25}};
     Message<const char*> strayInKb{
         -4046,     MessageKind::warning,     "unexpected punctuation %s",
@@ -83,29 +84,32 @@ struct DXPressMessages {
         MessageKind::warning,
         "unknown field '%s'",
         OfDXPress,
-        "the field is passed over; the name may be misspelt (letter case counts)",
+        "the field is passed over; the name may be misspelt (letter case counts). Correct it then",
         {"diagnostic network x kb { Version: a; }", 1, 27}};
-    Message<> kbFieldUnended{
-        -4048,     MessageKind::warning,    "expected ';'",
-        OfDXPress, "a field lacks its end", {"diagnostic network x kb { notes: a }", 1, 36}};
+    Message<> kbFieldUnended{-4048,
+                             MessageKind::warning,
+                             "expected ';'",
+                             OfDXPress,
+                             "a field lacks its end. Write `;` there",
+                             {"diagnostic network x kb { notes: a }", 1, 36}};
     // Nodes.
     Message<const char*> nodesUnopened{
         -4068,
         MessageKind::warning,
         "expected '{', but got %s",
         OfDXPress,
-        "the list of nodes, or the numbers after `prob`, lack their opening brace",
+        "the list of nodes, or the numbers after `prob`, lack their opening brace. Write it",
         {"diagnostic network x nodes standard A { } }", 1, 28}};
     Message<const char*> strayInNodes{
         -4069,     MessageKind::warning,     "unexpected punctuation %s",
         OfDXPress, strayBetweenObjects.cure, {"diagnostic network x nodes { ; }", 1, 30}};
-    Message<const char*> unknownNodeKind{
-        -4070,
-        MessageKind::warning,
-        "unknown >-node type '%s'",
-        OfDXPress,
-        "an entry of `nodes` that is not `standard` is passed over",
-        {"diagnostic network x nodes { odd A { } }", 1, 30}};
+    Message<const char*> unknownNodeKind{-4070,
+                                         MessageKind::warning,
+                                         "unknown >-node type '%s'",
+                                         OfDXPress,
+                                         "an entry of `nodes` that is not `standard` is passed "
+                                         "over. Write `standard`, if it is such a node",
+                                         {"diagnostic network x nodes { odd A { } }", 1, 30}};
     Message<> nodeUnopened{
         -4055,           MessageKind::warning,
         "expected '{'",  OfDXPress,
@@ -142,7 +146,7 @@ struct DXPressMessages {
         MessageKind::warning,
         "unknown >-node class '%s'",
         OfDXPress,
-        "nothing is lost",
+        "nothing is lost. Nothing needs to be done",
         {"diagnostic network x nodes { standard A { class: decision; } }", 1, 50}};
     Message<> classtypeSeparator{
         -4059,
@@ -157,7 +161,8 @@ struct DXPressMessages {
         "'%s' is a ci >-node is of unknown classtype %s, but will be treated as 'max' (i.e. "
         "noisy-max)",
         OfDXPress,
-        "only noisy-max is known; the parameters are read as that",
+        "only noisy-max is known; the parameters are read as that. If they are not meant so, write "
+        "the table with kind `standard`",
         {"diagnostic network x nodes { standard A { classtype: min; } }", 1, 54}};
     Message<> typeSeparator{
         -4061,
@@ -171,7 +176,7 @@ struct DXPressMessages {
         MessageKind::error,
         "can only parse 'discrete' >-node-s, but >-node '%s' is of type '%s'",
         OfDXPress,
-        "the node keeps two states",
+        "the node keeps two states. Write `discrete[n]` with its states",
         {"diagnostic network x nodes { standard A { type: continuous; } }", 1, 49}};
     Message<> missingOpenBracket{
         -4063,
@@ -215,7 +220,7 @@ struct DXPressMessages {
                             MessageKind::warning,
                             "expected '{'",
                             OfDXPress,
-                            "the state is read as if it stood there",
+                            "the state is read as if it stood there. Write it",
                             {"diagnostic network x nodes { standard A { type: discrete[1] = { "
                              "standard name: a; } }; } }",
                              1, 74}};
@@ -255,7 +260,8 @@ struct DXPressMessages {
         MessageKind::error,
         "too many state definitions (%d)",
         OfDXPress,
-        "there are more entries than `discrete[n]` says; the rest of the block is passed over",
+        "there are more entries than `discrete[n]` says; the rest of the block is passed over. "
+        "Correct the number, or delete the entries",
         {"diagnostic network x nodes { standard A { type: discrete[0] = { fault { } }; } }", 1,
          65}};
     // The network.
@@ -279,7 +285,8 @@ struct DXPressMessages {
         MessageKind::error,
         "unknown >-node named '%s'",
         OfDXPress,
-        "no `nodes` object before lists it; the entry of `network` is passed over",
+        "no `nodes` object before lists it; the entry of `network` is passed over. Correct the "
+        "name, or add it to `nodes`",
         {"diagnostic network x nodes { standard A { } standard B { } } network { standard C () { } "
          "}",
          1, 81}};
@@ -305,7 +312,8 @@ struct DXPressMessages {
         MessageKind::warning,
         "unknown >-node type '%s'",
         OfDXPress,
-        "in `network`, neither `standard` nor `ci`: the parents are kept, the body is passed over",
+        "in `network`, neither `standard` nor `ci`: the parents are kept, the body is passed over. "
+        "Write one of them",
         {"diagnostic network x nodes { standard A { } standard B { } } network { fuzzy A () { } }",
          1, 72}};
     // Relations.
@@ -346,7 +354,8 @@ struct DXPressMessages {
         MessageKind::warning,
         "unexpected punctuation %s",
         OfDXPress,
-        "a row or group does not look as described above; its numbers count all the same",
+        "a row or group does not look as described above; its numbers count all the same. Delete "
+        "the character, if it is none of the file's own",
         {"diagnostic network x nodes { standard A { } standard B { } } network { standard A () { "
          "prob: { , (;1,0; } } }",
          1, 96}};
@@ -406,7 +415,8 @@ struct DXPressMessages {
         MessageKind::error,
         "expected to read %d noisy-max probabilities, but read %d",
         OfDXPress,
-        "the groups have too few or too many numbers; the node keeps its parents and gets no table",
+        "the groups have too few or too many numbers; the node keeps its parents and gets no "
+        "table. Correct them: each group has a row for every state but the neutral one",
         {"diagnostic network x nodes { standard A { } standard B { } } network { ci A () { (x) "
          "(;1; end } }",
          1, 91}};
@@ -419,14 +429,15 @@ struct DXPressMessages {
         MessageKind::notice,
         "'%s' is read as %s",
         OfDXPress,
-        "nothing is lost. The format writes booleans `true` and `false`",
+        "nothing is lost. The format writes booleans `true` and `false`. Nothing needs to be done "
+        "here; for other programs write these",
         {"diagnostic network x nodes { standard A { observable: yes; } }", 1, 55, OfDXPress, true}};
     Message<> networkBeforeNodes{
         -5241,
         MessageKind::notice,
         "the network stands before the nodes that it names, and is read after them",
         OfDXPress,
-        "nothing is lost",
+        "nothing is lost. Nothing needs to be done here; for other programs put `nodes` first",
         {"diagnostic network x network { standard A () { prob: { (;1,0; } } } nodes { standard A { "
          "} }",
          1, 22, OfDXPress, true}};

@@ -30,23 +30,26 @@ struct ErgoMessages {
         "%d probabilities for >-node %d, but expected %d",
         OfErgo,
         "the count must be the product of the states of the node and of its parents (the node is "
-        "counted from 0)",
+        "counted from 0). Correct it, or the numbers of states and parents before it",
         {"1 2 0 3 1 0 0", 1, 7}};
     Message<int> outOfMemoryForTable{-2318, MessageKind::outOfMemory, "for >-CPTable of >-node %d",
-                                     OfErgo, "the table does not fit into memory"};
+                                     OfErgo,
+                                     "the table does not fit into memory. Give the node fewer "
+                                     "parents or states, or use a larger machine"};
     Message<int, const char*, long long> impossibleCount{
         -5230,
         MessageKind::error,
-        "%d %s cannot be: the rest of the file has %lld bytes",
+        "%d %s cannot be: the rest of the file has %lld byte[|s]",
         OfErgo,
         "a count is negative, or larger than what the rest of the file can hold: a number before "
-        "it is missing or too many",
+        "it is missing or too many. Correct the numbers before that place",
         {"9", 1, 1}};
     Message<> textBehindPositions{-5231,
                                   MessageKind::warning,
                                   "what stands behind the last position is passed over",
                                   OfErgo,
-                                  "the format ends there. A number may be one too many before it",
+                                  "the format ends there. A number may be one too many before it. "
+                                  "Delete it, or correct the counts",
                                   {"1 2 0 2 1 0 A a b 1 2 3", 1, 23}};
     Message<> parentsFromZero{
         -5232,

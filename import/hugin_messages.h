@@ -22,7 +22,7 @@ struct HuginMessages {
         OfHugin,
         "objects other than nets, classes, nodes and potentials (instances, functions) have no "
         "counterpart; the object is passed over. If the word belongs to a field, the object above "
-        "it has a brace too many",
+        "it has a brace too many. Delete that",
         {"net { } blob X { }", 1, 9}};
     Message<const char*> strayBetweenObjects{
         -3041,
@@ -58,7 +58,7 @@ struct HuginMessages {
         "unknown or ignored field",
         OfHugin,
         "the field has no counterpart in the net and is passed over; shown once for each word, "
-        "with counts at the end. Harmless, unless the word is misspelt",
+        "with counts at the end. Harmless, unless the word is misspelt. Correct it then",
         {"net { } node A { subtype = number; }", 1, 18}};
     Message<> missingSemicolon{-3038,
                                MessageKind::warning,
@@ -99,7 +99,7 @@ struct HuginMessages {
         "unexpected punctuation %s",
         OfHugin,
         "among the names in a potential's header; the potential is passed over. Names are "
-        "separated by blanks",
+        "separated by blanks. Delete the character",
         {"net { } node A { } node B { } potential (A | B, B) { }", 1, 47}};
     Message<const char*> strayBehindChild{
         -3033,
@@ -127,19 +127,20 @@ struct HuginMessages {
     Message<const char*> badGroup{
         -4131,   MessageKind::error, "illegal integer '%s'",
         OfHugin, badInteger.cure,    {"net { } node A { HR_Grp = \"2x\"; }", 1, 27}};
-    Message<const char*> badGroupColors{
-        -4129,
+    Message<const char*> badGroupColors{-4129,
+                                        MessageKind::warning,
+                                        "illegal integer '%s'",
+                                        OfHugin,
+                                        "`HR_Groups_GroupColors` holds two digits for each group; "
+                                        "what is no digit counts as 0. Correct the digits",
+                                        {"net { HR_Groups_GroupColors = \"1x05\"; }", 1, 31}};
+    Message<const char*> badGroupColor{
+        -2867,
         MessageKind::warning,
         "illegal integer '%s'",
         OfHugin,
-        "`HR_Groups_GroupColors` holds two digits for each group; what is no digit counts as 0",
-        {"net { HR_Groups_GroupColors = \"1x05\"; }", 1, 31}};
-    Message<const char*> badGroupColor{-2867,
-                                       MessageKind::warning,
-                                       "illegal integer '%s'",
-                                       OfHugin,
-                                       "the group's colour is no number; it stays white",
-                                       {"net { HR_Group_1_Color = \"red\"; }", 1, 26}};
+        "the group's colour is no number; it stays white. Write a number from 0 to 63",
+        {"net { HR_Group_1_Color = \"red\"; }", 1, 26}};
     Message<int> colorsBeyondPalette{
         -4130,
         MessageKind::warning,
@@ -153,12 +154,13 @@ struct HuginMessages {
                                     OfHugin,
                                     colorsBeyondPalette.cure,
                                     {"net { HR_Group_1_Color = \"64\"; }", 1, 26}};
-    Message<int, const char*> negativeGroup{-4141,
-                                            MessageKind::error,
-                                            "negative group index %d for >-node '%s'",
-                                            OfHugin,
-                                            "the node joins no group. Groups are counted from 0",
-                                            {"net { } node A { HR_Group = \"-1\"; }", 1, 29}};
+    Message<int, const char*> negativeGroup{
+        -4141,
+        MessageKind::error,
+        "negative group index %d for >-node '%s'",
+        OfHugin,
+        "the node joins no group. Groups are counted from 0. Correct the index",
+        {"net { } node A { HR_Group = \"-1\"; }", 1, 29}};
     Message<int, const char*, int> unknownGroup{
         -4142,
         MessageKind::error,
@@ -166,18 +168,20 @@ struct HuginMessages {
         OfHugin,
         "the node joins no group. Correct its index, or describe the group in the net's fields",
         {"net { HR_Groups_GroupNames = \"g\"; } node A { HR_Grp = \"1\"; }", 1, 55}};
-    Message<const char*> missingGroupIndex{-2866,
-                                           MessageKind::warning,
-                                           "missing HR_Group index integer in '%s'",
-                                           OfHugin,
-                                           "the field is to be `HR_Group_<index>_<attribute>`",
-                                           {"net { HR_Group__Name = \"g\"; }", 1, 24}};
-    Message<const char*> unknownGroupAttribute{-2869,
-                                               MessageKind::notice,
-                                               "unknown HR_Group attribute '%s'",
-                                               OfHugin,
-                                               "attributes are `Name`, `Color` and `Description`",
-                                               {"net { HR_Group_1_Shape = \"g\"; }", 1, 26}};
+    Message<const char*> missingGroupIndex{
+        -2866,
+        MessageKind::warning,
+        "missing HR_Group index integer in '%s'",
+        OfHugin,
+        "the field is to be `HR_Group_<index>_<attribute>`. Write the index",
+        {"net { HR_Group__Name = \"g\"; }", 1, 24}};
+    Message<const char*> unknownGroupAttribute{
+        -2869,
+        MessageKind::notice,
+        "unknown HR_Group attribute '%s'",
+        OfHugin,
+        "attributes are `Name`, `Color` and `Description`. Write one of them",
+        {"net { HR_Group_1_Shape = \"g\"; }", 1, 26}};
     Message<const char*> missingName{-5120,
                                      MessageKind::error,
                                      "missing name of %s",
@@ -187,16 +191,19 @@ struct HuginMessages {
     Message<int, const char*> tablesWithoutNode{
         -5121,
         MessageKind::warning,
-        "potentials are passed over, for their nodes are of kinds that are not read (%d): %s",
+        "%d potential[|s] [is|are] passed over, for [its node is of a kind that is|their nodes are "
+        "of kinds that are] not read: %s",
         OfHugin,
-        "the tables of objects that were passed over go with them",
+        "the tables of objects that were passed over go with them. Nothing needs to be done, "
+        "unless a kind is misspelt",
         {"net { } function E { } potential (E) { }", 1, 35}};
     Message<int, const char*> tablesWithoutParent{
         -5122,
         MessageKind::warning,
-        "nodes get no table, for parents of them are of kinds that are not read (%d): %s",
+        "%d node[ gets|s get] no table, for a parent is of a kind that is not read: %s",
         OfHugin,
-        "the nodes keep the parents before that one",
+        "the nodes keep the parents before that one. Write such a parent as `node` with states, if "
+        "it is one",
         {"net { } function E { } node A { } potential (A | E) { }", 1, 50}};
     Message<> firstClassOnly{-5123,
                              MessageKind::warning,
@@ -209,15 +216,17 @@ struct HuginMessages {
         MessageKind::warning,
         "passed over (%d of type '%s'): %s",
         OfHugin,
-        "they have no counterpart in a net; the potentials that name them go with them",
+        "they have no counterpart in a net; the potentials that name them go with them. Nothing "
+        "needs to be done, unless the net needs them: then write them as nodes",
         {"net { } function E { }", 1, 9}};
-    Message<> noNodeRead{-5125,
-                         MessageKind::error,
-                         "no node of this file could be read",
-                         OfHugin,
-                         "all its objects are of kinds that are not read, as in a class that is "
-                         "made of instances alone",
-                         {"net { } function E { }", 1, 23}};
+    Message<> noNodeRead{
+        -5125,
+        MessageKind::error,
+        "no node of this file could be read",
+        OfHugin,
+        "all its objects are of kinds that are not read, as in a class that is "
+        "made of instances alone. Save a class that has nodes of its own, or the unrolled net",
+        {"net { } function E { }", 1, 23}};
     Message<> missingValue{
         -5126,
         MessageKind::warning,
@@ -274,25 +283,32 @@ struct HuginMessages {
     // ---- Reading leniently
     Message<int, const char*> continuousNodes{
         -5130, MessageKind::notice,
-        "continuous nodes are read, their distributions kept as user fields (%d): %s", OfHugin,
-        "read leniently, a `continuous node` is a node without states; the text of its `data`, "
-        "such as `normal(0, 1)`, is its user field `data`"};
-    Message<int, const char*> twoWordNodes{
-        -5131, MessageKind::notice, "nodes are read although two words name their kind (%d): %s",
+        "%d continuous node[ is|s are] read, [its distribution kept as a user field|their "
+        "distributions kept as user fields]: %s",
         OfHugin,
-        "read leniently, `discrete node` is `node`, and `discrete decision` is `decision`"};
+        "read leniently, a `continuous node` is a node without states; the text of its `data`, "
+        "such as `normal(0, 1)`, is its user field `data`. Nothing needs to be done"};
+    Message<int, const char*> twoWordNodes{
+        -5131, MessageKind::notice,
+        "%d node[ is|s are] read although two words name [its|their] kind: %s", OfHugin,
+        "read leniently, `discrete node` is `node`, and `discrete decision` is `decision`. Nothing "
+        "needs to be done"};
     Message<int, const char*> temporalNodes{
         -5132, MessageKind::warning,
-        "time-slice nodes are read with the states of the nodes that they repeat (%d): %s", OfHugin,
+        "%d time-slice node[ is|s are] read with the states of the node[ that it repeats|s that "
+        "they "
+        "repeat]: %s",
+        OfHugin,
         "read leniently, `temporal T : N` is a node of its own; that it is N one step before is "
-        "not kept"};
+        "not kept. To keep that, unroll the net in the program that wrote it"};
     Message<const char*, const char*> temporalWithoutNode{
         -5133, MessageKind::warning,
         "time-slice >-node '%s' repeats '%s', which is no node of the file", OfHugin,
         "the node keeps two states. Correct the name behind the `:`"};
     Message<int, const char*> experienceRead{
-        -5134, MessageKind::notice, "the experience of nodes is read (%d): %s", OfHugin,
-        "read leniently, the field `experience` of a potential fills the node's experience table"};
+        -5134, MessageKind::notice, "the experience of %d node[|s] is read: %s", OfHugin,
+        "read leniently, the field `experience` of a potential fills the node's experience table. "
+        "Nothing needs to be done"};
     Message<const char*> experienceFromCounts{
         -5135, MessageKind::warning,
         "the experience of >-node '%s' is that of its counts, not that of its field", OfHugin,
@@ -300,26 +316,31 @@ struct HuginMessages {
         "Scale the rows, or delete the field"};
     Message<const char*, double> badExperience{
         -5136, MessageKind::error, "the experience of >-node '%s' cannot be %g", OfHugin,
-        "experience is a number of cases, zero or more"};
+        "experience is a number of cases, zero or more. Correct it"};
     Message<const char*> titleFromField{
         -5137, MessageKind::notice, "the net's field '%s' is read as its title", OfHugin,
         "read leniently, the first of the net's fields `name` and `label` that holds a text is its "
-        "title, if it has no other"};
+        "title, if it has no other. Nothing needs to be done"};
     Message<int, const char*> expressionsOnly{
         -5138, MessageKind::warning,
-        "tables are given by expressions only, kept as user fields (%d): %s", OfHugin,
+        "%d table[ is given by an expression only, kept as a user field|s are given by expressions "
+        "only, kept as user fields]: %s",
+        OfHugin,
         "the nodes get no table; the expression, `model_data`, is a user field. Have the program "
         "that wrote the file write the table"};
     Message<int, const char*> expressionsKept{
         -5139, MessageKind::notice,
-        "the expressions behind tables are kept as user fields (%d): %s", OfHugin,
+        "%d table[ has an expression behind it, which is|s have expressions behind them, which "
+        "are] "
+        "kept: %s",
+        OfHugin,
         "read leniently, `model_data` and `model_nodes` of a potential are user fields of its "
-        "node"};
+        "node. Nothing needs to be done"};
     Message<const char*, const char*> classChosen{
         -5140, MessageKind::warning, "class '%s' is read; the other classes of the file are %s",
         OfHugin,
         "of several classes the one is read that no other holds an instance of, or the one that "
-        "`--class` names"};
+        "`--class` names. Name another one, if that is wanted"};
     Message<const char*, const char*> unknownClass{
         -5141, MessageKind::error, "there is no class '%s' in this file, which has %s", OfHugin,
         "name one of them"};

@@ -10,7 +10,8 @@ namespace lumo {
 struct ImportMessages {
     Message<const char*> couldNotRead{
         -3468, MessageKind::error, "couldn't read file '%s' into memory", OfAny,
-        "the notice before it says why: the file is missing, no file, not readable, or too large"};
+        "the notice before it says why: the file is missing, no file, not readable, or too large. "
+        "Check its name and permissions"};
     Message<const char*, const char*> pipeFailed{-3468, MessageKind::error, "cannot read '%s': %s",
                                                  OfAny, couldNotRead.cure};
     Message<const char*, const char*> unusableFolder{
@@ -26,12 +27,12 @@ struct ImportMessages {
         "its text would have more than 1 GiB, or more than 64 MiB and 250 times the file's size; "
         "or zlib is missing. Unpack the file with `gunzip`, if it can be trusted, and read that"};
     Message<const char*, long long> bytesAfterPacking{
-        -5434, MessageKind::warning, "'%s' has %lld bytes behind its compressed text", OfAny,
+        -5434, MessageKind::warning, "'%s' has %lld byte[|s] behind its compressed text", OfAny,
         "they are passed over. Get the file again when something is missing"};
     Message<int> unknownFormatCode{
         -5004, MessageKind::error, "unknown format code %d", OfAny,
         "the format was not told from the text nor from the file's name, or is "
-        "none"};
+        "none. Name it with `--from`, if `lumo-import formats` lists it"};
     Message<const char*, const char*> unknownFormat{
         -5004, MessageKind::error, "cannot tell the format of '%s'; name it with %s", OfAny,
         unknownFormatCode.cure};
@@ -43,10 +44,10 @@ struct ImportMessages {
     Message<const char*, long long, long long> badTable{
         -5049,
         MessageKind::error,
-        "the data of >-node '%s' should be %lld numbers, but %lld were read",
+        "the data of >-node '%s' should be %lld number[|s], but %lld [was|were] read",
         OfHugin,
         "the list has too few or too many numbers for the states of the node and its parents; the "
-        "node keeps its parents and gets no table",
+        "node keeps its parents and gets no table. Correct the list, or the states",
         {"net {} node a { states = (\"x\" \"y\"); } potential (a) { data = (1); }", 1, 65}};
     Message<const char*> tableShape{
         -5050, MessageKind::warning, "%s; the numbers are taken in their written order", OfHugin,
@@ -54,7 +55,7 @@ struct ImportMessages {
         "in another order than the data, change the header"};
     Message<int> openBrackets{-5050,
                               MessageKind::warning,
-                              "%d '(' of the data list are not closed",
+                              "%d '(' of the data list [is|are] not closed",
                               OfHugin,
                               tableShape.cure,
                               {"net {} node a { states = (\"x\" \"y\"); } potential (a) { data = "
@@ -69,7 +70,7 @@ struct ImportMessages {
         {"network x node A {position:(2e9,0);} node B {position:(-2e9,0);}", 0, 0, OfDsc}};
     Message<double> badScale{-5098, MessageKind::warning,
                              "positions cannot be scaled by %g, so they keep their size", OfAny,
-                             "the zoom is zero, negative or beyond all screens"};
+                             "the zoom is zero, negative or beyond all screens. Correct it"};
     Message<const char*> tableAgain{
         -5421,
         MessageKind::warning,
@@ -79,9 +80,9 @@ struct ImportMessages {
         {"net { } node A { } potential (A) { data = (1 0); } potential (A) { data = (0 1); }", 1,
          68}};
     Message<int, int> rowsScaled{
-        -5420, MessageKind::notice, "scaled to sum to 1: %d rows of %d nodes", OfAny,
+        -5420, MessageKind::notice, "scaled to sum to 1: %d row[|s] of %d node[|s]", OfAny,
         "these rows of nature nodes did not sum to 1, and `--normalize` was given. Rows of zeros "
-        "stay as they are"};
+        "stay as they are. Nothing needs to be done"};
 };
 
 namespace msg {

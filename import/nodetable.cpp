@@ -111,9 +111,9 @@ private:
         while (level + 1 != levels_.end() && (level + 1)->span <= part) ++level;
         const int states = level->node != nullptr ? level->node->numStates() : 1;
         const char* const name = level->node != nullptr ? level->node->name() : node_.name();
-        const char* const what = frame.lists > 0 ? "lists" : "numbers";
-        fail(Format("a list at the level of '%s' holds %lld %s, but %d were expected", name, held,
-                    what, states),
+        const char* const what = frame.lists > 0 ? "list" : "number";
+        fail(Format("a list at the level of '%s' holds %lld %s%s, but %d %s expected", name, held,
+                    what, held == 1 ? "" : "s", states, states == 1 ? "was" : "were"),
              place);
     }
 

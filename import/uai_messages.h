@@ -12,7 +12,8 @@ struct UaiMessages {
                                                OfUAI,
                                                "files that begin with BAYES can be read. A Markov "
                                                "random field has factors without parents "
-                                               "and children, which no net can hold",
+                                               "and children, which no net can hold. Convert it to "
+                                               "a Bayes net with the program that it is from",
                                                {"MARKOV 1 2 1 1 0 2 0.5 0.5", 1, 1}};
     Message<const char*> notUai{-5401,
                                 MessageKind::error,
@@ -26,20 +27,21 @@ struct UaiMessages {
                          OfUAI,
                          "the file is read as if it stood there. Put it in front",
                          {"1 2 1 1 0 2 0.5 0.5", 1, 1}};
-    Message<int, const char*> impossibleCount{-5403,
-                                              MessageKind::error,
-                                              "%d %s cannot be, in what is left of the file",
-                                              OfUAI,
-                                              "a count is negative, or larger than what the rest "
-                                              "of the file can hold: a number before it "
-                                              "is missing or too many",
-                                              {"BAYES 9", 1, 7}};
+    Message<int, const char*> impossibleCount{
+        -5403,
+        MessageKind::error,
+        "%d %s cannot be, in what is left of the file",
+        OfUAI,
+        "a count is negative, or larger than what the rest "
+        "of the file can hold: a number before it "
+        "is missing or too many. Correct the numbers before that place",
+        {"BAYES 9", 1, 7}};
     Message<int, int> functionCount{-5404,
                                     MessageKind::warning,
-                                    "%d functions for %d variables",
+                                    "%d function[|s] for %d variable[|s]",
                                     OfUAI,
                                     "a Bayes net has one function for each variable; those that "
-                                    "are there are read",
+                                    "are there are read. Correct the count",
                                     {"BAYES 1 2 0", 1, 11}};
     Message<int, int> unknownVariable{
         -5405,
@@ -47,15 +49,16 @@ struct UaiMessages {
         "function %d names variable %d, which does not exist",
         OfUAI,
         "variables are counted from 0; the function is passed over. A number before it may be "
-        "missing or too many",
+        "missing or too many. Correct it",
         {"BAYES 1 2 1 1 1 2 0.5 0.5", 1, 15}};
-    Message<int> emptyScope{-5406,
-                            MessageKind::error,
-                            "function %d has no variables",
-                            OfUAI,
-                            "a scope is a count, the parents, and the child; the function is "
-                            "passed over",
-                            {"BAYES 1 2 1 0 1 1", 1, 13}};
+    Message<int> emptyScope{
+        -5406,
+        MessageKind::error,
+        "function %d has no variables",
+        OfUAI,
+        "a scope is a count, the parents, and the child; the function is "
+        "passed over. Write the scope, or delete it and correct the number of functions",
+        {"BAYES 1 2 1 0 1 1", 1, 13}};
     Message<int, const char*> secondFunction{
         -5407,
         MessageKind::error,
@@ -76,23 +79,26 @@ struct UaiMessages {
     Message<const char*, long long, int> wrongCount{
         -5409,
         MessageKind::error,
-        "the table of >-node '%s' should have %lld entries, but has %d",
+        "the table of >-node '%s' should have %lld entr[y|ies], but has %d",
         OfUAI,
         "the count must be the product of the states of all variables of the scope; the node keeps "
-        "its parents and gets no table",
+        "its parents and gets no table. Correct it, or the numbers of states",
         {"BAYES 1 2 1 1 0 3 0 0 1", 1, 17}};
-    Message<> trailing{-5410,
-                       MessageKind::notice,
-                       "what follows the last table is not read",
-                       OfUAI,
-                       "older files put evidence there, which a net does not have",
-                       {"BAYES 1 2 1 1 0 2 0.5 0.5 1 0 1", 1, 27}};
+    Message<> trailing{
+        -5410,
+        MessageKind::notice,
+        "what follows the last table is not read",
+        OfUAI,
+        "older files put evidence there, which a net does not have. Nothing needs to be done",
+        {"BAYES 1 2 1 1 0 2 0.5 0.5 1 0 1", 1, 27}};
     Message<int, int, const char*> noFunction{
         -5411,
         MessageKind::warning,
-        "%d of the %d variables are the last of no scope and have no table, the first is '%s'",
+        "%d of the %d variable[|s] [1?is|are] the last of no scope and [1?has|have] no table, the "
+        "first is '%s'",
         OfUAI,
-        "their nodes have neither parents nor a table",
+        "their nodes have neither parents nor a table. Give each a function of its own, which ends "
+        "with it",
         {"BAYES 1 2 0", 1, 12}};
 };
 

@@ -24,7 +24,8 @@ struct XMLBIFMessages {
         -3470, MessageKind::waitingError, rootWithoutOpen.text, OfXMLBIF, rootWithoutOpen.cure};
     Message<const char*, const char*> notVariable{
         -3480, MessageKind::waitingError, "expecting %s element, but encountered %s'", OfXMLBIF,
-        "another element stands where a `DEFINITION` or `VARIABLE` should start"};
+        "another element stands where a `DEFINITION` or `VARIABLE` should start. Move or delete "
+        "that"};
     Message<const char*, const char*> notDefinition{-3471, MessageKind::waitingError,
                                                     notVariable.text, OfXMLBIF, notVariable.cure};
     Message<const char*, const char*> networkOpen{
@@ -54,7 +55,8 @@ struct XMLBIFMessages {
         MessageKind::waitingError,
         "expecting %s element with no attributes but encountered '%s %s'",
         OfXMLBIF,
-        "the first element in `BIF` is `NETWORK`, without attributes",
+        "the first element in `BIF` is `NETWORK`, without attributes. Delete them, or put "
+        "`<NETWORK>` in front",
         {"<BIF VERSION='0.3'><NETWORK id='x'>", 1, 20}};
     Message<const char*> wrongRootEnd{
         -3492,
@@ -79,9 +81,12 @@ struct XMLBIFMessages {
                        OfXMLBIF,
                        "there is text before the root element: remove it",
                        {"net", 1, 1}};
-    Message<int> badPunctuation{
-        -3494,    MessageKind::waitingError,   "unexpected punctuation '%c'",
-        OfXMLBIF, "the root's tag is damaged", {"<=", 1, 2}};
+    Message<int> badPunctuation{-3494,
+                                MessageKind::waitingError,
+                                "unexpected punctuation '%c'",
+                                OfXMLBIF,
+                                "the root's tag is damaged. Write `<BIF VERSION=\"0.3\">`",
+                                {"<=", 1, 2}};
     Message<> noNetwork{-5267,
                         MessageKind::error,
                         "the text ends before a network begins, so nothing could be read",
@@ -223,14 +228,16 @@ struct XMLBIFMessages {
         OfXMLBIF,
         "XML BIF 0.2 (`VALUE`, `PROBABILITY`, tables with the node's state slowest) and 0.3 are "
         "told "
-        "apart by their elements",
+        "apart by their elements. Nothing needs to be done, unless a table is wrong: then correct "
+        "the version and the names",
         {"<BIF><NETWORK><VARIABLE/></NETWORK></BIF>", 1, 1, OfXMLBIF, true}};
     Message<const char*, const char*> otherElement{
         -5269,
         MessageKind::notice,
         "element %s is read as %s",
         OfXMLBIF,
-        "an older generation's or misspelt name of the element",
+        "an older generation's or misspelt name of the element. Nothing needs to be done here; for "
+        "other programs write that name",
         {"<BIF VERSION='0.3'><NETWORK><VARIABLE><VALUE>x</VALUE></VARIABLE>", 1, 39, OfXMLBIF,
          true}};
     Message<> oldTables{
@@ -238,7 +245,8 @@ struct XMLBIFMessages {
         MessageKind::notice,
         "the table of a PROBABILITY element has the state of the node varying slowest",
         OfXMLBIF,
-        "XML BIF 0.2 writes tables so, 0.3 with the state of the node fastest",
+        "XML BIF 0.2 writes tables so, 0.3 with the state of the node fastest. Nothing needs to be "
+        "done; `convert` writes the new order",
         {"<BIF "
          "VERSION='0.3'><NETWORK><VARIABLE><NAME>a</NAME></VARIABLE><PROBABILITY><FOR>a</"
          "FOR><TABLE>1 0</TABLE></PROBABILITY>",
@@ -248,7 +256,8 @@ struct XMLBIFMessages {
         MessageKind::notice,
         "the NAME of the %s is taken from its attribute",
         OfXMLBIF,
-        "the format has an element `NAME` for it",
+        "the format has an element `NAME` for it. Nothing needs to be done here; for other "
+        "programs write the element",
         {"<BIF VERSION='0.3'><NETWORK NAME='x'/></BIF>", 1, 20, OfXMLBIF, true}};
     Message<const char*> declaredLater{
         -5272,
@@ -296,7 +305,7 @@ struct XMLBIFMessages {
         MessageKind::warning,
         "attribute %s of NETWORK is passed over",
         OfXMLBIF,
-        "nothing is lost but the attribute; `NETWORK` has none",
+        "nothing is lost but the attribute; `NETWORK` has none. Delete it",
         {"<BIF VERSION='0.3'><NETWORK ID='x'/></BIF>", 1, 20, OfXMLBIF, true}};
 };
 

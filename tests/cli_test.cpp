@@ -484,7 +484,7 @@ TEST_F(Cli, OptionsOfReading) {
           "</DEFINITION></NETWORK></BIF>");
     const auto node = [this](const std::string& options) {
         const Outcome r = run("$L convert a.xml --to json -o - " + options);
-        EXPECT_EQ(r.err.find("notice: scaled to sum to 1: 1 rows of 1 nodes [-5420]") == r.err.npos,
+        EXPECT_EQ(r.err.find("notice: scaled to sum to 1: 1 row of 1 node [-5420]") == r.err.npos,
                   options.find("--normalize") == options.npos)
             << r.err;
         return nlohmann::json::parse(r.out)["net"]["nodes"][0];

@@ -4,10 +4,13 @@
 
 #include <cstring>
 #include <map>
+#include <regex>
 
 #include "export/result.h"
 #include "import/detect.h"
+#include "import/messages.h"
 #include "library/reports/message.h"
+#include "library/reports/plural.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -85,6 +88,27 @@ TEST(Messages, HaveOneKindAndCureANumber) {
     EXPECT_TRUE(FindReport(0).empty());
 }
 
+TEST(Messages, SayWhatToDo) {
+    const std::regex action(
+        "(^|[.;:,] |, or | and |then |otherwise "
+        ")(write|correct|delete|get|put|give|name|choose|close|move|"
+        "rename|split|quote|check|compare|remove|add|save|use|end|say|scale|discretise|unroll|have|"
+        "please report|change|make|order|unpack|nothing needs|convert|start|`--)",
+        std::regex::icase);
+    for (const MessageRow& row : ReportCatalogue())
+        EXPECT_TRUE(std::regex_search(row.cure, action)) << row.number << ' ' << row.cure;
+}
+
+TEST(Messages, WordsGoWithTheirNumbers) {
+    const auto text = [](int missing, int rows) {
+        const ReportScope scope;
+        return std::string(NewReport(msg::model.rowsMissing, missing, rows, "A")->message);
+    };
+    EXPECT_EQ(text(1, 1), "1 of the 1 row of node 'A' is missing, and is all zeros");
+    EXPECT_EQ(text(1, 2), "1 of the 2 rows of node 'A' is missing, and is all zeros");
+    EXPECT_EQ(text(2, 2), "2 of the 2 rows of node 'A' are missing, and are zeros");
+}
+
 TEST(Messages, TakeTheArgumentsOfTheirTexts) {
     static_assert(TakesArguments<>("100%% of it"));
     static_assert(TakesArguments<const char*, int, long long, double>("%s %d %lld %g"));
@@ -94,9 +118,17 @@ TEST(Messages, TakeTheArgumentsOfTheirTexts) {
     static_assert(!TakesArguments<int>("%lld") && !TakesArguments<const char*>("%.*s"));
 }
 
-/// Whether the message can come of the row: what stands between its conversions follows in it.
+/// Whether the message can come of the row: what stands between its conversions, and between the
+/// words that go with its numbers, follows in it.
 bool Fits(const MessageRow& row, std::string_view message) {
-    for (std::string text = MessageOf(row); !text.empty();) {
+    std::string format = row.text;
+    for (std::size_t at = 0; (at = format.find('[', at)) != format.npos; ++at)
+        if (const auto words = NumberedWordsAt(std::string_view(format).substr(at));
+            words.length > 0)
+            format.replace(at, words.length, "%d");
+    MessageRow plain = row;
+    plain.text = format.c_str();
+    for (std::string text = MessageOf(plain); !text.empty();) {
         const std::size_t dots = text.find("...");
         const std::string literal = text.substr(0, dots);
         const std::size_t at = message.find(literal);

@@ -318,7 +318,9 @@ public:
     rept_kt* report() const {
         if (refused_ == nullptr) return Okay_rept_kt;
         std::string others;
-        if (refusals_ > 1) others = Format(" (%d further parents are refused)", refusals_ - 1);
+        if (refusals_ > 1)
+            others = Format(" (%d further %s refused)", refusals_ - 1,
+                            refusals_ == 2 ? "parent is" : "parents are");
         return refused_ == &child_ ? RefuseSelfLink(child_, others.c_str())
                                    : RefuseCycle(*refused_, child_, others.c_str());
     }

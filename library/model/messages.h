@@ -8,7 +8,8 @@ namespace lumo {
 struct ModelMessages {
     Message<const char*> outOfMemoryForTable{
         -5099, MessageKind::outOfMemory, "for the table of >-node '%s'", OfAny,
-        "there is not enough memory for one table: the node has none, and all else is read"};
+        "there is not enough memory for one table: the node has none, and all else is read. Give "
+        "the node fewer parents or states, or use a larger machine"};
     Message<const char*> outOfMemoryForParameters{-5099, MessageKind::outOfMemory,
                                                   "for the parameters of >-node '%s'", OfAny,
                                                   outOfMemoryForTable.cure};
@@ -64,16 +65,17 @@ struct ModelMessages {
     Message<const char*, int, const char*, int> badStateIndex{
         -5086,
         MessageKind::warning,
-        "%s for state %d of node '%s', which has %d states",
+        "%s for state %d of node '%s', which has %d state[|s]",
         OfHugin,
         "a field `HR_State_<n>` for a state that is none; its text is dropped. States are counted "
-        "from 0",
+        "from 0. Correct the number",
         {"net {} node a { HR_State_7 = \"x\"; }", 0, 0}};
     Message<const char*, double, int> tableTooLarge{
         -5087, MessageKind::error,
         "the table of node '%s' wants %.15g entries, but the limit is %d", OfAny,
         "the product of the states of the node and its parents passes 2^27 (what defaults and "
-        "parameters fill in, 2^29 a net), so there is no table"};
+        "parameters fill in, 2^29 a net), so there is no table. Give the node fewer parents or "
+        "states"};
     Message<const char*, long long, long long> defaultsTooLarge{
         -5087, MessageKind::error,
         "with node '%s' the rows that the net leaves to defaults have %lld entries, but the limit "
@@ -84,14 +86,14 @@ struct ModelMessages {
         MessageKind::error,
         "the table of node '%s' holds %g for state %s%s",
         OfAny,
-        "a probability is negative, infinite or no number; the node gets no table",
+        "a probability is negative, infinite or no number; the node gets no table. Correct it",
         {"1 2 0 2 1 -3", 0, 0, OfErgo}};
     Message<const char*> roundingNoise{
         -5089,
         MessageKind::warning,
         "the table of node '%s' holds negative numbers close to 0, which become 0",
         OfAny,
-        "rounding noise of the program that wrote it",
+        "rounding noise of the program that wrote it. Nothing needs to be done",
         {"1 2 0 2 1 -1e-7", 0, 0, OfErgo}};
     Message<const char*, const char*, const char*> zeroRow{
         -5090,
@@ -112,7 +114,8 @@ struct ModelMessages {
          "</DEFINITION></NETWORK></BIF>",
          0, 0, OfXMLBIF}};
     Message<int, int, const char*> rowsMissing{
-        -5092, MessageKind::warning, "%d of the %d rows of node '%s' are missing, and are zeros",
+        -5092, MessageKind::warning,
+        "%d of the %d row[|s] of node '%s' [1?is|are] missing, and [1?is all|are] zeros",
         OfDsc | OfBIF, "give them, or a `default`"};
     Message<const char*, const char*, const char*> rowAgain{
         -5093, MessageKind::warning,
@@ -120,7 +123,7 @@ struct ModelMessages {
         "delete one of them, or correct its tuple"};
     Message<int, const char*, const char*, int> badParentState{
         -5094, MessageKind::error,
-        "state %d of node '%s' is wanted for a row of node '%s', but it has %d states",
+        "state %d of node '%s' is wanted for a row of node '%s', but it has %d state[|s]",
         OfDsc | OfBIF, "a tuple names a state that is none. Correct it"};
     Message<int, const char*, double> badParameter{
         -5095, MessageKind::error, "noisy-max parameter %d of node '%s' is %g, not from 0 to 1",
@@ -130,7 +133,7 @@ struct ModelMessages {
         OfDXPress, badParameter.cure};
     Message<const char*, int, int> tooManyGroups{
         -5096, MessageKind::error, "node set '%.200s' would be number %d, but the limit is %d",
-        OfAny, "a net has at most 10,000 groups; the others are left out"};
+        OfAny, "a net has at most 10,000 groups; the others are left out. Use fewer"};
     Message<const char*, int, const char*> badStateName{
         -5097, MessageKind::error, "'%.200s' is no legal name for state %d of node '%s'", OfAny,
         "an internal contradiction; please report the file"};

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "library/reports/plural.h"
+
 namespace lumo {
 
 std::vector<const MessageRow*> FindReport(int number) {
@@ -18,7 +20,10 @@ std::string MessageOf(const MessageRow& row) {
     if (row.kind == MessageKind::outOfMemory || row.kind == MessageKind::endingMemory)
         text = "out of memory ";
     for (const char* p = row.text; *p != '\0'; ++p) {
-        if (*p == '%') {
+        if (const NumberedWords words = NumberedWordsAt(p); words.length > 0) {
+            text += words.many;
+            p += words.length - 1;
+        } else if (*p == '%') {
             p += std::strcspn(p, "sdgcf");  // what ends a conversion
             text += "...";
         } else if (std::strncmp(p, ">-", 2) == 0) {

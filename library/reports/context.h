@@ -117,6 +117,8 @@ Context& Here();
 
 /// Formats like printf, with the markers ">-" of the format left out.
 std::string FormatMessage(const char* format, va_list arguments);
+/// The message of a report of that kind.
+std::string FormatRow(const struct MessageRow* row, ...);
 
 /// Gives the report the place of the innermost source, when it has none.
 void FillPlace(rept_kt& report);

@@ -6,6 +6,7 @@
 
 #include "library/reports/context.h"
 #include "library/reports/messages.h"
+#include "library/reports/plural.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo {
@@ -207,8 +208,90 @@ rept_kt* newnotice_kt(int number, const char* format, ...) {
     return Shown(report);
 }
 
+namespace {
+
+constexpr bool IsWhole(char conversion) {
+    return conversion == 'd' || conversion == 'i' || conversion == 'c';
+}
+
+/// The text of a row with the words that go with its whole numbers. Without allocating.
+class NumberedText {
+public:
+    NumberedText(const char* text, va_list arguments) : text_(text) {
+        const std::string_view all(text);
+        if (all.find('[') == all.npos || all.size() >= sizeof buffer_) return;
+        take(all, arguments);
+        write(all);
+        text_ = buffer_;
+    }
+    NumberedText(const NumberedText&) = delete;
+    NumberedText& operator=(const NumberedText&) = delete;
+    operator const char*() const { return text_; }
+
+private:
+    static constexpr std::size_t most = 8;
+
+    /// Takes the whole numbers out of the arguments, whose types are those of TakesArguments.
+    void take(std::string_view text, va_list arguments) {
+        va_list rest;
+        va_copy(rest, arguments);
+        for (std::size_t at = text.find('%'); at != text.npos; at = text.find('%', at)) {
+            const std::size_t end = text.find_first_of("cdigesf%", ++at);
+            const std::string_view flags = text.substr(at, end - at);
+            at = end + 1;
+            if (flags.find('*') != flags.npos) static_cast<void>(va_arg(rest, int));
+            if (text[end] == '%') continue;
+            if (text[end] == 's') {
+                static_cast<void>(va_arg(rest, const char*));
+            } else if (!IsWhole(text[end])) {
+                static_cast<void>(va_arg(rest, double));
+            } else {
+                const long long number =
+                    flags.ends_with("ll") ? va_arg(rest, long long) : va_arg(rest, int);
+                if (count_ < most) numbers_[count_++] = number;
+            }
+        }
+        va_end(rest);
+    }
+
+    void write(std::string_view text) {
+        char* out = buffer_;
+        std::size_t before = 0;  // whole numbers
+        while (!text.empty()) {
+            const NumberedWords words = NumberedWordsAt(text);
+            std::string_view piece = text.substr(0, 1);
+            if (words.length > 0) {
+                const std::size_t place = words.number > 0 ? words.number : before;
+                piece = place > 0 && numbers_[place - 1] == 1 ? words.one : words.many;
+            } else if (piece == "%") {
+                piece = text.substr(0, text.find_first_of("cdigesf%", 1) + 1);
+                before += IsWhole(piece.back()) ? 1 : 0;
+            }
+            out = std::copy(piece.begin(), piece.end(), out);
+            text.remove_prefix(words.length > 0 ? words.length : piece.size());
+        }
+        *out = '\0';
+    }
+
+    const char* text_;
+    long long numbers_[most] = {};
+    std::size_t count_ = 0;
+    char buffer_[512];
+};
+
+}  // namespace
+
+std::string FormatRow(const MessageRow* row, ...) {
+    va_list arguments;
+    va_start(arguments, row);
+    std::string text = FormatMessage(NumberedText(row->text, arguments), arguments);
+    va_end(arguments);
+    return text;
+}
+
 rept_kt* VMakeRowReport(const MessageRow& row, va_list arguments) {
-    rept_kt* const report = VMakeReport(row.number, SeverityOf(row.kind), row.text, arguments);
+    rept_kt* const report =
+        VMakeReport(row.number, SeverityOf(row.kind), NumberedText(row.text, arguments), arguments);
     if (report != Okay_rept_kt) report->waits = row.kind == MessageKind::waitingError;
     return report;
 }

@@ -71,7 +71,8 @@ struct Example {
 struct MessageRow {
     int number;
     MessageKind kind;
-    const char* text;  ///< a printf format, with the marker ">-" before some nouns
+    const char* text;  ///< a printf format, with the marker ">-" before some nouns, and words that
+                       ///< go with its numbers: "%d row[|s] [is|are] missing" (plural.h)
     unsigned formats;  ///< FormatSetEN bits
     const char* cure;  ///< what it means and what to do, as Markdown
     Example example;

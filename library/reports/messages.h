@@ -14,9 +14,9 @@ struct ReportsMessages {
         OfAny,
         "save the file as UTF-8 or in a Windows code page: UTF-16 is not read",
         {"\xFF\xFE", 0, 0, OfHugin}};
-    Message<> outOfMemory{
-        -5000, MessageKind::fatal, "out of memory", OfAny,
-        "there is not enough memory for the file or a table; what was read before is kept"};
+    Message<> outOfMemory{-5000, MessageKind::fatal, "out of memory", OfAny,
+                          "there is not enough memory for the file or a table; what was read "
+                          "before is kept. Read fewer files at a time, or use a larger machine"};
     Message<const char*> outOfMemoryReading{-5000, MessageKind::endingMemory, "reading '%s'", OfAny,
                                             outOfMemory.cure};
     Message<const char*, const char*> cannotOpenFile{-5001, MessageKind::notice,
@@ -24,29 +24,34 @@ struct ReportsMessages {
                                                      "check the path and its permissions"};
     Message<const char*, const char*> cannotReadFile{
         -5002, MessageKind::notice, "cannot read '%s': %s", OfAny,
-        "the device or the network fails, or it is a folder"};
+        "the device or the network fails, or it is a folder. Check it"};
     Message<long long, const char*> zeroByte{
         -5003, MessageKind::warning, "zero byte at offset %lld; '%s' is read only up to there",
-        OfAny, "the file is damaged or no text; what lies behind the zero byte is lost"};
+        OfAny,
+        "the file is damaged or no text; what lies behind the zero byte is lost. Get it again"};
     Message<const char*> internalError{-5005, MessageKind::fatal, "internal error: %s", OfAny,
                                        "please report the file"};
     Message<const char*, const char*, int> failedAssertion{
         -5006, MessageKind::warning, "internal check failed: %s (%s, line %d)", OfAny,
         internalError.cure};
-    Message<int> tooManyErrors{-5020, MessageKind::error,
-                               "too many errors (%d), reading stops here", OfAny,
-                               "the file is damaged throughout, or of another format. What was "
-                               "read is kept"};
-    Message<long long> moreWarnings{-5021, MessageKind::notice,
-                                    "%lld further warnings and notices are not shown", OfAny,
-                                    "10,000 are shown an import"};
-    Message<long long> moreNotes{-5021, MessageKind::notice, "%lld further notes are not shown",
-                                 OfAny, moreWarnings.cure};
+    Message<int> tooManyErrors{
+        -5020, MessageKind::error, "too many errors (%d), reading stops here", OfAny,
+        "the file is damaged throughout, or of another format. What was "
+        "read is kept. Correct the first of them, or choose another format with `--from`"};
+    Message<long long> moreWarnings{
+        -5021, MessageKind::notice,
+        "%lld further warning[ or notice is|s and notices are] not shown", OfAny,
+        "10,000 are shown an import. Correct those that are, or ask for errors alone with "
+        "`--quiet`"};
+    Message<long long> moreNotes{-5021, MessageKind::notice,
+                                 "%lld further note[ is|s are] not shown", OfAny,
+                                 moreWarnings.cure};
     Message<const char*> unknownSummary{
         -5022, MessageKind::notice, "unknown words that occur again: %s", OfAny,
-        "each unknown word is shown once; this line says how often they came"};
+        "each unknown word is shown once; this line says how often they came. Nothing needs to be "
+        "done, unless one is misspelt"};
     Message<> importCancelled{-5023, MessageKind::fatal, "import cancelled", OfAny,
-                              "the application stopped the import"};
+                              "the application stopped the import. Start it again"};
 };
 
 namespace msg {

@@ -46,7 +46,7 @@ std::string UnknownSummary(const UnknownList& words) {
 template <class... ARGS>
 rept_kt* NewClosingReport(const Message<ARGS...>& message,
                           std::type_identity_t<ARGS>... arguments) {
-    return AddReport(message.number, SeverityOf(message.kind), Format(message.text, arguments...));
+    return AddReport(message.number, SeverityOf(message.kind), FormatRow(&message, arguments...));
 }
 
 /// What a scope still has to say when it ends.

@@ -51,51 +51,54 @@ struct TextMessages {
                                  "the quote at that place is never closed, or swallows the fields "
                                  "behind it. Close it",
                                  {"net {} node a { label = \"x", 1, 25, OfHugin}};
-    Message<> unterminatedComment{-5044,
-                                  MessageKind::warning,
-                                  "unterminated comment",
-                                  OfAny,
-                                  "the comment at that place is never closed",
-                                  {"1 2 /* 0", 1, 5, OfErgo}};
+    Message<> unterminatedComment{
+        -5044,
+        MessageKind::warning,
+        "unterminated comment",
+        OfAny,
+        "the comment at that place is never closed. Close it: `/*` ends with `*/`",
+        {"1 2 /* 0", 1, 5, OfErgo}};
     Message<> commentInComment{
         -5054,
         MessageKind::warning,
         "the comment holds the start of another",
         OfAny,
         "a comment ends at the first end mark. When one has lost its own, what stands between the "
-        "two is passed over",
+        "two is passed over. Close the first one",
         {"1 2 0 2 /* a\n.1 .9 /* b */ .1 .9", 1, 9, OfErgo}};
-    Message<int, int> textCut{-5045, MessageKind::warning, "text of %d characters is cut to %d",
-                              OfAny,
-                              "names and single-line values keep 255 bytes, names of Ergo 256"};
+    Message<int, int> textCut{
+        -5045, MessageKind::warning, "text of %d characters is cut to %d", OfAny,
+        "names and single-line values keep 255 bytes, names of Ergo 256. Use a shorter one"};
     Message<const char*, const char*> badCoordinate{
         -5046,
         MessageKind::error,
         "expected %s, but found %s",
         OfAny,
-        "a position or size is not a pair of numbers, `(x y)` or `(x, y)`",
+        "a position or size is not a pair of numbers, `(x y)` or `(x, y)`. Write two numbers",
         {"net {} node a { position = 5; }", 1, 29, OfHugin}};
-    Message<const char*, const char*> badList{
-        -5047,
-        MessageKind::error,
-        "expected %s, but found %s",
-        OfAny,
-        "a list lacks its opening or closing bracket, or holds something else than its entries",
-        {"net {} node a { states = 5; }", 1, 26, OfHugin}};
+    Message<const char*, const char*> badList{-5047,
+                                              MessageKind::error,
+                                              "expected %s, but found %s",
+                                              OfAny,
+                                              "a list lacks its opening or closing bracket, or "
+                                              "holds something else than its entries. Correct it",
+                                              {"net {} node a { states = 5; }", 1, 26, OfHugin}};
     Message<int, const char*> unclosedList{
         -5047, MessageKind::error, "missing '%c' at the end of the list, before %s",
         OfAny, badList.cure,       {"net {} node a { states = (\"x\"; }", 1, 30, OfHugin}};
-    Message<int> longList{-5047, MessageKind::error, "the list has more than %d entries", OfAny,
+    Message<int> longList{-5047, MessageKind::error, "the list has more than %d entr[y|ies]", OfAny,
                           badList.cure};
-    Message<int, int> wrongListCount{-5048, MessageKind::error, "%d numbers wanted, but %d read",
-                                     OfDsc, "a tuple has not one number for each parent"};
+    Message<int, int> wrongListCount{-5048, MessageKind::error, "%d number[|s] wanted, but %d read",
+                                     OfDsc,
+                                     "a tuple has not one number for each parent. Write one for "
+                                     "each, in the order of the header"};
     Message<const char*, const char*> badXML{
         -5051,
         MessageKind::error,
         "expected %s, but found %s",
         OfXMLBIF | OfXDSL,
         "the markup is not well-formed (any XML checker names the place); `<` in a text is written "
-        "`&lt;`",
+        "`&lt;`. Correct it",
         {"<BIF VERSION 0.3>", 1, 14, OfXMLBIF}};
     Message<const char*> openValue{-5051,
                                    MessageKind::error,
@@ -124,10 +127,10 @@ struct TextMessages {
         OfXMLBIF | OfXDSL,
         "`<!...>` stands before the root alone. Delete it, or write a comment",
         {"<BIF VERSION=\"0.3\"><!ELEMENT X><NETWORK></NETWORK></BIF>", 1, 20, OfXMLBIF}};
-    Message<> outOfMemoryForNumbers{-5281, MessageKind::outOfMemory,
-                                    "for the numbers of an element", OfXMLBIF | OfXDSL,
-                                    "there is not enough memory for one table: the node has none, "
-                                    "and all else is read"};
+    Message<> outOfMemoryForNumbers{
+        -5281, MessageKind::outOfMemory, "for the numbers of an element", OfXMLBIF | OfXDSL,
+        "there is not enough memory for one table: the node has none, "
+        "and all else is read. Give the node fewer parents or states, or use a larger machine"};
     Message<const char*> strayText{
         -5260,
         MessageKind::warning,

@@ -244,6 +244,7 @@ protected:
     virtual long long bytesTotal() const = 0;
 
 private:
+    rept_kt* made(rept_kt* report);  ///< at its place, and recorded
     rept_kt* make(int number, int severity, const char* format, va_list arguments);
     rept_kt* reportRow(const MessageRow* row, ...);
     rept_kt* reportUnknownRow(std::string_view word, const MessageRow* row, ...);

@@ -80,11 +80,14 @@ void Parser_kt::setError(rept_kt* report) {
     record(report);
 }
 
-rept_kt* Parser_kt::make(int number, int severity, const char* format, va_list arguments) {
-    rept_kt* const report = VMakeReport(number, severity, format, arguments);
+rept_kt* Parser_kt::made(rept_kt* report) {
     if (InnermostPlaceSource() != this && report != Okay_rept_kt) describePlace(*report);
     record(report);
     return report;
+}
+
+rept_kt* Parser_kt::make(int number, int severity, const char* format, va_list arguments) {
+    return made(VMakeReport(number, severity, format, arguments));
 }
 
 rept_kt* Parser_kt::reportRow(const MessageRow* row, ...) {
@@ -93,9 +96,8 @@ rept_kt* Parser_kt::reportRow(const MessageRow* row, ...) {
     if (severity == SeverityError && budgetSaid_ && IsError(curReport)) return curReport;
     va_list arguments;
     va_start(arguments, row);
-    rept_kt* const report = make(row->number, severity, row->text, arguments);
+    rept_kt* const report = made(VMakeRowReport(*row, arguments));
     va_end(arguments);
-    if (row->kind == MessageKind::waitingError) report->waits = true;
     return report;
 }
 
