@@ -127,7 +127,13 @@ std::vector<RGB> DrawnNodesetColors(const Bnet_bn& net) {
 }
 
 std::string ColorText(RGB color) {
-    return Format("#%02x%02x%02x", color.red, color.green, color.blue);
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text = "#";
+    for (const unsigned channel : {color.red, color.green, color.blue}) {
+        text += digits[channel >> 4];
+        text += digits[channel & 0xF];
+    }
+    return text;
 }
 
 }  // namespace lumo

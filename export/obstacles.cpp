@@ -67,24 +67,23 @@ Obstacles::Obstacles(const std::vector<PictureNode>& nodes) : nodes_(nodes) {
     columns_ = static_cast<std::size_t>(width / cell_) + 1;
     rows_ = static_cast<std::size_t>(height / cell_) + 1;
 
-    std::vector<std::pair<std::size_t, std::size_t>> places;  // cell, node
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        const PictureNode& node = nodes[i];
-        for (std::size_t c = column(node.centre.x - node.halfWidth),
-                         last = column(node.centre.x + node.halfWidth);
-             c <= last; ++c)
-            for (std::size_t r = row(node.centre.y - node.halfHeight),
-                             end = row(node.centre.y + node.halfHeight);
-                 r <= end; ++r)
-                places.emplace_back(c * rows_ + r, i);
-    }
-    std::ranges::sort(places);
-    starts_.assign(columns_ * rows_ + 1, 0);
-    for (const auto& [place, node] : places) {
-        ++starts_[place + 1];
-        entries_.push_back(node);
-    }
+    // Counts the entries of each cell, which gives their starts, and then puts them in.
+    starts_.assign(columns_ * rows_ + 2, 0);
+    for (const PictureNode& node : nodes)
+        forEachCell(node, [&](std::size_t cell) { ++starts_[cell + 2]; });
     for (std::size_t i = 1; i < starts_.size(); ++i) starts_[i] += starts_[i - 1];
+    entries_.resize(starts_.back());
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+        forEachCell(nodes[i], [&](std::size_t cell) { entries_[starts_[cell + 1]++] = i; });
+}
+
+template <class CALL>
+void Obstacles::forEachCell(const PictureNode& node, CALL call) const {
+    const std::size_t last = column(node.centre.x + node.halfWidth);
+    const std::size_t end = row(node.centre.y + node.halfHeight);
+    for (std::size_t c = column(node.centre.x - node.halfWidth); c <= last; ++c)
+        for (std::size_t r = row(node.centre.y - node.halfHeight); r <= end; ++r)
+            call(c * rows_ + r);
 }
 
 std::size_t Obstacles::column(double x) const {

@@ -47,6 +47,9 @@ public:
     long long looked() const { return looked_; }
 
 private:
+    /// Calls with every cell that the node's box reaches into.
+    template <class CALL>
+    void forEachCell(const PictureNode& node, CALL call) const;
     std::size_t column(double x) const;
     std::size_t row(double y) const;
     /// Least and greatest height of the line within the column of cells, and the distance.

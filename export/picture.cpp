@@ -1,6 +1,7 @@
 #include "export/picture.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <unordered_map>
@@ -42,16 +43,18 @@ constexpr WidthRange wideRanges[] = {
     {0xFF00, 0xFF60, 1}, {0x1F000, 0x1FAFF, 1.3}, {0x20000, 0x3FFFD, 1},
 };
 
+constexpr auto asciiEms = [] {
+    std::array<double, 0x80> ems{};
+    ems.fill(0.635);
+    for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZ+=<>"))
+        ems[std::size_t(c)] = 0.77;
+    for (const char c : std::string_view("ijlI|!.,:;'`()[] ft/\\r")) ems[std::size_t(c)] = 0.39;
+    for (const char c : std::string_view("mwMW@%")) ems[std::size_t(c)] = 0.98;
+    return ems;
+}();
+
 double CharacterEms(char32_t code) {
-    constexpr std::string_view narrow = "ijlI|!.,:;'`()[] ft/\\r";
-    constexpr std::string_view broad = "mwMW@%";
-    if (code < 0x80) {
-        const char c = static_cast<char>(code);
-        if (narrow.find(c) != std::string_view::npos) return 0.39;
-        if (broad.find(c) != std::string_view::npos) return 0.98;
-        return (c >= 'A' && c <= 'Z') || c == '+' || c == '=' || c == '<' || c == '>' ? 0.77
-                                                                                      : 0.635;
-    }
+    if (code < asciiEms.size()) return asciiEms[code];
     for (const WidthRange& range : wideRanges)
         if (code >= range.first && code <= range.last) return range.ems;
     return code < 0x0250 ? 0.68 : 0.78;
@@ -183,8 +186,15 @@ void Size(PictureNode& node, const PictureFont& font) {
 }
 
 double LinearLight(unsigned char channel) {
-    const double c = channel / 255.0;
-    return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+    static const auto lights = [] {
+        std::array<double, 256> of{};
+        for (std::size_t i = 0; i < of.size(); ++i) {
+            const double c = static_cast<double>(i) / 255.0;
+            of[i] = c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+        }
+        return of;
+    }();
+    return lights[channel];
 }
 
 std::unordered_map<const nodeset_bn*, RGB> ColorOfSets(const Bnet_bn& net) {
@@ -200,15 +210,9 @@ double Distance(Point a, Point b) { return std::hypot(b.x - a.x, b.y - a.y); }
 
 /// All links between the nodes, without courses yet.
 void ReadLinks(Picture& picture) {
-    std::unordered_map<const Bnode_bn*, int> places;
-    places.reserve(picture.nodes.size());
-    for (const PictureNode& node : picture.nodes)
-        places.emplace(node.node, static_cast<int>(places.size()));
-    int child = 0;
     for (const PictureNode& to : picture.nodes) {
         for (const Bnode_bn* parent : to.node->parents)
-            picture.links.push_back({places.at(parent), child, {}});
-        ++child;
+            picture.links.push_back({parent->place(), to.node->place(), {}});
     }
 }
 

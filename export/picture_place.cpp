@@ -48,15 +48,19 @@ public:
     /// Calls with every two nodes in the same or in neighbouring cells, once.
     template <class CALL>
     void forEachPair(CALL call) const {
+        // Where the neighbouring cells begin; they come in the order of the entries too.
+        std::size_t below = 0, right[3] = {};
         for (std::size_t i = 0; i < entries_.size(); ++i) {
             const Entry& entry = entries_[i];
             // The rest of its cell and the cell below follow it; the column to the right comes
             // later.
             visit(entry, i + 1, entry.column, entry.row, call);
-            visit(entry, startOf(entry.column, entry.row + 1), entry.column, entry.row + 1, call);
-            for (const std::int64_t down : {-1, 0, 1})
-                visit(entry, startOf(entry.column + 1, entry.row + down), entry.column + 1,
-                      entry.row + down, call);
+            advance(below, entry.column, entry.row + 1);
+            visit(entry, below, entry.column, entry.row + 1, call);
+            for (const int down : {-1, 0, 1}) {
+                advance(right[down + 1], entry.column + 1, entry.row + down);
+                visit(entry, right[down + 1], entry.column + 1, entry.row + down, call);
+            }
         }
     }
 
@@ -69,10 +73,10 @@ private:
         }
     };
 
-    std::size_t startOf(std::int64_t column, std::int64_t row) const {
+    /// Goes on to where the cell begins, or would.
+    void advance(std::size_t& at, std::int64_t column, std::int64_t row) const {
         const Entry first{column, row, 0};
-        return static_cast<std::size_t>(std::lower_bound(entries_.begin(), entries_.end(), first) -
-                                        entries_.begin());
+        while (at < entries_.size() && entries_[at] < first) ++at;
     }
     template <class CALL>
     void visit(const Entry& entry, std::size_t from, std::int64_t column, std::int64_t row,
