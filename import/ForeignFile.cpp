@@ -186,11 +186,13 @@ Bnet_bn* ReadForeignNetText(std::string_view text, const char* fileName, int for
                             const ReadOptions& options) {
     if (fileName == nullptr) fileName = "";
     return Guarded(fileName, [&] {
-        const std::string copy(text);
-        if (const std::size_t zero = copy.find('\0'); zero != std::string::npos) {
+        if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
             WarnZeroByte(fileName, static_cast<long long>(zero));
         }
-        return ReadText(copy.c_str(), fileName, format, options);
+        const XArray<char> copy = NewXArray<char>(std::ssize(text) + 2);  // ends 16-bit text too
+        if (copy == nullptr) throw std::bad_alloc();
+        std::fill_n(std::copy(text.begin(), text.end(), copy.get()), 2, '\0');
+        return ReadText(copy.get(), fileName, format, options);
     });
 }
 

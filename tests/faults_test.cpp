@@ -54,10 +54,14 @@ void operator delete[](void* block) noexcept { operator delete(block); }
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 void operator delete[](void* block, std::size_t) noexcept { operator delete(block); }
 
-// What the library's own allocator calls; the linker puts this one in its place.
+// What the library's own allocator calls; the linker puts these in their place.
 extern "C" void* __real_realloc(void* block, std::size_t size);
 extern "C" void* __wrap_realloc(void* block, std::size_t size) {
     return allocations.fails(size) ? nullptr : __real_realloc(block, size);
+}
+extern "C" void* __real_aligned_alloc(std::size_t alignment, std::size_t size);
+extern "C" void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size) {
+    return allocations.fails(size) ? nullptr : __real_aligned_alloc(alignment, size);
 }
 
 extern "C" ssize_t __real_read(int file, void* out, std::size_t most);

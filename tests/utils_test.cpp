@@ -79,6 +79,24 @@ TEST_F(Containers, GrowAndBalanceTheAccount) {
     EXPECT_EQ(xmallocf_kt(-1), nullptr);
 }
 
+// A block that another thread made is kept by the one that frees it, until it says otherwise.
+TEST(LargeBlocks, AreKeptByTheThread) {
+    XArray<char> block;
+    std::thread([&block] {
+        block = NewXArray<char>(5'000'000);
+        NewXArray<char>(5'000'000);  // kept, and freed with the thread
+    }).join();
+    block[4'999'999] = 'x';
+    block.reset();
+    for (const long long bytes : {4'000'001, 5'000'000, 70'000'000}) {
+        block = NewXArray<char>(bytes);
+        ASSERT_NE(block, nullptr);
+        std::fill_n(block.get(), bytes, 'y');
+        block.reset();
+    }
+    ReleaseKeptMemory_kt();
+}
+
 TEST_F(Containers, CStringOf16BitTextEndsInTwoZeros) {
     strin_kt s;
     s.append("\xFF\xFE" + std::string("a\0b\0", 4) + std::string(26, 'x'));

@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "library/model/arena.h"
 #include "library/model/nameindex.h"
 #include "library/model/netmodel.h"
 
@@ -17,19 +18,16 @@ namespace lumo {
 /// wildcards, rows left out, noisy-max expansions. A short file cannot buy more than that.
 inline constexpr long long MaxFilledEntries = 4LL * MaxTableEntries;
 
-/// Frees what std::calloc gave.
-struct CFree {
-    void operator()(void* block) const { std::free(block); }
-};
-/// An array of texts; they stand behind it in the same block, or in the net's text store.
-using StoredTexts = std::unique_ptr<char*[], CFree>;
+/// Arrays of state texts and tables of up to this many entries lie in the net's arena; larger ones
+/// have blocks of their own, since the file may replace them often.
+inline constexpr int FewEntries = 64;
 
 /// What few nodes have.
 struct Bnode_bn::Extras {
     std::vector<UserField> fields;
     std::unordered_map<std::string, std::size_t> fieldPlaces;  // used once there are many
     std::vector<nodeset_bn*> nodesets;
-    const char* identity = nullptr;  // when it is not the name; in the net's text store
+    const char* identity = nullptr;  // when it is not the name; in the net's arena
 };
 
 /// A link, as a member of the list of the parent's links.
@@ -44,9 +42,9 @@ struct LinkSearchStore {
 };
 
 struct Bnet_bn::Index {
-    Index();
+    explicit Index(const BndList_bn& nodes);
 
-    TextStore texts;
+    Arena arena;
 
     // Names.
     NodeIndex names;
@@ -57,7 +55,7 @@ struct Bnet_bn::Index {
     std::unique_ptr<UniqueNames_kt> stateNames;
 
     // Links. Only appended to: a link that is older than its child's linksFrom_ counts no more.
-    std::deque<ChildLink> links;
+    std::deque<ChildLink, ArenaAllocator<ChildLink>> links{ArenaAllocator<ChildLink>(arena)};
     std::unordered_set<std::uint64_t> pairs;  // links of children with many parents
     int orderFirst = -1, orderLast = -1;
     unsigned stamp = 0;
@@ -80,13 +78,15 @@ struct ModelAccess {
     // Names (netmodel.cpp).
     static const char* nameOf(const Bnode_bn& node) { return node.variable.name; }
     static const char* identityOf(const Bnode_bn& node) { return node.extras_->identity; }
-    static Bnode_bn* identified(const Bnet_bn& net, std::string_view text);
-    static bool nameIsFree(Bnet_bn& net, const std::string& name);
+    static Bnode_bn* identified(const Bnet_bn& net, const HashedText& text);
+    static bool nameIsFree(Bnet_bn& net, const HashedText& name);
     static std::string madeUpName(Bnet_bn& net);
     static std::string uniqueName(Bnet_bn& net, std::string_view text);
-    static void setName(Bnode_bn& node, std::string_view name);
+    static void setName(Bnode_bn& node, const HashedText& name);
+    static void dropName(Bnode_bn& node);
     static void setIdentity(Bnode_bn& node, const char* text);
-    static void nameNode(Bnode_bn& node, const char* text);
+    static void nameNode(Bnode_bn& node, const HashedText& text);
+    static void makeUpName(Bnode_bn& node);
     static void addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position);
     /// Whether a node may have so many states instead of those it has; counts them when it may.
     static rept_kt* takeStates(const Bnet_bn& net, const Bnode_bn* node, int count);
@@ -96,7 +96,8 @@ struct ModelAccess {
     static nodeset_bn* newNodeset(Bnet_bn& net, std::string name);
 
     // Nodes (node.cpp).
-    static StoredTexts storeTexts(char** texts, int count);
+    static char** newTexts(const Bnode_bn& node, int count, std::size_t bytes = 0);
+    static char** storeTexts(const Bnode_bn& node, char** texts, int count);
     static UniqueNames_kt& stateNames(Bnode_bn& node);
     static void forgetStateNames(Bnode_bn& node);
     static void dropTables(Bnode_bn& node);
@@ -110,6 +111,7 @@ struct ModelAccess {
     static void appendToOrder(Bnode_bn& node);
     static bool isParent(const Bnode_bn& parent, const Bnode_bn& child);
     static void fitParents(Bnode_bn& node);
+    static void reserveFamily(Bnode_bn& node, int count);
     static void appendParent(Bnode_bn& parent, Bnode_bn& child);
     static LinkEN link(Bnode_bn& parent, Bnode_bn& child);
     static void unlinkParents(Bnode_bn& child);
@@ -117,6 +119,7 @@ struct ModelAccess {
 
     // Tables (relation.cpp).
     static rept_kt* checkTableSize(const Bnode_bn& node, int& entries);
+    static void installProbs(Bnode_bn& node, XArray<float> table, int entries);
     static rept_kt* chargeFilled(const Bnode_bn& node, long long entries);
 };
 
@@ -127,7 +130,7 @@ public:
 
     /// The next child, null after the last.
     Bnode_bn* next() {
-        std::deque<ChildLink>& links = index(*net_).links;
+        auto& links = index(*net_).links;
         while (*place_ >= 0) {
             const int id = *place_;
             ChildLink& at = links[static_cast<std::size_t>(id)];

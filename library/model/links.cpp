@@ -220,13 +220,28 @@ void ModelAccess::fitParents(Bnode_bn& node) {
     parents.array = parents.N == 0 ? nullptr : node.family.array + 1;
 }
 
+/// Makes room for that many members of the family, which may move in the arena.
+void ModelAccess::reserveFamily(Bnode_bn& node, int count) {
+    BndList_bn& family = node.family;
+    const int missing = count - family.capacity;
+    if (missing <= 0) return;
+    Arena& arena = index(node).arena;
+    if (family.array == nullptr ||
+        !arena.extend(family.array + family.capacity,
+                      static_cast<std::size_t>(missing) * sizeof(Bnode_bn*))) {
+        auto** const members = arena.take<Bnode_bn*>(static_cast<std::size_t>(count));
+        std::copy(family.begin(), family.end(), members);
+        family.array = members;
+    }
+    family.capacity = count;
+}
+
 /// Appends the parent. Small families fit exactly, as most of a large net's are small.
 void ModelAccess::appendParent(Bnode_bn& parent, Bnode_bn& child) {
     constexpr int exactFit = 4;
     BndList_bn& family = child.family;
-    if (family.N == family.capacity) {
-        family.realloc_(family.N < exactFit ? family.N + 1 : family.N + family.N / 2);
-    }
+    if (family.N == family.capacity)
+        reserveFamily(child, family.N < exactFit ? family.N + 1 : family.N + family.N / 2);
     family.append(&parent);
     fitParents(child);
 
@@ -247,7 +262,7 @@ ModelAccess::LinkEN ModelAccess::link(Bnode_bn& parent, Bnode_bn& child) {
         return LinkEN::cycle;
     }
     appendParent(parent, child);
-    std::deque<ChildLink>& links = index(child).links;
+    auto& links = index(child).links;
     links.push_back({child.index_, parent.firstChild_});
     parent.firstChild_ = static_cast<int>(links.size()) - 1;
     return LinkEN::added;
@@ -363,6 +378,7 @@ rept_kt* Bnode_bn::changePreds(const BndList_bn& list, vect_kt<int>*, bool, int,
     if (SameNodes(list, parents)) return Okay_rept_kt;
     const BndList_bn before = parents;
     ModelAccess::unlinkParents(*this);
+    ModelAccess::reserveFamily(*this, list.N + 1);
     Linking linking(*this);
     for (Bnode_bn* parent : list) linking.add(*parent);
     if (!SameNodes(before, parents)) {

@@ -1,19 +1,18 @@
-// The hashed index of nodes by text and the store of short texts.
-
 #include "library/model/nameindex.h"
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <random>
 #include <utility>
+
+#include "library/model/netmodel.h"
 
 namespace lumo {
 
 namespace {
 
 constexpr std::size_t FirstSlots = 16;
-constexpr std::size_t FirstBlock = 1024;
-constexpr std::size_t LargestBlock = 64 * 1024;
 
 std::uint64_t ProcessSeed() {
     static const std::uint64_t seed = [] {
@@ -23,90 +22,78 @@ std::uint64_t ProcessSeed() {
     return seed;
 }
 
+/// Two multiplications: after one, words that differ in their highest bit alone have hashes whose
+/// difference does not depend on the seed.
+std::uint64_t Mixed(std::uint64_t hash, std::uint64_t word) {
+    hash = (hash ^ word) * 0x9E3779B97F4A7C15u;
+    hash = (hash ^ hash >> 29) * 0xBF58476D1CE4E5B9u;
+    return hash ^ hash >> 32;
+}
+
+bool Equals(const char* key, std::string_view text) {
+    return std::strncmp(key, text.data(), text.size()) == 0 && key[text.size()] == '\0';
+}
+
 }  // namespace
 
 std::uint64_t HashText(std::string_view text) {
-    std::uint64_t hash = ProcessSeed();
-    for (const char c : text) {
-        hash = (hash ^ static_cast<unsigned char>(c)) * 0x9E3779B97F4A7C15u;
-        hash ^= hash >> 32;
+    std::uint64_t hash = ProcessSeed() ^ text.size();
+    while (!text.empty()) {
+        std::uint64_t word = 0;
+        const std::size_t bytes = std::min(text.size(), sizeof word);
+        std::memcpy(&word, text.data(), bytes);
+        hash = Mixed(hash, word);
+        text.remove_prefix(bytes);
     }
     return hash;
 }
 
-std::uint32_t NodeIndex::half(std::string_view text) {
-    return static_cast<std::uint32_t>(HashText(text));
+Bnode_bn* NodeIndex::find(const HashedText& key) const {
+    if (count_ == 0) return nullptr;
+    for (std::size_t at = key.hash & mask(); slots_[at].node != 0; at = (at + 1) & mask()) {
+        if (slots_[at].hash != half(key)) continue;
+        Bnode_bn* const node = nodes_[static_cast<int>(slots_[at].node - 1)];
+        if (Equals(keyOf_(*node), key.text)) return node;
+    }
+    return nullptr;
 }
 
-Bnode_bn* NodeIndex::find(std::string_view text) const {
-    if (slots_.empty()) return nullptr;
-    const std::uint32_t hash = half(text);
-    std::size_t at = hash & mask();
-    while (slots_[at] != nullptr && (hashes_[at] != hash || text != keyOf_(*slots_[at])))
-        at = (at + 1) & mask();
-    return slots_[at];
-}
-
-void NodeIndex::add(Bnode_bn& node) {
-    if (8 * (count_ + 1) > 7 * slots_.size()) grow();
-    put(node, half(keyOf_(node)));
+void NodeIndex::add(int place, const HashedText& key) {
+    if (8 * (count_ + 1) > 7 * size_) grow();
+    put({half(key), static_cast<std::uint32_t>(place) + 1});
     ++count_;
 }
 
-void NodeIndex::remove(const Bnode_bn& node) {
-    std::size_t gap = half(keyOf_(node)) & mask();
-    while (slots_[gap] != &node) gap = (gap + 1) & mask();
+void NodeIndex::remove(int place, const HashedText& key) {
+    std::size_t gap = key.hash & mask();
+    while (slots_[gap].node != static_cast<std::uint32_t>(place) + 1) gap = (gap + 1) & mask();
     // Entries behind the gap move up unless that would put them before their home.
-    for (std::size_t at = (gap + 1) & mask(); slots_[at] != nullptr; at = (at + 1) & mask()) {
-        const std::size_t wayHome = (at - hashes_[at]) & mask();
+    for (std::size_t at = (gap + 1) & mask(); slots_[at].node != 0; at = (at + 1) & mask()) {
+        const std::size_t wayHome = (at - slots_[at].hash) & mask();
         if (wayHome < ((at - gap) & mask())) continue;
         slots_[gap] = slots_[at];
-        hashes_[gap] = hashes_[at];
         gap = at;
     }
-    slots_[gap] = nullptr;
+    slots_[gap].node = 0;
     --count_;
 }
 
-void NodeIndex::put(Bnode_bn& node, std::uint32_t hash) {
-    std::size_t at = hash & mask();
-    while (slots_[at] != nullptr) at = (at + 1) & mask();
-    slots_[at] = &node;
-    hashes_[at] = hash;
+void NodeIndex::put(Slot slot) {
+    std::size_t at = slot.hash & mask();
+    while (slots_[at].node != 0) at = (at + 1) & mask();
+    slots_[at] = slot;
 }
 
 void NodeIndex::grow() {
-    const std::size_t size = std::max(FirstSlots, 2 * slots_.size());
-    const std::vector<Bnode_bn*> nodes = std::exchange(slots_, std::vector<Bnode_bn*>(size));
-    const std::vector<std::uint32_t> hashes =
-        std::exchange(hashes_, std::vector<std::uint32_t>(size));
-    for (std::size_t i = 0; i < nodes.size(); ++i) {
-        if (nodes[i] != nullptr) put(*nodes[i], hashes[i]);
+    const std::size_t before = size_, size = std::max(FirstSlots, 2 * size_);
+    XArray<Slot> slots = NewXArray<Slot>(static_cast<long long>(size));
+    if (slots == nullptr) throw std::bad_alloc();
+    std::fill_n(slots.get(), size, Slot{});
+    slots_.swap(slots);
+    size_ = size;
+    for (std::size_t i = 0; i < before; ++i) {
+        if (slots[i].node != 0) put(slots[i]);
     }
-}
-
-char* TextStore::add(std::string_view text) {
-    const std::size_t size = text.size() + 1;
-    if (size > left_) {
-        const std::size_t usual =
-            std::min(LargestBlock, FirstBlock << std::min<std::size_t>(blocks_.size(), 6));
-        const std::size_t fresh = std::max(usual, size);
-        blocks_.push_back(std::make_unique_for_overwrite<char[]>(fresh));
-        // A text that fills a block of its own leaves the block in use open.
-        if (fresh == size) {
-            std::memcpy(blocks_.back().get(), text.data(), size - 1);
-            blocks_.back()[size - 1] = '\0';
-            return blocks_.back().get();
-        }
-        free_ = blocks_.back().get();
-        left_ = fresh;
-    }
-    char* copy = free_;
-    std::memcpy(copy, text.data(), text.size());
-    copy[text.size()] = '\0';
-    free_ += size;
-    left_ -= size;
-    return copy;
 }
 
 }  // namespace lumo

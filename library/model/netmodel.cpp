@@ -48,16 +48,17 @@ void NodeNamesToStr(const BndList_bn& list, const char* separator, int limit, st
 
 // ---- Nets ----------------------------------------------------------------------------------
 
-Bnet_bn::Index::Index() : names(ModelAccess::nameOf), identities(ModelAccess::identityOf) {}
+Bnet_bn::Index::Index(const BndList_bn& nodes)
+    : names(nodes, ModelAccess::nameOf), identities(nodes, ModelAccess::identityOf) {}
 
-Bnet_bn::Bnet_bn() : index_(std::make_unique<Index>()) {
+Bnet_bn::Bnet_bn() : index_(std::make_unique<Index>(nodes)) {
     vnets.realloc_(1);  // first, so that nothing can fail once the drawing side is there
     vnets.append(new Vnet_kt(this));
 }
 
 Bnet_bn::~Bnet_bn() {
     for (Vnet_kt* vnet : vnets) delete vnet;
-    for (Bnode_bn* node : nodes) delete node;
+    for (Bnode_bn* node : nodes) node->~Bnode_bn();
     for (char* text : {name, title, comment, fileName}) delete[] text;
 }
 
@@ -87,7 +88,7 @@ void SetNetLabel(Bnet_bn& net, char* label) {
 // Every node has a name of its own. Readers know a node by its identity: the text that the file
 // used for it, which is the name itself when it is a legal one.
 
-Bnode_bn* ModelAccess::identified(const Bnet_bn& net, std::string_view text) {
+Bnode_bn* ModelAccess::identified(const Bnet_bn& net, const HashedText& text) {
     if (Bnode_bn* node = index(net).identities.find(text)) return node;
     Bnode_bn* named = index(net).names.find(text);
     return named != nullptr && named->identity_ == Bnode_bn::IdentityEN::name ? named : nullptr;
@@ -95,16 +96,17 @@ Bnode_bn* ModelAccess::identified(const Bnet_bn& net, std::string_view text) {
 
 Bnode_bn* Bnet_bn::findNodeLabeled(const char* text) const {
     if (text == nullptr) return nullptr;
-    if (Bnode_bn* node = index_->identities.find(text)) return node;
-    return index_->names.find(text);
+    const HashedText key(text);
+    if (Bnode_bn* node = index_->identities.find(key)) return node;
+    return index_->names.find(key);
 }
 
 /// Whether nobody has the name; a node with a made-up name gives it up.
-bool ModelAccess::nameIsFree(Bnet_bn& net, const std::string& name) {
+bool ModelAccess::nameIsFree(Bnet_bn& net, const HashedText& name) {
     Bnode_bn* holder = index(net).names.find(name);
     if (holder == nullptr) return true;
     if (!holder->autoNamed_) return false;
-    setName(*holder, madeUpName(net));
+    makeUpName(*holder);
     return true;
 }
 
@@ -113,13 +115,13 @@ std::string ModelAccess::madeUpName(Bnet_bn& net) {
     std::string name;
     do {
         name = "Node_" + std::to_string(++at.lastMadeUp);
-    } while (at.names.find(name) != nullptr);
+    } while (at.names.find(HashedText(name)) != nullptr);
     return name;
 }
 
 std::string ModelAccess::uniqueName(Bnet_bn& net, std::string_view text) {
     std::string legal = LegalName(text);
-    if (nameIsFree(net, legal)) return legal;
+    if (nameIsFree(net, HashedText(legal))) return legal;
     // For every stem and number of digits the next number to try is remembered, so that many equal
     // texts, cut or not, do not count up each time.
     long long first = 2, limit = 10;
@@ -129,16 +131,21 @@ std::string ModelAccess::uniqueName(Bnet_bn& net, std::string_view text) {
         long long& number = index(net).nextSuffix.try_emplace(key, first).first->second;
         for (; number < limit; ++number) {
             std::string name = stem + std::to_string(number);
-            if (index(net).names.find(name) == nullptr) return name;
+            if (index(net).names.find(HashedText(name)) == nullptr) return name;
         }
     }
 }
 
-void ModelAccess::setName(Bnode_bn& node, std::string_view name) {
-    Bnet_bn::Index& at = index(node);
-    if (node.variable.name != nullptr) at.names.remove(node);
-    node.variable.name = at.texts.add(name);
-    at.names.add(node);
+void ModelAccess::setName(Bnode_bn& node, const HashedText& name) {
+    dropName(node);
+    node.variable.name = index(node).arena.copy(name.text);
+    index(node).names.add(node.index_, name);
+}
+
+void ModelAccess::dropName(Bnode_bn& node) {
+    if (node.variable.name == nullptr) return;
+    index(node).names.remove(node.index_, HashedText(node.variable.name));
+    node.variable.name = nullptr;
 }
 
 /// Makes the text what readers know the node by; null: they know it by nothing but its name.
@@ -146,38 +153,44 @@ void ModelAccess::setIdentity(Bnode_bn& node, const char* text) {
     using IdentityEN = Bnode_bn::IdentityEN;
     Bnet_bn::Index& at = index(node);
     if (node.identity_ == IdentityEN::text) {
-        at.identities.remove(node);
+        at.identities.remove(node.index_, HashedText(node.extras_->identity));
         node.extras_->identity = nullptr;
     }
     node.identity_ = text == nullptr                       ? IdentityEN::none
                      : streql_kt(text, node.variable.name) ? IdentityEN::name
                                                            : IdentityEN::text;
     if (node.identity_ != IdentityEN::text) return;
-    extras(node).identity = at.texts.add(text);
-    at.identities.add(node);
+    extras(node).identity = at.arena.copy(text);
+    at.identities.add(node.index_, HashedText(text));
 }
 
 const char* Bnode_bn::identity() const {
     return identity_ == IdentityEN::text ? ModelAccess::identityOf(*this) : nullptr;
 }
 
-/// Names the node after the text, which may be any; null: with a made-up name.
-void ModelAccess::nameNode(Bnode_bn& node, const char* text) {
-    setName(node, text == nullptr ? madeUpName(node.net()) : uniqueName(node.net(), text));
-    node.autoNamed_ = text == nullptr;
+/// Names the node after the text, which may be any.
+void ModelAccess::nameNode(Bnode_bn& node, const HashedText& text) {
+    const bool usable = IsLegalName_kt(text.text) && nameIsFree(node.net(), text);
+    setName(node, usable ? text : HashedText(uniqueName(node.net(), text.text)));
+    node.autoNamed_ = false;
+}
+
+void ModelAccess::makeUpName(Bnode_bn& node) {
+    setName(node, HashedText(madeUpName(node.net())));
+    node.autoNamed_ = true;
 }
 
 rept_kt* ModelAccess::setLabel(Bnode_bn& node, char* label) {
     OwnedStr owned(label);
     if (label == nullptr) return Okay_rept_kt;
     Bnet_bn& net = node.net();
-    const Bnode_bn* known = identified(net, label);
+    const HashedText key(label);
+    const Bnode_bn* known = identified(net, key);
     const bool repeated = known != nullptr && known != &node;
     setIdentity(node, nullptr);
     if (!streql_kt(node.variable.name, label)) {
-        index(net).names.remove(node);  // so that the label may claim the node's own name
-        node.variable.name = nullptr;
-        nameNode(node, label);
+        dropName(node);  // so that the label may claim the node's own name
+        nameNode(node, key);
     }
     node.autoNamed_ = false;
     if (!repeated) setIdentity(node, label);
@@ -196,33 +209,27 @@ void SetNodeIdentity(Bnode_bn& node, const char* text) { ModelAccess::setIdentit
 // ---- New nodes -----------------------------------------------------------------------------
 
 void ModelAccess::addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position) {
-    Vnode_kt& vnode = vnet.store_.emplace_back();
-    vnode.position = position;
-    vnode.node = &node;
-    vnet.vnodes.append(&vnode);
-    node.vns.append(&vnode);
+    auto* const vnode = new (index(node).arena.take<Vnode_kt>(1)) Vnode_kt{position, &node};
+    vnet.vnodes.append(vnode);
+    node.vns.append(vnode);
 }
 
 rept_kt* ModelAccess::newNode(const char* name, int states, Bnet_bn& net, coord_kt position,
                               Bnode_bn*& out) {
-    if (name != nullptr && identified(net, name) != nullptr) {
+    const HashedText key(name == nullptr ? "" : name);
+    if (name != nullptr && identified(net, key) != nullptr) {
         return NewReport(msg::model.nodeExists, name);
     }
     if (rept_kt* report = takeStates(net, nullptr, states); IsError(report)) return report;
-    Bnode_bn* node = new Bnode_bn;
+    auto* const node = new (index(net).arena.take<Bnode_bn>(1)) Bnode_bn;
     node->net_ = &net;
     node->index_ = net.nodes.N;
-    try {
-        net.nodes.append(node);
-    } catch (...) {
-        delete node;
-        throw;
-    }
+    net.nodes.append(node);
     node->relation.node = node;
     node->variable.numStates = states;
-    node->family.realloc_(1);
+    reserveFamily(*node, 1);
     node->family.append(node);
-    nameNode(*node, name);
+    name == nullptr ? makeUpName(*node) : nameNode(*node, key);
     setIdentity(*node, name);
     appendToOrder(*node);
     for (Vnet_kt* vnet : net.vnets) addVisualNode(*node, *vnet, position);

@@ -12,7 +12,6 @@
 #pragma once
 
 #include <climits>
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -102,6 +101,7 @@ struct Reln_bn {
     bool rowsNormalized = false;  ///< every row of probs is known to sum to 1 (or to 0)
     bool rowAgainTold = false;    ///< the warning about a row given twice was shown
     bool noiseTold = false;       ///< the warning about rounding noise was shown
+    bool probsInArena = false;    ///< probs is part of the net's own memory
     float* probs = nullptr;       ///< full table, rows x states; null for none, real, condensed
     float* exper = nullptr;       ///< experience, one per row; may be null
     float* reals = nullptr;       ///< real table, one per row (times the states, if there are any)
@@ -184,12 +184,13 @@ struct UserField {
 class Bnode_bn {
 public:
     Varbl_bn variable;
-    BndList_bn parents;  ///< in link order; a window onto family's storage: only read or copied
+    // Windows onto storage of the net: only read or copied.
+    BndList_bn parents;  ///< in link order
     BndList_bn family;   ///< the node itself, then its parents
     Reln_bn relation;
-    VisualNodes_bn vns;     ///< its visual nodes; owned by the visual net
-    strin_kt importNotes;   ///< a text that readers may append to; not part of the net
-    char* title = nullptr;  ///< in the net's text store
+    VisualNodes_bn vns;    ///< its visual nodes; owned by the visual net
+    strin_kt importNotes;  ///< a text that readers may append to; not part of the net
+    char* title = nullptr;
     char* comment = nullptr;
     int groupIndex = -1;  ///< Hugin group, -1 for none
     NodeKindEN kind = NatureNode;
@@ -197,6 +198,7 @@ public:
     const char* name() const { return variable.name; }
     int numStates() const { return variable.numStates; }
     Bnet_bn& net() const { return *net_; }
+    int place() const { return index_; }  ///< in the net's list of nodes
     /// The text that the file names the node by, when that is not its name; else null.
     const char* identity() const;
     const std::vector<UserField>& userFields() const;  ///< in the order of their first setting
@@ -369,8 +371,6 @@ struct undo_vnetNodesets;
 
 /// The drawing side of a net; owned by it.
 class Vnet_kt {
-    std::deque<Vnode_kt> store_;  // of vnodes; first, since making it can fail
-
 public:
     VnodeList_kt vnodes;  ///< in node order
     int extentWidth = 0;  ///< drawing extent

@@ -15,18 +15,15 @@ namespace {
 /// A node has at most this many user fields before they are hashed.
 constexpr std::size_t FewFields = 16;
 
-/// An array for the texts of that many states, with room for more bytes behind it.
-StoredTexts NewTexts(int count, std::size_t bytes = 0) {
-    // Zeroed by the system: an array of a million states that are never named costs no memory.
-    const std::size_t array = static_cast<std::size_t>(std::max(count, 1)) * sizeof(char*);
-    StoredTexts texts(static_cast<char**>(std::calloc(1, array + bytes)));
-    if (texts == nullptr) throw std::bad_alloc();
-    return texts;
+/// Frees an array of texts of that many states, when it has a block of its own.
+void FreeTexts(char** texts, int count) {
+    if (count > FewEntries) std::free(texts);
 }
 
-void Assign(char**& place, StoredTexts texts) {
-    std::free(place);
-    place = texts.release();
+/// Frees the array of the variable's states and takes the new one.
+void Assign(const Varbl_bn& variable, char**& place, char** texts) {
+    FreeTexts(place, variable.numStates);
+    place = texts;
 }
 
 bool AllLegal(char* const* names, int count) {
@@ -73,13 +70,15 @@ bool HasState(const Bnode_bn& node, int state, const char* what) {
 // ---- Life ----------------------------------------------------------------------------------
 
 Varbl_bn::~Varbl_bn() {
-    for (char** texts : {stateNames, stateTitles, stateComments}) std::free(texts);
+    for (char** texts : {stateNames, stateTitles, stateComments}) FreeTexts(texts, numStates);
     delete[] levels;
 }
 
 Bnode_bn::~Bnode_bn() {
-    parents.array = nullptr;  // family owns the storage
-    parents.N = parents.capacity = 0;
+    for (BndList_bn* list : {&parents, &family}) {  // the arena has their storage
+        list->array = nullptr;
+        list->N = list->capacity = 0;
+    }
     delete[] comment;
 }
 
@@ -114,16 +113,31 @@ char* statetostr1(int state, const Varbl_bn& variable, char* buffer) {
     return buffer;
 }
 
-/// Copies the texts behind the array of them, in one block.
-StoredTexts ModelAccess::storeTexts(char** texts, int count) {
+/// An array for the texts of that many states, with room for more bytes behind it.
+char** ModelAccess::newTexts(const Bnode_bn& node, int count, std::size_t bytes) {
+    const std::size_t size = static_cast<std::size_t>(count) * sizeof(char*) + bytes;
+    if (count <= FewEntries) {
+        constexpr std::size_t pointer = sizeof(char*);
+        char** const texts = index(node).arena.take<char*>((size + pointer - 1) / pointer);
+        std::fill_n(texts, count, nullptr);
+        return texts;
+    }
+    // Zeroed by the system: an array of a million states that are never named costs no memory.
+    auto* const texts = static_cast<char**>(std::calloc(1, size));
+    if (texts == nullptr) throw std::bad_alloc();
+    return texts;
+}
+
+/// Copies the texts behind the array of them.
+char** ModelAccess::storeTexts(const Bnode_bn& node, char** texts, int count) {
     if (texts == nullptr) return nullptr;
     std::size_t bytes = 0;
     for (int i = 0; i < count; ++i) bytes += texts[i] == nullptr ? 0 : std::strlen(texts[i]) + 1;
-    StoredTexts stored = NewTexts(count, bytes);
-    char* place = reinterpret_cast<char*>(stored.get() + count);
+    char** const stored = newTexts(node, count, bytes);
+    char* place = reinterpret_cast<char*>(stored + count);
     for (int i = 0; i < count; ++i) {
         if (texts[i] == nullptr) continue;
-        stored[static_cast<std::size_t>(i)] = place;
+        stored[i] = place;
         const std::size_t size = std::strlen(texts[i]) + 1;
         std::memcpy(place, texts[i], size);
         place += size;
@@ -177,13 +191,13 @@ rept_kt* Bnode_bn::setStates(int count, char** names, double* levels, const int*
     }
     if (rept_kt* report = ModelAccess::takeStates(net(), this, count); IsError(report))
         return report;
-    StoredTexts stored = ModelAccess::storeTexts(names, count);
+    char** const stored = ModelAccess::storeTexts(*this, names, count);
     if (count != variable.numStates) ModelAccess::dropTables(*this);
     ModelAccess::forgetStateNames(*this);
+    Assign(variable, variable.stateNames, stored);
+    Assign(variable, variable.stateTitles, nullptr);
+    Assign(variable, variable.stateComments, nullptr);
     variable.numStates = count;
-    Assign(variable.stateNames, std::move(stored));
-    Assign(variable.stateTitles, nullptr);
-    Assign(variable.stateComments, nullptr);
     delete[] variable.levels;
     variable.numLevels = levels == nullptr ? 0 : variable.discrete ? count : count + 1;
     variable.levels = ownedLevels.release();
@@ -197,7 +211,7 @@ rept_kt* Bnode_bn::setStateNames(char** names, CheckEN) {
         rept_kt* report = CheckStateNames(*this, names, numStates());
         if (IsError(report)) return report;
     }
-    Assign(variable.stateNames, ModelAccess::storeTexts(names, numStates()));
+    Assign(variable, variable.stateNames, ModelAccess::storeTexts(*this, names, numStates()));
     ModelAccess::forgetStateNames(*this);
     ModelAccess::changed(*this);
     return Okay_rept_kt;
@@ -210,13 +224,14 @@ rept_kt* Bnode_bn::setStateName(int state, char* name, int, CheckEN) {
         return NewReport(msg::model.badStateName, name, state, this->name());
     }
     UniqueNames_kt& taken = ModelAccess::stateNames(*this);
-    if (variable.stateNames == nullptr) variable.stateNames = NewTexts(numStates()).release();
+    if (variable.stateNames == nullptr)
+        variable.stateNames = ModelAccess::newTexts(*this, numStates());
     char*& place = variable.stateNames[state];
     if (place != nullptr) taken.remove(place);
     place = nullptr;
     if (name != nullptr) {
         const std::string unique = taken.unique(name, 's');
-        place = ModelAccess::index(*this).texts.add(unique);
+        place = ModelAccess::index(*this).arena.copy(unique);
         taken.add(unique);
     }
     ModelAccess::changed(*this);
@@ -226,25 +241,27 @@ rept_kt* Bnode_bn::setStateName(int state, char* name, int, CheckEN) {
 rept_kt* Bnode_bn::setStateTitle(int state, char* text, CheckEN) {
     const OwnedStr owned(text);
     if (!HasState(*this, state, "a title")) return Okay_rept_kt;
-    if (variable.stateTitles == nullptr) variable.stateTitles = NewTexts(numStates()).release();
+    if (variable.stateTitles == nullptr)
+        variable.stateTitles = ModelAccess::newTexts(*this, numStates());
     variable.stateTitles[state] =
-        text == nullptr ? nullptr : ModelAccess::index(*this).texts.add(text);
+        text == nullptr ? nullptr : ModelAccess::index(*this).arena.copy(text);
     ModelAccess::changed(*this);
     return Okay_rept_kt;
 }
 
 void Bnode_bn::setStateTitles(char** texts) {
     const OwnedStrs owned(texts, numStates());
-    Assign(variable.stateTitles, ModelAccess::storeTexts(texts, numStates()));
+    Assign(variable, variable.stateTitles, ModelAccess::storeTexts(*this, texts, numStates()));
     ModelAccess::changed(*this);
 }
 
 rept_kt* Bnode_bn::setStateComment(int state, char* text) {
     const OwnedStr owned(text);
     if (!HasState(*this, state, "a comment")) return Okay_rept_kt;
-    if (variable.stateComments == nullptr) variable.stateComments = NewTexts(numStates()).release();
+    if (variable.stateComments == nullptr)
+        variable.stateComments = ModelAccess::newTexts(*this, numStates());
     variable.stateComments[state] =
-        text == nullptr ? nullptr : ModelAccess::index(*this).texts.add(text);
+        text == nullptr ? nullptr : ModelAccess::index(*this).arena.copy(text);
     ModelAccess::changed(*this);
     return Okay_rept_kt;
 }
@@ -266,7 +283,7 @@ rept_kt* SetStatesToLabels(Bnode_bn& node, char** labels, int count, bool create
 
 void Bnode_bn::setTitle(char* text) {
     const OwnedStr owned(text);
-    title = text == nullptr ? nullptr : ModelAccess::index(*this).texts.add(text);
+    title = text == nullptr ? nullptr : ModelAccess::index(*this).arena.copy(text);
     ModelAccess::changed(*this);
 }
 

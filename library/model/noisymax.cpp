@@ -162,7 +162,7 @@ rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, bool condense) {
     relation.clear();
     relation.kind = RelnKindEN::noisyMax;
     relation.params = kept.release();
-    relation.probs = table.release();
+    if (table != nullptr) ModelAccess::installProbs(*this, std::move(table), NumProduct(family));
     relation.rowsNormalized = relation.probs != nullptr;
     ModelAccess::changed(*this);
     return Okay_rept_kt;

@@ -94,7 +94,10 @@ public:
 
 private:
     void resize(long long size) {
-        char* const block = static_cast<char*>(xreallocf_kt(text_.get(), size + TerminatorBytes));
+        const long long bytes = size + TerminatorBytes;
+        char* const old = text_.get();
+        auto* const block =
+            static_cast<char*>(old == nullptr ? xmallocf_kt(bytes) : xreallocf_kt(old, bytes));
         if (block == nullptr) {
             TellProblem.noMemoryForFile(path_, size);
         }

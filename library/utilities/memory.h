@@ -9,15 +9,20 @@
 namespace lumo {
 
 /// Allocates `bytes` bytes with the library allocator (at least one). Returns null when the
-/// memory cannot be had or the count is negative. Free with xfree_kt.
+/// memory cannot be had or the count is negative. Free with xfree_kt. Blocks of 3 MB and more stand
+/// on huge pages, where the system has them.
 void* xmallocf_kt(long long bytes);
 
 /// Resizes a block of xmallocf_kt, which may move. Null, the block untouched, when there is no
 /// memory.
 void* xreallocf_kt(void* block, long long bytes);
 
-/// Frees a block of xmallocf_kt; null is allowed.
+/// Frees a block of xmallocf_kt; null is allowed. The thread keeps blocks of 64 kB and more, 64 MB
+/// of them at most, for its next ones of about the same size.
 void xfree_kt(void* block);
+
+/// Frees the blocks that the calling thread keeps; the end of a thread does so too.
+void ReleaseKeptMemory_kt();
 
 /// Deleter for owning a block of xmallocf_kt in a std::unique_ptr.
 struct XFree {
