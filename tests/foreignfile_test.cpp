@@ -54,7 +54,7 @@ TEST_F(EntryTest, NamesTheNetAfterTheFile) {
 
 TEST_F(EntryTest, LongPathsWork) {
     std::string deep;
-    for (int i = 0; i < 4; ++i) deep += std::string(100, static_cast<char>('a' + i)) + "/";
+    for (const char c : {'a', 'b', 'c', 'd'}) deep.append(100, c) += '/';
     const Imported got = ImportFile(write(deep + std::string(200, 'n') + ".erg", tiny), FormatErgo);
     ASSERT_NE(got.net, nullptr);
     EXPECT_EQ(got.net->name, std::string(200, 'n'));
