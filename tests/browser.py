@@ -35,6 +35,7 @@ class Browser:
         options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
         service = webdriver.chrome.service.Service(DRIVER, env={**os.environ, "TMPDIR": self.folder})
         self.driver = webdriver.Chrome(options=options, service=service)
+        self.driver.set_script_timeout(300)  # what runs beside on a busy machine makes none fail
         self.command("Browser.setDownloadBehavior", behavior="allow", downloadPath=self.folder)
 
     def __enter__(self):
