@@ -1,10 +1,14 @@
 # What is installed, in three components: the program, what developing with the library takes, and
-# the Python module. Everything finds its parts relative to itself, so the folder can be moved.
+# the Python module. Everything finds its parts relative to itself, so the folder can be moved. The
+# Debian packages made of it are described in debian/.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS lumo_import EXPORT LumoTargets
     LIBRARY COMPONENT program NAMELINK_COMPONENT development
     ARCHIVE COMPONENT development)
+if(TARGET lumo_import_static)
+    install(TARGETS lumo_import_static ARCHIVE COMPONENT development)
+endif()
 if(TARGET lumo_export)
     install(TARGETS lumo_export EXPORT LumoTargets ARCHIVE COMPONENT development)
 endif()
@@ -27,40 +31,21 @@ endif()
 configure_file(packaging/lumo.pc.in ${PROJECT_BINARY_DIR}/lumo.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/lumo.pc DESTINATION ${pkgconfig} COMPONENT development)
 
-# Installs the file compressed, under the name with .gz at its end; without a time, so that equal
-# sources give equal packages.
-function(lumo_install_compressed file name folder component)
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
-    set(compressed ${PROJECT_BINARY_DIR}/compressed/${name}.gz)
-    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/compressed)
-    execute_process(COMMAND gzip -9nc ${file} OUTPUT_FILE ${compressed} COMMAND_ERROR_IS_FATAL ANY)
-    install(FILES ${compressed} DESTINATION ${folder} COMPONENT ${component})
-endfunction()
-
-# The licence and the list of changes, where every Debian package has its own.
-function(lumo_install_papers component package)
-    set(folder ${CMAKE_INSTALL_DATADIR}/doc/${package})
-    install(FILES LICENSE DESTINATION ${folder} RENAME copyright COMPONENT ${component})
-    lumo_install_compressed(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog ${folder} ${component})
-endfunction()
-lumo_install_papers(development liblumo-dev)
+# The documentation; the page of the library refers to those of the formats.
+set(doc ${CMAKE_INSTALL_DATADIR}/doc/lumo-import)
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${doc} COMPONENT program)
+install(DIRECTORY docs DESTINATION ${doc} COMPONENT program PATTERN *.py EXCLUDE)
 
 if(LUMO_BUILD_APP)
     set(share ${CMAKE_INSTALL_DATADIR})
     install(TARGETS lumo-import RUNTIME COMPONENT program)
     configure_file(packaging/lumo-import.1.in ${PROJECT_BINARY_DIR}/lumo-import.1 @ONLY)
-    lumo_install_compressed(
-        ${PROJECT_BINARY_DIR}/lumo-import.1 lumo-import.1 ${CMAKE_INSTALL_MANDIR}/man1 program)
+    install(FILES ${PROJECT_BINARY_DIR}/lumo-import.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
     install(FILES packaging/completion.bash COMPONENT program
         DESTINATION ${share}/bash-completion/completions RENAME lumo-import)
     install(FILES packaging/completion.zsh COMPONENT program
         DESTINATION ${share}/zsh/vendor-completions RENAME _lumo-import)
     install(FILES packaging/completion.fish COMPONENT program
         DESTINATION ${share}/fish/vendor_completions.d RENAME lumo-import.fish)
-    install(FILES README.md DESTINATION ${share}/doc/lumo-import COMPONENT program)
-    install(DIRECTORY docs DESTINATION ${share}/doc/lumo-import COMPONENT program)
-    lumo_install_papers(program lumo-import)
-endif()
-if(LUMO_BUILD_PYTHON)
-    lumo_install_papers(python python3-lumo)
 endif()

@@ -13,7 +13,7 @@
 #include "library/model/netmodel.h"
 #include "library/text/parser.h"
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 /// Format codes.
 enum ForeignFormatEN : int {

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 struct TextStart;  ///< the start of a text, cut into tokens
 

@@ -3,6 +3,8 @@
 
 #include <vector>
 
+#include "library/utilities/language.h"
+
 namespace lumo::layout {
 
 struct Point {
@@ -36,6 +38,6 @@ struct Drawing {
 /// longest of them are straight lines. No boxes overlap; the corner of it all is the origin. The
 /// same diagram gives the same drawing. A link that closes a cycle is drawn straight. About n log
 /// n.
-Drawing Draw(const Diagram& diagram);
+LUMO_API Drawing Draw(const Diagram& diagram);
 
 }  // namespace lumo::layout

@@ -7,10 +7,12 @@
 
 #include "library/utilities/memory.h"
 
-namespace lumo {
-
+namespace LUMO_API lumo {
 class Bnode_bn;
 class BndList_bn;
+}  // namespace lumo
+
+namespace lumo {
 
 /// Hash of a text. It differs from process to process, so that no file can be made to collide.
 std::uint64_t HashText(std::string_view text);

@@ -21,7 +21,7 @@
 #include "library/utilities/Utils.h"
 #include "library/utilities/geometry.h"
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 class Bnet_bn;
 class Bnode_bn;

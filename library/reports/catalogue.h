@@ -8,7 +8,7 @@
 
 #include "library/reports/message.h"
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 /// All rows, format by format, then what formats share. Rows of one number follow each other.
 /// Supplied by the import, which knows all formats.

@@ -24,7 +24,7 @@
 
 #include "library/reports/reports.h"
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 /// The formats whose readers make a report, as a set of bits; any format has all of them.
 enum FormatSetEN : unsigned {

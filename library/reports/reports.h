@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 /// How bad a report is. Up to warning is success, error and above is failure.
 enum SeverityEN : int {

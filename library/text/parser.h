@@ -29,7 +29,7 @@
 #include "library/utilities/Utils.h"
 #include "library/utilities/geometry.h"
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 class Parser_kt;
 class Parser_CString_kt;

@@ -14,7 +14,7 @@
 #include "library/utilities/vect.h"
 #include "library/utilities/vect3.h"
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 // ---- Strings -------------------------------------------------------------------------------
 
@@ -140,7 +140,7 @@ public:
     std::string unique(std::string_view name, char prefix, int maxLength = MaxNameLength);
 
 private:
-    struct Impl;
+    struct [[gnu::visibility("hidden")]] Impl;
     std::unique_ptr<Impl> impl_;
 };
 

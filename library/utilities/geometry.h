@@ -3,7 +3,7 @@
 
 #include "library/utilities/language.h"
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 struct coord_kt {
     int x = 0;

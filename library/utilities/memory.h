@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <memory>
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 /// Allocates `bytes` bytes with the library allocator (at least one). Returns null when the
 /// memory cannot be had or the count is negative. Free with xfree_kt. Blocks of 3 MB and more stand

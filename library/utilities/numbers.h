@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 /// How a text reads as a number.
 enum class NumberEN : signed char { ok, none, tooLarge };

@@ -5,7 +5,7 @@
 
 #include "library/utilities/memory.h"
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 /// Capacity that a full container of `count` elements grows to: twice the count plus 32.
 /// Throws std::bad_alloc when that does not fit an int.

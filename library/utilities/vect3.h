@@ -5,7 +5,7 @@
 
 #include "library/utilities/vect.h"
 
-namespace lumo {
+namespace LUMO_API lumo {
 
 /// Growable array held as three pointers: first, one past the last, one past the storage.
 template <class T>
