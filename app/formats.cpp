@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "import/detect.h"
 #include "export/writers.h"
+#include "import/detect.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo::app {

@@ -69,7 +69,7 @@ struct Bnet_bn::Index {
     long long states = 0;  ///< of all nodes
 };
 
-struct [[gnu::visibility("hidden")]] ModelAccess {
+struct LUMO_HIDDEN ModelAccess {
     static Bnet_bn::Index& index(const Bnet_bn& net) { return *net.index_; }
     static Bnet_bn::Index& index(const Bnode_bn& node) { return index(node.net()); }
     static Bnode_bn::Extras& extras(Bnode_bn& node);

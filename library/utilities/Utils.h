@@ -140,7 +140,7 @@ public:
     std::string unique(std::string_view name, char prefix, int maxLength = MaxNameLength);
 
 private:
-    struct [[gnu::visibility("hidden")]] Impl;
+    struct LUMO_HIDDEN Impl;
     std::unique_ptr<Impl> impl_;
 };
 

@@ -8,3 +8,6 @@
 /// Marks what can be called from outside a shared library; all else is hidden. Public headers mark
 /// their namespace.
 #define LUMO_API [[gnu::visibility("default")]]
+
+/// Marks what is not, within such a namespace.
+#define LUMO_HIDDEN [[gnu::visibility("hidden")]]
