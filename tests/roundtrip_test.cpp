@@ -159,7 +159,8 @@ TEST_P(RandomNets, InEveryFormat) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, RandomNets, testing::Range(1U, 401U, 50U));
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomNets, testing::Range(1U, 401U, 50U),
+                         testing::PrintToStringParamName());
 
 /// Every sample through every format; with LUMO_ROUNDTRIP_FILES=FOLDER every file in it, and a
 /// table of how many came back the same.
