@@ -3,6 +3,7 @@
 #include <map>
 #include <memory_resource>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "import/hugin_messages.h"
@@ -202,6 +203,7 @@ public:
         in_.peekPunc();
         const ParserPos_kt start = in_.getPos();
         allocate();
+        if (readPlain(start)) return std::move(table_);
         while (item()) {
         }
         checkCount();
@@ -227,6 +229,43 @@ private:
                             static_cast<double>(wanted_) * sizeof(float), node_.name());
         in_.setError(error);
         throw error;
+    }
+
+    /// Reads a table with a pair of brackets for each list of each level and nothing else, as
+    /// nearly all are, without an account of them: half the time. False, and nothing is read, when
+    /// it is another.
+    bool readPlain(ParserPos_kt start) {
+        int sizes[MostPlainLevels];
+        int levels = 0;
+        if (table_ == nullptr || node_.family.N > MostPlainLevels) return false;
+        for (const Bnode_bn* parent : node_.parents) sizes[levels++] = parent->numStates();
+        if (hasStates_) sizes[levels++] = node_.numStates();
+        float* next = table_.get();
+        if (levels > 0 && readLevel({sizes, static_cast<std::size_t>(levels)}, next)) {
+            const char end = in_.peekPunc();
+            if (end == ';' || end == '}' || end == '\0') return true;
+        }
+        in_.setPos(start);
+        return false;
+    }
+
+    /// A list of the outermost of the levels.
+    bool readLevel(std::span<const int> sizes, float*& next) {
+        if (!pass('(')) return false;
+        if (sizes.size() == 1) {
+            if (in_.readFloats(next, sizes[0], CommasEN::may) < sizes[0]) return false;
+            next += sizes[0];
+        } else {
+            for (int i = 0; i < sizes[0]; ++i)
+                if (!readLevel(sizes.subspan(1), next)) return false;
+        }
+        return pass(')');
+    }
+
+    bool pass(char bracket) {
+        if (in_.peekPunc() != bracket) return false;
+        in_.setPos(in_.getPos() + 1);
+        return true;
     }
 
     /// Reads brackets, a comma or a run of numbers; false at the end of the value.
@@ -350,6 +389,8 @@ private:
             in_.report(msg::import.tableShape, shape_.problem().c_str());
         in_.setTokenStart(after);
     }
+
+    static constexpr int MostPlainLevels = 16;
 
     Parser_CString_kt& in_;
     const Bnode_bn& node_;
