@@ -76,7 +76,7 @@ void ForEachRow(FLOAT* table, int states, int rows, CALL call) {
 
 /// Scales the row to sum 1; one of sum 0 stays.
 void ScaleRow(float* row, int states, double sum) {
-    if (sum == 0) return;
+    if (sum == 0 || sum == 1) return;
     for (int s = 0; s < states; ++s) row[s] = static_cast<float>(static_cast<double>(row[s]) / sum);
 }
 
@@ -187,6 +187,7 @@ int NormalizeBelvecTable(float* table, int states, int rows) {
 void SnapToInteger_kt(float* values, int count, double tolerance) {
     if (values == nullptr) return;
     for (int i = 0; i < count; ++i) {
+        if (values[i] == 1.0F) continue;  // nearly all
         const double nearest = std::round(static_cast<double>(values[i]));
         if (std::abs(static_cast<double>(values[i]) - nearest) <= tolerance) {
             values[i] = static_cast<float>(nearest + 0.0);  // no negative zero
@@ -199,6 +200,7 @@ void SnapToInteger_kt(float* values, int count, double tolerance) {
 Reln_bn::~Reln_bn() { clear(); }
 
 void Reln_bn::clear() {
+    if (kind == RelnKindEN::none && exper == nullptr && rowMarks == nullptr) return;
     if (probsInArena) probs = nullptr;
     for (float** table : {&probs, &exper, &reals}) Free(*table);
     Free(params);
