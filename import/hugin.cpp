@@ -10,6 +10,7 @@
 // Errors are thrown to the object or field they arise in. Reading goes on after that field; when a
 // header, a brace or a quote is damaged, it goes on where the next object or line starts.
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -102,12 +103,11 @@ void RecognizeVersion(Parser_CString_kt& in) {
 std::string PassHeader(Parser_CString_kt& in, ParserPos_kt end) {
     std::string name;
     bool named = false;
-    char word[ValueSize + 1];
     while (in.getPos() < end) {
         const char punc = in.readPunc();
         named = named || punc == ':';
         if (punc != 0) continue;
-        ReadName(in, word);
+        const std::string_view word = ReadName(in);
         AddPassedOverName(word);
         if (!named) name = word;
     }
@@ -288,7 +288,8 @@ void ReadFields(Parser_CString_kt& in, OBJECT& object, const char* kind,
             ClassOpen = true;
             return in.setPos(start);
         }
-        SubstStrWithStr_kt(name.text, sizeof name.text, "HRUNTIME", "HR");
+        if (std::strchr(name.text, 'H') != nullptr)  // to be quick about most names
+            SubstStrWithStr_kt(name.text, sizeof name.text, "HRUNTIME", "HR");
         in.fieldName = name.text;
         if (!field && NotAField(in, start, kind)) return;
         const bool whole = !field || ReadField(in, object, lookup(name.text));

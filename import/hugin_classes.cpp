@@ -21,7 +21,6 @@ using Words = std::unordered_set<std::string>;
 
 /// Passes over a class, its name read; the classes that it holds instances of join the words.
 void PassClass(Parser_CString_kt& in, Words& instantiated) {
-    char word[ValueSize + 1];
     int depth = 0;
     while (!in.isAtEnd()) {
         const char punc = in.readPunc();
@@ -35,8 +34,7 @@ void PassClass(Parser_CString_kt& in, Words& instantiated) {
         SkipName(in);
         if (in.peekPunc() != ':') continue;
         in.skipChar();
-        ReadName(in, word);
-        instantiated.emplace(word);
+        instantiated.emplace(ReadName(in));
     }
 }
 
@@ -49,8 +47,7 @@ std::vector<Class> FindClasses(Parser_CString_kt& in, Words& instantiated) {
         const ParserPos_kt place = in.getPos();
         in.readWord(word, ValueSize);
         if (!streqli_kt(word, "class")) continue;
-        ReadName(in, word);
-        classes.push_back({word, place});
+        classes.push_back({std::string(ReadName(in)), place});
         PassClass(in, instantiated);
     }
     return classes;

@@ -52,7 +52,7 @@ void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view na
 
 void AddPassedOverName(std::string_view name) { Lists().headerWords.emplace(name); }
 
-bool IsPassedOver(const char* name) { return Lists().headerWords.contains(name); }
+bool IsPassedOver(std::string_view name) { return Lists().headerWords.contains(std::string(name)); }
 
 void ReportLists(Parser_CString_kt& in, const Bnet_bn& net) {
     for (const auto& [kind, list] : Lists().objects) {

@@ -38,6 +38,8 @@ struct StateText {
 };
 constinit std::vector<StateText> StateTexts;
 
+TextList Labels;  // of the states of the node being read
+
 /// A time-slice node, which has the states of another node; that one may stand behind it.
 struct Repetition {
     Bnode_bn* node;
@@ -67,6 +69,7 @@ void Repeat(Parser_CString_kt& in, Bnode_bn& node, const Bnode_bn& of) {
 
 void EmptyNodes() {
     std::vector<StateText>().swap(StateTexts);
+    Labels = TextList();
     std::vector<Repetition>().swap(Repetitions);
 }
 
@@ -88,13 +91,12 @@ void RepeatNodes(Parser_CString_kt& in, const Bnet_bn& net) {
 
 /// Reads a name. The arguments in parentheses that some programs write right behind it
 /// (father(tom)) are part of it.
-void ReadName(Parser_CString_kt& in, char* name) {
-    in.readWord(name, ValueSize);
-    const std::string_view arguments = PeekArguments(in);
-    const std::size_t length = std::strlen(name);
-    if (length == 0 || length + arguments.size() > ValueSize) return;
-    name[length + arguments.copy(name + length, arguments.size())] = '\0';
-    in.setPos(in.getPos() + arguments.size());
+std::string_view ReadName(Parser_CString_kt& in) {
+    const std::string_view name = in.takeName(ValueSize);
+    const std::size_t arguments = PeekArguments(in).size();
+    if (name.empty() || name.size() + arguments > ValueSize) return name;
+    in.setPos(in.getPos() + arguments);
+    return {name.data(), name.size() + arguments};
 }
 
 namespace {
@@ -104,9 +106,7 @@ void ReadRepetition(Parser_CString_kt& in, Bnode_bn& node) {
     const ParserPos_kt place = in.tokenStart();
     if (in.peekPunc() != ':') return;
     in.skipChar();
-    char of[ValueSize + 1];
-    ReadName(in, of);
-    Repetitions.push_back({&node, of, place});
+    Repetitions.push_back({&node, std::string(ReadName(in)), place});
 }
 
 }  // namespace
@@ -114,14 +114,13 @@ void ReadRepetition(Parser_CString_kt& in, Bnode_bn& node) {
 Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     StateTexts.clear();
     Bnet_bn& net = *drawing.getBNet();
-    char name[ValueSize + 1];
-    ReadName(in, name);
-    if (*name == '\0') {
+    const std::string name(ReadName(in));
+    if (name.empty()) {
         in.report(msg::hugin.missingName, in.structKind);
         return nullptr;
     }
     rept_kt* error = nullptr;
-    Bnode_bn* const node = NewNode_ibn(name, 2, net, safety, &error);
+    Bnode_bn* const node = NewNode_ibn(name.c_str(), 2, net, safety, &error);
     if (node == nullptr) {
         in.setError(error);
         return nullptr;
@@ -164,7 +163,7 @@ namespace {
 // ---- Node fields ---------------------------------------------------------------------------
 
 void parse_node_label(Parser_CString_kt& in, Bnode_bn& node) {
-    if (HasValue(in)) node.setTitle(in.readStringNew());
+    if (HasValue(in)) node.setTitle(std::string_view(in.readStringText()));
 }
 
 void parse_node_position(Parser_CString_kt& in, Bnode_bn& node) {
@@ -182,28 +181,22 @@ void parse_node_position(Parser_CString_kt& in, Bnode_bn& node) {
         in.report(msg::import.positionsClamped, node.name());
 }
 
-/// Whether the labels are legal and distinct, when there are few enough to compare each with each.
-bool AreNames(const char* const* labels, int count) {
-    constexpr int few = 8;
-    for (int i = 0; i < count; ++i) {
-        if (count > few || labels[i] == nullptr || !IsLegalName_kt(labels[i])) return false;
-        for (int j = 0; j < i; ++j) {
-            if (streql_kt(labels[i], labels[j])) return false;
-        }
-    }
-    return count > 0;
+/// Makes the labels the names of the states, as is usual: few, legal and distinct. False when they
+/// are others.
+bool NameStates(Bnode_bn& node) {
+    std::string_view names[Bnode_bn::FewStates];
+    if (Labels.size() > std::size(names)) return false;
+    for (std::size_t i = 0; i < Labels.size(); ++i) names[i] = Labels[i];
+    return node.setFewStates({names, Labels.size()});
 }
 
 void parse_node_states(Parser_CString_kt& in, Bnode_bn& node) {
-    int count = 0;
-    char** const list = ReadListStrings<Parser_CString_kt, true, true, 1>(in, count);
-    OwnedStrs labels(list, count);
+    ReadListTexts(in, Labels, true);
+    const int count = static_cast<int>(Labels.size());
     if (count == 0) in.report(msg::hugin.noStates);
     constexpr int mostlyUsable = 3;
-    if (AreNames(list, count)) {  // the usual case, without a copy
-        in.setError(node.setStates(count, labels.release(), nullptr, nullptr, nullptr, CheckFull));
-        return;
-    }
+    if (NameStates(node)) return;
+    OwnedStrs labels(Labels.copies(), count);
     if (StrsNullEmpty_kt(labels.get(), count, 1) > mostlyUsable) {
         in.setError(node.setStates(count, nullptr, nullptr, nullptr, nullptr, CheckFull));
         return;

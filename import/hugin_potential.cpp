@@ -35,13 +35,13 @@ struct Potential {
     ParserPos_kt modelPlace = nullptr;
 };
 constinit Potential Current;
+int LastChild = -1;  // its place among the nodes; the next potential's is mostly the next node
 
 // ---- Header --------------------------------------------------------------------------------
 
 /// Reads the parents up to the ')' and links them to the child. Null, the input back before what is
 /// wrong, when the list fails or a link is refused.
 Bnode_bn* ReadParents(Parser_CString_kt& in, Bnet_bn& net, Bnode_bn& child) {
-    char name[ValueSize + 1];
     bool refused = false;
     for (;;) {
         const char punc = in.readPunc();
@@ -52,8 +52,8 @@ Bnode_bn* ReadParents(Parser_CString_kt& in, Bnet_bn& net, Bnode_bn& child) {
             in.setPos(here);
             return nullptr;
         }
-        ReadName(in, name);
-        if (*name == '\0') {
+        const std::string_view name = ReadName(in);
+        if (name.empty()) {
             in.report(msg::text.unexpectedEnd);
             return &child;
         }
@@ -62,7 +62,7 @@ Bnode_bn* ReadParents(Parser_CString_kt& in, Bnet_bn& net, Bnode_bn& child) {
             if (IsPassedOver(name))
                 ListNode(in, msg::hugin.tablesWithoutParent, child.name());
             else
-                in.report(msg::hugin.unknownParent, name);
+                in.report(msg::hugin.unknownParent, std::string(name).c_str());
             in.setPos(here);
             return nullptr;
         }
@@ -84,16 +84,16 @@ Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing) {
         in.setPos(start);
         return nullptr;
     }
-    char name[ValueSize + 1];
-    ReadName(in, name);
-    Bnode_bn* const child = net.findNodeLabeled(name);
+    const std::string_view name = ReadName(in);
+    Bnode_bn* const child = net.findNodeLabeled(name, LastChild + 1);
     if (child == nullptr) {
         if (IsPassedOver(name))
             ListNode(in, msg::hugin.tablesWithoutNode, name);
         else
-            in.report(msg::hugin.unknownChild, name);
+            in.report(msg::hugin.unknownChild, std::string(name).c_str());
         return nullptr;
     }
+    LastChild = child->place();
     in.structName = child->name();
     const ParserPos_kt here = in.getPos();
     const char punc = in.readPunc();

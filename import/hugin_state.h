@@ -87,7 +87,7 @@ void FinishPotential(Parser_CString_kt& in, Bnode_bn& node);
 
 /// Reads a name. The arguments in parentheses that some programs write right behind it
 /// (father(tom)) are part of it.
-void ReadName(Parser_CString_kt& in, char* name);
+std::string_view ReadName(Parser_CString_kt& in);
 
 // ---- Reports at the end, in hugin_lists.cpp ------------------------------------------------
 
@@ -99,7 +99,7 @@ void ListNode(Parser_CString_kt& in, const ListMessage& message, std::string_vie
 /// The same for an object that is passed over.
 void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view name);
 void AddPassedOverName(std::string_view name);  ///< a word of the header of such an object
-bool IsPassedOver(const char* name);            ///< whether it is such a word
+bool IsPassedOver(std::string_view name);       ///< whether it is such a word
 
 void EmptyLists();
 void ReportLists(Parser_CString_kt& in, const Bnet_bn& net);

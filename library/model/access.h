@@ -98,6 +98,7 @@ struct LUMO_HIDDEN ModelAccess {
     // Nodes (node.cpp).
     static char** newTexts(const Bnode_bn& node, int count, std::size_t bytes = 0);
     static char** storeTexts(const Bnode_bn& node, char** texts, int count);
+    static void replaceStates(Bnode_bn& node, int count, char** names);
     static UniqueNames_kt& stateNames(Bnode_bn& node);
     static void forgetStateNames(Bnode_bn& node);
     static void dropTables(Bnode_bn& node);

@@ -94,11 +94,21 @@ Bnode_bn* ModelAccess::identified(const Bnet_bn& net, const HashedText& text) {
     return named != nullptr && named->identity_ == Bnode_bn::IdentityEN::name ? named : nullptr;
 }
 
-Bnode_bn* Bnet_bn::findNodeLabeled(const char* text) const {
-    if (text == nullptr) return nullptr;
+Bnode_bn* Bnet_bn::findNodeLabeled(std::string_view text) const {
     const HashedText key(text);
     if (Bnode_bn* node = index_->identities.find(key)) return node;
     return index_->names.find(key);
+}
+
+Bnode_bn* Bnet_bn::findNodeLabeled(const char* text) const {
+    return text == nullptr ? nullptr : findNodeLabeled(std::string_view(text));
+}
+
+Bnode_bn* Bnet_bn::findNodeLabeled(std::string_view text, int place) const {
+    using IdentityEN = Bnode_bn::IdentityEN;
+    Bnode_bn* const node = place >= 0 && place < nodes.N ? nodes[place] : nullptr;
+    const bool byName = node != nullptr && node->identity_ == IdentityEN::name;
+    return byName && node->variable.name == text ? node : findNodeLabeled(text);
 }
 
 /// Whether nobody has the name; a node with a made-up name gives it up.

@@ -12,7 +12,9 @@
 #pragma once
 
 #include <climits>
+#include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -213,6 +215,10 @@ public:
     /// null. Drops the node's table and those of its children when the count changes. Errors: a
     /// count out of range, illegal or equal names (then nothing changes).
     rept_kt* setStates(int count, char** names, double* levels, const int*, const int*, CheckEN);
+    /// Likewise without levels, from texts that are only read: the quick way for the usual case.
+    /// False, and nothing changes, when they are more than FewStates, illegal or equal.
+    bool setFewStates(std::span<const std::string_view> names);
+    static constexpr std::size_t FewStates = 8;
     rept_kt* setStateNames(char** names, CheckEN);
     /// Sets one state's name; a name that another state has gets a number appended. A state that is
     /// none is a warning, and the string is freed.
@@ -223,6 +229,8 @@ public:
 
     // Attributes.
     void setTitle(char* text);  ///< null removes it
+    void setTitle(std::nullptr_t) { setTitle(static_cast<char*>(nullptr)); }
+    void setTitle(std::string_view text);  ///< from a text that is only read
     void setComment(char* text);
     rept_kt* setKind(NodeKindEN kind, CheckEN);
     /// ContinuousVar makes the variable continuous without states (a later setStates may cut it
@@ -441,6 +449,10 @@ public:
     /// The node that the text names: by identity text (the label given to SetNodeLabel, or the name
     /// handed to NewNode_ibn), else by name. Null when none.
     Bnode_bn* findNodeLabeled(const char* text) const;
+    Bnode_bn* findNodeLabeled(std::string_view text) const;
+    /// The same, quickly when it is the node of that place: files mostly give the tables in the
+    /// order of the nodes.
+    Bnode_bn* findNodeLabeled(std::string_view text, int place) const;
 
     /// The node set of that name, a new one when there is none yet; null above MaxNodesets. Style
     /// and template are null.

@@ -182,6 +182,20 @@ rept_kt* ModelAccess::takeStates(const Bnet_bn& net, const Bnode_bn* node, int c
     return Okay_rept_kt;
 }
 
+/// Gives the node that many states with these names, which are stored, and nothing else.
+void ModelAccess::replaceStates(Bnode_bn& node, int count, char** names) {
+    Varbl_bn& variable = node.variable;
+    if (count != variable.numStates) dropTables(node);
+    forgetStateNames(node);
+    Assign(variable, variable.stateNames, names);
+    Assign(variable, variable.stateTitles, nullptr);
+    Assign(variable, variable.stateComments, nullptr);
+    variable.numStates = count;
+    delete[] std::exchange(variable.levels, nullptr);
+    variable.numLevels = 0;
+    changed(node);
+}
+
 rept_kt* Bnode_bn::setStates(int count, char** names, double* levels, const int*, const int*,
                              CheckEN) {
     const OwnedStrs ownedNames(names, std::max(count, 0));
@@ -191,18 +205,29 @@ rept_kt* Bnode_bn::setStates(int count, char** names, double* levels, const int*
     }
     if (rept_kt* report = ModelAccess::takeStates(net(), this, count); IsError(report))
         return report;
-    char** const stored = ModelAccess::storeTexts(*this, names, count);
-    if (count != variable.numStates) ModelAccess::dropTables(*this);
-    ModelAccess::forgetStateNames(*this);
-    Assign(variable, variable.stateNames, stored);
-    Assign(variable, variable.stateTitles, nullptr);
-    Assign(variable, variable.stateComments, nullptr);
-    variable.numStates = count;
-    delete[] variable.levels;
-    variable.numLevels = levels == nullptr ? 0 : variable.discrete ? count : count + 1;
+    ModelAccess::replaceStates(*this, count, ModelAccess::storeTexts(*this, names, count));
+    if (levels != nullptr) variable.numLevels = variable.discrete ? count : count + 1;
     variable.levels = ownedLevels.release();
-    ModelAccess::changed(*this);
     return Okay_rept_kt;
+}
+
+bool Bnode_bn::setFewStates(std::span<const std::string_view> names) {
+    const int count = static_cast<int>(names.size());
+    if (names.size() > FewStates || names.empty()) return false;
+    std::size_t bytes = 0;
+    for (auto name = names.begin(); name != names.end(); bytes += name++->size() + 1)
+        if (!IsLegalName_kt(*name) || std::find(names.begin(), name, *name) != name) return false;
+    if (IsError(ModelAccess::takeStates(net(), this, count))) return false;
+    char** const stored = ModelAccess::newTexts(*this, count, bytes);
+    char* place = reinterpret_cast<char*>(stored + count);
+    for (int i = 0; i < count; ++i) {
+        const std::string_view name = names[static_cast<std::size_t>(i)];
+        stored[i] = place;
+        place += name.copy(place, name.size());
+        *place++ = '\0';
+    }
+    ModelAccess::replaceStates(*this, count, stored);
+    return true;
 }
 
 rept_kt* Bnode_bn::setStateNames(char** names, CheckEN) {
@@ -284,6 +309,11 @@ rept_kt* SetStatesToLabels(Bnode_bn& node, char** labels, int count, bool create
 void Bnode_bn::setTitle(char* text) {
     const OwnedStr owned(text);
     title = text == nullptr ? nullptr : ModelAccess::index(*this).arena.copy(text);
+    ModelAccess::changed(*this);
+}
+
+void Bnode_bn::setTitle(std::string_view text) {
+    title = ModelAccess::index(*this).arena.copy(text);
     ModelAccess::changed(*this);
 }
 

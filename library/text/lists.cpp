@@ -93,33 +93,46 @@ template void ReadDCoord<Parser_CString_kt>(Parser_CString_kt& in, dcoord_kt& ou
 
 // ---- Strings -------------------------------------------------------------------------------
 
-template <class PARSER, bool quotedOrWord, bool keepEmpty, int most>
-char** ReadListStrings(PARSER& in, int& count) {
+char** TextList::copies() const {
+    OwnedStrs owned(new char*[size()](), static_cast<int>(size()));
+    for (std::size_t i = 0; i < size(); ++i) owned.get()[i] = DupStr_kt((*this)[i]);
+    return owned.release();
+}
+
+template <class PARSER>
+void ReadListTexts(PARSER& in, TextList& out, bool keepEmpty) {
+    out.clear();
     Open(in, in.listOpenChar);
     const char close = Counterpart(in.listOpenChar);
-    std::vector<OwnedStr> entries;
-    entries.reserve(8);  // enough for most
     bool afterComma = false;
     while (!Take(in, close)) {
         if (Take(in, ',')) {
             // A comma after another, or before any entry, stands for an empty entry.
-            if (keepEmpty && (afterComma || entries.empty())) entries.emplace_back(DupStr_kt(""));
+            if (keepEmpty && (afterComma || out.size() == 0)) out.close();
             afterComma = true;
         } else if (in.peekPunc() == '"' || !in.peekWord().empty()) {
-            entries.emplace_back(in.readStringNew());
+            in.readString(out.open());
+            out.close();
             afterComma = false;
         } else {
             const std::string found = NextToken(in);
             throw in.report(msg::text.unclosedList, close, found.c_str());
         }
-        if (entries.size() > MaxListEntries) throw in.report(msg::text.longList, MaxListEntries);
+        if (out.size() > MaxListEntries) throw in.report(msg::text.longList, MaxListEntries);
     }
-    if (keepEmpty && afterComma) entries.emplace_back(DupStr_kt(""));
-    auto array = std::make_unique<char*[]>(entries.size());
-    std::transform(entries.begin(), entries.end(), array.get(),
-                   [](OwnedStr& entry) { return entry.release(); });
-    count = static_cast<int>(entries.size());
-    return array.release();
+    if (keepEmpty && afterComma) out.close();
+}
+
+template void ReadListTexts<Parser_CString_kt>(Parser_CString_kt& in, TextList& out,
+                                               bool keepEmpty);
+
+template <class PARSER, bool quotedOrWord, bool keepEmpty, int most>
+char** ReadListStrings(PARSER& in, int& count) {
+    TextList texts;
+    ReadListTexts(in, texts, keepEmpty);
+    char** const array = texts.copies();
+    count = static_cast<int>(texts.size());
+    return array;
 }
 
 template char** ReadListStrings<Parser_kt, true, true, 1>(Parser_kt& in, int& count);

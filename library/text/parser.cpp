@@ -263,15 +263,19 @@ void Parser_CString_kt::backUp(int n) {
 
 // ---- Words and strings ---------------------------------------------------------------------
 
-void Parser_CString_kt::readWord(char* out, int size) {
+std::string_view Parser_CString_kt::takeName(int size) {
     const std::string_view word = takeWord();
-    CopyWord(word, out, size);
+    const auto most = static_cast<std::size_t>(size);
+    if (word.size() <= most) return word;
     constexpr int sizeOfNames =
         255;  // into less go keywords, which are unknown when they are longer
-    if (size >= sizeOfNames && word.size() > static_cast<std::size_t>(size))
+    if (size >= sizeOfNames)
         report(msg::text.textCut, static_cast<int>(std::min<std::size_t>(word.size(), INT_MAX)),
                size);
+    return word.substr(0, most);
 }
+
+void Parser_CString_kt::readWord(char* out, int size) { CopyWord(takeName(size), out, size); }
 
 char Parser_CString_kt::readWordPunc(char* out, int size) {
     readWord(out, size);

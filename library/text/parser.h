@@ -20,10 +20,12 @@
 //            consumed, numberFailed set, and NaN (readDouble) or 0 (readInt) returned.
 #pragma once
 
+#include <climits>
 #include <cstdarg>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "library/reports/message.h"
 #include "library/utilities/Utils.h"
@@ -251,9 +253,9 @@ private:
     void record(rept_kt* report);
     void stopWhenBudgetSpent();
     void tellProgress(ReportHandler& handler);
-    int progressStep_ = 0;        ///< last hundredth reported
-    long long nextProgress_ = 0;  ///< bytes at which there may be another to report
-    bool budgetSaid_ = false;     ///< that the error budget is spent was reported
+    int progressStep_ = 0;                ///< last hundredth reported
+    long long nextProgress_ = LLONG_MAX;  ///< bytes left at which there may be another to report
+    bool budgetSaid_ = false;             ///< that the error budget is spent was reported
 };
 
 /// The tokenizer over a string channel: reads its own copy of the channel.
@@ -344,6 +346,9 @@ public:
         channel.position = wordEnd(p);
         return {p, static_cast<std::size_t>(channel.position - p)};
     }
+
+    /// The next word, cut to the size; a name (255 and more) that is cut is warned of.
+    std::string_view takeName(int size);
 
     /// True at the "/>" of an empty element <X/>, which stands for </X>.
     bool atEmptyElement() const;
@@ -479,6 +484,32 @@ template <class PARSER>
 void ReadDCoord(PARSER& in, dcoord_kt& out);
 
 inline constexpr int MaxListEntries = 1'000'000;
+
+/// Texts one behind the other in one buffer, which is kept for the next list.
+class TextList {
+public:
+    std::size_t size() const { return ends_.size(); }
+    std::string_view operator[](std::size_t i) const {
+        const std::size_t start = i == 0 ? 0 : ends_[i - 1];
+        return text_.view().substr(start, ends_[i] - start);
+    }
+    void clear() {
+        text_.clear();
+        ends_.clear();
+    }
+    strin_kt& open() { return text_; }  ///< append the next text there, then close it
+    void close() { ends_.push_back(text_.view().size()); }
+    /// A new[] array of new[] copies, which the caller owns.
+    char** copies() const;
+
+private:
+    strin_kt text_;
+    std::vector<std::size_t> ends_;
+};
+
+/// A list of strings like ReadListStrings', into `out`, which is emptied first.
+template <class PARSER>
+void ReadListTexts(PARSER& in, TextList& out, bool keepEmpty);
 
 /// A list of strings (quoted, or words; separated by blanks or single commas) opened by
 /// in.listOpenChar and closed by its counterpart. Returns a new[] array of new[] strings that the

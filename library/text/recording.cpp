@@ -174,11 +174,12 @@ void Parser_kt::stopWhenBudgetSpent() {
 }
 
 void Parser_kt::tellProgress(ReportHandler& handler) {
+    const long long left = bytesLeft();
+    if (left > nextProgress_) return;
     const long long total = bytesTotal();
-    const long long done = total - bytesLeft();
-    if (done < nextProgress_) return;
+    const long long done = total - left;
     const int step = total > 0 ? static_cast<int>(done * 100 / total) : 100;
-    nextProgress_ = total * (std::max(step, progressStep_) + 1) / 100;
+    nextProgress_ = total - total * (std::max(step, progressStep_) + 1) / 100;
     if (step <= progressStep_) return;
     progressStep_ = step;
     handler.progress(done, total);
