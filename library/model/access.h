@@ -100,6 +100,7 @@ struct LUMO_HIDDEN ModelAccess {
     static char** storeTexts(const Bnode_bn& node, char** texts, int count);
     static void replaceStates(Bnode_bn& node, int count, char** names);
     static UniqueNames_kt& stateNames(Bnode_bn& node);
+    static bool isFreeAmongFew(const Bnode_bn& node, int state, const char* name);
     static void forgetStateNames(Bnode_bn& node);
     static void dropTables(Bnode_bn& node);
 

@@ -166,6 +166,19 @@ UniqueNames_kt& ModelAccess::stateNames(Bnode_bn& node) {
     return *at.stateNames;
 }
 
+/// Whether no other state has the name. Asks nodes of few states that have no set of names yet:
+/// making one takes longer than reading a state.
+bool ModelAccess::isFreeAmongFew(const Bnode_bn& node, int state, const char* name) {
+    constexpr int few = 8;
+    const Varbl_bn& variable = node.variable;
+    if (variable.numStates > few || index(node).stateNamesOf == &node) return false;
+    for (int i = 0; name != nullptr && i < variable.numStates; ++i) {
+        const char* const other = variable.stateNames[i];
+        if (i != state && other != nullptr && streql_kt(other, name)) return false;
+    }
+    return true;
+}
+
 void ModelAccess::forgetStateNames(Bnode_bn& node) {
     if (index(node).stateNamesOf == &node) index(node).stateNamesOf = nullptr;
 }
@@ -248,10 +261,15 @@ rept_kt* Bnode_bn::setStateName(int state, char* name, int, CheckEN) {
     if (name != nullptr && !IsLegalName_kt(name)) {
         return NewReport(msg::model.badStateName, name, state, this->name());
     }
-    UniqueNames_kt& taken = ModelAccess::stateNames(*this);
     if (variable.stateNames == nullptr)
         variable.stateNames = ModelAccess::newTexts(*this, numStates());
     char*& place = variable.stateNames[state];
+    if (ModelAccess::isFreeAmongFew(*this, state, name)) {
+        place = name == nullptr ? nullptr : ModelAccess::index(*this).arena.copy(name);
+        ModelAccess::changed(*this);
+        return Okay_rept_kt;
+    }
+    UniqueNames_kt& taken = ModelAccess::stateNames(*this);
     if (place != nullptr) taken.remove(place);
     place = nullptr;
     if (name != nullptr) {
