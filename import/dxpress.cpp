@@ -49,11 +49,7 @@ constexpr BlockKind networkBlock{">-net connectivity", &msg::dxpress.networkUnop
 
 // ---- Punctuation and values ----------------------------------------------------------------
 
-/// The next punctuation character, or 0 when a word follows. The three characters =3D stand for one
-/// '=', and =2A for none.
-char ReadPuncEQ(Parser_CString_kt& in) {
-    const char c = in.readPunc();
-    if (c != '=') return c;
+char AfterEQ(Parser_CString_kt& in) {
     const char d = in.readChar();
     if (d == '3' || d == '2') {
         const char e = in.readChar();
@@ -68,7 +64,12 @@ char ReadPuncEQ(Parser_CString_kt& in) {
 
 namespace {
 
-bool IsOneOf(char c, const char* set) { return c != 0 && std::strchr(set, c) != nullptr; }
+/// Whether the set, of a few characters, has that one.
+bool IsOneOf(char c, const char* set) {
+    for (; *set != 0; ++set)
+        if (*set == c) return true;
+    return false;
+}
 
 }  // namespace
 
@@ -105,13 +106,15 @@ double read_number_field(Parser_CString_kt& in) {
     return in.readDouble();
 }
 
-OwnedStr read_string_field(Parser_CString_kt& in) {
+/// The text, which a zero ends, lives until the next string is read.
+std::string_view read_string_field(Parser_CString_kt& in) {
     ExpectSeparator(in, msg::dxpress.stringSeparator);
     if (const char c = in.peekPunc(); c == ';' || c == '}') {
         in.setTokenStart(in.getPos());
         in.report(msg::dxpress.missingValue);
     }
-    return OwnedStr(in.readStringNew());
+    in.readStringText();
+    return in.work.view();
 }
 
 /// False, with the error recorded, when no pair of numbers follows.
@@ -171,7 +174,7 @@ void SkipUntaken(Parser_CString_kt& in, const char* word, const char* list,
 
 constexpr FieldHandler<Bnet_bn> kbHandlers[] = {
     {"notes", [](Parser_CString_kt& in, Bnet_bn& net,
-                 const char*) { net.setComment(read_string_field(in).release()); }},
+                 const char*) { net.setComment(DupStr_kt(read_string_field(in))); }},
 };
 
 /// Reads a field by its row of the table, or passes over it.
@@ -195,12 +198,18 @@ void read_kb(Parser_CString_kt& in, Bnet_bn& net) {
 
 // ---- States --------------------------------------------------------------------------------
 
+/// The states of a node so far.
+struct States {
+    Bnode_bn& node;
+    strin_kt faultList;  // indices of the fault states named
+    bool titlesWait;     // the titles equal the names, and are not set
+};
+
 /// One state entry being read.
 struct StateEntry {
-    Bnode_bn& node;
+    States& states;
     int state;  // its index
     bool isFault;
-    strin_kt& faultList;  // indices of the fault states named so far
 };
 
 void AppendInt(strin_kt& text, int value) {
@@ -209,27 +218,39 @@ void AppendInt(strin_kt& text, int value) {
         digits, static_cast<std::size_t>(sprint_int_kt<char, int>(digits, value))));
 }
 
+/// Titles a state, which has its name. As nodes whose titles all equal the names get none, and most
+/// are such, the titles wait for one that differs.
+void SetStateTitle(Parser_CString_kt& in, States& states, int state, const char* text) {
+    Bnode_bn& node = states.node;
+    const char* const* const names = node.variable.stateNames;
+    if (states.titlesWait && streql_kt(text, names[state])) return;
+    for (int i = 0; states.titlesWait && i < state; ++i)
+        in.setError(node.setStateTitle(i, DupStr_kt(names[i]), CheckFull));
+    states.titlesWait = false;
+    in.setError(node.setStateTitle(state, DupStr_kt(text), CheckFull));
+}
+
 void parse_state_name(Parser_CString_kt& in, StateEntry& entry, const char*) {
-    OwnedStr text = read_string_field(in);
-    auto name = std::make_unique<char[]>(shortWordSize + 2);  // the zero byte and a prefix letter
-    if (text != nullptr) std::strncpy(name.get(), text.get(), shortWordSize);
-    ToLegalName1_kt(name.get(), 's');
-    in.setError(entry.node.setStateName(entry.state, name.release(), 0, CheckFull));
-    in.setError(entry.node.setStateTitle(entry.state, text.release(), CheckFull));
+    const std::string_view text(read_string_field(in).data());  // up to a zero byte in it
+    char* const name = ToLegalName1_kt(DupStr_kt(text.substr(0, shortWordSize)), 's');
+    States& states = entry.states;
+    in.setError(states.node.setStateName(entry.state, name, 0, CheckFull));
+    SetStateTitle(in, states, entry.state, text.data());
     if (!entry.isFault) return;
-    if (!entry.faultList.isEmpty()) entry.faultList.append(", ");
-    AppendInt(entry.faultList, entry.state);
+    if (!states.faultList.isEmpty()) states.faultList.append(", ");
+    AppendInt(states.faultList, entry.state);
 }
 
 void parse_state_definition(Parser_CString_kt& in, StateEntry& entry, const char*) {
-    const OwnedStr text = read_string_field(in);
-    if (text == nullptr || text[0] == '\0') return;
+    const char* const text = read_string_field(in).data();
+    if (text[0] == '\0') return;
     char state[StateTextSize];
-    strin_kt& notes = entry.node.importNotes;
+    Bnode_bn& node = entry.states.node;
+    strin_kt& notes = node.importNotes;
     notes.append("\nState ");
-    notes.append(std::string_view(statetostr1(entry.state, entry.node.variable, state)));
+    notes.append(std::string_view(statetostr1(entry.state, node.variable, state)));
     notes.append(": ");
-    notes.append(std::string_view(text.get()));
+    notes.append(std::string_view(text));
     notes.append("\n");
 }
 
@@ -257,16 +278,15 @@ void PassToBrace(Parser_CString_kt& in) {
 }
 
 /// One state entry, its type word already read.
-void read_state(Parser_CString_kt& in, Bnode_bn& node, int state, const char* type,
-                strin_kt& faultList) {
-    const bool isFault = streqli_kt(type, "fault");
-    if (!isFault && !streqli_kt(type, "standard")) {
+void read_state(Parser_CString_kt& in, States& states, int state, const char* type) {
+    const bool isFault = Is(type, "fault");
+    if (!isFault && !Is(type, "standard")) {
         in.report(msg::dxpress.unknownStateKind, type);
         SkipNextBraces(in);
         return;
     }
     PassToBrace(in);
-    StateEntry entry{node, state, isFault, faultList};
+    StateEntry entry{states, state, isFault};
     ReadItems(in, stateBlock, [&](const char* word) {
         ReadField(in, entry, word, stateHandlers, stateFields, msg::dxpress.unknownStateField);
         return true;
@@ -274,7 +294,7 @@ void read_state(Parser_CString_kt& in, Bnode_bn& node, int state, const char* ty
 }
 
 void read_states(Parser_CString_kt& in, Bnode_bn& node) {
-    strin_kt faultList;
+    States states{node, {}, node.variable.stateNames == nullptr};
     int state = 0;
     ReadBlock(in, statesBlock, node.name(), [&](const char* type) {
         if (state >= node.numStates()) {
@@ -282,15 +302,15 @@ void read_states(Parser_CString_kt& in, Bnode_bn& node) {
             in.skipStructure('{', '}', true);
             return false;
         }
-        read_state(in, node, state++, type, faultList);
+        read_state(in, states, state++, type);
         return true;
     });
     const Varbl_bn& variable = node.variable;
     if (EqlArrStrs_kt(variable.stateTitles, variable.stateNames, variable.numStates, true)) {
         node.setStateTitles(nullptr);
     }
-    if (!faultList.isEmpty()) {
-        node.setUserField("fault_states", faultList.getCStr(), faultList.num() + 1);
+    if (strin_kt& faults = states.faultList; !faults.isEmpty()) {
+        node.setUserField("fault_states", faults.getCStr(), faults.num() + 1);
     }
 }
 
@@ -313,11 +333,11 @@ void set_node_user_number(Bnode_bn& node, const char* name, double value) {
 }
 
 void parse_node_name(Parser_CString_kt& in, Bnode_bn& node, const char*) {
-    node.setTitle(read_string_field(in).release());
+    node.setTitle(DupStr_kt(read_string_field(in)));
 }
 
 void parse_node_definition(Parser_CString_kt& in, Bnode_bn& node, const char*) {
-    node.setComment(read_string_field(in).release());
+    node.setComment(DupStr_kt(read_string_field(in)));
 }
 
 void parse_node_position(Parser_CString_kt& in, Bnode_bn& node, const char*) {
@@ -333,7 +353,7 @@ void parse_node_class(Parser_CString_kt& in, Bnode_bn&, const char*) {
     ExpectSeparator(in, msg::dxpress.classSeparator);
     char word[shortWordSize + 1];
     in.readWord(word, shortWordSize);
-    if (streqli_kt(word, "probability") || streqli_kt(word, "ci")) return;
+    if (Is(word, "probability") || Is(word, "ci")) return;
     in.report(msg::dxpress.unknownClass, word);
 }
 
@@ -341,7 +361,7 @@ void parse_node_classtype(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     ExpectSeparator(in, msg::dxpress.classtypeSeparator);
     char word[shortWordSize + 1];
     in.readWord(word, shortWordSize);
-    if (streqli_kt(word, "max")) return;
+    if (Is(word, "max")) return;
     in.report(msg::dxpress.unknownClasstype, node.name(), word);
 }
 
@@ -349,7 +369,7 @@ void parse_node_type(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     ExpectSeparator(in, msg::dxpress.typeSeparator);
     char word[shortWordSize + 1];
     in.readWord(word, shortWordSize);
-    if (!streqli_kt(word, "discrete")) {
+    if (!Is(word, "discrete")) {
         in.report(msg::dxpress.notDiscrete, node.name(), word);
         in.skipStatement();
         return;
@@ -370,8 +390,7 @@ void parse_node_type(Parser_CString_kt& in, Bnode_bn& node, const char*) {
 }
 
 void parse_node_category(Parser_CString_kt& in, Bnode_bn& node, const char*) {
-    const OwnedStr text = read_string_field(in);
-    if (text != nullptr) AddNodeGroup(node, text.get());
+    AddNodeGroup(node, read_string_field(in).data());
 }
 
 void parse_node_number(Parser_CString_kt& in, Bnode_bn& node, const char* word) {
@@ -429,7 +448,7 @@ void read_nodes(Parser_CString_kt& in, Bnet_bn& net) {
     ReadFramed(in, nodesBlock.kind, nullptr, [&] {
         Expect(in, "{", keepNothing, msg::dxpress.nodesUnopened);
         ReadItems(in, nodesBlock, [&](const char* word) {
-            if (streqli_kt(word, "standard")) {
+            if (Is(word, "standard")) {
                 read_node(in, net);
             } else {
                 in.reportUnknown(word, msg::dxpress.unknownNodeKind, word);
@@ -567,9 +586,9 @@ void SkipObject(Parser_CString_kt& in, Bnet_bn&, const char*) {
 void ReadHeader(Parser_CString_kt& in) {
     char word[wordSize + 1];
     in.readWord(word, wordSize);
-    if (!streqli_kt(word, "diagnostic")) NewReport(msg::dxpress.missingDiagnostic);
+    if (!Is(word, "diagnostic")) NewReport(msg::dxpress.missingDiagnostic);
     in.readWord(word, wordSize);
-    if (!streqli_kt(word, "network")) NewReport(msg::dxpress.missingNetwork);
+    if (!Is(word, "network")) NewReport(msg::dxpress.missingNetwork);
     in.readStringText();
 }
 
@@ -591,7 +610,7 @@ bool Postpone(Parser_CString_kt& in, const Bnet_bn& net, std::vector<ParserPos_k
 void ReadObject(Parser_CString_kt& in, Bnet_bn& net, std::vector<ParserPos_kt>& networks) {
     char word[wordSize + 1];
     in.readWord(word, wordSize);
-    if (streqli_kt(word, "network") && Postpone(in, net, networks)) {
+    if (Is(word, "network") && Postpone(in, net, networks)) {
         // read at the end
     } else if (const auto* reader = FindHandler(objectReaders, word)) {
         reader->read(in, net, word);

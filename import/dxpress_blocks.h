@@ -23,9 +23,15 @@ struct BlockKind {
     int itemWord;
 };
 
+/// What the '=' that was just read stands for with what follows, see ReadPuncEQ.
+char AfterEQ(Parser_CString_kt& in);
+
 /// The next punctuation character, or 0 when a word follows. The three characters =3D stand for one
 /// '=', and =2A for none.
-char ReadPuncEQ(Parser_CString_kt& in);
+inline char ReadPuncEQ(Parser_CString_kt& in) {
+    const char c = in.readPunc();
+    return c == '=' ? AfterEQ(in) : c;
+}
 
 inline void EndOfInput(Parser_CString_kt& in) { in.report(msg::text.unexpectedEnd); }
 
@@ -72,8 +78,8 @@ void ReadItems(Parser_CString_kt& in, const BlockKind& block, Item readItem) {
             in.report(block.strayPunctuation, CharName(c));
             continue;
         }
-        if (in.peekWord().empty()) continue;  // what ReadPuncEQ took for nothing
         in.readWord(word, block.itemWord);
+        if (word[0] == '\0') continue;  // what ReadPuncEQ took for nothing
         const FieldScope field(in, block.noEnd != nullptr ? word : nullptr);
         if (!readItem(word)) break;
         in.checkError();
@@ -112,10 +118,17 @@ struct FieldHandler {
     void (*read)(Parser_CString_kt& in, OBJECT& object, const char* word);
 };
 
+/// Whether the word is the keyword; letter case is ignored. Most words differ from most keywords in
+/// their first letters, of which 0x20 is the case, or are written like the one they are.
+inline bool Is(const char* word, const char* keyword) {
+    return ((word[0] ^ keyword[0]) & ~0x20) == 0 &&
+           (std::strcmp(word, keyword) == 0 || streqli_kt(word, keyword));
+}
+
 template <class OBJECT, std::size_t N>
 const FieldHandler<OBJECT>* FindHandler(const FieldHandler<OBJECT> (&table)[N], const char* word) {
     for (const FieldHandler<OBJECT>& handler : table) {
-        if (streqli_kt(word, handler.name)) return &handler;
+        if (Is(word, handler.name)) return &handler;
     }
     return nullptr;
 }

@@ -65,7 +65,10 @@ private:
 template <class NUMBER>
 void ReadRow(Parser_CString_kt& in, Numbers<NUMBER>& numbers,
              const Message<const char*>& strayPunctuation) {
-    if (in.skipToString(";") == -1) in.jumpToEnd();
+    if (in.peekPunc() == ';')
+        in.skipChar();
+    else if (in.skipToString(";") == -1)
+        in.jumpToEnd();
     while (!in.isAtEnd()) {
         if (in.peekPunc() == '}') return;  // ends what holds the rows, short of a number
         numbers.read(in);
@@ -126,7 +129,7 @@ void read_prob(Parser_CString_kt& in, Bnode_bn& node) {
 
 void read_standard_reln(Parser_CString_kt& in, Bnode_bn& node) {
     ReadBlock(in, standardRelation, node.name(), [&](const char* word) {
-        if (streqli_kt(word, "prob")) {
+        if (Is(word, "prob")) {
             read_prob(in, node);
         } else {
             if (std::strstr(relationFields, word) == nullptr) {
