@@ -4,7 +4,6 @@
 #include "library/text/xml.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <utility>
 
@@ -15,22 +14,14 @@ namespace lumo {
 
 namespace {
 
-/// Of each byte, whether it ends a name.
-constexpr auto NameEnds = [] {
-    std::array<bool, 256> ends{};
-    for (const char c : std::string_view(" \t\n\v\f\r/>=<\"'\0", 13))
-        ends[static_cast<unsigned char>(c)] = true;
-    return ends;
-}();
-
 const char* PastWhite(const char* p) {
-    while (*p == ' ' || (*p >= '\t' && *p <= '\r')) ++p;
+    while (IsXMLBlank(*p)) ++p;
     return p;
 }
 
 std::string_view TakeName(const char*& p) {
     const char* const first = p;
-    while (!NameEnds[static_cast<unsigned char>(*p)]) ++p;
+    while (!IsIn(XMLNameEnds, *p)) ++p;
     return ViewOf(first, p);
 }
 
@@ -102,8 +93,8 @@ const char* XMLMarkup::takeAttribute(const char* p, std::string_view& name,
     if (quote != '"' && quote != '\'')
         throw unexpected(p, msg::text.badXML,
                          Format("a quoted value of '%s'", Shown(name).c_str()));
-    const char ends[] = {quote, '<', 0};  // a '<' cannot stand in a value
-    const char* const last = p + 1 + std::strcspn(p + 1, ends);
+    const char* last = p + 1;
+    while (*last != quote && *last != '<' && *last != 0) ++last;  // a '<' cannot stand in a value
     value = ViewOf(p + 1, last);
     if (*last == quote) return last + 1;
     moveTo(start);
@@ -145,21 +136,22 @@ void XMLMarkup::readTagAt(const char* p, XMLTag& tag) {
     in.setTokenStart(tag.place);
 }
 
-/// Reads the tag, when it stands right here, blanks aside, and is a name in angle brackets alone,
-/// as most are. Returns whether it did.
-bool XMLMarkup::takePlainTag(XMLTag& tag) {
-    const char* p = in.channel.position;
-    while (in.is(p, Parser_CString_kt::ByteSpace)) ++p;
+/// Reads the tag, when it stands right here, blanks aside, and has a name that '>' or attributes
+/// follow, as nearly all do. Returns whether it did.
+bool XMLMarkup::takeTag(XMLTag& tag) {
+    const char* p = PastWhite(in.channel.position);
     if (*p != '<') return false;
-    const char* const name = p + (p[1] == '/' ? 2 : 1);
+    const bool closes = p[1] == '/';
+    const char* const name = p + (closes ? 2 : 1);
     const char* last = name;
     while (in.is(last, Parser_CString_kt::ByteLetter)) ++last;
-    if (last == name || *last != '>') return false;
+    if (last == name || (*last != '>' && (closes || !IsXMLBlank(*last)))) return false;
     tag.name = ViewOf(name, last);
-    tag.closes = p[1] == '/';
+    tag.closes = closes;
     tag.place = p;
-    in.setTokenStart(p);
     in.channel.position = last + 1;
+    if (*last != '>') readAttributes(last, tag);
+    in.setTokenStart(p);
     return true;
 }
 
@@ -170,6 +162,24 @@ bool XMLMarkup::takePlainEndTag(std::string_view name) {
         return false;
     in.setTokenStart(p);
     in.channel.position = p + name.size() + 3;
+    return true;
+}
+
+/// Takes the text of the element that was entered, and passes over its end tag, when both stand
+/// right here without anything to decode, as nearly always. Returns whether it did.
+bool XMLMarkup::takePlainText(std::string_view element, std::string_view& text) {
+    const char* const start = in.channel.position;
+    if (in.atEmptyElement()) return false;
+    const char* const first = PastWhite(start);
+    const char* last = first;
+    while (!IsIn(XMLPlainTextEnds, *last)) ++last;
+    in.channel.position = last;
+    if (!takePlainEndTag(element)) {
+        in.channel.position = start;
+        return false;
+    }
+    while (last > first && IsXMLBlank(last[-1])) --last;
+    text = ViewOf(first, last);
     return true;
 }
 
@@ -192,13 +202,12 @@ void ReadXMLVersion(Parser_CString_kt& in) {
 void ReadTag(Parser_CString_kt& in, XMLTag& tag) {
     tag.attributes.clear();
     XMLMarkup markup(in);
-    if (markup.takeEmptyElement()) {
-        tag.name = markup.state.emptyName;
-        tag.place = in.tokenStart();
-        tag.closes = true;
-        return;
-    }
-    if (!markup.takePlainTag(tag)) markup.readTagAt(markup.toTag(msg::text.badXML, "a tag"), tag);
+    if (markup.takeTag(tag)) return;
+    if (!markup.takeEmptyElement())
+        return markup.readTagAt(markup.toTag(msg::text.badXML, "a tag"), tag);
+    tag.name = markup.state.emptyName;
+    tag.place = in.tokenStart();
+    tag.closes = true;
 }
 
 bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, strin_kt& value) {
@@ -237,6 +246,15 @@ void ReadClosingTag(Parser_CString_kt& in, std::string_view tag) {
 }
 
 void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) { ReadClosingTag(in, tag.view()); }
+
+std::string_view ReadText(Parser_CString_kt& in, std::string_view element, strin_kt& room) {
+    std::string_view text;
+    if (XMLMarkup(in).takePlainText(element, text)) return text;
+    room.clear();
+    in.readToChar("<", room);
+    ReadClosingTag(in, element);
+    return room.view();
+}
 
 namespace {
 

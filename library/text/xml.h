@@ -45,6 +45,10 @@ void ReadTag(Parser_CString_kt& in, XMLTag& tag);
 /// Reads the end tag of the element named; throws when something else follows.
 void ReadClosingTag(Parser_CString_kt& in, std::string_view name);
 
+/// Reads the text of the element named, decoded and trimmed, and its end tag; throws when something
+/// else follows. The text is a part of the file's, or stands in `room` when it had to be decoded.
+std::string_view ReadText(Parser_CString_kt& in, std::string_view element, strin_kt& room);
+
 /// Moves past the end tag of the element whose start tag was read, over all elements within, those
 /// of the same name too. `around` names the elements that it stands in: where one of them ends, or
 /// the text, the element was never closed; then nothing moves, and false is returned.
@@ -120,6 +124,8 @@ public:
     /// end tag than the element's ends it all the same, and so does an element that follows when
     /// its own end tag is missing.
     void readText(strin_kt& out);
+    /// Likewise; the text is a part of the file's, or stands in `room` when it had to be decoded.
+    std::string_view takeText(strin_kt& room);
 
     /// The numbers of the present element, separated by white space or commas, appended to out;
     /// leaves the element. False after an error that names the token that is no number.

@@ -1,6 +1,7 @@
 // What the files of the XML services share; not for their users.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -18,8 +19,31 @@ inline std::string_view ViewOf(const char* first, const char* last) {
     return {first, static_cast<std::size_t>(last - first)};
 }
 
+/// Which bytes stand in the text.
+consteval std::array<bool, 256> BytesOf(std::string_view text) {
+    std::array<bool, 256> bytes{};
+    for (const char c : text) bytes[static_cast<unsigned char>(c)] = true;
+    return bytes;
+}
+inline constexpr auto XMLNameEnds = BytesOf({" \t\n\v\f\r/>=<\"'\0", 13});
+inline constexpr auto XMLPlainTextEnds = BytesOf({"<&\0", 3});
+inline constexpr auto XMLTagStarts = [] {
+    std::array<bool, 256> bytes = BytesOf("/_:");
+    for (std::size_t c = 0; c < bytes.size(); ++c)
+        bytes[c] = bytes[c] || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c >= 0x80;
+    return bytes;
+}();
+
+inline bool IsIn(const std::array<bool, 256>& bytes, char c) {
+    return bytes[static_cast<unsigned char>(c)];
+}
+
+inline bool IsXMLBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+/// True for the '<' of a tag.
+inline bool IsTag(const char* p) { return IsIn(XMLTagStarts, p[1]); }
 /// True for the '<' of a tag, declaration or instruction, not for one that stands for itself.
-bool IsMarkup(const char* p);
+inline bool IsMarkup(const char* p) { return IsTag(p) || p[1] == '!' || p[1] == '?'; }
 
 /// Appends the text with its references decoded.
 void AppendDecoded(std::string_view text, strin_kt& out);
@@ -48,8 +72,9 @@ struct XMLMarkup {
     void readAttributes(const char* p, XMLTag& tag);
     void readTagAt(const char* p, XMLTag& tag);
 
-    bool takePlainTag(XMLTag& tag);
+    bool takeTag(XMLTag& tag);
     bool takePlainEndTag(std::string_view name);
+    bool takePlainText(std::string_view element, std::string_view& text);
     bool takeEmptyElement();
 
     bool skipElement(std::string_view name, ParserPos_kt place,

@@ -12,12 +12,11 @@ bool XMLReader::toTag() {
     while (!in_.isAtEnd()) {
         const char* const p = in_.getPos();
         in_.setTokenStart(p);
+        if (*p == '<' && IsTag(p)) return true;
         const bool text = *p != '<' || !IsMarkup(p) || StartsWith(p, XMLCDataStart);
         if (text) {
             passText();
             if (in_.getPos() != p) continue;
-        } else if (p[1] != '!' && p[1] != '?') {
-            return true;
         } else if (p[1] == '!' && rootSeen_) {
             in_.report(msg::text.xmlDeclaration);
         }
@@ -45,11 +44,10 @@ bool XMLReader::readTag() {
     tag_.attributes.clear();
     tag_.name = {};
     XMLMarkup markup(in_);
-    if (markup.takePlainTag(tag_)) return true;
     const char* const start = in_.getPos();
     in_.setTokenStart(start);
     try {
-        markup.readTagAt(start + 1, tag_);
+        if (!markup.takeTag(tag_)) markup.readTagAt(start + 1, tag_);
     } catch (rept_kt* report) {
         in_.setError(report);
         const char* p = in_.getPos();
@@ -76,6 +74,10 @@ void XMLReader::neverClosed() {
 /// Whether the end tag read leaves the present element: as its own, or as that of an element around
 /// it, which then reads it again.
 bool XMLReader::leaves() {
+    if (!open_.empty() && open_.top().name == tag_.name) {
+        open_.pop();
+        return true;
+    }
     if (!open_.holds(tag_.name) && inText_) {
         in_.report(msg::text.wrongClosingTag,
                    Format("</%s>", Shown(open_.top().name).c_str()).c_str(),
@@ -88,10 +90,6 @@ bool XMLReader::leaves() {
         in_.report(msg::text.strayEndTag, Shown(tag_.name).c_str());
         in_.checkError();
         return false;
-    }
-    if (open_.top().name == tag_.name) {
-        open_.pop();
-        return true;
     }
     in_.setPos(tag_.place);
     neverClosed();
@@ -173,6 +171,16 @@ void XMLReader::readText(strin_kt& out) {
         skipElement();
     }
     sayBareLess();
+}
+
+std::string_view XMLReader::takeText(strin_kt& room) {
+    std::string_view text;
+    if (XMLMarkup(in_).takePlainText(open_.top().name, text)) {
+        open_.pop();
+        return text;
+    }
+    readText(room);
+    return room.view();
 }
 
 bool XMLReader::readNumbers(vect_kt<float>& out) {

@@ -68,12 +68,6 @@ std::size_t AppendReference(std::string_view text, strin_kt& out) {
 
 }  // namespace
 
-bool IsMarkup(const char* p) {
-    const unsigned char c = static_cast<unsigned char>(p[1]);
-    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c >= 0x80;
-    return letter || (c != 0 && std::strchr("/!?_:", c) != nullptr);
-}
-
 void AppendDecoded(std::string_view text, strin_kt& out) {
     while (!text.empty()) {
         const std::size_t plain = std::min(text.find('&'), text.size());
