@@ -74,14 +74,11 @@ void NetworkReader::readContent() {
 
 void NetworkReader::setLabel(std::string_view label) {
     Bnet_bn& net = document_.net;
-    SetNetLabel(net, DupStr_kt(std::string(label).c_str()));
+    SetNetLabel(net, DupStr_kt(label));
     document_.in().structName = Printable(net.title) != nullptr ? net.title : net.name;
 }
 
-void NetworkReader::readName() {
-    document_.elements.readText(document_.text);
-    setLabel(document_.text.view());
-}
+void NetworkReader::readName() { setLabel(document_.elements.readText()); }
 
 // checkError lets the application see progress and stop a long import between two nodes.
 void NetworkReader::readVariable() {

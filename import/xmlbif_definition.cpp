@@ -50,14 +50,13 @@ Reference DefinitionReader::reference(const Message<const char*>& unknown) {
     Parser_CString_kt& in = elements_.in;
     Reference named;
     named.place = in.getPos();
-    elements_.readText(document_.text);
-    named.node = document_.net.findNodeLabeled(document_.text.getCStr());
+    named.name = elements_.readText();
+    named.node = document_.net.findNodeLabeled(named.name.c_str());
     if (named.node != nullptr) return named;
     if (!elements_.lenient) {
         in.setTokenStart(named.place);
-        throw in.report(unknown, document_.text.getCStr());
+        throw in.report(unknown, named.name.c_str());
     }
-    named.name = document_.text.view();
     return named;
 }
 

@@ -46,8 +46,8 @@ public:
     bool next(const Structure& what);
     const XMLTag& tag() const { return lenient ? walk.tag() : tag_; }
 
-    /// The text of the element, and through its end tag.
-    void readText(strin_kt& text);
+    /// The text of the element, and through its end tag. It lives until the next one is read.
+    std::string_view readText();
     /// Likewise its numbers. False (lenient) after an error.
     bool readNumbers(vect_kt<float>& numbers);
     /// Passes over what is left of the numbers, when strict reading of them was broken off.
@@ -84,6 +84,7 @@ public:
 
 private:
     XMLTag tag_;
+    strin_kt room_;  // of a text that had to be decoded
     std::vector<std::string> noted_;
 };
 
@@ -145,8 +146,7 @@ struct Document {
     const ReadOptions& options;
 
     // Kept from one element to the next: a file of many small ones does not allocate them for each.
-    strin_kt text;
-    vect_kt<char*> outcomes;  ///< owned texts, in file order
+    std::vector<std::string> outcomes;  ///< in file order
     Definition definition;
     BndList_bn parents;
 

@@ -26,11 +26,8 @@ bool Elements::next(const Structure& what) {
     throw in.report(*what.mustCloseFirst, what.kind, std::string(tag_.name).c_str());
 }
 
-void Elements::readText(strin_kt& text) {
-    if (lenient) return walk.readText(text);
-    text.clear();
-    in.readToChar("<", text);
-    ReadClosingTag(in, tag_.name);
+std::string_view Elements::readText() {
+    return lenient ? walk.takeText(room_) : ReadText(in, tag_.name, room_);
 }
 
 bool Elements::readNumbers(vect_kt<float>& numbers) {

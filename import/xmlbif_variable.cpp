@@ -37,14 +37,17 @@ bool ReadUpperBound(const char* at, double& bound) {
 /// an interval.
 class NumericOutcomes {
 public:
-    explicit NumericOutcomes(const vect_kt<char*>& outcomes) : outcomes_(outcomes) { scan(); }
+    explicit NumericOutcomes(const std::vector<std::string>& outcomes)
+        : outcomes_(outcomes), count_(static_cast<int>(outcomes.size())) {
+        scan();
+    }
 
     /// As many as outcomes when all are plain numbers, one more when they are intervals, of which
     /// the last gives its upper bound too.
     vect_kt<double> values;
 
-    bool areIntervals() const { return values.N == outcomes_.N + 1; }
-    bool arePlain() const { return values.N == outcomes_.N; }
+    bool areIntervals() const { return values.N == count_ + 1; }
+    bool arePlain() const { return values.N == count_; }
     /// Of intervals that do not follow each other.
     void warnOfGaps(Parser_CString_kt& in) const;
     /// Of labels some of which look like intervals.
@@ -52,15 +55,17 @@ public:
 
 private:
     void scan();
+    const char* outcome(int i) const { return outcomes_[static_cast<std::size_t>(i)].c_str(); }
 
-    const vect_kt<char*>& outcomes_;
+    const std::vector<std::string>& outcomes_;
+    int count_;
     std::vector<std::optional<double>> uppers_;  // of intervals, by outcome
 };
 
 void NumericOutcomes::scan() {
     bool intervals = false;  // from the first bracket on
-    for (int i = 0; i < outcomes_.N; ++i) {
-        const char* at = SkipQuote(outcomes_[i]);
+    for (int i = 0; i < count_; ++i) {
+        const char* at = SkipQuote(outcome(i));
         if (*at == '(' || *at == '[') {
             ++at;
             if (!intervals) uppers_.resize(static_cast<std::size_t>(i));
@@ -74,7 +79,7 @@ void NumericOutcomes::scan() {
         double upper = 0;
         const bool bounded = ReadUpperBound(at, upper);
         uppers_.push_back(bounded ? std::optional(upper) : std::nullopt);
-        if (i < outcomes_.N - 1) continue;
+        if (i < count_ - 1) continue;
         if (bounded)
             values.append(upper);
         else
@@ -84,31 +89,31 @@ void NumericOutcomes::scan() {
 
 /// Intervals follow each other from low to high. The first that do not are named.
 void NumericOutcomes::warnOfGaps(Parser_CString_kt& in) const {
-    const auto shown = [this](int i) { return Shown(outcomes_[i]); };
-    for (int i = 0; i + 1 < outcomes_.N; ++i) {
+    const auto shown = [this](int i) { return Shown(outcome(i)); };
+    for (int i = 0; i + 1 < count_; ++i) {
         const double bound = values[i + 1];
         if (uppers_[static_cast<std::size_t>(i)] == bound) continue;
         in.report(msg::xmlbif.intervalsApart, shown(i).c_str(), shown(i + 1).c_str(), bound);
         break;
     }
-    for (int i = 0; i < outcomes_.N; ++i) {
+    for (int i = 0; i < count_; ++i) {
         if (values[i] < values[i + 1]) continue;
         in.report(msg::xmlbif.intervalFalls, shown(i).c_str(), values[i], values[i + 1]);
         break;
     }
 }
 
-bool IsInterval(const char* outcome) {
-    const char* at = SkipQuote(outcome);
+bool IsInterval(const std::string& outcome) {
+    const char* at = SkipQuote(outcome.c_str());
     double bound = 0;
     return (*at == '(' || *at == '[') && strtodouble2_kt(SkipBlanks(at + 1), &bound, &at) >= 0 &&
            ReadUpperBound(at, bound);
 }
 
 void NumericOutcomes::warnOfMixture(Parser_CString_kt& in) const {
-    const auto* interval = std::ranges::find_if(outcomes_, IsInterval);
+    const auto interval = std::ranges::find_if(outcomes_, IsInterval);
     if (interval == outcomes_.end()) return;
-    const auto* other = std::ranges::find_if_not(outcomes_, IsInterval);
+    const auto other = std::ranges::find_if_not(outcomes_, IsInterval);
     if (other == outcomes_.end()) return;
     in.report(msg::xmlbif.notAllIntervals, Shown(*other).c_str(), Shown(*interval).c_str());
 }
@@ -119,13 +124,9 @@ public:
         : document_(document),
           elements_(document.elements),
           node_(newNode(document.net)),
-          place_(document.elements.tag().place) {}
-    ~VariableReader() {
-        for (char* outcome : document_.outcomes) delete[] outcome;
-        document_.outcomes.N = 0;
+          place_(document.elements.tag().place) {
+        document.outcomes.clear();
     }
-    VariableReader(const VariableReader&) = delete;
-    VariableReader& operator=(const VariableReader&) = delete;
 
     void readAttributes();
     void readContent() { ReadContent(*this, elements_, variable, accepted_); }
@@ -141,7 +142,7 @@ private:
     void readType();
     void readPosition();
     void warnOfEmptyOutcome() const;
-    char** takeOutcomes();
+    char** newLabels() const;
 
     static constexpr Element<VariableReader> accepted_[] = {
         {"OUTCOME", &VariableReader::readOutcome},
@@ -200,14 +201,14 @@ void VariableReader::setKind(const std::string& type) {
 
 /// XML BIF 0.2 has the type as an element, of which it knows but "discrete".
 void VariableReader::readType() {
-    elements_.readText(document_.text);
-    if (document_.text.view() != "discrete") setKind(std::string(document_.text.view()));
+    const std::string_view type = elements_.readText();
+    if (type != "discrete") setKind(std::string(type));
 }
 
 void VariableReader::setName(std::string_view name) {
     Parser_CString_kt& in = elements_.in;
     in.structName = nullptr;  // the label replaces what it points at
-    ThrowIfError(SetNodeLabel(node_, DupStr_kt(std::string(name).c_str())));
+    ThrowIfError(SetNodeLabel(node_, DupStr_kt(name)));
     if (node_.title != nullptr) {
         Printf_kt("Node renamed:  %.200s  ->  %s   (but it is titled with the old name)\n",
                   node_.title, node_.name());
@@ -215,30 +216,28 @@ void VariableReader::setName(std::string_view name) {
     in.structName = Printable(node_.title) != nullptr ? node_.title : node_.name();
 }
 
-void VariableReader::readName() {
-    elements_.readText(document_.text);
-    setName(document_.text.view());
-}
+void VariableReader::readName() { setName(elements_.readText()); }
 
-void VariableReader::readOutcome() {
-    elements_.readText(document_.text);
-    OwnedStr outcome(document_.text.newCopy());
-    document_.outcomes.append(outcome.get());
-    static_cast<void>(outcome.release());
-}
+void VariableReader::readOutcome() { document_.outcomes.emplace_back(elements_.readText()); }
+
+constexpr std::string_view positionWord = "position";
+
+bool EndsWord(char c) { return std::string_view(" =:\t\r\n").find(c) != std::string_view::npos; }
 
 /// A property places the node when its first word is "position"; every other one is ignored.
 void VariableReader::readProperty() {
     Parser_CString_kt& in = elements_.in;
     const ParserPos_kt start = in.getPos();
-    elements_.readText(document_.text);
-    const std::string_view text(SkipBlanks(document_.text.getCStr()));
-    const std::size_t length = std::strcspn(text.data(), " =:\t\r\n");
-    if (!text.empty() && (length == 0 || text[0] == '(') && elements_.lenient) {
+    std::string_view text = elements_.readText();
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    if (text.empty()) return;
+    if (elements_.lenient && (EndsWord(text[0]) || text[0] == '(')) {
         in.setTokenStart(start);
         in.report(msg::xmlbif.namelessProperty);
     }
-    if (text.substr(0, length) != "position") return;
+    const std::size_t length = positionWord.size();
+    if (!text.starts_with(positionWord) || (text.size() > length && !EndsWord(text[length])))
+        return;
     struct ComesBack {
         Parser_CString_kt& in;
         ParserPos_kt place;
@@ -249,18 +248,28 @@ void VariableReader::readProperty() {
     readPosition();
 }
 
+/// Passes over the word "position". False when markup stands before or within it.
+bool PassPositionWord(Parser_CString_kt& in) {
+    const char* const word = in.getPos();
+    const std::size_t length = positionWord.size();
+    if (std::strncmp(word, positionWord.data(), length) == 0 && EndsWord(word[length])) {
+        in.setPos(word + length);
+        return true;
+    }
+    strin_kt text;
+    in.readToChar(" =:\t\r\n", text);
+    return text.view() == positionWord;
+}
+
 void VariableReader::readPosition() {
     constexpr std::string_view cdataStart = "<![CDATA[";
     Parser_CString_kt& in = elements_.in;
-    strin_kt& text = document_.text;
     in.skipSpaces();
     if (std::strncmp(in.getPos(), cdataStart.data(), cdataStart.size()) == 0) {
         in.setPos(in.getPos() + cdataStart.size());
         in.skipSpaces();
     }
-    text.clear();
-    in.readToChar(" =:\t\r\n", text);
-    if (text.view() != "position") return;  // markup stands before or within the word
+    if (!PassPositionWord(in)) return;
     in.skipSpaces();
     if (const char c = in.readChar(); c != '=' && c != ':') in.unreadChar(c);
     coord_kt point;
@@ -272,14 +281,14 @@ void VariableReader::readPosition() {
 /// Gives the node its states: intervals of a continuous variable, numeric values, or labels.
 void VariableReader::setStates() {
     const NumericOutcomes numeric(document_.outcomes);
-    const int count = document_.outcomes.N;
+    const int count = static_cast<int>(document_.outcomes.size());
     const bool intervals = numeric.areIntervals();
     elements_.in.setTokenStart(place_);
     if (!intervals && !numeric.arePlain()) {
         numeric.warnOfMixture(elements_.in);
         warnOfEmptyOutcome();
-        ThrowIfError(SetStatesToLabels(node_, takeOutcomes(), count,
-                                       document_.options.createStateNamesXMLBIF));
+        ThrowIfError(
+            SetStatesToLabels(node_, newLabels(), count, document_.options.createStateNamesXMLBIF));
         return;
     }
     if (intervals) {
@@ -292,21 +301,22 @@ void VariableReader::setStates() {
 }
 
 void VariableReader::warnOfEmptyOutcome() const {
-    for (int i = 0; i < document_.outcomes.N; ++i) {
-        const std::string_view text = document_.outcomes[i];
-        if (text.find_first_not_of("'\"") != std::string_view::npos) continue;
-        elements_.in.report(msg::xmlbif.emptyOutcome, i + 1, node_.name());
+    int number = 0;
+    for (const std::string& outcome : document_.outcomes) {
+        ++number;
+        if (outcome.find_first_not_of("'\"") != std::string::npos) continue;
+        elements_.in.report(msg::xmlbif.emptyOutcome, number, node_.name());
         return;
     }
 }
 
 /// The outcome texts as an array of strings for the model to own.
-char** VariableReader::takeOutcomes() {
-    vect_kt<char*>& outcomes = document_.outcomes;
-    char** labels = new char*[static_cast<std::size_t>(outcomes.N)];
-    std::copy(outcomes.begin(), outcomes.end(), labels);
-    outcomes.N = 0;
-    return labels;
+char** VariableReader::newLabels() const {
+    const std::vector<std::string>& outcomes = document_.outcomes;
+    OwnedStrs labels(new char*[outcomes.size()](), static_cast<int>(outcomes.size()));
+    std::ranges::transform(outcomes, labels.get(),
+                           [](const std::string& outcome) { return DupStr_kt(outcome); });
+    return labels.release();
 }
 
 }  // namespace
