@@ -8,7 +8,7 @@
 #include <fstream>
 #include <string>
 
-#include "bench/support.h"
+#include "bench/checked.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
-// What the benchmarks share: the bare number pass that every import is measured beside.
+// What the benchmarks share: the bare number pass that every import is measured beside, and the
+// measuring of both.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -7,28 +8,15 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
 #include <string_view>
 
-#include "import/ForeignFile.h"
+#include "bench/checked.h"
 
 namespace lumo::bench {
-
-/// Says nothing, so that only reading is measured.
-class Silent : public ReportHandler {
-public:
-    void show(const rept_kt& report) override { errors += report.severity > SeverityWarning; }
-    void print(const char*) override {}
-    bool ask(int, const char*) override { return false; }
-    void waitBegin(const char*) override {}
-    void waitEnd(const char*) override {}
-    int errors = 0;
-};
 
 /// The limit: every number of the text with std::from_chars<float>, all else passed over byte by
 /// byte.
@@ -51,9 +39,6 @@ inline double BarePass(std::string_view text) {
     return sum;
 }
 
-/// Seconds of the processor that the process has taken, which do not count what others take.
-inline double ProcessorSeconds() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
-
 /// Seconds of the processor that the fastest of several runs takes.
 inline double Fastest(const std::function<void()>& work, int runs = 5) {
     double best = 1e100;
@@ -63,18 +48,6 @@ inline double Fastest(const std::function<void()>& work, int runs = 5) {
         best = std::min(best, ProcessorSeconds() - start);
     }
     return best;
-}
-
-/// Runs an import; a result without nodes or with errors is no measurement.
-inline OwnedNet Checked(const std::function<Bnet_bn*()>& import) {
-    Silent handler;
-    HandlerScope scope(handler);
-    OwnedNet net(import());
-    if (net == nullptr || net->nodes.N == 0 || handler.errors != 0) {
-        std::fprintf(stderr, "the generated file does not import\n");
-        std::exit(1);
-    }
-    return net;
 }
 
 inline OwnedNet ImportForBench(const std::string& text, int format) {
