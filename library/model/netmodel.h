@@ -38,7 +38,7 @@ inline constexpr int MaxStates = 1'000'000;      ///< states of one node
 inline constexpr int MaxNetStates = 10'000'000;  ///< states of all nodes of a net
 inline constexpr int MaxNodesets = 10'000;       ///< node sets of one net
 
-enum NodeKindEN : int { NatureNode = 1, DecisionNode = 3, UtilityNode = 4 };
+enum NodeKindEN : unsigned char { NatureNode = 1, DecisionNode = 3, UtilityNode = 4 };
 enum VarDiscreteEN : int { DiscreteVar = 0, ContinuousVar = 1 };
 enum CheckEN : int { CheckFull = 3 };  ///< the one level of checking that setters are called with
 
@@ -287,6 +287,8 @@ private:
 
     enum class IdentityEN : unsigned char { none, name, text };
 
+    IdentityEN identity_ = IdentityEN::none;  // the text that readers know it by
+    bool autoNamed_ = false;                  // its name was made up by NewNode_ibn
     Bnet_bn* net_ = nullptr;
     struct Extras;  // user fields, node sets, identity text: most nodes have none
     std::unique_ptr<Extras> extras_;
@@ -296,8 +298,6 @@ private:
     int firstChild_ = -1;                     // its links to children, in the net's link store
     int linksFrom_ = 0;                       // links to it that are older were replaced
     unsigned mark_ = 0;                       // stamp of the last search that met the node
-    IdentityEN identity_ = IdentityEN::none;  // the text that readers know it by
-    bool autoNamed_ = false;                  // its name was made up by NewNode_ibn
 };
 
 inline constexpr int AnyParentState = -5;
