@@ -190,11 +190,7 @@ private:
 class NodeTableReader {
 public:
     NodeTableReader(Parser_CString_kt& in, const Bnode_bn& node, bool hasStates, bool asNested)
-        : in_(in),
-          node_(node),
-          hasStates_(hasStates),
-          shape_(node, hasStates),
-          asNested_(asNested) {
+        : in_(in), node_(node), hasStates_(hasStates), asNested_(asNested) {
         if (hasStates) wanted_ = node.numStates();
         wanted_ *= NumProduct(node.parents);
     }
@@ -204,6 +200,7 @@ public:
         const ParserPos_kt start = in_.getPos();
         allocate();
         if (readPlain(start)) return std::move(table_);
+        shape_.emplace(node_, hasStates_);
         while (item()) {
         }
         checkCount();
@@ -293,10 +290,10 @@ private:
         ParserPos_kt p = in_.getPos();
         for (;; ++p) {
             if (*p == '(') {
-                shape_.open(count_, p);
+                shape_->open(count_, p);
                 if (nesting_) nesting_->open();
             } else if (*p == ')') {
-                shape_.close(count_, p);
+                shape_->close(count_, p);
                 if (nesting_) nesting_->close();
             } else if (*p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') {
                 break;
@@ -311,7 +308,7 @@ private:
         float* const out = store ? table_.get() + count_ : passed;
         const long long room = store ? wanted_ - count_ : count_ == wanted_ ? 1 : 64;
         const int run = in_.readFloats(out, static_cast<int>(room), CommasEN::may);
-        shape_.numbers(run, in_.tokenStart());
+        shape_->numbers(run, in_.tokenStart());
         if (nesting_) nesting_->numbers(run);
         if (run == 1 && count_ == wanted_) firstExtra_ = in_.tokenStart();
         count_ += run;
@@ -336,7 +333,7 @@ private:
 
     /// Puts the numbers into the header's order when they are nested in another.
     bool turn(ParserPos_kt start) {
-        if (!asNested_ || shape_.problem().empty() || shape_.depth() > 0) return false;
+        if (!asNested_ || shape_->problem().empty() || shape_->depth() > 0) return false;
         const std::vector<int> order = nestedOrder(start);
         if (order.empty()) return false;
         const std::size_t levels = order.size();
@@ -373,20 +370,20 @@ private:
         strin_kt names;
         NodeNamesToStr(nested, ", ", mostCharacters, names);
         const ParserPos_kt after = in_.tokenStart();
-        in_.setTokenStart(shape_.place());
+        in_.setTokenStart(shape_->place());
         in_.report(msg::hugin.tableTurned, names.getCStr());
         in_.setTokenStart(after);
     }
 
     void warnOfShape(ParserPos_kt start) {
-        const bool unclosed = shape_.depth() > 0;
-        if (shape_.problem().empty() && !unclosed) return;
+        const bool unclosed = shape_->depth() > 0;
+        if (shape_->problem().empty() && !unclosed) return;
         const ParserPos_kt after = in_.tokenStart();
-        in_.setTokenStart(shape_.problem().empty() ? start : shape_.place());
-        if (shape_.problem().empty())
-            in_.report(msg::import.openBrackets, shape_.depth());
+        in_.setTokenStart(shape_->problem().empty() ? start : shape_->place());
+        if (shape_->problem().empty())
+            in_.report(msg::import.openBrackets, shape_->depth());
         else
-            in_.report(msg::import.tableShape, shape_.problem().c_str());
+            in_.report(msg::import.tableShape, shape_->problem().c_str());
         in_.setTokenStart(after);
     }
 
@@ -395,7 +392,7 @@ private:
     Parser_CString_kt& in_;
     const Bnode_bn& node_;
     bool hasStates_;
-    ShapeCheck shape_;
+    std::optional<ShapeCheck> shape_;
     std::optional<Nesting> nesting_;
     bool asNested_;
     long long wanted_ = 1;

@@ -93,10 +93,9 @@ bool streql_kt(const char* a, const char* b) {
 
 bool streqli_kt(const char* a, const char* b) {
     if (a == nullptr || b == nullptr) return a == b;
-    for (;; ++a, ++b) {
-        if (*a != *b && LowerCase(*a) != LowerCase(*b)) return false;
+    for (; *a == *b || LowerCase(*a) == LowerCase(*b); ++a, ++b)
         if (*a == '\0') return true;
-    }
+    return false;
 }
 
 bool HasPrefix_kt(const char* prefix, const char* s) {
