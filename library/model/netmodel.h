@@ -292,12 +292,12 @@ private:
     Bnet_bn* net_ = nullptr;
     struct Extras;  // user fields, node sets, identity text: most nodes have none
     std::unique_ptr<Extras> extras_;
-    long long order_ = 0;                     // topological label: parents have lower ones
-    int orderPrev_ = -1, orderNext_ = -1;     // neighbours in topological order
-    int index_ = 0;                           // place in the net's node list
-    int firstChild_ = -1;                     // its links to children, in the net's link store
-    int linksFrom_ = 0;                       // links to it that are older were replaced
-    unsigned mark_ = 0;                       // stamp of the last search that met the node
+    long long order_ = 0;                  // topological label: parents have lower ones
+    int orderPrev_ = -1, orderNext_ = -1;  // neighbours in topological order
+    int index_ = 0;                        // place in the net's node list
+    int firstChild_ = -1;                  // its links to children, in the net's link store
+    int linksFrom_ = 0;                    // links to it that are older were replaced
+    unsigned mark_ = 0;                    // stamp of the last search that met the node
 };
 
 inline constexpr int AnyParentState = -5;
