@@ -158,12 +158,15 @@ bool AnyContinuous(const BndList_bn& nodes) {
     });
 }
 
+/// How near to a whole number a count, or to 1 the sum of probabilities, is taken to be it.
+constexpr double CountTolerance = 0.004;
+
 /// Experience values are counts: all but whole numbers become whole, and without any information
 /// left they go.
-void TidyExperience(Reln_bn& relation, int rows) {
-    constexpr double tolerance = 0.004;
-    SnapToInteger_kt(relation.exper, rows, tolerance);
+void TidyExperience(Reln_bn& relation) {
     if (relation.exper == nullptr) return;
+    const int rows = NumProduct(relation.node->parents);
+    SnapToInteger_kt(relation.exper, rows, CountTolerance);
     for (int i = 0; i < rows; ++i) {
         if (relation.exper[i] != 1.0F) return;
     }
@@ -183,10 +186,9 @@ void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
         in.setError(relation.setRealTable(table, nullptr));
         return;
     }
-    const int rows = NumProduct(node.parents);
     in.setError(node.setProbsTable(table, false, CheckFull));
-    if (!relation.rowsNormalized && relation.probs != nullptr) relation.normalize_();
-    TidyExperience(relation, rows);
+    if (!relation.rowsNormalized && relation.probs != nullptr) relation.normalize_(CountTolerance);
+    TidyExperience(relation);
     relation.makeDeterminFromProbs(false);
 }
 

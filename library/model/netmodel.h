@@ -126,13 +126,16 @@ struct Reln_bn {
     void setExperTable(float* table);
 
     /// Scales every row of probs to sum 1 and multiplies the row's experience by its former sum,
-    /// creating the experience table (all 1) when there was none. A row of sum 0 stays, with one
-    /// warning a node.
-    void normalize_();
+    /// unless that was within the tolerance of 1. Where a row needs one and there was none, the
+    /// experience table (all 1) is created. A row of sum 0 stays, with one warning a node.
+    void normalize_(double tolerance = 0);
 
     /// Makes the relation deterministic when every row holds one 1 and zeros otherwise (tested
     /// exactly). Returns whether it did. The bool is false.
     bool makeDeterminFromProbs(bool);
+
+private:
+    bool scaleExperience(int row, int rows, double sum);
 };
 
 /// Whether a negative entry of a table is close enough to 0 to count as 0.

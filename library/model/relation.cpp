@@ -237,28 +237,35 @@ void Reln_bn::setExperTable(float* table) {
     ModelAccess::changed(*node);
 }
 
-void Reln_bn::normalize_() {
+void Reln_bn::normalize_(double tolerance) {
     if (probs == nullptr) return;
     const int rows = Rows(*node), states = node->numStates();
-    if (exper == nullptr) {
-        exper = NewXArray<float>(rows).release();
-        if (exper == nullptr) return ShowReport(NoMemory(*node, 4.0 * rows));
-        std::fill_n(exper, rows, 1.0F);
-    }
-    int zeroRow = -1;
-    float* experience = exper;
-    ForEachRow(probs, states, rows, [&](float* row, double sum) {
+    int row = 0, zeroRow = -1;
+    bool memory = true;
+    ForEachRow(probs, states, rows, [&](float* values, double sum) {
         if (sum == 0) {
-            if (zeroRow < 0) zeroRow = static_cast<int>(experience - exper);
+            if (zeroRow < 0) zeroRow = row;
         } else {
-            ScaleRow(row, states, sum);
-            *experience = static_cast<float>(static_cast<double>(*experience) * sum);
+            ScaleRow(values, states, sum);
+            if (std::abs(sum - 1) > tolerance && memory) memory = scaleExperience(row, rows, sum);
         }
-        ++experience;
+        ++row;
     });
+    if (!memory) return ShowReport(NoMemory(*node, 4.0 * rows));
     rowsNormalized = true;
     ModelAccess::changed(*node);
     if (zeroRow >= 0) WarnZeroRow(*node, zeroRow);
+}
+
+/// Multiplies the experience of a row, one of so many, by its former sum. False without memory.
+bool Reln_bn::scaleExperience(int row, int rows, double sum) {
+    if (exper == nullptr) {
+        exper = NewXArray<float>(rows).release();
+        if (exper == nullptr) return false;
+        std::fill_n(exper, rows, 1.0F);
+    }
+    exper[row] = static_cast<float>(static_cast<double>(exper[row]) * sum);
+    return true;
 }
 
 bool Reln_bn::makeDeterminFromProbs(bool) {

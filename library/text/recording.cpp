@@ -174,10 +174,8 @@ void Parser_kt::stopWhenBudgetSpent() {
 }
 
 void Parser_kt::tellProgress(ReportHandler& handler) {
-    const long long left = bytesLeft();
-    if (left > nextProgress_) return;
     const long long total = bytesTotal();
-    const long long done = total - left;
+    const long long done = total - bytesLeft();
     const int step = total > 0 ? static_cast<int>(done * 100 / total) : 100;
     nextProgress_ = total - total * (std::max(step, progressStep_) + 1) / 100;
     if (step <= progressStep_) return;
@@ -188,7 +186,7 @@ void Parser_kt::tellProgress(ReportHandler& handler) {
 void Parser_kt::checkError() {
     if (curReport != nullptr && curReport->severity >= SeverityFatal) throw curReport;
     const bool cancelled = CallHandler([this](ReportHandler& handler) {
-        tellProgress(handler);
+        if (bytesLeft() <= nextProgress_) tellProgress(handler);
         return handler.cancelled();
     });
     if (cancelled) {
