@@ -41,6 +41,29 @@ protected:
     }
 };
 
+// Whether a node is made with its label or labelled later, all have the same names.
+TEST_F(NetModel, NodesMadeWithALabelAreNamedLikeThoseLabelledLater) {
+    std::string expected;
+    for (const bool atOnce : {false, true}) {
+        net.reset(NewVBNet(DupStr_kt("test"), false));
+        int made = 0;
+        for (const char* label : {"x", "", "two words", "x", "y", "two_words", "Node_9", "z"}) {
+            if (atOnce && NewLabeledNode(label, 2, *net, {1, 2}) != nullptr) {
+                ++made;
+            } else {
+                SetNodeLabel(make(nullptr), DupStr_kt(label));
+            }
+            if (*label == 0) make(nullptr);
+        }
+        make(nullptr);
+        EXPECT_EQ(made, atOnce ? 2 : 0);
+        if (!atOnce) expected = names();
+    }
+    EXPECT_EQ(names(), expected);
+    EXPECT_EQ(net->findNodeLabeled("x"), net->nodes[0]);
+    EXPECT_EQ(NewLabeledNode("w", MaxStates + 1, *net, {}), nullptr);
+}
+
 TEST_F(NetModel, NodesAreNamedApartAndFoundAsWritten) {
     // Each node is made with the name (null: made up), then labelled (null: not at all).
     const struct {

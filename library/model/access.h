@@ -51,6 +51,7 @@ struct Bnet_bn::Index {
     NodeIndex identities;  // of the nodes whose identity is not their name
     std::unordered_map<std::string, long long> nextSuffix;
     int lastMadeUp = 0;
+    bool likeMadeUp = false;                 // some name that was not made up looks so
     const Bnode_bn* stateNamesOf = nullptr;  // the node whose state names are in stateNames
     std::unique_ptr<UniqueNames_kt> stateNames;
 
@@ -90,8 +91,12 @@ struct LUMO_HIDDEN ModelAccess {
     static void addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position);
     /// Whether a node may have so many states instead of those it has; counts them when it may.
     static rept_kt* takeStates(const Bnet_bn& net, const Bnode_bn* node, int count);
+    static Bnode_bn& appendNode(int states, Bnet_bn& net);
+    static void placeNode(Bnode_bn& node, coord_kt position);
     static rept_kt* newNode(const char* name, int states, Bnet_bn& net, coord_kt position,
                             Bnode_bn*& out);
+    static Bnode_bn* newLabeledNode(std::string_view label, int states, Bnet_bn& net,
+                                    coord_kt position);
     static rept_kt* setLabel(Bnode_bn& node, char* label);
     static nodeset_bn* newNodeset(Bnet_bn& net, std::string name);
 

@@ -17,6 +17,8 @@ void Replace(char*& place, char* text) {
     place = text;
 }
 
+constexpr std::string_view MadeUpStart = "Node_";
+
 void DeleteNodeset(nodeset_bn* set) { delete set; }
 
 }  // namespace
@@ -124,8 +126,9 @@ std::string ModelAccess::madeUpName(Bnet_bn& net) {
     Bnet_bn::Index& at = index(net);
     std::string name;
     do {
-        name = "Node_" + std::to_string(++at.lastMadeUp);
-    } while (at.names.find(HashedText(name)) != nullptr);
+        name = MadeUpStart;
+        name += std::to_string(++at.lastMadeUp);
+    } while (at.likeMadeUp && at.names.find(HashedText(name)) != nullptr);
     return name;
 }
 
@@ -183,6 +186,7 @@ void ModelAccess::nameNode(Bnode_bn& node, const HashedText& text) {
     const bool usable = IsLegalName_kt(text.text) && nameIsFree(node.net(), text);
     setName(node, usable ? text : HashedText(uniqueName(node.net(), text.text)));
     node.autoNamed_ = false;
+    if (std::string_view(node.name()).starts_with(MadeUpStart)) index(node).likeMadeUp = true;
 }
 
 void ModelAccess::makeUpName(Bnode_bn& node) {
@@ -224,13 +228,8 @@ void ModelAccess::addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position
     node.vns.append(vnode);
 }
 
-rept_kt* ModelAccess::newNode(const char* name, int states, Bnet_bn& net, coord_kt position,
-                              Bnode_bn*& out) {
-    const HashedText key(name == nullptr ? "" : name);
-    if (name != nullptr && identified(net, key) != nullptr) {
-        return NewReport(msg::model.nodeExists, name);
-    }
-    if (rept_kt* report = takeStates(net, nullptr, states); IsError(report)) return report;
+/// A node that has no name, order and place yet.
+Bnode_bn& ModelAccess::appendNode(int states, Bnet_bn& net) {
     auto* const node = new (index(net).arena.take<Bnode_bn>(1)) Bnode_bn;
     node->net_ = &net;
     node->index_ = net.nodes.N;
@@ -239,13 +238,44 @@ rept_kt* ModelAccess::newNode(const char* name, int states, Bnet_bn& net, coord_
     node->variable.numStates = states;
     reserveFamily(*node, 1);
     node->family.append(node);
-    name == nullptr ? makeUpName(*node) : nameNode(*node, key);
-    setIdentity(*node, name);
-    appendToOrder(*node);
-    for (Vnet_kt* vnet : net.vnets) addVisualNode(*node, *vnet, position);
-    changed(*node);
-    out = node;
+    return *node;
+}
+
+void ModelAccess::placeNode(Bnode_bn& node, coord_kt position) {
+    appendToOrder(node);
+    for (Vnet_kt* vnet : node.net().vnets) addVisualNode(node, *vnet, position);
+    changed(node);
+}
+
+rept_kt* ModelAccess::newNode(const char* name, int states, Bnet_bn& net, coord_kt position,
+                              Bnode_bn*& out) {
+    const HashedText key(name == nullptr ? "" : name);
+    if (name != nullptr && identified(net, key) != nullptr) {
+        return NewReport(msg::model.nodeExists, name);
+    }
+    if (rept_kt* report = takeStates(net, nullptr, states); IsError(report)) return report;
+    Bnode_bn& node = appendNode(states, net);
+    name == nullptr ? makeUpName(node) : nameNode(node, key);
+    setIdentity(node, name);
+    placeNode(node, position);
+    out = &node;
     return Okay_rept_kt;
+}
+
+Bnode_bn* ModelAccess::newLabeledNode(std::string_view label, int states, Bnet_bn& net,
+                                      coord_kt position) {
+    Bnet_bn::Index& at = index(net);
+    if (at.likeMadeUp || label.starts_with(MadeUpStart) || !IsLegalName_kt(label)) return nullptr;
+    const HashedText key(label);
+    if (at.names.find(key) != nullptr || at.identities.find(key) != nullptr) return nullptr;
+    if (states < 0 || states > MaxStates || at.states + states > MaxNetStates) return nullptr;
+    at.states += states;
+    ++at.lastMadeUp;  // names that are made up later are the same
+    Bnode_bn& node = appendNode(states, net);
+    setName(node, key);
+    node.identity_ = Bnode_bn::IdentityEN::name;
+    placeNode(node, position);
+    return &node;
 }
 
 Bnode_bn* NewNode_ibn(const char* name, int numStates, Bnet_bn& net, coord_kt position,
@@ -254,6 +284,10 @@ Bnode_bn* NewNode_ibn(const char* name, int numStates, Bnet_bn& net, coord_kt po
     rept_kt* report = ModelAccess::newNode(name, numStates, net, position, node);
     if (error != nullptr) *error = report;
     return node;
+}
+
+Bnode_bn* NewLabeledNode(std::string_view label, int numStates, Bnet_bn& net, coord_kt position) {
+    return ModelAccess::newLabeledNode(label, numStates, net, position);
 }
 
 // ---- Node sets -----------------------------------------------------------------------------

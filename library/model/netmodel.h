@@ -485,6 +485,11 @@ Bnet_bn* NewVBNet(char* name, bool);
 Bnode_bn* NewNode_ibn(const char* name, int numStates, Bnet_bn& net, coord_kt position,
                       rept_kt** error = nullptr);
 
+/// A new node with that label, as NewNode_ibn without a name and SetNodeLabel make it, in half the
+/// time: no name is made up first. Null, and nothing changes, unless the label is a legal name that
+/// no node has or is known by, and unlike those that are made up.
+Bnode_bn* NewLabeledNode(std::string_view label, int numStates, Bnet_bn& net, coord_kt position);
+
 /// Adds a link at the end of the child's parents and drops the child's table. Error: a link to
 /// itself or one that closes a cycle (both nodes named; nothing changes). A parent named again is a
 /// warning and passed over. Keeps an incremental topological order: near-linear over a million
