@@ -19,8 +19,7 @@ bool Elements::next(const Structure& what) {
         walk.closeParent();
         return false;
     }
-    if (in.isAtEnd()) return false;
-    ReadTag(in, tag_);
+    if (!ReadNextTag(in, tag_)) return false;
     if (!tag_.closes) return true;
     if (tag_.name == what.kind) return false;
     throw in.report(*what.mustCloseFirst, what.kind, std::string(tag_.name).c_str());

@@ -25,6 +25,24 @@ std::string_view TakeName(const char*& p) {
     return ViewOf(first, p);
 }
 
+/// True at the end tag of the element, when no blanks stand in it.
+bool IsEndTag(const char* p, std::string_view name) {
+    return p[0] == '<' && p[1] == '/' && StartsWith(p + 2, name) && p[2 + name.size()] == '>';
+}
+
+/// From where the content of the element starts to its end tag, when nothing is to be decoded in
+/// the text between; else null.
+const char* PastPlainText(const char* p, std::string_view element, std::string_view& text) {
+    const char* const first = PastWhite(p);
+    const char* last = first;
+    while (!IsIn(XMLPlainTextEnds, *last)) ++last;
+    const char* const endTag = last;
+    if (!IsEndTag(endTag, element)) return nullptr;
+    while (last > first && IsXMLBlank(last[-1])) --last;
+    text = ViewOf(first, last);
+    return endTag;
+}
+
 }  // namespace
 
 bool Parser_CString_kt::atEmptyElement() const { return channel.position == state_->emptyElement; }
@@ -158,8 +176,7 @@ bool XMLMarkup::takeTag(XMLTag& tag) {
 /// Passes over the end tag of the element when it stands right here without blanks in it.
 bool XMLMarkup::takePlainEndTag(std::string_view name) {
     const char* const p = in.channel.position;
-    if (p[0] != '<' || p[1] != '/' || !StartsWith(p + 2, name) || p[2 + name.size()] != '>')
-        return false;
+    if (!IsEndTag(p, name)) return false;
     in.setTokenStart(p);
     in.channel.position = p + name.size() + 3;
     return true;
@@ -168,18 +185,11 @@ bool XMLMarkup::takePlainEndTag(std::string_view name) {
 /// Takes the text of the element that was entered, and passes over its end tag, when both stand
 /// right here without anything to decode, as nearly always. Returns whether it did.
 bool XMLMarkup::takePlainText(std::string_view element, std::string_view& text) {
-    const char* const start = in.channel.position;
     if (in.atEmptyElement()) return false;
-    const char* const first = PastWhite(start);
-    const char* last = first;
-    while (!IsIn(XMLPlainTextEnds, *last)) ++last;
-    in.channel.position = last;
-    if (!takePlainEndTag(element)) {
-        in.channel.position = start;
-        return false;
-    }
-    while (last > first && IsXMLBlank(last[-1])) --last;
-    text = ViewOf(first, last);
+    const char* const endTag = PastPlainText(in.channel.position, element, text);
+    if (endTag == nullptr) return false;
+    in.setTokenStart(endTag);
+    in.channel.position = endTag + element.size() + 3;
     return true;
 }
 
@@ -199,15 +209,32 @@ void ReadXMLVersion(Parser_CString_kt& in) {
     in.skipStructure('<', '>', true);
 }
 
-void ReadTag(Parser_CString_kt& in, XMLTag& tag) {
-    tag.attributes.clear();
-    XMLMarkup markup(in);
-    if (markup.takeTag(tag)) return;
+namespace {
+
+/// Reads a tag that takeTag does not take.
+void ReadOtherTag(XMLMarkup& markup, XMLTag& tag) {
     if (!markup.takeEmptyElement())
         return markup.readTagAt(markup.toTag(msg::text.badXML, "a tag"), tag);
     tag.name = markup.state.emptyName;
-    tag.place = in.tokenStart();
+    tag.place = markup.in.tokenStart();
     tag.closes = true;
+}
+
+}  // namespace
+
+void ReadTag(Parser_CString_kt& in, XMLTag& tag) {
+    tag.attributes.clear();
+    XMLMarkup markup(in);
+    if (!markup.takeTag(tag)) ReadOtherTag(markup, tag);
+}
+
+bool ReadNextTag(Parser_CString_kt& in, XMLTag& tag) {
+    tag.attributes.clear();
+    XMLMarkup markup(in);
+    if (markup.takeTag(tag)) return true;
+    if (in.isAtEnd()) return false;
+    ReadOtherTag(markup, tag);
+    return true;
 }
 
 bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, strin_kt& value) {
@@ -246,6 +273,15 @@ void ReadClosingTag(Parser_CString_kt& in, std::string_view tag) {
 }
 
 void ReadClosingTag(Parser_CString_kt& in, const strin_kt& tag) { ReadClosingTag(in, tag.view()); }
+
+std::string_view PeekText(const Parser_CString_kt& in, std::string_view element) {
+    std::string_view text;
+    const char* const p = PastWhite(in.getPos());
+    const char* const content = p + element.size() + 2;
+    if (*p == '<' && StartsWith(p + 1, element) && content[-1] == '>')
+        PastPlainText(content, element, text);
+    return text;
+}
 
 std::string_view ReadText(Parser_CString_kt& in, std::string_view element, strin_kt& room) {
     std::string_view text;

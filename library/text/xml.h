@@ -42,12 +42,19 @@ struct XMLTag {
 /// of a start tag, `tag` holds the attributes before the damage.
 void ReadTag(Parser_CString_kt& in, XMLTag& tag);
 
+/// Likewise; false at the end of the text, where only white space and comments were left.
+bool ReadNextTag(Parser_CString_kt& in, XMLTag& tag);
+
 /// Reads the end tag of the element named; throws when something else follows.
 void ReadClosingTag(Parser_CString_kt& in, std::string_view name);
 
 /// Reads the text of the element named, decoded and trimmed, and its end tag; throws when something
 /// else follows. The text is a part of the file's, or stands in `room` when it had to be decoded.
 std::string_view ReadText(Parser_CString_kt& in, std::string_view element, strin_kt& room);
+
+/// The text of that element when it stands next, without attributes, and its text needs no
+/// decoding; else empty. Nothing moves.
+std::string_view PeekText(const Parser_CString_kt& in, std::string_view element);
 
 /// Moves past the end tag of the element whose start tag was read, over all elements within, those
 /// of the same name too. `around` names the elements that it stands in: where one of them ends, or
