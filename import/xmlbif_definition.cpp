@@ -50,9 +50,10 @@ Reference DefinitionReader::reference(const Message<const char*>& unknown) {
     Parser_CString_kt& in = elements_.in;
     Reference named;
     named.place = in.getPos();
-    named.name = elements_.readText();
-    named.node = document_.net.findNodeLabeled(named.name.c_str());
+    const std::string_view text = elements_.readText();
+    named.node = document_.net.findNodeLabeled(text);
     if (named.node != nullptr) return named;
+    named.name = text;
     if (!elements_.lenient) {
         in.setTokenStart(named.place);
         throw in.report(unknown, named.name.c_str());

@@ -123,7 +123,7 @@ public:
     explicit VariableReader(Document& document)
         : document_(document),
           elements_(document.elements),
-          node_(newNode(document.net)),
+          node_(newNode(document)),
           place_(document.elements.tag().place) {
         document.outcomes.clear();
     }
@@ -133,7 +133,7 @@ public:
     void setStates();
 
 private:
-    static Bnode_bn& newNode(Bnet_bn& net);
+    Bnode_bn& newNode(Document& document);
     void setName(std::string_view name);
     void setKind(const std::string& type);
     void readName();
@@ -142,7 +142,7 @@ private:
     void readType();
     void readPosition();
     void warnOfEmptyOutcome() const;
-    char** newLabels() const;
+    rept_kt* setLabels();
 
     static constexpr Element<VariableReader> accepted_[] = {
         {"OUTCOME", &VariableReader::readOutcome},
@@ -155,11 +155,23 @@ private:
 
     Document& document_;
     Elements& elements_;
+    const char* labelPlace_ = nullptr;  // of the name that the node was made with
     Bnode_bn& node_;
     ParserPos_kt place_;
 };
 
-Bnode_bn& VariableReader::newNode(Bnet_bn& net) {
+/// Makes the node with the name that stands first in the variable, as in nearly all: to make up
+/// another meanwhile takes a twentieth of the import.
+Bnode_bn& VariableReader::newNode(Document& document) {
+    Bnet_bn& net = document.net;
+    if (elements_.tag().find("NAME") == nullptr) {
+        const std::string_view label = PeekText(document.in(), "NAME");
+        Bnode_bn* const named = NewLabeledNode(label, 2, net, {0, 0});
+        if (named != nullptr) {
+            labelPlace_ = label.data();
+            return *named;
+        }
+    }
     rept_kt* error = nullptr;
     Bnode_bn* node = NewNode_ibn(nullptr, 2, net, {0, 0}, &error);
     if (node == nullptr) throw error != nullptr ? error : Fail_rept_kt;
@@ -216,7 +228,13 @@ void VariableReader::setName(std::string_view name) {
     in.structName = Printable(node_.title) != nullptr ? node_.title : node_.name();
 }
 
-void VariableReader::readName() { setName(elements_.readText()); }
+void VariableReader::readName() {
+    const std::string_view name = elements_.readText();
+    if (name.data() == labelPlace_)
+        elements_.in.structName = node_.name();
+    else
+        setName(name);
+}
 
 void VariableReader::readOutcome() { document_.outcomes.emplace_back(elements_.readText()); }
 
@@ -287,9 +305,7 @@ void VariableReader::setStates() {
     if (!intervals && !numeric.arePlain()) {
         numeric.warnOfMixture(elements_.in);
         warnOfEmptyOutcome();
-        ThrowIfError(
-            SetStatesToLabels(node_, newLabels(), count, document_.options.createStateNamesXMLBIF));
-        return;
+        return ThrowIfError(setLabels());
     }
     if (intervals) {
         numeric.warnOfGaps(elements_.in);
@@ -310,13 +326,20 @@ void VariableReader::warnOfEmptyOutcome() const {
     }
 }
 
-/// The outcome texts as an array of strings for the model to own.
-char** VariableReader::newLabels() const {
+/// Makes the outcomes the names of the states, or, when that cannot be, their titles.
+rept_kt* VariableReader::setLabels() {
     const std::vector<std::string>& outcomes = document_.outcomes;
-    OwnedStrs labels(new char*[outcomes.size()](), static_cast<int>(outcomes.size()));
+    std::string_view names[Bnode_bn::FewStates];
+    if (outcomes.size() <= std::size(names)) {
+        std::ranges::copy(outcomes, names);
+        if (node_.setFewStates({names, outcomes.size()})) return Okay_rept_kt;
+    }
+    const int count = static_cast<int>(outcomes.size());
+    OwnedStrs labels(new char*[outcomes.size()](), count);
     std::ranges::transform(outcomes, labels.get(),
                            [](const std::string& outcome) { return DupStr_kt(outcome); });
-    return labels.release();
+    return SetStatesToLabels(node_, labels.release(), count,
+                             document_.options.createStateNamesXMLBIF);
 }
 
 }  // namespace
