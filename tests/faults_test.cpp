@@ -165,7 +165,7 @@ TEST_P(Faults, EveryAllocationFailsOnce) {
         allocations.counting = false;
         whole = NetText(net.get());
     }
-    ASSERT_GT(total, 50);
+    ASSERT_GT(total, 30);
     int survived = 0;
     for (long long n = 1; n <= total; n += GetParam().stride) {
         SCOPED_TRACE("allocation " + std::to_string(n) + " of " + std::to_string(total));
