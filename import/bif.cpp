@@ -40,12 +40,12 @@ public:
     void read(bool again) {
         const ParserContext context(in_, "network block");
         if (again) in_.report(msg::bif.networkAgain);
-        strin_kt name;
+        std::string_view name;
         if (!TakeText(in_, name)) {
             const std::string found = NextToken(in_);
             in_.report(msg::bif.netWithoutName, found.c_str());
         } else if (!again) {
-            SetNetLabel(net_, name.newCopy());
+            SetNetLabel(net_, DupStr_kt(name));
         }
         Expect(in_, '{');
         ReadStatements(in_, *this, statements_);
@@ -73,11 +73,12 @@ private:
 /// Reads a variable block after its keyword and makes the node.
 class VariableReader {
 public:
-    VariableReader(Parser_CString_kt& in, Bnet_bn& net) : in_(in), net_(net) {}
+    VariableReader(Parser_CString_kt& in, Bnet_bn& net, TextList& words)
+        : in_(in), net_(net), words_(words) {}
 
     void read() {
         const ParserContext context(in_, "variable block");
-        strin_kt name;
+        std::string_view name;
         if (!TakeText(in_, name)) {
             const std::string found = NextToken(in_);
             in_.report(msg::bif.missingName, "variable", found.c_str());
@@ -85,13 +86,13 @@ public:
         }
         const ParserPos_kt place = in_.tokenStart();
         rept_kt* refused = Fail_rept_kt;
-        node_ = NewNode_ibn(name.getCStr(), 2, net_, {0, 0}, &refused);
+        node_ = NewNode_ibn(std::string(name).c_str(), 2, net_, {0, 0}, &refused);
         if (node_ == nullptr) {
             in_.setError(refused);
             return PassBlock(in_);
         }
         in_.structName = node_->name();
-        if (!IsLegalName_kt(name.view())) node_->setTitle(name.newCopy());
+        if (!IsLegalName_kt(name)) node_->setTitle(name);
         Expect(in_, '{');
         ReadStatements(in_, *this, statements_);
         if (typed_) return;
@@ -116,39 +117,43 @@ private:
 
     /// The states are those that are named, whatever number was stated.
     void readStates(bool counted, int stated) {
-        std::vector<OwnedStr> words;
+        words_.clear();
         in_.skipSpaces();
         const ParserPos_kt place = in_.getPos();
-        for (strin_kt text; TakeText(in_, text);) words.emplace_back(text.newCopy());
+        for (std::string_view text; TakeText(in_, text); words_.close()) words_.open().append(text);
         Expect(in_, '}');
-        const int count = static_cast<int>(words.size());
+        const int count = static_cast<int>(words_.size());
         if (counted && count != stated) {
             const ParserPos_kt here = in_.tokenStart();
             in_.setTokenStart(place);
             in_.report(msg::bif.wrongStateCount, stated, count);
             in_.setTokenStart(here);
         }
-        if (words.empty()) {
+        if (count == 0) {
             if (counted)
                 ThrowIfError(
                     node_->setStates(stated, nullptr, nullptr, nullptr, nullptr, CheckFull));
             return;
         }
-        char** const labels = new char*[words.size()];
-        std::ranges::transform(words, labels, [](OwnedStr& word) { return word.release(); });
         typed_ = true;
-        ThrowIfError(SetStatesToLabels(*node_, labels, count, false));
+        if (!nameStates()) ThrowIfError(SetStatesToLabels(*node_, words_.copies(), count, false));
+    }
+
+    /// Makes the words the names of the states, when they can be that and are few, as is usual.
+    bool nameStates() {
+        std::string_view names[Bnode_bn::FewStates];
+        if (words_.size() > std::size(names)) return false;
+        for (std::size_t i = 0; i < words_.size(); ++i) names[i] = words_[i];
+        return node_->setFewStates({names, words_.size()});
     }
 
     void readProperty() {
         const Property property = ReadProperty(in_);
         if (Is(property.name, "position")) return readPosition(property.value);
-        const std::string name(property.name);
-        if (Is(name, "label")) {
-            if (!property.value.empty())
-                node_->setTitle(DupStr_kt(std::string(property.value).c_str()));
-        } else if (!name.empty()) {
-            node_->setUserField(name.c_str(), property.value.data(),
+        if (Is(property.name, "label")) {
+            if (!property.value.empty()) node_->setTitle(property.value);
+        } else if (!property.name.empty()) {
+            node_->setUserField(std::string(property.name).c_str(), property.value.data(),
                                 static_cast<int>(property.value.size()));
         }
     }
@@ -170,6 +175,7 @@ private:
 
     Parser_CString_kt& in_;
     Bnet_bn& net_;
+    TextList& words_;  // working storage
     Bnode_bn* node_ = nullptr;
     bool typed_ = false;
 };
@@ -187,7 +193,8 @@ struct Definitions {
     std::vector<ParserPos_kt> waiting;  // blocks that name variables which were not read yet
     bool waits = true;                  // such blocks may wait
     std::vector<float> numbers;         // working storage
-    std::vector<int> states;
+    std::vector<int> states;  // of the row; before it is read, those that follow the last row's
+    int child = -1;           // the place of the node defined last
 };
 
 /// Reads a probability block after its keyword: the parents, then the table, as a whole or row by
@@ -201,7 +208,7 @@ public:
         const ParserContext context(in_, "probability block");
         const ParserPos_kt place = in_.tokenStart();
         if (!readHeader()) return PassBlock(in_);
-        file_.states.resize(static_cast<std::size_t>(node_->parents.N));
+        file_.states.assign(static_cast<std::size_t>(node_->parents.N), 0);
         Expect(in_, '{');
         ReadStatements(in_, *this, statements_);
         in_.setTokenStart(place);
@@ -217,24 +224,25 @@ private:
         Expect(in_, '(');
         BndList_bn parents;
         bool known = true;
-        strin_kt name;
-        for (; in_.peekPunc() == '|' ? node_ != nullptr : TakeText(in_, name); name.clear()) {
-            if (name.isEmpty()) {
+        std::string_view name;
+        for (; in_.peekPunc() == '|' ? node_ != nullptr : TakeText(in_, name); name = {}) {
+            if (name.empty()) {
                 in_.skipChar();  // the bar
                 continue;
             }
-            Bnode_bn* const node = net_.findNodeLabeled(name.getCStr());
+            Bnode_bn* const node = find(name);
             if (node == nullptr && file_.waits) {
                 file_.waiting.push_back(start);
                 return false;
             }
             if (node == nullptr) {
                 in_.report(node_ == nullptr ? msg::bif.unknownChild : msg::bif.unknownParent,
-                           name.getCStr());
+                           std::string(name).c_str());
                 if (node_ == nullptr) return false;
                 known = false;
             } else if (node_ == nullptr) {
                 node_ = node;
+                file_.child = node->place();
                 in_.structName = node->name();
             } else {
                 parents.append(node);
@@ -247,6 +255,12 @@ private:
         }
         Expect(in_, ')');
         return define(parents) && known;
+    }
+
+    Bnode_bn* find(std::string_view name) const {
+        const std::string_view text = name.substr(0, name.find('\0'));  // which may be in quotes
+        return node_ == nullptr ? net_.findNodeLabeled(text, file_.child + 1)
+                                : net_.findNodeLabeled(text);
     }
 
     bool define(const BndList_bn& parents) {
@@ -351,6 +365,7 @@ private:
         rowsGiven_ = true;
         if (equalWords_) chooseAmongEqual();
         ThrowIfError(node_->setProbsEntry2(file_.states.data(), vector, true, CheckFull));
+        toNextRow();
     }
 
     /// The words for the parents' states up to the ')'.
@@ -358,30 +373,30 @@ private:
         const int wanted = node_->parents.N;
         int read = 0;
         equalWords_ = false;
-        strin_kt quoted;
-        for (;; ++read) {
-            std::string_view word = in_.peekWord();
-            if (!word.empty()) {
-                in_.setTokenStart(in_.getPos());
-                in_.setPos(in_.getPos() + word.size());
-            } else if (TakeText(in_, quoted)) {
-                word = quoted.view();
-            } else {
-                break;
-            }
-            if (read < wanted)
-                file_.states[static_cast<std::size_t>(read)] = stateOf(*node_->parents[read], word);
+        for (std::string_view word; TakeText(in_, word); ++read) {
+            if (read >= wanted) continue;
+            int& state = file_.states[static_cast<std::size_t>(read)];
+            state = stateOf(*node_->parents[read], word, state);
         }
         Expect(in_, ')');
         if (read != wanted) throw in_.report(msg::bif.wrongRowWords, read, node_->name(), wanted);
     }
 
-    int stateOf(const Bnode_bn& parent, std::string_view word) {
-        const int state = file_.words.find(parent, word);
+    int stateOf(const Bnode_bn& parent, std::string_view word, int guess) {
+        const int state = file_.words.find(parent, word, guess);
         if (state < 0 && word == "*") return AnyParentState;
         if (state < 0) throw in_.report(msg::bif.unknownState, Shown(word).c_str(), parent.name());
         equalWords_ = equalWords_ || file_.words.next(parent, state) >= 0;
         return state;
+    }
+
+    /// Makes the states those of the next row, the last parent's fastest.
+    void toNextRow() {
+        std::vector<int>& states = file_.states;
+        for (std::size_t i = states.size(); i-- > 0;) {
+            if (++states[i] < node_->parents[static_cast<int>(i)]->numStates()) break;
+            states[i] = 0;
+        }
     }
 
     /// Rows of the same words belong to the states that share them in turn, the last parent's
@@ -420,10 +435,7 @@ private:
             if (node_->relation.rowMarks != nullptr && node_->relation.rowMarks[row] == 0)
                 ThrowIfError(
                     node_->setProbsEntry2(states.data(), default_.data(), true, CheckFull));
-            for (std::size_t i = states.size(); i-- > 0;) {
-                if (++states[i] < node_->parents[static_cast<int>(i)]->numStates()) break;
-                states[i] = 0;
-            }
+            toNextRow();
         }
     }
 
@@ -534,7 +546,7 @@ public:
 
 private:
     void readNetwork() { NetworkReader(in_, net_).read(std::exchange(sawNetwork_, true)); }
-    void readVariable() { VariableReader(in_, net_).read(); }
+    void readVariable() { VariableReader(in_, net_, words_).read(); }
     void readProbability() { ProbabilityReader(in_, net_, definitions_).read(); }
 
     static constexpr Statement<BifReader> blocks_[] = {
@@ -544,9 +556,8 @@ private:
 
     void readBlock() {
         if (const char c = in_.readPunc(); c != 0) return DropStray(in_, c);
-        strin_kt text;
-        TakeText(in_, text);
-        const std::string word(text.view());
+        std::string_view word;
+        TakeText(in_, word);
         if (const auto* known = FindStatement(blocks_, word)) {
             sawBlock_ = true;
             return (this->*known->read)();
@@ -568,6 +579,7 @@ private:
 
     Parser_CString_kt& in_;
     Bnet_bn& net_;
+    TextList words_;
     Definitions definitions_;
     bool sawNetwork_ = false;
     bool sawBlock_ = false;

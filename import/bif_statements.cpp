@@ -88,7 +88,7 @@ bool Is(std::string_view word, std::string_view keyword) {
         return (a >= 'A' && a <= 'Z' ? a + ('a' - 'A') : a) == b;
     };
     return word.size() == keyword.size() &&
-           std::equal(word.begin(), word.end(), keyword.begin(), same);
+           (word == keyword || std::equal(word.begin(), word.end(), keyword.begin(), same));
 }
 
 std::string_view TakeWord(Parser_CString_kt& in) {
@@ -98,16 +98,15 @@ std::string_view TakeWord(Parser_CString_kt& in) {
     return word;
 }
 
-bool TakeText(Parser_CString_kt& in, strin_kt& text) {
-    const std::string_view word = in.peekWord();
-    if (word.empty() && in.peekChar() != '"') return false;
-    text.clear();
-    if (word.empty()) {
-        in.readString(text);
+bool TakeText(Parser_CString_kt& in, std::string_view& text) {
+    text = in.peekWord();
+    if (text.empty() && in.peekChar() != '"') return false;
+    if (text.empty()) {
+        in.readStringText();
+        text = in.work.view();
     } else {
-        in.setTokenStart(word.data());
-        in.setPos(word.data() + word.size());
-        text.append(word);
+        in.setTokenStart(text.data());
+        in.setPos(text.data() + text.size());
     }
     return true;
 }
@@ -159,7 +158,7 @@ Property ReadProperty(Parser_CString_kt& in) {
     const std::size_t length = std::min(text.find_first_of("= \t\r\n"), text.size());
     std::string_view value = Trimmed(text.substr(length));
     if (value.starts_with('=')) value = Trimmed(value.substr(1));
-    const std::string name(text.substr(0, length));
+    const std::string_view name = text.substr(0, length);
     if (!text.empty()) in.setTokenStart(text.data());
     if (name.empty()) in.report(msg::bif.propertyWithoutName, Shown(value).c_str());
     if (!name.empty() && value.empty())
@@ -167,7 +166,7 @@ Property ReadProperty(Parser_CString_kt& in) {
     if (!IsQuoted(value) && (value.starts_with('"') || value.ends_with('"')))
         in.report(msg::bif.unclosedQuote);
     if (IsQuoted(value)) value = value.substr(1, value.size() - 2);
-    return {text.substr(0, length), value};
+    return {name, value};
 }
 
 }  // namespace lumo

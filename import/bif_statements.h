@@ -17,8 +17,9 @@ bool Is(std::string_view word, std::string_view keyword);
 /// Reads a word; empty when none stands here.
 std::string_view TakeWord(Parser_CString_kt& in);
 
-/// Reads a word or a quoted text; false when neither stands here.
-bool TakeText(Parser_CString_kt& in, strin_kt& text);
+/// Reads a word or a quoted text, which lives until the next one is read; false when neither stands
+/// here.
+bool TakeText(Parser_CString_kt& in, std::string_view& text);
 
 /// Reads the character if it comes next; leaves what stands there instead, with a warning.
 void Expect(Parser_CString_kt& in, char wanted);

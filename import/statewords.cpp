@@ -23,6 +23,12 @@ bool IsWord(const char* text, std::string_view word) {
     return *text == 0;
 }
 
+/// Whether the state is known by its name, which no other has.
+bool IsNamed(const Varbl_bn& variable, int state) {
+    return variable.stateTitles == nullptr && variable.stateNames != nullptr && state >= 0 &&
+           state < variable.numStates && variable.stateNames[state] != nullptr;
+}
+
 int FindFrom(const Bnode_bn& node, std::string_view word, int state) {
     const Varbl_bn& variable = node.variable;
     const char* const* const words =
@@ -34,7 +40,9 @@ int FindFrom(const Bnode_bn& node, std::string_view word, int state) {
 
 }  // namespace
 
-int StateWords::find(const Bnode_bn& node, std::string_view word) {
+int StateWords::find(const Bnode_bn& node, std::string_view word, int guess) {
+    const Varbl_bn& variable = node.variable;
+    if (IsNamed(variable, guess) && IsWord(variable.stateNames[guess], word)) return guess;
     if (node.numStates() <= few) return FindFrom(node, word, 0);
     const Index& index = indexOf(node);
     const auto found = index.first.find(word);
@@ -42,6 +50,7 @@ int StateWords::find(const Bnode_bn& node, std::string_view word) {
 }
 
 int StateWords::next(const Bnode_bn& node, int state) {
+    if (IsNamed(node.variable, state)) return -1;
     if (node.numStates() <= few) return FindFrom(node, WordOf(node.variable, state), state + 1);
     return indexOf(node).next[static_cast<std::size_t>(state)];
 }

@@ -14,8 +14,8 @@ namespace lumo {
 /// indexed once, so their states must not change between two calls.
 class StateWords {
 public:
-    /// The first state of that word, -1 when there is none.
-    int find(const Bnode_bn& node, std::string_view word);
+    /// The first state of that word, -1 when there is none. `guess` is found quickest, if it is it.
+    int find(const Bnode_bn& node, std::string_view word, int guess = -1);
 
     /// The next state that has the word of that one, -1 when there is none.
     int next(const Bnode_bn& node, int state);
