@@ -301,6 +301,21 @@ void Parser_CString_kt::readString(strin_kt& out) {
     readQuotedRest(out);
 }
 
+std::string_view Parser_CString_kt::takeString() {
+    const char* const p = toToken();
+    if (*p != '"') return takeWord();
+    const char* const first = p + 1;
+    const char* last = first;
+    while (*last != '"' && *last != '\\' && *last != 0) ++last;
+    if (*last == '"') {
+        channel.position = last + 1;
+        return {first, static_cast<std::size_t>(last - first)};
+    }
+    work.clear();
+    readString(work);
+    return work.view();
+}
+
 char* Parser_CString_kt::readStringNew() {
     work.clear();
     readString(work);

@@ -340,6 +340,9 @@ public:
         readString(work);
         return work.getCStr();
     }
+    /// The next string value (see readString): a part of the text, or of `work` when it has
+    /// escapes; it lives until the next one is read.
+    std::string_view takeString();
     /// The next word, which is consumed: a part of the text.
     std::string_view takeWord() {
         const char* const p = toToken();
