@@ -106,16 +106,18 @@ double read_number_field(Parser_CString_kt& in) {
     return in.readDouble();
 }
 
-/// The text, which a zero ends, lives until the next string is read.
+/// The text lives until the next string is read.
 std::string_view read_string_field(Parser_CString_kt& in) {
     ExpectSeparator(in, msg::dxpress.stringSeparator);
     if (const char c = in.peekPunc(); c == ';' || c == '}') {
         in.setTokenStart(in.getPos());
         in.report(msg::dxpress.missingValue);
     }
-    in.readStringText();
-    return in.work.view();
+    return in.takeString();
 }
+
+/// What a text is to those that take it to end with a zero byte, which an escape can write.
+std::string_view UpToZero(std::string_view text) { return text.substr(0, text.find('\0')); }
 
 /// False, with the error recorded, when no pair of numbers follows.
 bool read_coord_field(Parser_CString_kt& in, coord_kt& value) {
@@ -220,10 +222,10 @@ void AppendInt(strin_kt& text, int value) {
 
 /// Titles a state, which has its name. As nodes whose titles all equal the names get none, and most
 /// are such, the titles wait for one that differs.
-void SetStateTitle(Parser_CString_kt& in, States& states, int state, const char* text) {
+void SetStateTitle(Parser_CString_kt& in, States& states, int state, std::string_view text) {
     Bnode_bn& node = states.node;
     const char* const* const names = node.variable.stateNames;
-    if (states.titlesWait && streql_kt(text, names[state])) return;
+    if (states.titlesWait && text == names[state]) return;
     for (int i = 0; states.titlesWait && i < state; ++i)
         in.setError(node.setStateTitle(i, DupStr_kt(names[i]), CheckFull));
     states.titlesWait = false;
@@ -231,26 +233,26 @@ void SetStateTitle(Parser_CString_kt& in, States& states, int state, const char*
 }
 
 void parse_state_name(Parser_CString_kt& in, StateEntry& entry, const char*) {
-    const std::string_view text(read_string_field(in).data());  // up to a zero byte in it
+    const std::string_view text = UpToZero(read_string_field(in));
     char* const name = ToLegalName1_kt(DupStr_kt(text.substr(0, shortWordSize)), 's');
     States& states = entry.states;
     in.setError(states.node.setStateName(entry.state, name, 0, CheckFull));
-    SetStateTitle(in, states, entry.state, text.data());
+    SetStateTitle(in, states, entry.state, text);
     if (!entry.isFault) return;
     if (!states.faultList.isEmpty()) states.faultList.append(", ");
     AppendInt(states.faultList, entry.state);
 }
 
 void parse_state_definition(Parser_CString_kt& in, StateEntry& entry, const char*) {
-    const char* const text = read_string_field(in).data();
-    if (text[0] == '\0') return;
+    const std::string_view text = UpToZero(read_string_field(in));
+    if (text.empty()) return;
     char state[StateTextSize];
     Bnode_bn& node = entry.states.node;
     strin_kt& notes = node.importNotes;
     notes.append("\nState ");
     notes.append(std::string_view(statetostr1(entry.state, node.variable, state)));
     notes.append(": ");
-    notes.append(std::string_view(text));
+    notes.append(text);
     notes.append("\n");
 }
 
@@ -320,7 +322,9 @@ void set_node_user_text(Bnode_bn& node, const char* name, std::string_view text)
     node.setUserField(name, text.data(), static_cast<int>(text.size()));
 }
 
-void AddNodeGroup(Bnode_bn& node, const char* text) { set_node_user_text(node, "group", text); }
+void AddNodeGroup(Bnode_bn& node, std::string_view text) {
+    set_node_user_text(node, "group", text);
+}
 
 void set_node_user_bool(Bnode_bn& node, const char* name, bool value) {
     set_node_user_text(node, name, value ? "true" : "false");
@@ -333,7 +337,7 @@ void set_node_user_number(Bnode_bn& node, const char* name, double value) {
 }
 
 void parse_node_name(Parser_CString_kt& in, Bnode_bn& node, const char*) {
-    node.setTitle(DupStr_kt(read_string_field(in)));
+    node.setTitle(read_string_field(in));
 }
 
 void parse_node_definition(Parser_CString_kt& in, Bnode_bn& node, const char*) {
@@ -390,7 +394,7 @@ void parse_node_type(Parser_CString_kt& in, Bnode_bn& node, const char*) {
 }
 
 void parse_node_category(Parser_CString_kt& in, Bnode_bn& node, const char*) {
-    AddNodeGroup(node, read_string_field(in).data());
+    AddNodeGroup(node, UpToZero(read_string_field(in)));
 }
 
 void parse_node_number(Parser_CString_kt& in, Bnode_bn& node, const char* word) {
@@ -421,8 +425,7 @@ void AppendNotesToComment(Bnode_bn& node) {
 
 /// One node, the word "standard" already read.
 void read_node(Parser_CString_kt& in, Bnet_bn& net) {
-    OwnedStr name(in.readStringNew());
-    if (name == nullptr) name.reset(DupStr_kt(""));
+    const OwnedStr name(DupStr_kt(in.takeString()));
     ReadFramed(in, nodeBlock.kind, name.get(), [&] {
         Expect(in, "{", keepNothing, msg::dxpress.nodeUnopened);
         // The model makes the legal name, and keeps the text as what the network block will look
@@ -490,10 +493,10 @@ bool FindNextParent(Parser_CString_kt& in, ParserPos_kt& body) {
 ParentsEN ReadParents(Parser_CString_kt& in, const Bnet_bn& net, BndList_bn& parents) {
     ParserPos_kt body = nullptr;
     while (FindNextParent(in, body)) {
-        const char* const name = in.readStringText();
+        const std::string_view name = UpToZero(in.takeString());
         Bnode_bn* parent = net.findNodeLabeled(name);
         if (parent == nullptr) {
-            in.report(msg::dxpress.unknownParent, name);
+            in.report(msg::dxpress.unknownParent, std::string(name).c_str());
             if (body != nullptr) in.setPos(body);
             return ParentsEN::unknown;
         }
@@ -509,16 +512,18 @@ constexpr FieldHandler<Bnode_bn> relationReaders[] = {
     {"ci", [](Parser_CString_kt& in, Bnode_bn& node, const char*) { read_ci_reln(in, node); }},
 };
 
-/// One entry of the network block, its type word already read.
-void read_network_entry(Parser_CString_kt& in, Bnet_bn& net, const char* type) {
+/// One entry of the network block, its type word already read. `lastNode` is the place of the node
+/// of the entry before, mostly right before this one's.
+void read_network_entry(Parser_CString_kt& in, Bnet_bn& net, const char* type, int& lastNode) {
     const ParserPos_kt typePlace = in.tokenStart();
-    const char* const name = in.readStringText();
-    Bnode_bn* node = net.findNodeLabeled(name);
+    const std::string_view name = UpToZero(in.takeString());
+    Bnode_bn* node = net.findNodeLabeled(name, lastNode + 1);
     if (node == nullptr) {
-        in.report(msg::dxpress.unknownNode, name);
+        in.report(msg::dxpress.unknownNode, std::string(name).c_str());
         SkipNextBraces(in);
         return;
     }
+    lastNode = node->place();
     in.structName = node->name();
     in.skipToString("(");
     BndList_bn parents;
@@ -540,8 +545,9 @@ void read_network_entry(Parser_CString_kt& in, Bnet_bn& net, const char* type) {
 }
 
 void read_network(Parser_CString_kt& in, Bnet_bn& net) {
+    int lastNode = -1;
     ReadBlock(in, networkBlock, nullptr, [&](const char* type) {
-        read_network_entry(in, net, type);
+        read_network_entry(in, net, type, lastNode);
         in.structName = nullptr;
         return true;
     });
