@@ -14,11 +14,6 @@ namespace lumo {
 
 namespace {
 
-const char* PastWhite(const char* p) {
-    while (IsXMLBlank(*p)) ++p;
-    return p;
-}
-
 std::string_view TakeName(const char*& p) {
     const char* const first = p;
     while (!IsIn(XMLNameEnds, *p)) ++p;

@@ -40,6 +40,11 @@ inline bool IsIn(const std::array<bool, 256>& bytes, char c) {
 
 inline bool IsXMLBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
+inline const char* PastWhite(const char* p) {
+    while (IsXMLBlank(*p)) ++p;
+    return p;
+}
+
 /// True for the '<' of a tag.
 inline bool IsTag(const char* p) { return IsIn(XMLTagStarts, p[1]); }
 /// True for the '<' of a tag, declaration or instruction, not for one that stands for itself.

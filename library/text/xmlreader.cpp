@@ -9,6 +9,8 @@ namespace lumo {
 /// To the next tag, over white space, comments, declarations and other text. False at the end.
 bool XMLReader::toTag() {
     XMLMarkup markup(in_);
+    markup.moveTo(PastWhite(in_.getPos()));
+    if (*in_.getPos() == '<' && IsTag(in_.getPos())) return true;  // nearly always
     while (!in_.isAtEnd()) {
         const char* const p = in_.getPos();
         in_.setTokenStart(p);
