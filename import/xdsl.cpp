@@ -104,10 +104,7 @@ private:
     }
     void readStrengths() { readWords(values_->strengths); }
 
-    void readWords(Words& words) {
-        xml_.readText(text_);
-        AppendWords(text_.view(), words);
-    }
+    void readWords(Words& words) { AppendWords(xml_.takeText(room_), words); }
 
     void readNumbers() {
         startTable();
@@ -117,16 +114,16 @@ private:
     void readProperty() {
         const std::string name(xml_.attribute("id"));
         if (name.empty()) in_.report(msg::xdsl.noId, "property");
-        xml_.readText(text_);
-        if (!name.empty()) values_->fields.emplace_back(name, text_.view());
+        const std::string_view text = xml_.takeText(room_);
+        if (!name.empty()) values_->fields.emplace_back(name, text);
     }
 
     /// A formula is a user field of its element's name.
     void readFormula() {
         const std::string name(xml_.tag().name);
         if (name == "definition") values_->lower = xml_.attribute("lower");
-        xml_.readText(text_);
-        if (!text_.isEmpty()) values_->fields.emplace_back(name, text_.view());
+        const std::string_view text = xml_.takeText(room_);
+        if (!text.empty()) values_->fields.emplace_back(name, text);
     }
 
     void readIntervals() {
@@ -151,7 +148,7 @@ private:
     NotKept& notKept_;
     NodeValues* values_ = nullptr;
     bool marked_ = false;  // a state of the node has marks
-    strin_kt text_;
+    strin_kt room_;        // of a text that had to be decoded
 };
 
 constexpr NodeElements::Element NodeElements::elements_[12] = {
@@ -255,17 +252,17 @@ private:
         }
     }
 
-    char** newLabels(const Words& words) {
-        char** const labels = new char*[words.size()];
-        std::ranges::transform(words, labels,
-                               [](const std::string& word) { return DupStr_kt(word.c_str()); });
-        return labels;
-    }
-
     void setStates(const NodeValues& values) {
-        const int count = static_cast<int>(values.states.size());
-        char** const labels = count == 0 ? nullptr : newLabels(values.states);
-        ThrowIfError(SetStatesToLabels(*values.node, labels, count, false));
+        const std::size_t count = values.states.size();
+        std::string_view names[Bnode_bn::FewStates];
+        if (count <= std::size(names)) {
+            std::ranges::copy(values.states, names);
+            if (values.node->setFewStates({names, count})) return;
+        }
+        OwnedStrs labels(count == 0 ? nullptr : new char*[count](), static_cast<int>(count));
+        std::ranges::transform(values.states, labels.get(),
+                               [](const std::string& state) { return DupStr_kt(state); });
+        ThrowIfError(SetStatesToLabels(*values.node, labels.release(), labels.count(), false));
     }
 
     /// The intervals of a continuous node; their bounds when all are finite.

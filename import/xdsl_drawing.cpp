@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
-#include <unordered_set>
 #include <utility>
 
 #include "import/readers.h"
@@ -21,6 +20,7 @@ constexpr float farthest = 1e9F;               // places beyond are moved there
 /// Decodes the line breaks and tabs that texts spell as \n and \t.
 std::string Unescaped(std::string_view text) {
     constexpr std::string_view letters = "nt\"\\", meant = "\n\t\"\\";
+    if (text.find('\\') == std::string_view::npos) return std::string(text);
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const std::size_t at = text[i] == '\\' && i + 1 < text.size() ? letters.find(text[i + 1])
@@ -55,7 +55,7 @@ void DrawnNet::read() {
             open.pop_back();
             continue;
         }
-        const std::string name(xml_.tag().name);
+        const std::string_view name = xml_.tag().name;
         const int submodel = open.back();
         if (name == "node") {
             readNode(submodel);
@@ -113,9 +113,9 @@ void DrawnNet::readNode(int submodel) {
 }
 
 void DrawnNet::readRect(Place& at) {
-    vect_kt<float> corners;
-    const bool read = xml_.readNumbers(corners);
-    if (!read || corners.N != 4) {
+    corners_.N = 0;
+    const bool read = xml_.readNumbers(corners_);
+    if (!read || corners_.N != 4) {
         xml_.reportAt(at.place);
         in_.report(msg::xdsl.badPosition, Shown(at.id).c_str());
         return;
@@ -123,8 +123,8 @@ void DrawnNet::readRect(Place& at) {
     int* const sides[] = {&at.left, &at.top, &at.right, &at.bottom};
     bool outside = false;
     for (int i = 0; i < 4; ++i) {
-        const float side = std::clamp(corners[i], -farthest, farthest);
-        outside = outside || side != corners[i];
+        const float side = std::clamp(corners_[i], -farthest, farthest);
+        outside = outside || side != corners_[i];
         *sides[i] = static_cast<int>(side);
     }
     if (outside && !std::exchange(clampTold_, true)) {
@@ -146,19 +146,16 @@ void DrawnNet::readColor(Submodel& submodel) {
     xml_.skipElement();
 }
 
-std::string DrawnNet::readText() {
-    strin_kt text;
-    xml_.readText(text);
-    return Unescaped(text.view());
-}
+std::string DrawnNet::readText() { return Unescaped(xml_.takeText(room_)); }
 
 // ---- Applying ------------------------------------------------------------------------------
 
 void DrawnNet::apply(Vnet_kt& drawing) {
     if (!title_.empty()) SetNetLabel(net_, DupStr_kt(title_.c_str()));
     if (!comment_.empty()) net_.setComment(DupStr_kt(comment_.c_str()));
+    int number = 0;
     for (Place& at : places_) {
-        at.node = net_.findNodeLabeled(at.id.c_str());
+        at.node = net_.findNodeLabeled(at.id, number++);
         if (at.node == nullptr) {
             xml_.reportAt(at.place);
             in_.report(msg::xdsl.unknownPlace, Shown(at.id).c_str());
@@ -248,19 +245,20 @@ void DrawnNet::separateSubmodels() {
 /// Moves the nodes into the centers of their rectangles, those without one into rows below.
 void DrawnNet::placeRest() {
     long long left = LLONG_MAX, right = LLONG_MIN, bottom = LLONG_MIN;
-    std::unordered_set<const Bnode_bn*> placed;
+    std::vector<const Bnode_bn*> placed;
     for (const Place& at : places_) {
         if (!at.hasRect) continue;
-        placed.insert(at.node);
+        placed.push_back(at.node);
         SetNodeVisPosition_ibn(*at.node, {Middle(at.left, at.right), Middle(at.top, at.bottom)},
                                nullptr);
         left = std::min<long long>(left, at.left);
         right = std::max<long long>(right, at.right);
         bottom = std::max<long long>(bottom, at.bottom);
     }
+    std::ranges::sort(placed);
     long long x = left, y = bottom;
     for (Bnode_bn* node : net_.nodes) {
-        if (placed.contains(node)) continue;
+        if (std::ranges::binary_search(placed, node)) continue;
         if (x == left) y += submodelGap;
         SetNodeVisPosition_ibn(*node, {Clamped(x), Clamped(y)}, nullptr);
         x = x + unplacedStep > right ? left : x + unplacedStep;

@@ -1,6 +1,7 @@
 // What the files of the XDSL reader share.
 #pragma once
 
+#include <deque>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -118,11 +119,13 @@ private:
     XMLReader& xml_;
     Bnet_bn& net_;
     NotKept& notKept_;
-    std::vector<Place> places_;
+    std::deque<Place> places_;
     std::vector<Submodel> submodels_{1};  ///< the first is the net itself
     bool oneDrawing_ = false;             ///< places in submodels are those of the whole drawing
     bool clampTold_ = false;
     std::string title_, comment_;
+    strin_kt room_;           // of a text that had to be decoded
+    vect_kt<float> corners_;  // of the rectangle read last
 };
 
 }  // namespace lumo

@@ -52,13 +52,13 @@ void SkipUnknown(Parser_CString_kt& in, XMLReader& xml, std::string_view around)
 // ---- Values --------------------------------------------------------------------------------
 
 void AppendWords(std::string_view text, Words& words) {
-    constexpr std::string_view blanks = " \t\r\n";
-    for (;;) {
-        text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-        if (text.empty()) return;
-        const std::string_view word = text.substr(0, text.find_first_of(blanks));
-        words.emplace_back(word);
-        text.remove_prefix(word.size());
+    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+    for (auto word = text.begin();;) {
+        word = std::find_if_not(word, text.end(), blank);
+        if (word == text.end()) return;
+        const auto end = std::find_if(word, text.end(), blank);
+        words.emplace_back(word, end);
+        word = end;
     }
 }
 
