@@ -248,10 +248,28 @@ private:
     bool readStateNames() {
         for (Bnode_bn* node : nodes_) {
             in_.structName = node->name();
-            if (!readNamesOf(*node)) return false;
+            if (!takeFewNames(*node) && !readNamesOf(*node)) return false;
             in_.checkError();
         }
         return true;
+    }
+
+    /// Names the few states of a node by the next words, when these fit, are legal and distinct, as
+    /// nearly all are: copies and a set of names take a fifth of the import. False, and nothing is
+    /// read, when not.
+    bool takeFewNames(Bnode_bn& node) {
+        const ParserPos_kt start = in_.getPos();
+        std::string_view names[Bnode_bn::FewStates];
+        const auto count = static_cast<std::size_t>(node.numStates());
+        if (count > std::size(names)) return false;
+        bool fit = true;
+        for (std::size_t s = 0; s < count; ++s) {
+            names[s] = in_.takeWord();
+            fit = fit && names[s].size() < stateNameSize;
+        }
+        if (fit && node.setFewStates({names, count})) return true;
+        in_.setPos(start);
+        return false;
     }
 
     bool readNamesOf(Bnode_bn& node) {
