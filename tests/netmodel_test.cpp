@@ -138,6 +138,12 @@ TEST_F(NetModel, StatesOfAWholeNetAreLimited) {
     Bnode_bn& node = *net->nodes[0];
     EXPECT_EQ(node.setStates(7, nullptr, nullptr, nullptr, nullptr, CheckFull), Okay_rept_kt);
     EXPECT_NE(NewNode_ibn("more", 9, *net, {}), nullptr);
+
+    make("rest").setStates(MaxStates - 16, nullptr, nullptr, nullptr, nullptr, CheckFull);
+    constexpr std::string_view eight[] = {"a", "b", "c", "d", "e", "f", "g", "h"};
+    EXPECT_FALSE(node.setFewStates(eight));
+    reports.end();
+    EXPECT_EQ(seen.reports.size(), 1U);  // of the first node that was too much
 }
 
 TEST_F(NetModel, ManyEqualTextsStayLinear) {

@@ -219,7 +219,8 @@ public:
     /// count out of range, illegal or equal names (then nothing changes).
     rept_kt* setStates(int count, char** names, double* levels, const int*, const int*, CheckEN);
     /// Likewise without levels, from texts that are only read: the quick way for the usual case.
-    /// False, and nothing changes, when they are more than FewStates, illegal or equal.
+    /// False, and nothing changes, when they are more than FewStates, illegal or equal, or too much
+    /// for the net.
     bool setFewStates(std::span<const std::string_view> names);
     static constexpr std::size_t FewStates = 8;
     rept_kt* setStateNames(char** names, CheckEN);

@@ -230,7 +230,10 @@ bool Bnode_bn::setFewStates(std::span<const std::string_view> names) {
     std::size_t bytes = 0;
     for (auto name = names.begin(); name != names.end(); bytes += name++->size() + 1)
         if (!IsLegalName_kt(*name) || std::find(names.begin(), name, *name) != name) return false;
-    if (IsError(ModelAccess::takeStates(net(), this, count))) return false;
+    // What is too much for the net is left to setStates, which says so.
+    long long& ofNet = ModelAccess::index(*this).states;
+    if (ofNet + count - numStates() > MaxNetStates) return false;
+    ofNet += count - numStates();
     char** const stored = ModelAccess::newTexts(*this, count, bytes);
     char* place = reinterpret_cast<char*>(stored + count);
     for (int i = 0; i < count; ++i) {
