@@ -206,7 +206,7 @@ public:
     bool link(const NodeValues& values) {
         parents_.N = 0;
         for (const std::string& id : values.parents) {
-            Bnode_bn* const parent = net_.findNodeLabeled(id.c_str());
+            Bnode_bn* const parent = net_.findNodeLabeled(id);
             if (parent == nullptr) return false;
             parents_.append(parent);
         }
@@ -220,7 +220,7 @@ public:
         in_.structName = values.node->name();
         in_.setTokenStart(values.place);
         for (const std::string& id : values.parents) {
-            Bnode_bn* const parent = net_.findNodeLabeled(id.c_str());
+            Bnode_bn* const parent = net_.findNodeLabeled(id);
             if (parent == nullptr)
                 in_.report(msg::xdsl.unknownParent, Shown(id).c_str(), values.node->name());
             else

@@ -120,15 +120,18 @@ void XMLMarkup::readAttributes(const char* p, XMLTag& tag) {
     std::string_view value;
     for (;;) {
         p = PastWhite(p);
-        if (*p == '>' || StartsWith(p, "/>")) break;
+        if (*p == '>' || (p[0] == '/' && p[1] == '>')) break;
         const char* const place = p;
         p = takeAttribute(p, name, value);
-        strin_kt decoded;
+        XMLAttribute& attribute = tag.attributes.emplace_back();
+        attribute.name = name;
+        attribute.value = value;
+        attribute.place = place;
         if (value.find('&') != std::string_view::npos) {
+            strin_kt decoded;
             AppendDecoded(value, decoded);
-            value = decoded.view();
+            attribute.value = decoded.view();
         }
-        tag.attributes.push_back({name, std::string(value), place});
     }
     in.channel.position = *p == '>' ? p + 1 : p;
     if (*p == '>') return;
@@ -180,18 +183,11 @@ bool XMLMarkup::takePlainEndTag(std::string_view name) {
 /// Takes the text of the element that was entered, and passes over its end tag, when both stand
 /// right here without anything to decode, as nearly always. Returns whether it did.
 bool XMLMarkup::takePlainText(std::string_view element, std::string_view& text) {
-    if (in.atEmptyElement()) return false;
+    if (in.channel.position == state.emptyElement) return false;
     const char* const endTag = PastPlainText(in.channel.position, element, text);
     if (endTag == nullptr) return false;
     in.setTokenStart(endTag);
     in.channel.position = endTag + element.size() + 3;
-    return true;
-}
-
-bool XMLMarkup::takeEmptyElement() {
-    if (!in.atEmptyElement()) return false;
-    in.setTokenStart(in.channel.position);
-    in.channel.position += 2;
     return true;
 }
 

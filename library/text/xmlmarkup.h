@@ -80,7 +80,13 @@ struct XMLMarkup {
     bool takeTag(XMLTag& tag);
     bool takePlainEndTag(std::string_view name);
     bool takePlainText(std::string_view element, std::string_view& text);
-    bool takeEmptyElement();
+    /// Passes over the end of <X/>, where it stands.
+    bool takeEmptyElement() {
+        if (in.channel.position != state.emptyElement) return false;
+        in.setTokenStart(in.channel.position);
+        in.channel.position += 2;
+        return true;
+    }
 
     bool skipElement(std::string_view name, ParserPos_kt place,
                      const std::function<bool(std::string_view)>& standsIn);
