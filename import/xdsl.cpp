@@ -188,8 +188,7 @@ public:
         rept_kt* refused = Fail_rept_kt;
         values.node = NewNode_ibn(named ? values.id.c_str() : nullptr, 2, net_, {0, 0}, &refused);
         if (values.node == nullptr) throw refused;
-        if (named && !IsLegalName_kt(values.id))
-            values.node->setTitle(DupStr_kt(values.id.c_str()));
+        if (named && !IsLegalName_kt(values.id)) values.node->setTitle(values.id);
         for (const auto& [name, text] : values.fields)
             values.node->setUserField(name.c_str(), text.data(), static_cast<int>(text.size()));
         if (kind.loss != LossEN::count) notKept_.add(kind.loss, values.node->name());

@@ -161,7 +161,7 @@ void DrawnNet::apply(Vnet_kt& drawing) {
             in_.report(msg::xdsl.unknownPlace, Shown(at.id).c_str());
             continue;
         }
-        if (!at.title.empty() && at.title != at.id) at.node->setTitle(DupStr_kt(at.title.c_str()));
+        if (!at.title.empty() && at.title != at.id) at.node->setTitle(at.title);
         if (!at.comment.empty()) at.node->setComment(DupStr_kt(at.comment.c_str()));
     }
     std::erase_if(places_, [](const Place& at) { return at.node == nullptr; });
@@ -255,6 +255,7 @@ void DrawnNet::placeRest() {
         right = std::max<long long>(right, at.right);
         bottom = std::max<long long>(bottom, at.bottom);
     }
+    if (std::ranges::equal(placed, net_.nodes)) return;  // all of them, as nearly always
     std::ranges::sort(placed);
     long long x = left, y = bottom;
     for (Bnode_bn* node : net_.nodes) {
