@@ -141,7 +141,7 @@ void PassBlock(Parser_CString_kt& in) {
             PassString(in, AtBlock);
             continue;
         }
-        if (TakeWord(in) != "") continue;
+        if (!TakeWord(in).empty()) continue;
         const char c = in.readChar();
         if (c == '{') ++depth;
         if (c == '}' && --depth <= 0) return;

@@ -141,7 +141,8 @@ private:
         float number = 0;
         for (int i = 0; i < nodeCount_; ++i) {
             if (in_.readFloats(&number, 1, CommasEN::none) == 0) break;
-            for (float k = number; k > 0; --k) {
+            constexpr float most = 1e9F;  // more than any file holds
+            for (auto left = static_cast<int>(std::clamp(number, 0.0F, most)); left > 0; --left) {
                 if (in_.readFloats(&number, 1, CommasEN::none) == 0) break;
                 if (number == 0 && zero == nullptr) zero = in_.tokenStart();
                 last = last || number == static_cast<float>(nodeCount_);

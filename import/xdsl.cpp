@@ -171,8 +171,8 @@ public:
     /// A kind of node, by the name of its element.
     struct Kind {
         std::string_view element;
-        NodeKindEN kind;
         void (NodeMaker::*complete)(const NodeValues& values);  ///< once it has its parents
+        NodeKindEN kind;
         LossEN loss = LossEN::count;  ///< what is not kept of all such nodes
     };
 
@@ -374,16 +374,16 @@ private:
 };
 
 constexpr NodeMaker::Kind NodeMaker::kinds_[10] = {
-    {"cpt", NatureNode, &NodeMaker::installTable},
-    {"deterministic", NatureNode, &NodeMaker::installResults},
-    {"truthtable", NatureNode, &NodeMaker::installResults},
-    {"noisymax", NatureNode, &NodeMaker::installNoisyMax, LossEN::noisyMax},
-    {"decision", DecisionNode, &NodeMaker::leaveWithout},
-    {"utility", UtilityNode, &NodeMaker::installTable},
-    {"mau", UtilityNode, &NodeMaker::checkWeights, LossEN::sums},
-    {"equation", NatureNode, &NodeMaker::leaveWithout, LossEN::equations},
-    {"noisyadder", NatureNode, &NodeMaker::leaveWithout, LossEN::gates},
-    {"demorgan", NatureNode, &NodeMaker::leaveWithout, LossEN::gates},
+    {"cpt", &NodeMaker::installTable, NatureNode},
+    {"deterministic", &NodeMaker::installResults, NatureNode},
+    {"truthtable", &NodeMaker::installResults, NatureNode},
+    {"noisymax", &NodeMaker::installNoisyMax, NatureNode, LossEN::noisyMax},
+    {"decision", &NodeMaker::leaveWithout, DecisionNode},
+    {"utility", &NodeMaker::installTable, UtilityNode},
+    {"mau", &NodeMaker::checkWeights, UtilityNode, LossEN::sums},
+    {"equation", &NodeMaker::leaveWithout, NatureNode, LossEN::equations},
+    {"noisyadder", &NodeMaker::leaveWithout, NatureNode, LossEN::gates},
+    {"demorgan", &NodeMaker::leaveWithout, NatureNode, LossEN::gates},
 };
 
 // ---- The document --------------------------------------------------------------------------

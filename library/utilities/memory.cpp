@@ -45,9 +45,11 @@ void* NewHuge(std::size_t bytes) {
 void Populate(void* block, std::size_t bytes) {
 #ifdef MADV_POPULATE_WRITE
     constexpr std::uintptr_t page = 4096;
-    const auto first = (reinterpret_cast<std::uintptr_t>(block) + page - 1) & -page;
-    const auto last = (reinterpret_cast<std::uintptr_t>(block) + bytes) & -page;
-    if (first < last) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE);
+    const auto start = reinterpret_cast<std::uintptr_t>(block);
+    const std::uintptr_t first = -start & (page - 1);  // where whole pages begin in it
+    const std::uintptr_t last = bytes - ((start + bytes) & (page - 1));
+    if (first < last)
+        ::madvise(static_cast<char*>(block) + first, last - first, MADV_POPULATE_WRITE);
 #else
     static_cast<void>(block), static_cast<void>(bytes);
 #endif
