@@ -136,15 +136,8 @@ private:
             return;
         }
         typed_ = true;
-        if (!nameStates()) ThrowIfError(SetStatesToLabels(*node_, words_.copies(), count, false));
-    }
-
-    /// Makes the words the names of the states, when they can be that and are few, as is usual.
-    bool nameStates() {
-        std::string_view names[Bnode_bn::FewStates];
-        if (words_.size() > std::size(names)) return false;
-        for (std::size_t i = 0; i < words_.size(); ++i) names[i] = words_[i];
-        return node_->setFewStates({names, words_.size()});
+        if (!NameStates(*node_, words_))
+            ThrowIfError(SetStatesToLabels(*node_, words_.copies(), count, false));
     }
 
     void readProperty() {

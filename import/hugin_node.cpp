@@ -8,6 +8,7 @@
 #include "import/ForeignFile.h"
 #include "import/hugin_messages.h"
 #include "import/hugin_state.h"
+#include "import/statewords.h"
 
 namespace lumo::hugin {
 
@@ -181,21 +182,12 @@ void parse_node_position(Parser_CString_kt& in, Bnode_bn& node) {
         in.report(msg::import.positionsClamped, node.name());
 }
 
-/// Makes the labels the names of the states, as is usual: few, legal and distinct. False when they
-/// are others.
-bool NameStates(Bnode_bn& node) {
-    std::string_view names[Bnode_bn::FewStates];
-    if (Labels.size() > std::size(names)) return false;
-    for (std::size_t i = 0; i < Labels.size(); ++i) names[i] = Labels[i];
-    return node.setFewStates({names, Labels.size()});
-}
-
 void parse_node_states(Parser_CString_kt& in, Bnode_bn& node) {
     ReadListTexts(in, Labels, true);
     const int count = static_cast<int>(Labels.size());
     if (count == 0) in.report(msg::hugin.noStates);
     constexpr int mostlyUsable = 3;
-    if (NameStates(node)) return;
+    if (NameStates(node, Labels)) return;
     OwnedStrs labels(Labels.copies(), count);
     if (StrsNullEmpty_kt(labels.get(), count, 1) > mostlyUsable) {
         in.setError(node.setStates(count, nullptr, nullptr, nullptr, nullptr, CheckFull));

@@ -1,8 +1,16 @@
 #include "import/statewords.h"
 
+#include <iterator>
 #include <utility>
 
 namespace lumo {
+
+bool NameStates(Bnode_bn& node, const TextList& words) {
+    std::string_view names[Bnode_bn::FewStates];
+    if (words.size() > std::size(names)) return false;
+    for (std::size_t i = 0; i < words.size(); ++i) names[i] = words[i];
+    return node.setFewStates({names, words.size()});
+}
 
 namespace {
 

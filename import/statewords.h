@@ -1,4 +1,4 @@
-// Finds the states of nodes by the words that a file gives them.
+// The states of nodes and the words that a file gives them.
 #pragma once
 
 #include <memory>
@@ -7,8 +7,13 @@
 #include <vector>
 
 #include "library/model/netmodel.h"
+#include "library/text/parser.h"
 
 namespace lumo {
+
+/// Makes the words the names of the node's states, as is usual: few, legal and distinct. False, and
+/// nothing changes, when they are others.
+bool NameStates(Bnode_bn& node, const TextList& words);
 
 /// Looks up states by their titles, or names where they have no titles. Nodes with many states are
 /// indexed once, so their states must not change between two calls.
