@@ -1,5 +1,6 @@
 #include "import/statewords.h"
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -10,6 +11,19 @@ bool NameStates(Bnode_bn& node, const TextList& words) {
     if (words.size() > std::size(names)) return false;
     for (std::size_t i = 0; i < words.size(); ++i) names[i] = words[i];
     return node.setFewStates({names, words.size()});
+}
+
+rept_kt* SetStatesToLabels(Bnode_bn& node, const std::vector<std::string>& labels,
+                           bool createNames) {
+    std::string_view names[Bnode_bn::FewStates];
+    if (labels.size() <= std::size(names)) {
+        std::ranges::copy(labels, names);
+        if (node.setFewStates({names, labels.size()})) return Okay_rept_kt;
+    }
+    OwnedStrs copies(new char*[labels.size()](), static_cast<int>(labels.size()));
+    std::ranges::transform(labels, copies.get(),
+                           [](const std::string& label) { return DupStr_kt(label); });
+    return SetStatesToLabels(node, copies.release(), copies.count(), createNames);
 }
 
 namespace {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -14,6 +15,10 @@ namespace lumo {
 /// Makes the words the names of the node's states, as is usual: few, legal and distinct. False, and
 /// nothing changes, when they are others.
 bool NameStates(Bnode_bn& node, const TextList& words);
+
+/// SetStatesToLabels with labels that are only read: quicker where they become names, as is usual.
+rept_kt* SetStatesToLabels(Bnode_bn& node, const std::vector<std::string>& labels,
+                           bool createNames);
 
 /// Looks up states by their titles, or names where they have no titles. Nodes with many states are
 /// indexed once, so their states must not change between two calls.

@@ -252,16 +252,7 @@ private:
     }
 
     void setStates(const NodeValues& values) {
-        const std::size_t count = values.states.size();
-        std::string_view names[Bnode_bn::FewStates];
-        if (count <= std::size(names)) {
-            std::ranges::copy(values.states, names);
-            if (values.node->setFewStates({names, count})) return;
-        }
-        OwnedStrs labels(count == 0 ? nullptr : new char*[count](), static_cast<int>(count));
-        std::ranges::transform(values.states, labels.get(),
-                               [](const std::string& state) { return DupStr_kt(state); });
-        ThrowIfError(SetStatesToLabels(*values.node, labels.release(), labels.count(), false));
+        ThrowIfError(SetStatesToLabels(*values.node, values.states, false));
     }
 
     /// The intervals of a continuous node; their bounds when all are finite.

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "import/readers.h"
+#include "import/statewords.h"
 #include "import/xmlbif_document.h"
 #include "library/text/tokens.h"
 
@@ -142,7 +143,6 @@ private:
     void readType();
     void readPosition();
     void warnOfEmptyOutcome() const;
-    rept_kt* setLabels();
 
     static constexpr Element<VariableReader> accepted_[] = {
         {"OUTCOME", &VariableReader::readOutcome},
@@ -305,7 +305,8 @@ void VariableReader::setStates() {
     if (!intervals && !numeric.arePlain()) {
         numeric.warnOfMixture(elements_.in);
         warnOfEmptyOutcome();
-        return ThrowIfError(setLabels());
+        return ThrowIfError(
+            SetStatesToLabels(node_, document_.outcomes, document_.options.createStateNamesXMLBIF));
     }
     if (intervals) {
         numeric.warnOfGaps(elements_.in);
@@ -324,22 +325,6 @@ void VariableReader::warnOfEmptyOutcome() const {
         elements_.in.report(msg::xmlbif.emptyOutcome, number, node_.name());
         return;
     }
-}
-
-/// Makes the outcomes the names of the states, or, when that cannot be, their titles.
-rept_kt* VariableReader::setLabels() {
-    const std::vector<std::string>& outcomes = document_.outcomes;
-    std::string_view names[Bnode_bn::FewStates];
-    if (outcomes.size() <= std::size(names)) {
-        std::ranges::copy(outcomes, names);
-        if (node_.setFewStates({names, outcomes.size()})) return Okay_rept_kt;
-    }
-    const int count = static_cast<int>(outcomes.size());
-    OwnedStrs labels(new char*[outcomes.size()](), count);
-    std::ranges::transform(outcomes, labels.get(),
-                           [](const std::string& outcome) { return DupStr_kt(outcome); });
-    return SetStatesToLabels(node_, labels.release(), count,
-                             document_.options.createStateNamesXMLBIF);
 }
 
 }  // namespace

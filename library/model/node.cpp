@@ -169,7 +169,7 @@ UniqueNames_kt& ModelAccess::stateNames(Bnode_bn& node) {
 /// Whether no other state has the name. Asks nodes of few states that have no set of names yet:
 /// making one takes longer than reading a state.
 bool ModelAccess::isFreeAmongFew(const Bnode_bn& node, int state, const char* name) {
-    constexpr int few = 8;
+    constexpr int few = Bnode_bn::FewStates;
     const Varbl_bn& variable = node.variable;
     if (variable.numStates > few || index(node).stateNamesOf == &node) return false;
     for (int i = 0; name != nullptr && i < variable.numStates; ++i) {
