@@ -25,7 +25,7 @@
 #include "app/convert.h"
 #include "app/summary.h"
 #include "app/terminal.h"
-#include "export/text.h"
+#include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {

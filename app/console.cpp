@@ -9,9 +9,9 @@
 #include <iostream>
 
 #include "app/terminal.h"
-#include "export/describe.h"
 #include "export/json.h"
-#include "export/text.h"
+#include "formats/shared/describe.h"
+#include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {

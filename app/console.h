@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "app/options.h"
-#include "export/result.h"
+#include "formats/shared/result.h"
 #include "library/reports/reports.h"
 
 namespace lumo::app {

@@ -9,8 +9,8 @@
 #include <ostream>
 #include <system_error>
 
-#include "export/placing.h"
-#include "export/text.h"
+#include "formats/shared/placing.h"
+#include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "export/result.h"
+#include "formats/shared/result.h"
 
 namespace lumo::app {
 

@@ -7,7 +7,7 @@
 
 #include "app/gzip.h"
 #include "app/read.h"
-#include "import/detect.h"
+#include "formats/detect.h"
 
 namespace lumo::app {
 namespace {

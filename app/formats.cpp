@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "export/writers.h"
-#include "import/detect.h"
+#include "formats/detect.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo::app {

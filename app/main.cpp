@@ -13,8 +13,8 @@
 #include "app/summary.h"
 #include "app/table.h"
 #include "export/explain.h"
-#include "export/text.h"
-#include "import/detect.h"
+#include "formats/detect.h"
+#include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {

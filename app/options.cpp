@@ -8,8 +8,8 @@
 #include "app/convert.h"
 #include "app/folders.h"
 #include "app/suggest.h"
-#include "export/text.h"
 #include "library/utilities/Utils.h"
+#include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "export/writers.h"
-#include "import/ForeignFile.h"
-#include "import/detect.h"
+#include "formats/ForeignFile.h"
+#include "formats/detect.h"
 
 namespace lumo::app {
 

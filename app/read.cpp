@@ -9,8 +9,8 @@
 #include <filesystem>
 
 #include "app/gzip.h"
-#include "import/ForeignFile.h"
-#include "import/messages.h"
+#include "formats/ForeignFile.h"
+#include "formats/shared/messages.h"
 
 namespace lumo::app {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "app/console.h"
 #include "app/options.h"
-#include "export/result.h"
+#include "formats/shared/result.h"
 
 namespace lumo::app {
 

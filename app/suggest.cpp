@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "export/text.h"
+#include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "app/facts.h"
-#include "export/text.h"
-#include "import/detect.h"
+#include "formats/detect.h"
+#include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {

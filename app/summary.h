@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "export/result.h"
+#include "formats/shared/result.h"
 
 namespace lumo::app {
 

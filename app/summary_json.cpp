@@ -2,9 +2,9 @@
 #include "app/facts.h"
 #include "app/options.h"
 #include "app/summary.h"
-#include "export/describe.h"
 #include "export/json.h"
 #include "export/jsonout.h"
+#include "formats/shared/describe.h"
 
 namespace lumo::app {
 namespace {

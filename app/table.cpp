@@ -11,11 +11,11 @@
 #include "app/facts.h"
 #include "app/suggest.h"
 #include "app/terminal.h"
-#include "export/describe.h"
-#include "export/digits.h"
-#include "export/rows.h"
-#include "export/text.h"
-#include "export/textout.h"
+#include "formats/shared/describe.h"
+#include "formats/shared/digits.h"
+#include "formats/shared/rows.h"
+#include "formats/shared/textout.h"
+#include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "app/options.h"
-#include "export/result.h"
+#include "formats/shared/result.h"
 
 namespace lumo::app {
 

@@ -9,8 +9,8 @@
 #include <charconv>
 #include <cstdlib>
 
-#include "export/text.h"
 #include "library/utilities/Utils.h"
+#include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {

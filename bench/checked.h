@@ -7,7 +7,7 @@
 #include <ctime>
 #include <functional>
 
-#include "import/ForeignFile.h"
+#include "formats/ForeignFile.h"
 
 namespace lumo::bench {
 

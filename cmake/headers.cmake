@@ -1,17 +1,18 @@
 # The public headers: inside the tree they stand in their rooms; installed they stand together, as
 # <lumo/ForeignFile.h>, and include each other so. Nothing else is installed.
 set(LUMO_PUBLIC_HEADERS
-    import/ForeignFile.h import/detect.h
+    formats/ForeignFile.h formats/detect.h formats/shared/options.h
+    formats/shared/positions.h formats/shared/result.h
+    formats/shared/describe.h formats/shared/losses.h formats/shared/placing.h
     library/model/netmodel.h
     library/text/parser.h
     library/reports/reports.h library/reports/message.h library/reports/catalogue.h
     library/utilities/Utils.h library/utilities/geometry.h library/utilities/language.h
-    library/utilities/memory.h library/utilities/numbers.h library/utilities/vect.h
-    library/utilities/vect3.h)
+    library/utilities/memory.h library/utilities/numbers.h library/utilities/text.h
+    library/utilities/vect.h library/utilities/vect3.h)
 if(TARGET lumo_export)
     list(APPEND LUMO_PUBLIC_HEADERS
-        export/writers.h export/result.h export/losses.h export/placing.h export/text.h
-        export/describe.h export/explain.h export/output.h)
+        export/writers.h export/explain.h export/output.h)
 endif()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${LUMO_PUBLIC_HEADERS})
 

@@ -2,9 +2,9 @@
 
 #include <ostream>
 
-#include "export/describe.h"
 #include "export/picture.h"
-#include "export/text.h"
+#include "formats/shared/describe.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-#include "export/result.h"
-#include "export/text.h"
+#include "formats/shared/result.h"
 #include "library/reports/catalogue.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 namespace {

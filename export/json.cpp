@@ -4,8 +4,8 @@
 #include <span>
 #include <string_view>
 
-#include "export/describe.h"
 #include "export/jsonout.h"
+#include "formats/shared/describe.h"
 
 namespace lumo {
 namespace {

@@ -4,7 +4,7 @@
 #include <iosfwd>
 #include <string>
 
-#include "export/result.h"
+#include "formats/shared/result.h"
 
 namespace lumo {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "export/digits.h"
-#include "export/text.h"
+#include "formats/shared/digits.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <unordered_set>
 
-#include "export/describe.h"
-#include "export/text.h"
+#include "formats/shared/describe.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 namespace {

@@ -6,10 +6,10 @@
 #include <cmath>
 #include <unordered_map>
 
-#include "export/describe.h"
 #include "export/detour.h"
-#include "export/placing.h"
-#include "export/text.h"
+#include "formats/shared/describe.h"
+#include "formats/shared/placing.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 namespace {

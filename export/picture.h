@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "export/result.h"
+#include "formats/shared/result.h"
 #include "library/layout/diagram.h"
 
 namespace lumo {

@@ -2,8 +2,8 @@
 
 #include <ostream>
 
-#include "export/describe.h"
-#include "export/text.h"
+#include "formats/shared/describe.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "export/jsonout.h"
-#include "export/result.h"
+#include "formats/shared/result.h"
 
 namespace lumo {
 

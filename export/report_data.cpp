@@ -1,12 +1,12 @@
 #include <set>
 #include <unordered_map>
 
-#include "export/describe.h"
 #include "export/json.h"
 #include "export/picture.h"
 #include "export/report.h"
-#include "export/text.h"
+#include "formats/shared/describe.h"
 #include "library/reports/catalogue.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 namespace {

@@ -1,10 +1,10 @@
 #include "export/svg.h"
 
-#include "export/describe.h"
 #include "export/legend.h"
 #include "export/picture.h"
-#include "export/text.h"
-#include "export/textout.h"
+#include "formats/shared/describe.h"
+#include "formats/shared/textout.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 namespace {

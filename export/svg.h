@@ -3,7 +3,7 @@
 
 #include <iosfwd>
 
-#include "export/result.h"
+#include "formats/shared/result.h"
 
 namespace lumo {
 

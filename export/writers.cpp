@@ -3,17 +3,17 @@
 #include <array>
 #include <string>
 
-#include "export/bif_writer.h"
 #include "export/dot.h"
-#include "export/dsc_writer.h"
-#include "export/hugin_writer.h"
 #include "export/image.h"
 #include "export/json.h"
 #include "export/report.h"
 #include "export/svg.h"
-#include "export/uai_writer.h"
-#include "export/xdsl_writer.h"
-#include "export/xmlbif_writer.h"
+#include "formats/bif/writer.h"
+#include "formats/dsc/writer.h"
+#include "formats/hugin/writer.h"
+#include "formats/uai/writer.h"
+#include "formats/xdsl/writer.h"
+#include "formats/xmlbif/writer.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo {

@@ -5,8 +5,8 @@
 #include <span>
 #include <string_view>
 
-#include "export/losses.h"
-#include "export/result.h"
+#include "formats/shared/losses.h"
+#include "formats/shared/result.h"
 
 namespace lumo {
 

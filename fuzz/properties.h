@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "import/ForeignFile.h"
+#include "formats/ForeignFile.h"
 #include "tests/consistency.h"
 
 namespace lumo::fuzz {

@@ -1,7 +1,7 @@
 // Imports the bytes as the format of the target, strictly and leniently: no crash, and a net that
 // is sound.
+#include "formats/detect.h"
 #include "fuzz/properties.h"
-#include "import/detect.h"
 
 extern const char* const readerName;  // in a file of its own, so that this one is compiled once
 

@@ -3,8 +3,8 @@
 // the text. The place never leaves the text, and reading never moves it back.
 #include <algorithm>
 
+#include "formats/dsc/belvec.h"
 #include "fuzz/properties.h"
-#include "import/tables.h"
 #include "tests/dialects.h"
 
 namespace lumo::fuzz {

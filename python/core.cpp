@@ -2,7 +2,7 @@
 #include <cerrno>
 
 #include "export/writers.h"
-#include "import/detect.h"
+#include "formats/detect.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "export/output.h"
-#include "export/result.h"
-#include "export/text.h"
+#include "formats/shared/result.h"
+#include "library/utilities/text.h"
 
 namespace lumo::python {
 

@@ -3,9 +3,9 @@
 
 #include <sstream>
 
-#include "export/describe.h"
 #include "export/json.h"
 #include "export/writers.h"
+#include "formats/shared/describe.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {

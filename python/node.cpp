@@ -1,7 +1,7 @@
 // Nodes, their states and tables.
 #include <pybind11/numpy.h>
 
-#include "export/describe.h"
+#include "formats/shared/describe.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {

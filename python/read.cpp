@@ -3,9 +3,9 @@
 
 #include <fstream>
 
-#include "import/ForeignFile.h"
-#include "import/detect.h"
-#include "import/messages.h"
+#include "formats/ForeignFile.h"
+#include "formats/detect.h"
+#include "formats/shared/messages.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {

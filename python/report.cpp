@@ -1,7 +1,7 @@
 // Reports.
-#include "export/describe.h"
 #include "export/explain.h"
-#include "import/detect.h"
+#include "formats/detect.h"
+#include "formats/shared/describe.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {

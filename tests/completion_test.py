@@ -19,7 +19,7 @@ HELP = subprocess.run([PROGRAM, "--help"], check=True, capture_output=True, text
 # Groups: short name, long name, argument, description.
 LINES = re.findall(r"^ +(?:(-\w), )?(--[a-z-]+)(?: ([A-Za-z|]+))? {2,}(.+)$", HELP, re.M)
 OPTIONS = {name for line in LINES for name in line[:2] if name}
-EXTENSIONS = re.findall(r"\.\w+", " ".join(re.findall(r'" (\..*) "', (ROOT / "import/detect.cpp").read_text())))
+EXTENSIONS = re.findall(r"\.\w+", " ".join(re.findall(r'" (\..*) "', (ROOT / "formats/detect.cpp").read_text())))
 
 
 def values(argument, text):

@@ -1,5 +1,5 @@
 // Which format a text is taken for, by content and by name.
-#include "import/detect.h"
+#include "formats/detect.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The DSC reader: what its texts in tests/cases cannot show, and what hostile files may cost.
-#include "import/messages.h"
+#include "formats/shared/messages.h"
 #include "tests/support.h"
 
 namespace lumo::test {

@@ -1,5 +1,5 @@
 // The DXPress reader: its question, and what hostile files may cost.
-#include "import/messages.h"
+#include "formats/shared/messages.h"
 #include "tests/support.h"
 
 namespace lumo::test {

@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "export/writers.h"
-#include "import/detect.h"
+#include "formats/detect.h"
 #include "tests/places.h"
 #include "tests/support.h"
 

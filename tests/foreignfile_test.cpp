@@ -5,7 +5,7 @@
 #include <climits>
 #include <filesystem>
 
-#include "import/messages.h"
+#include "formats/shared/messages.h"
 #include "tests/support.h"
 
 namespace lumo::test {

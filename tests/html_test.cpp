@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "export/report.h"
-#include "export/text.h"
+#include "library/utilities/text.h"
 #include "tests/picture_support.h"
 
 namespace lumo {

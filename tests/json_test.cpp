@@ -7,8 +7,8 @@
 #include <limits>
 #include <sstream>
 
-#include "export/text.h"
 #include "export/writers.h"
+#include "library/utilities/text.h"
 #include "tests/picture_support.h"
 
 namespace lumo {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "import/detect.h"
+#include "formats/detect.h"
 #include "tests/places.h"
 #include "tests/support.h"
 

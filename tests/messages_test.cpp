@@ -6,9 +6,9 @@
 #include <map>
 #include <regex>
 
-#include "export/result.h"
-#include "import/detect.h"
-#include "import/messages.h"
+#include "formats/detect.h"
+#include "formats/shared/messages.h"
+#include "formats/shared/result.h"
 #include "library/reports/message.h"
 #include "library/reports/plural.h"
 #include "tests/places.h"

@@ -3,7 +3,8 @@
 #include <iterator>
 #include <sstream>
 
-#include "import/tables.h"
+#include "formats/dsc/belvec.h"
+#include "formats/hugin/nodetable.h"
 #include "tests/parser_support.h"
 
 namespace lumo::test {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "export/picture.h"
-#include "export/result.h"
+#include "formats/shared/result.h"
 #include "library/model/netmodel.h"
 
 namespace lumo::test {

@@ -2,7 +2,7 @@
 #include <numeric>
 #include <random>
 
-#include "import/detect.h"
+#include "formats/detect.h"
 #include "tests/picture_support.h"
 #include "tests/places.h"
 #include "tests/random_net.h"

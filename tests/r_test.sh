@@ -40,4 +40,4 @@ grep -q 'comments of 1 node are not kept by BIF' log || fail "$(cat log)"
 # The sources in the package are enough to build the library where it is not installed.
 tar xf lumo_*.tar.gz
 cmake -S lumo/src/lumo -B sources -DLUMO_BUILD_APP=OFF -DLUMO_BUILD_TESTS=OFF >/dev/null
-[ "$(find lumo/src/lumo/library lumo/src/lumo/import lumo/src/lumo/export -name '*.cpp' | wc -l)" -gt 80 ]
+[ "$(find lumo/src/lumo/library lumo/src/lumo/formats lumo/src/lumo/export -name '*.cpp' | wc -l)" -gt 80 ]

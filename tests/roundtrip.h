@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "export/json.h"
-#include "export/placing.h"
-#include "export/rows.h"
 #include "export/writers.h"
+#include "formats/shared/placing.h"
+#include "formats/shared/rows.h"
 #include "tests/support.h"
 
 namespace lumo::test {

@@ -10,10 +10,10 @@
 #include <iostream>
 #include <map>
 
-#include "export/describe.h"
-#include "export/labels.h"
-#include "export/text.h"
-#include "import/detect.h"
+#include "formats/detect.h"
+#include "formats/shared/describe.h"
+#include "formats/shared/labels.h"
+#include "library/utilities/text.h"
 #include "tests/random_net.h"
 #include "tests/strict_readers.h"
 

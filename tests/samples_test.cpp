@@ -1,8 +1,8 @@
 // Every sample, and every text of tests/texts: the net, the drawing and the reports that must come
 // of it, which lie in a file beside it, and that no prefix and no changed byte of a sample harms.
-// Short texts stand together in the files of tests/cases, each with what must come of it. With
-// LUMO_UPDATE=1 the files are written anew.
-#include "import/detect.h"
+// Short texts stand together in the files of formats/FORMAT/cases, each with what must come of it.
+// With LUMO_UPDATE=1 the files are written anew.
+#include "formats/detect.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -67,7 +67,7 @@ class Cases : public testing::TestWithParam<fs::path> {};
 
 TEST_P(Cases, AreReadAsExpected) {
     const std::string file = ReadFile(GetParam());
-    const int format = FindFormat(GetParam().parent_path().filename().string())->code;
+    const int format = FindFormat(GetParam().parent_path().parent_path().filename().string())->code;
     std::size_t at = file.find("====\n");
     std::string result = file.substr(0, at);
     const std::string before = result.substr(0, result.find('@'));
@@ -110,11 +110,27 @@ std::string Name(const testing::TestParamInfo<fs::path>& file) {
     return name;
 }
 
+/// The files of all formats' folders of cases.
+std::vector<fs::path> CaseFiles() {
+    std::vector<fs::path> files;
+    for (const FormatInfo& format : Formats()) {
+        const fs::path folder =
+            fs::path(Samples()).parent_path() / "formats" / format.name / "cases";
+        if (!fs::exists(folder)) continue;
+        for (const fs::path& file : FilesIn(folder)) files.push_back(file);
+    }
+    return files;
+}
+
+std::string CaseName(const testing::TestParamInfo<fs::path>& file) {
+    return file.param.parent_path().parent_path().filename().string() + "_" +
+           file.param.stem().string();
+}
+
 const fs::path texts = fs::path(Samples()).parent_path() / "tests/texts";
 INSTANTIATE_TEST_SUITE_P(Samples, Text, testing::ValuesIn(FilesIn(Samples())), Name);
 INSTANTIATE_TEST_SUITE_P(Texts, Text, testing::ValuesIn(FilesIn(texts)), Name);
-INSTANTIATE_TEST_SUITE_P(Texts, Cases, testing::ValuesIn(FilesIn(texts.parent_path() / "cases")),
-                         Name);
+INSTANTIATE_TEST_SUITE_P(Texts, Cases, testing::ValuesIn(CaseFiles()), CaseName);
 INSTANTIATE_TEST_SUITE_P(Samples, Sample, testing::ValuesIn(FilesIn(Samples())), Name);
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "export/json.h"
-#include "import/detect.h"
+#include "formats/detect.h"
 #include "tests/places.h"
 #include "tests/support.h"
 

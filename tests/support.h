@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "import/ForeignFile.h"
+#include "formats/ForeignFile.h"
 #include "tests/consistency.h"
 
 namespace lumo {

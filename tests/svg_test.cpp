@@ -10,11 +10,11 @@
 #include <fstream>
 #include <sstream>
 
-#include "export/describe.h"
 #include "export/dot.h"
 #include "export/image.h"
 #include "export/picture.h"
-#include "export/text.h"
+#include "formats/shared/describe.h"
+#include "library/utilities/text.h"
 #include "tests/picture_support.h"
 
 namespace lumo {

@@ -7,7 +7,7 @@
 #include <numeric>
 #include <random>
 
-#include "export/placing.h"
+#include "formats/shared/placing.h"
 #include "tests/places.h"
 #include "tests/roundtrip.h"
 

@@ -1,0 +1,177 @@
+// The entry: loads the file, makes channel and net, runs the format's reader, decides the net's
+// fate.
+#include "formats/ForeignFile.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <numeric>
+#include <string>
+
+#include "formats/detect.h"
+#include "formats/shared/messages.h"
+#include "formats/shared/readers.h"
+
+namespace lumo {
+
+namespace {
+
+constexpr int wholeDrawing = 16383;  // extent while a reader runs, before it is sized to fit
+
+using Reader = rept_kt* (*)(InChannel_CString_kt&, Bnet_bn&, Vnet_kt&, const ReadOptions&);
+
+struct Format {
+    int code;
+    Reader read;
+};
+
+rept_kt* ReadErgo(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt&,
+                  const ReadOptions& options) {
+    return ParseErgoFile(channel, net, options);
+}
+
+/// Adapts a reader that takes any channel.
+template <rept_kt* (*parse)(InChannel_kt&, Bnet_bn&, Vnet_kt&, const ReadOptions&)>
+rept_kt* ReadAny(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                 const ReadOptions& options) {
+    return parse(channel, net, drawing, options);
+}
+
+constexpr Format formats[] = {
+    {FormatHugin, ReadAny<ParseHuginFile>},
+    {FormatDsc, ReadAny<ParseDscFile>},
+    {FormatDXPress, ReadAny<ParseDXPressFile>},
+    {FormatErgo, ReadErgo},
+    {FormatXMLBIF, ParseXMLFile},
+    {FormatBIF, ReadAny<ParseBifFile>},
+    {FormatXDSL, ParseXdslFile},
+    {FormatUAI, ReadAny<ParseUaiFile>},
+};
+
+/// An empty net named after the bare file name, with the path as its file name, its extension the
+/// native one.
+OwnedNet NewNamedNet(const char* fileName) {
+    std::string path(PlainName(fileName));
+    path.resize(path.size() + std::strlen(LumoFileExtension_sy) + 2);  // room for the extension
+    RemoveExtension_kt(path.data());
+    OwnedStr name(DupStr_kt(FileNamePtr_kt(path.data())));
+    ToLegalName_kt(name.get());
+    OwnedNet net(NewVBNet(name.release(), false));
+    AddExtension_kt(path.data(), LumoFileExtension_sy, nullptr);
+    delete[] net->fileName;
+    net->fileName = DupStr_kt(path.c_str());
+    net->savedChangeMarker = net->changeMarker;
+    return net;
+}
+
+/// Scales the rows of nature nodes whose sum differs from 1 by more than the rounding of floats,
+/// and says how many they were.
+void NormalizeRows(Bnet_bn& net) {
+    int rowsScaled = 0, nodesScaled = 0;
+    for (Bnode_bn* node : net.nodes) {
+        const int states = node->numStates();
+        float* row = node->kind == NatureNode ? node->relation.probs : nullptr;
+        if (row == nullptr) continue;
+        const int before = rowsScaled;
+        for (int rows = NumProduct(node->parents); rows > 0; --rows, row += states) {
+            const double sum = std::accumulate(row, row + states, 0.0);
+            if (sum == 0 || std::abs(sum - 1) <= FLT_EPSILON) continue;
+            NormalizeBelvecTable(row, states, 1);
+            ++rowsScaled;
+        }
+        nodesScaled += rowsScaled > before ? 1 : 0;
+    }
+    if (rowsScaled > 0) NewReport(msg::import.rowsScaled, rowsScaled, nodesScaled);
+}
+
+OwnedNet ReadText(const char* text, const char* fileName, int format, const ReadOptions& options) {
+    const auto channel = std::make_unique<InChannel_CString_kt>(text, fileName);
+    OwnedNet net = NewNamedNet(fileName);
+    Vnet_kt& drawing = *net->vnets[0];
+    drawing.extentWidth = drawing.extentHeight = wholeDrawing;
+
+    const Format* found = std::ranges::find(formats, format, &Format::code);
+    if (found == std::end(formats)) {
+        throw NewReport(msg::import.unknownFormatCode, format);
+    }
+    rept_kt* report = found->read(*channel, *net, drawing, options);
+    if (report == nullptr) report = Okay_rept_kt;
+    if (report->number == msg::reports.importCancelled.number) throw report;
+    // The generic failure says nothing that an error before it has not said.
+    if (report != Fail_rept_kt || ErrorsSoFar() == 0) ShowReport(report);
+    if (IsError(report) && net->nodes.N == 0) return nullptr;
+    if (options.normalize) NormalizeRows(*net);
+    drawing.adjustDrawingSizeToFit({drawing.marginUnit.x * 2, drawing.marginUnit.y});
+    return net;
+}
+
+/// Shows the last report of an import that fails; a handler that throws again is not asked.
+void ShowLast(rept_kt* report) {
+    try {
+        ShowReport(report);
+    } catch (...) {
+        // Nothing is left to tell it to.
+    }
+}
+
+/// Runs one import: whatever escapes it is shown, and the result is null.
+template <class Work>
+Bnet_bn* Guarded(const char* fileName, Work work) {
+    ReportScope scope;
+    try {
+        OwnedNet net;
+        {
+            const userwait_kt wait("reading file %s", fileName);
+            net = work();
+        }
+        scope.end();
+        return net.release();
+    } catch (rept_kt* report) {
+        ShowLast(report);
+    } catch (const std::bad_alloc&) {
+        ShowLast(NewMemoryReport(msg::import.outOfMemoryReading, 0, fileName));
+    } catch (const std::exception& e) {
+        ShowLast(NewReport(msg::reports.internalError, e.what()));
+    } catch (...) {
+        ShowLast(NewReport(msg::reports.internalError, "an exception of unknown type"));
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+Bnet_bn* ReadForeignNetFile_kt(const char* fileName, int format, bool) {
+    return ReadForeignNetFile(fileName, format, {});
+}
+
+Bnet_bn* ReadForeignNetText_kt(std::string_view text, const char* fileName, int format) {
+    return ReadForeignNetText(text, fileName, format, {});
+}
+
+Bnet_bn* ReadForeignNetFile(const char* fileName, int format, const ReadOptions& options) {
+    if (fileName == nullptr) fileName = "";
+    return Guarded(fileName, [&] {
+        const XArray<char> text(FileToStringThrows_kt(fileName, -1, nullptr));
+        if (text == nullptr) throw NewReport(msg::import.couldNotRead, fileName);
+        return ReadText(text.get(), fileName, format, options);
+    });
+}
+
+Bnet_bn* ReadForeignNetText(std::string_view text, const char* fileName, int format,
+                            const ReadOptions& options) {
+    if (fileName == nullptr) fileName = "";
+    return Guarded(fileName, [&] {
+        if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
+            WarnZeroByte(fileName, static_cast<long long>(zero));
+        }
+        const XArray<char> copy = NewXArray<char>(std::ssize(text) + 2);  // ends 16-bit text too
+        if (copy == nullptr) throw std::bad_alloc();
+        std::fill_n(std::copy(text.begin(), text.end(), copy.get()), 2, '\0');
+        return ReadText(copy.get(), fileName, format, options);
+    });
+}
+
+}  // namespace lumo

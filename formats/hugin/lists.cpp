@@ -1,0 +1,72 @@
+// Hugin files: what is told once, at the end, for all nodes and objects that it concerns.
+#include <map>
+#include <string>
+#include <unordered_set>
+
+#include "formats/hugin/messages.h"
+#include "formats/hugin/state.h"
+
+namespace lumo::hugin {
+
+namespace {
+
+/// Names, of which the first are told.
+struct NameList {
+    int count = 0;
+    std::string text;
+    ParserPos_kt place = nullptr;  ///< of the first
+
+    void add(ParserPos_kt where, std::string_view name) {
+        constexpr int mostNames = 20;
+        if (count == 0) place = where;
+        if (++count > mostNames) return;
+        if (count > 1) text += ", ";
+        text += name;
+        if (count == mostNames) text += " ...";
+    }
+};
+
+struct AllLists {
+    std::map<const ListMessage*, NameList> nodes;
+    std::map<std::string, NameList, std::less<>> objects;  // by the words that start them
+    std::unordered_set<std::string> headerWords;           // of those objects
+};
+
+/// Made on first use, for imports before main.
+AllLists& Lists() {
+    static AllLists lists;
+    return lists;
+}
+
+}  // namespace
+
+void EmptyLists() { Lists() = {}; }
+
+void ListNode(Parser_CString_kt& in, const ListMessage& message, std::string_view name) {
+    Lists().nodes[&message].add(in.tokenStart(), name);
+}
+
+void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view name) {
+    Lists().objects[kind].add(in.tokenStart(), name);
+}
+
+void AddPassedOverName(std::string_view name) { Lists().headerWords.emplace(name); }
+
+bool IsPassedOver(std::string_view name) { return Lists().headerWords.contains(std::string(name)); }
+
+void ReportLists(Parser_CString_kt& in, const Bnet_bn& net) {
+    for (const auto& [kind, list] : Lists().objects) {
+        in.setTokenStart(list.place);
+        const ParserContext context(in, kind.c_str());
+        in.report(msg::hugin.objectsPassedOver, list.count, kind.c_str(), list.text.c_str());
+    }
+    for (const auto& [message, list] : Lists().nodes) {
+        in.setTokenStart(list.place);
+        in.report(*message, list.count, list.text.c_str());
+    }
+    if (net.nodes.N > 0 || Lists().objects.empty()) return;
+    in.setTokenStart(in.getPos());
+    in.report(msg::hugin.noNodeRead);
+}
+
+}  // namespace lumo::hugin

@@ -1,0 +1,326 @@
+// Hugin files: the fields of nodes, and the readers of values that other fields share.
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "formats/hugin/messages.h"
+#include "formats/hugin/state.h"
+#include "formats/shared/positions.h"
+#include "formats/shared/statewords.h"
+
+namespace lumo::hugin {
+
+namespace {
+
+// ---- Tables --------------------------------------------------------------------------------
+
+using NodeHandler = void(Parser_CString_kt& in, Bnode_bn& node);
+NodeHandler parse_node_label, parse_node_position, parse_node_states, parse_node_HR_Desc,
+    parse_node_HR_Grp, parse_node_HR_Group, parse_node_HR_State_, parse_node_userdef;
+
+constexpr Field<Bnode_bn> NodeFields[] = {
+    {"label", parse_node_label},   {"position", parse_node_position},
+    {"states", parse_node_states}, {"HR_Desc", parse_node_HR_Desc},
+    {"HR_Grp", parse_node_HR_Grp}, {"HR_Group", parse_node_HR_Group},
+};
+constexpr const char* StatePrefix = "HR_State_";
+
+// The part of the field's name that its handler needs, while that handler runs.
+const char* StateNumStr = nullptr;
+const char* UserFieldName = nullptr;
+
+/// A state comment, kept until its node is read, since the states may come after it.
+struct StateText {
+    int state;
+    strin_kt text;
+    ParserPos_kt place;
+};
+constinit std::vector<StateText> StateTexts;
+
+TextList Labels;  // of the states of the node being read
+
+/// A time-slice node, which has the states of another node; that one may stand behind it.
+struct Repetition {
+    Bnode_bn* node;
+    std::string of;
+    ParserPos_kt place;
+};
+constinit std::vector<Repetition> Repetitions;
+
+char** CopyOf(char* const* texts, int count) {
+    if (texts == nullptr) return nullptr;
+    char** const copy = new char*[static_cast<std::size_t>(count)]();
+    for (int i = 0; i < count; ++i) copy[i] = texts[i] == nullptr ? nullptr : DupStr_kt(texts[i]);
+    return copy;
+}
+
+/// Gives the node the states and kind of another.
+void Repeat(Parser_CString_kt& in, Bnode_bn& node, const Bnode_bn& of) {
+    const Varbl_bn& variable = of.variable;
+    if (!variable.discrete) return in.setError(node.setDiscrete(ContinuousVar, false, CheckFull));
+    in.setError(node.setStates(variable.numStates, CopyOf(variable.stateNames, variable.numStates),
+                               nullptr, nullptr, nullptr, CheckFull));
+    node.setStateTitles(CopyOf(variable.stateTitles, variable.numStates));
+    in.setError(node.setKind(of.kind, CheckFull));
+}
+
+}  // namespace
+
+void EmptyNodes() {
+    std::vector<StateText>().swap(StateTexts);
+    Labels = TextList();
+    std::vector<Repetition>().swap(Repetitions);
+}
+
+void RepeatNodes(Parser_CString_kt& in, const Bnet_bn& net) {
+    for (const Repetition& repetition : Repetitions) {
+        Bnode_bn& node = *repetition.node;
+        in.setTokenStart(repetition.place);
+        if (const Bnode_bn* const of = net.findNodeLabeled(repetition.of.c_str())) {
+            Repeat(in, node, *of);
+            ListNode(in, msg::hugin.temporalNodes, node.name());
+        } else {
+            in.report(msg::hugin.temporalWithoutNode, node.name(), repetition.of.c_str());
+        }
+    }
+    Repetitions.clear();
+}
+
+// ---- Headers -------------------------------------------------------------------------------
+
+/// Reads a name. The arguments in parentheses that some programs write right behind it
+/// (father(tom)) are part of it.
+std::string_view ReadName(Parser_CString_kt& in) {
+    const std::string_view name = in.takeName(ValueSize);
+    const std::size_t arguments = PeekArguments(in).size();
+    if (name.empty() || name.size() + arguments > ValueSize) return name;
+    in.setPos(in.getPos() + arguments);
+    return {name.data(), name.size() + arguments};
+}
+
+namespace {
+
+/// The rest of a time slice's header: a ':' and the name of the node that it repeats.
+void ReadRepetition(Parser_CString_kt& in, Bnode_bn& node) {
+    const ParserPos_kt place = in.tokenStart();
+    if (in.peekPunc() != ':') return;
+    in.skipChar();
+    Repetitions.push_back({&node, std::string(ReadName(in)), place});
+}
+
+}  // namespace
+
+Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
+    StateTexts.clear();
+    Bnet_bn& net = *drawing.getBNet();
+    const std::string name(ReadName(in));
+    if (name.empty()) {
+        in.report(msg::hugin.missingName, in.structKind);
+        return nullptr;
+    }
+    rept_kt* error = nullptr;
+    Bnode_bn* const node = NewNode_ibn(name.c_str(), 2, net, safety, &error);
+    if (node == nullptr) {
+        in.setError(error);
+        return nullptr;
+    }
+    if (*in.structKind == 'd') in.setError(node->setKind(DecisionNode, CheckFull));
+    if (*in.structKind == 'u') {
+        in.setError(node->setDiscrete(ContinuousVar, false, CheckFull));
+        in.setError(node->setKind(UtilityNode, CheckFull));
+    }
+    if (*in.structKind == 'c') {
+        in.setError(node->setDiscrete(ContinuousVar, false, CheckFull));
+        ListNode(in, msg::hugin.continuousNodes, name);
+    }
+    in.structName = node->name();
+    node->groupIndex = -1;
+    if (*in.structKind == 't') ReadRepetition(in, *node);
+    return node;
+}
+
+FieldHandler<Bnode_bn> read_node_func(const char* name) {
+    if (const FieldHandler<Bnode_bn> handler = FindField(NodeFields, name)) return handler;
+    if (EqualStrsExceptNumericSuffix_kt(StatePrefix, name)) {
+        StateNumStr = name + std::strlen(StatePrefix);
+        return parse_node_HR_State_;
+    }
+    if (IsWord(name, "subtype") || HasPrefix_kt("HR_", name)) return nullptr;
+    UserFieldName = name;
+    return parse_node_userdef;
+}
+
+void FinishNode(Parser_CString_kt& in, Bnode_bn& node) {
+    for (StateText& text : StateTexts) {
+        in.setTokenStart(text.place);
+        in.setError(node.setStateComment(text.state, text.text.newCopy()));
+    }
+}
+
+namespace {
+
+// ---- Node fields ---------------------------------------------------------------------------
+
+void parse_node_label(Parser_CString_kt& in, Bnode_bn& node) {
+    if (HasValue(in)) node.setTitle(std::string_view(in.readStringText()));
+}
+
+void parse_node_position(Parser_CString_kt& in, Bnode_bn& node) {
+    coord_kt read;
+    ReadCoord(in, read);
+    if (!node.vns.hasSome()) {
+        FailAssert_kt("nd.vns.hasSome()", "ForeignFile", __LINE__);
+        return;
+    }
+    Vnode_kt& place = *node.vns[0];
+    place.shiftBy({-place.position.x, -place.position.y});
+    place.shiftBy(read);  // step by step: each is clamped to what an int holds
+    place.shiftBy(safety);
+    if (place.position.x - safety.x != read.x || place.position.y - safety.y != read.y)
+        in.report(msg::import.positionsClamped, node.name());
+}
+
+void parse_node_states(Parser_CString_kt& in, Bnode_bn& node) {
+    ReadListTexts(in, Labels, true);
+    const int count = static_cast<int>(Labels.size());
+    if (count == 0) in.report(msg::hugin.noStates);
+    constexpr int mostlyUsable = 3;
+    if (NameStates(node, Labels)) return;
+    OwnedStrs labels(Labels.copies(), count);
+    if (StrsNullEmpty_kt(labels.get(), count, 1) > mostlyUsable) {
+        in.setError(node.setStates(count, nullptr, nullptr, nullptr, nullptr, CheckFull));
+        return;
+    }
+    char** const names = MakeLegalUniqueNames_kt(labels.get(), count, 'N');
+    const bool equal = EqlArrStrs_kt(labels.get(), names, count, true);
+    rept_kt* const report = node.setStates(count, names, nullptr, nullptr, nullptr, CheckFull);
+    in.setError(report);
+    if (!IsError(report) && !equal) node.setStateTitles(labels.release());
+}
+
+void parse_node_HR_Desc(Parser_CString_kt& in, Bnode_bn& node) {
+    strin_kt text;
+    read_quoted_text(in, text);
+    if (!text.isEmpty()) node.setComment(text.newCopy());
+}
+
+void parse_node_HR_Grp(Parser_CString_kt& in, Bnode_bn& node) {
+    char text[ValueSize + 1];
+    read_value(in, text);
+    if (*text == '\0') return;
+    int group = 0;
+    if (!WholeInt(text, group)) {
+        in.report(msg::hugin.badGroup, text);
+    } else if (group < 0) {
+        in.report(msg::hugin.negativeGroup, group, node.name());
+    } else {
+        node.groupIndex = group;
+        GroupPlaces.resize(static_cast<std::size_t>(node.net().nodes.N));
+        GroupPlaces.back() = in.tokenStart();  // the node being read is the last
+    }
+}
+
+void parse_node_HR_Group(Parser_CString_kt& in, Bnode_bn& node) {
+    parse_node_HR_Grp(in, node);
+    if (node.groupIndex == 0) node.groupIndex = -1;
+}
+
+void parse_node_HR_State_(Parser_CString_kt& in, Bnode_bn&) {
+    StateText text{0, {}, in.tokenStart()};
+    read_quoted_text(in, text.text);
+    const char* rest = nullptr;
+    if (!LeadingInt(StateNumStr, text.state, rest)) text.state = INT_MAX;
+    if (!text.text.isEmpty()) StateTexts.push_back(std::move(text));
+}
+
+void parse_node_userdef(Parser_CString_kt& in, Bnode_bn& node) {
+    char text[ValueSize + 1];
+    read_value(in, text);
+    node.setUserField(UserFieldName, text, static_cast<int>(std::strlen(text)));
+}
+
+}  // namespace
+
+// ---- Value readers -------------------------------------------------------------------------
+
+bool HasValue(Parser_CString_kt& in) {
+    if (in.peekPunc() != ';' && in.peekPunc() != '}') return true;
+    in.setTokenStart(in.getPos());
+    in.report(msg::hugin.missingValue);
+    return false;
+}
+
+void read_quoted_text(Parser_CString_kt& in, strin_kt& text) {
+    if (in.peekPunc() == '"') {
+        in.skipChar();
+        in.readQuotedRest(text);
+        return;
+    }
+    char raw[ValueSize + 1];
+    read_value(in, raw);
+    text.append(raw);
+}
+
+void read_value(Parser_CString_kt& in, char* text) {
+    if (in.peekPunc() == '"') return in.readQuoted(text, ValueSize);
+    *text = '\0';
+    if (!HasValue(in)) return;
+    const ParserPos_kt start = in.getPos();
+    SkipField(in, start);
+    std::string_view value(start, static_cast<std::size_t>(in.getPos() - start));
+    value.remove_suffix(value.size() - (value.find_last_not_of(" \t\r\n") + 1));
+    if (*start != '(' && value.find('"') != value.npos) {
+        in.setTokenStart(start);
+        in.report(msg::hugin.lateQuote);
+    }
+    if (value.size() > ValueSize) {
+        in.setTokenStart(start);
+        in.report(msg::text.textCut, static_cast<int>(std::min<std::size_t>(value.size(), INT_MAX)),
+                  ValueSize);
+    }
+    text[value.copy(text, ValueSize)] = '\0';
+}
+
+void read_int_string(Parser_CString_kt& in, int& value) {
+    char text[ValueSize + 1];
+    read_value(in, text);
+    int read = 0;
+    if (!WholeInt(text, read)) throw in.report(msg::hugin.badInteger, text);
+    value = read;
+}
+
+void read_double_string(Parser_CString_kt& in, double& value) {
+    char text[ValueSize + 1];
+    read_value(in, text);
+    char* end = nullptr;
+    int error = 0;
+    const double read = strtod1_kt(text, &end, &error);
+    if (error != 0 || *end != '\0') throw in.report(msg::hugin.badNumber, text);
+    value = read;
+}
+
+void read_bool_string(Parser_CString_kt& in, bool& value) {
+    char text[ValueSize + 1];
+    read_value(in, text);
+    if (!streql_kt(text, "0") && !streql_kt(text, "1")) {
+        throw in.report(msg::hugin.badBoolean, text);
+    }
+    value = *text == '1';
+}
+
+bool LeadingInt(const char* text, int& value, const char*& rest) {
+    const char* first = text;
+    while (*first == ' ' || (*first >= '\t' && *first <= '\r')) ++first;
+    rest = text;
+    const NumberEN got = ParseInteger(first, first + std::strlen(first), value, rest);
+    return got != NumberEN::tooLarge;
+}
+
+bool WholeInt(const char* text, int& value) {
+    const char* rest = nullptr;
+    return LeadingInt(text, value, rest) && *rest == '\0';
+}
+
+}  // namespace lumo::hugin

@@ -1,0 +1,239 @@
+// Hugin files: potentials, which link a node to its parents and give its table.
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <utility>
+
+#include "formats/hugin/messages.h"
+#include "formats/hugin/nodetable.h"
+#include "formats/hugin/state.h"
+#include "formats/shared/readers.h"
+
+namespace lumo::hugin {
+
+namespace {
+
+// ---- Tables --------------------------------------------------------------------------------
+
+using PotentialHandler = void(Parser_CString_kt& in, Bnode_bn& node);
+PotentialHandler parse_potential_data, parse_potential_experience, parse_potential_model;
+
+constexpr Field<Bnode_bn> PotentialFields[] = {{"data", parse_potential_data}};
+
+/// Those that are read leniently alone.
+constexpr Field<Bnode_bn> LenientFields[] = {
+    {"experience", parse_potential_experience},
+    {"model_nodes", parse_potential_model},
+    {"model_data", parse_potential_model},
+};
+
+/// What the potential being read has given so far.
+struct Potential {
+    XArray<float> experience;
+    ParserPos_kt experiencePlace = nullptr;
+    bool hasData = false;
+    ParserPos_kt modelPlace = nullptr;
+};
+constinit Potential Current;
+int LastChild = -1;  // its place among the nodes; the next potential's is mostly the next node
+
+// ---- Header --------------------------------------------------------------------------------
+
+/// Reads the parents up to the ')' and links them to the child. Null, the input back before what is
+/// wrong, when the list fails or a link is refused.
+Bnode_bn* ReadParents(Parser_CString_kt& in, Bnet_bn& net, Bnode_bn& child) {
+    bool refused = false;
+    for (;;) {
+        const char punc = in.readPunc();
+        const ParserPos_kt here = in.tokenStart();
+        if (punc != 0) {
+            if (punc == ')') return refused ? nullptr : &child;
+            in.report(msg::hugin.strayAmongParents, CharName(punc));
+            in.setPos(here);
+            return nullptr;
+        }
+        const std::string_view name = ReadName(in);
+        if (name.empty()) {
+            in.report(msg::text.unexpectedEnd);
+            return &child;
+        }
+        Bnode_bn* const parent = net.findNodeLabeled(name);
+        if (parent == nullptr) {
+            if (IsPassedOver(name))
+                ListNode(in, msg::hugin.tablesWithoutParent, child.name());
+            else
+                in.report(msg::hugin.unknownParent, std::string(name).c_str());
+            in.setPos(here);
+            return nullptr;
+        }
+        rept_kt* const report = AddLink_ibn(*parent, child);
+        in.setError(report);
+        refused = refused || IsError(report);
+    }
+}
+
+}  // namespace
+
+Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing) {
+    Bnet_bn& net = *drawing.getBNet();
+    Current = {};
+    RepeatNodes(in, net);
+    const ParserPos_kt start = in.getPos();
+    if (in.readPunc() != '(') {
+        in.report(msg::hugin.missingNodeList);
+        in.setPos(start);
+        return nullptr;
+    }
+    const std::string_view name = ReadName(in);
+    Bnode_bn* const child = net.findNodeLabeled(name, LastChild + 1);
+    if (child == nullptr) {
+        if (IsPassedOver(name))
+            ListNode(in, msg::hugin.tablesWithoutNode, name);
+        else
+            in.report(msg::hugin.unknownChild, std::string(name).c_str());
+        return nullptr;
+    }
+    LastChild = child->place();
+    in.structName = child->name();
+    const ParserPos_kt here = in.getPos();
+    const char punc = in.readPunc();
+    if (punc == ')') return child;
+    if (punc == '|') {
+        const bool hadTable = child->relation.kind != RelnKindEN::none;
+        Bnode_bn* const read = ReadParents(in, net, *child);
+        if (hadTable && child->relation.kind == RelnKindEN::none)
+            in.report(msg::import.tableAgain, child->name());
+        return read;
+    }
+    in.report(msg::hugin.strayBehindChild, CharName(punc));
+    in.setPos(here);
+    return nullptr;
+}
+
+FieldHandler<Bnode_bn> read_potential_func(const char* name) {
+    if (const FieldHandler<Bnode_bn> handler = FindField(PotentialFields, name)) return handler;
+    return Lenient ? FindField(LenientFields, name) : nullptr;
+}
+
+namespace {
+
+// ---- Texts ---------------------------------------------------------------------------------
+
+/// The text without its comments, each run of white space one blank.
+std::string OnOneLine(std::string_view text) {
+    std::string out;
+    bool quoted = false;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (text[at] == '"') quoted = !quoted;
+        if (text[at] == '%' && !quoted) at = std::min(text.find('\n', at), text.size() - 1);
+        const bool blank = std::string_view(" \t\r\n").find(text[at]) != std::string_view::npos;
+        if (!blank)
+            out += text[at];
+        else if (!out.empty() && out.back() != ' ')
+            out += ' ';
+    }
+    return out.substr(0, out.find_last_not_of(' ') + 1);
+}
+
+/// Keeps the field's value as a user field of the node.
+void KeepText(Parser_CString_kt& in, Bnode_bn& node, const char* name) {
+    if (!HasValue(in)) return;
+    const ParserPos_kt start = in.getPos();
+    SkipField(in, start);
+    const std::string text = OnOneLine({start, static_cast<std::size_t>(in.getPos() - start)});
+    node.setUserField(name, text.data(), static_cast<int>(text.size()));
+}
+
+void parse_potential_model(Parser_CString_kt& in, Bnode_bn& node) {
+    Current.modelPlace = in.tokenStart();
+    KeepText(in, node, in.fieldName);
+}
+
+// ---- Potential data ------------------------------------------------------------------------
+
+/// Whether a table of the nodes would be one of distributions.
+bool AnyContinuous(const BndList_bn& nodes) {
+    return std::ranges::any_of(nodes, [](const Bnode_bn* node) {
+        return node->kind == NatureNode && !node->variable.discrete;
+    });
+}
+
+/// How near to a whole number a count, or to 1 the sum of probabilities, is taken to be it.
+constexpr double CountTolerance = 0.004;
+
+/// Experience values are counts: all but whole numbers become whole, and without any information
+/// left they go.
+void TidyExperience(Reln_bn& relation) {
+    if (relation.exper == nullptr) return;
+    const int rows = NumProduct(relation.node->parents);
+    SnapToInteger_kt(relation.exper, rows, CountTolerance);
+    for (int i = 0; i < rows; ++i) {
+        if (relation.exper[i] != 1.0F) return;
+    }
+    relation.setExperTable(nullptr);
+}
+
+void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
+    Current.hasData = true;
+    if (AnyContinuous(node.family)) return KeepText(in, node, "data");
+    if (node.relation.kind != RelnKindEN::none) in.report(msg::import.tableAgain, node.name());
+    const bool hasStates = node.numStates() != 0;
+    unsigned char* bytes = nullptr;
+    ParseNodeTable(in, &bytes, 10, hasStates, node, nullptr, 0, false, 14, Lenient);
+    float* const table = reinterpret_cast<float*>(bytes);
+    Reln_bn& relation = node.relation;
+    if (!hasStates) {
+        in.setError(relation.setRealTable(table, nullptr));
+        return;
+    }
+    in.setError(node.setProbsTable(table, false, CheckFull));
+    if (!relation.rowsNormalized && relation.probs != nullptr) relation.normalize_(CountTolerance);
+    TidyExperience(relation);
+    relation.makeDeterminFromProbs(false);
+}
+
+// ---- Experience ----------------------------------------------------------------------------
+
+void parse_potential_experience(Parser_CString_kt& in, Bnode_bn& node) {
+    if (AnyContinuous(node.family)) {
+        in.reportUnknown(in.fieldName, msg::hugin.unknownField);
+        return SkipField(in, in.getPos());
+    }
+    Current.experiencePlace = in.getPos();
+    unsigned char* bytes = nullptr;
+    ParseNodeTable(in, &bytes, 10, false, node, nullptr, 0, false, 14, Lenient);
+    Current.experience.reset(reinterpret_cast<float*>(bytes));
+}
+
+/// Gives the node the experience of its potential, behind all else that may change its relation.
+void SetExperience(Parser_CString_kt& in, Bnode_bn& node) {
+    Reln_bn& relation = node.relation;
+    const float* const values = Current.experience.get();
+    const float* const end = values + NumProduct(node.parents);
+    const float* const bad = std::find_if_not(values, end, [](float value) { return value >= 0; });
+    in.setTokenStart(Current.experiencePlace);
+    if (bad != end) {
+        in.report(msg::hugin.badExperience, node.name(), *bad);
+    } else if (relation.probs == nullptr) {
+        in.reportUnknown("experience", msg::hugin.unknownField);
+    } else if (relation.exper != nullptr) {
+        in.report(msg::hugin.experienceFromCounts, node.name());
+    } else {
+        relation.setExperTable(Current.experience.release());
+        ListNode(in, msg::hugin.experienceRead, node.name());
+    }
+}
+
+}  // namespace
+
+void FinishPotential(Parser_CString_kt& in, Bnode_bn& node) {
+    if (Current.experience != nullptr) SetExperience(in, node);
+    if (Current.modelPlace != nullptr) {
+        in.setTokenStart(Current.modelPlace);
+        ListNode(in, Current.hasData ? msg::hugin.expressionsKept : msg::hugin.expressionsOnly,
+                 node.name());
+    }
+    Current = {};
+}
+
+}  // namespace lumo::hugin

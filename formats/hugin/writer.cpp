@@ -1,0 +1,452 @@
+#include "formats/hugin/writer.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <unordered_map>
+
+#include "formats/shared/describe.h"
+#include "formats/shared/labels.h"
+#include "formats/shared/placing.h"
+#include "formats/shared/rows.h"
+#include "formats/shared/textout.h"
+#include "library/utilities/text.h"
+
+namespace lumo {
+namespace {
+
+constexpr double fullScale = 1.25;  // of positions, by readers, at full zoom
+constexpr double fullZoom = 100;    // per cent
+constexpr std::size_t longestValue = 255;
+
+// ---- Colors --------------------------------------------------------------------------------
+
+/// The palette has four levels of each: blue changes slowest and green fastest.
+constexpr std::array<int, 4> outerLevels = {255, 198, 132, 0};
+constexpr std::array<int, 4> greenLevels = {255, 195, 130, 0};
+
+struct PaletteColor {
+    int index;
+    bool exact;
+};
+
+PaletteColor Nearest(RGB color) {
+    bool exact = true;
+    const auto nearest = [&exact](const std::array<int, 4>& levels, int value) {
+        const auto closer = [value](int a, int b) {
+            return std::abs(a - value) < std::abs(b - value);
+        };
+        const auto level = std::min_element(levels.begin(), levels.end(), closer);
+        exact = exact && *level == value;
+        return static_cast<int>(level - levels.begin());
+    };
+    const int index = nearest(outerLevels, color.blue) * 16 + nearest(outerLevels, color.red) * 4 +
+                      nearest(greenLevels, color.green);
+    return {index, exact};
+}
+
+// ---- What the file can say -----------------------------------------------------------------
+
+/// The number in per cent that a reader makes the zoom of.
+double Percent(double zoom) {
+    const double percent = zoom * fullZoom;
+    for (const double limit : {-HUGE_VAL, HUGE_VAL}) {
+        const double other = std::nextafter(percent, limit);
+        if (percent / fullZoom != zoom && other / fullZoom == zoom) return other;
+    }
+    return percent;
+}
+
+double ZoomAsRead(double zoom) {
+    const double read = Percent(zoom) / fullZoom;
+    return read > 0 && std::isfinite(read) && std::isfinite(fullZoom / read) ? read : 1;
+}
+
+/// A net as the file will show it.
+class Plan {
+public:
+    explicit Plan(const Bnet_bn& net)
+        : net_(net),
+          placing_(*net.vnets[0], fullScale / ZoomAsRead(net.vnets[0]->zoomFactor), true),
+          tables_(net),
+          colors_(NodesetColors(net)) {
+        int place = 0;
+        for (const auto& set : net.nodesets()) {
+            places_.emplace(set.get(), place++);
+            if (IsLegalName_kt(set->name())) groupNames_.add(set->name());
+        }
+        colored_ = place;
+        while (colored_ > 0 && IsDefaultColor(colors_[static_cast<std::size_t>(colored_ - 1)]))
+            --colored_;
+    }
+
+    const Placing& placing() const { return placing_; }
+    const Tables& tables() const { return tables_; }
+    const Bnet_bn& net() const { return net_; }
+
+    // Groups. Those at the end of the list have no color in the file when theirs is the default.
+
+    int placeOf(const nodeset_bn& set) const { return places_.at(&set); }
+    const nodeset_bn& group(int place) const {
+        return *net_.nodesets()[static_cast<std::size_t>(place)];
+    }
+    /// The group's name, or a legal one unlike all others.
+    std::string groupName(const nodeset_bn& set) {
+        if (IsLegalName_kt(set.name())) return set.name();
+        std::string name = groupNames_.unique(set.name(), 'G');
+        groupNames_.add(name);
+        return name;
+    }
+    int coloredGroups() const { return colored_; }
+    PaletteColor color(int place) const {
+        return Nearest(colors_[static_cast<std::size_t>(place)]);
+    }
+
+    // States.
+
+    /// The labels to write; what a reader makes of them: names, and titles unless they are the
+    /// names.
+    const Texts& labels(const Bnode_bn& node) const {
+        StateLabels(node.variable, labels_);
+        return labels_;
+    }
+    Texts readNames(const Bnode_bn& node) const {
+        const int count = node.numStates();
+        if (AreStateNames(labels(node))) return labels_;
+        const OwnedStrs made(MakeLegalUniqueNames_kt(Pointers(labels_).data(), count, 'N'), count);
+        return {made.get(), made.get() + count};
+    }
+
+private:
+    const Bnet_bn& net_;
+    Placing placing_;
+    Tables tables_;
+    std::vector<RGB> colors_;
+    std::unordered_map<const nodeset_bn*, int> places_;
+    UniqueNames_kt groupNames_;
+    int colored_ = 0;
+    mutable Texts labels_;
+};
+
+/// A utility node has no states here.
+int StatesOf(const Bnode_bn& node) { return node.kind == UtilityNode ? 0 : node.numStates(); }
+
+// ---- User fields ---------------------------------------------------------------------------
+
+/// Names that mean something else to a reader.
+constexpr const char* reservedFields[] = {"label", "position", "states", "subtype"};
+
+bool IsFieldName(const std::string& name) {
+    constexpr std::string_view ends = " \t\n\v\f\r\"(){}=,;:|%";
+    if (name.empty() || name.size() > longestValue) return false;
+    if (name.find_first_of(ends) != std::string::npos) return false;
+    if (name.find("HRUNTIME") != std::string::npos) return false;
+    const std::string start = name.substr(0, 3);
+    return !streqli_kt(start.c_str(), "HR_") &&
+           std::none_of(std::begin(reservedFields), std::end(reservedFields),
+                        [&](const char* word) { return streqli_kt(word, name.c_str()); });
+}
+
+bool IsWritable(const UserField& field) {
+    const std::string_view text = FieldText(field);
+    return IsFieldName(ToUtf8(field.name)) && text.find('\0') == std::string_view::npos &&
+           ToUtf8(text).size() <= longestValue;
+}
+
+// ---- Tables --------------------------------------------------------------------------------
+
+/// A decision has none in the file.
+bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
+    if (node.kind == DecisionNode) return false;
+    const bool real = node.relation.kind == RelnKindEN::real;
+    if (!plan.tables().has(node) || (real ? node.numStates() > 1 : StatesOf(node) == 0))
+        return false;
+    return std::all_of(node.parents.begin(), node.parents.end(),
+                       [](const Bnode_bn* parent) { return StatesOf(*parent) > 0; });
+}
+
+bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
+    if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return true;
+    const float* table = plan.tables().of(node);
+    if (node.relation.exper == nullptr) return KeepsRows(table, node);
+    return AllRows(
+        table, node, node.relation.exper,
+        [](const float* row, const RowNumbers& numbers) { return numbers.keepsRow(row); });
+}
+
+/// Experience of 1 throughout is as none to readers.
+bool KeepsExperience(const Plan& plan, const Bnode_bn& node) {
+    if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return false;
+    const float* experience = node.relation.exper;
+    const auto isOne = [](float value) { return AreClose(value, 1); };
+    return !std::all_of(experience, experience + NumProduct(node.parents), isOne) &&
+           AllRows(plan.tables().of(node), node, experience,
+                   [](const float*, const RowNumbers& numbers) { return numbers.keepsWeight(); });
+}
+
+// ---- What is kept --------------------------------------------------------------------------
+
+bool KeepsStateNames(const Plan& plan, const Bnode_bn& node) {
+    return StatesOf(node) > 0 && AreKept(node.variable.stateNames, plan.readNames(node));
+}
+
+bool KeepsUnnamed(const Plan&, const Bnode_bn& node) { return StatesOf(node) == 0; }
+
+bool KeepsStateTitles(const Plan& plan, const Bnode_bn& node) {
+    return StatesOf(node) > 0 && !AreStateNames(plan.labels(node)) &&
+           AreKept(node.variable.stateTitles, plan.labels(node));
+}
+
+bool KeepsUntitled(const Plan& plan, const Bnode_bn& node) {
+    return StatesOf(node) == 0 || AreStateNames(plan.labels(node));
+}
+
+bool KeepsStateComments(const Plan&, const Bnode_bn& node) { return StatesOf(node) > 0; }
+
+bool KeepsGroups(const Plan&, const Bnode_bn& node) {
+    return node.nodesets().size() == 1 && IsLegalName_kt(node.nodesets().front()->name());
+}
+
+bool KeepsUserFields(const Plan&, const Bnode_bn& node) {
+    return std::all_of(node.userFields().begin(), node.userFields().end(), IsWritable);
+}
+
+constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
+    {FeatureEN::node},
+    {FeatureEN::name},
+    {FeatureEN::title},
+    {FeatureEN::sameTitle},
+    {FeatureEN::comment},
+    {FeatureEN::kind},
+    {FeatureEN::utilityForm,
+     [](const Plan&, const Bnode_bn& node) {
+         return node.numStates() == 0 && !node.variable.discrete;
+     }},
+    {FeatureEN::stateNames, KeepsStateNames},
+    {FeatureEN::unnamedStates, KeepsUnnamed},
+    {FeatureEN::stateTitles, KeepsStateTitles},
+    {FeatureEN::untitledStates, KeepsUntitled},
+    {FeatureEN::stateComments, KeepsStateComments},
+    {FeatureEN::position},
+    {FeatureEN::exactPosition,
+     [](const Plan& plan, const Bnode_bn& node) { return plan.placing().isExact(node); }},
+    {FeatureEN::groups, KeepsGroups},
+    {FeatureEN::userFields, KeepsUserFields},
+    {FeatureEN::parents},
+    {FeatureEN::noTable},
+    {FeatureEN::table, KeepsTable},
+    {FeatureEN::exactTable, KeepsExactTable},
+    {FeatureEN::deterministic, KeepsTable},
+    {FeatureEN::experience, KeepsExperience},
+};
+
+constexpr Kept<Plan, int> keptOfGroups[] = {
+    {FeatureEN::group,
+     [](const Plan& plan, const int& place) { return IsLegalName_kt(plan.group(place).name()); }},
+    {FeatureEN::color,
+     [](const Plan& plan, const int& place) {
+         return place >= plan.coloredGroups() || plan.color(place).exact;
+     }},
+};
+
+constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
+    {FeatureEN::nodeOrder},
+    {FeatureEN::noNetTitle},
+    {FeatureEN::netComment},
+    {FeatureEN::autoUpdate},
+    {FeatureEN::labelStyle},
+    {FeatureEN::zoom,
+     [](const Plan&, const Bnet_bn& net) {
+         return ZoomAsRead(net.vnets[0]->zoomFactor) == net.vnets[0]->zoomFactor;
+     }},
+    {FeatureEN::font,
+     [](const Plan&, const Bnet_bn& net) {
+         const fontspec_kt& font = net.vnets[0]->font->spec();
+         return ToUtf8(font.face).size() <= longestValue && font.size >= 0;
+     }},
+    {FeatureEN::grid,
+     [](const Plan&, const Bnet_bn& net) {
+         const dcoord_kt grid = net.vnets[0]->grid;
+         return std::isfinite(grid.x) && std::isfinite(grid.y);
+     }},
+    {FeatureEN::margin,
+     [](const Plan& plan, const Bnet_bn&) { return plan.placing().keepsMargin(); }},
+    {FeatureEN::groupOrder},
+};
+
+// ---- Writing -------------------------------------------------------------------------------
+
+void WriteField(TextOut& out, std::string_view name, std::string_view text) {
+    out << "  " << ToUtf8(name) << " = " << Quoted(text) << ";\n";
+}
+
+template <class T>
+void WriteNumberField(TextOut& out, std::string_view name, T value) {
+    out << "  " << name << " = \"" << value << "\";\n";
+}
+
+void WriteDisplay(TextOut& out, const Bnet_bn& net) {
+    const Vnet_kt& drawing = *net.vnets[0];
+    const fontspec_kt& font = drawing.font->spec();
+    const FeatureSet has = FeaturesOf(net);
+    const auto flag = [&font](int bit) { return (font.styleFlags & bit) != 0; };
+    if ((has & Bit(FeatureEN::labelStyle)) != 0)
+        WriteNumberField(out, "HR_Node_Label_Style", drawing.labelStyle == 0 ? 1 : 2);
+    if ((has & Bit(FeatureEN::zoom)) != 0)
+        WriteNumberField(out, "HR_Zoom_ZoomFactor", Percent(drawing.zoomFactor));
+    if ((has & Bit(FeatureEN::autoUpdate)) != 0) WriteNumberField(out, "HR_Propagate_Auto", 1);
+    if ((has & Bit(FeatureEN::font)) != 0) {
+        WriteField(out, "HR_Font_Name", font.face);
+        WriteNumberField(out, "HR_Font_Size", font.size);
+        WriteNumberField(out, "HR_Font_Weight", flag(fontspec_kt::Bold) ? 700 : 400);
+        WriteNumberField(out, "HR_Font_Italic", flag(fontspec_kt::Italic) ? 1 : 0);
+    }
+    if ((has & Bit(FeatureEN::grid)) != 0) {
+        if (std::isfinite(drawing.grid.x)) WriteNumberField(out, "HR_Grid_X", drawing.grid.x);
+        if (std::isfinite(drawing.grid.y)) WriteNumberField(out, "HR_Grid_Y", drawing.grid.y);
+        WriteNumberField(out, "HR_Grid_GridShow", drawing.showGrid ? 1 : 0);
+        WriteNumberField(out, "HR_Grid_GridSnap", drawing.snapToGrid ? 1 : 0);
+    }
+}
+
+void WriteGroups(TextOut& out, Plan& plan) {
+    const int count = static_cast<int>(plan.net().nodesets().size());
+    if (count == 0) return;
+    WriteNumberField(out, "HR_Groups_UserGroupsNo", count);
+    std::string names;
+    for (const auto& set : plan.net().nodesets()) names += plan.groupName(*set) + '\t';
+    WriteField(out, "HR_Groups_GroupNames", names);
+    if (plan.coloredGroups() == 0) return;
+    std::string colors;
+    for (int i = 0; i < plan.coloredGroups(); ++i) colors += Format("%02d", plan.color(i).index);
+    WriteField(out, "HR_Groups_GroupColors", colors);
+}
+
+void WriteNet(TextOut& out, Plan& plan) {
+    const Bnet_bn& net = plan.net();
+    out << "net\n{\n";
+    if (HasText(net.comment)) WriteField(out, "HR_Desc", net.comment);
+    WriteDisplay(out, net);
+    WriteGroups(out, plan);
+    out << "}\n";
+}
+
+constexpr std::string_view KindOf(NodeKindEN kind) {
+    if (kind == DecisionNode) return "decision";
+    return kind == UtilityNode ? "utility" : "node";
+}
+
+void WriteStates(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    if (node.kind == UtilityNode) return;
+    out << "  states = (";
+    WriteSeparated(out, plan.labels(node), " ",
+                   [&](const std::string& label) { out << Quoted(label); });
+    out << ");\n";
+    char* const* comments = node.variable.stateComments;
+    for (int i = 0; comments != nullptr && i < node.numStates(); ++i) {
+        if (HasText(comments[i])) WriteField(out, "HR_State_" + std::to_string(i), comments[i]);
+    }
+}
+
+void WriteNode(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    out << '\n' << KindOf(node.kind) << ' ' << node.name() << "\n{\n";
+    if (HasText(node.title)) WriteField(out, "label", node.title);
+    if (plan.placing().hasPlaces()) {
+        const coord_kt at = plan.placing().written(node);
+        out << "  position = (" << at.x << ' ' << at.y << ");\n";
+    }
+    WriteStates(out, node, plan);
+    if (HasText(node.comment)) WriteField(out, "HR_Desc", node.comment);
+    if (!node.nodesets().empty())
+        WriteNumberField(out, "HR_Grp", plan.placeOf(*node.nodesets().front()));
+    for (const UserField& field : node.userFields())
+        if (IsWritable(field)) WriteField(out, field.name, FieldText(field));
+    out << "}\n";
+}
+
+/// Writes the numbers of a table with the parentheses that show its levels: one pair around the
+/// states of each parent and, when there are several, around those of the node.
+class TableWriter {
+public:
+    TableWriter(TextOut& out, const Bnode_bn& node)
+        : out_(out), spans_(static_cast<std::size_t>(node.parents.N)) {
+        long long span = 1;
+        for (std::size_t i = spans_.size(); i-- > 0;)
+            spans_[i] = span *= node.parents[static_cast<int>(i)]->numStates();
+        if (StatesOf(node) > 0 || spans_.empty()) spans_.push_back(1);
+    }
+
+    /// One row: write() writes the numbers of one combination of parent states.
+    template <class WRITE>
+    void row(WRITE write) {
+        if (row_ > 0) separate();
+        for (const long long span : spans_)
+            if (row_ % span == 0) out_ << '(';
+        write();
+        ++row_;
+        for (const long long span : spans_)
+            if (row_ % span == 0) out_ << ')';
+    }
+
+private:
+    /// A list starts on a new line, below those that it is beside.
+    void separate() {
+        const auto open = std::count_if(spans_.begin(), spans_.end(),
+                                        [this](long long span) { return row_ % span != 0; });
+        if (open == std::ssize(spans_)) {
+            out_ << ' ';
+            return;
+        }
+        constexpr std::size_t start = std::string_view("  data = ").size();
+        out_ << '\n' << std::string(start + static_cast<std::size_t>(open), ' ');
+    }
+
+    TextOut& out_;
+    std::vector<long long> spans_;  // rows of a pair of parentheses, from the outermost in
+    long long row_ = 0;
+};
+
+void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
+    const bool hasTable = KeepsTable(plan, node);
+    if (!hasTable && node.parents.N == 0) return;
+    out << "\npotential (" << node.name();
+    if (node.parents.N > 0) out << " |";
+    for (const Bnode_bn* parent : node.parents) out << ' ' << parent->name();
+    out << ")\n{\n";
+    if (hasTable) {
+        out << "  data = ";
+        TableWriter table(out, node);
+        if (node.relation.kind == RelnKindEN::real) {
+            const int rows = NumProduct(node.parents);
+            for (int row = 0; row < rows; ++row)
+                table.row([&] { out << node.relation.reals[row]; });
+        } else {
+            AllRows(plan.tables().of(node), node, node.relation.exper,
+                    [&](const float*, const RowNumbers& numbers) {
+                        table.row([&] { numbers.write(out, " "); });
+                        return true;
+                    });
+        }
+        out << ";\n";
+    }
+    out << "}\n";
+}
+
+}  // namespace
+
+void WriteHugin(const ImportResult& result, std::ostream& stream) {
+    const Bnet_bn& net = *result.net;
+    Plan plan(net);
+    TextOut out(stream);
+    WriteNet(out, plan);
+    for (const Bnode_bn* node : net.nodes) WriteNode(out, *node, plan);
+    for (const Bnode_bn* node : net.nodes) WritePotential(out, *node, plan);
+}
+
+Losses HuginLosses(const Bnet_bn& net) {
+    return FindLosses(net, Plan(net), keptOfNodes, keptOfGroups, keptOfNet);
+}
+
+}  // namespace lumo

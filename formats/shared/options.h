@@ -1,0 +1,41 @@
+// How a file is read: the codes of the formats and the options of an import.
+#pragma once
+
+#include <string_view>
+
+#include "library/utilities/language.h"
+
+namespace LUMO_API lumo {
+
+/// Format codes.
+enum ForeignFormatEN : int {
+    FormatHugin = 8,     ///< Hugin .net, versions 4 to 6
+    FormatDsc = 9,       ///< DSC, the Bayes Net Interchange Format
+    FormatDXPress = 10,  ///< DXPress diagnostic knowledge bases
+    FormatErgo = 11,     ///< the older, numeric Ergo format
+    FormatXMLBIF = 13,   ///< XML BIF 0.3
+    FormatBIF = 14,      ///< BIF 0.15, the Bayesian Networks Interchange Format as text
+    FormatXDSL = 15,     ///< XDSL
+    FormatUAI = 16,      ///< UAI, the text of the inference competitions, Bayes nets alone
+};
+
+/// Preferences: when state titles are no legal names, make state names from them as well.
+extern bool Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
+extern bool Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
+
+/// How a file is read. What the defaults leave out is lost as the format's definition wants it.
+struct ReadOptions {
+    /// Keeps what reading by the letter loses: each leniency taken is a report of its own, and what
+    /// strict reading keeps is kept unchanged.
+    bool lenient = false;
+    /// Scales the rows of nature nodes that do not sum to 1, and says how many.
+    bool normalize = false;
+    /// Make state names from titles that are no legal names (DSC, XML BIF).
+    bool createStateNamesDsc = Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
+    bool createStateNamesXMLBIF = Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
+    /// The class of a Hugin file with several to read; empty: in strict reading the first, in
+    /// lenient reading the one that no other instantiates.
+    std::string_view className;
+};
+
+}  // namespace lumo

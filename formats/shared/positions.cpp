@@ -1,0 +1,77 @@
+#include "formats/shared/positions.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+#include "formats/shared/messages.h"
+#include "formats/shared/readers.h"
+
+namespace lumo {
+
+namespace {
+
+constexpr int drawingMargin = 40;  // of FixNodePositions
+constexpr double layoutSpacing = 2.0;
+
+int Clamped(double v) {
+    return static_cast<int>(std::clamp<double>(std::floor(v + 0.5), INT_MIN, INT_MAX));
+}
+
+/// Moves the visual node to the place, in two steps where one offset would not fit an int. False
+/// when the place does not fit and is clamped.
+bool MoveTo(Vnode_kt& vnode, double x, double y) {
+    const auto clamped = [](long long v) {
+        return static_cast<int>(std::clamp<long long>(v, INT_MIN, INT_MAX));
+    };
+    const coord_kt target{Clamped(x), Clamped(y)};
+    while (vnode.position != target) {
+        vnode.moveBy({clamped(static_cast<long long>(target.x) - vnode.position.x),
+                      clamped(static_cast<long long>(target.y) - vnode.position.y)},
+                     1);
+    }
+    return std::max(std::abs(x), std::abs(y)) <= INT_MAX;
+}
+
+}  // namespace
+
+void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver) {
+    if (!(scale > 0) || !std::isfinite(scale)) {
+        NewReport(msg::import.badScale, scale);
+        scale = 1;
+    }
+    rect_kt extent;
+    drawing.findExtent(extent);
+    const Vnode_kt* firstClamped = nullptr;
+    for (Vnode_kt* vnode : drawing.vnodes) {
+        const double dx = static_cast<double>(vnode->position.x) - extent.left;
+        const double dy = turnOver ? static_cast<double>(extent.bottom) - vnode->position.y
+                                   : static_cast<double>(vnode->position.y) - extent.top;
+        if (MoveTo(*vnode, dx * scale + drawingMargin, dy * scale + drawingMargin)) continue;
+        if (firstClamped == nullptr) firstClamped = vnode;
+    }
+    if (firstClamped != nullptr)
+        NewReport(msg::import.positionsClamped, firstClamped->node->name());
+}
+
+void SetSafePosition(Bnode_bn& node, coord_kt inFile) {
+    const auto moved = [](int value, int offset) {
+        return value > INT_MAX - offset ? INT_MAX : value + offset;
+    };
+    const coord_kt position{moved(inFile.x, safety.x), moved(inFile.y, safety.y)};
+    SetNodeVisPosition_ibn(node, position, nullptr);
+    if (position.x - safety.x != inFile.x || position.y - safety.y != inFile.y)
+        NewReport(msg::import.positionsClamped, node.name());
+}
+
+void PlaceNodes(Vnet_kt& drawing, bool given, double scale) {
+    if (given) return FixNodePositions(drawing, scale, false);
+    const float side = std::sqrt(static_cast<float>(drawing.vnodes.N));
+    const rect_kt area{30, 10, 30 + RoundToInt_kt(200.0 * static_cast<double>(side)),
+                       10 + RoundToInt_kt(100.0 * static_cast<double>(side))};
+    Layout(drawing.vnodes, area, false, false, true, layoutSpacing);
+    drawing.reformAllAndRedraw(true, true, -1);
+    drawing.laidOut = true;
+}
+
+}  // namespace lumo
