@@ -1,56 +1,68 @@
-// Values, texts and arrays as bytes, for the version and the kind of machine that made them.
+// Values as bytes and back, for the version and the kind of machine that made them. What a struct
+// consists of is said once, for both directions, by the function EachField(object, archive), which
+// hands its fields to the archive.
 #pragma once
 
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
-#include "library/utilities/Utils.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {
 
-inline constexpr std::string_view ArchiveStart = "lumo " LUMO_VERSION " state 1";
+inline constexpr std::string_view ArchiveStart = "lumo " LUMO_VERSION " state 2";
 inline constexpr std::uint32_t ArchiveByteOrder = 0x01020304;
-inline constexpr long long AbsentBlock = -1;  ///< the length of a null text or array
+
+template <class T>
+concept PlainValue = std::is_arithmetic_v<T> || std::is_enum_v<T>;
 
 class ArchiveOut {
 public:
-    ArchiveOut() {
-        text(ArchiveStart);
-        value(ArchiveByteOrder);
-    }
+    ArchiveOut() { (*this)(std::string(ArchiveStart), ArchiveByteOrder); }
     std::string take() { return std::move(bytes_); }
 
-    template <class T>
-    void value(const T& value) {
-        static_assert(std::is_trivially_copyable_v<T>);
-        bytes_.append(reinterpret_cast<const char*>(&value), sizeof value);
-    }
-    void text(std::string_view text) { array(text.data(), std::ssize(text)); }
-    void text(const char* text) {
-        text == nullptr ? value(AbsentBlock) : this->text(std::string_view(text));
-    }
-    template <class T>
-    void array(const T* values, long long count) {
-        static_assert(std::is_trivially_copyable_v<T>);
-        value(values == nullptr ? AbsentBlock : count);
-        if (values != nullptr)
-            bytes_.append(reinterpret_cast<const char*>(values),
-                          static_cast<std::size_t>(count) * sizeof(T));
-    }
-    /// The list's length, then each item as the function puts it.
-    template <class LIST, class PUT>
-    void list(const LIST& list, PUT put) {
-        value(static_cast<long long>(std::distance(std::begin(list), std::end(list))));
-        for (const auto& item : list) put(item);
+    template <class... FIELDS>
+    void operator()(const FIELDS&... fields) {
+        (put(fields), ...);
     }
 
 private:
+    template <PlainValue T>
+    void put(const T& value) {
+        bytes_.append(reinterpret_cast<const char*>(&value), sizeof value);
+    }
+    void put(const std::string& text) {
+        put(text.size());
+        bytes_ += text;
+    }
+    template <class T>
+    void put(const std::optional<T>& value) {
+        put(value.has_value());
+        if (value) put(*value);
+    }
+    template <class A, class B>
+    void put(const std::pair<A, B>& both) {
+        (*this)(both.first, both.second);
+    }
+    template <class T>
+    void put(const std::vector<T>& list) {
+        put(list.size());
+        if constexpr (PlainValue<T>)
+            bytes_.append(reinterpret_cast<const char*>(list.data()), list.size() * sizeof(T));
+        else
+            for (const T& item : list) put(item);
+    }
+    template <class T>
+    void put(const T& object) {
+        EachField(object, *this);
+    }
+
     std::string bytes_;
 };
 
@@ -58,63 +70,73 @@ private:
 class ArchiveIn {
 public:
     explicit ArchiveIn(std::string_view bytes) : rest_(bytes) {
-        if (string() != ArchiveStart || value<std::uint32_t>() != ArchiveByteOrder) refuse();
+        std::string start;
+        std::uint32_t order = 0;
+        (*this)(start, order);
+        require(start == ArchiveStart && order == ArchiveByteOrder);
     }
 
-    [[noreturn]] static void refuse() {
-        throw py::value_error("this was not pickled by lumo " LUMO_VERSION " on such a machine");
+    static void require(bool isRight) {
+        if (!isRight)
+            throw py::value_error("this was not pickled by lumo " LUMO_VERSION
+                                  " on such a machine");
     }
-    template <class T>
-    T value() {
-        T value;
-        std::memcpy(&value, take(sizeof value).data(), sizeof value);
-        return value;
+    template <class... FIELDS>
+    void operator()(FIELDS&... fields) {
+        (take(fields), ...);
     }
-    template <class T>
-    void value(T& out) {
-        out = value<T>();
-    }
-    /// A number that is at least 0 and below the limit.
-    int index(int limit) {
-        const int number = value<int>();
-        if (number < 0 || number >= limit) refuse();
-        return number;
-    }
-    std::string string() { return std::string(block(1).value_or("")); }
-    /// A new[] copy; null for an absent text.
-    char* text() {
-        const std::optional<std::string_view> bytes = block(1);
-        return bytes ? DupStr_kt(*bytes) : nullptr;
-    }
-    /// An array of exactly so many T, or null.
-    template <class T>
-    XArray<T> array(long long count) {
-        const std::optional<std::string_view> bytes = block(sizeof(T));
-        if (!bytes) return nullptr;
-        if (bytes->size() != static_cast<std::size_t>(count) * sizeof(T)) refuse();
-        XArray<T> array = NewXArray<T>(count);
-        if (array == nullptr) throw std::bad_alloc();
-        std::memcpy(array.get(), bytes->data(), bytes->size());
-        return array;
-    }
-    /// Calls the function for each item of a list.
-    template <class TAKE>
-    void list(TAKE take) {
-        for (auto count = value<long long>(); count > 0; --count) take();
-    }
+    /// To be called when all is taken.
+    void end() const { require(rest_.empty()); }
 
 private:
-    std::string_view take(std::size_t size) {
-        if (size > rest_.size()) refuse();
-        const std::string_view taken = rest_.substr(0, size);
-        rest_.remove_prefix(size);
-        return taken;
+    template <PlainValue T>
+    void take(T& value) {
+        const std::string_view bytes = next(1, sizeof value);
+        if constexpr (std::is_same_v<T, bool>) {
+            require(bytes[0] == 0 || bytes[0] == 1);
+            value = bytes[0] == 1;
+        } else {
+            std::memcpy(&value, bytes.data(), sizeof value);
+        }
     }
-    std::optional<std::string_view> block(std::size_t size) {
-        const auto count = value<long long>();
-        if (count == AbsentBlock) return std::nullopt;
-        if (count < 0 || static_cast<std::size_t>(count) > rest_.size() / size) refuse();
-        return take(static_cast<std::size_t>(count) * size);
+    void take(std::string& text) { text = next(count(), 1); }
+    template <class T>
+    void take(std::optional<T>& value) {
+        bool has = false;
+        take(has);
+        if (has) take(value.emplace());
+    }
+    template <class A, class B>
+    void take(std::pair<A, B>& both) {
+        (*this)(both.first, both.second);
+    }
+    template <class T>
+    void take(std::vector<T>& list) {
+        const std::size_t items = count();
+        if constexpr (PlainValue<T>) {
+            const std::string_view bytes = next(items, sizeof(T));
+            list.resize(items);
+            if (items > 0) std::memcpy(list.data(), bytes.data(), bytes.size());
+        } else {
+            require(items <= rest_.size());  // each takes a byte at least
+            for (std::size_t i = 0; i < items; ++i) take(list.emplace_back());
+        }
+    }
+    template <class T>
+    void take(T& object) {
+        EachField(object, *this);
+    }
+
+    std::size_t count() {
+        std::size_t count = 0;
+        take(count);
+        return count;
+    }
+    std::string_view next(std::size_t items, std::size_t size) {
+        require(items <= rest_.size() / size);
+        const std::string_view taken = rest_.substr(0, items * size);
+        rest_.remove_prefix(taken.size());
+        return taken;
     }
 
     std::string_view rest_;

@@ -1,127 +1,157 @@
 // Nets and reports as bytes and back, for pickling and copying: all that can be seen of them, texts
 // byte by byte and numbers bit by bit. (The JSON has neither the bytes of texts that are not UTF-8,
 // nor the texts that nodes are looked up by, nor negative zeros.)
+//
+// A net is put into plain structs, whose fields are listed once for both directions, and made of
+// them again through the model's own operations, which is where bytes of another origin are found
+// out.
+#include <algorithm>
+#include <cmath>
 #include <span>
+#include <unordered_set>
 
+#include "formats/detect.h"
 #include "library/reports/reports.h"
 #include "python/archive.h"
 
 namespace lumo::python {
+
+// ---- What there is of a net ----------------------------------------------------------------
+
+using Text = std::optional<std::string>;
+
+struct NodeState {
+    std::string name;
+    Text identity, title, comment;
+    coord_kt position{};
+    NodeKindEN kind = NatureNode;
+    int groupIndex = -1, states = 0;
+    bool discrete = true;
+    std::optional<std::vector<Text>> stateNames, stateTitles, stateComments;
+    std::vector<double> levels;
+    std::vector<std::pair<std::string, std::string>> userFields;
+};
+
+struct RelationState {
+    std::vector<int> parents;
+    RelnKindEN kind = RelnKindEN::none;
+    std::vector<float> probs, reals, exper;
+    std::vector<double> params;
+};
+
+struct SetState {
+    std::string name;
+    std::vector<int> nodes;
+};
+
+struct StyleState {
+    NodesetStyle style;
+    std::string name;
+};
+
+struct DrawingState {
+    fontspec_kt font;
+    int extentWidth = 0, extentHeight = 0, drawStyle = 0, labelStyle = 0;
+    coord_kt margin{};
+    double zoom = 1;
+    dcoord_kt grid{};
+    bool showGrid = false, snapToGrid = false, laidOut = false;
+    std::vector<StyleState> styles;
+};
+
+struct NetState {
+    std::string name, fileName;
+    Text title, comment;
+    bool autoUpdate = false;
+    std::vector<NodeState> nodes;
+    std::vector<RelationState> relations;
+    std::vector<SetState> sets;
+    std::vector<std::vector<int>> setsOfNodes;
+    DrawingState drawing;
+};
+
+// The same for constant objects, which are put, and others, which are taken.
+template <class T, class OBJECT>
+concept Of = std::is_same_v<std::remove_const_t<T>, OBJECT>;
+
+void EachField(Of<coord_kt> auto& at, auto& archive) { archive(at.x, at.y); }
+void EachField(Of<dcoord_kt> auto& at, auto& archive) { archive(at.x, at.y); }
+void EachField(Of<FileIdentity> auto& file, auto& archive) { archive(file.device, file.inode); }
+void EachField(Of<SkippedWord> auto& skipped, auto& archive) {
+    archive(skipped.word, skipped.count);
+}
+void EachField(Of<fontspec_kt> auto& font, auto& archive) {
+    archive(font.face, font.size, font.styleFlags);
+}
+void EachField(Of<ReportRecord> auto& r, auto& archive) {
+    archive(r.number, r.severity, r.message, r.file, r.line, r.column, r.structKind, r.structName,
+            r.fieldName, r.sourceLine, r.sourceCaret);
+}
+void EachField(Of<NodeState> auto& n, auto& archive) {
+    archive(n.name, n.identity, n.title, n.comment, n.position, n.kind, n.groupIndex, n.states,
+            n.discrete, n.stateNames, n.stateTitles, n.stateComments, n.levels, n.userFields);
+}
+void EachField(Of<RelationState> auto& r, auto& archive) {
+    archive(r.parents, r.kind, r.probs, r.reals, r.exper, r.params);
+}
+void EachField(Of<SetState> auto& set, auto& archive) { archive(set.name, set.nodes); }
+void EachField(Of<StyleState> auto& s, auto& archive) {
+    archive(s.style.red, s.style.green, s.style.blue, s.style.colorTag, s.style.colorPad,
+            s.style.flags, s.name);
+}
+void EachField(Of<DrawingState> auto& d, auto& archive) {
+    archive(d.font, d.extentWidth, d.extentHeight, d.drawStyle, d.labelStyle, d.margin, d.zoom,
+            d.grid, d.showGrid, d.snapToGrid, d.laidOut, d.styles);
+}
+void EachField(Of<NetState> auto& n, auto& archive) {
+    archive(n.name, n.fileName, n.title, n.comment, n.autoUpdate, n.nodes, n.relations, n.sets,
+            n.setsOfNodes, n.drawing);
+}
+void EachField(Of<Net> auto& net, auto& archive) {
+    archive(net.file, net.format, net.formatCode, net.source, net.reports, net.skipped, net.notes);
+}
+
 namespace {
 
-// ---- Reports -------------------------------------------------------------------------------
+constexpr auto require = ArchiveIn::require;
+
+Text TextOf(const char* text) { return text == nullptr ? Text() : Text(text); }
+char* NewText(const Text& text) { return text ? DupStr_kt(std::string_view(*text)) : nullptr; }
+
+// ---- From a net ----------------------------------------------------------------------------
+
+std::optional<std::vector<Text>> TextsOf(char* const* texts, int count) {
+    if (texts == nullptr) return std::nullopt;
+    std::vector<Text> all;
+    for (int i = 0; i < count; ++i) all.push_back(TextOf(texts[i]));
+    return all;
+}
 
 template <class T>
-void Put(ArchiveOut& out, const T& value) {
-    out.value(value);
-}
-void Put(ArchiveOut& out, const std::string& text) { out.text(text); }
-template <class T>
-void Take(ArchiveIn& in, T& value) {
-    in.value(value);
-}
-void Take(ArchiveIn& in, std::string& text) { text = in.string(); }
-
-/// Calls the function with each field.
-void EachReportField(auto& report, auto call) {
-    call(report.number);
-    call(report.severity);
-    call(report.message);
-    call(report.file);
-    call(report.line);
-    call(report.column);
-    call(report.structKind);
-    call(report.structName);
-    call(report.fieldName);
-    call(report.sourceLine);
-    call(report.sourceCaret);
+std::vector<T> NumbersOf(const T* numbers, long long count) {
+    return numbers == nullptr ? std::vector<T>() : std::vector<T>(numbers, numbers + count);
 }
 
-void PutReport(ArchiveOut& out, const ReportRecord& report) {
-    EachReportField(report, [&](const auto& field) { Put(out, field); });
+NodeState StateOf(const Bnode_bn& node) {
+    const Varbl_bn& v = node.variable;
+    NodeState state{node.name(),
+                    TextOf(node.identity()),
+                    TextOf(node.title),
+                    TextOf(node.comment),
+                    node.vns.hasSome() ? node.vns[0]->position : coord_kt(),
+                    node.kind,
+                    node.groupIndex,
+                    v.numStates,
+                    v.discrete,
+                    TextsOf(v.stateNames, v.numStates),
+                    TextsOf(v.stateTitles, v.numStates),
+                    TextsOf(v.stateComments, v.numStates),
+                    NumbersOf(v.levels, v.numLevels),
+                    {}};
+    for (const UserField& field : node.userFields())
+        state.userFields.emplace_back(field.name, field.data);
+    return state;
 }
-
-ReportRecord TakeReport(ArchiveIn& in) {
-    ReportRecord report;
-    EachReportField(report, [&](auto& field) { Take(in, field); });
-    return report;
-}
-
-// ---- Nodes ---------------------------------------------------------------------------------
-
-void PutTexts(ArchiveOut& out, char* const* texts, int count) {
-    out.value(texts != nullptr);
-    for (int i = 0; texts != nullptr && i < count; ++i) out.text(texts[i]);
-}
-
-OwnedStrs TakeTexts(ArchiveIn& in, int count) {
-    if (!in.value<bool>()) return {};
-    OwnedStrs texts(
-        new char* [static_cast<std::size_t>(count)] {}, count);
-    for (int i = 0; i < count; ++i) texts.get()[i] = in.text();
-    return texts;
-}
-
-void PutNode(ArchiveOut& out, const Bnode_bn& node) {
-    const Varbl_bn& variable = node.variable;
-    for (const char* text : {node.name(), node.identity(), const_cast<const char*>(node.title),
-                             const_cast<const char*>(node.comment)})
-        out.text(text);
-    out.value(node.vns.hasSome() ? node.vns[0]->position : coord_kt());
-    out.value(node.kind);
-    out.value(node.groupIndex);
-    out.value(variable.discrete);
-    out.value(variable.numStates);
-    for (char* const* texts : {variable.stateNames, variable.stateTitles, variable.stateComments})
-        PutTexts(out, texts, variable.numStates);
-    out.value(variable.numLevels);
-    out.array(variable.levels, variable.numLevels);
-    out.list(node.userFields(), [&](const UserField& field) {
-        out.text(field.name);
-        out.text(field.data);
-    });
-}
-
-void TakeStates(ArchiveIn& in, Bnode_bn& node) {
-    const bool discrete = in.value<bool>();
-    if (!discrete) node.setDiscrete(ContinuousVar, false, CheckFull);
-    const int count = in.index(MaxStates + 1);
-    OwnedStrs names = TakeTexts(in, count);
-    if (IsError(node.setStates(count, names.release(), nullptr, nullptr, nullptr, CheckFull)))
-        ArchiveIn::refuse();
-    node.setStateTitles(TakeTexts(in, count).release());
-    const OwnedStrs comments = TakeTexts(in, count);
-    for (int i = 0; comments.get() != nullptr && i < count; ++i)
-        if (comments.get()[i] != nullptr)
-            node.setStateComment(i, DupStr_kt(std::string_view(comments.get()[i])));
-    Varbl_bn& variable = node.variable;
-    variable.numLevels = in.index(MaxStates + 2);
-    if (const XArray<double> levels = in.array<double>(variable.numLevels); levels != nullptr) {
-        variable.levels = new double[static_cast<std::size_t>(variable.numLevels)];
-        std::copy_n(levels.get(), variable.numLevels, variable.levels);
-    }
-}
-
-void TakeNode(ArchiveIn& in, Bnet_bn& net) {
-    const std::string name = in.string();
-    const OwnedStr identity(in.text()), title(in.text());
-    OwnedStr comment(in.text());
-    const auto position = in.value<coord_kt>();
-    Bnode_bn* const node = NewNode_ibn(name.c_str(), 0, net, position);
-    if (node == nullptr || name != node->name()) ArchiveIn::refuse();
-    if (identity != nullptr) SetNodeIdentity(*node, identity.get());
-    if (title != nullptr) node->setTitle(DupStr_kt(std::string_view(title.get())));
-    node->setComment(comment.release());
-    in.value(node->kind);
-    in.value(node->groupIndex);
-    TakeStates(in, *node);
-    in.list([&] {
-        const std::string field = in.string(), data = in.string();
-        node->setUserField(field.c_str(), data.data(), static_cast<int>(data.size()));
-    });
-}
-
-// ---- Links and relations -------------------------------------------------------------------
 
 /// The lengths of a relation's tables.
 struct TableSizes {
@@ -130,196 +160,293 @@ struct TableSizes {
         : rows(NumProduct(node.parents)), entries(rows * std::max(node.numStates(), 1)) {}
 };
 
-void PutRelation(ArchiveOut& out, Net& net, const Bnode_bn& node) {
-    out.list(node.parents, [&](const Bnode_bn* parent) { out.value(net.placeOf(parent)); });
+RelationState RelationOf(Net& net, const Bnode_bn& node) {
     const Reln_bn& relation = node.relation;
     const TableSizes sizes(node);
-    out.value(relation.kind);
-    out.array(relation.probs, sizes.entries);
-    out.array(relation.reals, sizes.entries);
-    out.array(relation.exper, sizes.rows);
-    out.array(relation.params, NumCIParams(node));
+    RelationState state;
+    for (const Bnode_bn* parent : node.parents) state.parents.push_back(net.placeOf(parent));
+    state.kind = relation.kind;
+    state.probs = NumbersOf(relation.probs, sizes.entries);
+    state.reals = NumbersOf(relation.reals, sizes.entries);
+    state.exper = NumbersOf(relation.exper, sizes.rows);
+    state.params = NumbersOf(relation.params, NumCIParams(node));
+    return state;
 }
 
-void TakeRelation(ArchiveIn& in, Bnode_bn& node) {
+DrawingState StateOf(const Vnet_kt& drawing) {
+    DrawingState state{drawing.font->spec(), drawing.extentWidth, drawing.extentHeight,
+                       drawing.drawStyle,    drawing.labelStyle,  drawing.marginUnit,
+                       drawing.zoomFactor,   drawing.grid,        drawing.showGrid,
+                       drawing.snapToGrid,   drawing.laidOut,     {}};
+    for (const NodesetStyle& style : drawing.nodesetStyles)
+        state.styles.push_back({style, style.name});
+    return state;
+}
+
+NetState StateOf(Net& net) {
+    const Bnet_bn& bnet = *net.net;
+    NetState state;
+    state.name = bnet.name;
+    state.fileName = bnet.fileName == nullptr ? "" : bnet.fileName;
+    state.title = TextOf(bnet.title);
+    state.comment = TextOf(bnet.comment);
+    state.autoUpdate = bnet.autoUpdate;
+    std::unordered_map<const nodeset_bn*, int> places;
+    for (const OwnedNodeset& set : bnet.nodesets()) {
+        places.emplace(set.get(), static_cast<int>(places.size()));
+        state.sets.push_back({set->name(), {}});
+        for (const Bnode_bn* node : set->nodes())
+            state.sets.back().nodes.push_back(net.placeOf(node));
+    }
+    for (const Bnode_bn* node : bnet.nodes) {
+        state.nodes.push_back(StateOf(*node));
+        state.relations.push_back(RelationOf(net, *node));
+        state.setsOfNodes.emplace_back();
+        for (const nodeset_bn* set : node->nodesets())
+            state.setsOfNodes.back().push_back(places.at(set));
+    }
+    state.drawing = StateOf(*bnet.vnets[0]);
+    return state;
+}
+
+// ---- A net again ---------------------------------------------------------------------------
+
+void Check(rept_kt* report) { require(!IsError(report)); }
+
+/// An array for the model, null for none.
+OwnedStrs NewTexts(const std::optional<std::vector<Text>>& texts, int count) {
+    if (!texts) return {};
+    require(std::ssize(*texts) == count);
+    OwnedStrs array(
+        new char* [texts->size()] {}, count);
+    for (int i = 0; i < count; ++i) array.get()[i] = NewText((*texts)[static_cast<std::size_t>(i)]);
+    return array;
+}
+
+void MakeStates(Bnode_bn& node, const NodeState& state) {
+    if (!state.discrete) Check(node.setDiscrete(ContinuousVar, false, CheckFull));
+    const int count = state.states;
+    const bool hasLevels = !state.levels.empty();
+    const auto levels = std::ssize(state.levels);
+    require(!hasLevels || levels == (state.discrete ? count : count + 1));
+    require(std::ranges::none_of(state.levels, [](double level) { return std::isnan(level); }));
+    auto numbers = std::make_unique<double[]>(state.levels.size());
+    std::ranges::copy(state.levels, numbers.get());
+    OwnedStrs names = NewTexts(state.stateNames, count);
+    Check(node.setStates(count, names.release(), hasLevels ? numbers.release() : nullptr, nullptr,
+                         nullptr, CheckFull));
+    node.setStateTitles(NewTexts(state.stateTitles, count).release());
+    const OwnedStrs comments = NewTexts(state.stateComments, count);
+    for (int i = 0; state.stateComments && i < count; ++i)
+        if (const Text& text = (*state.stateComments)[static_cast<std::size_t>(i)])
+            Check(node.setStateComment(i, NewText(text)));
+}
+
+void MakeNode(Bnet_bn& net, const NodeState& state,
+              std::unordered_set<std::string_view>& identities) {
+    require(state.kind == NatureNode || state.kind == DecisionNode || state.kind == UtilityNode);
+    Bnode_bn* const node = NewNode_ibn(state.name.c_str(), 0, net, state.position);
+    require(node != nullptr && state.name == node->name());
+    if (state.identity) {
+        require(identities.insert(*state.identity).second);
+        SetNodeIdentity(*node, state.identity->c_str());
+    }
+    if (state.title) node->setTitle(NewText(state.title));
+    node->setComment(NewText(state.comment));
+    node->kind = state.kind;
+    node->groupIndex = state.groupIndex;
+    MakeStates(*node, state);
+    for (const auto& [name, data] : state.userFields)
+        node->setUserField(name.c_str(), data.data(), static_cast<int>(data.size()));
+}
+
+template <class T>
+T* NewNumbers(const std::vector<T>& numbers, long long count) {
+    if (numbers.empty()) return nullptr;
+    require(std::ssize(numbers) == count);
+    require(std::ranges::all_of(numbers, [](T number) { return std::isfinite(number); }));
+    XArray<T> array = NewXArray<T>(count);
+    if (array == nullptr) throw std::bad_alloc();
+    std::ranges::copy(numbers, array.get());
+    return array.release();
+}
+
+/// Whether a relation of that kind has these tables.
+bool Fits(const RelationState& state) {
+    const bool probs = !state.probs.empty(), reals = !state.reals.empty();
+    switch (state.kind) {
+        case RelnKindEN::none:
+            return !probs && !reals && state.params.empty();
+        case RelnKindEN::table:
+        case RelnKindEN::deterministic:
+            return probs && !reals && state.params.empty();
+        case RelnKindEN::noisyMax:
+            return !state.params.empty() && !reals;
+        case RelnKindEN::real:
+            return reals && !probs && state.params.empty();
+    }
+    return false;
+}
+
+void MakeRelation(Bnode_bn& node, const RelationState& state) {
     const BndList_bn& nodes = node.net().nodes;
     BndList_bn parents;
-    in.list([&] { parents.append(nodes[in.index(nodes.N)]); });
-    if (IsError(node.changePreds(parents, nullptr, true, 1, 1, false))) ArchiveIn::refuse();
+    for (const int place : state.parents) {
+        require(place >= 0 && place < nodes.N);
+        parents.append(nodes[place]);
+    }
+    Check(node.changePreds(parents, nullptr, true, 1, 1, false));
+    require(node.parents.N == parents.N && Fits(state));
     Reln_bn& relation = node.relation;
     const TableSizes sizes(node);
-    in.value(relation.kind);
-    relation.probs = in.array<float>(sizes.entries).release();
-    relation.reals = in.array<float>(sizes.entries).release();
-    relation.exper = in.array<float>(sizes.rows).release();
-    relation.params = in.array<double>(NumCIParams(node)).release();
+    relation.kind = state.kind;
+    relation.probs = NewNumbers(state.probs, sizes.entries);
+    relation.reals = NewNumbers(state.reals, sizes.entries);
+    relation.exper = NewNumbers(state.exper, sizes.rows);
+    relation.params = NewNumbers(state.params, NumCIParams(node));
 }
 
-// ---- Node sets and drawing -----------------------------------------------------------------
+/// One side of the membership of nodes in sets: the others in their order.
+class Side {
+public:
+    explicit Side(const std::vector<int>& others, std::size_t limit) : others_(others) {
+        for (const int other : others)
+            require(other >= 0 && static_cast<std::size_t>(other) < limit);
+    }
+    bool isDone() const { return next_ == others_.size(); }
+    int next() const { return others_[next_]; }
+    bool nextIs(int other) const { return !isDone() && next() == other; }
+    void advance() { ++next_; }
 
-void PutSets(ArchiveOut& out, Net& net) {
-    std::unordered_map<const nodeset_bn*, int> places;
-    out.list(net.net->nodesets(), [&](const OwnedNodeset& set) {
-        places.emplace(set.get(), static_cast<int>(places.size()));
-        out.text(set->name());
-        out.list(set->nodes(), [&](const Bnode_bn* node) { out.value(net.placeOf(node)); });
-    });
-    out.list(net.net->nodes, [&](const Bnode_bn* node) {
-        out.list(node->nodesets(), [&](const nodeset_bn* set) { out.value(places.at(set)); });
-    });
-}
+private:
+    std::span<const int> others_;
+    std::size_t next_ = 0;
+};
 
 /// Joins nodes and sets so that both have their order again: a node joins its next set when it is
 /// that set's next node.
-void TakeSets(ArchiveIn& in, Bnet_bn& net) {
-    struct Side {
-        std::vector<int> others;
-        std::size_t next = 0;
-        bool nextIs(int other) const { return next < others.size() && others[next] == other; }
-    };
+void MakeSets(Bnet_bn& net, const NetState& state) {
     std::vector<Side> sets, nodes;
-    const auto take = [&](std::vector<Side>& sides, int limit) {
-        in.list([&] { sides.back().others.push_back(in.index(limit)); });
-    };
-    in.list([&] {
-        if (net.newNodeset(in.string().c_str(), nullptr, nullptr) == nullptr) ArchiveIn::refuse();
-        sets.emplace_back();
-        take(sets, net.nodes.N);
-    });
-    const auto setCount = static_cast<int>(sets.size());
-    if (net.nodesets().size() != sets.size()) ArchiveIn::refuse();
+    for (const SetState& set : state.sets) {
+        require(net.findNodeset(set.name) == nullptr);
+        require(net.newNodeset(set.name.c_str(), nullptr, nullptr) != nullptr);
+        sets.emplace_back(set.nodes, state.nodes.size());
+    }
+    require(state.setsOfNodes.size() == state.nodes.size());
     std::vector<int> waiting;
-    in.list([&] {
+    for (const std::vector<int>& joined : state.setsOfNodes) {
         waiting.push_back(static_cast<int>(nodes.size()));
-        nodes.emplace_back();
-        take(nodes, setCount);
-    });
-    if (std::ssize(nodes) != net.nodes.N) ArchiveIn::refuse();
+        nodes.emplace_back(joined, sets.size());
+    }
     while (!waiting.empty()) {
         const int place = waiting.back();
         waiting.pop_back();
         Side& node = nodes[static_cast<std::size_t>(place)];
-        for (; node.next < node.others.size(); ++node.next) {
-            const auto joined = static_cast<std::size_t>(node.others[node.next]);
+        for (; !node.isDone(); node.advance()) {
+            const auto joined = static_cast<std::size_t>(node.next());
             Side& set = sets[joined];
             if (!set.nextIs(place)) break;
             BndList_bn alone;
             alone.append(net.nodes[place]);
             net.nodesets()[joined]->addNodes(alone, true);
-            if (++set.next < set.others.size()) waiting.push_back(set.others[set.next]);
+            set.advance();
+            if (!set.isDone()) waiting.push_back(set.next());
         }
+    }
+    for (const std::vector<Side>* sides : {&sets, &nodes})
+        require(std::ranges::all_of(*sides, &Side::isDone));
+}
+
+void MakeDrawing(Vnet_kt& drawing, const DrawingState& state) {
+    require(std::isfinite(state.zoom) && std::isfinite(state.grid.x) &&
+            std::isfinite(state.grid.y));
+    drawing.extentWidth = state.extentWidth;
+    drawing.extentHeight = state.extentHeight;
+    drawing.drawStyle = state.drawStyle;
+    drawing.labelStyle = state.labelStyle;
+    drawing.marginUnit = state.margin;
+    drawing.zoomFactor = state.zoom;
+    drawing.grid = state.grid;
+    drawing.showGrid = state.showGrid;
+    drawing.snapToGrid = state.snapToGrid;
+    drawing.laidOut = state.laidOut;
+    FreeFont_fc(std::exchange(drawing.font, NewFont_fc(nullptr, -1, &state.font)));
+    for (const StyleState& each : state.styles) {
+        NodesetStyle style = each.style;
+        style.setName(each.name.c_str());
+        drawing.nodesetStyles.append(style);
     }
 }
 
-/// Calls the function with each plain value.
-void EachDrawingField(auto& drawing, auto call) {
-    call(drawing.extentWidth);
-    call(drawing.extentHeight);
-    call(drawing.marginUnit);
-    call(drawing.drawStyle);
-    call(drawing.labelStyle);
-    call(drawing.zoomFactor);
-    call(drawing.grid);
-    call(drawing.showGrid);
-    call(drawing.snapToGrid);
-    call(drawing.laidOut);
-}
-
-void PutDrawing(ArchiveOut& out, const Vnet_kt& drawing) {
-    EachDrawingField(drawing, [&](const auto& field) { Put(out, field); });
-    const fontspec_kt& font = drawing.font->spec();
-    out.text(font.face);
-    out.value(font.size);
-    out.value(font.styleFlags);
-    out.list(drawing.nodesetStyles, [&](const NodesetStyle& style) { out.value(style); });
-}
-
-void TakeDrawing(ArchiveIn& in, Vnet_kt& drawing) {
-    EachDrawingField(drawing, [&](auto& field) { Take(in, field); });
-    fontspec_kt font;
-    font.face = in.string();
-    in.value(font.size);
-    in.value(font.styleFlags);
-    FreeFont_fc(std::exchange(drawing.font, NewFont_fc(nullptr, -1, &font)));
-    in.list([&] { drawing.nodesetStyles.append(in.value<NodesetStyle>()); });
-}
-
-// ---- Nets ----------------------------------------------------------------------------------
-
-void PutNet(ArchiveOut& out, Net& net) {
-    const Bnet_bn& bnet = *net.net;
-    for (const char* text : {bnet.name, bnet.title, bnet.comment, bnet.fileName}) out.text(text);
-    out.value(bnet.autoUpdate);
-    out.list(bnet.nodes, [&](const Bnode_bn* node) { PutNode(out, *node); });
-    for (const Bnode_bn* node : bnet.nodes) PutRelation(out, net, *node);
-    PutSets(out, net);
-    PutDrawing(out, *bnet.vnets[0]);
-}
-
-std::unique_ptr<Bnet_bn> TakeNet(ArchiveIn& in) {
-    std::unique_ptr<Bnet_bn> net(NewVBNet(in.text(), false));
-    SetNetLabel(*net, in.text());
-    net->setComment(in.text());
-    net->fileName = in.text();
-    in.value(net->autoUpdate);
-    in.list([&] { TakeNode(in, *net); });
-    for (Bnode_bn* node : net->nodes) TakeRelation(in, *node);
-    TakeSets(in, *net);
-    TakeDrawing(in, *net->vnets[0]);
+std::unique_ptr<Bnet_bn> NetOf(const NetState& state) {
+    require(IsLegalName_kt(state.name));
+    std::unique_ptr<Bnet_bn> net(NewVBNet(DupStr_kt(std::string_view(state.name)), false));
+    SetNetLabel(*net, NewText(state.title));
+    net->setComment(NewText(state.comment));
+    net->fileName = DupStr_kt(std::string_view(state.fileName));
+    net->autoUpdate = state.autoUpdate;
+    std::unordered_set<std::string_view> identities;
+    for (const NodeState& node : state.nodes) MakeNode(*net, node, identities);
+    require(state.relations.size() == state.nodes.size());
+    for (int i = 0; i < net->nodes.N; ++i)
+        MakeRelation(*net->nodes[i], state.relations[static_cast<std::size_t>(i)]);
+    MakeSets(*net, state);
+    MakeDrawing(*net->vnets[0], state.drawing);
     return net;
 }
 
-std::string StateOfNet(Net& net) {
+void CheckReport(const ReportRecord& report) {
+    require(report.sourceCaret <= report.sourceLine.size());
+}
+
+/// Hears what bytes of another origin make the model say: nothing that anybody wants to know.
+class Silent : public ReportHandler {
+public:
+    void show(const rept_kt&) override {}
+    void print(const char*) override {}
+    bool ask(int, const char*) override { return false; }
+};
+
+std::string BytesOf(Net& net) {
     ArchiveOut out;
-    out.text(net.file);
-    out.text(net.format);
-    out.value(net.formatCode);
-    out.value(net.source.has_value());
-    out.value(net.source.value_or(FileIdentity{}));
-    out.list(net.reports, [&](const ReportRecord& report) { PutReport(out, report); });
-    out.list(net.skipped, [&](const SkippedWord& skipped) {
-        out.text(skipped.word);
-        out.value(skipped.count);
-    });
-    out.list(net.notes, [&](const std::string& note) { out.text(note); });
-    PutNet(out, net);
+    out(net, StateOf(net));
     return out.take();
 }
 
-SharedNet NetOfState(std::string_view state) {
-    ArchiveIn in(state);
+SharedNet NetOfBytes(std::string_view bytes) {
+    ArchiveIn in(bytes);
     auto net = std::make_shared<Net>();
-    net->file = in.string();
-    net->format = in.string();
-    in.value(net->formatCode);
-    const bool hasSource = in.value<bool>();
-    const auto source = in.value<FileIdentity>();
-    if (hasSource) net->source = source;
-    in.list([&] { net->reports.push_back(TakeReport(in)); });
-    in.list([&] {
-        std::string word = in.string();
-        net->skipped.push_back({std::move(word), in.value<long long>()});
-    });
-    in.list([&] { net->notes.push_back(in.string()); });
-    const ReportScope scope;  // errors that bytes of another origin give are released
-    net->net = TakeNet(in);
+    NetState state;
+    in(*net, state);
+    in.end();
+    const FormatInfo* const format = FindFormat(net->formatCode);
+    require(net->format == (format == nullptr ? "" : format->name));
+    std::ranges::for_each(net->reports, CheckReport);
+    Silent silent;
+    const HandlerScope handler(silent);
+    const ReportScope scope;
+    net->net = NetOf(state);
     return net;
 }
 
 }  // namespace
 
 void DefineState(py::module_& module) {
-    module.def("net_state", [](const SharedNet& net) { return py::bytes(StateOfNet(*net)); });
+    module.def("net_state", [](const SharedNet& net) { return py::bytes(BytesOf(*net)); });
     module.def("net_of",
-               [](const py::bytes& state) { return NetOfState(std::string_view(state)); });
+               [](const py::bytes& state) { return NetOfBytes(std::string_view(state)); });
     module.def("report_state", [](const ReportRecord& report) {
         ArchiveOut out;
-        PutReport(out, report);
+        out(report);
         return py::bytes(out.take());
     });
     module.def("report_of", [](const py::bytes& state) {
         ArchiveIn in{std::string_view(state)};
-        return TakeReport(in);
+        ReportRecord report;
+        in(report);
+        in.end();
+        CheckReport(report);
+        return report;
     });
     module.def("place_of", [](const Node& node) { return node.net->placeOf(node.node); });
 }

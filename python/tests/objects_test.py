@@ -7,6 +7,7 @@ import copyreg
 import os
 import pathlib
 import pickle
+import random
 import re
 import subprocess
 import sys
@@ -36,6 +37,11 @@ def written(net):
     with tempfile.TemporaryDirectory() as folder:
         path = pathlib.Path(folder, "out")
         return [(net.write(path, name), path.read_bytes()) for name in lumo.writers if name not in ("png", "pdf")]
+
+
+def written_as(net, name):
+    with tempfile.TemporaryDirectory() as folder:
+        net.write(pathlib.Path(folder, "out"), name)
 
 
 class Pickling(unittest.TestCase):
@@ -90,6 +96,29 @@ class Pickling(unittest.TestCase):
         restore, (state,) = copyreg.dispatch_table[lumo.Net](lumo.read(ASIA))
         for bytes in (b"", state[:5], b"x" + state[1:], state[:-1], state[:200], state[:10] + b"9" + state[11:]):
             self.assertRaises(ValueError, restore, bytes)
+
+    def test_changed_bytes_harm_nothing(self):
+        random_ = random.Random(7)
+        refused = 0
+        for path in ("hugin/press_groups.net", "dxpress/copier.dxp", "xdsl/features.xdsl"):
+            restore, (state,) = copyreg.dispatch_table[lumo.Net](lumo.read(SAMPLES / path))
+            for _ in range(int(os.environ.get("LUMO_MUTANTS", "1000"))):
+                mutant = bytearray(state)
+                for _ in range(random_.randint(1, 3)):
+                    mutant[random_.randrange(len(mutant))] = random_.choice((0, 1, 2, 127, 128, 255, random_.randrange(256)))
+                try:
+                    net = restore(bytes(mutant))
+                except (ValueError, MemoryError):
+                    refused += 1
+                    continue
+                net.to_json()
+                repr([net, net.groups, net.reports, net.drawing, *net])
+                for node in net:
+                    repr([node.states, node.levels, node.table, node.experience, node.parameters, node.parents,
+                          node.groups, node.user_fields, node.position])
+                for name in ("hugin", "xmlbif", "svg", "html"):
+                    written_as(net, name)
+        self.assertGreater(refused, 500)
 
 
 class Conversions(unittest.TestCase):
