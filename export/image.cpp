@@ -17,7 +17,6 @@ void WritePdf(const ImportResult&, std::ostream&) {}
 #else
 
 #include <cairo-pdf.h>
-#include <dlfcn.h>
 #include <librsvg/rsvg.h>
 
 #include <algorithm>
@@ -30,6 +29,7 @@ void WritePdf(const ImportResult&, std::ostream&) {}
 
 #include "export/picture.h"
 #include "export/svg.h"
+#include "library/utilities/system.h"
 
 namespace lumo {
 namespace {
@@ -43,15 +43,12 @@ constexpr double longestPage = 14'000;  ///< that programs show, in points
 /// The functions of the libraries, by their names.
 struct Libraries {
     Libraries() {
-        void* const rsvg = ::dlopen("librsvg-2.so.2", RTLD_NOW | RTLD_LOCAL);
-        if (rsvg == nullptr) return;
+        const system::Library rsvg("librsvg-2.so.2");
         // What a library needs is found through it as well.
         const auto find = [&](auto& function, const char* name) {
-            void* const address = ::dlsym(rsvg, name);
-            complete = complete && address != nullptr;
-            function = reinterpret_cast<std::remove_reference_t<decltype(function)> >(address);
+            complete = rsvg.find(function, name) && complete;
         };
-        complete = true;
+        complete = rsvg.isLoaded();
         find(loadSvg, "rsvg_handle_new_from_stream_sync");
         find(sizeOf, "rsvg_handle_get_intrinsic_size_in_pixels");
         find(renderSvg, "rsvg_handle_render_document");

@@ -1,9 +1,5 @@
 #include "export/output.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -12,6 +8,9 @@
 #include <ostream>
 #include <streambuf>
 #include <utility>
+
+#include "library/utilities/paths.h"
+#include "library/utilities/system.h"
 
 namespace lumo {
 namespace {
@@ -48,8 +47,8 @@ private:
     void reset() { setp(buffer_.data(), buffer_.data() + buffer_.size()); }
     void writeAll(const char* text, std::streamsize count) {
         while (count > 0 && error_ == 0) {
-            const ssize_t put = ::write(descriptor_, text, static_cast<std::size_t>(count));
-            if (put < 0 && errno != EINTR) error_ = errno;
+            const long long put = system::Write(descriptor_, text, count);
+            if (put < 0) error_ = errno;
             if (put <= 0) continue;
             text += put;
             count -= put;
@@ -61,32 +60,29 @@ private:
     std::array<char, 32 * 1024> buffer_;
 };
 
-using Status = struct stat;
-
-std::optional<FileIdentity> IdentityIn(const Status& status) {
-    if (!S_ISREG(status.st_mode)) return std::nullopt;
-    return FileIdentity{status.st_dev, status.st_ino};
+std::optional<FileIdentity> IdentityIn(const system::PathStatus& status) {
+    if (status.kind != system::PathKindEN::file) return std::nullopt;
+    return FileIdentity{status.device, status.number};
 }
 
 /// A new file beside the target that takes its place when complete, or disappears.
 class Replacement {
 public:
-    Replacement(fs::path target, UnfinishedFunction unfinished)
-        : target_(std::move(target)), unfinished_(unfinished) {
-        Status old{};
-        const bool exists = ::stat(target_.c_str(), &old) == 0;
-        const mode_t mode = exists ? old.st_mode & 0777 : 0666;
+    Replacement(const fs::path& target, UnfinishedFunction unfinished)
+        : target_(Utf8(target)), unfinished_(unfinished) {
+        const system::PathStatus old = system::StatusOf(target_.c_str());
+        const bool exists = old.kind != system::PathKindEN::nothing;
         static std::atomic<unsigned> count;
         do {  // the name is short, whatever the target's own length is
-            name_ = target_.parent_path() /
-                    (".lumo-" + std::to_string(::getpid()) + "-" + std::to_string(count++));
-            error_ = create(mode);
+            name_ =
+                Utf8(target.parent_path() / (".lumo-" + std::to_string(system::ProcessNumber()) +
+                                             "-" + std::to_string(count++)));
+            error_ = create(exists ? old.mode : 0666, exists);
         } while (error_ == EEXIST);
-        if (error_ == 0 && exists) ::fchmod(descriptor_, mode);  // whatever the process's mask says
     }
     ~Replacement() {
         if (descriptor_ < 0) return;
-        ::close(descriptor_);
+        system::Close(descriptor_);
         remove();
     }
     Replacement(const Replacement&) = delete;
@@ -98,8 +94,8 @@ public:
 
     /// Puts the file in its place; returns 0 or the error.
     int commit() {
-        const bool closed = ::close(std::exchange(descriptor_, -1)) == 0;
-        const bool done = closed && ::rename(name_.c_str(), target_.c_str()) == 0;
+        const bool closed = system::Close(std::exchange(descriptor_, -1)) == 0;
+        const bool done = closed && system::Replace(name_.c_str(), target_.c_str()) == 0;
         const int error = done ? 0 : errno;
         if (done)
             announce(nullptr);
@@ -113,21 +109,21 @@ private:
         if (unfinished_ != nullptr) unfinished_(name);
     }
     /// Announced first: a signal just behind the opening would leave the file.
-    int create(mode_t mode) {
+    int create(unsigned mode, bool exact) {
         announce(name_.c_str());
-        descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        descriptor_ = system::CreateNew(name_.c_str(), mode, exact);
         if (descriptor_ >= 0) return 0;
         const int error = errno;
         announce(nullptr);
         return error;
     }
     void remove() const {
-        ::unlink(name_.c_str());
+        system::Remove(name_.c_str());
         announce(nullptr);
     }
 
-    fs::path target_;
-    fs::path name_;
+    std::string target_;
+    std::string name_;
     UnfinishedFunction unfinished_;
     int error_ = 0;
     int descriptor_ = -1;
@@ -153,22 +149,20 @@ int DescriptorNamed(fs::path path) {
 }
 
 int WriteDirectly(const std::string& path, const WriteFunction& write) {
-    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    const int descriptor = system::OpenForWriting(path.c_str());
     if (descriptor < 0) return errno;
     const int error = WriteToDescriptor(descriptor, write);
-    return ::close(descriptor) == 0 || error != 0 ? error : errno;
+    return system::Close(descriptor) == 0 || error != 0 ? error : errno;
 }
 
 }  // namespace
 
 std::optional<FileIdentity> IdentityOf(const std::string& path) {
-    Status status{};
-    return ::stat(path.c_str(), &status) == 0 ? IdentityIn(status) : std::nullopt;
+    return IdentityIn(system::StatusOf(path.c_str()));
 }
 
 std::optional<FileIdentity> IdentityOf(int descriptor) {
-    Status status{};
-    return ::fstat(descriptor, &status) == 0 ? IdentityIn(status) : std::nullopt;
+    return IdentityIn(system::StatusOf(descriptor));
 }
 
 int WriteToDescriptor(int descriptor, const WriteFunction& write) {
@@ -181,13 +175,14 @@ int WriteToDescriptor(int descriptor, const WriteFunction& write) {
 
 int WriteToFile(const std::string& path, const WriteFunction& write,
                 UnfinishedFunction unfinished) {
-    if (const int own = DescriptorNamed(path); own >= 0) return WriteToDescriptor(own, write);
+    const fs::path place = PathOf(path);
+    if (const int own = DescriptorNamed(place); own >= 0) return WriteToDescriptor(own, write);
+    const system::PathStatus status = system::StatusOf(path.c_str());
+    if (status.kind == system::PathKindEN::folder) return EISDIR;
+    if (status.kind == system::PathKindEN::other) return WriteDirectly(path, write);
     std::error_code failure;
-    const fs::file_status status = fs::status(path, failure);
-    if (fs::is_directory(status)) return EISDIR;
-    if (fs::exists(status) && !fs::is_regular_file(status)) return WriteDirectly(path, write);
-    const fs::path real = fs::weakly_canonical(path, failure);
-    Replacement file(failure ? fs::path(path) : real, unfinished);
+    const fs::path real = fs::weakly_canonical(place, failure);
+    Replacement file(failure ? place : real, unfinished);
     if (file.error() != 0) return file.error();
     const int error = WriteToDescriptor(file.descriptor(), write);
     return error != 0 ? error : file.commit();

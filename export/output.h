@@ -1,8 +1,7 @@
 // Writing to a file, whole or not at all.
 #pragma once
 
-#include <sys/types.h>
-
+#include <compare>
 #include <functional>
 #include <iosfwd>
 #include <optional>
@@ -12,8 +11,8 @@ namespace lumo {
 
 /// Which regular file it is, whatever its names.
 struct FileIdentity {
-    dev_t device;
-    ino_t inode;
+    unsigned long long device;
+    unsigned long long number;
     auto operator<=>(const FileIdentity&) const = default;
 };
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Holds every #include of the tree to the table of the house in CONTRIBUTING.md."""
+"""Holds every #include of the tree to the table of the house in CONTRIBUTING.md, and headers of the platform to
+library/utilities/system*.cpp."""
 import os
 import re
 import subprocess
@@ -23,12 +24,20 @@ def folder_of(path):
     return next((f for f in sorted(allowed, key=len, reverse=True) if path.startswith(f)), None)
 
 
+# What is neither the standard library's nor a package's.
+platform = re.compile(r"#include <(sys/.*|arpa/.*|netinet/.*|(unistd|fcntl|poll|dlfcn|malloc|malloc/malloc|locale|xlocale|"
+                      r"signal|termios|pthread|windows|io|fcntl|process|shellapi|direct|strings)\.h)>")
+without = ("library/", "formats/", "export/")  # but for the place of the machine
+
 faults = count = 0
 files = subprocess.run(["find", *sorted({f.split("/")[0] for f in allowed}), "-name", "*.cpp", "-o", "-name", "*.h"],
                        capture_output=True, text=True, check=True).stdout.split()
 for path in files:
     home = folder_of(path)
     for number, line in enumerate(open(path, encoding="utf-8"), 1):
+        if platform.match(line) and path.startswith(without) and not path.startswith("library/utilities/system"):
+            faults += 1
+            print("%s:%d: only library/utilities/system knows the platform" % (path, number))
         included = re.match(r'#include "([^"]+)"', line)
         if not included:
             continue

@@ -170,8 +170,6 @@ bool ErrorBudgetSpent();
 // no part of the message. Never null: without memory they return Fail_rept_kt or the
 // preallocated out-of-memory report. A report made while a tokenizer lives has its place.
 
-#define LUMO_PRINTF(formatIndex) __attribute__((format(printf, formatIndex, (formatIndex) + 1)))
-
 /// An error, not shown yet: it is shown when it is recorded (setError), or by the import entry.
 rept_kt* newerr_kt(int number, const char* format, ...) LUMO_PRINTF(2);
 /// The same, asking for the user's acknowledgement.

@@ -1,17 +1,15 @@
 // Strings, formatting, rounding and the import lock.
 #include "library/utilities/Utils.h"
 
-#include <locale.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
-#include <new>
+
+#include "library/utilities/system.h"
 
 namespace lumo {
 
@@ -24,22 +22,6 @@ std::string_view WithoutNumericSuffix(std::string_view s) {
     while (!s.empty() && s.back() >= '0' && s.back() <= '9') s.remove_suffix(1);
     return s;
 }
-
-/// Makes the C locale this thread's for a scope, so that printf writes decimal points.
-class CLocale {
-public:
-    CLocale() : previous_(uselocale(plain())) {}
-    ~CLocale() { uselocale(previous_); }
-    CLocale(const CLocale&) = delete;
-    CLocale& operator=(const CLocale&) = delete;
-
-private:
-    static locale_t plain() {
-        static const locale_t locale = newlocale(LC_ALL_MASK, "C", locale_t{});
-        return locale;
-    }
-    locale_t previous_;
-};
 
 /// The texts of CharName_kt, all made when compiling, so that they are constant.
 struct CharNames {
@@ -170,8 +152,7 @@ const char* CharName_kt(unsigned char c) { return charNames.texts[c].data(); }
 // ---- Formatting ----------------------------------------------------------------------------
 
 int VSPrintf(char* buffer, std::size_t size, const char* format, va_list arguments) {
-    const CLocale plain;
-    return std::vsnprintf(buffer, size, format, arguments);
+    return system::Print(buffer, size, format, arguments);
 }
 
 int SPrintf(char* buffer, int size, const char* format, ...) {
@@ -184,18 +165,8 @@ int SPrintf(char* buffer, int size, const char* format, ...) {
     return std::clamp(wanted, 0, size - 1);
 }
 
-// Through a stream: for a long text, vsnprintf into too small a buffer takes many times as long.
 std::string VFormat(const char* format, va_list arguments) {
-    const CLocale plain;
-    char* block = nullptr;
-    std::size_t size = 0;
-    std::FILE* const stream = ::open_memstream(&block, &size);
-    if (stream == nullptr) throw std::bad_alloc();
-    const int printed = std::vfprintf(stream, format, arguments);
-    const bool whole = std::fclose(stream) == 0 && printed >= 0;
-    const XArray<char> text(block);  // from malloc, as the library's own blocks
-    if (block == nullptr) throw std::bad_alloc();
-    return whole ? std::string(block, size) : std::string(format);
+    return system::Print(format, arguments).value_or(format);
 }
 
 std::string Format(const char* format, ...) {

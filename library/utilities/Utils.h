@@ -4,11 +4,11 @@
 
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "library/utilities/lock.h"
 #include "library/utilities/memory.h"
 #include "library/utilities/numbers.h"
 #include "library/utilities/vect.h"
@@ -94,14 +94,14 @@ const char* CharName_kt(unsigned char c);
 
 /// Formats like printf into buffer, at most size bytes including the terminating zero.
 /// Returns the length written. Independent of the locale's decimal comma.
-int SPrintf(char* buffer, int size, const char* format, ...) __attribute__((format(printf, 3, 4)));
+int SPrintf(char* buffer, int size, const char* format, ...) LUMO_PRINTF(3);
 
 /// vsnprintf, independent of the locale.
-int VSPrintf(char* buffer, std::size_t size, const char* format, __builtin_va_list arguments);
+int VSPrintf(char* buffer, std::size_t size, const char* format, LUMO_VA_LIST arguments);
 
 /// printf formatting into a string of any length; independent of the locale's decimal comma.
-std::string VFormat(const char* format, __builtin_va_list arguments);
-std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
+std::string VFormat(const char* format, LUMO_VA_LIST arguments);
+std::string Format(const char* format, ...) LUMO_PRINTF(1);
 
 // ---- Legal names ---------------------------------------------------------------------------
 // A legal name is an ASCII letter followed by ASCII letters, digits and underscores, at most
@@ -193,7 +193,7 @@ int RoundToInt_kt(double x);
 
 /// A critical section object. Not recursive.
 struct critsec_kt {
-    std::mutex mutex;
+    Mutex mutex;
 };
 
 /// Serialises the Hugin, DSC, DXPress and Ergo imports of the process.

@@ -1,9 +1,4 @@
 // File names, and reading a whole file.
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -11,6 +6,7 @@
 
 #include "library/utilities/Utils.h"
 #include "library/utilities/problems.h"
+#include "library/utilities/system.h"
 
 namespace lumo {
 
@@ -18,7 +14,6 @@ namespace {
 
 constexpr long long FirstPipeBlock = 64 * 1024;
 constexpr long long TerminatorBytes = 2;  // ends 16-bit text too
-constexpr long long MaxReadStep = 1 << 30;
 
 /// The dot that begins the extension, or the end of the path. Leading dots begin none.
 char* ExtensionPtr(char* path) {
@@ -27,50 +22,6 @@ char* ExtensionPtr(char* path) {
     char* const dot = std::strrchr(name, '.');
     return dot != nullptr ? dot : name + std::strlen(name);
 }
-
-/// An open file for reading.
-class InputFile {
-public:
-    /// O_NONBLOCK: a FIFO opens although nobody writes to it.
-    explicit InputFile(const char* path) {
-        do {
-            descriptor_ = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-        } while (descriptor_ < 0 && errno == EINTR);
-    }
-    ~InputFile() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-    }
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
-
-    bool isOpen() const { return descriptor_ >= 0; }
-
-    /// The size of a regular file, 0 for anything else.
-    long long size() const {
-        struct stat status {};
-        if (::fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) return 0;
-        return status.st_size;
-    }
-
-    /// Reads up to `most` bytes, waiting while a writer has none ready.
-    /// Returns 0 at the end and -1, with errno set, on failure.
-    long long read(char* out, long long most) const {
-        const auto step = static_cast<std::size_t>(std::min(most, MaxReadStep));
-        for (;;) {
-            const ssize_t got = ::read(descriptor_, out, step);
-            if (got >= 0) return got;
-            if (errno == EAGAIN) {
-                pollfd waiting{descriptor_, POLLIN, 0};
-                ::poll(&waiting, 1, -1);
-            } else if (errno != EINTR) {
-                return -1;
-            }
-        }
-    }
-
-private:
-    int descriptor_ = -1;
-};
 
 /// The text being read, with room for its terminator.
 class GrowingText {
@@ -113,7 +64,7 @@ private:
 };
 
 /// Whether the file was read; at most maxLength bytes.
-bool ReadAll(const InputFile& file, GrowingText& text, long long maxLength) {
+bool ReadAll(const system::InputFile& file, GrowingText& text, long long maxLength) {
     while (text.length() < maxLength) {
         text.makeRoom();
         const long long got =
@@ -132,7 +83,7 @@ const char* const LumoFileExtension_sy = ".lumo";
 
 const char* FileNamePtr_kt(const char* path) {
     if (path == nullptr) return nullptr;
-    const char* const separator = std::strrchr(path, '/');
+    const char* const separator = system::LastSeparator(path);
     return separator != nullptr ? separator + 1 : path;
 }
 
@@ -155,7 +106,7 @@ void WarnZeroByte(const char* path, long long offset) { TellProblem.zeroByte(pat
 char* FileToStringThrows_kt(const char* path, long long maxLength, long long* length) {
     if (path == nullptr) path = "";
     if (maxLength < 0) maxLength = LLONG_MAX;
-    const InputFile file(path);
+    const system::InputFile file(path);
     if (!file.isOpen()) {
         TellProblem.cannotOpenFile(path, errno);
         return nullptr;

@@ -6,8 +6,33 @@
 #endif
 
 /// Marks what can be called from outside a shared library; all else is hidden. Public headers mark
-/// their namespace.
+/// their namespace. Windows exports nothing: the library is linked into programs there.
+#if defined(_WIN32)
+#define LUMO_API
+#else
 #define LUMO_API [[gnu::visibility("default")]]
+#endif
 
 /// Marks what is not, within such a namespace.
+#if defined(_WIN32)
+#define LUMO_HIDDEN
+#else
 #define LUMO_HIDDEN [[gnu::visibility("hidden")]]
+#endif
+
+/// The type behind va_list, without a header.
+#if defined(_MSC_VER)
+#define LUMO_VA_LIST char*
+#else
+#define LUMO_VA_LIST __builtin_va_list
+#endif
+
+/// Marks a function whose format, the argument of that number, is one of printf, for the compiler
+/// to hold the arguments behind it to.
+#if defined(_MSC_VER)
+#define LUMO_PRINTF(formatIndex)
+#elif defined(__MINGW32__) && !defined(__clang__)
+#define LUMO_PRINTF(formatIndex) __attribute__((format(gnu_printf, formatIndex, (formatIndex) + 1)))
+#else
+#define LUMO_PRINTF(formatIndex) __attribute__((format(printf, formatIndex, (formatIndex) + 1)))
+#endif

@@ -3,21 +3,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdint>
 #include <cstdlib>
 #include <iterator>
 
-#ifdef __linux__
-#include <malloc.h>
-#include <sys/mman.h>
-#endif
-#ifdef __has_feature  // clang
-#if __has_feature(address_sanitizer)
-#define __SANITIZE_ADDRESS__
-#endif
-#endif
-
 #include "library/utilities/problems.h"
+#include "library/utilities/system.h"
 
 namespace lumo {
 
@@ -28,44 +18,9 @@ std::atomic<long long> vectMemory{0};
 
 // ---- Large blocks --------------------------------------------------------------------------
 
-constexpr long long LeastHuge = 3 << 20;
-constexpr std::size_t HugePage = 2 << 20;
-
-/// A block on huge pages, but for its tail: the first touch of a small page costs 1 to 28 us, and
+/// From here on a block stands on huge pages: the first touch of a small one costs 1 to 28 us, and
 /// nearly half the time of an import in a new process went into that.
-void* NewHuge(std::size_t bytes) {
-    void* const block = std::aligned_alloc(HugePage, (bytes + HugePage - 1) & -HugePage);
-#ifdef MADV_HUGEPAGE
-    if (block != nullptr) ::madvise(block, bytes & -HugePage, MADV_HUGEPAGE);  // a wish
-#endif
-    return block;
-}
-
-/// Has the system make the pages of a block at once: a fault for each costs five times as much.
-void Populate(void* block, std::size_t bytes) {
-#ifdef MADV_POPULATE_WRITE
-    constexpr std::uintptr_t page = 4096;
-    const auto start = reinterpret_cast<std::uintptr_t>(block);
-    const std::uintptr_t first = -start & (page - 1);  // where whole pages begin in it
-    const std::uintptr_t last = bytes - ((start + bytes) & (page - 1));
-    if (first < last)
-        ::madvise(static_cast<char*>(block) + first, last - first, MADV_POPULATE_WRITE);
-#else
-    static_cast<void>(block), static_cast<void>(bytes);
-#endif
-}
-
-/// The size of a block, where the system tells it; else 0. The address sanitizer is to see blocks
-/// freed.
-std::size_t SizeOf(void* block) {
-#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
-    return ::malloc_usable_size(block);
-#else
-    static_cast<void>(block);
-    return 0;
-#endif
-}
-
+constexpr long long LeastHuge = 3 << 20;
 constexpr std::size_t LeastKept = 64 << 10;
 constexpr std::size_t MostKept = 64 << 20;  ///< bytes that a thread keeps
 
@@ -128,9 +83,9 @@ void* xmallocf_kt(long long bytes) {
     if (size >= LeastKept && !keepsNoMore) {
         if (void* const block = keptBlocks.take(size)) return block;
     }
-    if (bytes >= LeastHuge) return NewHuge(size);
+    if (bytes >= LeastHuge) return system::NewHuge(size);
     void* const block = xreallocf_kt(nullptr, bytes);
-    if (size >= LeastKept && block != nullptr) Populate(block, size);
+    if (size >= LeastKept && block != nullptr) system::Populate(block, size);
     return block;
 }
 
@@ -140,7 +95,7 @@ void* xreallocf_kt(void* block, long long bytes) {
 }
 
 void xfree_kt(void* block) {
-    const std::size_t size = block == nullptr ? 0 : SizeOf(block);
+    const std::size_t size = block == nullptr ? 0 : system::SizeOf(block);
     if (size < LeastKept || size > MostKept || keepsNoMore) return std::free(block);
     keptBlocks.add(block, size);
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "library/utilities/Utils.h"
+#include "library/utilities/system.h"
 
 namespace lumo {
 
@@ -39,6 +40,17 @@ const char* NumberLimit(const char* text) {
     return p;
 }
 
+/// The double nearest to the number at [first, last), which has the form of one and no plus sign;
+/// false when it is out of range, of which standard libraries differ in what they call so.
+bool NearestDouble(const char* first, const char* last, double& value) {
+#ifdef __cpp_lib_to_chars  // with which std::from_chars knows floating numbers
+    return std::from_chars(first, last, value).ec == std::errc();
+#else
+    value = system::NearestDouble(std::string(first, last).c_str());
+    return true;
+#endif
+}
+
 /// Whether the number at [first, last), which no double can hold, is too large and not too small:
 /// its first significant digit stands before the decimal point.
 bool IsLarge(const char* first, const char* last) {
@@ -60,9 +72,7 @@ bool IsLarge(const char* first, const char* last) {
 NumberEN detail::ParseNumberSlow(const char* first, const char* last, double& value) {
     if (*first == '+') ++first;
     double parsed = 0;
-    const std::from_chars_result result = std::from_chars(first, last, parsed);
-    // Standard libraries differ in what they call out of range and in what they set then.
-    if (result.ec == std::errc() && std::isfinite(parsed)) {
+    if (NearestDouble(first, last, parsed) && std::isfinite(parsed)) {
         value = parsed;
         return NumberEN::ok;
     }

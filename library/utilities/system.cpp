@@ -1,0 +1,228 @@
+// What is the same on POSIX systems; Windows has a file of its own.
+#ifndef _WIN32
+#include "library/utilities/system.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <locale.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#ifdef __linux__
+#include <malloc.h>
+#include <sys/mman.h>
+#endif
+#ifdef __APPLE__
+#include <malloc/malloc.h>
+#include <xlocale.h>
+#endif
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#ifdef __has_feature  // clang
+#if __has_feature(address_sanitizer)
+#define __SANITIZE_ADDRESS__
+#endif
+#endif
+
+namespace lumo::system {
+
+namespace {
+
+constexpr long long MostAtOnce = 1 << 30;
+
+/// Calls again what a signal interrupted.
+template <class Call>
+auto Uninterrupted(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) result = call();
+    return result;
+}
+
+/// Makes the C locale this thread's for a scope, so that printf writes decimal points.
+class CLocale {
+public:
+    CLocale() : previous_(uselocale(plain())) {}
+    ~CLocale() { uselocale(previous_); }
+    CLocale(const CLocale&) = delete;
+    CLocale& operator=(const CLocale&) = delete;
+
+private:
+    static locale_t plain() {
+        static const locale_t locale = newlocale(LC_ALL_MASK, "C", locale_t{});
+        return locale;
+    }
+    locale_t previous_;
+};
+
+PathStatus StatusFrom(const struct stat& status) {
+    const PathKindEN kind = S_ISREG(status.st_mode)   ? PathKindEN::file
+                            : S_ISDIR(status.st_mode) ? PathKindEN::folder
+                                                      : PathKindEN::other;
+    return {kind, status.st_mode & 0777U, static_cast<unsigned long long>(status.st_dev),
+            static_cast<unsigned long long>(status.st_ino)};
+}
+
+struct Free {
+    void operator()(char* block) const { std::free(block); }
+};
+
+}  // namespace
+
+// ---- Files ---------------------------------------------------------------------------------
+
+const char* LastSeparator(const char* path) { return std::strrchr(path, '/'); }
+
+// O_NONBLOCK: for FIFOs.
+InputFile::InputFile(const char* path)
+    : descriptor_(Uninterrupted(
+          [path] { return ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); })) {}
+
+InputFile::~InputFile() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+long long InputFile::size() const {
+    struct stat status {};
+    if (::fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+    return status.st_size;
+}
+
+long long InputFile::read(char* out, long long most) const {
+    const auto step = static_cast<std::size_t>(std::min(most, MostAtOnce));
+    for (;;) {
+        const ssize_t got = Uninterrupted([&] { return ::read(descriptor_, out, step); });
+        if (got >= 0 || errno != EAGAIN) return got;
+        pollfd waiting{descriptor_, POLLIN, 0};
+        ::poll(&waiting, 1, -1);
+    }
+}
+
+long long InputFile::readAt(long long offset, char* out, long long most) const {
+    const auto step = static_cast<std::size_t>(std::min(most, MostAtOnce));
+    return Uninterrupted(
+        [&] { return ::pread(descriptor_, out, step, static_cast<off_t>(offset)); });
+}
+
+PathStatus StatusOf(const char* path) {
+    struct stat status {};
+    return ::stat(path, &status) == 0 ? StatusFrom(status) : PathStatus{};
+}
+
+PathStatus StatusOf(int descriptor) {
+    struct stat status {};
+    return ::fstat(descriptor, &status) == 0 ? StatusFrom(status) : PathStatus{};
+}
+
+int OpenForWriting(const char* path) { return ::open(path, O_WRONLY | O_CLOEXEC | O_NOCTTY); }
+
+int CreateNew(const char* path, unsigned mode, bool exact) {
+    const int descriptor =
+        ::open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, static_cast<mode_t>(mode));
+    if (descriptor >= 0 && exact) ::fchmod(descriptor, static_cast<mode_t>(mode));
+    return descriptor;
+}
+
+long long Write(int descriptor, const char* text, long long count) {
+    const auto step = static_cast<std::size_t>(std::min(count, MostAtOnce));
+    return Uninterrupted([&] { return ::write(descriptor, text, step); });
+}
+
+int Close(int descriptor) { return ::close(descriptor); }
+int Replace(const char* file, const char* target) { return ::rename(file, target); }
+int Remove(const char* path) { return ::unlink(path); }
+
+int ProcessNumber() { return ::getpid(); }
+
+// ---- Memory --------------------------------------------------------------------------------
+
+#ifdef __linux__
+
+void* NewHuge(std::size_t bytes) {
+    constexpr std::size_t page = 2 << 20;
+    void* const block = std::aligned_alloc(page, (bytes + page - 1) & -page);
+#ifdef MADV_HUGEPAGE
+    // But for the tail.
+    if (block != nullptr) ::madvise(block, bytes & -page, MADV_HUGEPAGE);  // a wish
+#endif
+    return block;
+}
+
+#else
+
+void* NewHuge(std::size_t bytes) { return std::malloc(bytes); }
+
+#endif
+
+void Populate(void* block, std::size_t bytes) {
+#ifdef MADV_POPULATE_WRITE
+    constexpr std::uintptr_t page = 4096;
+    const auto start = reinterpret_cast<std::uintptr_t>(block);
+    const std::uintptr_t first = -start & (page - 1);  // where whole pages begin in it
+    const std::uintptr_t last = bytes - ((start + bytes) & (page - 1));
+    if (first < last)
+        ::madvise(static_cast<char*>(block) + first, last - first, MADV_POPULATE_WRITE);
+#else
+    static_cast<void>(block), static_cast<void>(bytes);
+#endif
+}
+
+std::size_t SizeOf(void* block) {
+#ifdef __SANITIZE_ADDRESS__  // which is to see blocks freed
+    static_cast<void>(block);
+    return 0;
+#elif defined(__linux__)
+    return ::malloc_usable_size(block);
+#elif defined(__APPLE__)
+    return ::malloc_size(block);
+#else
+    static_cast<void>(block);
+    return 0;
+#endif
+}
+
+// ---- Numbers and text
+// ----------------------------------------------------------------------------
+
+int Print(char* buffer, std::size_t size, const char* format, va_list arguments) {
+    const CLocale plain;
+    return std::vsnprintf(buffer, size, format, arguments);
+}
+
+// Through a stream: for a long text, vsnprintf into too small a buffer takes many times as long.
+std::optional<std::string> Print(const char* format, va_list arguments) {
+    const CLocale plain;
+    char* block = nullptr;
+    std::size_t size = 0;
+    std::FILE* const stream = ::open_memstream(&block, &size);
+    if (stream == nullptr) throw std::bad_alloc();
+    const int printed = std::vfprintf(stream, format, arguments);
+    const bool whole = std::fclose(stream) == 0 && printed >= 0;
+    const std::unique_ptr<char, Free> text(block);
+    if (block == nullptr) throw std::bad_alloc();
+    return whole ? std::optional<std::string>(std::in_place, block, size) : std::nullopt;
+}
+
+double NearestDouble(const char* number) {
+    const CLocale plain;
+    return std::strtod(number, nullptr);
+}
+
+// ---- Libraries -----------------------------------------------------------------------------
+
+Library::Library(const char* name) : library_(::dlopen(name, RTLD_NOW | RTLD_LOCAL)) {}
+
+void* Library::address(const char* name) const {
+    return library_ == nullptr ? nullptr : ::dlsym(library_, name);
+}
+
+}  // namespace lumo::system
+
+#endif
