@@ -1,5 +1,6 @@
 // Links: what is refused, what happens to tables, and the order under many patterns of links.
 #include <functional>
+#include <map>
 #include <numeric>
 
 #include "library/model/messages.h"
@@ -205,6 +206,54 @@ TEST(Links, RepeatedReplacementsCostWhatTheyName) {
     }
     for (int i = 2; i < nodes; ++i) ASSERT_TRUE(g.link(i, 1));
     EXPECT_FALSE(g.link(1, 0));  // 0 is the parent of all the others now
+}
+
+/// Whether a way of links leads from one to the other.
+bool Reaches(const Bnode_bn& from, const Bnode_bn& to) {
+    return &from == &to || std::any_of(to.parents.begin(), to.parents.end(),
+                                       [&](const Bnode_bn* p) { return Reaches(from, *p); });
+}
+
+TEST(Links, StayRightWhenNodesAreRemoved) {
+    std::mt19937 random(3);
+    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    Graph g(60);
+    for (int i = 0; i < 150; ++i) g.link(below(60), below(60));
+    for (int i = 0; i < 40; ++i) g.link(i, 59);  // more parents than are looked through
+    AddNodeToNodeset_ibn(g[5], "set");
+    AddNodeToNodeset_ibn(g[6], "set");
+    const Bnode_bn* const seven = &g[7];
+    SetNodeIdentity(g[7], "seven of them");
+    g.giveTable(6);
+    for (int round = 0; round < 4; ++round) {
+        BndList_bn going;
+        for (int i = 0; i < 8; ++i)
+            if (const int at = below(g.net->nodes.N); &g[at] != seven) going.append(&g[at]);
+        if (round == 0) going.append(&g[5]);
+        std::map<std::string, std::string> parents;
+        for (int i = 0; i < g.net->nodes.N; ++i) {
+            for (const Bnode_bn* p : g[i].parents)
+                if (std::find(going.begin(), going.end(), p) == going.end())
+                    parents[g[i].name()] += std::string(p->name()) + ' ';
+        }
+        RemoveNodes_ibn(*g.net, going);
+        ExpectConsistent(g.net.get());
+        for (int i = 0; i < g.net->nodes.N; ++i) {
+            EXPECT_EQ(g.parents(i), parents[g[i].name()]);
+            EXPECT_EQ(g.net->findNodeLabeled(g[i].name()), &g[i]);
+        }
+        for (const Bnode_bn* gone : going)
+            EXPECT_EQ(g.net->findNodeLabeled(gone->name()), nullptr) << gone->name();
+        EXPECT_EQ(g.net->findNodeLabeled("seven of them"), seven);
+        for (int i = 0; i < 60; ++i) {
+            const int from = below(g.net->nodes.N), to = below(g.net->nodes.N);
+            const bool closes = Reaches(g[to], g[from]);
+            EXPECT_EQ(g.link(from, to), !closes);
+        }
+    }
+    EXPECT_LE(g.net->findNodeset("set")->nodes().N, 1);
+    EXPECT_NE(NewNode_ibn("n5", 2, *g.net, {}), nullptr);
+    ExpectConsistent(g.net.get());
 }
 
 }  // namespace

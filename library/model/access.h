@@ -66,6 +66,8 @@ struct Bnet_bn::Index {
     std::vector<OwnedNodeset> nodesets;
     std::unordered_map<std::string_view, nodeset_bn*> nodesetsByName;
 
+    std::vector<Bnode_bn*> removed;  // in no list any more; they live as long as the net
+
     long long filledEntries = 0;
     long long states = 0;  ///< of all nodes
 };
@@ -123,6 +125,13 @@ struct LUMO_HIDDEN ModelAccess {
     static LinkEN link(Bnode_bn& parent, Bnode_bn& child);
     static void unlinkParents(Bnode_bn& child);
     static std::unordered_set<const Bnode_bn*> descendants(Bnode_bn& node);
+    static void recordLinks(Bnode_bn& child);
+    static void recordLink(Bnode_bn& parent, const Bnode_bn& child);
+
+    // Removal (removal.cpp).
+    static void dropParents(Bnode_bn& node, const std::unordered_set<const Bnode_bn*>& going);
+    static void forget(Bnode_bn& node);
+    static void renumber(Bnet_bn& net, const BndList_bn& staying);
 
     // Tables (relation.cpp).
     static rept_kt* checkTableSize(const Bnode_bn& node, int& entries);

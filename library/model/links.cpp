@@ -236,6 +236,22 @@ void ModelAccess::reserveFamily(Bnode_bn& node, int count) {
     family.capacity = count;
 }
 
+/// Remembers the child in the lists of its parents, which do not have it.
+void ModelAccess::recordLinks(Bnode_bn& child) {
+    Bnet_bn::Index& at = index(child);
+    const bool isHashed = child.parents.N >= ManyParents;
+    for (Bnode_bn* parent : child.parents) {
+        recordLink(*parent, child);
+        if (isHashed) at.pairs.insert(PairKey(child.index_, parent->index_));
+    }
+}
+
+void ModelAccess::recordLink(Bnode_bn& parent, const Bnode_bn& child) {
+    auto& links = index(child).links;
+    links.push_back({child.index_, parent.firstChild_});
+    parent.firstChild_ = static_cast<int>(links.size()) - 1;
+}
+
 /// Appends the parent. Small families fit exactly, as most of a large net's are small.
 void ModelAccess::appendParent(Bnode_bn& parent, Bnode_bn& child) {
     constexpr int exactFit = 4;
@@ -262,9 +278,7 @@ ModelAccess::LinkEN ModelAccess::link(Bnode_bn& parent, Bnode_bn& child) {
         return LinkEN::cycle;
     }
     appendParent(parent, child);
-    auto& links = index(child).links;
-    links.push_back({child.index_, parent.firstChild_});
-    parent.firstChild_ = static_cast<int>(links.size()) - 1;
+    recordLink(parent, child);
     return LinkEN::added;
 }
 

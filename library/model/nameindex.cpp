@@ -78,6 +78,11 @@ void NodeIndex::remove(int place, const HashedText& key) {
     --count_;
 }
 
+void NodeIndex::clear() {
+    std::fill_n(slots_.get(), size_, Slot{});
+    count_ = 0;
+}
+
 void NodeIndex::put(Slot slot) {
     std::size_t at = slot.hash & mask();
     while (slots_[at].node != 0) at = (at + 1) & mask();

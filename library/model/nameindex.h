@@ -36,6 +36,7 @@ public:
     /// Adds the node at the place under the text, a copy of which its key is or will be.
     void add(int place, const HashedText& key);
     void remove(int place, const HashedText& key);
+    void clear();
 
 private:
     struct Slot {

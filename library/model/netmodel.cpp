@@ -61,6 +61,7 @@ Bnet_bn::Bnet_bn() : index_(std::make_unique<Index>(nodes)) {
 Bnet_bn::~Bnet_bn() {
     for (Vnet_kt* vnet : vnets) delete vnet;
     for (Bnode_bn* node : nodes) node->~Bnode_bn();
+    for (Bnode_bn* node : index_->removed) node->~Bnode_bn();
     for (char* text : {name, title, comment, fileName}) delete[] text;
 }
 

@@ -486,6 +486,11 @@ Bnet_bn* NewVBNet(char* name, bool);
 Bnode_bn* NewNode_ibn(const char* name, int numStates, Bnet_bn& net, coord_kt position,
                       rept_kt** error = nullptr);
 
+/// Takes the nodes out of the net, with their links, their places in node sets and their tables.
+/// Children keep their other parents and lose their tables. The nodes themselves live on, in no
+/// list, as long as the net. The others keep their order. Linear in the net, however many go.
+void RemoveNodes_ibn(Bnet_bn& net, const BndList_bn& list);
+
 /// A new node with that label, as NewNode_ibn without a name and SetNodeLabel make it, in half the
 /// time: no name is made up first. Null, and nothing changes, unless the label is a legal name that
 /// no node has or is known by, and unlike those that are made up.
