@@ -51,11 +51,13 @@ PYBIND11_MODULE(_core, module) {
     python::DefineNet(module);
     python::DefineReading(module);
     python::DefineState(module);
+    python::DefineChanging(module);
     module.attr("__version__") = LUMO_VERSION;
     module.attr("formats") = python::FormatExtensions();
     module.attr("writers") = python::WriterExtensions();
-    for (const char* name : {"Report", "State", "Group", "Node", "Nodes", "Net"}) {
+    for (const char* name : {"Report", "State", "Group", "Node", "Nodes"}) {
         module.attr(name).attr("__module__") = "lumo";
         python::ForbidMaking(module.attr(name));
     }
+    module.attr("Net").attr("__module__") = "lumo";
 }

@@ -1,7 +1,7 @@
 // The net as Python sees it, shared by the parts of the module.
 //
-// A net is shared by the Python objects made from it: nodes and arrays keep it alive, and nothing
-// changes it. The interpreter's lock is released while a file is read or written.
+// A net is shared by the Python objects made from it: nodes and arrays keep it alive. The
+// interpreter's lock is held while a net is changed, and released while a file is read or written.
 #pragma once
 
 #include <pybind11/pybind11.h>
@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "export/output.h"
@@ -49,10 +50,21 @@ struct Net : ImportResult {
     /// The children of each node that has some; made when first wanted.
     const std::vector<const Bnode_bn*>& childrenOf(const Bnode_bn* node);
 
-    /// The node's place in the net.
+    /// The node's place in the net, which has it.
     int placeOf(const Bnode_bn* node);
+    /// Whether it was not removed.
+    bool has(const Bnode_bn* node);
+
+    /// An array of the node's own memory is handed out.
+    void view(const Bnode_bn* node) { viewed_.insert(node); }
+    /// Lets the arrays of the node that were handed out stay what they are, whatever happens to it.
+    void keepViews(Bnode_bn& node);
+    /// Nodes or links have changed.
+    void changed();
 
 private:
+    std::unordered_set<const Bnode_bn*> viewed_;
+    std::vector<std::shared_ptr<void>> kept_;
     bool haveChildren_ = false;
     std::unordered_map<const Bnode_bn*, int> places_;
     std::unordered_map<const Bnode_bn*, std::vector<const Bnode_bn*>> children_;
@@ -65,6 +77,28 @@ struct Node {
 
     bool operator==(const Node&) const = default;
     const Bnode_bn* operator->() const { return node; }
+};
+
+/// A state as Python has it.
+struct State {
+    OptionalText name, title, comment;
+    std::optional<double> value;
+    std::string label;
+};
+
+/// The node that the key is, or names; a KeyError when the net has none.
+Node NodeOf(const SharedNet& net, const py::object& key);
+
+/// The dimensions of a table: one for each parent, then `last` unless that is 0; more than NumPy
+/// has: all parents in one.
+std::vector<py::ssize_t> TableShape(const Node& node, int last);
+
+/// Hears what the model says where nobody wants to know it.
+class SilentHandler : public ReportHandler {
+public:
+    void show(const rept_kt&) override {}
+    void print(const char*) override {}
+    bool ask(int, const char*) override { return false; }
 };
 
 template <class LIST>
@@ -103,5 +137,6 @@ void DefineNode(py::module_& module);
 void DefineNet(py::module_& module);
 void DefineReading(py::module_& module);
 void DefineState(py::module_& module);
+void DefineChanging(py::module_& module);  ///< of what DefineNode and DefineNet made
 
 }  // namespace lumo::python

@@ -28,6 +28,11 @@ int Net::placeOf(const Bnode_bn* node) {
     return places_.at(node);
 }
 
+bool Net::has(const Bnode_bn* node) {
+    if (places_.empty() && net->nodes.N > 0) placeOf(net->nodes[0]);
+    return places_.contains(node);
+}
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -88,8 +93,9 @@ const Bnode_bn* FindNode(const Net& net, const py::object& key) {
 }
 
 /// Whether it is a node of the net, or the name of one.
-bool Contains(const Net& net, const py::object& key) {
-    if (py::isinstance<Node>(key)) return key.cast<Node>().net.get() == &net;
+bool Contains(Net& net, const py::object& key) {
+    if (py::isinstance<Node>(key))
+        return key.cast<Node>().net.get() == &net && net.has(key.cast<Node>().node);
     return FindNode(net, key) != nullptr;
 }
 
@@ -99,6 +105,15 @@ Node NodeNamed(const SharedNet& net, const py::object& key) {
     PyErr_SetObject(PyExc_KeyError, key.ptr());
     throw py::error_already_set();
 }
+
+}  // namespace
+
+Node NodeOf(const SharedNet& net, const py::object& key) {
+    if (py::isinstance<Node>(key) && Contains(*net, key)) return key.cast<Node>();
+    return NodeNamed(net, key);
+}
+
+namespace {
 
 struct Group {
     std::string name, color;

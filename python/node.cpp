@@ -7,12 +7,6 @@
 namespace lumo::python {
 namespace {
 
-struct State {
-    OptionalText name, title, comment;
-    std::optional<double> value;
-    std::string label;
-};
-
 bool HasValues(const Varbl_bn& variable) {
     return variable.levels != nullptr && variable.numLevels == variable.numStates;
 }
@@ -58,14 +52,15 @@ namespace {
 template <class T>
 py::object View(const Node& node, const T* values, const std::vector<py::ssize_t>& shape) {
     if (values == nullptr) return py::none();
+    node.net->view(node.node);
     py::array_t<T> array(shape, values, py::cast(node.net));
     array.attr("setflags")(py::arg("write") = false);
     return array;
 }
 
-/// One dimension a parent, then `last` unless that is 0; more dimensions than NumPy has: all
-/// parents in one.
-std::vector<py::ssize_t> Shape(const Node& node, int last) {
+}  // namespace
+
+std::vector<py::ssize_t> TableShape(const Node& node, int last) {
     constexpr int mostDimensions = 32;
     std::vector<py::ssize_t> shape;
     if (node->parents.N < mostDimensions)
@@ -76,10 +71,12 @@ std::vector<py::ssize_t> Shape(const Node& node, int last) {
     return shape;
 }
 
+namespace {
+
 py::object Table(const Node& node) {
     const Reln_bn& relation = node->relation;
     const float* values = relation.kind == RelnKindEN::real ? relation.reals : relation.probs;
-    return View(node, values, Shape(node, node->numStates()));
+    return View(node, values, TableShape(node, node->numStates()));
 }
 
 py::object Levels(const Node& node) {
@@ -156,7 +153,8 @@ void DefineNode(py::module_& module) {
                                "first. None for a node without a table and for a condensed "
                                "noisy-max node.")
         .def_property_readonly(
-            "experience", [](const Node& n) { return View(n, n->relation.exper, Shape(n, 0)); },
+            "experience",
+            [](const Node& n) { return View(n, n->relation.exper, TableShape(n, 0)); },
             "The number of cases behind each row: a read-only float32 array with a dimension for "
             "each parent, or None.")
         .def_property_readonly(

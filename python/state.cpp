@@ -399,14 +399,6 @@ void CheckReport(const ReportRecord& report) {
     require(report.sourceCaret <= report.sourceLine.size());
 }
 
-/// Hears what bytes of another origin make the model say: nothing that anybody wants to know.
-class Silent : public ReportHandler {
-public:
-    void show(const rept_kt&) override {}
-    void print(const char*) override {}
-    bool ask(int, const char*) override { return false; }
-};
-
 std::string BytesOf(Net& net) {
     ArchiveOut out;
     out(net, StateOf(net));
@@ -422,7 +414,7 @@ SharedNet NetOfBytes(std::string_view bytes) {
     const FormatInfo* const format = FindFormat(net->formatCode);
     require(net->format == (format == nullptr ? "" : format->name));
     std::ranges::for_each(net->reports, CheckReport);
-    Silent silent;
+    SilentHandler silent;
     const HandlerScope handler(silent);
     const ReportScope scope;
     net->net = NetOf(state);
