@@ -184,8 +184,31 @@ StateList StatesOf(const py::object& given) {
     return list;
 }
 
+/// The bounds of the intervals that the states of a variable are, which outlive new names.
+class Bounds {
+public:
+    Bounds(Bnode_bn& node, int count) : variable_(node.variable) {
+        if (variable_.levels != nullptr && count == variable_.numStates &&
+            variable_.numLevels == count + 1)
+            bounds_.assign(variable_.levels, variable_.levels + variable_.numLevels);
+    }
+    ~Bounds() {
+        if (bounds_.empty() || variable_.levels != nullptr) return;
+        variable_.levels = new double[bounds_.size()];
+        std::ranges::copy(bounds_, variable_.levels);
+        variable_.numLevels = static_cast<int>(bounds_.size());
+    }
+    Bounds(const Bounds&) = delete;
+    Bounds& operator=(const Bounds&) = delete;
+
+private:
+    Varbl_bn& variable_;
+    std::vector<double> bounds_;
+};
+
 void SetStates(Change& change, Bnode_bn& node, const StateList& list) {
     const int count = static_cast<int>(list.states.size());
+    const Bounds bounds(node, count);
     for (Bnode_bn* other : change.net().nodes)
         if (std::ranges::find(other->parents, &node) != other->parents.end())
             change.keepViews(*other);
@@ -364,6 +387,21 @@ void AddSetter(const py::object& type, const char* name, auto set) {
     type.attr(name) = type.attr(name).attr("setter")(py::cpp_function(set, py::is_method(type)));
 }
 
+/// Makes calling the class call the function, so that no object is ever there that was not made
+/// whole.
+void MakeCallable(const py::object& type, const py::object& function) {
+    static PyObject* const make = function.inc_ref().ptr();
+    static PyTypeObject* const made = reinterpret_cast<PyTypeObject*>(type.ptr());
+    made->tp_new = [](PyTypeObject* wanted, PyObject* args, PyObject* named) -> PyObject* {
+        if (wanted == made) return PyObject_Call(make, args, named);
+        PyErr_Format(PyExc_TypeError, "%s has no classes derived from it", made->tp_name);
+        return nullptr;
+    };
+    type.attr("__init__") = py::cpp_function(
+        [](const py::object&, const py::args&, const py::kwargs&) {}, py::is_method(type));
+    PyType_Modified(made);
+}
+
 }  // namespace
 
 void DefineChanging(py::module_& module) {
@@ -395,7 +433,9 @@ void DefineChanging(py::module_& module) {
     AddSetter(net, "comment", [](const SharedNet& n, const OptionalText& comment) {
         n->net->setComment(NewText(comment));
     });
-    net.def(py::init(&NewNet), "name"_a = "net", "title"_a = py::none());
+    module.def("new_net", NewNet, "name"_a = "net", "title"_a = py::none(),
+               "An empty net. A name that is no legal one becomes the title.");
+    MakeCallable(net, module.attr("new_net"));
     net.def("add_node", AddNode, "name"_a, "states"_a = py::tuple(), "parents"_a = py::tuple(),
             "table"_a = py::none(), py::kw_only(), "kind"_a = "nature", "title"_a = py::none(),
             "comment"_a = py::none(), "position"_a = py::none(),

@@ -99,10 +99,24 @@ bool Contains(Net& net, const py::object& key) {
     return FindNode(net, key) != nullptr;
 }
 
+/// The key, with the name that is most like it.
+py::object Missing(const Net& net, const py::object& key) {
+    constexpr int most = 10'000;  // names that are looked through
+    if (PyUnicode_Check(key.ptr()) == 0 || net.net->nodes.N > most) return key;
+    const py::str wanted = key.attr("casefold")();
+    py::dict names;
+    for (const Bnode_bn* node : net.net->nodes)
+        names[py::str(node->name()).attr("casefold")()] = py::str(node->name());
+    const py::list close =
+        py::module_::import("difflib").attr("get_close_matches")(wanted, names, 1);
+    if (close.empty()) return key;
+    return py::str("{!r}; is it {!r}?").format(key, names[close[0]]);
+}
+
 Node NodeNamed(const SharedNet& net, const py::object& key) {
     const Bnode_bn* const node = FindNode(*net, key);
     if (node != nullptr) return {net, node};
-    PyErr_SetObject(PyExc_KeyError, key.ptr());
+    PyErr_SetObject(PyExc_KeyError, Missing(*net, key).ptr());
     throw py::error_already_set();
 }
 
@@ -297,6 +311,8 @@ void DefineNet(py::module_& module) {
              "there stays when it fails.\n\nRaises ValueError for a format that is not written, "
              "FileExistsError for the file that the net was read from unless force is true and "
              "it was read without an error, and OSError when the file cannot be written.")
+        .def("save", WriteFile, "path"_a, "format"_a = py::none(), py::kw_only(), "force"_a = false,
+             "The same as write().")
         .def("_repr_svg_", Picture, "The picture of the net for notebooks; None above 500 nodes.")
         .def("__repr__", [](const Net& n) { return "<lumo.Net " + Summary(n) + ">"; });
 }

@@ -405,6 +405,20 @@ std::string BytesOf(Net& net) {
     return out.take();
 }
 
+/// What makes two nets the same, whatever files they are from.
+std::string BytesOfContent(Net& net) {
+    NetState state = StateOf(net);
+    state.fileName.clear();
+    state.drawing.laidOut = false;
+    for (NodeState& node : state.nodes) {
+        node.identity.reset();
+        node.groupIndex = -1;
+    }
+    ArchiveOut out;
+    out(state);
+    return out.take();
+}
+
 SharedNet NetOfBytes(std::string_view bytes) {
     ArchiveIn in(bytes);
     auto net = std::make_shared<Net>();
@@ -427,6 +441,9 @@ void DefineState(py::module_& module) {
     module.def("net_state", [](const SharedNet& net) { return py::bytes(BytesOf(*net)); });
     module.def("net_of",
                [](const py::bytes& state) { return NetOfBytes(std::string_view(state)); });
+    module.def("same_net", [](const SharedNet& one, const SharedNet& two) {
+        return BytesOfContent(*one) == BytesOfContent(*two);
+    });
     module.def("report_state", [](const ReportRecord& report) {
         ArchiveOut out;
         out(report);

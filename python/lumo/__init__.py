@@ -1,6 +1,6 @@
 """Reads Bayes nets and decision networks from the files of other programs (docs/python.md)."""
 
-from lumo import _convert, _notebook, _pickle
+from lumo import _convert, _notebook, _pickle, _reports
 from lumo._core import (
     Group,
     Net,
@@ -14,6 +14,7 @@ from lumo._core import (
     formats,
     writers,
 )
+from lumo._convert import convert, from_pgmpy
 from lumo._read import LumoWarning, read, read_many, reads
 
 __all__ = [
@@ -26,8 +27,10 @@ __all__ = [
     "Report",
     "State",
     "__version__",
+    "convert",
     "explain",
     "formats",
+    "from_pgmpy",
     "read",
     "read_many",
     "reads",

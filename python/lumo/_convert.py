@@ -1,11 +1,15 @@
 """Nets and nodes as the objects of other packages, which are imported when they are asked for."""
 
 import importlib
+import importlib.util
+import pathlib
+import tempfile
 
 import numpy
 
 from lumo._core import Net, Node
 from lumo._methods import method_of
+from lumo._read import read
 
 
 def _package(method, name):
@@ -175,3 +179,42 @@ def net_to_pgmpy(self, *, normalize=False, skip=False):
                                evidence_card=[len(labels[name]) for name in evidence] or None,
                                state_names={name: labels[name] for name in (node.name, *evidence)}))
     return model
+
+
+@method_of(Net, "to_pyagrum")
+def net_to_pyagrum(self):
+    """The net as a pyAgrum BayesNet, which pyAgrum reads from the BIF that is written of it: of nature nodes with
+    states, without what BIF does not keep.
+
+    Raises ImportError without pyAgrum."""
+    gum = _package("to_pyagrum", "pyagrum" if importlib.util.find_spec("pyagrum") else "pyAgrum")
+    with tempfile.TemporaryDirectory() as folder:
+        path = pathlib.Path(folder, f"{self.name}.bif")
+        self.write(path)
+        return gum.loadBN(str(path))
+
+
+def from_pgmpy(model, name=None):
+    """The net of a pgmpy model of discrete variables: a node for each of its nodes, in their order, with the states and
+    the table of its TabularCPD. A node without one has states named after its cardinality, or none.
+
+    name: of the net; None: the model's. Names that are no legal ones become titles."""
+    net = Net(str(name or getattr(model, "name", None) or "net"))
+    made = {}
+    for variable in model.nodes():
+        cpd = model.get_cpds(variable)
+        states = [str(state) for state in cpd.state_names[variable]] if cpd is not None else ()
+        made[variable] = net.add_node(str(variable), states)
+    for variable, node in made.items():
+        cpd = model.get_cpds(variable)
+        parents = list(model.predecessors(variable)) if cpd is None else cpd.variables[1:]
+        node.parents = [made[parent] for parent in parents]
+        if cpd is not None:
+            node.table = numpy.moveaxis(numpy.asarray(cpd.values, float), 0, -1)
+    return net
+
+
+def convert(source, target, format=None, *, force=False, **options):
+    """Reads a file and writes its net to another, in the format or in that of its extension; returns what that format
+    does not keep, a line each. The options are those of read(), `format` and `force` those of Net.write()."""
+    return read(source, **options).write(target, format, force=force)

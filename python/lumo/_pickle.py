@@ -46,6 +46,13 @@ def _is_value(kind, fields):
 _is_value(_core.Report, _core.report_state)
 _is_value(_core.State, _core.State._fields)
 _is_value(_core.Group, _group_fields)
+def _same_net(self, other):
+    """Whether the nets are the same in all that they hold, whatever files they were read from."""
+    return _core.same_net(self, other) if isinstance(other, _core.Net) else NotImplemented
+
+
+_core.Net.__eq__ = _same_net
+_core.Net.__hash__ = None  # nets change
 copyreg.pickle(_core.Net, lambda net: (_net, (_core.net_state(net),)))
 copyreg.pickle(_core.Report, lambda report: (_report, (_core.report_state(report),)))
 copyreg.pickle(_core.State, lambda state: (_state, (state._fields(),)))

@@ -27,11 +27,20 @@ def _warn_of(net, stacklevel):
             warnings.warn(LumoWarning(report), stacklevel=stacklevel + 1)
 
 
+def _format(name):
+    """The key of lumo.formats; an extension stands for the format that has it, as in Net.write()."""
+    if name is None or name in _core.formats:
+        return name
+    extension = "." + name.lstrip(".").lower()
+    return next((key for key, extensions in _core.formats.items() if extension in extensions), name)
+
+
 def read(path, format=None, condense=False, *, strict=False, normalize=False, class_name=None,
          create_state_names=False, warn=False):
     """Reads a file into a Net. With errors in it, it is read as far as possible: Net.status and Net.reports tell.
 
-    format: a key of lumo.formats; None: the format is found out from the content, then the extension.
+    path: a path, or an open file, whose content is read.
+    format: a key of lumo.formats, or an extension; None: it is found out from the content, then the extension.
     condense: noisy-max nodes keep their parameters alone.
     strict: reads by the letter of the format; else more is read of files that depart from it, and reported.
     normalize: scales the rows of nature nodes that do not sum to 1.
@@ -41,7 +50,10 @@ def read(path, format=None, condense=False, *, strict=False, normalize=False, cl
 
     Raises OSError as open() does (FileNotFoundError, PermissionError, IsADirectoryError ...), ReadError when
     nothing could be read, and ValueError for an unknown format."""
-    net = _core.read(path, _core.Reading(format, condense, strict, normalize, class_name, create_state_names))
+    if hasattr(path, "read"):
+        return reads(path.read(), format, getattr(path, "name", "text"), condense, strict=strict, normalize=normalize,
+                     class_name=class_name, create_state_names=create_state_names, warn=warn)
+    net = _core.read(path, _core.Reading(_format(format), condense, strict, normalize, class_name, create_state_names))
     if warn:
         _warn_of(net, 2)
     return net
@@ -54,7 +66,7 @@ def reads(data, format=None, name="text", condense=False, *, strict=False, norma
 
     Raises ReadError when nothing could be read, and ValueError for an unknown format."""
     net = _core.reads(data, name,
-                      _core.Reading(format, condense, strict, normalize, class_name, create_state_names))
+                      _core.Reading(_format(format), condense, strict, normalize, class_name, create_state_names))
     if warn:
         _warn_of(net, 2)
     return net
@@ -83,7 +95,7 @@ def _runs(paths):
 
 def read_many(paths, jobs=None, *, warn=False, **options):
     """Reads the files and gives their nets, one by one, in the order of the paths. In the place of a file that
-    cannot be read is the error, an OSError or ReadError, which is not raised.
+    cannot be read is the error, an OSError or ReadError, which is not raised. A single path stands for a list of it.
 
     jobs: how many files are read at the same time, in threads; None: one for each processor. A few dozen results
     a job wait to be taken, no more: the paths may be many, and may come from a generator.
@@ -91,6 +103,8 @@ def read_many(paths, jobs=None, *, warn=False, **options):
     The further options are those of read().
 
     Raises ValueError for an unknown format or when jobs is below 1."""
+    if isinstance(paths, (str, bytes, os.PathLike)):
+        paths = [paths]
     jobs = (os.cpu_count() or 1) if jobs is None else jobs
     waiting = collections.deque()
 

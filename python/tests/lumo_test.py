@@ -106,11 +106,14 @@ class Access(unittest.TestCase):
     def test_objects_come_from_reading_alone(self):
         for name in lumo.__all__:
             kind = getattr(lumo, name)
-            if isinstance(kind, type) and not issubclass(kind, Exception):
+            if isinstance(kind, type) and not issubclass(kind, (Exception, lumo.Net)):
                 class Own(kind):
                     pass
                 for make in (kind, Own, lambda: kind.__new__(kind), lambda: Own.__new__(Own), lambda: object.__new__(kind)):
                     self.assertRaises(TypeError, make)
+        self.assertEqual(len(lumo.Net()), 0)
+        self.assertRaises(TypeError, lambda: object.__new__(lumo.Net))
+        self.assertRaises(TypeError, type("Own", (lumo.Net,), {}))
 
     def test_documentation(self):
         folder = os.getcwd()

@@ -250,8 +250,8 @@ class Types(unittest.TestCase):
                             "        tables = {node.name: node.table for node in net if node in net.nodes}\n"
                             "net.write('a.bif')\n"
                             "lumo.read('a.net').nodes['a'] + 1\n"
-                            "lumo.Net()\n"
-                            "lumo.Net(1)\n")
+                            "lumo.Report()\n"
+                            "lumo.Report(1)\n")
 
             def run(*command):
                 return subprocess.run([sys.executable, "-m", *map(str, command)], capture_output=True, text=True,
