@@ -8,6 +8,11 @@ read_net <- function(path, format = NULL, strict = FALSE, normalize = FALSE, cla
     if (!file.exists(native)) {
         stop(read_error("lumo_file_error", paste0("there is no file '", path, "'"), no_reports()))
     }
+    if (dir.exists(native)) {
+        stop(read_error("lumo_file_error",
+                        paste0("'", path, "' is a folder; read_nets() reads the files in it"),
+                        no_reports()))
+    }
     result <- .Call(lumo_read, native, how)
     net <- result$net
     net$reports <- as.data.frame(net$reports)
