@@ -1,4 +1,5 @@
-"""The compiled part of the Python package, which CMake builds with the library in it. The rest is in pyproject.toml.
+"""The compiled part of the Python package, which CMake builds with the library in it, and the command line where CLI11 is
+found. The rest is in pyproject.toml.
 
 LUMO_BUILD_DIR: a build folder of CMake to build it in, configured with -DLUMO_BUILD_PYTHON=ON already."""
 
@@ -20,7 +21,7 @@ class BuildWithCMake(build_ext):
     def build_extension(self, extension):
         build = pathlib.Path(os.environ.get("LUMO_BUILD_DIR") or self.configure()).resolve()
         jobs = str(self.parallel or os.cpu_count() or 1)
-        subprocess.run(["cmake", "--build", build, "--target", "lumo_python", "--parallel", jobs], check=True)
+        subprocess.run(["cmake", "--build", build, "--target", "lumo_module", "--parallel", jobs], check=True)
         target = pathlib.Path(self.get_ext_fullpath(extension.name))
         target.parent.mkdir(parents=True, exist_ok=True)
         subprocess.run(["cmake", "--install", build, "--component", "module", "--strip", "--prefix", target.parent],
@@ -28,7 +29,7 @@ class BuildWithCMake(build_ext):
 
     def configure(self):
         options = {"CMAKE_BUILD_TYPE": "Release", "Python_EXECUTABLE": sys.executable, "LUMO_BUILD_PYTHON": "ON",
-                   "LUMO_BUILD_APP": "OFF", "LUMO_BUILD_TESTS": "OFF"}
+                   "LUMO_BUILD_APP": "AUTO", "LUMO_BUILD_TESTS": "OFF"}
         try:
             import pybind11
             options["pybind11_DIR"] = pybind11.get_cmake_dir()

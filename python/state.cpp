@@ -76,7 +76,7 @@ concept Of = std::is_same_v<std::remove_const_t<T>, OBJECT>;
 
 void EachField(Of<coord_kt> auto& at, auto& archive) { archive(at.x, at.y); }
 void EachField(Of<dcoord_kt> auto& at, auto& archive) { archive(at.x, at.y); }
-void EachField(Of<FileIdentity> auto& file, auto& archive) { archive(file.device, file.inode); }
+void EachField(Of<FileIdentity> auto& file, auto& archive) { archive(file.device, file.number); }
 void EachField(Of<SkippedWord> auto& skipped, auto& archive) {
     archive(skipped.word, skipped.count);
 }

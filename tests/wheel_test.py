@@ -43,14 +43,14 @@ def make_source_distribution(place):
 
 def check_complete(unpacked, place):
     read = set()
-    for folder, target in ((BUILD, "lumo_import"), (BUILD, "lumo_export"), (BUILD / "python", "lumo_python")):
+    for folder, target in ((BUILD, "lumo_import"), (BUILD, "lumo_export"), (BUILD, "lumo_app"), (BUILD / "python", "lumo_python")):
         for rules in (folder / "CMakeFiles" / f"{target}.dir").rglob("*.o.d"):
             read.update((folder / file).resolve() for file in re.findall(r"[^\s:\\]+", rules.read_text()))
     read = {path.relative_to(SOURCE) for path in read if SOURCE in path.parents and BUILD not in path.parents}
     assert len(read) > 100, read
     missing = [path for path in read if not (unpacked / path).exists()]
     assert not missing, missing
-    run("cmake", "-S", unpacked, "-B", place / "build", "-DLUMO_BUILD_PYTHON=ON", "-DLUMO_BUILD_APP=OFF",
+    run("cmake", "-S", unpacked, "-B", place / "build", "-DLUMO_BUILD_PYTHON=ON", "-DLUMO_BUILD_APP=AUTO",
         "-DLUMO_BUILD_TESTS=OFF", cwd=place)
 
 
@@ -65,6 +65,10 @@ def check_installed(python, place):
     assert file.startswith(str(place / "env")) and count == "8", said
     assert version in run(python, "-m", "pip", "show", "lumo", cwd=place)
     assert "liblumo" not in said, said
+    sample = SOURCE / "samples/hugin/asia.net"
+    for command in ((place / "env/bin/lumo-import",), (python, "-m", "lumo")):
+        assert "8 nodes" in run(*command, sample, cwd=place)
+        assert run(*command, "--version", cwd=place).startswith(f"lumo-import {version}")
 
 
 with tempfile.TemporaryDirectory() as folder:
@@ -78,6 +82,6 @@ with tempfile.TemporaryDirectory() as folder:
     wheel = the_only(place, "*.whl")
     held = {name for name in zipfile.ZipFile(wheel).namelist() if name.startswith("lumo/")}
     sources = {f"lumo/{path.name}" for path in (SOURCE / "python/lumo").glob("*.*")}
-    assert len(held - sources) == 1 and sources <= held, held ^ sources
+    assert len(held - sources) == 2 and "lumo/lumo-import" in held and sources <= held, held ^ sources
     run(*pip, "install", "--no-index", wheel, cwd=place)
     check_installed(python, place)
