@@ -67,7 +67,7 @@ def check_installed(python, place):
     assert "liblumo" not in said, said
     sample = SOURCE / "samples/hugin/asia.net"
     for command in ((place / "env/bin/lumo-import",), (python, "-m", "lumo")):
-        assert "8 nodes" in run(*command, sample, cwd=place)
+        assert "8 nature" in run(*command, sample, cwd=place)
         assert run(*command, "--version", cwd=place).startswith(f"lumo-import {version}")
 
 

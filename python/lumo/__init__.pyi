@@ -236,6 +236,7 @@ def read_many(
     jobs: int | None = None,
     *,
     warn: bool = False,
+    progress: bool = False,
     format: str | None = ...,
     condense: bool = ...,
     strict: bool = ...,

@@ -30,6 +30,8 @@ def net_repr_html(self):
     if svg is not None:  # as an image, so that its styles and names stay its own
         data = base64.b64encode(svg.encode()).decode()
         html += f'<img alt="{escape(self.name)}" style="max-width: 100%" src="data:image/svg+xml;base64,{data}">'
+    else:
+        html += "<div><small>Too many nodes for a picture here: net.write('net.svg') draws all of them.</small></div>"
     html += "".join(f"<div><small>{escape(str(report))}</small></div>" for report in self.reports[:MOST_REPORTS])
     return html + _more(len(self.reports), MOST_REPORTS, "reports")
 

@@ -93,18 +93,30 @@ def _runs(paths):
         yield run
 
 
-def read_many(paths, jobs=None, *, warn=False, **options):
+def _with_progress(paths):
+    """The paths with a progress bar of tqdm, for a notebook or a terminal."""
+    try:
+        from tqdm.auto import tqdm
+    except ImportError as error:
+        raise ImportError("progress=True needs the package tqdm", name="tqdm") from error
+    return tqdm(paths, unit="file")
+
+
+def read_many(paths, jobs=None, *, warn=False, progress=False, **options):
     """Reads the files and gives their nets, one by one, in the order of the paths. In the place of a file that
     cannot be read is the error, an OSError or ReadError, which is not raised. A single path stands for a list of it.
 
     jobs: how many files are read at the same time, in threads; None: one for each processor. A few dozen results
     a job wait to be taken, no more: the paths may be many, and may come from a generator.
     warn: each report from a warning up is a LumoWarning as well.
+    progress: shows a progress bar, of the package tqdm.
     The further options are those of read().
 
     Raises ValueError for an unknown format or when jobs is below 1."""
     if isinstance(paths, (str, bytes, os.PathLike)):
         paths = [paths]
+    if progress:
+        paths = _with_progress(paths)
     jobs = (os.cpu_count() or 1) if jobs is None else jobs
     waiting = collections.deque()
 

@@ -12,6 +12,7 @@ import re
 import subprocess
 import sys
 import tempfile
+import types
 import unittest
 import warnings
 from unittest import mock
@@ -189,6 +190,7 @@ class Conversions(unittest.TestCase):
         self.assertIn("&lt;b&gt;, ß", odd["ö"]._repr_html_())
         many = lumo.reads("net {}" + "".join(f'node n{i} {{ states = ("a" "b"); }}' for i in range(501)), "hugin")
         self.assertIsNone(many._repr_svg_())
+        self.assertIn("Too many nodes", many._repr_html_())
 
 
 class Many(unittest.TestCase):
@@ -205,6 +207,15 @@ class Many(unittest.TestCase):
         taken = []
         next(lumo.read_many((taken.append(path) or path for path in FILES * 100), 2))
         self.assertLess(len(taken), 100)  # the rest of the paths was not asked for
+
+    def test_progress(self):
+        shown = []
+        bar = types.SimpleNamespace(tqdm=lambda paths, unit: (shown.append(path) or path for path in paths))
+        with mock.patch.dict(sys.modules, {"tqdm": bar, "tqdm.auto": bar}):
+            self.assertEqual(len(list(lumo.read_many(FILES, progress=True))), len(FILES))
+        self.assertEqual(shown, FILES)
+        with mock.patch.dict(sys.modules, {"tqdm": None, "tqdm.auto": None}):
+            self.assertRaisesRegex(ImportError, "tqdm", next, lumo.read_many(FILES, progress=True))
 
     def test_warnings(self):
         damaged = SAMPLES / "hugin/damaged.net"
