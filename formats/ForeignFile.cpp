@@ -87,6 +87,12 @@ void NormalizeRows(Bnet_bn& net) {
     if (rowsScaled > 0) NewReport(msg::import.rowsScaled, rowsScaled, nodesScaled);
 }
 
+std::string FolderOf(std::string_view fileName) {
+    const std::size_t slash = fileName.rfind('/');
+    if (slash == std::string_view::npos) return ".";
+    return std::string(fileName.substr(0, slash + 1));
+}
+
 OwnedNet ReadText(const char* text, const char* fileName, int format, const ReadOptions& options) {
     const auto channel = std::make_unique<InChannel_CString_kt>(text, fileName);
     OwnedNet net = NewNamedNet(fileName);
@@ -156,7 +162,10 @@ Bnet_bn* ReadForeignNetFile(const char* fileName, int format, const ReadOptions&
     return Guarded(fileName, [&] {
         const XArray<char> text(FileToStringThrows_kt(fileName, -1, nullptr));
         if (text == nullptr) throw NewReport(msg::import.couldNotRead, fileName);
-        return ReadText(text.get(), fileName, format, options);
+        ReadOptions here = options;
+        const std::string folder = FolderOf(fileName);
+        if (here.folder.empty()) here.folder = folder;
+        return ReadText(text.get(), fileName, format, here);
     });
 }
 

@@ -1,4 +1,6 @@
 // Hugin .net files: what their texts in tests/cases cannot show, and what hostile files may cost.
+#include <filesystem>
+
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -86,14 +88,66 @@ TEST(Hugin, ChoosesAmongClasses) {
     EXPECT_EQ(read(text).substr(0, 9), "Part P/0\n");
     options.lenient = true;
     EXPECT_EQ(read(text),
-              "Whole W/0\n-5140 2:1 class 'Whole' is read; the other classes of the file are "
-              "Part\n-3040 2:15 unknown object type 'instance'\n"
-              "-5124 2:15 passed over (1 of type 'instance'): I\n");
+              "Whole W/0 I_P/0\n-5142 2:15 1 instance is read as nodes of the net: I : Part\n");
+    EXPECT_EQ(read(text + "class Rest { }"),
+              "Whole W/0 I_P/0\n-5140 2:1 class 'Whole' is read; the other classes of the file are "
+              "Part, Rest\n-5142 2:15 1 instance is read as nodes of the net: I : Part\n");
     options.className = "Part";
     EXPECT_EQ(read(text).substr(0, 9), "Part P/0\n");
     options.className = "Hole";
     EXPECT_EQ(read(text),
               "null\n-5141 1:1 there is no class 'Hole' in this file, which has Part, Whole\n");
+}
+
+// Classes are found in the folder of the file, and in no other.
+TEST(Hugin, ReadsClassesBesideTheFile) {
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::path(testing::TempDir()) / "hugin classes";
+    fs::remove_all(folder);
+    fs::create_directories(folder / "in");
+    const auto write = [&](const char* name, const std::string& text) {
+        std::ofstream(folder / name) << text;
+    };
+    const auto instance = [](const std::string& of) { return "instance I" + of + " : " + of; };
+    write("in/A.oobn", "class A { " + instance("B") + " () { } node X { } }");
+    write("in/B.net", "class Other { }\nclass B { node Y { } " + instance("Other") + " () { } }");
+    write("in/C.oobn", "class D { node Z { } }");
+    write("D.oobn", "class D { node Z { } }");
+    fs::create_symlink("../D.oobn", folder / "in/D.oobn");
+    write("in/main.oobn", "class Main { " + instance("A") + " () { } " + instance("C") +
+                              " () { } " + instance("D") + " () { } instance I1 : ../D () { } }");
+    ReadOptions options;
+    options.lenient = true;
+    const auto read = [&](const std::string& file) {
+        Imported got;
+        HandlerScope scope(got.seen);
+        got.net.reset(ReadForeignNetFile((folder / file).c_str(), FormatHugin, options));
+        return Tables(got) + '\n' + got.seen.text();
+    };
+    EXPECT_EQ(
+        read("in/main.oobn"),
+        "IA_X/0 IA_IB_Y/0\n-5143 1:14 3 instances are read from files beside this one: IA : A, "
+        "IA.IB : B, IA.IB.IOther : Other\n-5144 1:37 3 instances are passed over, for their "
+        "classes are neither in this file nor beside it: IC : C, ID : D, I1 : ../D\n");
+    write("in/B.net", "class B { node Y { } node Y { } }");
+    EXPECT_EQ(read("in/A.oobn"),
+              "X/0 IB_Y/0\n-5080 1:27 there is a node 'IB.Y' already\n"
+              "-5143 1:11 1 instance is read from files beside this one: IB : B\n");
+    EXPECT_EQ(ImportLeniently(ReadFile(folder / "in/A.oobn"), FormatHugin).net->nodes.N, 1);
+}
+
+// Each class holds two instances of the next, so that the last would be there a billion times.
+TEST(Hugin, InstancesHaveAnEnd) {
+    std::string text;
+    for (int i = 30; i > 0; --i) {
+        const std::string next = " : C" + std::to_string(i + 1) + " () { } ";
+        text += "class C" + std::to_string(i) + " { node X { } ";
+        text += i == 30 ? "} " : "instance A" + next + "instance B" + next + "} ";
+    }
+    const Imported got = ImportLeniently(text, FormatHugin);
+    EXPECT_EQ(got.net->nodes.N, 10001);
+    EXPECT_EQ(got.seen.count(-5147), 1);
+    ExpectSound(got);
 }
 
 TEST(Hugin, LargeInputsTakeLinearTime) {

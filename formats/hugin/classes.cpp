@@ -1,9 +1,12 @@
 // Hugin files of several classes: which of them is the net.
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
+#include "formats/hugin/instances.h"
 #include "formats/hugin/messages.h"
 #include "formats/hugin/state.h"
 #include "formats/shared/options.h"
@@ -12,11 +15,6 @@
 namespace lumo::hugin {
 
 namespace {
-
-struct Class {
-    std::string name;
-    ParserPos_kt place;
-};
 
 using Words = std::unordered_set<std::string>;
 
@@ -35,7 +33,7 @@ void PassClass(Parser_CString_kt& in, Words& instantiated) {
         SkipName(in);
         if (in.peekPunc() != ':') continue;
         in.skipChar();
-        instantiated.emplace(ReadName(in));
+        instantiated.emplace(in.takeName(ValueSize));
     }
 }
 
@@ -48,16 +46,17 @@ std::vector<Class> FindClasses(Parser_CString_kt& in, Words& instantiated) {
         const ParserPos_kt place = in.getPos();
         in.readWord(word, ValueSize);
         if (!streqli_kt(word, "class")) continue;
-        classes.push_back({std::string(ReadName(in)), place});
+        classes.push_back({std::string(ReadName(in)), place, 0});
         PassClass(in, instantiated);
+        classes.back().size = in.getPos() - place;
     }
     return classes;
 }
 
-std::string NamesOf(const std::vector<Class>& classes, const Class* without) {
+std::string NamesOf(const std::vector<Class>& classes, const Class& without = {}) {
     std::string names;
     for (const Class& each : classes) {
-        if (&each == without) continue;
+        if (each.place == without.place) continue;
         if (names.size() > ValueSize) return names + " ...";
         names += (names.empty() ? "" : ", ") + each.name;
     }
@@ -65,6 +64,11 @@ std::string NamesOf(const std::vector<Class>& classes, const Class* without) {
 }
 
 }  // namespace
+
+std::vector<Class> FindClasses(Parser_CString_kt& in) {
+    Words instantiated;
+    return FindClasses(in, instantiated);
+}
 
 bool ChooseClass(Parser_CString_kt& in, const ReadOptions& options) {
     const ParserPos_kt start = in.getPos();
@@ -77,13 +81,22 @@ bool ChooseClass(Parser_CString_kt& in, const ReadOptions& options) {
     in.setPos(start);
     in.setTokenStart(start);
     if (chosen == classes.end() && !wanted.empty())
-        throw in.report(msg::hugin.unknownClass, wanted.c_str(), NamesOf(classes, nullptr).c_str());
-    if (classes.size() < 2) return false;
-    const Class& read = chosen == classes.end() ? classes.front() : *chosen;
-    in.setPos(read.place);
-    in.setTokenStart(read.place);
-    in.report(msg::hugin.classChosen, read.name.c_str(), NamesOf(classes, &read).c_str());
-    return true;
+        throw in.report(msg::hugin.unknownClass, wanted.c_str(), NamesOf(classes).c_str());
+    if (classes.empty()) return false;
+    const Class read = chosen == classes.end() ? classes.front() : *chosen;
+    const bool several = classes.size() > 1;
+    if (several) {
+        in.setPos(read.place);
+        in.setTokenStart(read.place);
+        // Where one class alone is part of no other, the others are read with it.
+        const auto isPart = [&](const Class& each) { return instantiated.contains(each.name); };
+        const auto wholes = std::ranges::count_if(classes, std::not_fn(isPart));
+        if (!options.lenient || wholes != 1 || isPart(read))
+            in.report(msg::hugin.classChosen, read.name.c_str(), NamesOf(classes, read).c_str());
+    }
+    if (options.lenient && !instantiated.empty())
+        StartInstances(in, std::move(classes), read, options.folder);
+    return several;
 }
 
 }  // namespace lumo::hugin

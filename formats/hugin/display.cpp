@@ -34,7 +34,8 @@ Handler parse_net_node_size, parse_net_HR_Node_Label_Style, parse_net_HR_Desc,
     parse_net_HR_Groups_UserGroupsNo, parse_net_Ignore, parse_net_HR_Propagate_Auto,
     parse_net_HR_Font_Italic, parse_net_HR_Font_Weight, parse_net_HR_Font_Size,
     parse_net_HR_Font_Name, parse_net_HR_Grid_GridSnap, parse_net_HR_Grid_GridShow,
-    parse_net_HR_Grid_Y, parse_net_HR_Grid_X, parse_net_HR_Group_, parse_net_title;
+    parse_net_HR_Grid_Y, parse_net_HR_Grid_X, parse_net_HR_Group_, parse_net_title,
+    parse_net_PassList;
 
 constexpr Field<Vnet_kt> NetFields[] = {
     {"node_size", parse_net_node_size},
@@ -62,6 +63,14 @@ constexpr Field<Vnet_kt> NetFields[] = {
     {"HR_Grid_X", parse_net_HR_Grid_X},
 };
 constexpr const char* GroupPrefix = "HR_Group_";
+
+/// Those that are read leniently alone.
+constexpr Field<Vnet_kt> LenientFields[] = {
+    {"name", parse_net_title},
+    {"label", parse_net_title},
+    {"inputs", parse_net_PassList},
+    {"outputs", parse_net_PassList},
+};
 
 constexpr int PaletteSize = 64;
 constexpr int White = 0xFFFFFF;
@@ -106,16 +115,12 @@ void LengthenGroups(int index) {
 }
 
 NodesetStyle GroupStyle(const std::string& name, int index) {
-    NodesetStyle style;
-    style.red = DefaultNodesetColor.red;
-    style.green = DefaultNodesetColor.green;
-    style.blue = DefaultNodesetColor.blue;
+    NodesetStyle style = DefaultStyle(name);
     if (index < GroupColors.N) {
         style.red = static_cast<unsigned char>(GroupColors[index] >> 16 & 255);
         style.green = static_cast<unsigned char>(GroupColors[index] >> 8 & 255);
         style.blue = static_cast<unsigned char>(GroupColors[index] & 255);
     }
-    style.setName(name.c_str());
     return style;
 }
 
@@ -142,6 +147,15 @@ void JoinGroup(Parser_CString_kt& in, Bnode_bn& node, ParserPos_kt place,
 }
 
 }  // namespace
+
+NodesetStyle DefaultStyle(const std::string& name) {
+    NodesetStyle style;
+    style.red = DefaultNodesetColor.red;
+    style.green = DefaultNodesetColor.green;
+    style.blue = DefaultNodesetColor.blue;
+    style.setName(name.c_str());
+    return style;
+}
 
 void EmptyGroups() {
     NumGroups = 0;
@@ -171,7 +185,8 @@ void BuildGroups(Parser_CString_kt& in, Bnet_bn& net, Vnet_kt& drawing) {
 }
 
 FieldHandler<Vnet_kt> read_net_func(const char* name) {
-    if (Lenient && (IsWord(name, "name") || IsWord(name, "label"))) return parse_net_title;
+    if (Lenient)
+        if (const FieldHandler<Vnet_kt> handler = FindField(LenientFields, name)) return handler;
     if (const FieldHandler<Vnet_kt> handler = FindField(NetFields, name)) return handler;
     if (!HasPrefix_kt(GroupPrefix, name)) return nullptr;
     GroupAttribute = name + std::strlen(GroupPrefix);
@@ -201,6 +216,9 @@ void parse_net_title(Parser_CString_kt& in, Vnet_kt& drawing) {
     SetNetLabel(net, DupStr_kt(text));
     in.report(msg::hugin.titleFromField, in.fieldName);
 }
+
+// What a class shows to those that hold instances of it; the headers of these say it again.
+void parse_net_PassList(Parser_CString_kt& in, Vnet_kt&) { SkipField(in, in.getPos()); }
 
 void parse_net_Ignore(Parser_CString_kt& in, Vnet_kt&) {
     char value[ValueSize + 1];

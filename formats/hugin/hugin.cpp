@@ -5,7 +5,7 @@
 // state changing fastest and the first parent slowest. docs/hugin.md describes the format.
 //
 // Other objects (continuous nodes, time slices, instances of classes) are passed over with a
-// warning, and so are the potentials that need them.
+// warning, and so are the potentials that need them; read leniently, instances are read as well.
 //
 // Errors are thrown to the object or field they arise in. Reading goes on after that field; when a
 // header, a brace or a quote is damaged, it goes on where the next object or line starts.
@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "formats/hugin/instances.h"
 #include "formats/hugin/messages.h"
 #include "formats/hugin/state.h"
 #include "formats/shared/positions.h"
@@ -29,7 +30,7 @@ namespace {
 
 /// Reads an object of some kind, its first word already read.
 using ObjectReader = void(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind);
-ObjectReader ReadNet, ReadNode, ReadTwoWords, ReadPotential;
+ObjectReader ReadNet, ReadTwoWords, ReadInstance;
 
 struct Object {
     const char* word;
@@ -50,6 +51,7 @@ constexpr Object Objects[] = {
     {"temporal", nullptr, "temporal node", ReadNode, true},
     {"discrete", "node", "node", ReadTwoWords, true},
     {"discrete", "decision", "decision node", ReadTwoWords, true},
+    {"instance", nullptr, "instance", ReadInstance, true},
 };
 
 // ---- Module state --------------------------------------------------------------------------
@@ -74,6 +76,7 @@ private:
         EmptyGroups();
         EmptyNodes();
         EmptyLists();
+        EmptyInstances();
     }
 };
 
@@ -162,7 +165,9 @@ bool Starts(Parser_CString_kt& in, const char* word, const Object& object) {
     return true;
 }
 
-void ReadObject(Parser_CString_kt& in, Vnet_kt& drawing) {
+}  // namespace
+
+void hugin::ReadObject(Parser_CString_kt& in, Vnet_kt& drawing) {
     char word[ValueSize + 1];
     in.readWord(word, ValueSize);
     for (const Object& object : Objects) {
@@ -172,6 +177,8 @@ void ReadObject(Parser_CString_kt& in, Vnet_kt& drawing) {
     }
     SkipUnknownObject(in, word);
 }
+
+namespace {
 
 /// Takes the punctuation after an object; true at the end of the class.
 bool AfterObject(Parser_CString_kt& in) {
@@ -198,6 +205,7 @@ void ReadObjects(Parser_CString_kt& in, Vnet_kt& drawing, const ReadOptions& opt
         break;
     } while (!in.isAtEnd());
     if (ClassOpen) in.report(msg::hugin.objectNotClosed);
+    if (ReadsInstances()) FinishClass(in, drawing);
     in.checkError();
 }
 
@@ -341,23 +349,33 @@ void ReadNet(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
     read_obj(in, drawing, kind, read_net_header, read_net_func);
 }
 
-void ReadNode(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
+void ReadInstance(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
+    if (!ReadsInstances()) return SkipUnknownObject(in, kind);
+    read_obj(in, drawing, kind, read_instance_header, read_instance_func);
+}
+
+}  // namespace
+
+void hugin::ReadNode(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
     Bnode_bn* const node = read_obj(in, drawing, kind, read_node_header, read_node_func);
     if (node == nullptr) return;
     const ParserContext context(in, kind, node->name());
     FinishNode(in, *node);
 }
 
-void ReadTwoWords(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
-    ListNode(in, msg::hugin.twoWordNodes, in.peekWord());
-    ReadNode(in, drawing, kind);
-}
-
-void ReadPotential(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
+void hugin::ReadPotential(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
+    if (PutOffPotential(in)) return;
     Bnode_bn* const node = read_obj(in, drawing, kind, read_potential_header, read_potential_func);
     if (node == nullptr) return;
     const ParserContext context(in, kind, node->name());
     FinishPotential(in, *node);
+}
+
+namespace {
+
+void ReadTwoWords(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
+    ListNode(in, msg::hugin.twoWordNodes, in.peekWord());
+    ReadNode(in, drawing, kind);
 }
 
 }  // namespace
@@ -385,8 +403,10 @@ rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     ReportLists(in, net);
     in.checkError();
     constexpr double fullScale = 1.25;
+    PlaceInstances();
     FixNodePositions(drawing, fullScale / drawing.zoomFactor, HuginVersion <= Version5);
     BuildGroups(in, net, drawing);
+    MakeInstanceSets(net, drawing);
     return in.curReport;
 }
 

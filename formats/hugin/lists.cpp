@@ -3,6 +3,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "formats/hugin/instances.h"
 #include "formats/hugin/messages.h"
 #include "formats/hugin/state.h"
 
@@ -14,11 +15,15 @@ namespace {
 struct NameList {
     int count = 0;
     std::string text;
-    ParserPos_kt place = nullptr;  ///< of the first
+    Parser_CString_kt* in = nullptr;  ///< that of the first, which stands there
+    ParserPos_kt place = nullptr;
 
-    void add(ParserPos_kt where, std::string_view name) {
+    void add(Parser_CString_kt& reader, std::string_view name) {
         constexpr int mostNames = 20;
-        if (count == 0) place = where;
+        if (count == 0) {
+            in = &reader;
+            place = reader.tokenStart();
+        }
         if (++count > mostNames) return;
         if (count > 1) text += ", ";
         text += name;
@@ -43,11 +48,11 @@ AllLists& Lists() {
 void EmptyLists() { Lists() = {}; }
 
 void ListNode(Parser_CString_kt& in, const ListMessage& message, std::string_view name) {
-    Lists().nodes[&message].add(in.tokenStart(), name);
+    Lists().nodes[&message].add(in, name);
 }
 
 void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view name) {
-    Lists().objects[kind].add(in.tokenStart(), name);
+    Lists().objects[kind].add(in, name);
 }
 
 void AddPassedOverName(std::string_view name) { Lists().headerWords.emplace(name); }
@@ -56,15 +61,15 @@ bool IsPassedOver(std::string_view name) { return Lists().headerWords.contains(s
 
 void ReportLists(Parser_CString_kt& in, const Bnet_bn& net) {
     for (const auto& [kind, list] : Lists().objects) {
-        in.setTokenStart(list.place);
-        const ParserContext context(in, kind.c_str());
-        in.report(msg::hugin.objectsPassedOver, list.count, kind.c_str(), list.text.c_str());
+        list.in->setTokenStart(list.place);
+        const ParserContext context(*list.in, kind.c_str());
+        list.in->report(msg::hugin.objectsPassedOver, list.count, kind.c_str(), list.text.c_str());
     }
     for (const auto& [message, list] : Lists().nodes) {
-        in.setTokenStart(list.place);
-        in.report(*message, list.count, list.text.c_str());
+        list.in->setTokenStart(list.place);
+        list.in->report(*message, list.count, list.text.c_str());
     }
-    if (net.nodes.N > 0 || Lists().objects.empty()) return;
+    if (net.nodes.N > 0 || (Lists().objects.empty() && !ReadsInstances())) return;
     in.setTokenStart(in.getPos());
     in.report(msg::hugin.noNodeRead);
 }

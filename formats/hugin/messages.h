@@ -403,6 +403,58 @@ struct HuginMessages {
     Message<const char*, const char*> unknownClass{
         -5141, MessageKind::error, "there is no class '%s' in this file, which has %s", OfHugin,
         "name one of them"};
+    Message<int, const char*> instancesRead{
+        -5142,
+        MessageKind::notice,
+        "%d instance[ is|s are] read as nodes of the net: %s",
+        OfHugin,
+        "read leniently, an instance `S1` of a class puts the nodes of the class into the net, "
+        "with "
+        "titles such as `S1.X`; the nodes that its header names stand for its inputs. Nothing "
+        "needs "
+        "to be done",
+        {"class A { node N { } }\nclass B { instance I : A () { } }", 2, 11, 0, true}};
+    Message<int, const char*> instancesBeside{
+        -5143, MessageKind::notice, "%d instance[|s] [is|are] read from files beside this one: %s",
+        OfHugin,
+        "a class that is not in the file is looked for beside it, as `NAME.oobn` and `NAME.net`. "
+        "Nothing needs to be done"};
+    Message<int, const char*> instancesWithoutClass{
+        -5144,
+        MessageKind::warning,
+        "%d instance[ is|s are] passed over, for [its class is|their classes are] neither in this "
+        "file nor beside it: %s",
+        OfHugin,
+        "the nodes that are linked to nodes of the instance get no tables. Put the class into a "
+        "file "
+        "`NAME.oobn` or `NAME.net` in the same folder",
+        {"class B { instance I : A () { } }", 1, 11, 0, true}};
+    Message<int, const char*> instancesWithoutNode{
+        -5145,
+        MessageKind::warning,
+        "%d node[|s] that headers of instances name [is|are] missing: %s",
+        OfHugin,
+        "an input whose node is missing keeps the node and the table of its class. Correct the "
+        "header",
+        {"class A { node N { } }\nclass B { instance I : A (N = M) { } }", 2, 11, 0, true}};
+    Message<const char*, const char*> classInItself{
+        -5146,
+        MessageKind::error,
+        "class '%s' holds itself, as instance '%s', which is passed over",
+        OfHugin,
+        "a net would have no end then. Name another class",
+        {"class A { instance I : A () { } }", 1, 11, 0, true}};
+    Message<int> tooManyInstances{
+        -5147, MessageKind::error,
+        "there are more instances than can be read: %d, 30 within each other, 64 MiB of classes",
+        OfHugin, "the others are passed over. To read the classes by themselves, name them"};
+    Message<const char*> instanceBinding{
+        -5148,
+        MessageKind::error,
+        "'%s' in the header of an instance is followed by no '='",
+        OfHugin,
+        "write `INPUT = NODE` for each input of the class, then a `;` and `NAME = OUTPUT`",
+        {"class A { node N { } }\nclass B { instance I : A (N) { } }", 2, 27, 0, true}};
     Message<const char*> tableTurned{-5050, MessageKind::warning,
                                      "the data list is nested by %s, "
                                      "and read in that order",

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "formats/hugin/instances.h"
 #include "formats/hugin/messages.h"
 #include "formats/hugin/state.h"
 #include "formats/shared/positions.h"
@@ -107,7 +108,7 @@ void ReadRepetition(Parser_CString_kt& in, Bnode_bn& node) {
     const ParserPos_kt place = in.tokenStart();
     if (in.peekPunc() != ':') return;
     in.skipChar();
-    Repetitions.push_back({&node, std::string(ReadName(in)), place});
+    Repetitions.push_back({&node, LabelOf(ReadName(in)), place});
 }
 
 }  // namespace
@@ -120,8 +121,9 @@ Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
         in.report(msg::hugin.missingName, in.structKind);
         return nullptr;
     }
+    if (IsBoundInput(in, name)) return nullptr;
     rept_kt* error = nullptr;
-    Bnode_bn* const node = NewNode_ibn(name.c_str(), 2, net, safety, &error);
+    Bnode_bn* const node = NewNode_ibn(LabelOf(name).c_str(), 2, net, safety, &error);
     if (node == nullptr) {
         in.setError(error);
         return nullptr;
@@ -137,6 +139,7 @@ Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     }
     in.structName = node->name();
     node->groupIndex = -1;
+    JoinInstance(*node);
     if (*in.structKind == 't') ReadRepetition(in, *node);
     return node;
 }
@@ -164,7 +167,10 @@ namespace {
 // ---- Node fields ---------------------------------------------------------------------------
 
 void parse_node_label(Parser_CString_kt& in, Bnode_bn& node) {
-    if (HasValue(in)) node.setTitle(std::string_view(in.readStringText()));
+    if (!HasValue(in)) return;
+    const std::string_view text = in.readStringText();
+    if (!IsInInstance()) return node.setTitle(text);
+    if (!text.empty()) node.setTitle(std::string_view(PathOf(text)));
 }
 
 void parse_node_position(Parser_CString_kt& in, Bnode_bn& node) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "formats/hugin/instances.h"
 #include "formats/hugin/messages.h"
 #include "formats/hugin/nodetable.h"
 #include "formats/hugin/state.h"
@@ -57,7 +58,8 @@ Bnode_bn* ReadParents(Parser_CString_kt& in, Bnet_bn& net, Bnode_bn& child) {
             in.report(msg::text.unexpectedEnd);
             return &child;
         }
-        Bnode_bn* const parent = net.findNodeLabeled(name);
+        Bnode_bn* const parent = ReadsInstances() ? net.findNodeLabeled(LabelOf(name).c_str())
+                                                  : net.findNodeLabeled(name);
         if (parent == nullptr) {
             if (IsPassedOver(name))
                 ListNode(in, msg::hugin.tablesWithoutParent, child.name());
@@ -85,7 +87,9 @@ Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing) {
         return nullptr;
     }
     const std::string_view name = ReadName(in);
-    Bnode_bn* const child = net.findNodeLabeled(name, LastChild + 1);
+    if (IsBoundInput(name)) return nullptr;
+    Bnode_bn* const child = ReadsInstances() ? net.findNodeLabeled(LabelOf(name).c_str())
+                                             : net.findNodeLabeled(name, LastChild + 1);
     if (child == nullptr) {
         if (IsPassedOver(name))
             ListNode(in, msg::hugin.tablesWithoutNode, name);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -59,14 +60,28 @@ FieldHandler<OBJECT> FindField(const Field<OBJECT> (&table)[N], const char* name
     return nullptr;
 }
 
+/// Reads one object; ReadNode and ReadPotential one whose word was read.
+void ReadObject(Parser_CString_kt& in, Vnet_kt& drawing);
+void ReadNode(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind);
+void ReadPotential(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind);
+
 /// Handlers of the fields of a net or class, in hugin_display.cpp.
 FieldHandler<Vnet_kt> read_net_func(const char* name);
+
+NodesetStyle DefaultStyle(const std::string& name);  ///< of a node set without a colour of its own
 
 /// Makes node sets of the groups and puts the nodes into theirs.
 void BuildGroups(Parser_CString_kt& in, Bnet_bn& net, Vnet_kt& drawing);
 
 // ---- Objects, each in its own file ---------------------------------------------------------
 // A header reader gives what the fields apply to; null after an error.
+
+struct Class {
+    std::string name;
+    ParserPos_kt place = nullptr;  ///< of the word "class"
+    std::ptrdiff_t size = 0;       ///< in bytes
+};
+std::vector<Class> FindClasses(Parser_CString_kt& in);  ///< the file's classes, in its order
 
 /// For a file of several classes: goes to the one that the options name, or else to the first that
 /// no other holds an instance of, and says so. False when there are not several. Throws when there

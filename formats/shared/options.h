@@ -36,6 +36,9 @@ struct ReadOptions {
     /// The class of a Hugin file with several to read; empty: in strict reading the first, in
     /// lenient reading the one that no other instantiates.
     std::string_view className;
+    /// The folder in which lenient reading looks for classes of Hugin files that the file has
+    /// instances of; empty: nowhere. ReadForeignNetFile knows it by itself.
+    std::string_view folder;
 };
 
 }  // namespace lumo

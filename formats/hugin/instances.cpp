@@ -1,0 +1,525 @@
+// Hugin files: instances of classes. Classes are read in two rounds: first nodes and the headers of
+// instances, class by class, then all potentials, since any of them may name a node of an instance.
+#include "formats/hugin/instances.h"
+
+#include <algorithm>
+#include <climits>
+#include <deque>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "formats/hugin/messages.h"
+#include "formats/shared/positions.h"
+
+namespace lumo::hugin {
+
+namespace {
+
+// A class may hold two instances of one that holds two of another, and so on.
+constexpr std::size_t mostInstances = 10'000;
+constexpr int mostNested = 30;
+constexpr long long mostText = 64LL * 1024 * 1024;  // of all classes, each time they are read
+
+/// A text with classes: the file itself, or one beside it.
+struct Source {
+    XArray<char> text;  // null for the file itself
+    std::unique_ptr<InChannel_CString_kt> channel;
+    OwnedParser parser;
+    Parser_CString_kt* in = nullptr;
+    std::vector<Class> classes;
+
+    const Class* find(std::string_view name) const {
+        const auto found = std::ranges::find(classes, name, &Class::name);
+        return found == classes.end() ? nullptr : &*found;
+    }
+};
+
+struct Place {
+    long long x = 0, y = 0;
+};
+
+}  // namespace
+
+/// An instance, or, as the first, the class that is read itself.
+struct Instance {
+    /// A name of the class stands for one of another instance.
+    struct Alias {
+        Instance* instance;
+        std::string name;
+        bool input;
+    };
+
+    Instance* outer = nullptr;
+    std::string path;  ///< "S1.S2"
+    std::string className;
+    int nested = 0;
+    Parser_CString_kt* headerIn = nullptr;
+    ParserPos_kt header = nullptr;
+    Source* source = nullptr;  ///< null: its class was not found
+    const Class* is = nullptr;
+
+    std::map<std::string, Alias, std::less<>> aliases;
+    std::map<std::string, ParserPos_kt, std::less<>> inputs;  ///< nodes that are bound, behind
+                                                              ///< their words
+    std::vector<ParserPos_kt> potentials;
+    std::vector<Bnode_bn*> nodes;
+    std::vector<Instance*> inner;
+
+    // Its frame in the drawing.
+    bool placed = false;
+    Place at;         ///< as the class around it has it
+    Place low, high;  ///< of what it holds, in its own distances
+    Place shift;      ///< from there to the class around it
+
+    std::string pathOf(const std::string& name) const {
+        return path.empty() ? name : path + "." + name;
+    }
+};
+
+namespace {
+
+struct Everything {
+    std::string folder;
+    std::deque<Source> sources;
+    std::deque<Instance> instances;
+    std::unordered_map<std::string, Source*> beside;  // by the name of the class
+    Instance* current = nullptr;
+    bool puttingOff = true;
+    bool full = false;
+    long long textLeft = mostText;
+};
+std::unique_ptr<Everything> All;  // null unless instances are read
+
+// ---- Names ---------------------------------------------------------------------------------
+
+/// What the net calls a node of the instance; a name that stands for itself has none.
+std::string Resolved(const Instance* instance, std::string name) {
+    for (std::size_t steps = 0; steps <= All->instances.size(); ++steps) {
+        const auto alias = instance->aliases.find(name);
+        if (alias == instance->aliases.end()) return instance->pathOf(name);
+        instance = alias->second.instance;
+        name = std::string(alias->second.name);
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string LabelOf(std::string_view name) {
+    return All == nullptr ? std::string(name) : Resolved(All->current, std::string(name));
+}
+
+bool IsBoundInput(std::string_view name) {
+    if (All == nullptr) return false;
+    const auto alias = All->current->aliases.find(name);
+    return alias != All->current->aliases.end() && alias->second.input;
+}
+
+bool IsBoundInput(Parser_CString_kt& in, std::string_view name) {
+    if (IsBoundInput(name)) {
+        All->current->inputs.emplace(name, in.getPos() - name.size());
+        return true;
+    }
+    if (All != nullptr) All->current->aliases.erase(std::string(name));  // its own node
+    return false;
+}
+
+void JoinInstance(Bnode_bn& node) {
+    if (All != nullptr) All->current->nodes.push_back(&node);
+}
+
+std::string PathOf(std::string_view text) {
+    return IsInInstance() ? All->current->pathOf(std::string(text)) : std::string(text);
+}
+
+bool IsInInstance() { return All != nullptr && All->current->outer != nullptr; }
+
+// ---- The headers of instances --------------------------------------------------------------
+
+void StartInstances(Parser_CString_kt& in, std::vector<Class> classes, const Class& whole,
+                    std::string_view folder) {
+    All = std::make_unique<Everything>();
+    All->folder = folder;
+    Source& file = All->sources.emplace_back();
+    file.in = &in;
+    file.classes = std::move(classes);
+    Instance& outermost = All->instances.emplace_back();
+    outermost.source = &file;
+    outermost.is = file.find(whole.name);
+    outermost.headerIn = &in;
+    outermost.header = whole.place;
+    All->current = &outermost;
+}
+
+void EmptyInstances() { All.reset(); }
+
+bool ReadsInstances() { return All != nullptr; }
+
+bool PutOffPotential(Parser_CString_kt& in) {
+    if (All == nullptr || !All->puttingOff) return false;
+    All->current->potentials.push_back(in.getPos());
+    SkipObject(in);
+    return true;
+}
+
+namespace {
+
+/// Reads the pairs of names up to the ')': inputs of the instance's class, each with the node that
+/// stands for it, and, behind a ';', names for its outputs.
+void ReadBindings(Parser_CString_kt& in, Instance& instance) {
+    bool input = true;
+    while (const char punc = in.peekPunc()) {
+        const ParserPos_kt start = in.getPos();
+        if (punc == '{' || punc == '}') return;
+        if (in.readPunc() != 0) {
+            if (punc == ')') return;
+            input = input && punc != ';';
+            continue;
+        }
+        const std::string left(ReadName(in));
+        if (in.peekPunc() != '=') {
+            in.setTokenStart(start);
+            in.report(msg::hugin.instanceBinding, left.c_str());
+            continue;
+        }
+        in.skipChar();
+        const std::string right(ReadName(in));
+        if (input)
+            instance.aliases.insert_or_assign(left, Instance::Alias{instance.outer, right, true});
+        else
+            instance.outer->aliases.try_emplace(left, Instance::Alias{&instance, right, false});
+    }
+}
+
+}  // namespace
+
+Instance* read_instance_header(Parser_CString_kt& in, Vnet_kt&) {
+    if (All->instances.size() > mostInstances) {
+        if (!std::exchange(All->full, true))
+            in.report(msg::hugin.tooManyInstances, static_cast<int>(mostInstances));
+        return nullptr;
+    }
+    const ParserPos_kt place = in.tokenStart();
+    const std::string name(ReadName(in));
+    if (name.empty()) {
+        in.report(msg::hugin.missingName, in.structKind);
+        return nullptr;
+    }
+    Instance& outer = *All->current;
+    Instance& instance = All->instances.emplace_back();
+    outer.inner.push_back(&instance);
+    instance.outer = &outer;
+    instance.path = outer.pathOf(name);
+    instance.nested = outer.nested + 1;
+    instance.headerIn = &in;
+    instance.header = place;
+    if (in.peekPunc() == ':') in.skipChar();
+    instance.className = in.takeName(ValueSize);
+    if (in.peekPunc() == '(') {
+        in.skipChar();
+        ReadBindings(in, instance);
+    }
+    return &instance;
+}
+
+namespace {
+
+void parse_instance_position(Parser_CString_kt& in, Instance& instance) {
+    coord_kt at;
+    ReadCoord(in, at);
+    instance.at = {at.x, at.y};
+    instance.placed = true;
+}
+
+// Names of instances stand in the titles of their nodes.
+void parse_instance_Ignore(Parser_CString_kt& in, Instance&) { SkipField(in, in.getPos()); }
+
+}  // namespace
+
+FieldHandler<Instance> read_instance_func(const char* name) {
+    return IsWord(name, "position") ? parse_instance_position : parse_instance_Ignore;
+}
+
+// ---- Classes -------------------------------------------------------------------------------
+
+namespace {
+
+/// The text of that name in the folder, not of a link that leads out of it; null when there is
+/// none.
+XArray<char> TextBeside(const std::string& name) {
+    namespace fs = std::filesystem;
+    std::error_code failed;
+    const fs::path folder = fs::canonical(All->folder, failed);
+    if (failed) return nullptr;
+    const fs::path path = fs::canonical(folder / name, failed);
+    if (failed || path.parent_path() != folder || !fs::is_regular_file(path, failed))
+        return nullptr;
+    const auto size = fs::file_size(path, failed);
+    if (failed || size > static_cast<std::uintmax_t>(mostText)) return nullptr;
+    return XArray<char>(FileToStringThrows_kt(path.string().c_str(), -1, nullptr));
+}
+
+/// The file beside this one that is named after the class and holds it.
+Source* FindBeside(Parser_CString_kt& in, const std::string& name) {
+    const bool plain = !name.empty() && name.find_first_of("/\\:") == std::string::npos;
+    if (All->folder.empty() || !plain) return nullptr;
+    const auto [known, isNew] = All->beside.try_emplace(name, nullptr);
+    if (!isNew) return known->second;
+    for (const char* extension : {".oobn", ".net"}) {
+        const std::string file = name + extension;
+        XArray<char> text = TextBeside(file);
+        if (text == nullptr || Is16Bit_kt(text.get())) continue;
+        Source& source = All->sources.emplace_back();
+        source.text = std::move(text);
+        source.channel = std::make_unique<InChannel_CString_kt>(
+            source.text.get(), (std::filesystem::path(All->folder) / file).string().c_str());
+        source.parser.reset(source.channel->makeParser(in.options));
+        source.in = &TextParser(*source.parser);
+        source.classes = FindClasses(*source.in);
+        if (source.find(name) == nullptr) continue;
+        return known->second = &source;
+    }
+    return nullptr;
+}
+
+/// The text that holds the instance's class: that of the class around it, the file, or one beside.
+Source* FindSource(const Instance& instance) {
+    for (Source* source : {instance.outer->source, &All->sources.front()})
+        if (source != nullptr && source->find(instance.className) != nullptr) return source;
+    return FindBeside(*instance.headerIn, instance.className);
+}
+
+bool HoldsItself(const Instance& instance) {
+    for (const Instance* outer = instance.outer; outer != nullptr; outer = outer->outer)
+        if (outer->is == instance.is) return true;
+    return false;
+}
+
+/// Finds the class of the instance. False when the instance is passed over, which was told.
+bool FindClass(Instance& instance) {
+    Parser_CString_kt& in = *instance.headerIn;
+    const ParserContext context(in, "instance", instance.path.c_str());
+    in.setTokenStart(instance.header);
+    instance.source = FindSource(instance);
+    const std::string told = instance.path + " : " + instance.className;
+    if (instance.source == nullptr) {
+        ListNode(in, msg::hugin.instancesWithoutClass, told);
+        for (const auto& [name, alias] : instance.outer->aliases)
+            if (alias.instance == &instance) AddPassedOverName(name);
+        return false;
+    }
+    instance.is = instance.source->find(instance.className);
+    if (HoldsItself(instance)) {
+        in.report(msg::hugin.classInItself, instance.className.c_str(), instance.path.c_str());
+        return false;
+    }
+    All->textLeft -= instance.is->size;
+    if (instance.nested > mostNested || All->textLeft < 0) {
+        if (!std::exchange(All->full, true))
+            in.report(msg::hugin.tooManyInstances, static_cast<int>(mostInstances));
+        return false;
+    }
+    const bool beside = instance.source != &All->sources.front();
+    ListNode(in, beside ? msg::hugin.instancesBeside : msg::hugin.instancesRead, told);
+    return true;
+}
+
+/// Reads the nodes and the headers of instances of a class, whose own fields are passed over.
+void ReadClass(Instance& instance, Vnet_kt& drawing) {
+    Parser_CString_kt& in = *instance.source->in;
+    All->current = &instance;
+    StartRecovery(in);
+    in.setPos(instance.is->place);
+    if (in.skipToString("{") != 0) return;
+    while (!in.isAtEnd()) {
+        const ParserPos_kt here = in.getPos();
+        const char punc = in.readPunc();
+        if (punc == '}') return;
+        if (punc != 0) continue;
+        in.setPos(here);
+        if (AtField(in))
+            SkipField(in, here);
+        else
+            ReadObject(in, drawing);
+        in.checkError();
+    }
+}
+
+/// Reads an object once more, behind its word.
+void ReadAgain(Instance& instance, ParserPos_kt place, Vnet_kt& drawing,
+               void (*read)(Parser_CString_kt&, Vnet_kt&, const char*), const char* kind) {
+    Parser_CString_kt& in = *instance.source->in;
+    All->current = &instance;
+    in.setPos(place);
+    in.setTokenStart(place);
+    read(in, drawing, kind);
+    in.checkError();
+}
+
+/// What the header gives another name, where there is no such node; empty where there is one.
+std::string Missing(const Instance& instance, const std::string& name, const Instance::Alias& alias,
+                    const Bnet_bn& net) {
+    if (alias.input && !instance.inputs.contains(name)) return instance.pathOf(name);
+    if (net.findNodeLabeled(Resolved(&instance, name).c_str()) != nullptr) return {};
+    return alias.instance->pathOf(alias.name);
+}
+
+/// Holds the names of an instance's header against the nodes there are; inputs whose node is
+/// missing are nodes of the instance then.
+void CheckAliases(Instance& instance, Vnet_kt& drawing) {
+    std::vector<std::string> unbound;
+    for (const auto& [name, alias] : instance.aliases) {
+        const Instance& header = alias.input ? instance : *alias.instance;
+        if (header.source == nullptr) continue;
+        const std::string missing = Missing(instance, name, alias, *drawing.getBNet());
+        if (missing.empty()) continue;
+        header.headerIn->setTokenStart(header.header);
+        ListNode(*header.headerIn, msg::hugin.instancesWithoutNode, missing);
+        if (alias.input && instance.inputs.contains(name)) unbound.push_back(name);
+    }
+    for (const std::string& name : unbound) {
+        instance.aliases.erase(name);
+        StartRecovery(*instance.source->in);
+        ReadAgain(instance, instance.inputs.at(name), drawing, ReadNode, "node");
+    }
+}
+
+}  // namespace
+
+void FinishClass(Parser_CString_kt& in, Vnet_kt& drawing) {
+    const ParserPos_kt end = in.getPos();
+    for (std::size_t i = 1; i < All->instances.size(); ++i) {
+        Instance& instance = All->instances[i];
+        if (!FindClass(instance)) {
+            instance.source = nullptr;
+            continue;
+        }
+        ReadClass(instance, drawing);
+        RepeatNodes(*instance.source->in, *drawing.getBNet());
+    }
+    for (Instance& instance : All->instances) CheckAliases(instance, drawing);
+    for (const Instance& instance : All->instances)
+        for (Bnode_bn* node : instance.nodes)
+            if (instance.outer != nullptr) node->groupIndex = -1;  // groups are those of the class
+    All->puttingOff = false;
+    for (Instance& instance : All->instances) {
+        if (instance.source != nullptr) StartRecovery(*instance.source->in);
+        for (const ParserPos_kt place : instance.potentials)
+            ReadAgain(instance, place, drawing, ReadPotential, "potential");
+    }
+    for (const Source& source : All->sources)
+        if (source.in != &in) in.setError(source.in->curReport);
+    All->current = &All->instances.front();
+    in.setPos(end);
+}
+
+// ---- The drawing ---------------------------------------------------------------------------
+
+namespace {
+
+// Room around what an instance holds, for the size of nodes.
+constexpr Place margin{120, 80};
+
+Place PlaceOf(const Bnode_bn& node) {
+    const coord_kt at = node.vns[0]->position;
+    return {static_cast<long long>(at.x) - safety.x, static_cast<long long>(at.y) - safety.y};
+}
+
+/// How far things move along one axis, for the frames that stand before them.
+class Room {
+public:
+    void add(long long at, long long size) {
+        long long& most = sizes_[at];
+        most = std::max(most, size);
+    }
+    void close() {
+        long long sum = 0;
+        for (auto& [at, size] : sizes_) sum = size += sum;
+    }
+    long long before(long long at) const {
+        const auto next = sizes_.lower_bound(at);
+        return next == sizes_.begin() ? 0 : std::prev(next)->second;
+    }
+
+private:
+    std::map<long long, long long> sizes_;  // by place; summed up once closed
+};
+
+int Clamped(long long value) {
+    return static_cast<int>(std::clamp<long long>(value, INT_MIN / 4, INT_MAX / 4));
+}
+
+void Move(Bnode_bn& node, Place by) { node.vns[0]->shiftBy({Clamped(by.x), Clamped(by.y)}); }
+
+/// Moves what stands right of the frames of inner instances, or below them, out of their way, and
+/// finds the size of the frame around all.
+void MakeRoom(Instance& instance) {
+    Room across, down;
+    for (const Instance* inner : instance.inner) {
+        if (inner->nodes.empty() && inner->inner.empty()) continue;
+        across.add(inner->at.x, inner->high.x - inner->low.x + margin.x);
+        down.add(inner->at.y, inner->high.y - inner->low.y + margin.y);
+    }
+    across.close();
+    down.close();
+    bool first = true;
+    const auto cover = [&](Place low, Place high) {
+        instance.low =
+            first ? low : Place{std::min(instance.low.x, low.x), std::min(instance.low.y, low.y)};
+        instance.high =
+            first ? high
+                  : Place{std::max(instance.high.x, high.x), std::max(instance.high.y, high.y)};
+        first = false;
+    };
+    for (Bnode_bn* node : instance.nodes) {
+        const Place at = PlaceOf(*node);
+        Move(*node, {across.before(at.x), down.before(at.y)});
+        cover(PlaceOf(*node), PlaceOf(*node));
+    }
+    for (Instance* inner : instance.inner) {
+        const Place at{inner->at.x + across.before(inner->at.x),
+                       inner->at.y + down.before(inner->at.y)};
+        inner->shift = {at.x - inner->low.x, at.y - inner->low.y};
+        cover(at, {at.x + inner->high.x - inner->low.x, at.y + inner->high.y - inner->low.y});
+    }
+}
+
+}  // namespace
+
+// An instance stands behind the one that holds it.
+void PlaceInstances() {
+    if (All == nullptr) return;
+    std::deque<Instance>& all = All->instances;
+    if (std::ranges::none_of(all, &Instance::placed)) return;
+    std::for_each(all.rbegin(), all.rend(), MakeRoom);
+    for (Instance& instance : all) {
+        if (instance.outer == nullptr) continue;
+        instance.shift.x += instance.outer->shift.x;
+        instance.shift.y += instance.outer->shift.y;
+        for (Bnode_bn* node : instance.nodes) Move(*node, instance.shift);
+    }
+}
+
+void MakeInstanceSets(Bnet_bn& net, Vnet_kt& drawing) {
+    if (All == nullptr) return;
+    UniqueNames_kt taken;
+    for (const auto& set : net.nodesets()) taken.add(set->name());
+    vect_kt<NodesetStyle> styles = drawing.nodesetStyles;
+    for (const Instance& instance : All->instances) {
+        if (instance.outer == nullptr || instance.nodes.empty()) continue;
+        if (std::ssize(net.nodesets()) >= MaxNodesets) break;
+        const std::string name = taken.unique(instance.path, 'S');
+        taken.add(name);
+        BndList_bn list;
+        for (Bnode_bn* node : instance.nodes) list.append(node);
+        net.newNodeset(name.c_str(), nullptr, nullptr)->addNodes(list, true);
+        styles.append(DefaultStyle(name));
+    }
+    drawing.setNodesetStyles(styles, nullptr);
+}
+
+}  // namespace lumo::hugin
