@@ -1,15 +1,11 @@
 #include "app/terminal.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-#include <clocale>
-#include <cwchar>
-
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
 
 #include "library/utilities/Utils.h"
+#include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
@@ -19,22 +15,6 @@ constexpr std::string_view ellipsis = "…";
 constexpr std::size_t longestBar = 30;
 constexpr std::size_t shortestBar = 10;
 
-/// Makes the C library know the widths of characters, whatever the user's language.
-class WidthsKnown {
-public:
-    WidthsKnown() : former_(::uselocale(unicode())) {}
-    ~WidthsKnown() { ::uselocale(former_); }
-    WidthsKnown(const WidthsKnown&) = delete;
-    WidthsKnown& operator=(const WidthsKnown&) = delete;
-
-private:
-    static locale_t unicode() {
-        static const locale_t made = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-        return made;  // null leaves the locale as it is
-    }
-    locale_t former_;
-};
-
 bool IsAscii(std::string_view text) {
     return std::ranges::all_of(text, [](char c) { return static_cast<signed char>(c) >= 0; });
 }
@@ -42,13 +22,12 @@ bool IsAscii(std::string_view text) {
 /// Columns and bytes of the character at the start of the text.
 std::pair<std::size_t, std::size_t> CharacterSize(std::string_view utf8) {
     const auto [code, length] = CodePoint(utf8);
-    const int width = length == 1 ? 1 : ::wcwidth(static_cast<wchar_t>(code));
-    return {width < 0 ? 1 : static_cast<std::size_t>(width), length};
+    const int width = length == 1 ? 1 : system::ColumnsOf(static_cast<char32_t>(code));
+    return {static_cast<std::size_t>(width), length};
 }
 
 /// Bytes of the longest start of the text that takes no more than the columns.
 std::size_t StartWithin(std::string_view text, std::size_t columns) {
-    const WidthsKnown known;
     std::size_t at = 0;
     for (std::size_t used = 0; at < text.size();) {
         const auto [width, length] = CharacterSize(text.substr(at));
@@ -61,11 +40,10 @@ std::size_t StartWithin(std::string_view text, std::size_t columns) {
 
 }  // namespace
 
-bool IsTerminal(int descriptor) { return ::isatty(descriptor) == 1; }
+bool IsTerminal(int descriptor) { return system::IsTerminal(descriptor); }
 
 std::size_t TerminalColumns(int descriptor) {
-    winsize size{};
-    if (::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+    if (const std::size_t known = system::TerminalColumns(descriptor); known > 0) return known;
     const char* const said = std::getenv("COLUMNS");
     const std::string_view digits = said == nullptr ? "" : said;
     unsigned short columns = 0;
@@ -75,7 +53,6 @@ std::size_t TerminalColumns(int descriptor) {
 
 std::size_t DisplayWidth(std::string_view utf8) {
     if (IsAscii(utf8)) return utf8.size();
-    const WidthsKnown known;
     std::size_t width = 0;
     while (!utf8.empty()) {
         const auto [columns, length] = CharacterSize(utf8);

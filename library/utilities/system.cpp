@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <locale.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #ifdef __linux__
@@ -19,10 +20,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <memory>
 #include <new>
 
@@ -140,6 +143,30 @@ int Replace(const char* file, const char* target) { return ::rename(file, target
 int Remove(const char* path) { return ::unlink(path); }
 
 int ProcessNumber() { return ::getpid(); }
+
+// ---- The process and its terminal ----------------------------------------------------------
+
+void PrepareProcess() {
+    for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
+}
+
+std::vector<std::string> Arguments(int argc, char** argv) { return {argv, argv + argc}; }
+
+bool IsTerminal(int descriptor) { return ::isatty(descriptor) == 1; }
+
+std::size_t TerminalColumns(int descriptor) {
+    winsize size{};
+    return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+int ColumnsOf(char32_t character) {
+    // Null, where there is none, leaves the locale as it is.
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
+    const locale_t former = uselocale(unicode);
+    const int columns = ::wcwidth(static_cast<wchar_t>(character));
+    uselocale(former);
+    return columns < 0 ? 1 : columns;
+}
 
 // ---- Memory --------------------------------------------------------------------------------
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace lumo::system {
 
@@ -64,6 +65,26 @@ int Replace(const char* file, const char* target);
 int Remove(const char* path);
 
 int ProcessNumber();
+
+// ---- The process and its terminal ----------------------------------------------------------
+
+constexpr int StandardInput = 0;
+constexpr int StandardOutput = 1;
+constexpr int StandardError = 2;
+
+/// Makes a closed pipe, and a file that may not grow, failed writes like any other, and the streams
+/// carry bytes; a console shows UTF-8 and colours.
+void PrepareProcess();
+
+/// The program's arguments, in UTF-8, its own name first. Where the shell leaves patterns of file
+/// names to programs, they are the files.
+std::vector<std::string> Arguments(int argc, char** argv);
+
+bool IsTerminal(int descriptor);
+std::size_t TerminalColumns(int descriptor);  ///< 0 when that is not known
+
+/// The columns that a character takes in a terminal, whatever the user's language.
+int ColumnsOf(char32_t character);
 
 // ---- Memory --------------------------------------------------------------------------------
 

@@ -1,0 +1,289 @@
+// Windows. Its own functions take UTF-16; the C library's descriptors are used, without translation
+// of line ends.
+#ifdef _WIN32
+#include "library/utilities/system.h"
+
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+
+#include <fcntl.h>
+#include <io.h>
+#include <locale.h>
+#include <malloc.h>
+#include <process.h>
+#include <share.h>
+#include <shellapi.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "library/utilities/paths.h"
+
+namespace lumo::system {
+
+namespace {
+
+constexpr long long MostAtOnce = 1 << 30;
+
+std::wstring Wide(const char* utf8) { return PathOf(utf8).native(); }
+
+/// Sets errno and returns -1.
+int Fail(DWORD error) {
+    switch (error) {
+        case ERROR_FILE_NOT_FOUND:
+        case ERROR_PATH_NOT_FOUND:
+            errno = ENOENT;
+            break;
+        case ERROR_ALREADY_EXISTS:
+        case ERROR_FILE_EXISTS:
+            errno = EEXIST;
+            break;
+        case ERROR_DISK_FULL:
+            errno = ENOSPC;
+            break;
+        case ERROR_NOT_ENOUGH_MEMORY:
+            errno = ENOMEM;
+            break;
+        default:
+            errno = EACCES;
+    }
+    return -1;
+}
+
+/// Makes the C locale this thread's for a scope.
+class CLocale {
+public:
+    CLocale() : scope_(_configthreadlocale(_ENABLE_PER_THREAD_LOCALE)) {
+        const char* const name = std::setlocale(LC_NUMERIC, nullptr);
+        if (std::strcmp(name, "C") == 0) return;
+        previous_ = name;
+        std::setlocale(LC_NUMERIC, "C");
+    }
+    ~CLocale() {
+        if (!previous_.empty()) std::setlocale(LC_NUMERIC, previous_.c_str());
+        _configthreadlocale(scope_);
+    }
+    CLocale(const CLocale&) = delete;
+    CLocale& operator=(const CLocale&) = delete;
+
+private:
+    int scope_;
+    std::string previous_;
+};
+
+PathStatus StatusFrom(HANDLE file) {
+    BY_HANDLE_FILE_INFORMATION known{};
+    if (::GetFileType(file) != FILE_TYPE_DISK) return {PathKindEN::other};
+    if (::GetFileInformationByHandle(file, &known) == 0) return {};
+    const bool folder = (known.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    return {folder ? PathKindEN::folder : PathKindEN::file, 0666, known.dwVolumeSerialNumber,
+            (static_cast<unsigned long long>(known.nFileIndexHigh) << 32) | known.nFileIndexLow};
+}
+
+/// Adds the files that a pattern stands for, in their order; false when it is none or has none.
+bool AddMatches(const std::wstring& pattern, std::vector<std::string>& files) {
+    if (pattern.find_first_of(L"*?") == std::wstring::npos) return false;
+    WIN32_FIND_DATAW found{};
+    const HANDLE search = ::FindFirstFileW(pattern.c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return false;
+    const std::wstring folder = pattern.substr(0, pattern.find_last_of(L"/\\:") + 1);
+    const auto before = std::ssize(files);
+    do {
+        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            files.push_back(Utf8(folder + found.cFileName));
+    } while (::FindNextFileW(search, &found) != 0);
+    ::FindClose(search);
+    std::sort(files.begin() + before, files.end());
+    return std::ssize(files) > before;
+}
+
+HANDLE HandleOf(int descriptor) { return reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)); }
+
+}  // namespace
+
+// ---- Files ---------------------------------------------------------------------------------
+
+const char* LastSeparator(const char* path) {
+    const char* found = nullptr;
+    for (; *path != '\0'; ++path)
+        if (*path == '/' || *path == '\\' || *path == ':') found = path;
+    return found;
+}
+
+InputFile::InputFile(const char* path)
+    : descriptor_(_wopen(Wide(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT)) {}
+
+InputFile::~InputFile() {
+    if (descriptor_ >= 0) _close(descriptor_);
+}
+
+long long InputFile::size() const {
+    if (StatusFrom(HandleOf(descriptor_)).kind != PathKindEN::file) return 0;
+    return _filelengthi64(descriptor_);
+}
+
+long long InputFile::read(char* out, long long most) const {
+    return _read(descriptor_, out, static_cast<unsigned>(std::min(most, MostAtOnce)));
+}
+
+long long InputFile::readAt(long long offset, char* out, long long most) const {
+    const long long before = _telli64(descriptor_);
+    if (_lseeki64(descriptor_, offset, SEEK_SET) < 0) return -1;
+    const long long got = read(out, most);
+    _lseeki64(descriptor_, before, SEEK_SET);
+    return got;
+}
+
+PathStatus StatusOf(const char* path) {
+    const HANDLE file = ::CreateFileW(
+        Wide(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS /* folders too */, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return {};
+    const PathStatus status = StatusFrom(file);
+    ::CloseHandle(file);
+    return status;
+}
+
+PathStatus StatusOf(int descriptor) { return StatusFrom(HandleOf(descriptor)); }
+
+int OpenForWriting(const char* path) {
+    return _wopen(Wide(path).c_str(), _O_WRONLY | _O_BINARY | _O_NOINHERIT);
+}
+
+int CreateNew(const char* path, unsigned, bool) {
+    return _wopen(Wide(path).c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT,
+                  _S_IREAD | _S_IWRITE);
+}
+
+long long Write(int descriptor, const char* text, long long count) {
+    const auto step = static_cast<unsigned>(std::min(count, MostAtOnce));
+    const int put = _write(descriptor, text, step);
+    if (put < 0 && errno == EINVAL) errno = EPIPE;  // what a pipe without a reader gives
+    return put;
+}
+
+int Close(int descriptor) { return _close(descriptor); }
+
+int Replace(const char* file, const char* target) {
+    constexpr DWORD how = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+    if (::MoveFileExW(Wide(file).c_str(), Wide(target).c_str(), how) != 0) return 0;
+    return Fail(::GetLastError());
+}
+
+int Remove(const char* path) { return _wunlink(Wide(path).c_str()); }
+
+int ProcessNumber() { return _getpid(); }
+
+// ---- The process and its terminal ----------------------------------------------------------
+
+void PrepareProcess() {
+    for (const int descriptor : {StandardInput, StandardOutput, StandardError})
+        _setmode(descriptor, _O_BINARY);
+    static const UINT former = ::GetConsoleOutputCP();
+    ::SetConsoleOutputCP(CP_UTF8);
+    std::atexit([] { ::SetConsoleOutputCP(former); });  // the console is the shell's as well
+    for (const DWORD stream : {STD_OUTPUT_HANDLE, STD_ERROR_HANDLE}) {
+        const HANDLE console = ::GetStdHandle(stream);
+        DWORD mode = 0;
+        if (::GetConsoleMode(console, &mode) != 0)
+            ::SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    }
+}
+
+std::vector<std::string> Arguments(int argc, char** argv) {
+    int count = 0;
+    wchar_t** const wide = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    if (wide == nullptr) return {argv, argv + argc};
+    std::vector<std::string> arguments;
+    for (int i = 0; i < count; ++i) {
+        if (i == 0 || !AddMatches(wide[i], arguments)) arguments.push_back(Utf8(wide[i]));
+    }
+    ::LocalFree(wide);
+    return arguments;
+}
+
+bool IsTerminal(int descriptor) {
+    DWORD mode = 0;
+    return ::GetConsoleMode(HandleOf(descriptor), &mode) != 0;
+}
+
+std::size_t TerminalColumns(int descriptor) {
+    CONSOLE_SCREEN_BUFFER_INFO known{};
+    if (::GetConsoleScreenBufferInfo(HandleOf(descriptor), &known) == 0) return 0;
+    return static_cast<std::size_t>(known.srWindow.Right - known.srWindow.Left + 1);
+}
+
+int ColumnsOf(char32_t character) {
+    struct Range {
+        char32_t first, last;
+        int columns;
+    };
+    // Combining marks and what is wide in East Asian scripts, as far as names are written in them.
+    static constexpr Range ranges[] = {
+        {0x300, 0x36F, 0},     {0x483, 0x489, 0},   {0x591, 0x5BD, 0},     {0x610, 0x61A, 0},
+        {0x64B, 0x65F, 0},     {0x1100, 0x115F, 2}, {0x200B, 0x200F, 0},   {0x2E80, 0x303E, 2},
+        {0x3041, 0x33FF, 2},   {0x3400, 0x4DBF, 2}, {0x4E00, 0x9FFF, 2},   {0xA000, 0xA4CF, 2},
+        {0xAC00, 0xD7A3, 2},   {0xF900, 0xFAFF, 2}, {0xFE00, 0xFE0F, 0},   {0xFE30, 0xFE6F, 2},
+        {0xFF00, 0xFF60, 2},   {0xFFE0, 0xFFE6, 2}, {0x1F300, 0x1F64F, 2}, {0x1F900, 0x1F9FF, 2},
+        {0x20000, 0x3FFFD, 2},
+    };
+    for (const Range& range : ranges)
+        if (character >= range.first && character <= range.last) return range.columns;
+    return 1;
+}
+
+// ---- Memory --------------------------------------------------------------------------------
+
+void* NewHuge(std::size_t bytes) { return std::malloc(bytes); }
+void Populate(void*, std::size_t) {}
+std::size_t SizeOf(void* block) { return _msize(block); }
+
+// ---- Numbers and text ----------------------------------------------------------------------
+
+int Print(char* buffer, std::size_t size, const char* format, va_list arguments) {
+    const CLocale plain;
+    return std::vsnprintf(buffer, size, format, arguments);
+}
+
+std::optional<std::string> Print(const char* format, va_list arguments) {
+    const CLocale plain;
+    char some[1024];
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(some, sizeof some, format, arguments);
+    std::optional<std::string> text;
+    if (length >= 0 && length < static_cast<int>(sizeof some)) {
+        text.emplace(some, static_cast<std::size_t>(length));
+    } else if (length >= 0) {
+        text.emplace(static_cast<std::size_t>(length), '\0');
+        std::vsnprintf(text->data(), text->size() + 1, format, again);
+    }
+    va_end(again);
+    return text;
+}
+
+double NearestDouble(const char* number) {
+    const CLocale plain;
+    return std::strtod(number, nullptr);
+}
+
+// ---- Libraries -----------------------------------------------------------------------------
+
+Library::Library(const char* name)
+    : library_(::LoadLibraryExW(Wide(name).c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)) {}
+
+void* Library::address(const char* name) const {
+    if (library_ == nullptr) return nullptr;
+    return reinterpret_cast<void*>(::GetProcAddress(static_cast<HMODULE>(library_), name));
+}
+
+}  // namespace lumo::system
+
+#endif
