@@ -74,7 +74,7 @@ class Browser:
         """Waits until the page's worker has answered all it was asked."""
         return self.driver.execute_async_script(
             "const done = arguments[0]; const look = () => {"
-            " const busy = nodes.length > 0 && (!plan || (plan.fits && (!beliefs || asked)));"
+            " const busy = nodes.length > 0 && (!plan || (!plan.failed && (!beliefs || asked)));"
             " if (busy) setTimeout(look, 5); else requestAnimationFrame(() => done(null)); }; look();")
 
     def script(self, text, *arguments):

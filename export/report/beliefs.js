@@ -2,23 +2,35 @@
 // ---- Beliefs -------------------------------------------------------------------------------
 // The nodes' distributions given the evidence, which a worker computes.
 
-const evidence = new Map();  // node to state
+const evidence = new Map();  // node to state, or to weights of its states where that is not certain
 const beliefListeners = [];
 let worker = null;
 let plan = null;  // what the worker makes of the net; null while it is at it
-let beliefs = null;  // its last answer: see inference.js
+let beliefs = null;  // its last answer: see worker.js
+let prior = null;  // its answer without evidence
 let expectations = new Map();
-let asked = false, outdated = false;
+let policies = new Map();  // of decisions: {given, table, values, options}
+let asked = false, askedFor = '';
 let inPicture = false;  // the picture shows distributions
 
 const isValued = (node) => node.kind === 'utility' || node.relation.kind === 'real';
 const factorKind = (node) => (isValued(node) ? 'value' : node.kind === 'decision' ? 'decision' : 'chance');
+const isUsable = () => Boolean(plan && !plan.failed);
+
+/** The weights by which a utility without a table sums others; null where it does not. */
+function weightsOf(node) {
+    if (node.kind !== 'utility' || node.relation.table || node.parents.length === 0) return null;
+    if (!node.parents.every((parent) => nodes[parent].kind === 'utility')) return null;
+    const field = node.fields.find(([name]) => name === 'weights');
+    const numbers = field ? field[1].split(/[\s,]+/).filter(Boolean).map(Number) : [];
+    return node.parents.map((_, i) => (Number.isFinite(numbers[i]) ? numbers[i] : 1));
+}
 
 function startInference() {
     const net = nodes.map((node) => ({
-        states: statesOf(node), parents: node.parents, kind: factorKind(node),
+        states: statesOf(node), parents: node.parents, kind: factorKind(node), utility: node.kind === 'utility',
         table: node.relation.table ? Float64Array.from(node.relation.table) : null,
-        parameters: node.relation.parameters || null,
+        parameters: node.relation.parameters || null, weights: weightsOf(node),
     }));
     const address = URL.createObjectURL(new Blob([byId('worker').textContent], {type: 'text/javascript'}));
     try {
@@ -27,6 +39,7 @@ function startInference() {
         return failInference();
     }
     worker.onmessage = ({data: answer}) => {
+        if (answer.answer) return receiveAnswer(answer.answer);
         if (answer.plan) receivePlan(answer.plan);
         else receive(answer.beliefs);
         beliefListeners.forEach((listener) => listener());
@@ -37,7 +50,7 @@ function startInference() {
 
 function receivePlan(answer) {
     plan = answer;
-    if (plan.fits) ask();
+    if (isUsable()) ask();
     if (!details.contains(document.activeElement)) showDetails(selected);
 }
 
@@ -47,27 +60,60 @@ function failInference() {
     beliefListeners.forEach((listener) => listener());
 }
 
+/** What is said of a node, as weights of its states. */
+function toldOf(index, told = evidence.get(index)) {
+    if (Array.isArray(told)) return told;
+    return Array.from({length: statesOf(nodes[index])}, (_, state) => Number(state === told));
+}
+const toldWeights = () => [...evidence.keys()].map((index) => [index, toldOf(index)]);
+
+/** What to ask for: the evidence (none at first, for the prior), and the node that is wanted most where not all is exact. */
+const wantedNow = () => ({evidence: prior ? toldWeights() : [], target: plan.fits ? -1 : selected});
+
 /** Asks for the beliefs; while the worker is busy only the last question counts. */
 function ask() {
-    outdated = asked;
-    if (asked) return;
+    if (asked || !isUsable()) return;
     asked = true;
-    worker.postMessage({evidence: [...evidence]});
+    const wanted = wantedNow();
+    askedFor = JSON.stringify(wanted);
+    worker.postMessage(wanted);
 }
 
 function receive(answer) {
     asked = false;
     beliefs = answer;
     expectations = new Map(answer.expectations);
-    if (outdated) return ask();
-    say(answer.possible ? 'Beliefs updated' : 'This evidence is impossible');
+    policies = new Map(answer.policies.map((policy) => [policy.node, policy]));
+    if (answer.exact) beliefs.beliefs[answer.exact.node] = answer.exact.belief;
+    if (!prior || askedFor.startsWith('{"evidence":[]')) prior = answer;
+    if (askedFor !== JSON.stringify(wantedNow())) return ask();
+    if (!(answer.samples > 0) || answer.done) say(answer.possible ? 'Beliefs updated' : 'This evidence is impossible');
 }
 
 /** Sets a node's state as evidence, or takes it back when it is. */
 function toggleEvidence(index, state) {
-    if (!plan || !plan.fits || isValued(nodes[index])) return;
+    if (!isUsable() || isValued(nodes[index])) return;
     if (evidence.get(index) === state) evidence.delete(index);
     else evidence.set(index, state);
+    evidenceChanged();
+}
+
+/** Says that the node is not in that state, or no longer. */
+function toggleNot(index, state) {
+    const node = nodes[index];
+    if (!isUsable() || isValued(node)) return;
+    if (node.kind === 'decision') return say('A decision is chosen, or not');
+    const told = evidence.has(index) ? [...toldOf(index)] : Array(statesOf(node)).fill(1);
+    told[state] = told[state] > 0 ? 0 : 1;
+    setEvidence(index, told);
+}
+
+/** Sets weights of the states as evidence; all equal say nothing. */
+function setEvidence(index, weights) {
+    const left = weights.flatMap((weight, state) => (weight > 0 ? [state] : []));
+    if (left.length === 0) return say('Some state must be possible');
+    if (weights.every((weight) => weight === weights[0])) evidence.delete(index);
+    else evidence.set(index, left.length === 1 ? left[0] : weights);
     evidenceChanged();
 }
 
@@ -85,7 +131,7 @@ const beliefOf = (index) => (beliefs && beliefs.possible && !isValued(nodes[inde
 
 /** Shows the distributions in the picture, or no longer. */
 function toggleInPicture() {
-    if (!plan || !plan.fits) return;
+    if (!isUsable()) return;
     inPicture = !inPicture;
     byId('beliefs').setAttribute('aria-pressed', String(inPicture));
     spreadPicture();
@@ -101,20 +147,24 @@ function percent(p) {
 const shortNumber = (value) => String(Number(value.toPrecision(6)));
 
 function planText() {
-    if (!plan || (plan.fits && !beliefs)) return 'The distributions are being computed.';
-    if (plan.failed) return 'The distributions could not be computed here.';
-    const needed = `${plan.atLeast ? 'more than ' : ''}${plan.largest.toLocaleString('en')}`;
-    return plan.fits ? '' : `No distributions: the junction tree of this net needs a table of ${needed} entries; ` +
-        `this page computes with at most ${plan.most.toLocaleString('en')}.`;
+    if (plan && plan.failed) return 'The distributions could not be computed here.';
+    return !plan || !beliefs ? 'The distributions are being computed.' : '';
 }
 
 /** What was taken for what in the computation, one text each. */
 function planNotes() {
-    if (!plan || !plan.fits) return [];
-    const {decisions, withoutTable, withoutStates, scaledRows, emptyRows} = plan.notes;
+    if (!isUsable() || !beliefs) return [];
+    const {withoutTable, withoutStates, scaledRows, emptyRows} = plan.notes;
     const is = (n) => (n === 1 ? 'is' : 'are');
+    const named = (list) => list.map((index) => titleOf(nodes[index])).join(', ');
+    const {open, order} = plan, {unsolved, rounds, late, samples} = beliefs;
     return [
-        decisions && `${count(decisions, 'decision')} ${is(decisions)} taken as uniform.`,
+        samples > 0 && `These distributions are estimates from ${samples.toLocaleString('en')} samples, with their standard error: exactly they would need ` +
+            `${plan.atLeast ? 'more than ' : ''}${plan.total.toLocaleString('en', {maximumSignificantDigits: 3})} numbers. Exact where no error is given.`,
+        unsolved && `${count(order.length, 'decision')} ${is(order.length)} taken as uniform: the policies have no room here.`,
+        open.length > 0 && !unsolved && `The order of the decisions ${named(open)} is open: each is taken with limited memory, knowing its parents alone. ` +
+            `One policy after the other was improved until none got better (${count(rounds, 'round')}); a change of several at once may still be better.`,
+        late.length > 0 && `${named(late)} ${is(late.length)} known after a decision that is still open: that evidence does not guide it.`,
         withoutTable && `${count(withoutTable, 'node')} without a table here ${is(withoutTable)} taken as uniform.`,
         withoutStates && `${count(withoutStates, 'node')} without states (continuous) ${is(withoutStates)} left out.`,
         scaledRows && `${count(scaledRows, 'row')} of tables did not sum to one and ${is(scaledRows)} scaled for this.`,
@@ -124,10 +174,23 @@ function planNotes() {
 
 /** What the net's own page says about the distributions. */
 function planParagraphs() {
-    const how = 'Select a node to see its distribution; a click on a state sets it as evidence.';
+    const how = 'Select a node to see its distribution; a click on a state sets it as evidence, with Shift it rules the state out.';
     const texts = planText() ? [planText()] : [...planNotes(), how];
-    return el('div', {id: 'distribution'}, ...texts.map((text) => el('p', {class: 'faint', text})));
+    return el('div', {id: 'distribution'}, utilityTable(), ...texts.map((text) => el('p', {class: 'faint', text})), changesPart());
 }
+
+/** The expected utility of the net, and what the utilities contribute. */
+function utilityTable() {
+    if (!beliefs || !beliefs.possible || beliefs.utility === null) return null;
+    const parts = [...expectations].filter(([index]) => nodes[index].kind === 'utility');
+    return section('Expected utility', el('p', {}, el('strong', {id: 'utility', text: withError(beliefs.utility)})),
+        parts.length > 1 ? itemList(parts.length, 'Utilities', (i) => {
+            const [index, values] = parts[i];
+            return el('span', {}, nodeLink(index), ` ${values.map(shortNumber).join(', ')}`);
+        }) : null);
+}
+
+const withError = (value, error) => shortNumber(value) + (error > 0 ? ` ± ${shortNumber(Number(error.toPrecision(2)))}` : '');
 
 /** A node's distribution: a button a state, which sets it as evidence or takes it back. */
 function beliefSection(index) {
@@ -136,8 +199,8 @@ function beliefSection(index) {
     if (planText()) return box.append(el('p', {class: 'faint', text: planText()})), box;
     if (!beliefs.possible) return box.append(impossible()), box;
     if (isValued(node)) {
-        const values = expectations.get(index);
-        if (values) box.append(el('p', {text: `Expected ${values.length > 1 ? 'values' : 'value'}: ${values.map(shortNumber).join(', ')}`}));
+        const values = expectations.get(index), error = beliefs.valueErrors?.get(index);
+        if (values) box.append(el('p', {text: `Expected ${values.length > 1 ? 'values' : 'value'}: ${values.map((value) => withError(value, error)).join(', ')}`}));
     } else if (statesOf(node) > 0) {
         box.append(paged(statesOf(node), 40, 'States', (from, to) => {
             const bars = el('div', {class: 'bars', role: 'group', 'aria-label': 'Distribution'});
@@ -146,20 +209,84 @@ function beliefSection(index) {
         }));
     }
     const {table, parameters} = node.relation;
-    if (node.kind === 'decision') box.append(el('p', {class: 'faint', text: 'A decision: taken as uniform.'}));
-    else if (!table && !parameters) box.append(el('p', {class: 'faint', text: statesOf(node) > 0 ? 'No table here: taken as uniform.' : 'No states: left out.'}));
+    if (node.kind === 'decision') box.append(...decisionParts(index));
+    else if (!table && !parameters && !weightsOf(node)) box.append(el('p', {class: 'faint', text: statesOf(node) > 0 ? 'No table here: taken as uniform.' : 'No states: left out.'}));
+    if (evidence.size > 0) box.append(changesPart() ?? '');
     return box;
 }
 
+/** What a decision is worth: the utility of every option, and the policy by what is known then. */
+function decisionParts(index) {
+    if (evidence.has(index)) return [el('p', {class: 'faint', text: 'A decision: chosen.'})];
+    const policy = policies.get(index);
+    if (!policy) return [el('p', {class: 'faint', text: 'A decision: taken as uniform.'})];
+    if (!policy.options) return [];
+    const most = Math.max(...policy.options);
+    const rows = policy.options.map((value, state) => el('tr', {class: value === most ? 'best' : null},
+        el('th', {scope: 'row', text: stateLabel(nodes[index], state)}), el('td', {text: shortNumber(value)})));
+    const parts = [el('h3', {text: 'Expected utility'}), el('table', {id: 'options'}, el('tbody', {}, ...rows))];
+    if (policy.given.length > 0) parts.push(el('h3', {text: 'Policy'}), new NumberTable('Policy', policyModel(index, policy)).box);
+    return parts;
+}
+
+/** By what is known the expected utility of every option, and the best. */
+function policyModel(index, {given, values, table}) {
+    const node = nodes[index], states = statesOf(node);
+    const best = (r) => table.subarray(r * states, (r + 1) * states).indexOf(1);
+    const key = (r, c) => (!values[r] ? NaN : c === states ? best(r) : values[r][c]);
+    const value = (r, c) => {
+        if (!values[r]) return '–';
+        return c === states ? stateLabel(node, best(r)) : shortNumber(values[r][c]);
+    };
+    return {
+        rows: parentAxis(given.map((parent) => nodes[parent]), values.length), key, value, part: () => NaN,
+        columns: simpleAxis(states + 1, '', (c) => (c === states ? 'best' : stateLabel(node, c))),
+    };
+}
+
 function beliefBar(index, state) {
-    const p = beliefOf(index)[state];
-    const bar = button('', () => toggleEvidence(index, state), {
-        class: 'bar', 'aria-pressed': String(evidence.get(index) === state), 'data-state': state,
-        title: 'Set as evidence, or take it back',
+    const p = beliefOf(index)[state], error = beliefs.exact?.node === index ? 0 : beliefs.errors?.[index]?.[state];
+    const told = evidence.get(index), before = prior && evidence.size > 0 ? prior.beliefs[index]?.[state] : undefined;
+    const ruledOut = Array.isArray(told) && told[state] === 0;
+    const bar = button('', (event) => (event.shiftKey ? toggleNot : toggleEvidence)(index, state), {
+        class: ruledOut ? 'bar not' : 'bar', 'aria-pressed': String(told === state), 'data-state': state,
+        title: `Set as evidence, or take it back; with Shift: not this state${before === undefined ? '' : ` (before: ${percent(before)})`}`,
     });
-    bar.append(el('span', {text: stateLabel(nodes[index], state)}), el('span', {class: 'part', text: percent(p)}));
+    const weight = Array.isArray(told) && !ruledOut && told[state] !== 1 ? ` × ${shortNumber(told[state])}` : '';
+    bar.append(el('span', {text: stateLabel(nodes[index], state) + weight}),
+        el('span', {class: 'part', text: percent(p) + (error > 0 ? ` ± ${(100 * error).toFixed(error < 0.001 ? 2 : 1)}` : '')}));
     bar.style.setProperty('--part', p);
+    if (before !== undefined) {
+        bar.classList.add('compared');
+        bar.style.setProperty('--prior', before);
+    }
     return bar;
+}
+
+// ---- What changed --------------------------------------------------------------------------
+
+/** The Jensen-Shannon distance of two distributions, 0 to 1. */
+function distanceOf(p, q) {
+    const part = (a, m) => (a > 0 ? a * Math.log2(a / m) : 0);
+    const divergence = p.reduce((total, a, i) => total + (part(a, (a + q[i]) / 2) + part(q[i], (a + q[i]) / 2)) / 2, 0);
+    return Math.sqrt(Math.max(0, divergence));
+}
+
+/** The nodes whose distributions the evidence moved, the farthest first, as [node, distance]. */
+function changes() {
+    if (!prior || !prior.possible || !beliefs.possible || evidence.size === 0) return [];
+    return nodes.flatMap((node, i) => (evidence.has(i) || !beliefOf(i) || !prior.beliefs[i] ? [] : [[i, distanceOf(beliefOf(i), prior.beliefs[i])]]))
+        .filter(([, distance]) => distance > 1e-6).sort((a, b) => b[1] - a[1]);
+}
+
+function changesPart() {
+    const found = beliefs ? changes() : [];
+    if (found.length === 0) return null;
+    const box = section('What changed most', itemList(found.length, 'Nodes', (i) =>
+        el('span', {}, nodeLink(found[i][0]), el('span', {class: 'faint', text: ` ${found[i][1].toFixed(3)}`}))));
+    box.id = 'changes';
+    box.title = 'By the Jensen-Shannon distance between before and after the evidence, 0 to 1';
+    return box;
 }
 
 const impossible = () => el('p', {class: 'error', text: 'This evidence is impossible: its probability is zero.'});
@@ -174,21 +301,34 @@ function refreshDistribution() {
     if (focused !== undefined) made.querySelector(`[data-state="${focused}"]`)?.focus();
 }
 
-/** The evidence as buttons that take it back, and its probability. */
+/** What is said of a node, in words. */
+function evidenceText(index) {
+    const node = nodes[index], told = evidence.get(index);
+    if (!Array.isArray(told)) return `${titleOf(node)}${node.kind === 'decision' ? ' := ' : ': '}${stateLabel(node, told)}`;
+    const out = told.flatMap((weight, state) => (weight === 0 ? [stateLabel(node, state)] : []));
+    const plain = told.every((weight) => weight === 0 || weight === 1);
+    return `${titleOf(node)}: ${plain ? `not ${out.join(', ')}` : told.map(shortNumber).join(' : ')}`;
+}
+
+/** The evidence as buttons that take it back, and its probability: of observations, not of choices. */
 function showEvidence() {
-    const usable = Boolean(plan && plan.fits);
-    byId('beliefs').disabled = !usable;
-    byId('beliefs').title = usable ? 'Show the distributions in the picture (m)' : planText();
-    const parts = [...evidence].slice(0, 8).map(([index, state]) => {
-        const text = `${titleOf(nodes[index])}: ${stateLabel(nodes[index], state)}`;
-        return button(`× ${text}`, () => toggleEvidence(index, state), {class: 'chip', title: 'Take back', 'aria-label': `Take back ${text}`});
+    byId('beliefs').disabled = !isUsable();
+    byId('beliefs').title = isUsable() ? 'Show the distributions in the picture (m)' : planText();
+    const parts = [...evidence.keys()].slice(0, 8).map((index) => {
+        const text = evidenceText(index);
+        return button(`× ${text}`, () => { evidence.delete(index); evidenceChanged(); }, {class: 'chip', title: 'Take back', 'aria-label': `Take back ${text}`});
     });
     if (evidence.size > 8) parts.push(el('span', {class: 'note', text: `and ${evidence.size - 8} more`}));
     if (evidence.size > 1) parts.push(button('Clear', clearEvidence, {title: 'Take back all evidence (x)'}));
-    if (evidence.size > 0 && beliefs && !asked) parts.push(beliefs.possible
-        ? el('span', {class: 'note', text: `probability ${Number(Math.exp(beliefs.log).toPrecision(4))}`}) : impossible());
+    const observed = [...evidence.keys()].some((index) => nodes[index].kind !== 'decision');
+    if (evidence.size > 0 && beliefs && !asked) {
+        if (!beliefs.possible) parts.push(impossible());
+        else if (observed) parts.push(el('span', {class: 'note', text: `probability ${Number(Math.exp(beliefs.log).toPrecision(4))}`}));
+        if (beliefs.possible && beliefs.utility !== null) parts.push(el('span', {class: 'note', text: `expected utility ${shortNumber(beliefs.utility)}`}));
+    }
     byId('evidence').replaceChildren(...parts);
 }
 
+listeners.push(() => { if (isUsable() && !plan.fits) ask(); });
 beliefListeners.push(showEvidence, refreshDistribution, () => redraw());
 byId('beliefs').addEventListener('click', toggleInPicture);

@@ -46,8 +46,7 @@ function simpleAxis(count, title, label) {
 }
 
 /** The combinations of the parents' states; the first parent's change slowest. */
-function parentAxis(node, count) {
-    const parents = node.parents.map((parent) => nodes[parent]);
+function parentAxis(parents, count) {
     const strides = [];
     parents.reduceRight((stride, parent, i) => {
         strides[i] = stride;
@@ -76,7 +75,7 @@ function probabilityModel(node, relation) {
     };
     const value = (r, c) => (single && c < own ? stateLabel(node, key(r, c)) : String(key(r, c) ?? ''));
     return {
-        rows: parentAxis(node, table.length / states), columns: simpleAxis(own + (experience ? 1 : 0), '', title),
+        rows: parentAxis(node.parents.map((parent) => nodes[parent]), table.length / states), columns: simpleAxis(own + (experience ? 1 : 0), '', title),
         key, value, part: (r, c) => (single || c === own ? NaN : Math.min(1, Math.abs(key(r, c)) / most)),
     };
 }
@@ -149,7 +148,7 @@ function nodeParts(index) {
 
 /** Whether there is more to say of the states than the distribution shows. */
 function hasStateTexts(node) {
-    return typeof node.states !== 'number' && (node.states.some(Array.isArray) || isValued(node) || Boolean(plan && !plan.fits));
+    return typeof node.states !== 'number' && (node.states.some(Array.isArray) || isValued(node) || Boolean(plan && plan.failed));
 }
 
 function fieldParts(fields) {

@@ -5,8 +5,8 @@
 set(folder ${CMAKE_CURRENT_LIST_DIR})
 set(scripts page.js list.js relations.js beliefs.js links.js picture.js view.js map.js save.js table.js node.js
     problems.js print.js start.js)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
-    ${folder}/page.html ${folder}/page.css ${folder}/inference.js)
+set(worker_scripts tables.js factors.js elimination.js solve.js inference.js decisions.js sampling.js questions.js worker.js)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/page.html ${folder}/page.css)
 
 # A SHA-256 in base 64: three hexadecimal digits make two characters; one is left at the end.
 function(lumo_hash text result)
@@ -26,14 +26,24 @@ function(lumo_hash text result)
     set(${result} "${encoded}=" PARENT_SCOPE)
 endfunction()
 
+# The scripts, one behind the other, without what only readers of the sources need: indentation,
+# lines that are comments, empty lines.
+function(lumo_scripts names result)
+    set(script "")
+    foreach(name ${names})
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/${name})
+        file(READ ${folder}/${name} part)
+        string(APPEND script "\n${part}")
+    endforeach()
+    string(REGEX REPLACE "\n */\\*\\*([^*]|\\*[^/])*\\*/" "\n" script "${script}")
+    string(REGEX REPLACE "\n *//[^\n]*" "\n" script "${script}")
+    string(REGEX REPLACE "\n[ \n]+" "\n" script "${script}")
+    set(${result} "${script}" PARENT_SCOPE)
+endfunction()
+
 file(READ ${folder}/page.css style)
-file(READ ${folder}/inference.js worker)
-set(script "")
-foreach(name ${scripts})
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/${name})
-    file(READ ${folder}/${name} part)
-    string(APPEND script "${part}")
-endforeach()
+lumo_scripts("${worker_scripts}" worker)
+lumo_scripts("${scripts}" script)
 lumo_hash("${style}" style_hash)
 lumo_hash("${script}" script_hash)
 
