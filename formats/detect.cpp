@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "formats/ForeignFile.h"
+#include "formats/othertexts.h"
 #include "library/reports/message.h"
 
 namespace lumo {
@@ -45,9 +46,11 @@ std::string_view SkipBlank(std::string_view text) {
         const std::size_t at = text.find(end);
         text.remove_prefix(at == std::string_view::npos ? text.size() : at + end.size());
     };
-    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
     while (!text.empty()) {
-        if (text.starts_with('%') || text.starts_with("//")) {
+        if (text.starts_with(mark)) {
+            text.remove_prefix(mark.size());
+        } else if (text.starts_with('%') || text.starts_with("//")) {
             text.remove_prefix(std::min(text.find_first_of("\r\n"), text.size()));
         } else if (text.starts_with("/*")) {
             skipTo("*/");
@@ -104,7 +107,8 @@ struct TextStart {
     explicit TextStart(std::string_view aText) : text(aText) {}
     std::string_view text;
     std::string lower = Lower(text);
-    std::vector<Token> tokens = Tokens(lower);
+    bool isMarkup = SkipBlank(text).starts_with('<');  ///< then it has no tokens
+    std::vector<Token> tokens = isMarkup ? std::vector<Token>() : Tokens(lower);
 };
 
 namespace {
@@ -113,13 +117,25 @@ bool IsWord(const std::vector<Token>& tokens, std::size_t i, std::string_view te
     return i < tokens.size() && tokens[i].kind == Token::word && tokens[i].text == text;
 }
 
+/// Whether a block begins with the token, the word of its kind: its brace or bracket is next to it,
+/// or behind its name. Prose has such words as well.
+bool StartsBlock(const std::vector<Token>& tokens, std::size_t i) {
+    if (tokens[i].depth > 0 || tokens[i].kind != Token::word) return false;
+    const std::string_view opening = tokens[i].text == "probability" ? "(" : "{";
+    const auto opens = [&](std::size_t at) {
+        return at < tokens.size() && tokens[at].text == opening;
+    };
+    return opens(i + 1) ||
+           (i + 1 < tokens.size() && tokens[i + 1].kind != Token::punctuation && opens(i + 2));
+}
+
 /// Whether a block outside all braces, from the token on, starts with one of the words; `next` is
 /// the text that its second token must have, if any is wanted.
 bool HasBlock(const std::vector<Token>& tokens, std::size_t from,
               std::initializer_list<std::string_view> words, std::string_view next = {}) {
     for (std::size_t i = from; i < tokens.size(); ++i) {
-        if (tokens[i].depth > 0 || tokens[i].kind != Token::word) continue;
-        if (std::ranges::find(words, tokens[i].text) == words.end()) continue;
+        if (std::ranges::find(words, tokens[i].text) == words.end() || !StartsBlock(tokens, i))
+            continue;
         if (next.empty() || (i + 1 < tokens.size() && tokens[i + 1].text == next)) return true;
     }
     return false;
@@ -142,12 +158,10 @@ int HuginStrength(const TextStart& start) {
 /// Whether the first block for a variable, outside all braces, starts with that word: DSC has nodes
 /// and BIF variables, and each may name one by the other's word.
 bool FirstIs(const std::vector<Token>& tokens, std::size_t from, std::string_view word) {
-    const auto first = std::find_if(tokens.begin() + static_cast<std::ptrdiff_t>(from),
-                                    tokens.end(), [](const Token& token) {
-                                        return token.depth == 0 && token.kind == Token::word &&
-                                               (token.text == "node" || token.text == "variable");
-                                    });
-    return first != tokens.end() && first->text == word;
+    for (std::size_t i = from; i < tokens.size(); ++i)
+        if ((tokens[i].text == "node" || tokens[i].text == "variable") && StartsBlock(tokens, i))
+            return tokens[i].text == word;
+    return false;
 }
 
 int DscStrength(const TextStart& start) {
@@ -180,23 +194,43 @@ int BifStrength(const TextStart& start) {
     return IsWord(tokens, body + 1, "property") ? strong : fair;
 }
 
-/// A text that starts with a number of nodes and as many numbers of states.
+/// A text of a number of nodes, their numbers of states, and for each how many parents it has and
+/// which. Other lists of integers, such as evidence, seldom say that.
 int ErgoStrength(const TextStart& start) {
     const std::vector<Token>& tokens = start.tokens;
-    const auto isInteger = [](const Token& token) {
-        return token.text.find_first_not_of("0123456789") == std::string::npos;
+    std::size_t at = 0;
+    // The next number, which has at most seven digits; -1 at another token and at the end.
+    const auto next = [&]() -> long {
+        constexpr std::size_t mostDigits = 7;
+        if (at >= tokens.size() || tokens[at].text.size() > mostDigits) return -1;
+        long number = 0;
+        for (const char c : tokens[at].text) {
+            if (c < '0' || c > '9') return -1;
+            number = number * 10 + (c - '0');
+        }
+        ++at;
+        return number;
     };
-    const auto end = std::ranges::find_if_not(tokens, isInteger);
-    const auto integers = static_cast<std::size_t>(end - tokens.begin());
-    if (integers == 0) return 0;
-    const bool small = tokens[0].text.size() < 9;
-    const bool counted =
-        small && integers > static_cast<std::size_t>(std::stoul(std::string(tokens[0].text)));
-    return counted || integers == tokens.size() ? strong : weak;
+    const auto ends = [&] { return at >= tokens.size(); };
+    const long nodes = next();
+    if (nodes < 1) return 0;
+    for (long i = 0; i < nodes; ++i)
+        if (next() < 1) return ends() ? weak : 0;
+    for (long i = 0; i < nodes; ++i) {
+        long parents = next();
+        if (parents < 0 || parents >= nodes) return ends() ? weak : 0;
+        for (; parents > 0; --parents)
+            if (const long parent = next(); parent < 0 || parent > nodes) return ends() ? weak : 0;
+    }
+    return ends() ? weak : strong;
 }
 
 int XMLBIFStrength(const TextStart& start) {
-    if (!SkipBlank(start.text).starts_with('<')) return 0;
+    if (!start.isMarkup) return 0;
+    const std::string root = Lower(RootElement(start.text));
+    if (root.ends_with(":xmlbif") || root.ends_with(":bif") || root == "xmlbif") return certain;
+    const bool isNetwork = root == "network" || root.ends_with(":network");
+    if (isNetwork && start.lower.find("<variable") != std::string::npos) return certain;
     if (start.text.find("<BIF") != std::string_view::npos) return certain;
     const bool mentioned = start.lower.find("<bif") != std::string::npos ||
                            start.lower.find("<!doctype bif") != std::string::npos;
@@ -205,11 +239,12 @@ int XMLBIFStrength(const TextStart& start) {
 
 int XdslStrength(const TextStart& start) {
     const bool mentioned = start.text.find("<smile") != std::string_view::npos;
-    return mentioned && SkipBlank(start.text).starts_with('<') ? certain : 0;
+    return mentioned && start.isMarkup ? certain : 0;
 }
 
 /// A text that starts with the name of a kind and a number.
 int UaiStrength(const TextStart& start) {
+    if (start.isMarkup) return 0;
     std::string_view text = SkipBlank(start.lower);
     for (; text.starts_with('#'); text = SkipBlank(text))
         text.remove_prefix(std::min(text.find_first_of("\r\n"), text.size()));
@@ -219,7 +254,7 @@ int UaiStrength(const TextStart& start) {
     if (!kind) return 0;
     const bool number =
         tokens.size() > 1 && tokens[1].text.front() >= '0' && tokens[1].text.front() <= '9';
-    return number ? certain : IsWord(tokens, 0, "bayes") ? fair : weak;
+    return number ? certain : tokens.size() == 1 ? fair : 0;
 }
 
 constexpr std::array formats = {

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <string>
 
+#include "formats/othertexts.h"
 #include "tests/places.h"
 
 namespace lumo::test {
@@ -45,6 +46,9 @@ TEST(Detect, ContentDecides) {
         {"<?xml version=\"1.0\"?><!-- x --><smile id=\"n\">", "x.xml", "xdsl"},
         {"# net\nBAYES\n2", "x.erg", "uai"},
         {"MARKOV 3 2 2 2", "x", "uai"},
+        {"\n\xEF\xBB\xBF\xEF\xBB\xBF<BIF>", "x.bif", "xmlbif"},
+        {"<?xml version='1.0'?>\n<xbifns:XMLBIF version=\"0.5\">", "x.bif", "xmlbif"},
+        {"<NETWORK><NAME>n</NAME><VARIABLE>", "x", "xmlbif"},
     };
     for (const Case& c : cases) EXPECT_EQ(Detected(c.text, c.name), c.format) << c.text;
 }
@@ -75,10 +79,52 @@ TEST(Detect, ExtensionDecidesWhereContentDoesNot) {
 
 TEST(Detect, OtherTextsAreUnknown) {
     for (const char* text : {"", "<html><body>", "The network of nodes is large.", "{\"a\":1}",
-                             "digraph { a -> b }", "0.5 0.5", "%", "\"unclosed", "/* unclosed"})
+                             "digraph { a -> b }", "0.5 0.5", "%", "\"unclosed", "/* unclosed",
+                             "<a><variable>node probability (</a>", "3 0 1 1 0 2 1", "2 3 4 5 6",
+                             "Bayes network of each node, with a probability in each node",
+                             "A network format. Each variable of it {"})
         EXPECT_EQ(Detected(text), "unknown") << text;
     EXPECT_EQ(Detected("", "dir.net/file"), "unknown");
     EXPECT_EQ(Detected("", ".net.bak"), "unknown");
+}
+
+TEST(Detect, NamesOtherTexts) {
+    using namespace std::string_view_literals;
+    const std::pair<std::string_view, const char*> cases[] = {
+        {"\n<!DOCTYPE html><html>", "an HTML page"},
+        {"<!DOCTYPE HTML><html><script>{\"schema\":\"lumo-import/1\"}",
+         "a report that lumo-import made of a net"},
+        {"<?xml version=\"1.0\"?><!DOCTYPE x [<!ENTITY y \"z\">]><!-- a > --><ProbModelXML a=''>",
+         "XML of another kind, its root element 'ProbModelXML'"},
+        {"<svg xmlns=\"\">", "an SVG picture"},
+        {"{\n \"a\": 1}", "JSON"},
+        {"[1, 2]", "JSON"},
+        {"a,b,c\n1,2,3\n4,5,6\n7", "a table of values, as CSV"},
+        {"a\tb\n1\t2\n", "a table of values, as CSV"},
+        {"PK\3\4....mimetype", "a ZIP archive; unpack it first"},
+        {"PK\3\4....[Content_Types].xml", "a document of an office program"},
+        {"*Vertices 3\n1 \"a\"", "a graph of the Pajek format"},
+        {"(export (version D)", "a netlist of a circuit"},
+        {"-----BEGIN PGP SIGNED MESSAGE-----\nFormat: 3.0\nSource: x\nBinary: x\nVersion: 1",
+         "a description of a Debian source package"},
+        {"net Fire\n{\n HEADER = { ID = x; };\n node A { TYPE = CPT; ID = A; };",
+         "a net in the older text form of XDSL; save it as .xdsl"},
+        {"\x89PNG\r\n\x1A\n\0\0\0\0"sv, "a PNG image"},
+        {"\xFF\xFE\0\0n\0\0\0"sv, "a text in UTF-32; save it as UTF-8"},
+        {"n\0e\0t\0 \0{\0 \0}\0"sv, "a text in UTF-16 without a byte order mark; save it as UTF-8"},
+        {"\1\2\3\4\5\6\7 garbage", "binary data"},
+    };
+    for (const auto& [text, kind] : cases) EXPECT_EQ(OtherText(text, "x.net"), kind) << text;
+    EXPECT_EQ(OtherText("1 2 0", "a.uai.evid"), "evidence for a net, without the net");
+    for (const std::string_view text :
+         {"net\0"sv, "net { }"sv, "net { node A }"sv, "<BIF>"sv, "<?xml?><x:network>"sv, "<9"sv,
+          "2 3\n"sv, "\xFF\xFEn\0"sv, "% net, x, y\n% a, b, c\nnet"sv, ""sv})
+        EXPECT_EQ(OtherText(text, "x"), "") << text;
+    for (const auto& path : FilesIn(Samples())) {
+        std::ifstream in(path, std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(in), {}};
+        EXPECT_EQ(OtherText(text, path.string()), "") << path;
+    }
 }
 
 TEST(Detect, EverySampleWithoutItsName) {

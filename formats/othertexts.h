@@ -1,0 +1,18 @@
+// What is certainly no net.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "library/utilities/language.h"
+
+namespace LUMO_API lumo {
+
+/// What the file is, when its start, or its name, shows that it is no net of a format that is read
+/// here: "an HTML page"; empty when that cannot be told.
+std::string OtherText(std::string_view start, std::string_view fileName);
+
+/// The root element of a text that is XML, as it is written; empty when there is none to be seen.
+std::string_view RootElement(std::string_view text);
+
+}  // namespace lumo
