@@ -153,7 +153,7 @@ TEST_F(Cli, SummarySaysWhatBecameOfTheFile) {
               "  renamed     '2nd.pump' to N2nd_pump\n"
               "  positions   from the file\n"
               "  skipped     HR_Odd 2 times\n"
-              "  problems    1 warning, 1 notice\n");
+              "  problems    2 warnings, 1 notice\n");
 }
 
 TEST_F(Cli, SummaryForPrograms) {
@@ -194,7 +194,7 @@ TEST_F(Cli, TableOfANode) {
         {"$L table t.net U --csv", "P,utility\r\n\u6771\u4eac,-1.5\r\n\"b,c\",20\r\n"},
     };
     for (const auto& [command, text] : cases) EXPECT_EQ(run(command).out, text) << command;
-    const Outcome unknown = run("$L table t.net c");
+    const Outcome unknown = run("$L table -q t.net c");
     EXPECT_EQ(unknown.code, 64);
     EXPECT_EQ(unknown.err,
               "lumo-import: there is no node 'c'; did you mean 'C'?\nThe nodes: P, Q, C, U, D\n");

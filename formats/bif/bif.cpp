@@ -14,6 +14,7 @@
 
 #include "formats/bif/messages.h"
 #include "formats/bif/statements.h"
+#include "formats/shared/judging.h"
 #include "formats/shared/positions.h"
 #include "formats/shared/readers.h"
 #include "formats/shared/statewords.h"
@@ -91,6 +92,7 @@ public:
             in_.setError(refused);
             return PassBlock(in_);
         }
+        RememberPlace(in_, *node_);
         in_.structName = node_->name();
         if (!IsLegalName_kt(name)) node_->setTitle(name);
         Expect(in_, '{');
@@ -535,6 +537,7 @@ public:
         in_.jumpToEnd();
         in_.isAtEnd();
         judge();
+        JudgeNodes(in_, net_, [](const Bnode_bn& node) { return !IsDefined(node); });
     }
 
 private:

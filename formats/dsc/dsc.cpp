@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "formats/dsc/blocks.h"
+#include "formats/shared/judging.h"
 #include "formats/shared/passing.h"
 #include "formats/shared/readers.h"
 
@@ -248,7 +249,7 @@ void join_set(Bnode_bn& node, strin_kt& setName) {
     ThrowIfError(AddNodeToNodeset_ibn(node, ToLegalName_kt(setName).getCStr()));
 }
 
-void create_node(const char* name, NodeValues& values, Bnet_bn& net, bool createNames) {
+Bnode_bn& create_node(const char* name, NodeValues& values, Bnet_bn& net, bool createNames) {
     rept_kt* refused = Fail_rept_kt;
     Bnode_bn* node = NewNode_ibn(name, 2, net, values.position, &refused);
     if (node == nullptr) throw refused;
@@ -258,6 +259,7 @@ void create_node(const char* name, NodeValues& values, Bnet_bn& net, bool create
     if (values.continuous) ThrowIfError(node->setDiscrete(ContinuousVar, false, CheckFull));
     join_set(*node, values.label);
     join_set(*node, values.category);
+    return *node;
 }
 
 }  // namespace
@@ -282,7 +284,9 @@ void read_node_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient)
         read_attributes(in, values);
         block.stage = Stage::done;
         in.setTokenStart(place);
-        create_node(name, values, *drawing.getBNet(), lenient.createStateNames);
+        const Bnode_bn& node =
+            create_node(name, values, *drawing.getBNet(), lenient.createStateNames);
+        RememberPlace(in, node);
     } catch (rept_kt* report) {
         in.setError(report);
         pass_over(in, block);
@@ -413,6 +417,7 @@ rept_kt* ParseDscFile(InChannel_kt& channel, Bnet_bn&, Vnet_kt& drawing,
     } catch (rept_kt* report) {
         in.setError(report);
     }
+    JudgeNodes(in, *drawing.getBNet());
     in.checkError();
     FixNodePositions(drawing, 1.0, false);
     return in.curReport;

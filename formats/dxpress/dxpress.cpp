@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "formats/dxpress/blocks.h"
+#include "formats/shared/judging.h"
 #include "formats/shared/passing.h"
 
 namespace lumo {
@@ -438,6 +439,7 @@ void read_node(Parser_CString_kt& in, Bnet_bn& net) {
             in.checkError();
             return;
         }
+        RememberPlace(in, *node);
         ToLegalName_kt(name.get());
         ReadItems(in, nodeBlock, [&](const char* word) {
             ReadField(in, *node, word, nodeHandlers, nodeFields, msg::dxpress.unknownNodeField);
@@ -668,6 +670,7 @@ rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     } catch (rept_kt* report) {
         in.setError(report);
     }
+    JudgeNodes(in, net);
     in.checkError();
     return in.curReport;
 }

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "formats/ergo/messages.h"
+#include "formats/shared/judging.h"
 #include "formats/shared/readers.h"
 
 namespace lumo {
@@ -348,8 +349,11 @@ rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net, const ReadOptions& o
     Parser_CString_kt& in = TextParser(*parser);
     in.lenient = options.lenient;
     const ParserContext context(in, "Ergo file");
+    const auto isTold = [](const Bnode_bn&) { return true; };  // by the errors of its section
     try {
-        return ErgoReader(in, net).read();
+        rept_kt* const result = ErgoReader(in, net).read();
+        JudgeNodes(in, net, isTold);
+        return result;
     } catch (rept_kt* report) {  // out of memory, or the user cancelled
         in.setError(report);
         return report;

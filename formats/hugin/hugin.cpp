@@ -17,6 +17,7 @@
 #include "formats/hugin/instances.h"
 #include "formats/hugin/messages.h"
 #include "formats/hugin/state.h"
+#include "formats/shared/judging.h"
 #include "formats/shared/positions.h"
 #include "formats/shared/readers.h"
 
@@ -349,6 +350,13 @@ void ReadNet(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
     read_obj(in, drawing, kind, read_net_header, read_net_func);
 }
 
+/// Whether the node has an expression in place of its table, which was told.
+bool IsExpressionOnly(const Bnode_bn& node) {
+    return std::ranges::any_of(node.userFields(), [](const UserField& field) {
+        return field.name == std::string_view("model_data");
+    });
+}
+
 void ReadInstance(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
     if (!ReadsInstances()) return SkipUnknownObject(in, kind);
     read_obj(in, drawing, kind, read_instance_header, read_instance_func);
@@ -401,6 +409,7 @@ rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     }
     RepeatNodes(in, net);
     ReportLists(in, net);
+    JudgeNodes(in, net, IsExpressionOnly);
     in.checkError();
     constexpr double fullScale = 1.25;
     PlaceInstances();

@@ -8,6 +8,7 @@
 #include "formats/hugin/instances.h"
 #include "formats/hugin/messages.h"
 #include "formats/hugin/state.h"
+#include "formats/shared/judging.h"
 #include "formats/shared/positions.h"
 #include "formats/shared/statewords.h"
 
@@ -139,6 +140,7 @@ Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     }
     in.structName = node->name();
     node->groupIndex = -1;
+    RememberPlace(in, *node);
     JoinInstance(*node);
     if (*in.structKind == 't') ReadRepetition(in, *node);
     return node;

@@ -96,6 +96,24 @@ struct ImportMessages {
                                     {"net { } node A { } potential (A) { data = (1 0); } potential "
                                      "(A) { data = (0 1); }",
                                      1, 68}};
+    Message<int, const char*> nodesWithoutTable{
+        -5436,
+        MessageKind::warning,
+        "%d node[ has no table, though others have theirs|s have no tables, though others have "
+        "theirs]: %s",
+        OfAny,
+        "the file may be cut off, or a block of it is missing or damaged. Get it again; in a net "
+        "of "
+        "structure alone, without any table, nothing is said",
+        {"net { } node A { } node B { } potential (A) { data = (1 0); }", 1, 25}};
+    Message<int, const char*> repeatedStates{
+        -5437,
+        MessageKind::warning,
+        "%d node[ has|s have] two states of the same name: %s",
+        OfAny,
+        "which of them a row that is given by the name belongs to cannot be told, so it is that of "
+        "the first. Give each state a name of its own",
+        {"net { } node A { states = (\"x\" \"x\"); }", 1, 14}};
     Message<int, int> rowsScaled{
         -5420, MessageKind::notice,
         "scaled to sum to 1: %d row[|s] of %d "

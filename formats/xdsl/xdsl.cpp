@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "formats/shared/judging.h"
 #include "formats/shared/readers.h"
 #include "formats/shared/statewords.h"
 #include "formats/xdsl/parts.h"
@@ -188,6 +189,7 @@ public:
         rept_kt* refused = Fail_rept_kt;
         values.node = NewNode_ibn(named ? values.id.c_str() : nullptr, 2, net_, {0, 0}, &refused);
         if (values.node == nullptr) throw refused;
+        RememberPlace(in_, *values.node);
         if (named && !IsLegalName_kt(values.id)) values.node->setTitle(values.id);
         for (const auto& [name, text] : values.fields)
             values.node->setUserField(name.c_str(), text.data(), static_cast<int>(text.size()));
@@ -509,6 +511,7 @@ private:
         drawn_.apply(drawing_);
         xml_.reportAt(root);
         maker_.judge();
+        JudgeNodes(in_, net_, [](const Bnode_bn&) { return true; });
         notKept_.report(in_);
     }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <optional>
 
+#include "formats/shared/judging.h"
 #include "formats/shared/readers.h"
 #include "formats/shared/statewords.h"
 #include "formats/xmlbif/document.h"
@@ -129,6 +130,10 @@ public:
         document.outcomes.clear();
     }
 
+    void rememberPlace() {
+        elements_.in.setTokenStart(place_);
+        RememberPlace(elements_.in, node_);
+    }
     void readAttributes();
     void readContent() { ReadContent(*this, elements_, variable, accepted_); }
     void setStates();
@@ -332,6 +337,7 @@ void VariableReader::warnOfEmptyOutcome() const {
 void ReadVariable(Document& document) {
     const ParserContext context(document.in(), variable.kind);
     VariableReader reader(document);
+    reader.rememberPlace();
     reader.readAttributes();
     reader.readContent();
     reader.setStates();

@@ -13,6 +13,7 @@
 #include <memory>
 #include <string>
 
+#include "formats/shared/judging.h"
 #include "formats/shared/readers.h"
 #include "formats/xmlbif/document.h"
 
@@ -296,6 +297,7 @@ rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& draw
     } catch (rept_kt* report) {
         in.setError(report);
     }
+    JudgeNodes(in, net);
     in.checkError();
     return in.curReport;
 }

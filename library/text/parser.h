@@ -125,7 +125,8 @@ public:
     char listOpenChar = '(';           ///< opens a list for ReadListStrings
     int structErrors = 0;
     long long reserved = 0;
-    int positionCount = 0;      ///< node positions read (XML BIF)
+    int positionCount = 0;                 ///< node positions read (XML BIF)
+    std::vector<ParserPos_kt> nodePlaces;  ///< by node: where it is defined, null when not known
     bool lenient = false;       ///< the reader is to keep what reading by the letter loses
     bool numberFailed = false;  ///< the last number read was none; set and cleared by each read
 
