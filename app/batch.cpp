@@ -339,7 +339,8 @@ Totals RunSerially(const Options& options, FileWork work) {
 }
 
 std::string Text(const Totals& totals, std::size_t files) {
-    constexpr std::pair<int, const char*> texts[] = {{ExitRead, "read"},
+    constexpr std::pair<int, const char*> texts[] = {{ExitNoNet, "no nets"},
+                                                     {ExitRead, "read"},
                                                      {ExitErrors, "read with errors"},
                                                      {ExitNothing, "not read"},
                                                      {ExitWriteFailed, "not written"}};
@@ -353,8 +354,10 @@ std::string Text(const Totals& totals, std::size_t files) {
 }  // namespace
 
 int RunBatch(const Options& options, FileWork work) {
-    const Totals totals = options.jobs > 1 ? Pool(options, work).run() : RunSerially(options, work);
-    const std::string text = Text(totals, options.files.size());
+    Totals totals = options.jobs > 1 ? Pool(options, work).run() : RunSerially(options, work);
+    if (options.noNets > 0) totals.files[ExitNoNet] += options.noNets;
+    const std::string text =
+        Text(totals, options.files.size() + static_cast<std::size_t>(options.noNets));
     if (options.command == CommandEN::summary && !options.json) {
         if (!WriteStandardOutput(text).empty()) return ExitWriteFailed;
     } else if (options.command == CommandEN::convert && !options.quiet &&
@@ -362,7 +365,7 @@ int RunBatch(const Options& options, FileWork work) {
         std::cerr << text;
     }
     ShowHint(totals.worst, options);
-    return totals.files.rbegin()->first;
+    return std::max<int>(ExitRead, totals.files.rbegin()->first);
 }
 
 }  // namespace lumo::app

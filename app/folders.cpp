@@ -8,19 +8,23 @@
 #include "app/gzip.h"
 #include "app/read.h"
 #include "formats/detect.h"
+#include "formats/othertexts.h"
 
 namespace lumo::app {
 namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* noNet = "it is no net";
+
 /// Why the entry of a folder is not read; null when it is.
 const char* WhyPassedOver(const fs::path& path) {
     std::error_code unknown;
     if (!fs::is_regular_file(path, unknown)) return "it is no file";
-    if (FormatOfExtension(path.native()) != nullptr) return nullptr;
-    return CertainFormat(ReadStart(path.native())) == nullptr ? "it is of no known format"
-                                                              : nullptr;
+    const std::string start = ReadStart(path.native());
+    if (CertainFormat(start) != nullptr) return nullptr;
+    if (FormatOfExtension(path.native()) == nullptr) return "it is of no known format";
+    return OtherText(start, path.native()).empty() ? nullptr : noNet;
 }
 
 class Walk {
@@ -61,6 +65,7 @@ private:
     }
 
     void passOver(const fs::path& path, const char* why) {
+        options_.noNets += why == noNet ? 1 : 0;
         if (options_.verbose) options_.passedOver.emplace_back(path.native(), why);
     }
 

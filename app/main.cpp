@@ -52,7 +52,8 @@ int WorkOnFile(const InputFile& file, const Options& options, Console& console) 
         ImportResult result = ReadOne(file.path, options, console);
         result.layout = options.layout;
         const Failure failure = Write(result, file, options, console);
-        if (failure.text.empty()) return ExitCodeOf(result);
+        if (failure.text.empty())
+            return options.walked && IsNoNet(result) ? ExitNoNet : ExitCodeOf(result);
         std::cerr << "lumo-import: " + failure.text + "\n";
         return failure.exitCode;
     } catch (const std::exception& e) {

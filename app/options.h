@@ -18,6 +18,7 @@ enum ExitEN : int {
     ExitErrors = 1,   ///< read with errors; what could be read was written
     ExitNothing = 2,  ///< nothing could be read
     ExitUsage = 64,
+    ExitNoNet = -1,        ///< of a file that is only counted, for a folder holds it
     ExitWriteFailed = 74,  ///< the output could not be written
 };
 
@@ -38,8 +39,9 @@ struct Options {
 
     CommandEN command = CommandEN::summary;
     std::vector<InputFile> files;
-    bool recursive = false;                                       ///< folders are read
-    bool walked = false;                                          ///< one was
+    bool recursive = false;  ///< folders are read
+    bool walked = false;     ///< one was
+    int noNets = 0;          ///< files in folders that are certainly no nets
     std::vector<std::pair<std::string, const char*>> passedOver;  ///< verbose: in folders, and why
     std::vector<std::string> numbers;                             ///< explain: of reports
     std::string node;                                             ///< table

@@ -10,7 +10,9 @@
 
 #include "app/gzip.h"
 #include "formats/ForeignFile.h"
+#include "formats/othertexts.h"
 #include "formats/shared/messages.h"
+#include "formats/utf16.h"
 
 namespace lumo::app {
 namespace {
@@ -61,15 +63,18 @@ Bnet_bn* Refused(rept_kt* report) {
     return nullptr;
 }
 
-Bnet_bn* Unrecognised(const std::string& file) {
+Bnet_bn* Unrecognised(std::string_view start, const std::string& file) {
+    if (const std::string other = OtherText(start, file); !other.empty())
+        return Refused(NewReport(msg::import.notANet, file.c_str(), other.c_str()));
     return Refused(NewReport(msg::import.unknownFormat, file.c_str(), "--from"));
 }
 
 /// Finds the format when it was not given; null after an error was shown.
 const FormatInfo* FormatOf(std::string_view start, const std::string& file, const Options& options,
                            ImportResult& result, Console& console) {
-    const FormatInfo* format =
-        options.format != nullptr ? options.format : DetectFormat(start, file);
+    const FormatInfo* format = options.format;
+    if (format == nullptr) format = CertainFormat(start);
+    if (format == nullptr && OtherText(start, file).empty()) format = DetectFormat(start, file);
     if (format == nullptr) return nullptr;
     result.format = format->name;
     result.formatCode = format->code;
@@ -112,9 +117,14 @@ Bnet_bn* ReadBytes(std::string bytes, const std::string& name, const Options& op
                    Console& console, ImportResult& result) {
     console.begin(name);
     if (IsPacked(bytes) && !UnpackHere(bytes, name, console)) return nullptr;
+    if (options.reading.lenient && IsUtf16(bytes)) {
+        const ReportScope scope;
+        bytes = FromUtf16(bytes);
+        NewReport(msg::import.readAsUtf16, name.c_str());
+    }
     console.setText(bytes);
     const FormatInfo* format = FormatOf(bytes, name, options, result, console);
-    if (format == nullptr) return Unrecognised(name);
+    if (format == nullptr) return Unrecognised(bytes, name);
     return ReadForeignNetText(bytes, name.c_str(), format->code, options.reading);
 }
 
@@ -138,12 +148,12 @@ Bnet_bn* ReadFile(const std::string& file, const Options& options, Console& cons
     const Input input(file);
     const bool readable = input.read(start, DetectionWindow);
     console.begin(file);
-    if (IsPacked(start)) {
+    if (IsPacked(start) || (options.reading.lenient && IsUtf16(start))) {
         if (!input.read(start, std::string::npos)) return NotRead(file, errno);
         return ReadBytes(std::move(start), file, options, console, result);
     }
     const FormatInfo* format = FormatOf(start, file, options, result, console);
-    if (format == nullptr && readable) return Unrecognised(file);
+    if (format == nullptr && readable) return Unrecognised(start, file);
     // The library says why a file cannot be read before it looks at the format.
     return ReadForeignNetFile(file.c_str(), format == nullptr ? 0 : format->code, options.reading);
 }
@@ -171,6 +181,12 @@ Bnet_bn* Read(const std::string& file, const Options& options, Console& console,
     }
 }
 
+/// Whether the file's name does not say that format.
+bool IsFoundByContent(const ImportResult& result) {
+    const FormatInfo* const named = FormatOfExtension(result.file);
+    return named == nullptr || named->code != result.formatCode;
+}
+
 }  // namespace
 
 std::string ReadStart(const std::string& file) {
@@ -184,12 +200,21 @@ ImportResult ReadOne(const std::string& file, const Options& options, Console& c
     result.file = file;
     const HandlerScope handler(console);
     result.net.reset(Read(file, options, console, result));
+    if (options.format == nullptr && result.formatCode != 0 && IsFoundByContent(result) &&
+        IsBare(result.net.get()))
+        result.net.reset(Refused(NewReport(msg::import.nothingOfANet, file.c_str())));
     result.reports = console.takeReports();
     result.skipped = console.takeSkipped();
     result.dropFailedNet();
     if (!options.condense && !console.canAsk() && HasNoisyMax(result.net.get()))
         console.print("noisy-max tables are kept in full too; --condense yes or no says whether");
     return result;
+}
+
+bool IsNoNet(const ImportResult& result) {
+    return std::ranges::any_of(result.reports, [](const ReportRecord& report) {
+        return report.number == msg::import.notANet.number;
+    });
 }
 
 int ExitCodeOf(const ImportResult& result) {

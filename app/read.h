@@ -17,6 +17,9 @@ ImportResult ReadOne(const std::string& file, const Options& options, Console& c
 /// The start of a regular file's text, as much as detection looks at; unpacked.
 std::string ReadStart(const std::string& file);
 
+/// Whether the file was found to be no net, which was told.
+bool IsNoNet(const ImportResult& result);
+
 /// The exit code that the result asks for.
 int ExitCodeOf(const ImportResult& result);
 

@@ -5,6 +5,7 @@
 #include <cctype>
 
 #include "formats/detect.h"
+#include "library/model/netmodel.h"
 
 namespace lumo {
 namespace {
@@ -210,6 +211,12 @@ std::string_view RootElement(std::string_view text) {
         }
     }
     return {};
+}
+
+bool IsBare(const Bnet_bn* net) {
+    return net == nullptr || std::ranges::all_of(net->nodes, [](const Bnode_bn* node) {
+               return node->parents.N == 0 && node->relation.kind == RelnKindEN::none;
+           });
 }
 
 std::string OtherText(std::string_view start, std::string_view fileName) {

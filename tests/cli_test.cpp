@@ -379,7 +379,8 @@ TEST_F(Cli, CompressedFiles) {
 TEST_F(Cli, Folders) {
     run("mkdir -p in/b/c in/.git in/empty; cp good.erg in/z.erg; cp good.erg in/b/z.dsc; "
         "cp in/z.erg in/b/z.erg; gzip in/z.erg; cp good.erg in/.git/a.erg; ln -s .. in/b/up; "
-        "echo '1 2 3' >in/numbers; echo 'class X { }' >in/b/c/x");
+        "echo '1 2 3' >in/numbers; echo 'class X { node A { } potential (A) { data = (1 1); } }' "
+        ">in/b/c/x");
     const Outcome r = run("$L convert -rv in --to json -o in/out");
     EXPECT_EQ(r.code, 0) << r.err;
     for (const char* file : {"b/c/x.json", "b/z.dsc.json", "b/z.erg.json", "z.json"})
@@ -394,6 +395,30 @@ TEST_F(Cli, Folders) {
         run("$L check in; $L check -r in/empty").err,
         "in: error: 'in' is a folder; -r reads the files in it [-5431]\n"
         "in/empty: error: 'in/empty' is a folder; no file in it is of a known format [-5431]\n");
+}
+
+// What is no net is named; in a folder it is counted.
+TEST_F(Cli, OtherFilesAreNoNets) {
+    write("good.net", "net { } node A { } potential (A) { data = (1 0); }");
+    write("page.net", "<html><body></body></html>");
+    write("bare.net", "net { } node A { }");
+    write("bare", "net { } node A { }");
+    write("Pump.java", "class Pump { }");
+    run("iconv -f UTF-8 -t UTF-16 good.net >wide.net");
+    EXPECT_EQ(run("$L check page.net").err,
+              "page.net: error: 'page.net' is not a net of a known format: it is an HTML page "
+              "[-5435]\n");
+    for (const char* file : {"page.net", "bare", "Pump.java"})
+        EXPECT_EQ(run(std::string("$L -q ") + file).code, 2) << file;
+    EXPECT_EQ(run("$L -q bare.net").code, 0);
+    EXPECT_EQ(run("$L -q --from hugin bare").code, 0);
+    EXPECT_EQ(run("$L -q --strict wide.net").code, 2);
+    EXPECT_EQ(run("$L check wide.net").err,
+              "wide.net: notice: 'wide.net' is read as UTF-16 [-5438]\n");
+    const Outcome walked = run(
+        "mkdir in; mv good.net page.net bare.net bare Pump.java wide.net in; $L -qr in | tail -1");
+    EXPECT_EQ(walked.out, "6 files: 3 no nets, 3 read\n");
+    EXPECT_EQ(run("$L -qr in").code, 0);
 }
 
 TEST_F(Cli, WritesThatFailLeaveNothing) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "formats/othertexts.h"
+#include "formats/utf16.h"
 #include "tests/places.h"
 
 namespace lumo::test {
@@ -125,6 +126,15 @@ TEST(Detect, NamesOtherTexts) {
         const std::string text{std::istreambuf_iterator<char>(in), {}};
         EXPECT_EQ(OtherText(text, path.string()), "") << path;
     }
+}
+
+TEST(Detect, Utf16BecomesUtf8) {
+    using namespace std::string_view_literals;
+    EXPECT_EQ(FromUtf16("\xFF\xFEn\0\xE4\0\xAC\x20\x3D\xD8\0\xDE"sv),
+              "n\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
+    EXPECT_EQ(FromUtf16("\xFE\xFF\0n\xD8\x3D\0"sv), "n\xEF\xBF\xBD\xEF\xBF\xBD");
+    EXPECT_TRUE(IsUtf16("\xFE\xFF\0n"sv) && IsUtf16("\xFF\xFEn\0"sv));
+    EXPECT_FALSE(IsUtf16("\xFF\xFE\0\0n"sv) || IsUtf16("n\0"sv));
 }
 
 TEST(Detect, EverySampleWithoutItsName) {

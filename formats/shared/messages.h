@@ -42,6 +42,20 @@ struct ImportMessages {
     Message<const char*, const char*> unknownFormat{
         -5004, MessageKind::error, "cannot tell the format of '%s'; name it with %s", OfAny,
         unknownFormatCode.cure};
+    Message<const char*, const char*> notANet{
+        -5435, MessageKind::error, "'%s' is not a net of a known format: it is %s", OfAny,
+        "nothing of it can be read as a net. If it is one nevertheless, name its format with "
+        "`--from`"};
+    Message<const char*> readAsUtf16{
+        -5438, MessageKind::notice, "'%s' is read as UTF-16", OfAny,
+        "read leniently, a text that begins with a byte order mark of UTF-16 (\"Unicode\" to "
+        "editors "
+        "on Windows) is taken as UTF-8. Nothing needs to be done; to have other programs read it, "
+        "save it as UTF-8"};
+    Message<const char*> nothingOfANet{
+        -5435, MessageKind::error,
+        "'%s' is not a net: read as what it looks like, it has no node, or no table and no link",
+        OfAny, notANet.cure};
     Message<const char*> outOfMemoryReading{-5000, MessageKind::endingMemory, "while reading '%s'",
                                             OfAny, msg::reports.outOfMemory.cure};
     Message<const char*, long long, int> tableTooLarge{
