@@ -220,8 +220,15 @@ inline StrictNet ReadStrictLines(std::string_view text, bool isBif) {
         for (const std::string& word : in.texts)
             in.expect(!isBif || reserved.find(' ' + word + ' ') == reserved.npos, "another word");
     };
-    in.expect(isBif ? "network $w {\n}\n" : "belief network $q");
+    const auto takeProperties = [&] {
+        while (in.take("  property $w = $q;\n")) in.expect(in.texts[0] != "position", "a field");
+    };
+    in.expect(isBif ? "network $w {\n" : "belief network $q");
     expectWords();
+    if (isBif) {
+        takeProperties();
+        in.expect("}\n");
+    }
     if (!isBif && !in.take(" {\n}\n")) in.expect("\n");
     while (in.take(isBif ? "variable $w {\n" : "node $w {\n")) {
         expectWords();
@@ -239,6 +246,7 @@ inline StrictNet ReadStrictLines(std::string_view text, bool isBif) {
         if (isBif) in.take("  property label = $q;\n");
         node.isPlaced =
             in.take(isBif ? "  property position = ($n, $n);\n" : "  position : ($n, $n);\n");
+        if (isBif) takeProperties();
         for (const char* group : {"  label : $q;\n", "  category : $q;\n"})
             if (!isBif) in.take(group);
         in.expect("}\n");
@@ -248,7 +256,7 @@ inline StrictNet ReadStrictLines(std::string_view text, bool isBif) {
         for (in.expect(" ) {\n"); !in.take("}\n");) {
             std::vector<std::size_t> states;
             in.expect(
-                in.take(isBif ? "  ($W) " : "  ($N) : ") || in.take(isBif ? "  table " : "  "),
+                in.take(isBif ? "  ($W) " : "  ($N) : ") || in.take(isBif ? "  table " : "   "),
                 "a row");
             states.assign(in.numbers.begin(), in.numbers.end());
             for (const std::string& label : in.texts) {

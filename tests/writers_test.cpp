@@ -117,10 +117,13 @@ variable table_1 {
 variable table1 {
   type discrete [ 2 ] { default_1, Default };
 }
-probability ( table1 | table_1 ) {
-}
 )");
     EXPECT_EQ(written.notes.at(0), "names of 1 node are not kept by BIF");
+    EXPECT_NE(
+        std::ranges::find(
+            written.notes,
+            "parents (without states, or of nodes without a table) of 1 node are not kept by BIF"),
+        written.notes.end());
 }
 
 TEST(Writers, NothingIsWithoutAText) {

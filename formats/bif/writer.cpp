@@ -5,6 +5,8 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include "formats/shared/describe.h"
 #include "formats/shared/labels.h"
@@ -69,6 +71,36 @@ bool IsPropertyText(std::string_view text) {
            text.find("//") == text.npos && text.find("/*") == text.npos;
 }
 
+/// Whether a reader makes the same of the property: one of a node's fields, or a line of the net's
+/// comment.
+bool IsProperty(std::string_view name, std::string_view value) {
+    return IsWord(name) && !streqli_kt(std::string(name).c_str(), "position") &&
+           !streqli_kt(std::string(name).c_str(), "label") && IsPropertyText(value);
+}
+
+bool IsProperty(const UserField& field) {
+    return IsProperty(ToUtf8(field.name), ToUtf8(FieldText(field)));
+}
+
+void WriteProperty(TextOut& out, std::string_view name, std::string_view value) {
+    out << "  property " << name << " = \"" << value << "\";\n";
+}
+
+/// The comment's lines `name = value`; none when one of them is something else.
+std::vector<std::pair<std::string, std::string>> CommentProperties(const char* comment) {
+    std::vector<std::pair<std::string, std::string>> properties;
+    std::string_view rest = comment == nullptr ? std::string_view() : comment;
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        const std::size_t equals = line.find(" = ");
+        if (equals == std::string_view::npos) return {};
+        properties.emplace_back(line.substr(0, equals), ToUtf8(line.substr(equals + 3)));
+        if (!IsProperty(properties.back().first, properties.back().second)) return {};
+    }
+    return properties;
+}
+
 bool HasStateNames(const Varbl_bn& variable) {
     for (int i = 0; i < variable.numStates; ++i)
         if (variable.stateNames == nullptr || variable.stateNames[i] == nullptr) return false;
@@ -128,13 +160,16 @@ private:
 
 // ---- What is kept --------------------------------------------------------------------------
 
-bool KeepsParents(const Plan&, const Bnode_bn& node) {
-    return std::all_of(node.parents.begin(), node.parents.end(),
-                       [](const Bnode_bn* parent) { return HasVariable(*parent); });
-}
-
 bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
     return node.relation.kind != RelnKindEN::real && plan.tables().has(node);
+}
+
+/// Without a table there is no block that names them: some programs refuse a file with an empty
+/// one.
+bool KeepsParents(const Plan& plan, const Bnode_bn& node) {
+    return KeepsTable(plan, node) &&
+           std::all_of(node.parents.begin(), node.parents.end(),
+                       [](const Bnode_bn* parent) { return HasVariable(*parent); });
 }
 
 bool KeepsStateNames(const Plan& plan, const Bnode_bn& node) {
@@ -158,6 +193,11 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::position},
     {FeatureEN::exactPosition,
      [](const Plan& plan, const Bnode_bn& node) { return plan.placing().isExact(node); }},
+    {FeatureEN::userFields,
+     [](const Plan&, const Bnode_bn& node) {
+         return std::ranges::all_of(node.userFields(),
+                                    [](const UserField& field) { return IsProperty(field); });
+     }},
     {FeatureEN::parents, KeepsParents},
     {FeatureEN::noTable},
     {FeatureEN::table, KeepsTable},
@@ -168,6 +208,8 @@ constexpr std::array<Kept<Plan, int>, 0> keptOfGroups = {};
 constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
     {FeatureEN::netTitle,
      [](const Plan& plan, const Bnet_bn& net) { return plan.netName() == net.title; }},
+    {FeatureEN::netComment,
+     [](const Plan&, const Bnet_bn& net) { return !CommentProperties(net.comment).empty(); }},
     {FeatureEN::nodeOrder},
     {FeatureEN::margin,
      [](const Plan& plan, const Bnet_bn&) { return plan.placing().keepsMargin(); }}};
@@ -187,6 +229,8 @@ void WriteVariable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
         const coord_kt at = plan.placing().written(node);
         out << "  property position = (" << at.x << ", " << at.y << ");\n";
     }
+    for (const UserField& field : node.userFields())
+        if (IsProperty(field)) WriteProperty(out, ToUtf8(field.name), ToUtf8(FieldText(field)));
     out << "}\n";
 }
 
@@ -219,8 +263,7 @@ private:
 };
 
 void WriteProbability(TextOut& out, const Bnode_bn& node, const Plan& plan) {
-    const bool hasTable = KeepsTable(plan, node);
-    if (!hasTable && node.parents.N == 0) return;
+    if (!KeepsTable(plan, node)) return;
     out << "probability ( " << plan.nameOf(node);
     const char* separator = " | ";
     for (const Bnode_bn* parent : node.parents) {
@@ -229,15 +272,13 @@ void WriteProbability(TextOut& out, const Bnode_bn& node, const Plan& plan) {
         separator = ", ";
     }
     out << " ) {\n";
-    if (hasTable) {
-        RowPrefix prefix(plan, node.parents);
-        AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
-            prefix.write(out);
-            row.write(out, ", ");
-            out << ";\n";
-            return true;
-        });
-    }
+    RowPrefix prefix(plan, node.parents);
+    AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
+        prefix.write(out);
+        row.write(out, ", ");
+        out << ";\n";
+        return true;
+    });
     out << "}\n";
 }
 
@@ -247,7 +288,10 @@ void WriteBif(const ImportResult& result, std::ostream& stream) {
     const Bnet_bn& net = *result.net;
     const Plan plan(net);
     TextOut out(stream);
-    out << "network " << plan.netName() << " {\n}\n";
+    out << "network " << plan.netName() << " {\n";
+    for (const auto& [name, value] : CommentProperties(net.comment))
+        WriteProperty(out, name, value);
+    out << "}\n";
     for (const Bnode_bn* node : net.nodes)
         if (HasVariable(*node)) WriteVariable(out, *node, plan);
     for (const Bnode_bn* node : net.nodes)

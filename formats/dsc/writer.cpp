@@ -182,7 +182,7 @@ void WriteProbability(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     if (hasTable) {
         RowPrefix prefix(node.parents);
         AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
-            out << "  ";
+            out << (node.parents.N > 0 ? "  " : "   ");
             prefix.write(out);
             row.write(out, ", ");
             out << ";\n";

@@ -212,10 +212,30 @@ void ReadObjects(Parser_CString_kt& in, Vnet_kt& drawing, const ReadOptions& opt
 
 // ---- Objects -------------------------------------------------------------------------------
 
+/// Whether the field, whose value comes next, is about the looks of the net in its program, or is
+/// empty; a description as HTML is more. Strictly read, such fields are unknown ones.
+bool IsSetting(Parser_CString_kt& in) {
+    constexpr const char* prefixes[] = {
+        "HR_Monitor_",    "HR_Compile_",     "HR_Color_",    "HR_Link",     "HR_Node",
+        "HR_OOBN_",       "HR_Zoom_",        "HR_DBN_",      "HR_CPT_",     "HR_Utility_",
+        "HR_Binding_",    "HR_is",           "HR_ToolBar_",  "HR_Default_", "HR_Probabilistic_",
+        "HR_Functional_", "HR_Information_", "HR_Interface", "HR_Font_",    "HR_Grid_",
+        "HR_Propagate_"};
+    const char* const name = in.fieldName;
+    if (!Lenient) return false;
+    if (IsWord(name, "HR_HTML_Desc")) return in.peekPunc() == '"' && in.getPos()[1] == '"';
+    return std::ranges::any_of(prefixes,
+                               [name](const char* prefix) { return HasPrefix_kt(prefix, name); });
+}
+
 /// Reads a field's value with its handler, or passes over it.
 template <class OBJECT>
 void ReadValue(Parser_CString_kt& in, OBJECT& object, FieldHandler<OBJECT> handler) {
     if (handler != nullptr) return handler(in, object);
+    if (IsSetting(in)) {
+        ListSetting(in, in.fieldName);
+        return SkipField(in, in.getPos());
+    }
     in.reportUnknown(in.fieldName, msg::hugin.unknownField);
     SkipField(in, in.getPos());
 }

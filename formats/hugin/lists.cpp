@@ -34,7 +34,8 @@ struct NameList {
 struct AllLists {
     std::map<const ListMessage*, NameList> nodes;
     std::map<std::string, NameList, std::less<>> objects;  // by the words that start them
-    std::unordered_set<std::string> headerWords;           // of those objects
+    std::unordered_set<std::string> settings;
+    std::unordered_set<std::string> headerWords;  // of those objects
 };
 
 /// Made on first use, for imports before main.
@@ -53,6 +54,10 @@ void ListNode(Parser_CString_kt& in, const ListMessage& message, std::string_vie
 
 void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view name) {
     Lists().objects[kind].add(in, name);
+}
+
+void ListSetting(Parser_CString_kt& in, std::string_view name) {
+    if (Lists().settings.emplace(name).second) ListNode(in, msg::hugin.settingsPassedOver, name);
 }
 
 void AddPassedOverName(std::string_view name) { Lists().headerWords.emplace(name); }

@@ -403,6 +403,14 @@ struct HuginMessages {
     Message<const char*, const char*> unknownClass{
         -5141, MessageKind::error, "there is no class '%s' in this file, which has %s", OfHugin,
         "name one of them"};
+    Message<int, const char*> settingsPassedOver{
+        -5149,
+        MessageKind::notice,
+        "%d kind[|s] of display and compile settings [is|are] not kept: %s",
+        OfHugin,
+        "read leniently, fields `HR_...` without a counterpart are told once. Nothing needs to be "
+        "done",
+        {"net { HR_Monitor_X = \"1\"; HR_HTML_Desc = \"\"; } node A { }", 1, 7, 0, true}};
     Message<int, const char*> instancesRead{
         -5142,
         MessageKind::notice,

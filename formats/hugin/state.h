@@ -113,6 +113,8 @@ void ListNode(Parser_CString_kt& in, const ListMessage& message, std::string_vie
 
 /// The same for an object that is passed over.
 void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view name);
+/// The same for a display or compile setting, which is named once.
+void ListSetting(Parser_CString_kt& in, std::string_view name);
 void AddPassedOverName(std::string_view name);  ///< a word of the header of such an object
 bool IsPassedOver(std::string_view name);       ///< whether it is such a word
 

@@ -329,6 +329,15 @@ struct XMLBIFMessages {
                                {"<BIF VERSION='0.3'><NETWORK><VARIABLE><PROPERTY>= "
                                 "(1, 2)</PROPERTY></VARIABLE>",
                                 1, 49, OfXMLBIF, true}};
+    Message<> propertiesKept{-5282,
+                             MessageKind::notice,
+                             "the properties of variables are kept as user fields",
+                             OfXMLBIF,
+                             "read leniently, a PROPERTY `name = value` of a VARIABLE other than "
+                             "`position` is a user field "
+                             "of its node. Nothing needs to be done",
+                             {"<BIF VERSION='0.3'><NETWORK><VARIABLE><PROPERTY>x = 1</PROPERTY>", 1,
+                              49, OfXMLBIF, true}};
     Message<const char*, const char*> otherCase{
         -5275,
         MessageKind::notice,

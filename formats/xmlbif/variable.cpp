@@ -145,6 +145,7 @@ private:
     void readName();
     void readOutcome();
     void readProperty();
+    void keepProperty(std::string_view text, ParserPos_kt place);
     void readType();
     void readPosition();
     void warnOfEmptyOutcome() const;
@@ -259,8 +260,10 @@ void VariableReader::readProperty() {
         in.report(msg::xmlbif.namelessProperty);
     }
     const std::size_t length = positionWord.size();
-    if (!text.starts_with(positionWord) || (text.size() > length && !EndsWord(text[length])))
+    if (!text.starts_with(positionWord) || (text.size() > length && !EndsWord(text[length]))) {
+        if (elements_.lenient) keepProperty(text, start);
         return;
+    }
     struct ComesBack {
         Parser_CString_kt& in;
         ParserPos_kt place;
@@ -269,6 +272,20 @@ void VariableReader::readProperty() {
     const ComesBack behind{in, in.getPos()};
     in.setPos(start);
     readPosition();
+}
+
+/// What is no position becomes a user field. One without a name was told.
+void VariableReader::keepProperty(std::string_view text, ParserPos_kt place) {
+    const std::size_t length = std::min(text.find_first_of(" =:\t\r\n"), text.size());
+    if (length == 0 || text[0] == '(') return;
+    const std::string name(text.substr(0, length));
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n", length), text.size()));
+    if (text.starts_with('=') || text.starts_with(':')) text.remove_prefix(1);
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    text = text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+    node_.setUserField(name.c_str(), text.data(), static_cast<int>(text.size()));
+    elements_.in.setTokenStart(place);
+    elements_.noteOnce("PROPERTY", msg::xmlbif.propertiesKept);
 }
 
 /// Passes over the word "position". False when markup stands before or within it.
