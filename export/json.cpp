@@ -47,8 +47,8 @@ void WriteRelation(JsonOut& json, const Bnode_bn& node) {
     json.key("relation").open('{');
     json.key("kind").text(RelationName(relation.kind));
     const float* table = relation.kind == RelnKindEN::real ? relation.reals : relation.probs;
-    json.key("table").numbers(table, rows * rowLength);
-    json.key("experience").numbers(relation.exper, rows);
+    json.key("table").numbers(table, relation.exact, rows * rowLength);
+    json.key("experience").numbers(relation.exper, relation.exactExper, rows);
     json.key("parameters").numbers(relation.params, NumCIParams(node));
     json.close('}');
 }

@@ -71,6 +71,14 @@ public:
         close(']');
     }
 
+    /// Numbers in single precision, or in double precision where that says more.
+    void numbers(const float* values, const double* exact, long long count) {
+        if (exact == nullptr) return numbers(values, count);
+        open('[');
+        for (long long i = 0; i < count; ++i) digits(exact[i]);
+        close(']');
+    }
+
     std::string take() { return std::move(buffer_); }
     void flush() {
         out_->write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));

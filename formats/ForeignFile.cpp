@@ -67,22 +67,14 @@ OwnedNet NewNamedNet(const char* fileName) {
     return net;
 }
 
-/// Scales the rows of nature nodes whose sum differs from 1 by more than the rounding of floats,
-/// and says how many they were.
+/// Scales the rows of nature nodes whose sum differs from 1 by more than the rounding of numbers, and
+/// says how many they were.
 void NormalizeRows(Bnet_bn& net) {
     int rowsScaled = 0, nodesScaled = 0;
     for (Bnode_bn* node : net.nodes) {
-        const int states = node->numStates();
-        float* row = node->kind == NatureNode ? node->relation.probs : nullptr;
-        if (row == nullptr) continue;
-        const int before = rowsScaled;
-        for (int rows = NumProduct(node->parents); rows > 0; --rows, row += states) {
-            const double sum = std::accumulate(row, row + states, 0.0);
-            if (sum == 0 || std::abs(sum - 1) <= FLT_EPSILON) continue;
-            NormalizeBelvecTable(row, states, 1);
-            ++rowsScaled;
-        }
-        nodesScaled += rowsScaled > before ? 1 : 0;
+        const int scaled = node->kind == NatureNode ? node->relation.scaleRows() : 0;
+        rowsScaled += scaled;
+        nodesScaled += scaled > 0 ? 1 : 0;
     }
     if (rowsScaled > 0) NewReport(msg::import.rowsScaled, rowsScaled, nodesScaled);
 }
@@ -91,6 +83,18 @@ std::string FolderOf(std::string_view fileName) {
     const std::size_t slash = fileName.rfind('/');
     if (slash == std::string_view::npos) return ".";
     return std::string(fileName.substr(0, slash + 1));
+}
+
+/// Keeps what has a probability possible in single precision too, and says of how many numbers.
+void KeepPossible(Bnet_bn& net) {
+    int kept = 0, nodes = 0;
+    const Bnode_bn* first = nullptr;
+    for (Bnode_bn* node : net.nodes) {
+        const int numbers = node->relation.keepPossible();
+        if (numbers > 0 && nodes++ == 0) first = node;
+        kept += numbers;
+    }
+    if (kept > 0) NewReport(msg::import.tooSmall, kept, nodes, first->name());
 }
 
 OwnedNet ReadText(const char* text, const char* fileName, int format, const ReadOptions& options) {
@@ -110,6 +114,9 @@ OwnedNet ReadText(const char* text, const char* fileName, int format, const Read
     if (report != Fail_rept_kt || ErrorsSoFar() == 0) ShowReport(report);
     if (IsError(report) && net->nodes.N == 0) return nullptr;
     if (options.normalize) NormalizeRows(*net);
+    if (options.lenient) KeepPossible(*net);
+    if (!options.exact)
+        for (Bnode_bn* node : net->nodes) node->relation.dropExact();
     drawing.adjustDrawingSizeToFit({drawing.marginUnit.x * 2, drawing.marginUnit.y});
     return net;
 }

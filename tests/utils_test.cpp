@@ -17,6 +17,7 @@
 
 #include "library/reports/messages.h"
 #include "library/reports/reports.h"
+#include "formats/shared/digits.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo {
@@ -284,7 +285,8 @@ TEST(Numbers, Forms) {
         EXPECT_EQ(value, c.value) << c.text;
         EXPECT_EQ(end - c.text, c.used) << c.text;
         float narrow = 0;
-        EXPECT_EQ(ParseFloat(c.text, c.text + std::strlen(c.text), narrow, end), c.result)
+        double wide = 0;
+        EXPECT_EQ(ParseFloat(c.text, c.text + std::strlen(c.text), narrow, wide, end), c.result)
             << c.text;
         EXPECT_EQ(narrow, static_cast<float>(c.value)) << c.text;
 
@@ -338,13 +340,34 @@ std::string HardDecimal(std::mt19937& random) {
     return buffer;
 }
 
+/// A float as its own shortest text says it, or with a digit more or other.
+std::string FloatDecimal(std::mt19937& random) {
+    const float value = std::ldexp(static_cast<float>(random() % (1U << 24)),
+                                   static_cast<int>(random() % 50) - 50);
+    char text[64];
+    char* end = std::to_chars(text, std::end(text), value, std::chars_format::fixed).ptr;
+    if (random() % 4 == 0) *end++ = static_cast<char>('0' + random() % 3);
+    if (random() % 4 == 0) end[-1] = static_cast<char>('0' + random() % 10);
+    return {text, end};
+}
+
+/// The number that the shortest text of a float says.
+double FewestDigits(float value) {
+    char text[MostDigits];
+    double number = 0;
+    std::from_chars(text, WriteDigits(text, value), number);
+    return number;
+}
+
 // LUMO_NUMBERS in the environment says how many, for a longer run.
 TEST(Numbers, AgreeWithTheStandardLibrary) {
     const char* const wanted = std::getenv("LUMO_NUMBERS");
     const int numbers = wanted == nullptr ? 400'000 : std::atoi(wanted);
     std::mt19937 random(20240607);
     for (int i = 0; i < numbers; ++i) {
-        std::string text = i % 3 == 0 ? HardDecimal(random) : RandomDecimal(random);
+        std::string text = i % 3 == 0   ? HardDecimal(random)
+                           : i % 3 == 1 ? FloatDecimal(random)
+                                        : RandomDecimal(random);
         if (i % 2 == 0) text += ", 0.5, 0.5";  // as in a table: short ones are read in one go
         const char* const last = text.data() + text.size();
         double expected = 0;
@@ -360,9 +383,13 @@ TEST(Numbers, AgreeWithTheStandardLibrary) {
             ASSERT_EQ(after, end) << text;
         }
         float narrow = 0;
-        const NumberEN asFloat = ParseFloat(text.data(), last, narrow, after);
-        if (result == NumberEN::ok && asFloat == NumberEN::ok) {
+        double wide = 0;
+        const NumberEN asFloat = ParseFloat(text.data(), last, narrow, wide, after);
+        const bool more = asFloat == NumberEN::more;
+        if (result == NumberEN::ok && (asFloat == NumberEN::ok || more)) {
             ASSERT_EQ(narrow, static_cast<float>(value)) << text;
+            ASSERT_EQ(more, FewestDigits(narrow) != value) << text;
+            ASSERT_EQ(more ? wide : value, value) << text;
         } else if (result == NumberEN::ok) {
             ASSERT_TRUE(std::isinf(static_cast<float>(value))) << text;
         }

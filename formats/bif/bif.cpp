@@ -318,33 +318,50 @@ private:
         if (entries > in_.bytesLeft() / bytesPerNumber + 1)
             throw in_.report(msg::bif.wrongCount, node_->name(), 1LL * entries, countNumbers());
         numbers.resize(static_cast<std::size_t>(entries));
+        in_.exact.over(numbers.data(), entries);
         readNumbers(numbers.data(), entries);
+        const double* const read = in_.exact.complete(entries);
         if (rowsGiven_) in_.report(msg::bif.tableAndRows, node_->name());
         if (tableGiven_) in_.report(msg::import.tableAgain, node_->name());
         tableGiven_ = true;
-        XArray<float> table = NewXArray<float>(entries);
+        XArray<float> table = turned(numbers.data(), entries);
+        XArray<double> exact = read != nullptr ? turned(read, entries) : nullptr;
+        ThrowIfError(
+            node_->setProbsTable(table.release(), false, CheckFull, exact.release()));
+    }
+
+    /// The numbers in rows.
+    template <class T>
+    XArray<T> turned(const T* numbers, int entries) {
+        XArray<T> table = NewXArray<T>(entries);
         if (table == nullptr)
-            throw NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * entries, node_->name());
+            throw NewMemoryReport(msg::model.outOfMemoryForTable,
+                                  1.0 * static_cast<int>(sizeof(T)) * entries, node_->name());
         const int states = node_->numStates();
         const int rows = states == 0 ? 0 : entries / states;
-        for (int state = 0, from = 0; state < states; ++state)
+        for (int state = 0; state < states; ++state)
             for (int row = 0; row < rows; ++row)
-                table.get()[row * states + state] = numbers[static_cast<std::size_t>(from++)];
-        ThrowIfError(node_->setProbsTable(table.release(), false, CheckFull));
+                table[static_cast<std::size_t>(row * states + state)] = *numbers++;
+        return table;
     }
 
     // ---- Rows
 
     float* readVector() {
         file_.numbers.resize(static_cast<std::size_t>(node_->numStates()));
+        in_.exact.over(file_.numbers.data(), node_->numStates());
         readNumbers(file_.numbers.data(), node_->numStates());
         return file_.numbers.data();
     }
+    /// Of the vector read last what floats do not hold; null: nothing.
+    const double* exactVector() { return in_.exact.complete(node_->numStates()); }
 
     /// What the rows that are not listed get, wherever it stands.
     void readDefault() {
         const float* const vector = readVector();
         default_.assign(vector, vector + node_->numStates());
+        const double* const exact = exactVector();
+        exactDefault_.assign(exact, exact + (exact != nullptr ? node_->numStates() : 0));
     }
 
     /// A row after its '('.
@@ -359,7 +376,8 @@ private:
         if (!rowsGiven_ && tableGiven_) in_.report(msg::bif.tableAndRows, node_->name());
         rowsGiven_ = true;
         if (equalWords_) chooseAmongEqual();
-        ThrowIfError(node_->setProbsEntry2(file_.states.data(), vector, true, CheckFull));
+        ThrowIfError(
+            node_->setProbsEntry2(file_.states.data(), vector, true, CheckFull, exactVector()));
         toNextRow();
     }
 
@@ -421,17 +439,21 @@ private:
         if (!rowsGiven_) {
             std::ranges::fill(states, AnyParentState);
             charge(tableSize());
-            return ThrowIfError(
-                node_->setProbsEntry2(states.data(), default_.data(), true, CheckFull));
+            return setDefault();
         }
         std::ranges::fill(states, 0);
         const int rows = NumProduct(node_->parents);
         for (int row = 0; row < rows; ++row) {
             if (node_->relation.rowMarks != nullptr && node_->relation.rowMarks[row] == 0)
-                ThrowIfError(
-                    node_->setProbsEntry2(states.data(), default_.data(), true, CheckFull));
+                setDefault();
             toNextRow();
         }
+    }
+
+    void setDefault() {
+        ThrowIfError(
+            node_->setProbsEntry2(file_.states.data(), default_.data(), true, CheckFull,
+                                  exactDefault_.empty() ? nullptr : exactDefault_.data()));
     }
 
     // ---- Noisy-max
@@ -508,6 +530,7 @@ private:
     Definitions& file_;
     Bnode_bn* node_ = nullptr;
     std::vector<float> default_;  // empty: none is given
+    std::vector<double> exactDefault_;  // empty: floats hold it
     std::vector<double> causes_;  // noisy-max parameters, -1 for those not given; empty: a table
     bool tableGiven_ = false;
     bool rowsGiven_ = false;

@@ -123,7 +123,7 @@ public:
     }
 
     /// Keeps a row of legal parent states. False for one with several causes.
-    bool add(const std::vector<int>& parentStates, const std::vector<float>& probs) {
+    bool add(const std::vector<int>& parentStates, const std::vector<double>& probs) {
         std::size_t place = leak_;
         for (std::size_t i = 0; i < parentStates.size(); ++i) {
             if (parentStates[i] == 0) continue;
@@ -157,17 +157,6 @@ private:
 };
 
 // ---- Rows ----------------------------------------------------------------------------------
-
-/// Multiplies the entries so that they sum to 1; a vector of zeros stays.
-void Normalize(std::vector<float>& vector) {
-    double sum = 0;
-    for (auto p = vector.rbegin(); p != vector.rend(); ++p) sum += static_cast<double>(*p);
-    if (sum == 0) return;
-    const double factor = 1.0 / sum;
-    for (auto p = vector.rbegin(); p != vector.rend(); ++p) {
-        *p = static_cast<float>(static_cast<double>(*p) * factor);
-    }
-}
 
 /// How many rows follow with one and the same tuple up to the block's '}'; 0 when they differ.
 int CountEqualTuples(Parser_CString_kt& in) {
@@ -238,6 +227,7 @@ private:
     // Lenient reading.
     std::unique_ptr<NoisyMaxRows> noisyMax_;  // the block has `function: max`
     bool byOrder_ = false;                    // rows are placed by their order
+    XArray<double> exact_;  // the row, where floats do not hold it
     ParserPos_kt firstPlace_ = nullptr;       // of such a block: its function or first row
     std::vector<float> firstRow_;
     bool rowsDiffer_ = false;
@@ -369,7 +359,8 @@ private:
             }
             rowsDiffer_ = rowsDiffer_ || probs_ != firstRow_;
         }
-        ThrowIfError(child_.setProbsEntry2(states_.data(), probs_.data(), true, CheckFull));
+        ThrowIfError(child_.setProbsEntry2(states_.data(), probs_.data(), true, CheckFull,
+                                           exact_.get()));
     }
 
     void addCause() {
@@ -379,7 +370,12 @@ private:
                 throw in_.report(msg::model.badParentState, states_[i], parent.name(),
                                  child_.name(), parent.numStates());
         }
-        if (!noisyMax_->add(states_, probs_)) in_.report(msg::dsc.rowOfTwoCauses);
+        std::vector<double> row(probs_.size());
+        if (exact_ != nullptr)
+            std::copy_n(exact_.get(), row.size(), row.data());
+        else
+            ShortestDoubles(probs_.data(), child_.numStates(), row.data());
+        if (!noisyMax_->add(states_, row)) in_.report(msg::dsc.rowOfTwoCauses);
     }
 
     // ---- Tuples
@@ -501,6 +497,7 @@ private:
         charge(child_.numStates());
         in_.skipSpaces();
         const ParserPos_kt place = in_.getPos();
+        in_.exact.over(probs_.data(), child_.numStates());
         const unsigned problems =
             static_cast<unsigned>(ParseBelVec(in_, probs_.data(), child_.variable, 0));
         if ((problems & BelVecNotANumber) != 0) return false;
@@ -510,7 +507,11 @@ private:
             in_.report(msg::dsc.badVector,
                        CheckBelvecMesg_kt(static_cast<int>(problems & BelVecWarnMask), true, text));
         }
-        if ((problems & BelVecDontNormalize) == 0) Normalize(probs_);
+        exact_ = in_.exact.take(child_.numStates());
+        for (std::size_t i = 0; exact_ != nullptr && i < probs_.size(); ++i)
+            exact_[i] = std::max(exact_[i], 0.0);
+        if ((problems & BelVecDontNormalize) == 0)
+            NormalizeBelvecTable(probs_.data(), child_.numStates(), 1, &exact_);
         return true;
     }
 

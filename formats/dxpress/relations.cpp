@@ -18,6 +18,7 @@ constexpr BlockKind standardRelation{"node standard relation", &msg::dxpress.sta
 template <class NUMBER>
 struct Numbers {
     XArray<NUMBER> values;  // null when the file cannot hold as many as are wanted
+    XArray<double> exact;   // where floats do not hold them; of a complete relation
     int wanted = 0;
     int count = 0;
     bool damaged = false;  // a token was no number
@@ -95,6 +96,7 @@ void read_prob(Parser_CString_kt& in, Bnode_bn& node) {
     Expect(in, ":", keepValue, msg::dxpress.probSeparator);
     Expect(in, "{", keepValue, msg::dxpress.probUnopened);
     Numbers<float> table(in, node, NumProduct(node.family));
+    in.exact.over(table.values.get(), table.wanted);
     for (;;) {
         if (in.isAtEnd()) {
             EndOfInput(in);
@@ -114,8 +116,10 @@ void read_prob(Parser_CString_kt& in, Bnode_bn& node) {
         return;
     }
     if (!table.complete()) return;
+    table.exact = in.exact.take(table.wanted);
     if (node.relation.kind != RelnKindEN::none) in.report(msg::import.tableAgain, node.name());
-    rept_kt* report = node.setProbsTable(table.values.release(), false, CheckFull);
+    rept_kt* report = node.setProbsTable(table.values.release(), false, CheckFull,
+                                         table.exact.release());
     if (IsError(report)) {
         in.makeError(*report, "%s reading conditional probabilites");
         return;

@@ -194,15 +194,17 @@ private:
         }
         XArray<float> table = NewXArray<float>(count);
         if (table == nullptr) return loseTable(number, count);
+        in_.exact.over(table.get(), count);
         if (in_.readFloats(table.get(), count, CommasEN::none) != count) return reportBadNumber();
+        XArray<double> exact = in_.exact.take(count);
         // A table with negative numbers is refused as it stands in the file.
         const bool possible =
             std::ranges::none_of(std::span(table.get(), static_cast<std::size_t>(count)),
                                  [](float p) { return p < 0 && !IsRoundingNoise(p); });
         if (possible && node.numStates() > 0) {
-            NormalizeBelvecTable(table.get(), node.numStates(), NumProduct(node.parents));
+            NormalizeBelvecTable(table.get(), node.numStates(), NumProduct(node.parents), &exact);
         }
-        in_.setError(node.setProbsTable(table.release(), possible, CheckFull));
+        in_.setError(node.setProbsTable(table.release(), possible, CheckFull, exact.release()));
         return true;
     }
 

@@ -215,15 +215,17 @@ private:
             throw in_.report(msg::import.tableTooLarge, node_.name(), wanted_, MaxTableEntries);
         constexpr int bytesPerNumber = 2;
         if (wanted_ > in_.bytesLeft() / bytesPerNumber + 1) return;
-        table_ = newTable();
+        table_ = newTable<float>();
+        in_.exact.over(table_.get(), wanted_);
     }
 
-    XArray<float> newTable() {
-        XArray<float> table = NewXArray<float>(wanted_);
+    template <class T>
+    XArray<T> newTable() {
+        XArray<T> table = NewXArray<T>(wanted_);
         if (table != nullptr) return table;
         rept_kt* const error =
             NewMemoryReport(msg::model.outOfMemoryForTable,
-                            static_cast<double>(wanted_) * sizeof(float), node_.name());
+                            static_cast<double>(wanted_) * sizeof(T), node_.name());
         in_.setError(error);
         throw error;
     }
@@ -243,6 +245,7 @@ private:
             if (end == ';' || end == '}' || end == '\0') return true;
         }
         in_.setPos(start);
+        in_.exact.over(table_.get(), wanted_);
         return false;
     }
 
@@ -336,20 +339,35 @@ private:
         if (!asNested_ || shape_->problem().empty() || shape_->depth() > 0) return false;
         const std::vector<int> order = nestedOrder(start);
         if (order.empty()) return false;
+        if (const double* const exact = in_.exact.complete(wanted_)) {
+            XArray<double> turned = newTable<double>();
+            reorder(exact, order, turned.get());
+            in_.exact.give(std::move(turned), wanted_);
+        }
+        XArray<float> turned = newTable<float>();
+        reorder(table_.get(), order, turned.get());
+        table_ = std::move(turned);
+        BndList_bn nested;
+        for (const int parent : order) nested.append(node_.parents[parent]);
+        tellTurned(nested);
+        return true;
+    }
+
+    /// Copies the rows from where the nesting puts them to their places.
+    template <class T>
+    void reorder(const T* table, const std::vector<int>& order, T* turned) {
         const std::size_t levels = order.size();
         std::vector<long long> strides(levels);
-        BndList_bn nested;
-        long long row = wanted_ / NumProduct(node_.parents);
+        const long long row = wanted_ / NumProduct(node_.parents);
         long long span = row;
         for (int i = node_.parents.N - 1; i >= 0; --i) {
             strides[static_cast<std::size_t>(i)] = span;
             span *= node_.parents[i]->numStates();
         }
-        XArray<float> turned = newTable();
         std::vector<int> states(levels, 0);
         long long to = 0;
         for (long long from = 0; from < wanted_; from += row) {
-            std::copy_n(table_.get() + from, row, turned.get() + to);
+            std::copy_n(table + from, row, turned + to);
             for (std::size_t level = levels; level-- > 0;) {
                 const int parent = order[level];
                 const long long stride = strides[static_cast<std::size_t>(parent)];
@@ -359,10 +377,6 @@ private:
                 states[level] = 0;
             }
         }
-        table_ = std::move(turned);
-        for (const int parent : order) nested.append(node_.parents[parent]);
-        tellTurned(nested);
-        return true;
     }
 
     void tellTurned(const BndList_bn& nested) {

@@ -31,6 +31,7 @@ constexpr Field<Bnode_bn> LenientFields[] = {
 /// What the potential being read has given so far.
 struct Potential {
     XArray<float> experience;
+    XArray<double> exactExperience;
     ParserPos_kt experiencePlace = nullptr;
     bool hasData = false;
     ParserPos_kt modelPlace = nullptr;
@@ -170,7 +171,7 @@ constexpr double CountTolerance = 0.004;
 void TidyExperience(Reln_bn& relation) {
     if (relation.exper == nullptr) return;
     const int rows = NumProduct(relation.node->parents);
-    SnapToInteger_kt(relation.exper, rows, CountTolerance);
+    relation.snapExperience(CountTolerance);
     for (int i = 0; i < rows; ++i) {
         if (relation.exper[i] != 1.0F) return;
     }
@@ -185,12 +186,14 @@ void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
     unsigned char* bytes = nullptr;
     ParseNodeTable(in, &bytes, 10, hasStates, node, nullptr, 0, false, 14, Lenient);
     float* const table = reinterpret_cast<float*>(bytes);
+    double* const exact =
+        in.exact.take(NumProduct(hasStates ? node.family : node.parents)).release();
     Reln_bn& relation = node.relation;
     if (!hasStates) {
-        in.setError(relation.setRealTable(table, nullptr));
+        in.setError(relation.setRealTable(table, nullptr, exact));
         return;
     }
-    in.setError(node.setProbsTable(table, false, CheckFull));
+    in.setError(node.setProbsTable(table, false, CheckFull, exact));
     if (!relation.rowsNormalized && relation.probs != nullptr) relation.normalize_(CountTolerance);
     TidyExperience(relation);
     relation.makeDeterminFromProbs(false);
@@ -207,6 +210,7 @@ void parse_potential_experience(Parser_CString_kt& in, Bnode_bn& node) {
     unsigned char* bytes = nullptr;
     ParseNodeTable(in, &bytes, 10, false, node, nullptr, 0, false, 14, Lenient);
     Current.experience.reset(reinterpret_cast<float*>(bytes));
+    Current.exactExperience = in.exact.take(NumProduct(node.parents));
 }
 
 /// Gives the node the experience of its potential, behind all else that may change its relation.
@@ -223,7 +227,7 @@ void SetExperience(Parser_CString_kt& in, Bnode_bn& node) {
     } else if (relation.exper != nullptr) {
         in.report(msg::hugin.experienceFromCounts, node.name());
     } else {
-        relation.setExperTable(Current.experience.release());
+        relation.setExperTable(Current.experience.release(), Current.exactExperience.release());
         ListNode(in, msg::hugin.experienceRead, node.name());
     }
 }

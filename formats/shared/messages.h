@@ -135,6 +135,16 @@ struct ImportMessages {
         OfAny,
         "these rows of nature nodes did not sum to 1, and `--normalize` was "
         "given. Rows of zeros stay as they are. Nothing needs to be done"};
+    Message<int, int, const char*> tooSmall{
+        -5429,
+        MessageKind::warning,
+        "%d probabilit[y|ies] of %d node[|s] (the first: '%s') [is|are] too small for single "
+        "precision, where the smallest number stands for [it|them]",
+        OfAny,
+        "a positive probability stays possible. The double-precision table has the number as it "
+        "is in the file, and so has all that is written. Nothing needs to be done",
+        {"net {} node a { states = (\"x\" \"y\"); } potential (a) { data = (1e-50 1); }", 0, 0,
+         OfHugin, true}};
     // clang-format on
 };
 

@@ -30,6 +30,9 @@ struct ReadOptions {
     bool lenient = false;
     /// Scales the rows of nature nodes that do not sum to 1, and says how many.
     bool normalize = false;
+    /// Keeps tables in double precision where single precision does not hold what the file says;
+    /// else the net is smaller.
+    bool exact = true;
     /// Make state names from titles that are no legal names (DSC, XML BIF).
     bool createStateNamesDsc = Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
     bool createStateNamesXMLBIF = Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;

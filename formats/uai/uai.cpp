@@ -245,11 +245,13 @@ private:
             in_.setError(NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * count, node.name()));
             return passNumbers(count);
         }
+        in_.exact.over(table.get(), count);
         if (in_.readFloats(table.get(), count, CommasEN::none) != count)
             throw MakeNumberError(in_, false);
+        XArray<double> exact = in_.exact.take(count);
         const ParserPos_kt end = in_.getPos();
         in_.setTokenStart(place);
-        in_.setError(node.setProbsTable(table.release(), false, CheckFull));
+        in_.setError(node.setProbsTable(table.release(), false, CheckFull, exact.release()));
         node.checkRowSums();
         in_.setPos(end);
     }

@@ -64,6 +64,7 @@ struct NodeValues {
     std::string lower;           ///< bound of the first interval, as written
     std::vector<double> uppers;  ///< of the intervals; infinite ones are not finite
     vect_kt<float> numbers;
+    XArray<double> exact;                 ///< where floats do not hold the numbers
     ParserPos_kt numbersPlace = nullptr;  ///< null: there are none
     bool damaged = false;                 ///< of the numbers
     Words results;
@@ -78,7 +79,7 @@ double ReadBound(Parser_CString_kt& in, std::string_view text);
 
 /// The full table of the noisy-max node with its parents. Null, with a report, when the parameters
 /// cannot be those of the node.
-XArray<float> ExpandStrengths(Parser_CString_kt& in, const NodeValues& values);
+XArray<double> ExpandStrengths(Parser_CString_kt& in, const NodeValues& values);
 
 /// Collects how the network is drawn, and applies it when all nodes are there.
 class DrawnNet {

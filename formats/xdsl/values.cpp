@@ -69,6 +69,7 @@ void NodeValues::clear() {
     fields.clear();
     uppers.clear();
     numbers.N = 0;
+    exact.reset();
     numbersPlace = nullptr;
     damaged = false;
     node = nullptr;
@@ -114,17 +115,17 @@ public:
     StrengthExpansion(Parser_CString_kt& in, const NodeValues& values)
         : in_(in), values_(values), node_(*values.node), states_(node_.numStates()) {}
 
-    XArray<float> expand() {
+    XArray<double> expand() {
         if (!readRanks()) {
             in_.report(msg::xdsl.wrongStrengths, node_.name());
             return {};
         }
         readParameters();
         const int entries = NumProduct(node_.family);
-        XArray<float> turned = NewXArray<float>(entries);
-        XArray<float> table = NewXArray<float>(entries);
+        XArray<double> turned = NewXArray<double>(entries);
+        XArray<double> table = NewXArray<double>(entries);
         if (turned == nullptr || table == nullptr)
-            throw NewMemoryReport(msg::model.outOfMemoryForTable, 8.0 * entries, node_.name());
+            throw NewMemoryReport(msg::model.outOfMemoryForTable, 16.0 * entries, node_.name());
         std::vector<int> parentStates;
         for (const Bnode_bn* parent : node_.parents) parentStates.push_back(parent->numStates());
         ExpandNoisyMax(params_.data(), states_, parentStates.data(), node_.parents.N, turned.get());
@@ -150,11 +151,16 @@ private:
     /// The model's parameters: of each parent's columns the last is left out, and the others come
     /// in reverse order, each reversed.
     void readParameters() {
-        const float* block = values_.numbers.array;
+        std::vector<double> numbers(static_cast<std::size_t>(values_.numbers.N));
+        if (values_.exact != nullptr)
+            std::copy_n(values_.exact.get(), numbers.size(), numbers.data());
+        else
+            ShortestDoubles(values_.numbers.array, values_.numbers.N, numbers.data());
+        const double* block = numbers.data();
         for (const std::vector<int>& ranks : ranks_) {
             const std::size_t count = ranks.size();
             for (std::size_t rank = count; rank-- > 0;) {
-                const float* const column = block + rank * static_cast<std::size_t>(states_);
+                const double* const column = block + rank * static_cast<std::size_t>(states_);
                 if (rank + 1 < count) {
                     appendReversed(column);
                 } else if (!isNeutral(column) && !neutralTold_) {
@@ -167,17 +173,17 @@ private:
         appendReversed(block);
     }
 
-    bool isNeutral(const float* column) const {
+    bool isNeutral(const double* column) const {
         return column[states_ - 1] == 1 &&
-               std::all_of(column, column + states_ - 1, [](float p) { return p == 0; });
+               std::all_of(column, column + states_ - 1, [](double p) { return p == 0; });
     }
 
-    void appendReversed(const float* column) {
-        for (int k = states_ - 1; k >= 0; --k) params_.push_back(static_cast<double>(column[k]));
+    void appendReversed(const double* column) {
+        for (int k = states_ - 1; k >= 0; --k) params_.push_back(column[k]);
     }
 
     /// Puts rows and numbers into the order of the file.
-    void turnBack(const float* turned, float* table) const {
+    void turnBack(const double* turned, double* table) const {
         const auto parents = ranks_.size();
         std::vector<int> state(parents, 0);
         const int rows = NumProduct(node_.parents);
@@ -207,7 +213,7 @@ private:
 
 }  // namespace
 
-XArray<float> ExpandStrengths(Parser_CString_kt& in, const NodeValues& values) {
+XArray<double> ExpandStrengths(Parser_CString_kt& in, const NodeValues& values) {
     if (values.node->numStates() == 0) return {};
     return StrengthExpansion(in, values).expand();
 }

@@ -110,6 +110,7 @@ private:
     void readNumbers() {
         startTable();
         values_->damaged = !xml_.readNumbers(values_->numbers);
+        if (values_->numbers.N > 0) values_->exact = in_.exact.take(values_->numbers.N);
     }
 
     void readProperty() {
@@ -172,7 +173,7 @@ public:
     /// A kind of node, by the name of its element.
     struct Kind {
         std::string_view element;
-        void (NodeMaker::*complete)(const NodeValues& values);  ///< once it has its parents
+        void (NodeMaker::*complete)(NodeValues& values);  ///< once it has its parents
         NodeKindEN kind;
         LossEN loss = LossEN::count;  ///< what is not kept of all such nodes
     };
@@ -204,7 +205,7 @@ public:
     }
 
     /// Links the node and gives it its table. False when some parents are still to come.
-    bool link(const NodeValues& values) {
+    bool link(NodeValues& values) {
         parents_.N = 0;
         for (const std::string& id : values.parents) {
             Bnode_bn* const parent = net_.findNodeLabeled(id);
@@ -216,7 +217,7 @@ public:
     }
 
     /// Links a node that waited to what parents there are.
-    void linkLate(const NodeValues& values) {
+    void linkLate(NodeValues& values) {
         parents_.N = 0;
         in_.structName = values.node->name();
         in_.setTokenStart(values.place);
@@ -239,7 +240,7 @@ public:
 private:
     static const Kind kinds_[10];
 
-    void linkFound(const NodeValues& values, bool complete) {
+    void linkFound(NodeValues& values, bool complete) {
         in_.structName = values.node->name();
         in_.setTokenStart(values.place);
         rept_kt* const report = values.node->changePreds(parents_, nullptr, true, 1, 1, false);
@@ -253,12 +254,12 @@ private:
         }
     }
 
-    void setStates(const NodeValues& values) {
+    void setStates(NodeValues& values) {
         ThrowIfError(SetStatesToLabels(*values.node, values.states, false));
     }
 
     /// The intervals of a continuous node; their bounds when all are finite.
-    void setIntervals(const NodeValues& values) {
+    void setIntervals(NodeValues& values) {
         const int count = static_cast<int>(values.uppers.size());
         if (count == 0) return;
         std::vector<double> bounds{ReadBound(in_, values.lower)};
@@ -290,7 +291,7 @@ private:
         return false;
     }
 
-    void installTable(const NodeValues& values) {
+    void installTable(NodeValues& values) {
         Bnode_bn& node = *values.node;
         const int wanted = NumProduct(node.kind == UtilityNode ? node.parents : node.family);
         if (!checkCount(values, wanted, values.numbers.N)) return;
@@ -298,12 +299,13 @@ private:
         if (table == nullptr)
             throw NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * wanted, node.name());
         std::ranges::copy(values.numbers, table.get());
-        ThrowIfError(node.setProbsTable(table.release(), false, CheckFull));
+        double* const exact = std::move(values.exact).release();
+        ThrowIfError(node.setProbsTable(table.release(), false, CheckFull, exact));
         node.checkRowSums();
     }
 
     /// A state for each combination of the parents' states.
-    void installResults(const NodeValues& values) {
+    void installResults(NodeValues& values) {
         Bnode_bn& node = *values.node;
         const long long rows = NumProduct(node.parents);
         if (!checkCount(values, rows, static_cast<long long>(values.results.size()))) return;
@@ -324,21 +326,28 @@ private:
         node.relation.makeDeterminFromProbs(false);
     }
 
-    void installNoisyMax(const NodeValues& values) {
+    void installNoisyMax(NodeValues& values) {
         const Bnode_bn& node = *values.node;
         long long columns = 1;
         for (const Bnode_bn* parent : node.parents) columns += parent->numStates();
         if (!checkCount(values, columns * node.numStates(), values.numbers.N)) return;
         charge(NumProduct(node.family));
-        XArray<float> table = ExpandStrengths(in_, values);
-        if (table == nullptr) return;
-        ThrowIfError(values.node->setProbsTable(table.release(), false, CheckFull));
+        XArray<double> exact = ExpandStrengths(in_, values);
+        if (exact == nullptr) return;
+        const int entries = NumProduct(node.family);
+        XArray<float> table = NewXArray<float>(entries);
+        if (table == nullptr)
+            throw NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * entries, node.name());
+        std::copy_n(exact.get(), entries, table.get());
+        if (AreHeldByFloats(exact.get(), table.get(), entries)) exact.reset();
+        ThrowIfError(
+            values.node->setProbsTable(table.release(), false, CheckFull, exact.release()));
         values.node->checkRowSums();
     }
 
-    void leaveWithout(const NodeValues&) {}
+    void leaveWithout(NodeValues&) {}
 
-    void checkWeights(const NodeValues& values) {
+    void checkWeights(NodeValues& values) {
         Words weights;
         for (const auto& [name, text] : values.fields)
             if (name == "weights") AppendWords(text, weights);
@@ -503,7 +512,7 @@ private:
 
     void finish(ParserPos_kt root) {
         const ParserContext context(in_, "node");
-        for (const NodeValues& values : waiting_) {
+        for (NodeValues& values : waiting_) {
             maker_.linkLate(values);
             in_.checkError();
         }

@@ -92,7 +92,7 @@ bool RowsSumToOne(const vect_kt<float>& numbers, int states, bool stateSlowest) 
 /// Applies what was read to the net.
 class Applied {
 public:
-    Applied(Document& document, const Definition& read)
+    Applied(Document& document, Definition& read)
         : document_(document), in_(document.in()), read_(read) {
         in_.setTokenStart(read.place);
     }
@@ -107,7 +107,7 @@ private:
 
     Document& document_;
     Parser_CString_kt& in_;
-    const Definition& read_;
+    Definition& read_;
     Bnode_bn* child_ = nullptr;
 };
 
@@ -157,6 +157,13 @@ bool Applied::isStateSlowest() const {
     return !slowest;
 }
 
+/// Puts numbers with the child's state slowest into rows.
+template <class T>
+void TurnTable(const T* numbers, int states, int count, T* table) {
+    const int rows = count / states;
+    for (int i = 0; i < count; ++i) table[i] = numbers[i % states * rows + i / states];
+}
+
 /// Hands the numbers over in the model's order: the child's state fastest, the first parent
 /// slowest.
 void Applied::installTable() {
@@ -168,14 +175,18 @@ void Applied::installTable() {
         return;
     }
     const int states = child_->numStates();
+    XArray<double> exact = std::move(read_.exact);
     if (states > 1 && isStateSlowest()) {
-        const int rows = numbers.N / states;
-        for (int i = 0; i < numbers.N; ++i)
-            table.get()[i] = numbers[i % states * rows + i / states];
+        TurnTable(numbers.array, states, numbers.N, table.get());
+        if (exact != nullptr) {
+            XArray<double> turned = NewXArray<double>(numbers.N);
+            if (turned != nullptr) TurnTable(exact.get(), states, numbers.N, turned.get());
+            exact = std::move(turned);
+        }
     } else {
         std::copy(numbers.begin(), numbers.end(), table.get());
     }
-    ThrowIfError(child_->setProbsTable(table.release(), false, CheckFull));
+    ThrowIfError(child_->setProbsTable(table.release(), false, CheckFull, exact.release()));
     child_->checkRowSums();
 }
 
@@ -212,8 +223,9 @@ void ReadDefinition(Document& document) {
     reader.readAttributes();
     reader.readContent();
     Definition& read = document.definition;
+    if (read.numbers.N > 0) read.exact = document.in().exact.take(read.numbers.N);
     if (IsUnknown(read.child) || std::ranges::any_of(read.parents, IsUnknown)) {
-        document.waiting.push_back(read);
+        document.waiting.push_back(std::move(read));
         return;
     }
     document.in().setTokenStart(read.place);

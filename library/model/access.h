@@ -137,6 +137,7 @@ struct LUMO_HIDDEN ModelAccess {
     static rept_kt* checkTableSize(const Bnode_bn& node, int& entries);
     static void installProbs(Bnode_bn& node, XArray<float> table, int entries);
     static rept_kt* chargeFilled(const Bnode_bn& node, long long entries);
+    static void installExact(Bnode_bn& node, XArray<double> exact, int entries);
 };
 
 /// Walks a node's children, cutting out links that were replaced meanwhile.

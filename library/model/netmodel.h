@@ -104,10 +104,16 @@ struct Reln_bn {
     bool rowAgainTold = false;    ///< the warning about a row given twice was shown
     bool noiseTold = false;       ///< the warning about rounding noise was shown
     bool probsInArena = false;    ///< probs is part of the net's own memory
+    bool exactInArena = false;    ///< likewise exact
+    bool experFromCounts = false;  ///< exper is the sums of the rows of counts that the file has
     float* probs = nullptr;       ///< full table, rows x states; null for none, real, condensed
     float* exper = nullptr;       ///< experience, one per row; may be null
     float* reals = nullptr;       ///< real table, one per row (times the states, if there are any)
-    double* params = nullptr;     ///< noisy-max parameters, NumCIParams of the node
+    /// probs, or reals, in double precision, in the same order; null where the shortest decimals of
+    /// the floats say all that the file says. Whatever changes the floats changes or drops it.
+    double* exact = nullptr;
+    double* exactExper = nullptr;  ///< likewise exper
+    double* params = nullptr;      ///< noisy-max parameters, NumCIParams of the node
     unsigned char* rowMarks = nullptr;  ///< while rows are set singly: how each was given
 
     Reln_bn() = default;
@@ -120,30 +126,49 @@ struct Reln_bn {
 
     /// Installs a real table (one value per parent configuration; owned from now on), dropping what
     /// was there. The second argument is null. Returns an error for a value that is not finite.
-    rept_kt* setRealTable(float* table, Reln_bn*);
+    /// exact: the table in double precision, where that says more; owned likewise.
+    rept_kt* setRealTable(float* table, Reln_bn*, double* exact = nullptr);
 
-    /// Sets or removes (null) the experience table (one value per row; owned from now on).
-    void setExperTable(float* table);
+    /// Sets or removes (null) the experience table (one value per row; owned from now on), with
+    /// that in double precision where it says more.
+    void setExperTable(float* table, double* exact = nullptr);
+
+    /// Leaves out what single precision does not hold.
+    void dropExact();
 
     /// Scales every row of probs to sum 1 and multiplies the row's experience by its former sum,
     /// unless that was within the tolerance of 1. Where a row needs one and there was none, the
-    /// experience table (all 1) is created. A row of sum 0 stays, with one warning a node.
+    /// experience table (all 1) is created. A row of sum 0 stays, with one warning a node; so does
+    /// one whose sum is 1 but for the rounding of floats. Computed in double precision.
     void normalize_(double tolerance = 0);
+
+    /// Scales the rows as normalize_ does, without a word and without experience. Returns how many.
+    int scaleRows();
+
+    /// Rounds experience within the tolerance of whole numbers to them.
+    void snapExperience(double tolerance);
+
+    /// Makes positive numbers that single precision rounds to 0 the smallest positive float, so
+    /// that nothing possible is impossible; a deterministic relation becomes a table then, as it
+    /// does when it is not exactly one. Returns how many numbers they were.
+    int keepPossible();
 
     /// Makes the relation deterministic when every row holds one 1 and zeros otherwise (tested
     /// exactly). Returns whether it did. The bool is false.
     bool makeDeterminFromProbs(bool);
 
 private:
-    bool scaleExperience(int row, int rows, double sum);
+    bool scaleExperience(int row, int rows, double sum, double exactSum);
 };
 
 /// Whether a negative entry of a table is close enough to 0 to count as 0.
 inline bool IsRoundingNoise(float value) { return value < 0 && value > -1e-5F; }
 
-/// Scales each of `rows` rows of `states` values to sum 1; rows that sum to zero stay as they are.
-/// Returns the number of such rows. Sums are taken in double.
-int NormalizeBelvecTable(float* table, int states, int rows);
+/// Scales each of `rows` rows of `states` values to sum 1; rows that sum to zero stay as they are,
+/// and those whose sum is 1 but for the rounding of floats. Returns the number of rows of zeros.
+/// Sums are taken in double. exact: the table in double precision, null where floats hold it; it
+/// may come to be.
+int NormalizeBelvecTable(float* table, int states, int rows, XArray<double>* exact = nullptr);
 
 /// Rounds each value within the tolerance of an integer to it; a null table is nothing.
 void SnapToInteger_kt(float* values, int count, double tolerance);
@@ -155,6 +180,8 @@ void SnapToInteger_kt(float* values, int count, double tolerance);
 /// and one from the leak. out holds rows x states entries.
 void ExpandNoisyMax(const double* params, int childStates, const int* parentStates, int parents,
                     float* out);
+void ExpandNoisyMax(const double* params, int childStates, const int* parentStates, int parents,
+                    double* out);
 
 // ---- Nodes ---------------------------------------------------------------------------------
 
@@ -257,14 +284,16 @@ public:
     /// nature or decision node a NaN, an infinity or a negative entry is an error that names the
     /// node and the first bad entry, and nothing is installed; an entry above -1e-5 becomes 0 with
     /// one warning. For a utility node any finite numbers are installed as its real table; the
-    /// count is then that of the rows (times states, when it has any).
-    rept_kt* setProbsTable(float* table, bool normalized, CheckEN);
+    /// count is then that of the rows (times states, when it has any). exact: the same numbers in
+    /// double precision, where they say more; owned likewise.
+    rept_kt* setProbsTable(float* table, bool normalized, CheckEN, double* exact = nullptr);
 
     /// Sets the rows that match the parent states (one per parent; AnyParentState matches all) to
     /// the probabilities (one per state; only read). The first such call makes the table, zeros. A
     /// row given singly twice is set to the later one, with a warning (one a node). The bool is
-    /// true.
-    rept_kt* setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN);
+    /// true. exact: the same in double precision, where that says more; only read.
+    rept_kt* setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN,
+                            const double* exact = nullptr);
 
     /// Ends the setting of rows: warns how many of how many rows were never given.
     void finishRows();

@@ -8,6 +8,7 @@
 #include "library/model/access.h"
 #include "library/model/messages.h"
 #include "library/model/netmodel.h"
+#include "library/utilities/exact.h"
 
 namespace lumo {
 
@@ -53,12 +54,13 @@ public:
         multiplyFrom(0);
     }
 
-    void writeTo(float* out) {
+    template <class T>
+    void writeTo(T* out) {
         for (long long row = 0; row < rows_; ++row, out += states_) {
             double below = 0;
             for (int s = 0; s < states_; ++s) {
                 const double upTo = products_.back()[static_cast<std::size_t>(s)];
-                out[s] = static_cast<float>(std::max(upTo - below, 0.0));
+                out[s] = static_cast<T>(Tidied(std::max(upTo - below, 0.0)));
                 below = upTo;
             }
             advance();
@@ -114,8 +116,8 @@ rept_kt* CheckParameters(const Bnode_bn& node, const double* params, int count) 
     return Okay_rept_kt;
 }
 
-XArray<float> Expanded(const Bnode_bn& node, const double* params, int entries) {
-    XArray<float> table = NewXArray<float>(entries);
+XArray<double> Expanded(const Bnode_bn& node, const double* params, int entries) {
+    XArray<double> table = NewXArray<double>(entries);
     if (table == nullptr) return table;
     std::vector<int> parentStates;
     for (const Bnode_bn* parent : node.parents) parentStates.push_back(parent->numStates());
@@ -134,6 +136,11 @@ void ExpandNoisyMax(const double* params, int childStates, const int* parentStat
     Expansion(params, childStates, parentStates, parents).writeTo(out);
 }
 
+void ExpandNoisyMax(const double* params, int childStates, const int* parentStates, int parents,
+                    double* out) {
+    Expansion(params, childStates, parentStates, parents).writeTo(out);
+}
+
 rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, bool condense) {
     const int count = NumCIParams(*this);
     rept_kt* report = CheckParameters(*this, params, count);
@@ -149,20 +156,25 @@ rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, bool condense) {
     }
     std::copy(params, params + count, kept.get());
     XArray<float> table;
+    XArray<double> exact;
+    int entries = 0;
     if (!condense) {
-        int entries = 0;
         report = ModelAccess::checkTableSize(*this, entries);
         if (!IsError(report)) report = ModelAccess::chargeFilled(*this, entries);
         if (IsError(report)) return report;
-        table = Expanded(*this, params, entries);
-        if (table == nullptr) {
-            return NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * entries, name());
+        exact = Expanded(*this, params, entries);
+        table = NewXArray<float>(entries);
+        if (exact == nullptr || table == nullptr) {
+            return NewMemoryReport(msg::model.outOfMemoryForTable, 12.0 * entries, name());
         }
+        std::copy_n(exact.get(), entries, table.get());
+        if (AreHeldByFloats(exact.get(), table.get(), entries)) exact.reset();
     }
     relation.clear();
     relation.kind = RelnKindEN::noisyMax;
     relation.params = kept.release();
-    if (table != nullptr) ModelAccess::installProbs(*this, std::move(table), NumProduct(family));
+    if (table != nullptr) ModelAccess::installProbs(*this, std::move(table), entries);
+    ModelAccess::installExact(*this, std::move(exact), entries);
     relation.rowsNormalized = relation.probs != nullptr;
     ModelAccess::changed(*this);
     return Okay_rept_kt;

@@ -10,12 +10,13 @@
 #include "library/model/access.h"
 #include "library/model/messages.h"
 #include "library/model/netmodel.h"
+#include "library/model/rows.h"
+#include "library/utilities/exact.h"
 
 namespace lumo {
 
 namespace {
 
-/// Negative entries above this are rounding noise of the program that wrote the file.
 /// How far from 1 a row's sum may be.
 constexpr double SumTolerance = 1e-3;
 /// Messages name no more of a row than this.
@@ -29,15 +30,6 @@ enum RowMark : unsigned char {
     RowSingle
 };
 
-int Rows(const Bnode_bn& node) { return NumProduct(node.parents); }
-
-template <class T>
-void Free(T*& block) {
-    if (block == nullptr) return;
-    xfree_kt(block);
-    block = nullptr;
-}
-
 template <class T>
 XArray<T> NewZeroed(long long count) {
     XArray<T> array = NewXArray<T>(count);
@@ -45,44 +37,8 @@ XArray<T> NewZeroed(long long count) {
     return array;
 }
 
-rept_kt* NoMemory(const Bnode_bn& node, double bytes) {
-    return NewMemoryReport(msg::model.outOfMemoryForTable, bytes, node.name());
-}
-
 rept_kt* TooLarge(const Bnode_bn& node, double entries) {
     return NewReport(msg::model.tableTooLarge, node.name(), entries, MaxTableEntries);
-}
-
-double SumOf(const float* row, int states) {
-    double sum = 0;
-    for (int s = 0; s < states; ++s) sum += static_cast<double>(row[s]);
-    return sum;
-}
-
-/// Calls with every row and its sum. Four rows are summed side by side, in half the time: within a
-/// row each addition waits for the one before.
-template <class FLOAT, class CALL>
-void ForEachRow(FLOAT* table, int states, int rows, CALL call) {
-    constexpr int together = 4;
-    for (; rows >= together; rows -= together, table += std::ptrdiff_t{together} * states) {
-        double sums[together] = {};
-        for (int s = 0; s < states; ++s)
-            for (int r = 0; r < together; ++r)
-                sums[r] += static_cast<double>(table[std::ptrdiff_t{r} * states + s]);
-        for (int r = 0; r < together; ++r) call(table + std::ptrdiff_t{r} * states, sums[r]);
-    }
-    for (; rows > 0; --rows, table += states) call(table, SumOf(table, states));
-}
-
-/// Scales the row to sum 1; one of sum 0 stays.
-void ScaleRow(float* row, int states, double sum) {
-    if (sum == 0 || sum == 1) return;
-    for (int s = 0; s < states; ++s) row[s] = static_cast<float>(static_cast<double>(row[s]) / sum);
-}
-
-void WarnZeroRow(const Bnode_bn& node, int row) {
-    const std::string text = RowText(node, row);
-    NewReport(msg::model.zeroRow, node.name(), text.empty() ? "" : ": ", text.c_str());
 }
 
 /// Whether all are finite and none is negative. Without a branch for each: many at a time.
@@ -105,6 +61,15 @@ int FirstBadProbability(float* values, int count, bool& noise) {
     return -1;
 }
 
+/// Negative numbers of which the floats are 0, or became so, are rounding noise too.
+void DropNoise(double* values, int count, bool& noise) {
+    for (double* value = values; value != values + count; ++value) {
+        if (*value >= 0) continue;
+        *value = 0;
+        noise = true;
+    }
+}
+
 rept_kt* BadEntry(const Bnode_bn& node, int row, int state, float value) {
     std::string place = RowText(node, row);
     if (!place.empty()) place = ", row " + place;
@@ -119,6 +84,15 @@ void WarnNoise(Bnode_bn& node) {
 }
 
 }  // namespace
+
+void WarnZeroRow(const Bnode_bn& node, int row) {
+    const std::string text = RowText(node, row);
+    NewReport(msg::model.zeroRow, node.name(), text.empty() ? "" : ": ", text.c_str());
+}
+
+rept_kt* NoMemory(const Bnode_bn& node, double bytes) {
+    return NewMemoryReport(msg::model.outOfMemoryForTable, bytes, node.name());
+}
 
 // ---- Sizes and rows ------------------------------------------------------------------------
 
@@ -175,15 +149,6 @@ std::string RowText(const Bnode_bn& node, int row) {
     return text;
 }
 
-int NormalizeBelvecTable(float* table, int states, int rows) {
-    int zeroRows = 0;
-    ForEachRow(table, states, rows, [&](float* row, double sum) {
-        zeroRows += sum == 0 ? 1 : 0;
-        ScaleRow(row, states, sum);
-    });
-    return zeroRows;
-}
-
 void SnapToInteger_kt(float* values, int count, double tolerance) {
     if (values == nullptr) return;
     for (int i = 0; i < count; ++i) {
@@ -202,15 +167,18 @@ Reln_bn::~Reln_bn() { clear(); }
 void Reln_bn::clear() {
     if (kind == RelnKindEN::none && exper == nullptr && rowMarks == nullptr) return;
     if (probsInArena) probs = nullptr;
+    if (exactInArena) exact = nullptr;
     for (float** table : {&probs, &exper, &reals}) Free(*table);
-    Free(params);
+    for (double** table : {&exact, &exactExper, &params}) Free(*table);
     Free(rowMarks);
     kind = RelnKindEN::none;
-    rowsNormalized = rowAgainTold = noiseTold = probsInArena = false;
+    rowsNormalized = rowAgainTold = noiseTold = probsInArena = exactInArena = experFromCounts =
+        false;
 }
 
-rept_kt* Reln_bn::setRealTable(float* table, Reln_bn*) {
+rept_kt* Reln_bn::setRealTable(float* table, Reln_bn*, double* wide) {
     XArray<float> owned(table);
+    XArray<double> ownedExact(wide);
     const double wanted =
         node->numStates() > 0 ? TableEntries(*node) : static_cast<double>(Rows(*node));
     if (wanted > MaxTableEntries) return TooLarge(*node, wanted);
@@ -226,46 +194,10 @@ rept_kt* Reln_bn::setRealTable(float* table, Reln_bn*) {
     if (table != nullptr && entries > 0) {
         reals = owned.release();
         kind = RelnKindEN::real;
+        ModelAccess::installExact(*node, std::move(ownedExact), entries);
     }
     ModelAccess::changed(*node);
     return Okay_rept_kt;
-}
-
-void Reln_bn::setExperTable(float* table) {
-    Free(exper);
-    exper = table;
-    ModelAccess::changed(*node);
-}
-
-void Reln_bn::normalize_(double tolerance) {
-    if (probs == nullptr) return;
-    const int rows = Rows(*node), states = node->numStates();
-    int row = 0, zeroRow = -1;
-    bool memory = true;
-    ForEachRow(probs, states, rows, [&](float* values, double sum) {
-        if (sum == 0) {
-            if (zeroRow < 0) zeroRow = row;
-        } else {
-            ScaleRow(values, states, sum);
-            if (std::abs(sum - 1) > tolerance && memory) memory = scaleExperience(row, rows, sum);
-        }
-        ++row;
-    });
-    if (!memory) return ShowReport(NoMemory(*node, 4.0 * rows));
-    rowsNormalized = true;
-    ModelAccess::changed(*node);
-    if (zeroRow >= 0) WarnZeroRow(*node, zeroRow);
-}
-
-/// Multiplies the experience of a row, one of so many, by its former sum. False without memory.
-bool Reln_bn::scaleExperience(int row, int rows, double sum) {
-    if (exper == nullptr) {
-        exper = NewXArray<float>(rows).release();
-        if (exper == nullptr) return false;
-        std::fill_n(exper, rows, 1.0F);
-    }
-    exper[row] = static_cast<float>(static_cast<double>(exper[row]) * sum);
-    return true;
 }
 
 bool Reln_bn::makeDeterminFromProbs(bool) {
@@ -297,9 +229,10 @@ int FirstZeroRow(const Bnode_bn& node) {
 
 }  // namespace
 
-rept_kt* Bnode_bn::setProbsTable(float* table, bool normalized, CheckEN) {
-    if (kind == UtilityNode) return relation.setRealTable(table, nullptr);
+rept_kt* Bnode_bn::setProbsTable(float* table, bool normalized, CheckEN, double* exact) {
+    if (kind == UtilityNode) return relation.setRealTable(table, nullptr, exact);
     XArray<float> owned(table);
+    XArray<double> ownedExact(exact);
     int entries = 0;
     if (rept_kt* report = ModelAccess::checkTableSize(*this, entries); IsError(report)) {
         return report;
@@ -308,11 +241,13 @@ rept_kt* Bnode_bn::setProbsTable(float* table, bool normalized, CheckEN) {
     if (table != nullptr) {
         const int bad = FirstBadProbability(table, entries, noise);
         if (bad >= 0) return BadEntry(*this, bad / numStates(), bad % numStates(), table[bad]);
+        if (exact != nullptr) DropNoise(exact, entries, noise);
     }
     relation.clear();
     ModelAccess::changed(*this);
     if (table == nullptr || entries == 0) return Okay_rept_kt;
     ModelAccess::installProbs(*this, std::move(owned), entries);
+    ModelAccess::installExact(*this, std::move(ownedExact), entries);
     relation.kind = RelnKindEN::table;
     relation.rowsNormalized = normalized;
     if (noise) WarnNoise(*this);
@@ -418,15 +353,42 @@ void WarnRowAgain(Bnode_bn& node, int row) {
 }
 
 /// Fills the block with copies of its first `filled` elements.
-void Repeat(float* block, std::size_t filled, std::size_t size) {
+template <class T>
+void Repeat(T* block, std::size_t filled, std::size_t size) {
     while (filled < size) {
         const std::size_t more = std::min(filled, size - filled);
-        std::memcpy(block + filled, block, more * sizeof(float));
+        std::memcpy(block + filled, block, more * sizeof(T));
         filled += more;
     }
 }
 
-void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& values) {
+/// The place of a row in the table of double precision, which is there when it or the row says more
+/// than floats; else null, also without memory.
+double* ExactRow(Bnode_bn& node, std::size_t row, const double* values) {
+    Reln_bn& relation = node.relation;
+    if (relation.exact == nullptr && values != nullptr) {
+        const int entries = NumProduct(node.family);
+        XArray<double> exact = NewXArray<double>(entries);
+        if (exact != nullptr) ShortestDoubles(relation.probs, entries, exact.get());
+        ModelAccess::installExact(node, std::move(exact), entries);
+    }
+    return relation.exact == nullptr
+               ? nullptr
+               : relation.exact + row * static_cast<std::size_t>(node.numStates());
+}
+
+/// Sets a row of it to the values; null: to what the floats say.
+void SetExactRow(Bnode_bn& node, std::size_t row, const float* probs, const double* values) {
+    double* const to = ExactRow(node, row, values);
+    if (to == nullptr) return;
+    if (values != nullptr)
+        std::copy_n(values, node.numStates(), to);
+    else
+        ShortestDoubles(probs, node.numStates(), to);
+}
+
+void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& values,
+               const double* exact) {
     Reln_bn& relation = node.relation;
     if (!pattern.single() && pattern.matches() == Rows(node)) {
         const auto rows = static_cast<std::size_t>(pattern.matches());
@@ -436,6 +398,9 @@ void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& va
             WarnRowAgain(node, static_cast<int>(given - relation.rowMarks));
         std::copy(values.begin(), values.end(), relation.probs);
         Repeat(relation.probs, values.size(), rows * values.size());
+        SetExactRow(node, 0, values.data(), exact);
+        if (relation.exact != nullptr)
+            Repeat(relation.exact, values.size(), rows * values.size());
         std::fill_n(relation.rowMarks, rows, RowByDefault);
         return;
     }
@@ -444,6 +409,8 @@ void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& va
         const auto row = static_cast<std::size_t>(pattern.row());
         if (relation.rowMarks[row] == RowSingle) WarnRowAgain(node, pattern.row());
         std::copy(values.begin(), values.end(), relation.probs + row * values.size());
+        if (exact != nullptr || relation.exact != nullptr)
+            SetExactRow(node, row, values.data(), exact);
         relation.rowMarks[row] = mark;
     }
 }
@@ -454,7 +421,7 @@ namespace {
 
 /// Sets a row of a table that was prepared for the row before, the usual case. False when there is
 /// more to do or something to say.
-bool SetNextRow(Bnode_bn& node, const int* parentStates, const float* probs) {
+bool SetNextRow(Bnode_bn& node, const int* parentStates, const float* probs, const double* exact) {
     Reln_bn& relation = node.relation;
     if (relation.rowMarks == nullptr || relation.kind != RelnKindEN::table) return false;
     std::size_t row = 0;
@@ -467,6 +434,7 @@ bool SetNextRow(Bnode_bn& node, const int* parentStates, const float* probs) {
     const auto states = static_cast<std::size_t>(node.numStates());
     if (relation.rowMarks[row] != RowMissing || !AreProbabilities(probs, states)) return false;
     std::copy_n(probs, states, relation.probs + row * states);
+    if (exact != nullptr || relation.exact != nullptr) SetExactRow(node, row, probs, exact);
     relation.rowMarks[row] = RowSingle;
     ModelAccess::changed(node);
     return true;
@@ -474,8 +442,16 @@ bool SetNextRow(Bnode_bn& node, const int* parentStates, const float* probs) {
 
 }  // namespace
 
-rept_kt* Bnode_bn::setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN) {
-    if (SetNextRow(*this, parentStates, probs)) return Okay_rept_kt;
+rept_kt* Bnode_bn::setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN,
+                                  const double* exact) {
+    std::vector<double> tidied;
+    if (exact != nullptr && std::any_of(exact, exact + numStates(), [](double p) { return p < 0; })) {
+        bool noise = false;  // told of the floats
+        tidied.assign(exact, exact + numStates());
+        DropNoise(tidied.data(), numStates(), noise);
+        exact = tidied.data();
+    }
+    if (SetNextRow(*this, parentStates, probs, exact)) return Okay_rept_kt;
     int entries = 0;
     rept_kt* report = ModelAccess::checkTableSize(*this, entries);
     if (IsError(report)) return report;
@@ -496,7 +472,7 @@ rept_kt* Bnode_bn::setProbsEntry2(const int* parentStates, const float* probs, b
         if (IsError(report)) return report;
     }
     if (noise) WarnNoise(*this);
-    WriteRows(*this, pattern, values);
+    WriteRows(*this, pattern, values, exact);
     relation.kind = RelnKindEN::table;
     relation.rowsNormalized = false;
     ModelAccess::changed(*this);

@@ -164,8 +164,12 @@ void ReadList(PARSER& in, vect_kt<T>& out) {
     if (elementText && in.atEmptyElement()) return;
     if (!elementText) Open(in, in.listOpenChar);
     const char close = elementText ? '<' : Counterpart(in.listOpenChar);
+    if (out.N == 0) in.exact.over(out.array, out.capacity);
     for (;;) {
-        if (out.N == out.capacity) out.realloc_(GrownCapacity_kt(out.N));
+        if (out.N == out.capacity) {
+            out.realloc_(GrownCapacity_kt(out.N));
+            in.exact.moved(out.array, out.capacity);
+        }
         const int n = in.readFloats(out.array + out.N, out.capacity - out.N, CommasEN::may);
         out.N += n;
         const char next = in.peekPunc();

@@ -36,16 +36,22 @@ void CopyWord(std::string_view word, char* out, int size) {
     out[n] = 0;
 }
 
-NumberEN Parse(const char* first, const char* last, double& value, const char*& end) {
-    return ParseNumber(first, last, value, end);
+bool Parse(const char* first, const char* last, double& value, const char*& end, ExactNumbers&) {
+    return ParseNumber(first, last, value, end) == NumberEN::ok;
 }
 
-NumberEN Parse(const char* first, const char* last, float& value, const char*& end) {
-    return ParseFloat(first, last, value, end);
+bool Parse(const char* first, const char* last, float& value, const char*& end,
+           ExactNumbers& exact) {
+    double wide = 0;
+    const NumberEN result = ParseFloat(first, last, value, wide, end);
+    if (result == NumberEN::ok) [[likely]]
+        return true;
+    if (result == NumberEN::more) exact.set(&value, wide);
+    return result == NumberEN::more;
 }
 
-NumberEN Parse(const char* first, const char* last, int& value, const char*& end) {
-    return ParseInteger(first, last, value, end);
+bool Parse(const char* first, const char* last, int& value, const char*& end, ExactNumbers&) {
+    return ParseInteger(first, last, value, end) == NumberEN::ok;
 }
 
 /// The byte that the three octal digits at p spell; -1 when there are none such.
@@ -346,8 +352,8 @@ void Parser_CString_kt::readQuotedRest(strin_kt& out) {
 /// Reads the number at p, which must end where a word ends (in a list also before , ) ] or }).
 template <class T>
 inline bool Parser_CString_kt::numberAt(const char* p, bool inList, T& out,
-                                        const char*& after) const {
-    if (Parse(p, end_, out, after) != NumberEN::ok) return false;
+                                        const char*& after) {
+    if (!Parse(p, end_, out, after, exact)) return false;
     return is(after, ByteSpace | BytePunct | ByteEnd) || (inList && is(after, ByteListCloser)) ||
            commentAt(after);
 }

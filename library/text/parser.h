@@ -29,6 +29,7 @@
 
 #include "library/reports/message.h"
 #include "library/utilities/Utils.h"
+#include "library/utilities/exact.h"
 #include "library/utilities/geometry.h"
 
 namespace LUMO_API lumo {
@@ -264,6 +265,7 @@ class Parser_CString_kt final : public Parser_kt {
 public:
     InChannel_CString_kt channel;
     strin_kt work;
+    ExactNumbers exact;  ///< what floats do not hold of the numbers that are read into those it is over
 
     Parser_CString_kt(const ParserOptions_kt* options, const InChannel_CString_kt& from);
     ~Parser_CString_kt();
@@ -411,7 +413,7 @@ private:
         return channel.position;
     }
     template <class T>
-    bool numberAt(const char* p, bool inList, T& out, const char*& after) const;
+    bool numberAt(const char* p, bool inList, T& out, const char*& after);
     template <class T>
     int readNumbers(T* out, int most, CommasEN commas);
     void unterminatedString(const char* quote);

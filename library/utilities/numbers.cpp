@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "library/utilities/Utils.h"
+#include "library/utilities/exact.h"
 #include "library/utilities/system.h"
 
 namespace lumo {
@@ -81,6 +82,40 @@ NumberEN detail::ParseNumberSlow(const char* first, const char* last, double& va
     return NumberEN::ok;
 }
 
+NumberEN detail::JudgeFloat(std::uint64_t mantissa, std::int64_t exponent, double wide,
+                            float& value) {
+    // What has few places, zeros at its end aside, is the usual case.
+    constexpr double million = 1e6, few = 1e7;
+    const double scaled = std::fabs(wide) * million;
+    if (scaled < few && static_cast<double>(static_cast<std::int64_t>(scaled + 0.5)) / million ==
+                            std::fabs(wide))
+        return NumberEN::ok;
+    constexpr std::uint64_t longest = 1'000'000'000;  // the shortest decimal has nine digits
+    constexpr std::int64_t mostPlaces = 12;           // then a float times the power is exact
+    if (exponent < 0 && mantissa >= longest && mantissa % 10 != 0) return NumberEN::more;
+    while (mantissa != 0 && mantissa % 10 == 0) {
+        mantissa /= 10;
+        ++exponent;
+    }
+    if (exponent < 0 && mantissa >= longest) return NumberEN::more;
+    const auto bits = std::bit_cast<std::uint32_t>(value);
+    constexpr std::uint32_t fraction = (1U << 23) - 1, least = 1U << 23;
+    const bool evenlySpaced = (bits & fraction) != 0 && (bits & ~(1U << 31)) > least;
+    if (mantissa != 0 && evenlySpaced && exponent < 0 && exponent >= -mostPlaces) {
+        // In units of the last digit: where the float stands, and how far around it others round
+        // to it.
+        const double power = ExactPowers[-exponent];
+        const double place = std::fabs(static_cast<double>(value)) * power;
+        const double next = static_cast<double>(std::bit_cast<float>(bits + 1));
+        const double reach = std::fabs(next - static_cast<double>(value)) * power / 2;
+        const double off = std::fabs(place - static_cast<double>(mantissa));
+        const double shorter = std::fabs(std::round(place / 10) * 10 - place);
+        if (off != 0.5 && shorter != reach)
+            return off < 0.5 && shorter > reach ? NumberEN::ok : NumberEN::more;
+    }
+    return ShortestDouble(value) == wide ? NumberEN::ok : NumberEN::more;
+}
+
 NumberEN detail::ParseIntegerSlow(const char* first, const char* last, int& value) {
     const std::from_chars_result result = std::from_chars(first + (*first == '+'), last, value);
     return result.ec == std::errc() ? NumberEN::ok : NumberEN::tooLarge;
@@ -96,6 +131,7 @@ int strtodouble2_kt(const char* text, double* result, const char** end) {
         case NumberEN::tooLarge:
             return -2;
         case NumberEN::ok:
+        case NumberEN::more:
             break;
     }
     if (result != nullptr) *result = value;

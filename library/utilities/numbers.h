@@ -3,6 +3,7 @@
 
 #include "library/utilities/language.h"
 
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -10,8 +11,9 @@
 
 namespace LUMO_API lumo {
 
-/// How a text reads as a number.
-enum class NumberEN : signed char { ok, none, tooLarge };
+/// How a text reads as a number. more: as a float that does not hold it, whose shortest decimal is
+/// another number.
+enum class NumberEN : signed char { ok, none, tooLarge, more };
 
 /// Parses a number at `first` (sign, digits with an optional point, optional exponent; ".5", "5.",
 /// "+3", "1e-05"), independently of the locale, correctly rounded to double. Hexadecimal, "inf" and
@@ -19,8 +21,10 @@ enum class NumberEN : signed char { ok, none, tooLarge };
 /// On none and tooLarge the value is not set.
 NumberEN ParseNumber(const char* first, const char* last, double& value, const char*& end);
 
-/// ParseNumber rounded once more, to float; tooLarge is what no float holds.
-NumberEN ParseFloat(const char* first, const char* last, float& value, const char*& end);
+/// ParseNumber rounded once more, to float; tooLarge is what no float holds. On more `wide` is the
+/// number.
+NumberEN ParseFloat(const char* first, const char* last, float& value, double& wide,
+                    const char*& end);
 
 /// Parses a decimal integer with an optional sign.
 NumberEN ParseInteger(const char* first, const char* last, int& value, const char*& end);
@@ -39,6 +43,10 @@ inline constexpr int MaxMantissaDigits = 19;  ///< fit 64 bits whatever they are
 
 /// The number at [first, last), which has the form of one, correctly rounded at any length.
 NumberEN ParseNumberSlow(const char* first, const char* last, double& value);
+
+/// Of the number at [first, last): the mantissa times a power of ten that `wide` is, and `value` its
+/// float, whether that holds it.
+NumberEN JudgeFloat(std::uint64_t mantissa, std::int64_t exponent, double wide, float& value);
 
 /// Likewise an integer of any length.
 NumberEN ParseIntegerSlow(const char* first, const char* last, int& value);
@@ -117,19 +125,72 @@ struct Decimal {
     std::int64_t digits = 0;  ///< written, leading zeros included
     bool negative = false;
 
-    /// Whether mantissa and power are what was written, and the power is an exact double.
-    bool isShort() const {
-        return digits <= MaxMantissaDigits && exponent >= -MaxExactPower &&
-               exponent <= MaxExactPower;
-    }
-    /// Mantissa and power multiplied with one rounding, after that of a mantissa above 2^53.
-    double toDouble() const {
-        const auto whole = static_cast<double>(mantissa);
-        const double magnitude =
-            exponent < 0 ? whole / ExactPowers[-exponent] : whole * ExactPowers[exponent];
-        return negative ? -magnitude : magnitude;
-    }
+    /// Mantissa and power multiplied with one rounding. False when that takes more.
+    bool toDouble(double& value) const;
 };
+
+/// The first 64 bits of 10^-n, for n up to 19, and how many zeros stand before them.
+struct Reciprocal {
+    std::uint64_t bits = 0;
+    int zeros = 0;
+};
+inline constexpr int MostReciprocal = 19;
+inline constexpr auto Reciprocals = [] {
+    std::array<Reciprocal, MostReciprocal + 1> table{};
+    std::uint64_t power = 1;
+    for (int n = 1; n <= MostReciprocal; ++n) {
+        power *= 10;
+        auto& [bits, zeros] = table[static_cast<std::size_t>(n)];
+        std::uint64_t rest = 1;
+        for (zeros = -64; bits >> 63 == 0; ++zeros) {
+            const bool carry = rest >> 63 != 0;
+            rest <<= 1;
+            const bool one = carry || rest >= power;
+            if (one) rest -= power;
+            bits = bits << 1 | (one ? 1U : 0U);
+        }
+    }
+    return table;
+}();
+
+/// The upper half of a product.
+inline std::uint64_t MultiplyHigh(std::uint64_t a, std::uint64_t b) {
+    constexpr std::uint64_t low = 0xFFFFFFFF;
+    const std::uint64_t ah = a >> 32, al = a & low, bh = b >> 32, bl = b & low;
+    const std::uint64_t middle = ah * bl + (al * bl >> 32);
+    return ah * bh + (middle >> 32) + ((al * bh + (middle & low)) >> 32);
+}
+
+/// A mantissa above 2^53 with so many decimal places, correctly rounded. False when the product
+/// with the reciprocal, which is a little too small, leaves that open.
+inline bool DivideLong(std::uint64_t mantissa, int places, double& value) {
+    const auto& [bits, zeros] = Reciprocals[static_cast<std::size_t>(places)];
+    const int left = std::countl_zero(mantissa);
+    const std::uint64_t product = MultiplyHigh(mantissa << left, bits);
+    const int cut = 11 - std::countl_zero(product);
+    const std::uint64_t half = std::uint64_t{1} << (cut - 1);
+    const std::uint64_t rest = product & (2 * half - 1);
+    if (rest - (half - 1) <= 1) return false;
+    const std::uint64_t rounded = (product >> cut) + (rest > half ? 1 : 0);
+    const auto scale = static_cast<std::uint64_t>(1023 + cut - zeros - left) << 52;
+    value = static_cast<double>(rounded) * std::bit_cast<double>(scale);
+    return true;
+}
+
+inline bool Decimal::toDouble(double& value) const {
+    if (digits > MaxMantissaDigits || exponent < -MaxExactPower || exponent > MaxExactPower)
+        return false;
+    double magnitude = static_cast<double>(static_cast<std::int64_t>(mantissa));
+    if (mantissa > MaxExactMantissa) {
+        if (exponent >= 0 || exponent < -MostReciprocal) return false;
+        if (!DivideLong(mantissa, static_cast<int>(-exponent), magnitude)) return false;
+    } else {
+        magnitude =
+            exponent < 0 ? magnitude / ExactPowers[-exponent] : magnitude * ExactPowers[exponent];
+    }
+    value = negative ? -magnitude : magnitude;
+    return true;
+}
 
 /// Takes the number at `first` apart and returns the first character after it; null when there is
 /// none.
@@ -154,74 +215,78 @@ inline const char* TakeApart(const char* first, const char* last, Decimal& numbe
 /// Reads a number written as most in tables are: a digit, the point, and up to eight digits, from
 /// which one division gives it. Null when another may stand there. (Half the instructions of the
 /// general way.)
-inline const char* TakeShort(const char* first, const char* last, double& value) {
+inline const char* TakeShort(const char* first, const char* last, std::uint64_t& mantissa,
+                             int& places) {
     constexpr std::ptrdiff_t longest = 11;  // with the byte behind
     if (std::endian::native != std::endian::little || last - first < longest || first[1] != '.')
         return nullptr;
-    std::uint64_t mantissa = static_cast<unsigned>(first[0]) - unsigned{'0'};
+    mantissa = static_cast<unsigned>(first[0]) - unsigned{'0'};
     if (mantissa > 9) return nullptr;
-    const int digits = GatherEight(first + 2, mantissa);
-    const char* const after = first + 2 + digits;
+    places = GatherEight(first + 2, mantissa);
+    const char* const after = first + 2 + places;
     const bool more = static_cast<unsigned>(*after) - unsigned{'0'} <= 9;
-    if (digits == 0 || more || (*after | 0x20) == 'e') return nullptr;
-    value = static_cast<double>(static_cast<std::int64_t>(mantissa)) / ExactPowers[digits];
+    if (more || (*after | 0x20) == 'e') return nullptr;
     return after;
 }
 
-/// Whether a double that may be a few units off still rounds to the right float: it stands away
-/// from the middle between two floats.
-inline bool RoundsToFloatSafely(double value) {
-    constexpr std::uint64_t cutBits = (std::uint64_t{1} << 29) - 1;
-    constexpr std::uint64_t middle = std::uint64_t{1} << 28;
-    constexpr std::uint64_t slack = 4;
-    const std::uint64_t cut = std::bit_cast<std::uint64_t>(value) & cutBits;
-    return cut - (middle - slack) > 2 * slack;
+inline double ShortNumber(std::uint64_t mantissa, int places) {
+    return static_cast<double>(static_cast<std::int64_t>(mantissa)) / ExactPowers[places];
 }
+
+/// Numbers of TakeShort below this have seven digits at most: there floats stand closer than such
+/// decimals, so that each is the shortest of its own.
+inline constexpr std::uint64_t HeldByFloats = 10'000'000;
 
 }  // namespace detail
 
 // Up to 19 digits are gathered as an integer. When that and the power of ten are exact doubles, one
-// multiplication or division rounds correctly; every other number goes the slow way.
+// multiplication or division rounds correctly; of longer numbers a product of integers does nearly
+// always; every other number goes the slow way.
 inline NumberEN ParseNumber(const char* first, const char* last, double& value, const char*& end) {
-    if (const char* const after = detail::TakeShort(first, last, value)) {
+    std::uint64_t mantissa = 0;
+    int places = 0;
+    if (const char* const after = detail::TakeShort(first, last, mantissa, places)) {
         end = after;
+        value = detail::ShortNumber(mantissa, places);
         return NumberEN::ok;
     }
     detail::Decimal number;
     const char* const after = detail::TakeApart(first, last, number);
     if (after == nullptr) return NumberEN::none;
     end = after;
-    if (!number.isShort() || number.mantissa > detail::MaxExactMantissa) {
-        return detail::ParseNumberSlow(first, after, value);
-    }
-    value = number.toDouble();
-    return NumberEN::ok;
+    if (number.toDouble(value)) return NumberEN::ok;
+    return detail::ParseNumberSlow(first, after, value);
 }
 
-// The same value as through ParseNumber, but the rounding of a long mantissa seldom matters, so
-// that numbers written with 17 digits are fast as well.
-inline NumberEN ParseFloat(const char* first, const char* last, float& value, const char*& end) {
-    double wide = 0;
-    if (const char* const after = detail::TakeShort(first, last, wide)) {
+inline NumberEN ParseFloat(const char* first, const char* last, float& value, double& wide,
+                           const char*& end) {
+    std::uint64_t mantissa = 0;
+    int places = 0;
+    if (const char* const after = detail::TakeShort(first, last, mantissa, places)) {
         end = after;
-        value = static_cast<float>(wide);
-        return NumberEN::ok;
+        const double number = detail::ShortNumber(mantissa, places);
+        value = static_cast<float>(number);
+        if (mantissa < detail::HeldByFloats) return NumberEN::ok;
+        wide = number;
+        return detail::JudgeFloat(mantissa, -places, wide, value);
     }
     detail::Decimal number;
     const char* const after = detail::TakeApart(first, last, number);
     if (after == nullptr) return NumberEN::none;
     end = after;
-    if (number.isShort()) wide = number.toDouble();
-    if (!number.isShort() ||
-        (number.mantissa > detail::MaxExactMantissa && !detail::RoundsToFloatSafely(wide))) {
-        if (const NumberEN result = detail::ParseNumberSlow(first, after, wide);
+    double read = 0;
+    if (!number.toDouble(read)) {
+        if (const NumberEN result = detail::ParseNumberSlow(first, after, read);
             result != NumberEN::ok) {
             return result;
         }
     }
-    if (std::fabs(wide) >= detail::FloatLimit) return NumberEN::tooLarge;
-    value = static_cast<float>(wide);
-    return NumberEN::ok;
+    wide = read;
+    if (std::fabs(read) >= detail::FloatLimit) return NumberEN::tooLarge;
+    value = static_cast<float>(read);
+    // Digits beyond those that fit do not make the mantissa shorter.
+    const bool whole = number.digits <= detail::MaxMantissaDigits;
+    return detail::JudgeFloat(whole ? number.mantissa : 0, number.exponent, wide, value);
 }
 
 inline NumberEN ParseInteger(const char* first, const char* last, int& value, const char*& end) {

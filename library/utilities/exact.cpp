@@ -1,0 +1,146 @@
+#include "library/utilities/exact.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <functional>
+#include <iterator>
+#include <limits>
+
+namespace lumo {
+
+double ShortestDouble(float value) {
+    // Up to seven digits, six of them places: then floats stand closer than decimals, and one of
+    // these that reads back is the shortest.
+    constexpr double million = 1e6, most = 1e7;
+    const double exact = static_cast<double>(value);
+    const double scaled = std::fabs(exact) * million + 0.5;
+    if (scaled < most) {
+        const double decimal =
+            std::copysign(static_cast<double>(static_cast<long long>(scaled)) / million, exact);
+        if (static_cast<float>(decimal) == value) return decimal;
+    }
+    if (!std::isfinite(value)) return exact;
+    // As writers write it: whole numbers in full.
+    char text[64];
+    const double size = std::fabs(exact);
+    const auto format =
+        size >= 1e-15 && size < 1e15 ? std::chars_format::fixed : std::chars_format::scientific;
+    const char* const end = std::to_chars(text, std::end(text), value, format).ptr;
+    double decimal = exact;
+    std::from_chars(text, end, decimal);
+    return decimal;
+}
+
+void ShortestDoubles(const float* floats, long long count, double* out) {
+    std::transform(floats, floats + count, out, ShortestDouble);
+}
+
+bool AreHeldByFloats(const double* exact, const float* floats, long long count) {
+    return std::equal(exact, exact + count, floats,
+                      [](double wide, float value) { return ShortestDouble(value) == wide; });
+}
+
+double Tidied(double value) {
+    constexpr double mostDigits = 1e13;
+    double places = 1e12;
+    while (std::fabs(value) * places > mostDigits && places > 1) places /= 10;
+    constexpr double noise = 2 * std::numeric_limits<double>::epsilon();
+    const double decimal = std::round(value * places) / places;
+    const bool close = std::fabs(decimal - value) <= noise * std::max(std::fabs(value), 1.0);
+    return close && decimal != 0 ? decimal : value;
+}
+
+double ExactSum(const double* values, int count) {
+    double sum = 0, lost = 0;
+    for (int i = 0; i < count; ++i) {
+        const double next = sum + values[i];
+        lost += std::fabs(sum) >= std::fabs(values[i]) ? (sum - next) + values[i]
+                                                       : (values[i] - next) + sum;
+        sum = next;
+    }
+    return sum + lost;
+}
+
+// ---- ExactNumbers --------------------------------------------------------------------------
+
+namespace {
+
+constexpr double unset = std::numeric_limits<double>::quiet_NaN();
+
+}  // namespace
+
+void ExactNumbers::over(const float* floats, long long size) {
+    floats_ = floats;
+    size_ = size;
+    any_ = false;
+}
+
+void ExactNumbers::moved(const float* floats, long long size) {
+    floats_ = floats;
+    const long long before = size_;
+    size_ = size;
+    if (!any_ || size <= before) return;
+    if (reserve(size))
+        std::fill(values_.get() + before, values_.get() + size, unset);
+    else
+        any_ = false;
+}
+
+/// Room for so many, what is there kept. Without memory for it single precision has to do.
+bool ExactNumbers::reserve(long long size) {
+    if (size <= capacity_) return true;
+    const long long bytes = size * static_cast<long long>(sizeof(double));
+    void* const block = xreallocf_kt(values_.get(), bytes);
+    if (block == nullptr) return false;
+    static_cast<void>(values_.release());
+    values_.reset(static_cast<double*>(block));
+    capacity_ = size;
+    return true;
+}
+
+void ExactNumbers::set(const float* place, double number) {
+    const std::less<> before;
+    if (floats_ == nullptr || before(place, floats_) || !before(place, floats_ + size_)) return;
+    if (!any_) {
+        any_ = reserve(size_);
+        if (any_) std::fill_n(values_.get(), size_, unset);
+    }
+    if (any_) values_[static_cast<std::size_t>(place - floats_)] = number;
+}
+
+const double* ExactNumbers::complete(long long count) {
+    if (!any_) return nullptr;
+    const auto held = [](double wide, float value) {
+        return std::isnan(wide) ? ShortestDouble(value) : wide;
+    };
+    double* const values = values_.get();
+    std::transform(values, values + count, floats_, values, held);
+    return values;
+}
+
+XArray<double> ExactNumbers::take(long long count) {
+    XArray<double> taken;
+    if (complete(count) != nullptr) {
+        taken = std::move(values_);
+        if (count < capacity_) {
+            void* const less =
+                xreallocf_kt(taken.get(), count * static_cast<long long>(sizeof(double)));
+            if (less != nullptr) {
+                static_cast<void>(taken.release());
+                taken.reset(static_cast<double*>(less));
+            }
+        }
+        capacity_ = 0;
+    }
+    over(nullptr, 0);
+    return taken;
+}
+
+void ExactNumbers::give(XArray<double> values, long long count) {
+    values_ = std::move(values);
+    capacity_ = count;
+    any_ = values_ != nullptr;
+}
+
+}  // namespace lumo
