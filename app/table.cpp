@@ -44,16 +44,15 @@ struct LabelColumn {
 struct Sheet {
     Sheet(const Bnode_bn& node, std::string (*textOf)(std::string_view));
 
-    bool hasNumbers() const { return table != nullptr || params != nullptr; }
+    bool hasNumbers() const { return static_cast<bool>(table) || params != nullptr; }
 
     std::vector<LabelColumn> labels;
     std::vector<std::string> heads;  ///< of the columns of numbers, the experience among them
     long long rows = 0;
-    std::size_t values = 0;        ///< numbers of a row, the experience apart
-    const float* table = nullptr;  ///< row by row; or else
+    std::size_t values = 0;  ///< numbers of a row, the experience apart
+    Table table;             ///< row by row; or else
     const double* params = nullptr;
-    const float* experience = nullptr;
-    bool probabilities = false;  ///< the rows of the table are to sum to 1
+    Table experience;
 
 private:
     void labelRows(const Bnode_bn& node);
@@ -65,14 +64,13 @@ private:
 
 Sheet::Sheet(const Bnode_bn& node, std::string (*textOf)(std::string_view)) : textOf_(textOf) {
     const Reln_bn& relation = node.relation;
-    table = relation.kind == RelnKindEN::real ? relation.reals : relation.probs;
-    if (table == nullptr) params = relation.params;
-    experience = relation.exper;
-    probabilities = relation.kind != RelnKindEN::real;
+    table = {relation.kind == RelnKindEN::real ? relation.reals : relation.probs, relation.exact};
+    if (!table) params = relation.params;
+    experience = Experience(relation);
     heads = statesOf(node);
     if (heads.empty()) heads.emplace_back(node.kind == UtilityNode ? "utility" : "value");
     values = heads.size();
-    if (experience != nullptr) heads.emplace_back("experience");
+    if (experience) heads.emplace_back("experience");
     params == nullptr ? labelRows(node) : labelParameters(node);
 }
 
@@ -109,32 +107,21 @@ std::vector<std::string> Sheet::statesOf(const Bnode_bn& node) const {
 
 // ---- Numbers -------------------------------------------------------------------------------
 
-/// The digits of one row's numbers. exact: those of the floats; else what people wrote, and of
-/// longer ones as many as a float has.
+/// The digits of one row's numbers. exact: all; else of longer ones as many as a float has.
 class Digits {
 public:
     Digits(const Sheet& sheet, bool exact) : sheet_(sheet), exact_(exact) {}
 
-    void choose(long long row) {
-        row_ = static_cast<std::size_t>(row);
-        if (exact_ || !sheet_.probabilities || sheet_.table == nullptr) return;
-        numbers_.choose(sheet_.table + row_ * sheet_.values, static_cast<int>(sheet_.values));
-    }
+    void choose(long long row) { row_ = static_cast<std::size_t>(row); }
 
     /// Valid until the next call.
     std::string_view of(std::size_t column) {
         char* end = text_;
-        const std::size_t at = row_ * sheet_.values + column;
-        if (column == sheet_.values) {
-            end = write(sheet_.experience[row_]);
-        } else if (sheet_.params != nullptr) {
-            end = write(sheet_.params[at]);
-        } else if (sheet_.probabilities && !exact_) {
-            end = numbers_.writeOne(text_, column);
-            if (end - text_ > longest) end = write(sheet_.table[at]);
-        } else {
-            end = write(sheet_.table[at]);
-        }
+        const auto at = static_cast<std::ptrdiff_t>(row_ * sheet_.values + column);
+        if (column == sheet_.values)
+            end = write(sheet_.experience[static_cast<std::ptrdiff_t>(row_)]);
+        else
+            end = write(sheet_.params != nullptr ? sheet_.params[at] : sheet_.table[at]);
         return {text_, static_cast<std::size_t>(end - text_)};
     }
 
@@ -142,8 +129,7 @@ private:
     static constexpr int significant = 7;
     static constexpr int longest = significant + 2;  // with "0."
 
-    template <class T>
-    char* write(T value) {
+    char* write(double value) {
         char* const end = WriteDigits(text_, value);
         if (exact_ || end - text_ <= longest) return end;
         const char* const rounded = std::to_chars(text_, text_ + sizeof text_, value,
@@ -157,7 +143,6 @@ private:
     const Sheet& sheet_;
     const bool exact_;
     std::size_t row_ = 0;
-    RowNumbers numbers_;
     char text_[MostDigits] = {};
 };
 

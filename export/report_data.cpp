@@ -122,8 +122,9 @@ private:
         if (parameters > 0 && fits(parameters))
             json_.key("parameters").numbers(relation.params, parameters);
         if (size > 0 && fits(size + experience)) {
-            json_.key("table").numbers(table, size);
-            if (experience > 0) json_.key("experience").numbers(relation.exper, experience);
+            json_.key("table").numbers(table, relation.exact, size);
+            if (experience > 0)
+                json_.key("experience").numbers(relation.exper, relation.exactExper, experience);
         }
         if (leftOut_ > 0) json_.key("leftOut").number(static_cast<double>(leftOut_));
         leftOut_ = 0;

@@ -67,8 +67,8 @@ OwnedNet NewNamedNet(const char* fileName) {
     return net;
 }
 
-/// Scales the rows of nature nodes whose sum differs from 1 by more than the rounding of numbers, and
-/// says how many they were.
+/// Scales the rows of nature nodes whose sum differs from 1 by more than the rounding of numbers,
+/// and says how many they were.
 void NormalizeRows(Bnet_bn& net) {
     int rowsScaled = 0, nodesScaled = 0;
     for (Bnode_bn* node : net.nodes) {

@@ -222,7 +222,12 @@ inline void RandomNet::relate(Bnode_bn& node) {
         std::fill_n(row, states, 0.0F);
         row[upTo(states - 1)] = 1;
     }
-    node.setProbsTable(table.release(), false, CheckFull);
+    XArray<double> exact;
+    if (once(3)) {  // as a file with more digits has them
+        exact = NewXArray<double>(entries);
+        std::copy_n(table.get(), entries, exact.get());
+    }
+    node.setProbsTable(table.release(), false, CheckFull, exact.release());
     if (once(2)) node.relation.makeDeterminFromProbs(false);
     if (!once(4)) return;
     const bool fractions = once(3);
@@ -231,6 +236,8 @@ inline void RandomNet::relate(Bnode_bn& node) {
         experience[static_cast<std::size_t>(r)] =
             fractions ? static_cast<float>(unit() * 9) : static_cast<float>(upTo(1000));
     node.relation.setExperTable(experience.release());
+    node.relation.experFromCounts = once(2);
+    node.relation.saidDeterministic = once(2);
 }
 
 }  // namespace lumo::test

@@ -112,10 +112,10 @@ inline const std::vector<Explanation> netKeys = {
 inline constexpr FeatureSet quiet = Of({sameTitle, utilityForm, unnamedStates, untitledStates,
                                         zeroOneTable, noNetTitle, drawStyle, groupOrder});
 
-/// Whether two values are the same; numbers may differ by one unit in the last place of a float.
+/// Whether two values are the same; numbers may differ by the rounding of a product.
 inline bool AreSame(const Json& before, const Json& after) {
     if (before.is_number_float() && after.is_number())
-        return AreClose(before.get<float>(), after.get<float>());
+        return AreClose(before.get<double>(), after.get<double>());
     if (!before.is_array() || !after.is_array() || before.size() != after.size())
         return before == after;
     return std::equal(before.begin(), before.end(), after.begin(), AreSame);
@@ -243,9 +243,11 @@ inline std::vector<std::string> Unexplained(Json before, Json after, Losses loss
     return faults;
 }
 
+/// Strictly, but for what only lenient reading of a format keeps: experience.
 inline ImportResult ReadBack(const std::string& text, int code, const char* name) {
     ImportResult result;
-    Imported got = ImportText(text, code, name);
+    Imported got =
+        code == FormatHugin ? ImportLeniently(text, code, name) : ImportText(text, code, name);
     result.net = std::move(got.net);
     for (const Seen& seen : got.seen.reports) {
         ReportRecord& record = result.reports.emplace_back();

@@ -60,12 +60,13 @@ struct InFile {
 /// The table of a node as the model has it, its rows summing to their experience.
 std::vector<float> CountsOf(const Bnode_bn& node, bool weighs) {
     const Tables tables(node.net());
-    const float* table =
-        node.relation.kind == RelnKindEN::real ? node.relation.reals : tables.of(node);
+    const Table table =
+        node.relation.kind == RelnKindEN::real ? RealTable(node.relation) : tables.of(node);
     const std::size_t states = static_cast<std::size_t>(std::max(node.numStates(), 1));
     std::vector<float> counts(static_cast<std::size_t>(NumProduct(node.parents)) * states);
     for (std::size_t i = 0; i < counts.size(); ++i)
-        counts[i] = weighs ? table[i] * node.relation.exper[i / states] : table[i];
+        counts[i] = static_cast<float>(table[static_cast<std::ptrdiff_t>(i)]) *
+                    (weighs ? node.relation.exper[i / states] : 1.0F);
     return counts;
 }
 
@@ -95,7 +96,7 @@ void CompareStrict(const Bnode_bn& node, FeatureSet lost, const StrictNode& read
         EXPECT_TRUE(!AreStateNames(read.states) || AreKept(names, read.states));
     }
     if (!hasTable || !read.hasTable) return;
-    const bool weighs = format == "hugin" && node.relation.exper != nullptr;
+    const bool weighs = format == "hugin" && node.relation.experFromCounts;
     if (weighs && !kept(FeatureEN::experience)) return;
     const std::vector<float> counts = CountsOf(node, weighs);
     EXPECT_TRUE(std::equal(counts.begin(), counts.end(), read.table.begin(), read.table.end(),

@@ -471,6 +471,13 @@ inline StrictNet ReadStrictHugin(std::string_view text) {
             TakeNested(in, sizes, 0, node.table);
             in.expect(";\n");
         }
+        if (in.take("  experience = ")) {
+            std::vector<float> experience;
+            if (!node.states.empty() && node.parents.size() > 0) sizes.pop_back();
+            if (node.parents.empty()) sizes = {1};
+            TakeNested(in, sizes, 0, experience);
+            in.expect(";\n");
+        }
         in.expect("}\n");
     }
     in.end();

@@ -15,9 +15,9 @@
 #include <thread>
 #include <unordered_set>
 
+#include "formats/shared/digits.h"
 #include "library/reports/messages.h"
 #include "library/reports/reports.h"
-#include "formats/shared/digits.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo {
@@ -342,8 +342,8 @@ std::string HardDecimal(std::mt19937& random) {
 
 /// A float as its own shortest text says it, or with a digit more or other.
 std::string FloatDecimal(std::mt19937& random) {
-    const float value = std::ldexp(static_cast<float>(random() % (1U << 24)),
-                                   static_cast<int>(random() % 50) - 50);
+    const float value =
+        std::ldexp(static_cast<float>(random() % (1U << 24)), static_cast<int>(random() % 50) - 50);
     char text[64];
     char* end = std::to_chars(text, std::end(text), value, std::chars_format::fixed).ptr;
     if (random() % 4 == 0) *end++ = static_cast<char>('0' + random() % 3);

@@ -326,8 +326,7 @@ private:
         tableGiven_ = true;
         XArray<float> table = turned(numbers.data(), entries);
         XArray<double> exact = read != nullptr ? turned(read, entries) : nullptr;
-        ThrowIfError(
-            node_->setProbsTable(table.release(), false, CheckFull, exact.release()));
+        ThrowIfError(node_->setProbsTable(table.release(), false, CheckFull, exact.release()));
     }
 
     /// The numbers in rows.
@@ -451,9 +450,8 @@ private:
     }
 
     void setDefault() {
-        ThrowIfError(
-            node_->setProbsEntry2(file_.states.data(), default_.data(), true, CheckFull,
-                                  exactDefault_.empty() ? nullptr : exactDefault_.data()));
+        ThrowIfError(node_->setProbsEntry2(file_.states.data(), default_.data(), true, CheckFull,
+                                           exactDefault_.empty() ? nullptr : exactDefault_.data()));
     }
 
     // ---- Noisy-max
@@ -529,7 +527,7 @@ private:
     Bnet_bn& net_;
     Definitions& file_;
     Bnode_bn* node_ = nullptr;
-    std::vector<float> default_;  // empty: none is given
+    std::vector<float> default_;        // empty: none is given
     std::vector<double> exactDefault_;  // empty: floats hold it
     std::vector<double> causes_;  // noisy-max parameters, -1 for those not given; empty: a table
     bool tableGiven_ = false;

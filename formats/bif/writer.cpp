@@ -273,7 +273,7 @@ void WriteProbability(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     }
     out << " ) {\n";
     RowPrefix prefix(plan, node.parents);
-    AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
+    AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
         prefix.write(out);
         row.write(out, ", ");
         out << ";\n";

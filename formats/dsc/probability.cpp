@@ -227,7 +227,7 @@ private:
     // Lenient reading.
     std::unique_ptr<NoisyMaxRows> noisyMax_;  // the block has `function: max`
     bool byOrder_ = false;                    // rows are placed by their order
-    XArray<double> exact_;  // the row, where floats do not hold it
+    XArray<double> exact_;                    // the row, where floats do not hold it
     ParserPos_kt firstPlace_ = nullptr;       // of such a block: its function or first row
     std::vector<float> firstRow_;
     bool rowsDiffer_ = false;
@@ -359,8 +359,8 @@ private:
             }
             rowsDiffer_ = rowsDiffer_ || probs_ != firstRow_;
         }
-        ThrowIfError(child_.setProbsEntry2(states_.data(), probs_.data(), true, CheckFull,
-                                           exact_.get()));
+        ThrowIfError(
+            child_.setProbsEntry2(states_.data(), probs_.data(), true, CheckFull, exact_.get()));
     }
 
     void addCause() {

@@ -181,7 +181,7 @@ void WriteProbability(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     out << " ) {\n";
     if (hasTable) {
         RowPrefix prefix(node.parents);
-        AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
+        AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
             out << (node.parents.N > 0 ? "  " : "   ");
             prefix.write(out);
             row.write(out, ", ");

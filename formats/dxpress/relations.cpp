@@ -118,8 +118,8 @@ void read_prob(Parser_CString_kt& in, Bnode_bn& node) {
     if (!table.complete()) return;
     table.exact = in.exact.take(table.wanted);
     if (node.relation.kind != RelnKindEN::none) in.report(msg::import.tableAgain, node.name());
-    rept_kt* report = node.setProbsTable(table.values.release(), false, CheckFull,
-                                         table.exact.release());
+    rept_kt* report =
+        node.setProbsTable(table.values.release(), false, CheckFull, table.exact.release());
     if (IsError(report)) {
         in.makeError(*report, "%s reading conditional probabilites");
         return;

@@ -223,9 +223,8 @@ private:
     XArray<T> newTable() {
         XArray<T> table = NewXArray<T>(wanted_);
         if (table != nullptr) return table;
-        rept_kt* const error =
-            NewMemoryReport(msg::model.outOfMemoryForTable,
-                            static_cast<double>(wanted_) * sizeof(T), node_.name());
+        rept_kt* const error = NewMemoryReport(
+            msg::model.outOfMemoryForTable, static_cast<double>(wanted_) * sizeof(T), node_.name());
         in_.setError(error);
         throw error;
     }

@@ -167,23 +167,31 @@ bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
                        [](const Bnode_bn* parent) { return StatesOf(*parent) > 0; });
 }
 
-bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
-    if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return true;
-    const float* table = plan.tables().of(node);
-    if (node.relation.exper == nullptr) return KeepsRows(table, node);
-    return AllRows(
-        table, node, node.relation.exper,
-        [](const float* row, const RowNumbers& numbers) { return numbers.keepsRow(row); });
+/// What the rows sum to: counts, where the file had such.
+Table Weights(const Bnode_bn& node) {
+    return node.relation.experFromCounts ? Experience(node.relation) : Table();
 }
 
-/// Experience of 1 throughout is as none to readers.
+bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
+    if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return true;
+    return AllRows(plan.tables().of(node), node, Weights(node),
+                   [](Table row, const RowNumbers& numbers) { return numbers.keepsRow(row); });
+}
+
+/// Experience as a field of its own stands for what no row tells by its sum; counts of 1 throughout
+/// are as none to readers.
 bool KeepsExperience(const Plan& plan, const Bnode_bn& node) {
     if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return false;
     const float* experience = node.relation.exper;
-    const auto isOne = [](float value) { return AreClose(value, 1); };
-    return !std::all_of(experience, experience + NumProduct(node.parents), isOne) &&
-           AllRows(plan.tables().of(node), node, experience,
-                   [](const float*, const RowNumbers& numbers) { return numbers.keepsWeight(); });
+    const float* const end = experience + NumProduct(node.parents);
+    if (node.relation.experFromCounts)
+        return !std::all_of(experience, end, [](float value) { return value == 1; }) &&
+               AllRows(plan.tables().of(node), node, Weights(node),
+                       [](Table, const RowNumbers& numbers) { return numbers.keepsWeight(); });
+    return std::all_of(experience, end,
+                       [](float value) { return value >= 0 && std::isfinite(value); }) &&
+           AllRows(plan.tables().of(node), node, {},
+                   [](Table, const RowNumbers& numbers) { return numbers.keepsWeight(); });
 }
 
 // ---- What is kept --------------------------------------------------------------------------
@@ -370,12 +378,12 @@ void WriteNode(TextOut& out, const Bnode_bn& node, const Plan& plan) {
 /// states of each parent and, when there are several, around those of the node.
 class TableWriter {
 public:
-    TableWriter(TextOut& out, const Bnode_bn& node)
+    TableWriter(TextOut& out, const Bnode_bn& node, int states)
         : out_(out), spans_(static_cast<std::size_t>(node.parents.N)) {
         long long span = 1;
         for (std::size_t i = spans_.size(); i-- > 0;)
             spans_[i] = span *= node.parents[static_cast<int>(i)]->numStates();
-        if (StatesOf(node) > 0 || spans_.empty()) spans_.push_back(1);
+        if (states > 0 || spans_.empty()) spans_.push_back(1);
     }
 
     /// One row: write() writes the numbers of one combination of parent states.
@@ -417,19 +425,28 @@ void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     out << ")\n{\n";
     if (hasTable) {
         out << "  data = ";
-        TableWriter table(out, node);
+        TableWriter table(out, node, StatesOf(node));
         if (node.relation.kind == RelnKindEN::real) {
             const int rows = NumProduct(node.parents);
             for (int row = 0; row < rows; ++row)
-                table.row([&] { out << node.relation.reals[row]; });
+                table.row([&] { out << RealTable(node.relation)[row]; });
         } else {
-            AllRows(plan.tables().of(node), node, node.relation.exper,
-                    [&](const float*, const RowNumbers& numbers) {
+            AllRows(plan.tables().of(node), node, Weights(node),
+                    [&](Table, const RowNumbers& numbers) {
                         table.row([&] { numbers.write(out, " "); });
                         return true;
                     });
         }
         out << ";\n";
+        if (node.relation.exper != nullptr && KeepsExperience(plan, node) &&
+            !node.relation.experFromCounts) {
+            out << "  experience = ";
+            const Table experience = Experience(node.relation);
+            TableWriter list(out, node, 0);
+            for (int rows = NumProduct(node.parents), row = 0; row < rows; ++row)
+                list.row([&] { out << experience[row]; });
+            out << ";\n";
+        }
     }
     out << "}\n";
 }

@@ -1,15 +1,36 @@
 // Probability tables for files: the rows of every relation that has some, and their numbers.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
+#include <span>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
 
 #include "formats/shared/textout.h"
 #include "library/model/netmodel.h"
+#include "library/utilities/exact.h"
 
 namespace LUMO_API lumo {
+
+/// A table as it is held: in single precision, and in double precision where that says more.
+struct Table {
+    const float* floats = nullptr;
+    const double* exact = nullptr;
+
+    explicit operator bool() const { return floats != nullptr || exact != nullptr; }
+    /// The number at a place: what the file said, of floats their shortest decimal.
+    double operator[](std::ptrdiff_t i) const {
+        return exact != nullptr ? exact[i] : ShortestDouble(floats[i]);
+    }
+    Table from(std::ptrdiff_t i) const {
+        return {floats != nullptr ? floats + i : nullptr, exact != nullptr ? exact + i : nullptr};
+    }
+};
+
+/// The real table of a relation, and its experience.
+inline Table RealTable(const Reln_bn& relation) { return {relation.reals, relation.exact}; }
+inline Table Experience(const Reln_bn& relation) { return {relation.exper, relation.exactExper}; }
 
 /// The probability tables of a net, those of condensed noisy-max relations expanded as long as
 /// they are not too large to be worth writing out.
@@ -17,70 +38,58 @@ class Tables {
 public:
     explicit Tables(const Bnet_bn& net);
 
-    /// The node's table, valid until the next call; null when it has none.
-    const float* of(const Bnode_bn& node) const;
+    /// The node's table, valid until the next call; none when it has none.
+    Table of(const Bnode_bn& node) const;
     /// Whether there is something to write of a node's relation: its table is not left out.
     bool has(const Bnode_bn& node) const;
 
 private:
     std::unordered_set<const Bnode_bn*> leftOut_;
-    mutable std::vector<float> expanded_;
+    mutable std::vector<double> expanded_;
 };
 
-/// The numbers to write for a row of probabilities: with the fewest digits that read back to the
-/// floats of the row, or, when numbers of at most 7 digits within one unit in the last place of the
-/// floats sum to exactly 1, those. They are what people wrote (0.59 0.4067 0.0033), and rounding in
-/// single precision loses.
+/// The numbers to write for a row of probabilities: what the file said, digit for digit, or counts
+/// that are that often as much.
 class RowNumbers {
 public:
-    /// Chooses the numbers for a row. They sum to the weight: counts, as far as it is not 1.
-    void choose(const float* row, int count, float weight = 1);
-    /// Writes the numbers chosen, valid until the next choice.
+    /// Takes the numbers of a row. They sum to the weight: counts, as far as it is not 1.
+    void choose(Table row, int count, double weight = 1);
+    /// Writes the numbers, valid until the next choice.
     void write(TextOut& out, std::string_view separator) const;
     /// Writes one of them into MostDigits bytes, and returns its end.
     char* writeOne(char* to, std::size_t i) const;
+    std::span<const double> numbers() const { return numbers_; }
 
-    /// Whether a reader that divides the numbers by their sum gets every float of the row, but for
-    /// one unit in the last place, and whether it gets the weight as the sum.
-    bool keepsRow(const float* row) const;
+    /// Whether a reader that divides the numbers by their sum, where that is not 1, gets the row,
+    /// and whether it gets the weight as the sum.
+    bool keepsRow(Table row) const;
     bool keepsWeight() const;
 
 private:
-    /// Numbers with that many decimal places to choose from.
-    struct Window {
-        int places = 0;
-        std::int64_t low = 0, high = 0, chosen = 0;
-    };
-    static Window windowOf(float number, int ulps);
-    bool chooseDecimals(const float* row, int ulps);
-    bool chooseCounts();
-    float asRead(std::size_t i) const;
-    double sum() const;
-
-    std::vector<float> floats_;     // to be written as they are, or else
-    std::vector<Window> decimals_;  // those chosen, times
-    std::int64_t times_ = 0;        // 0: the floats are written
-    float weight_ = 1;
+    std::vector<double> numbers_;
+    double weight_ = 1;
 };
 
 /// Hands every row of the node's table and its numbers to use(row, numbers) as long as that is
 /// true, and returns whether it was. Rows sum to their experience, when that is given.
 template <class USE>
-bool AllRows(const float* table, const Bnode_bn& node, const float* experience, USE use) {
+bool AllRows(Table table, const Bnode_bn& node, Table experience, USE use) {
     const int states = node.numStates();
     RowNumbers numbers;
-    for (int rows = NumProduct(node.parents); rows > 0; --rows, table += states) {
-        numbers.choose(table, states, experience != nullptr ? *experience++ : 1.0F);
-        if (!use(table, numbers)) return false;
+    for (int rows = NumProduct(node.parents), row = 0; row < rows; ++row) {
+        const Table own = table.from(std::ptrdiff_t{row} * states);
+        numbers.choose(own, states, experience ? experience[row] : 1.0);
+        if (!use(own, numbers)) return false;
     }
     return true;
 }
 
-/// Whether a reader that makes the rows of a table sum to 1 gets its floats, but for one unit in
-/// the last place, from what RowNumbers chooses.
-bool KeepsRows(const float* table, const Bnode_bn& node);
+/// Whether a reader that makes the rows of a table sum to 1 gets its numbers.
+bool KeepsRows(Table table, const Bnode_bn& node);
 
 /// Whether the values are equal but for one unit in the last place.
 bool AreClose(float a, float b);
+/// Whether they are but for the rounding of a product and a quotient.
+bool AreClose(double a, double b);
 
 }  // namespace lumo

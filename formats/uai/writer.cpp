@@ -110,16 +110,16 @@ void WriteTable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
         out << '\n';
     };
     if (plan.hasTable(node)) {
-        AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
+        AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
             writeRow(row);
             return true;
         });
         return;
     }
-    const std::vector<float> uniform(static_cast<std::size_t>(node.numStates()),
-                                     1.0F / static_cast<float>(node.numStates()));
+    const std::vector<double> uniform(static_cast<std::size_t>(node.numStates()),
+                                      1.0 / node.numStates());
     RowNumbers numbers;
-    numbers.choose(uniform.data(), node.numStates());
+    numbers.choose({nullptr, uniform.data()}, node.numStates());
     for (int row = 0; row < rows; ++row) writeRow(numbers);
 }
 

@@ -78,7 +78,9 @@ ElementEN ElementOf(const Bnode_bn& node) {
         return ElementEN::equation;
     if (node.numStates() == 0) return ElementEN::none;
     if (!isNature) return ElementEN::decision;
-    const bool isFunction = node.relation.kind == RelnKindEN::deterministic;
+    // Few other programs know the element: a table of zeros and ones stays a table.
+    const bool isFunction =
+        node.relation.kind == RelnKindEN::deterministic && node.relation.saidDeterministic;
     return isFunction ? ElementEN::deterministic : ElementEN::cpt;
 }
 
@@ -232,7 +234,10 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
      [](const Plan& plan, const Bnode_bn& node) { return !plan.isUniform(node); }},
     {FeatureEN::table, [](const Plan& plan, const Bnode_bn& node) { return plan.hasTable(node); }},
     {FeatureEN::exactTable},
-    {FeatureEN::deterministic},
+    {FeatureEN::deterministic,
+     [](const Plan& plan, const Bnode_bn& node) {
+         return plan.element(node) == ElementEN::deterministic;
+     }},
     {FeatureEN::zeroOneTable},
 };
 
@@ -337,7 +342,7 @@ private:
 
     void writeResults(const Bnode_bn& node) {
         const Texts ids = plan_.states(node);
-        const float* row = plan_.tables().of(node);
+        const float* row = node.relation.probs;
         out_ << "\t\t\t<resultingstates>";
         for (int rows = NumProduct(node.parents), r = 0; r < rows; ++r, row += node.numStates())
             out_ << (r > 0 ? " " : "")
@@ -358,13 +363,13 @@ private:
         const int rows = NumProduct(node.parents);
         out_ << "\t\t\t<utilities>";
         for (int row = 0; row < rows; ++row)
-            out_ << (row > 0 ? " " : "") << node.relation.reals[row];
+            out_ << (row > 0 ? " " : "") << RealTable(node.relation)[row];
         out_ << "</utilities>\n";
     }
 
     void writeProbabilities(const Bnode_bn& node) {
         const char* separator = "\t\t\t<probabilities>";
-        AllRows(plan_.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
+        AllRows(plan_.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
             out_ << separator;
             row.write(out_, " ");
             separator = " ";
@@ -374,10 +379,10 @@ private:
     }
 
     void writeUniform(const Bnode_bn& node) {
-        const std::vector<float> uniform(static_cast<std::size_t>(node.numStates()),
-                                         1.0F / static_cast<float>(node.numStates()));
+        const std::vector<double> uniform(static_cast<std::size_t>(node.numStates()),
+                                          1.0 / node.numStates());
         RowNumbers numbers;
-        numbers.choose(uniform.data(), node.numStates());
+        numbers.choose({nullptr, uniform.data()}, node.numStates());
         out_ << "\t\t\t<probabilities>";
         for (int rows = plan_.rows(node), row = 0; row < rows; ++row) {
             if (row > 0) out_ << ' ';

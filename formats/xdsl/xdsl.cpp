@@ -324,6 +324,7 @@ private:
         }
         ThrowIfError(node.setProbsTable(table.release(), false, CheckFull));
         node.relation.makeDeterminFromProbs(false);
+        node.relation.saidDeterministic = true;
     }
 
     void installNoisyMax(NodeValues& values) {

@@ -129,7 +129,7 @@ struct Definition {
     Reference child;
     std::vector<Reference> parents;
     vect_kt<float> numbers;
-    XArray<double> exact;  // where floats do not hold the numbers
+    XArray<double> exact;          // where floats do not hold the numbers
     bool stateSlowest = false;     ///< the table's order
     ParserPos_kt place = nullptr;  ///< of the table, else of the element
 

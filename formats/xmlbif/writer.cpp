@@ -232,9 +232,10 @@ void WriteVariable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
 
 void WriteUtilities(TextOut& out, const Bnode_bn& node) {
     const int rowLength = std::max(node.numStates(), 1);
-    const float* number = node.relation.reals;
+    const Table table = RealTable(node.relation);
+    std::ptrdiff_t at = 0;
     for (int rows = NumProduct(node.parents); rows > 0; --rows) {
-        for (int i = 0; i < rowLength; ++i) out << (i == 0 ? '\n' : ' ') << *number++;
+        for (int i = 0; i < rowLength; ++i) out << (i == 0 ? '\n' : ' ') << table[at++];
     }
 }
 
@@ -243,7 +244,7 @@ void WriteTable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     if (node.relation.kind == RelnKindEN::real) {
         WriteUtilities(out, node);
     } else {
-        AllRows(plan.tables().of(node), node, nullptr, [&](const float*, const RowNumbers& row) {
+        AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
             out << '\n';
             row.write(out, " ");
             return true;

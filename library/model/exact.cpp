@@ -28,18 +28,19 @@ public:
     RowScaling(float* probs, double* exact, int states, int rows)
         : probs_(probs),
           exact_(exact),
+          given_(exact != nullptr),
           states_(states),
           entries_(std::ptrdiff_t{1} * states * rows),
           decimals_(static_cast<std::size_t>(states)) {}
 
     /// Scales a row of which that is the sum of the floats, and returns that of the numbers.
     double scale(float* row, double sum) {
-        if (exact_ == nullptr) return IsOne(sum, FloatNoise) ? sum : scaleFloats(row, sum);
+        if (!given_) return IsOne(sum, FloatNoise) ? sum : scaleFloats(row, sum);
         double* const exact = exact_ + (row - probs_);
         const double exactSum = ExactSum(exact, states_);
-        if (exactSum != 0 && !IsOne(exactSum, DoubleNoise)) divide(exact, exactSum);
+        ScaleToOne(exact, states_);
         if (sum != 0 && !IsOne(sum, FloatNoise)) divide(row, sum);
-        return exactSum;
+        return Tidied(exactSum);
     }
 
     /// The table of double precision, when one had to be made.
@@ -53,11 +54,13 @@ private:
         const double exactSum = Tidied(ExactSum(decimals_.data(), states_));
         divide(decimals_.data(), exactSum);
         divide(row, sum);
-        if (AreHeldByFloats(decimals_.data(), row, states_)) return exactSum;
-        made_ = NewXArray<double>(entries_);
-        if (made_ == nullptr) return exactSum;  // single precision has to do
-        exact_ = made_.get();
-        ShortestDoubles(probs_, entries_, exact_);
+        if (exact_ == nullptr) {
+            if (AreHeldByFloats(decimals_.data(), row, states_)) return exactSum;
+            made_ = NewXArray<double>(entries_);
+            if (made_ == nullptr) return exactSum;  // single precision has to do
+            exact_ = made_.get();
+            ShortestDoubles(probs_, entries_, exact_);
+        }
         std::copy(decimals_.begin(), decimals_.end(), exact_ + (row - probs_));
         return exactSum;
     }
@@ -66,13 +69,13 @@ private:
         std::transform(row, row + states_, row, [sum](double p) { return Tidied(p / sum); });
     }
     void divide(float* row, double sum) const {
-        std::transform(row, row + states_, row, [sum](float p) {
-            return static_cast<float>(static_cast<double>(p) / sum);
-        });
+        std::transform(row, row + states_, row,
+                       [sum](float p) { return static_cast<float>(static_cast<double>(p) / sum); });
     }
 
     float* probs_;
     double* exact_;
+    bool given_;
     int states_;
     std::ptrdiff_t entries_;
     std::vector<double> decimals_;  // of a row
@@ -96,6 +99,22 @@ void ModelAccess::installExact(Bnode_bn& node, XArray<double> exact, int entries
     if (inArena != nullptr) std::copy_n(exact.get(), entries, inArena);
     relation.exactInArena = inArena != nullptr;
     relation.exact = inArena != nullptr ? inArena : exact.release();
+}
+
+void ScaleToOne(double* row, int states) {
+    const double sum = ExactSum(row, states);
+    if (sum == 0 || IsOne(sum, DoubleNoise)) return;
+    // A row that floats hold is a row of floats, also beside others.
+    double floatSum = 0;
+    bool held = true;
+    for (int s = 0; s < states && held; ++s) {
+        const auto value = static_cast<float>(row[s]);
+        held = ShortestDouble(value) == row[s];
+        floatSum += static_cast<double>(value);
+    }
+    if (held && IsOne(floatSum, FloatNoise)) return;
+    const double divisor = Tidied(sum);
+    std::transform(row, row + states, row, [divisor](double p) { return Tidied(p / divisor); });
 }
 
 int NormalizeBelvecTable(float* table, int states, int rows, XArray<double>* exact) {

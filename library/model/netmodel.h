@@ -100,20 +100,21 @@ char* statetostr1(int state, const Varbl_bn& variable, char* buffer);
 struct Reln_bn {
     Bnode_bn* node = nullptr;  ///< the node it belongs to
     RelnKindEN kind = RelnKindEN::none;
-    bool rowsNormalized = false;  ///< every row of probs is known to sum to 1 (or to 0)
-    bool rowAgainTold = false;    ///< the warning about a row given twice was shown
-    bool noiseTold = false;       ///< the warning about rounding noise was shown
-    bool probsInArena = false;    ///< probs is part of the net's own memory
-    bool exactInArena = false;    ///< likewise exact
-    bool experFromCounts = false;  ///< exper is the sums of the rows of counts that the file has
-    float* probs = nullptr;       ///< full table, rows x states; null for none, real, condensed
-    float* exper = nullptr;       ///< experience, one per row; may be null
-    float* reals = nullptr;       ///< real table, one per row (times the states, if there are any)
+    bool rowsNormalized = false;     ///< every row of probs is known to sum to 1 (or to 0)
+    bool rowAgainTold = false;       ///< the warning about a row given twice was shown
+    bool noiseTold = false;          ///< the warning about rounding noise was shown
+    bool probsInArena = false;       ///< probs is part of the net's own memory
+    bool exactInArena = false;       ///< likewise exact
+    bool saidDeterministic = false;  ///< the file calls it so, not only its numbers
+    bool experFromCounts = false;    ///< exper is the sums of the rows of counts that the file has
+    float* probs = nullptr;          ///< full table, rows x states; null for none, real, condensed
+    float* exper = nullptr;          ///< experience, one per row; may be null
+    float* reals = nullptr;  ///< real table, one per row (times the states, if there are any)
     /// probs, or reals, in double precision, in the same order; null where the shortest decimals of
     /// the floats say all that the file says. Whatever changes the floats changes or drops it.
     double* exact = nullptr;
-    double* exactExper = nullptr;  ///< likewise exper
-    double* params = nullptr;      ///< noisy-max parameters, NumCIParams of the node
+    double* exactExper = nullptr;       ///< likewise exper
+    double* params = nullptr;           ///< noisy-max parameters, NumCIParams of the node
     unsigned char* rowMarks = nullptr;  ///< while rows are set singly: how each was given
 
     Reln_bn() = default;
@@ -169,6 +170,10 @@ inline bool IsRoundingNoise(float value) { return value < 0 && value > -1e-5F; }
 /// Sums are taken in double. exact: the table in double precision, null where floats hold it; it
 /// may come to be.
 int NormalizeBelvecTable(float* table, int states, int rows, XArray<double>* exact = nullptr);
+
+/// Scales a row of doubles that does not sum to 1, as normalising does; a row that floats hold is
+/// one of floats.
+void ScaleToOne(double* row, int states);
 
 /// Rounds each value within the tolerance of an integer to it; a null table is nothing.
 void SnapToInteger_kt(float* values, int count, double tolerance);

@@ -172,8 +172,8 @@ void Reln_bn::clear() {
     for (double** table : {&exact, &exactExper, &params}) Free(*table);
     Free(rowMarks);
     kind = RelnKindEN::none;
-    rowsNormalized = rowAgainTold = noiseTold = probsInArena = exactInArena = experFromCounts =
-        false;
+    rowsNormalized = rowAgainTold = noiseTold = probsInArena = exactInArena = false;
+    experFromCounts = saidDeterministic = false;
 }
 
 rept_kt* Reln_bn::setRealTable(float* table, Reln_bn*, double* wide) {
@@ -399,8 +399,7 @@ void WriteRows(Bnode_bn& node, RowPattern& pattern, const std::vector<float>& va
         std::copy(values.begin(), values.end(), relation.probs);
         Repeat(relation.probs, values.size(), rows * values.size());
         SetExactRow(node, 0, values.data(), exact);
-        if (relation.exact != nullptr)
-            Repeat(relation.exact, values.size(), rows * values.size());
+        if (relation.exact != nullptr) Repeat(relation.exact, values.size(), rows * values.size());
         std::fill_n(relation.rowMarks, rows, RowByDefault);
         return;
     }
@@ -445,7 +444,8 @@ bool SetNextRow(Bnode_bn& node, const int* parentStates, const float* probs, con
 rept_kt* Bnode_bn::setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN,
                                   const double* exact) {
     std::vector<double> tidied;
-    if (exact != nullptr && std::any_of(exact, exact + numStates(), [](double p) { return p < 0; })) {
+    if (exact != nullptr &&
+        std::any_of(exact, exact + numStates(), [](double p) { return p < 0; })) {
         bool noise = false;  // told of the floats
         tidied.assign(exact, exact + numStates());
         DropNoise(tidied.data(), numStates(), noise);

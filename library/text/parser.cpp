@@ -351,8 +351,7 @@ void Parser_CString_kt::readQuotedRest(strin_kt& out) {
 
 /// Reads the number at p, which must end where a word ends (in a list also before , ) ] or }).
 template <class T>
-inline bool Parser_CString_kt::numberAt(const char* p, bool inList, T& out,
-                                        const char*& after) {
+inline bool Parser_CString_kt::numberAt(const char* p, bool inList, T& out, const char*& after) {
     if (!Parse(p, end_, out, after, exact)) return false;
     return is(after, ByteSpace | BytePunct | ByteEnd) || (inList && is(after, ByteListCloser)) ||
            commentAt(after);

@@ -265,7 +265,8 @@ class Parser_CString_kt final : public Parser_kt {
 public:
     InChannel_CString_kt channel;
     strin_kt work;
-    ExactNumbers exact;  ///< what floats do not hold of the numbers that are read into those it is over
+    ExactNumbers
+        exact;  ///< what floats do not hold of the numbers that are read into those it is over
 
     Parser_CString_kt(const ParserOptions_kt* options, const InChannel_CString_kt& from);
     ~Parser_CString_kt();

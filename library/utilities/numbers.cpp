@@ -87,8 +87,8 @@ NumberEN detail::JudgeFloat(std::uint64_t mantissa, std::int64_t exponent, doubl
     // What has few places, zeros at its end aside, is the usual case.
     constexpr double million = 1e6, few = 1e7;
     const double scaled = std::fabs(wide) * million;
-    if (scaled < few && static_cast<double>(static_cast<std::int64_t>(scaled + 0.5)) / million ==
-                            std::fabs(wide))
+    if (scaled < few &&
+        static_cast<double>(static_cast<std::int64_t>(scaled + 0.5)) / million == std::fabs(wide))
         return NumberEN::ok;
     constexpr std::uint64_t longest = 1'000'000'000;  // the shortest decimal has nine digits
     constexpr std::int64_t mostPlaces = 12;           // then a float times the power is exact

@@ -44,8 +44,8 @@ inline constexpr int MaxMantissaDigits = 19;  ///< fit 64 bits whatever they are
 /// The number at [first, last), which has the form of one, correctly rounded at any length.
 NumberEN ParseNumberSlow(const char* first, const char* last, double& value);
 
-/// Of the number at [first, last): the mantissa times a power of ten that `wide` is, and `value` its
-/// float, whether that holds it.
+/// Of the number at [first, last): the mantissa times a power of ten that `wide` is, and `value`
+/// its float, whether that holds it.
 NumberEN JudgeFloat(std::uint64_t mantissa, std::int64_t exponent, double wide, float& value);
 
 /// Likewise an integer of any length.
