@@ -15,6 +15,7 @@
 #include "formats/shared/digits.h"
 #include "formats/shared/rows.h"
 #include "formats/shared/textout.h"
+#include "library/utilities/numbers.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
@@ -132,11 +133,11 @@ private:
     char* write(double value) {
         char* const end = WriteDigits(text_, value);
         if (exact_ || end - text_ <= longest) return end;
-        const char* const rounded = std::to_chars(text_, text_ + sizeof text_, value,
-                                                  std::chars_format::scientific, significant - 1)
-                                        .ptr;
+        const char* rounded = std::to_chars(text_, text_ + sizeof text_, value,
+                                            std::chars_format::scientific, significant - 1)
+                                  .ptr;
         double number = 0;
-        std::from_chars(text_, rounded, number);
+        ParseNumber(text_, rounded, number, rounded);
         return WriteDigits(text_, number);
     }
 

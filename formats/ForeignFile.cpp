@@ -14,6 +14,7 @@
 #include "formats/detect.h"
 #include "formats/shared/messages.h"
 #include "formats/shared/readers.h"
+#include "library/utilities/system.h"
 
 namespace lumo {
 
@@ -79,10 +80,9 @@ void NormalizeRows(Bnet_bn& net) {
     if (rowsScaled > 0) NewReport(msg::import.rowsScaled, rowsScaled, nodesScaled);
 }
 
-std::string FolderOf(std::string_view fileName) {
-    const std::size_t slash = fileName.rfind('/');
-    if (slash == std::string_view::npos) return ".";
-    return std::string(fileName.substr(0, slash + 1));
+std::string FolderOf(const char* fileName) {
+    const char* const separator = system::LastSeparator(fileName);
+    return separator == nullptr ? "." : std::string(fileName, separator + 1);
 }
 
 /// Keeps what has a probability possible in single precision too, and says of how many numbers.

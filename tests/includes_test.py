@@ -38,6 +38,10 @@ for path in files:
         if platform.match(line) and path.startswith(without) and not path.startswith("library/utilities/system"):
             faults += 1
             print("%s:%d: only library/utilities/system knows the platform" % (path, number))
+        if line.startswith("#include <filesystem>") and path.startswith(("library/", "formats/")) and not path.startswith(
+                "library/utilities/"):
+            faults += 1
+            print("%s:%d: a browser has no <filesystem>" % (path, number))
         included = re.match(r'#include "([^"]+)"', line)
         if not included:
             continue

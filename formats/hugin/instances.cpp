@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <climits>
 #include <deque>
-#include <filesystem>
 #include <map>
 #include <memory>
 #include <unordered_map>
@@ -14,6 +13,7 @@
 
 #include "formats/hugin/messages.h"
 #include "formats/shared/positions.h"
+#include "library/utilities/system.h"
 
 namespace lumo::hugin {
 
@@ -248,19 +248,16 @@ FieldHandler<Instance> read_instance_func(const char* name) {
 
 namespace {
 
-/// The text of that name in the folder, not of a link that leads out of it; null when there is
-/// none.
-XArray<char> TextBeside(const std::string& name) {
-    namespace fs = std::filesystem;
-    std::error_code failed;
-    const fs::path folder = fs::canonical(All->folder, failed);
-    if (failed) return nullptr;
-    const fs::path path = fs::canonical(folder / name, failed);
-    if (failed || path.parent_path() != folder || !fs::is_regular_file(path, failed))
+/// The text of the file in the folder, not of a link that leads out of it; null when there is none.
+XArray<char> TextIn(const std::string& folder, const char* path) {
+    const std::string place = system::WithoutLinks(path);
+    const std::string around = system::WithoutLinks(folder.c_str());
+    const char* const end = system::LastSeparator(place.c_str());
+    if (end == nullptr || around != std::string_view(place.c_str(), end) ||
+        system::StatusOf(place.c_str()).kind != system::PathKindEN::file ||
+        system::InputFile(place.c_str()).size() > mostText)
         return nullptr;
-    const auto size = fs::file_size(path, failed);
-    if (failed || size > static_cast<std::uintmax_t>(mostText)) return nullptr;
-    return XArray<char>(FileToStringThrows_kt(path.string().c_str(), -1, nullptr));
+    return XArray<char>(FileToStringThrows_kt(place.c_str(), -1, nullptr));
 }
 
 /// The file beside this one that is named after the class and holds it.
@@ -269,14 +266,16 @@ Source* FindBeside(Parser_CString_kt& in, const std::string& name) {
     if (All->folder.empty() || !plain) return nullptr;
     const auto [known, isNew] = All->beside.try_emplace(name, nullptr);
     if (!isNew) return known->second;
+    const char* const end = system::LastSeparator(All->folder.c_str());
+    const bool ends = end != nullptr && end[1] == '\0';
+    const std::string folder = ends ? All->folder : All->folder + '/';
     for (const char* extension : {".oobn", ".net"}) {
-        const std::string file = name + extension;
-        XArray<char> text = TextBeside(file);
+        const std::string file = folder + name + extension;
+        XArray<char> text = TextIn(All->folder, file.c_str());
         if (text == nullptr || Is16Bit_kt(text.get())) continue;
         Source& source = All->sources.emplace_back();
         source.text = std::move(text);
-        source.channel = std::make_unique<InChannel_CString_kt>(
-            source.text.get(), (std::filesystem::path(All->folder) / file).string().c_str());
+        source.channel = std::make_unique<InChannel_CString_kt>(source.text.get(), file.c_str());
         source.parser.reset(source.channel->makeParser(in.options));
         source.in = &TextParser(*source.parser);
         source.classes = FindClasses(*source.in);

@@ -7,6 +7,8 @@
 #include <iterator>
 #include <limits>
 
+#include "library/utilities/numbers.h"
+
 namespace lumo {
 
 double ShortestDouble(float value) {
@@ -26,9 +28,9 @@ double ShortestDouble(float value) {
     const double size = std::fabs(exact);
     const auto format =
         size >= 1e-15 && size < 1e15 ? std::chars_format::fixed : std::chars_format::scientific;
-    const char* const end = std::to_chars(text, std::end(text), value, format).ptr;
+    const char* end = std::to_chars(text, std::end(text), value, format).ptr;
     double decimal = exact;
-    std::from_chars(text, end, decimal);
+    ParseNumber(text, end, decimal, end);
     return decimal;
 }
 

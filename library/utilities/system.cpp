@@ -124,6 +124,11 @@ PathStatus StatusOf(int descriptor) {
     return ::fstat(descriptor, &status) == 0 ? StatusFrom(status) : PathStatus{};
 }
 
+std::string WithoutLinks(const char* path) {
+    const std::unique_ptr<char, Free> found(::realpath(path, nullptr));
+    return found != nullptr ? found.get() : "";
+}
+
 int OpenForWriting(const char* path) { return ::open(path, O_WRONLY | O_CLOEXEC | O_NOCTTY); }
 
 int CreateNew(const char* path, unsigned mode, bool exact) {

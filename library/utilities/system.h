@@ -53,6 +53,9 @@ struct PathStatus {
 PathStatus StatusOf(const char* path);
 PathStatus StatusOf(int descriptor);
 
+/// The path that leads there without links; empty when there is nothing.
+std::string WithoutLinks(const char* path);
+
 // Descriptors: these return one, or 0, and -1 with errno set on failure.
 int OpenForWriting(const char* path);  ///< what exists: a device, a pipe
 /// A new file with those permissions, whatever the process's mask says when they are exact; EEXIST

@@ -23,6 +23,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "library/utilities/paths.h"
 
@@ -152,6 +154,12 @@ PathStatus StatusOf(const char* path) {
 }
 
 PathStatus StatusOf(int descriptor) { return StatusFrom(HandleOf(descriptor)); }
+
+std::string WithoutLinks(const char* path) {
+    std::error_code failed;
+    const std::filesystem::path found = std::filesystem::canonical(PathOf(path), failed);
+    return failed ? "" : Utf8(found);
+}
 
 int OpenForWriting(const char* path) {
     return _wopen(Wide(path).c_str(), _O_WRONLY | _O_BINARY | _O_NOINHERIT);
