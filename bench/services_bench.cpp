@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "bench/support.h"
+#include "library/text/parser.h"
 
 namespace lumo::bench {
 namespace {
