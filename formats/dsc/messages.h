@@ -6,407 +6,163 @@
 namespace lumo {
 
 struct DscMessages {
-    // clang-format off: a row is one thing
+    using enum MessageKind;
+    // clang-format off
     // The file.
-    Message<> noNetwork{
-        -4025,
-        MessageKind::error,
-        "keyword 'network' not found",
-        OfDsc,
-        "not a DSC file, or its header is lost. Write `belief network \"name\"` in front",
-        {"belief net x", 1, 1}};
-    Message<> namelessNetwork{-5226,
-                              MessageKind::notice,
-                              "the network has no name",
-                              OfDsc,
-                              "write it behind the word `network`, or `\"\"` for none",
-                              {"belief network node A "
-                               "{}",
-                               1, 16}};
-    Message<const char*> strayAfterName{
-        -4026,
-        MessageKind::warning,
-        "unexpected punctuation %s",
-        OfDsc,
-        "something stands between the network's name and the first block, often because the "
-        "name has blanks and no quotes. Quote it",
-        {"network x : node A {}", 1, 11}};
-    Message<const char*> unknownBlock{
-        -4027,
-        MessageKind::warning,
-        "unknown block type '%s'",
-        OfDsc,
-        "a block that is neither `node` nor `probability` is passed over, and so is text before "
-        "the next block. If the word is part of a name or of rows, a brace or quote before it is "
-        "lost. Put it back; delete what belongs to no block",
-        {"network x node A {} service { "
-         "}",
-         1, 21}};
-    Message<const char*> strayBetweenBlocks{
-        -4028,
-        MessageKind::notice,
-        "unexpected punctuation %s",
-        OfDsc,
-        "a stray `;` or `}` between blocks is dropped. Delete it",
-        {"network x node A "
-         "{};",
-         1, 20}};
+    Message<> noNetwork{-4025, error, "keyword 'network' not found", OfDsc, "not a DSC file, or "
+        "its header is lost. Write `belief network \"name\"` in front", {"belief net x", 1, 1}};
+    Message<> namelessNetwork{-5226, notice, "the network has no name", OfDsc, "write it behind "
+        "the word `network`, or `\"\"` for none", {"belief network node A {}", 1, 16}};
+    Message<const char*> strayAfterName{-4026, warning, "unexpected punctuation %s", OfDsc,
+        "something stands between the network's name and the first block, often because the name "
+        "has blanks and no quotes. Quote it", {"network x : node A {}", 1, 11}};
+    Message<const char*> unknownBlock{-4027, warning, "unknown block type '%s'", OfDsc, "a block "
+        "that is neither `node` nor `probability` is passed over, and so is text before the next "
+        "block. If the word is part of a name or of rows, a brace or quote before it is lost. Put "
+        "it back; delete what belongs to no block", {"network x node A {} service { }", 1, 21}};
+    Message<const char*> strayBetweenBlocks{-4028, notice, "unexpected punctuation %s", OfDsc,
+        "a stray `;` or `}` between blocks is dropped. Delete it", {"network x node A {};", 1, 20}};
     // Node blocks.
-    Message<> nodeWithoutBody{
-        -4005,
-        MessageKind::error,
-        "missing '{'",
-        OfDsc,
+    Message<> nodeWithoutBody{-4005, error, "missing '{'", OfDsc,
         "the block of a node has no body. Write `{` after the node's identifier, which is one word",
         {"network x node A B {}", 1, 18}};
-    Message<> namelessNode{
-        -5227,
-        MessageKind::warning,
-        "this >-node has no name",
-        OfDsc,
-        "a name "
-        "is made up, and nothing in the file can mean the node. Write one behind the word `node`",
-        {"network x node {}", 1, 16}};
-    Message<const char*> strayInNode{-4006,
-                                     MessageKind::warning,
-                                     "unexpected punctuation '%s'",
-                                     OfDsc,
-                                     "a stray character between attributes is dropped. Delete it",
-                                     {"network x node A { ) }", 1, 20}};
-    Message<> missingColon{-4007,
-                           MessageKind::warning,
-                           "missing colon ':' after attribute name",
-                           OfDsc,
-                           "the attribute is passed over. Write `:` after its name",
-                           {"network x node A { name "
-                            "a; }",
-                            1, 20}};
-    Message<> missingValue{
-        -5228, MessageKind::warning,           "the value of the attribute is missing",
-        OfDsc, "write it, or `\"\"` for none", {"network x node A { name: ; }", 1, 26}};
-    Message<int> missingStateNames{-5229,
-                                   MessageKind::warning,
-                                   "%d state name[ is|s are] missing "
-                                   "from the list",
-                                   OfDsc,
-                                   "those states have empty names. Write them, or `\"\"` for none",
-                                   {"network x node A { type: discrete[2] = {a, , }; }", 1, 40}};
-    Message<> missingBracket{
-        -4008,
-        MessageKind::warning,
-        "missing [ after type:discrete",
-        OfDsc,
+    Message<> namelessNode{-5227, warning, "this >-node has no name", OfDsc,
+        "a name is made up, and nothing in the file can mean the node. Write one behind the word "
+        "`node`", {"network x node {}", 1, 16}};
+    Message<const char*> strayInNode{-4006, warning, "unexpected punctuation '%s'", OfDsc,
+        "a stray character between attributes is dropped. Delete it",
+        {"network x node A { ) }", 1, 20}};
+    Message<> missingColon{-4007, warning, "missing colon ':' after attribute name", OfDsc,
+        "the attribute is passed over. Write `:` after its name",
+        {"network x node A { name a; }", 1, 20}};
+    Message<> missingValue{-5228, warning, "the value of the attribute is missing", OfDsc,
+        "write it, or `\"\"` for none", {"network x node A { name: ; }", 1, 26}};
+    Message<int> missingStateNames{-5229, warning, "%d state name[ is|s are] missing from the list",
+        OfDsc, "those states have empty names. Write them, or `\"\"` for none",
+        {"network x node A { type: discrete[2] = {a, , }; }", 1, 40}};
+    Message<> missingBracket{-4008, warning, "missing [ after type:discrete", OfDsc,
         "the node gets two states without names. Write `discrete[2] = { ... }`",
         {"network x node A { type: discrete; }", 1, 26}};
-    Message<> missingEquals{-4009,
-                            MessageKind::warning,
-                            "missing ]= after type:discrete",
-                            OfDsc,
-                            "the states get no names. Write `=` between `]` and `{`",
-                            {"network x node A { type: "
-                             "discrete[2] {a b}; }",
-                             1, 38}};
-    Message<int, int> stateCountDiffers{-4010,
-                                        MessageKind::warning,
-                                        "supposed to be %d states, "
-                                        "but there are %d state names",
-                                        OfDsc,
-                                        "the names are dropped. Correct the number or the "
-                                        "list; a lost comma or quote makes two names one",
-                                        {"network x node A { type: discrete[2] "
-                                         "= {a}; }",
-                                         1, 40}};
-    Message<const char*> unknownType{
-        -4011,
-        MessageKind::warning,
-        "unknown or ignored >-node type "
-        "'%s'",
-        OfDsc,
-        "the node keeps two states. Types are `discrete` and `continuous`. Write "
-        "one of them",
+    Message<> missingEquals{-4009, warning, "missing ]= after type:discrete", OfDsc,
+        "the states get no names. Write `=` between `]` and `{`",
+        {"network x node A { type: discrete[2] {a b}; }", 1, 38}};
+    Message<int, int> stateCountDiffers{-4010, warning, "supposed to be %d states, but there are "
+        "%d state names", OfDsc,
+        "the names are dropped. Correct the number or the list; a lost comma or quote makes two "
+        "names one", {"network x node A { type: discrete[2] = {a}; }", 1, 40}};
+    Message<const char*> unknownType{-4011, warning, "unknown or ignored >-node type '%s'", OfDsc,
+        "the node keeps two states. Types are `discrete` and `continuous`. Write one of them",
         {"network x node A { type: fuzzy; }", 1, 26}};
-    Message<const char*> unknownAttribute{
-        -4012,
-        MessageKind::warning,
-        "unknown or ignored "
-        "attribute '%s'",
-        OfDsc,
-        "the attribute has no counterpart and is passed over. Correct it, "
-        "if it is misspelt",
+    Message<const char*> unknownAttribute{-4012, warning, "unknown or ignored attribute '%s'",
+        OfDsc, "the attribute has no counterpart and is passed over. Correct it, if it is misspelt",
         {"network x node A { cost: fix = 2; }", 1, 20}};
-    Message<> missingSemicolon{-4013,
-                               MessageKind::warning,
-                               "missing semicolon at end",
-                               OfDsc,
-                               "write `;` at the end of the attribute",
-                               {"network x node A { name: a }", 1, 28}};
-    Message<> nodeWithoutEnd{
-        -4014,
-        MessageKind::warning,
-        "missing '}' at end",
-        OfDsc,
-        "the file "
-        "ends, or another block begins, inside a node block, which is made of what there is. Write "
-        "the `}`, or get the whole file",
-        {"network x node A { name: a;", 1, 28}};
+    Message<> missingSemicolon{-4013, warning, "missing semicolon at end", OfDsc,
+        "write `;` at the end of the attribute", {"network x node A { name: a }", 1, 28}};
+    Message<> nodeWithoutEnd{-4014, warning, "missing '}' at end", OfDsc,
+        "the file ends, or another block begins, inside a node block, which is made of what there "
+        "is. Write the `}`, or get the whole file", {"network x node A { name: a;", 1, 28}};
     // Probability blocks.
-    Message<> missingParenthesis{
-        -4015,
-        MessageKind::error,
-        "missing '('",
-        OfDsc,
+    Message<> missingParenthesis{-4015, error, "missing '('", OfDsc,
         "the header is to be `probability(child | parents)`. Write the parentheses",
         {"network x node A {} probability A { 1; }", 1, 33}};
-    Message<const char*> undeclaredChild{
-        -4016,
-        MessageKind::error,
-        "undeclared >-node '%s'",
-        OfDsc,
+    Message<const char*> undeclaredChild{-4016, error, "undeclared >-node '%s'", OfDsc,
         "the child has no node block before this block, or one with an error. Move or correct that",
         {"network x node A {} probability(B) { 1, 0; }", 1, 33}};
-    Message<const char*> strayAmongParents{
-        -4017,
-        MessageKind::warning,
-        "unexpected punctuation %s",
-        OfDsc,
+    Message<const char*> strayAmongParents{-4017, warning, "unexpected punctuation %s", OfDsc,
         "a stray character among the parents is dropped. Delete it",
         {"network x node A {} node B {} probability(A|=B) { default: 1, 0; }", 1, 45}};
-    Message<const char*> unknownParent{
-        -4018,
-        MessageKind::error,
-        "unknown >-node '%s'",
-        OfDsc,
+    Message<const char*> unknownParent{-4018, error, "unknown >-node '%s'", OfDsc,
         "a parent has no node block before this block, or one with an error. Move or correct that",
         {"network x node A {} probability(A|B) { default: 1, 0; }", 1, 35}};
-    Message<const char*> strayAfterChild{
-        -4019,
-        MessageKind::error,
-        "unexpected punctuation %s",
-        OfDsc,
+    Message<const char*> strayAfterChild{-4019, error, "unexpected punctuation %s", OfDsc,
         "after the child stands neither `|` nor `)`. Write `|` before the parents, or `)`",
         {"network x node A {} probability(A, B) { 1, 0; }", 1, 34}};
-    Message<> rowsWithoutBody{-4020,
-                              MessageKind::error,
-                              "missing '{'",
-                              OfDsc,
-                              "the probability block has no body. Write `{` after the header",
-                              {"network x node A {} "
-                               "probability(A) 1, 0; }",
-                               1, 36}};
-    Message<const char*> unexpectedToken{
-        -4022,
-        MessageKind::error,
-        "unexpected token '%s'",
-        OfDsc,
+    Message<> rowsWithoutBody{-4020, error, "missing '{'", OfDsc, "the probability block has no "
+        "body. Write `{` after the header", {"network x node A {} probability(A) 1, 0; }", 1, 36}};
+    Message<const char*> unexpectedToken{-4022, error, "unexpected token '%s'", OfDsc,
         "where a row begins there is something else: numbers without a tuple although the child "
         "has parents, a function form, or the next block because the `}` is lost (then nothing "
         "else is). Write `(0, 1):` before the row's numbers, or the `}`",
-        {"network x node A {} "
-         "node B {} probability(A|B) { 1, 0; }",
-         1, 50}};
-    Message<const char*> strayBeforeRow{
-        -4023,
-        MessageKind::error,
-        "unexpected punctuation %s",
-        OfDsc,
-        "a row begins with neither a tuple nor `default`. Delete the character, or write "
-        "the tuple",
+        {"network x node A {} node B {} probability(A|B) { 1, 0; }", 1, 50}};
+    Message<const char*> strayBeforeRow{-4023, error, "unexpected punctuation %s", OfDsc,
+        "a row begins with neither a tuple nor `default`. Delete the character, or write the tuple",
         {"network x node A {} node B {} probability(A|B) { : 1, 0; }", 1, 50}};
-    Message<const char*> missingRowColon{-4024,
-                                         MessageKind::warning,
-                                         "expecting colon (:), but "
-                                         "read %s",
-                                         OfDsc,
-                                         "write `:` after the tuple",
-                                         {"network x node A {} node B {} "
-                                          "probability(A|B) { default = 1, 0; }",
-                                          1, 58}};
-    Message<const char*> badVector{
-        -4034,
-        MessageKind::warning,
-        "%s",
-        OfDsc,
-        "what is wrong with a "
-        "vector: fewer or more numbers than states, a negative number, a sum of 0 or not 1. "
-        "Correct the row; the node is the one of the block. With a comma as decimal sign a row has "
-        "twice the numbers: write points",
-        {"network x node A {} probability(A) { 0.5; }", 1, 38}};
-    Message<const char*> missingRowEnd{-3611,
-                                       MessageKind::warning,
-                                       "expected semicolon (;) after "
-                                       "probablity vector, but read %s",
-                                       OfDsc,
-                                       "write `;` at the end of the row",
-                                       {"network x node A {} probability(A) { 1, 0 }", 1, 43}};
-    Message<int, int> wrongTuple{
-        -5048,
-        MessageKind::error,
-        "%d number[|s] wanted, but %d read",
-        OfDsc,
-        "a tuple has not one number for each parent. Write one for each, in the order of "
-        "the header",
-        {"network x node A {} node B {} probability(A|B) { (0, 1): 1, 0; }", 1, 55}};
-    Message<int, const char*> negativeState{
-        -5094,
-        MessageKind::error,
-        "state %d is wanted for a "
-        "row of >-node '%s', but states are counted from 0",
-        OfDsc,
-        msg::model.badParentState.cure,
+    Message<const char*> missingRowColon{-4024, warning, "expecting colon (:), but read %s", OfDsc,
+        "write `:` after the tuple",
+        {"network x node A {} node B {} probability(A|B) { default = 1, 0; }", 1, 58}};
+    Message<const char*> badVector{-4034, warning, "%s", OfDsc, "what is wrong with a vector: "
+        "fewer or more numbers than states, a negative number, a sum of 0 or not 1. Correct the "
+        "row; the node is the one of the block. With a comma as decimal sign a row has twice the "
+        "numbers: write points", {"network x node A {} probability(A) { 0.5; }", 1, 38}};
+    Message<const char*> missingRowEnd{-3611, warning, "expected semicolon (;) after probablity "
+        "vector, but read %s", OfDsc,
+        "write `;` at the end of the row", {"network x node A {} probability(A) { 1, 0 }", 1, 43}};
+    Message<int, int> wrongTuple{-5048, error, "%d number[|s] wanted, but %d read", OfDsc,
+        "a tuple has not one number for each parent. Write one for each, in the order of the "
+        "header", {"network x node A {} node B {} probability(A|B) { (0, 1): 1, 0; }", 1, 55}};
+    Message<int, const char*> negativeState{-5094, error, "state %d is wanted for a row of >-node "
+        "'%s', but states are counted from 0", OfDsc, msg::model.badParentState.cure,
         {"network x node A {} node B {} probability(A|B) { (-5): 1, 0; }", 1, 50}};
-    Message<int> tooMuchToFill{
-        -5210, MessageKind::error,
-        "the tables of this file want more than "
-        "%d numbers beyond its length",
-        OfDsc,
-        "rows much shorter than the child has states, or "
-        "tables given by single rows, again and again, would take the memory. Write tables whole, "
-        "once"};
-    Message<const char*> contradictoryRow{
-        -5211,
-        MessageKind::warning,
-        "this row names two states "
-        "of >-node '%s', so it is passed over",
-        OfDsc,
-        "the header names a parent twice and the "
-        "tuple gives it two states. Correct the header, or the tuple",
-        {"network x node A {} node "
-         "B {} probability(A|B, B) { (0, 1): 1, 0; }",
-         1, 53}};
+    Message<int> tooMuchToFill{-5210, error, "the tables of this file want more than %d numbers "
+        "beyond its length", OfDsc, "rows much shorter than the child has states, or tables given "
+        "by single rows, again and again, would take the memory. Write tables whole, once"};
+    Message<const char*> contradictoryRow{-5211, warning, "this row names two states of >-node "
+        "'%s', so it is passed over", OfDsc, "the header names a parent twice and the tuple gives "
+        "it two states. Correct the header, or the tuple",
+        {"network x node A {} node B {} probability(A|B, B) { (0, 1): 1, 0; }", 1, 53}};
     // Lenient reading.
-    Message<const char*> blockWithoutEnd{-5234,
-                                         MessageKind::warning,
-                                         "the file ends inside the "
-                                         "probability block of >-node '%s'",
-                                         OfDsc,
-                                         "the rows read so far count. Get the file "
-                                         "again, or close the block",
-                                         {"network x node A {} probability(A) { 1, "
-                                          "0;",
-                                          1, 43, OfDsc, true}};
-    Message<> networkProperties{-5212,
-                                MessageKind::notice,
-                                "the properties in braces after the "
-                                "network's name are passed over",
-                                OfDsc,
-                                "they describe the file, not the net. Nothing "
-                                "needs to be done",
-                                {"network x { version is 1; } node A {}", 1, 11, OfDsc, true}};
-    Message<const char*> blocksBeforeHeader{
-        -5213,
-        MessageKind::warning,
-        "no header with the word "
-        "'network' stands before this '%s' block, which is read all the same",
-        OfDsc,
-        "write `belief network \"name\"` in front of the first block",
-        {"node A "
-         "{}",
-         1, 1, OfDsc, true}};
-    Message<> quotedName{-5214,
-                         MessageKind::notice,
-                         "nodes are named in quotes; their names are "
-                         "the texts in them",
-                         OfDsc,
-                         "nothing is lost. In the format a node's name is one word. "
-                         "Nothing needs to be done",
-                         {"network x node \"A b\" {}", 1, 16, OfDsc, true}};
-    Message<> statesWithoutEquals{
-        -5215,
-        MessageKind::notice,
-        "state names without '=' before them "
-        "are read all the same",
-        OfDsc,
-        "nothing is lost. The format wants `discrete[2] = { ... "
-        "}`. Nothing needs to be done here; for other programs write the `=`",
+    Message<const char*> blockWithoutEnd{-5234, warning, "the file ends inside the probability "
+        "block of >-node '%s'", OfDsc, "the rows read so far count. Get the file again, or close "
+        "the block", {"network x node A {} probability(A) { 1, 0;", 1, 43, OfDsc, true}};
+    Message<> networkProperties{-5212, notice, "the properties in braces after the network's name "
+        "are passed over", OfDsc, "they describe the file, not the net. Nothing needs to be done",
+        {"network x { version is 1; } node A {}", 1, 11, OfDsc, true}};
+    Message<const char*> blocksBeforeHeader{-5213, warning, "no header with the word 'network' "
+        "stands before this '%s' block, which is read all the same", OfDsc, "write `belief network "
+        "\"name\"` in front of the first block", {"node A {}", 1, 1, OfDsc, true}};
+    Message<> quotedName{-5214, notice, "nodes are named in quotes; their names are the texts in "
+        "them", OfDsc, "nothing is lost. In the format a node's name is one word. Nothing needs to "
+        "be done", {"network x node \"A b\" {}", 1, 16, OfDsc, true}};
+    Message<> statesWithoutEquals{-5215, notice, "state names without '=' before them are read all "
+        "the same", OfDsc, "nothing is lost. The format wants `discrete[2] = { ... }`. Nothing "
+        "needs to be done here; for other programs write the `=`",
         {"network x node A { type = discrete[2] {a b}; }", 1, 39, OfDsc, true}};
-    Message<const char*> equalsForColon{
-        -5216,
-        MessageKind::notice,
-        "%s instead of ':' after a "
-        "tuple is read as that",
-        OfDsc,
-        "nothing is lost. Write `:` after the tuple",
+    Message<const char*> equalsForColon{-5216, notice, "%s instead of ':' after a tuple is read as "
+        "that", OfDsc, "nothing is lost. Write `:` after the tuple",
         {"network x node A {} node B {} probability(A|B) { default = 1, 0; }", 1, 58, OfDsc, true}};
-    Message<> namedStates{
-        -5217,
-        MessageKind::notice,
-        "tuples name states instead of numbering "
-        "them, and are read so",
-        OfDsc,
-        "nothing is lost. In the format states are numbered from "
-        "0. Nothing needs to be done here; for other programs write the numbers",
-        {"network x node "
-         "A {} node B {type: discrete[2] = {x y};} probability(A|B) { (x): 1, 0; (y): 0, 1; "
-         "}",
-         1, 77, OfDsc, true}};
-    Message<const char*, const char*> unknownState{
-        -5218,
-        MessageKind::error,
-        "'%s' is no state of >-node '%s'",
-        OfDsc,
-        "the block ends before this row. Correct the "
-        "tuple",
-        {"network x node A {} node B {} probability(A|B) { (x): 1, 0; "
-         "}",
-         1, 51, OfDsc, true}};
-    Message<const char*> rowsByOrder{
-        -5219,
-        MessageKind::notice,
-        "all rows of >-node '%s' have one "
-        "tuple, so they are placed by their order",
-        OfDsc,
-        "the program that wrote the file wrote "
-        "the same tuple everywhere. With one parent, or equal rows, nothing can be wrong. With "
-        "more parents, compare a row with the program's own display",
-        {"network x node A {} node B "
-         "{} probability(A|B) { (0): 1, 0; (0): 0, 1; }",
-         1, 50, OfDsc, true}};
-    Message<const char*> rowsByOrderOfParents{
-        -5220,
-        MessageKind::warning,
-        "all rows of >-node '%s' have one "
-        "tuple, so they are placed by their order: the last parent varies fastest",
-        OfDsc,
-        "the program that "
-        "wrote the file wrote the same tuple everywhere, so nothing says which parent varies "
-        "fastest. Compare a "
-        "row with the program's own display",
-        {"network x node A {} node B {} node C {} probability(A|B, C) { (0, "
-         "0): 1, 0; (0, 0): 0, 1; (0, 0): 0, 1; (0, 0): 0, 1; }",
-         1, 63, OfDsc, true}};
-    Message<> rowsAsNoisyMax{
-        -5221,
-        MessageKind::warning,
-        "rows behind 'function: max' are read as "
-        "a noisy-max: the row of zeros is the leak, the others are single causes without it",
-        OfDsc,
-        "that is how such files are meant as far as is known; compare a row with the program's own "
-        "display",
-        {"network x node A {} node B {} probability(A|B) { function: max; (0): 1, 0; "
-         "(1): 0, 1; }",
-         1, 50, OfDsc, true}};
-    Message<> rowOfTwoCauses{
-        -5222,
-        MessageKind::warning,
-        "a row of a noisy-max in which several "
-        "parents are not in state 0 is passed over",
-        OfDsc,
-        "such rows follow from the others. "
-        "Nothing needs to be done, unless the rows are meant as a table: then delete the "
-        "`function`",
-        {"network x node A {} node B {} node C {} probability(A|B, C) { function: "
-         "max; (1, 1): 0, 1; }",
-         1, 78, OfDsc, true}};
-    Message<int, int, const char*> noisyMaxRowsMissing{
-        -5223,
-        MessageKind::error,
-        "%d of the %d row[|s] that a noisy-max of >-node '%s' needs [1?is|are] missing",
-        OfDsc,
-        "the node gets no table. Give one row for each state but the first of each parent, the "
-        "other parents in state 0; without a row of zeros there is no leak",
-        {"network x node A {} "
-         "node B {} probability(A|B) { function: max; (0): 1, 0; }",
-         1, 50, OfDsc, true}};
+    Message<> namedStates{-5217, notice, "tuples name states instead of numbering them, and are "
+        "read so", OfDsc, "nothing is lost. In the format states are numbered from 0. Nothing "
+        "needs to be done here; for other programs write the numbers",
+        {"network x node A {} node B {type: discrete[2] = {x y};} probability(A|B) { (x): 1, 0; "
+        "(y): 0, 1; }", 1, 77, OfDsc, true}};
+    Message<const char*, const char*> unknownState{-5218, error, "'%s' is no state of >-node '%s'",
+        OfDsc, "the block ends before this row. Correct the tuple",
+        {"network x node A {} node B {} probability(A|B) { (x): 1, 0; }", 1, 51, OfDsc, true}};
+    Message<const char*> rowsByOrder{-5219, notice, "all rows of >-node '%s' have one tuple, so "
+        "they are placed by their order", OfDsc, "the program that wrote the file wrote the same "
+        "tuple everywhere. With one parent, or equal rows, nothing can be wrong. With more "
+        "parents, compare a row with the program's own display", {"network x node A {} node B {} "
+        "probability(A|B) { (0): 1, 0; (0): 0, 1; }", 1, 50, OfDsc, true}};
+    Message<const char*> rowsByOrderOfParents{-5220, warning, "all rows of >-node '%s' have one "
+        "tuple, so they are placed by their order: the last parent varies fastest", OfDsc,
+        "all have the same tuple, so nothing says which parent varies fastest. Compare a row with "
+        "the program's display", {"network x node A {} node B {} node C {} probability(A|B, C) { "
+        "(0, 0): 1, 0; (0, 0): 0, 1; (0, 0): 0, 1; (0, 0): 0, 1; }", 1, 63, OfDsc, true}};
+    Message<> rowsAsNoisyMax{-5221, warning, "rows behind 'function: max' are read as a noisy-max: "
+        "the row of zeros is the leak, the others are single causes without it", OfDsc, "that is "
+        "how such files are meant as far as is known; compare a row with the program's own display",
+        {"network x node A {} node B {} probability(A|B) { function: max; (0): 1, 0; (1): 0, 1; "
+        "}", 1, 50, OfDsc, true}};
+    Message<> rowOfTwoCauses{-5222, warning, "a row of a noisy-max in which several parents are "
+        "not in state 0 is passed over", OfDsc, "such rows follow from the others. Nothing needs "
+        "to be done, unless the rows are meant as a table: then delete the `function`",
+        {"network x node A {} node B {} node C {} probability(A|B, C) { function: max; (1, 1): 0, "
+        "1; }", 1, 78, OfDsc, true}};
+    Message<int, int, const char*> noisyMaxRowsMissing{-5223, error, "%d of the %d row[|s] that a "
+        "noisy-max of >-node '%s' needs [1?is|are] missing", OfDsc, "the node gets no table. Give "
+        "one row for each state but the first of each parent, the other parents in state 0; "
+        "without a row of zeros there is no leak", {"network x node A {} node B {} "
+        "probability(A|B) { function: max; (0): 1, 0; }", 1, 50, OfDsc, true}};
     // clang-format on
 };
 

@@ -17,7 +17,7 @@ std::vector<const MessageRow*> FindReport(int number) {
 
 std::string MessageOf(const MessageRow& row) {
     std::string text;
-    if (row.kind == MessageKind::outOfMemory || row.kind == MessageKind::endingMemory)
+    if (row.kind == MessageKind::memoryError || row.kind == MessageKind::memoryFatal)
         text = "out of memory ";
     for (const char* p = row.text; *p != '\0'; ++p) {
         if (const NumberedWords words = NumberedWordsAt(p); words.length > 0) {

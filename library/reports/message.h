@@ -45,9 +45,9 @@ enum class MessageKind : unsigned char {
     warning,
     error,
     waitingError,  ///< an error that asks for the user's acknowledgement
-    outOfMemory,   ///< an error that costs what the memory was for; "out of memory (8 bytes
+    memoryError,   ///< an error that costs what the memory was for; "out of memory (8 bytes
                    ///< wanted) " stands before its text
-    endingMemory,  ///< the same, but fatal: it ends the import
+    memoryFatal,   ///< the same, but fatal: it ends the import
     fatal,
 };
 
