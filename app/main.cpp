@@ -1,5 +1,4 @@
 // lumo-import: summarises, checks and converts the files of other Bayes-net programs.
-#include <charconv>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -8,6 +7,7 @@
 #include "app/console.h"
 #include "app/convert.h"
 #include "app/formats.h"
+#include "app/nodes.h"
 #include "app/options.h"
 #include "app/read.h"
 #include "app/summary.h"
@@ -25,6 +25,18 @@ struct Failure {
     int exitCode = ExitWriteFailed;
 };
 
+/// All tables that were asked for, or none.
+Failure ShowTables(const Bnet_bn& net, const Options& options) {
+    std::vector<const Bnode_bn*> nodes;
+    if (options.allNodes) nodes.assign(net.nodes.begin(), net.nodes.end());
+    for (const std::string& name : options.nodes) {
+        std::string mistake;
+        nodes.push_back(FindNode(net, name, mistake));
+        if (nodes.back() == nullptr) return {mistake, ExitUsage};
+    }
+    return {WriteTables(nodes, options)};
+}
+
 /// Writes what the command wants of the result.
 Failure Write(const ImportResult& result, const InputFile& file, const Options& options,
               Console& console) {
@@ -33,13 +45,10 @@ Failure Write(const ImportResult& result, const InputFile& file, const Options& 
             return {};
         case CommandEN::convert:
             return {Convert(result, file, options, console)};
-        case CommandEN::table: {
-            if (result.net == nullptr) return {};
-            std::string mistake;
-            const Bnode_bn* const node = FindNode(*result.net, options.node, mistake);
-            if (node == nullptr) return {mistake, ExitUsage};
-            return {WriteTable(*node, options)};
-        }
+        case CommandEN::nodes:
+            return {result.net == nullptr ? "" : WriteNodes(*result.net)};
+        case CommandEN::table:
+            return result.net == nullptr ? Failure() : ShowTables(*result.net, options);
         default:
             if (options.json) return {WriteStandardOutput(SummaryJson(result, ExitCodeOf(result)))};
             return {WriteStandardOutput(options.many() ? SummaryLine(result)
@@ -66,10 +75,8 @@ int WorkOnFile(const InputFile& file, const Options& options, Console& console) 
 int ExplainAll(const std::vector<std::string>& numbers) {
     int exitCode = ExitRead;
     for (const std::string& number : numbers) {
-        int value = 0;
-        const char* const last = number.data() + number.size();
-        const bool isNumber = std::from_chars(number.data(), last, value).ptr == last;
-        const std::string text = isNumber ? Explain(value, FormatTitles) : std::string();
+        const int value = ReportNumber(number);
+        const std::string text = value == 0 ? std::string() : Explain(value, FormatTitles);
         if (text.empty()) {
             std::cerr << "lumo-import: there is no report " + Visible(number) + "\n";
             exitCode = ExitUsage;

@@ -1,67 +1,21 @@
 #include "app/options.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <filesystem>
 #include <iostream>
 #include <map>
 
 #include "app/convert.h"
 #include "app/folders.h"
+#include "app/help.h"
 #include "app/suggest.h"
-#include "library/utilities/Utils.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {
 
-constexpr const char* helpText =
-    R"(Reads Bayes nets and decision networks from the files of other programs.
-
-Examples:
-  lumo-import asia.net                          what is in the file
-  lumo-import check -r nets/                    problems only, of all files below
-  lumo-import table asia.net dysp               one node's table
-  lumo-import convert asia.net -o asia.json     the whole net as JSON
-  lumo-import convert asia.net --to json -o -   the same on standard output
-  lumo-import explain 4022                      what a report means, and its cure
-  lumo-import convert -j 4 nets/*.xml --to json -o out/
-
-Usage:
-  lumo-import [OPTIONS] FILE...
-  lumo-import check [OPTIONS] FILE...
-  lumo-import table [OPTIONS] FILE NODE [--csv]
-  lumo-import convert [OPTIONS] FILE... -o OUT [--to FORMAT]
-  lumo-import explain NUMBER...
-  lumo-import formats
-
-A FILE named - is standard input; it may be compressed with gzip. With many files OUT is a folder.
-
-Options:
-  -r, --recursive            read the files in folders, and below them
-      --json                 the summary for programs: an object a line
-      --csv                  table: for spreadsheets
-  -o, --output OUT           convert: the file, folder or - to write to
-      --to FORMAT            convert: format or extension to write, instead of OUT's: %s
-      --from FORMAT          format of the files, instead of detecting it: %s
-      --condense yes|no      keep noisy-max tables as parameters, without asking
-      --force                convert: write over the input, if it was read without error
-      --layout auto|file     convert: where nodes are drawn, instead of the file where it says so
-      --normalize            scale rows of nature nodes that do not sum to 1
-      --class NAME           the class to read of a file that has several (hugin)
-      --strict               read by the letter of the format, which loses more
-      --create-state-names   make state names of titles that are no legal names (dsc, xmlbif)
-      --diagnostics FORM     form of the diagnostics on standard error: text, json
-      --color WHEN           colored diagnostics: auto, always, never
-  -q, --quiet                show errors only
-  -v, --verbose              show also what was done, and lists as long as they are
-  -j, --jobs N               read N files at the same time
-      --version              show the version
-  -h, --help                 show this help
-
-Exit codes:
-  0   read                   1   read with errors; what could be read is written
-  2   nothing could be read  64  wrong usage       74  output could not be written
-)";
+constexpr int mostJobs = 256;
 
 template <class LIST>
 std::vector<std::string> Names(const LIST& list) {
@@ -80,14 +34,10 @@ std::string NotAmong(const std::string& word, const std::vector<std::string>& na
     return "there is no '" + word + "' among " + Listed(names) + DidYouMean(word, names);
 }
 
-std::string Help() {
-    return Format(helpText, Listed(Names(Writers())).c_str(), Listed(Names(Formats())).c_str());
-}
-
 /// The arguments as CLI11 fills them, where they need a second look.
 struct Raw {
     std::vector<std::string> files;
-    std::string file;  // of table
+    std::string file;  // of a command that takes one
     std::string format, writer, condense, layout, diagnostics, color = "auto";
     bool strict = false, createStateNames = false;
 };
@@ -111,7 +61,14 @@ void AddOptions(CLI::App& app, Options& options, Raw& raw) {
     app.add_flag("--json", options.json);
     app.add_flag("-q,--quiet", options.quiet)
         ->excludes(app.add_flag("-v,--verbose", options.verbose));
-    app.add_option("-j,--jobs", options.jobs)->check(CLI::Range(1, 256));
+    app.add_option("-j,--jobs", options.jobs)->check([](const std::string& text) {
+        int jobs = 0;
+        const char* const last = text.data() + text.size();
+        const bool isNumber = std::from_chars(text.data(), last, jobs).ptr == last;
+        return isNumber && jobs >= 1 && jobs <= mostJobs
+                   ? std::string()
+                   : "'" + text + "' is no number from 1 to " + std::to_string(mostJobs);
+    });
 }
 
 bool Exists(const std::string& path) {
@@ -165,13 +122,19 @@ std::string CheckConvert(Options& options, const Raw& raw) {
     return CheckOutputs(options);
 }
 
-std::string Check(Options& options, const Raw& raw) {
+std::string CheckReading(Options& options, const Raw& raw) {
     if (raw.files.empty()) return "no files given";
+    if (options.command == CommandEN::convert && options.output.empty())
+        return "convert: -o says where to write";
+    if (options.command == CommandEN::table && options.nodes.empty() != options.allNodes)
+        return options.allNodes ? "table: all nodes, or some of them"
+                                : "table: name a node, or --all; 'lumo-import nodes' lists them";
     if (std::ranges::count(raw.files, "-") > 1) return "standard input is given twice";
     if (options.json && options.command != CommandEN::summary)
         return "--json is of the summary; --diagnostics json and --to json are its likes";
     GatherFiles(raw.files, options);
-    if (options.command == CommandEN::table && options.walked) return "table: takes one file";
+    const bool isOfOne = options.command == CommandEN::table || options.command == CommandEN::nodes;
+    if (isOfOne && options.many()) return "nodes and table take one file, and no folder";
     options.format = FindFormat(std::string_view(raw.format));
     if (!raw.condense.empty()) options.condense = raw.condense == "yes";
     if (!raw.layout.empty())
@@ -186,22 +149,51 @@ std::string Check(Options& options, const Raw& raw) {
     return options.command == CommandEN::convert ? CheckConvert(options, raw) : std::string();
 }
 
+/// The first mistake in the command, empty when there is none.
+std::string CheckCommand(Options& options, const Raw& raw) {
+    switch (options.command) {
+        case CommandEN::explain:
+            return options.numbers.empty() ? "explain: name the number of a report" : "";
+        case CommandEN::formats:
+            return raw.files.empty() ? "" : "formats: takes no argument";
+        default:
+            return CheckReading(options, raw);
+    }
+}
+
 int UsageError(const std::string& text) {
     std::cerr << "lumo-import: " << Visible(text) << "\nTry 'lumo-import --help'.\n";
     return ExitUsage;
 }
 
-/// The first argument may be a command with a slip, unless there is such a file.
-std::string MistypedCommand(const CLI::App& app, int argc, char** argv) {
-    const std::string word = argc > 1 ? argv[1] : "";
+/// The arguments that are neither options nor what these take.
+std::vector<std::string> Operands(int argc, char** argv) {
+    std::vector<std::string> operands;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument.size() < 2 || argument[0] != '-')
+            operands.emplace_back(argument);
+        else if (!ArgumentOf(argument).empty())
+            ++i;
+    }
+    return operands;
+}
+
+/// The first operand may be a command with a slip, or one that others have, unless there is such a
+/// file.
+std::string MistypedCommand(int argc, char** argv) {
+    const std::vector<std::string> operands = Operands(argc, argv);
+    if (operands.empty()) return {};
+    const std::string& word = operands.front();
     if (word.find_first_of("./-") != std::string::npos) return {};  // no letter of a command
     std::vector<std::string> commands;
-    for (const CLI::App* command : app.get_subcommands(nullptr))
-        commands.push_back(command->get_name());
+    for (const CommandInfo& command : Commands())
+        if (!command.name.empty()) commands.emplace_back(command.name);
+    if (std::ranges::find(commands, word) != commands.end() || Exists(word)) return {};
     const std::string hint = DidYouMean(word, commands);
-    const bool isCommand = std::ranges::find(commands, word) != commands.end();
-    if (hint.empty() || isCommand || Exists(word)) return {};
-    return "there is no command or file '" + word + "'" + hint;
+    if (hint.empty() && operands.size() == 1) return {};
+    return "there is no command or file '" + word + "'" +
+           (hint.empty() ? "; the commands: " + Listed(commands) : hint);
 }
 
 /// What is to be said of the first option that the command does not have.
@@ -230,13 +222,26 @@ std::string MistypedOption(const CLI::App& app, const std::string& otherwise) {
     return otherwise;
 }
 
+/// What is to be said of an option that the parser refused, which names it first.
+std::string MisusedOption(const CLI::ParseError& error) {
+    const std::string said = error.what();
+    const std::string name = said.substr(0, said.find_first_of(": "));
+    const std::string_view argument = ArgumentOf(name);
+    if (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr) return said;
+    if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr)
+        return "-q and -v exclude each other";
+    if (argument.empty()) return name + " takes no value";
+    return name + (said.ends_with("missing") ? " needs a value: " : " takes one value: ") +
+           std::string(argument);
+}
+
 }  // namespace
 
 std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     Raw raw;
     CLI::App app("", "lumo-import");
-    const auto help = [](const CLI::App*, const std::string&, CLI::AppFormatMode) {
-        return Help();
+    const auto help = [](const CLI::App* of, const std::string&, CLI::AppFormatMode) {
+        return Help(of->get_parent() == nullptr ? "" : of->get_name());
     };
     app.formatter(std::make_shared<CLI::FormatterLambda>(help));
     app.set_help_flag("-h,--help");
@@ -253,18 +258,20 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     };
     command("check", CommandEN::check)->add_option("FILE", raw.files);
     CLI::App* const table = command("table", CommandEN::table);
-    table->add_option("FILE", raw.file)->required();
-    table->add_option("NODE", options.node)->required();
+    table->add_option("FILE", raw.file);
+    table->add_option("NODE", options.nodes);
+    table->add_flag("--all", options.allNodes);
     table->add_flag("--csv", options.csv);
+    command("nodes", CommandEN::nodes)->add_option("FILE", raw.file);
     CLI::App* const convert = command("convert", CommandEN::convert);
     convert->add_option("FILE", raw.files);
-    convert->add_option("-o,--output", options.output)->required();
+    convert->add_option("-o,--output", options.output);
     convert->add_option("--to", raw.writer);
     convert->add_flag("--force", options.force);
-    command("explain", CommandEN::explain)->add_option("NUMBER", options.numbers)->required();
+    command("explain", CommandEN::explain)->add_option("NUMBER", options.numbers);
     command("formats", CommandEN::formats);
 
-    if (const std::string mistake = MistypedCommand(app, argc, argv); !mistake.empty())
+    if (const std::string mistake = MistypedCommand(argc, argv); !mistake.empty())
         return UsageError(mistake);
     try {
         app.parse(argc, argv);
@@ -275,12 +282,10 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
             app.exit(e);  // help or version
             return ExitRead;
         }
-        return UsageError(e.what());
+        return UsageError(MisusedOption(e));
     }
-    if (options.command == CommandEN::explain || options.command == CommandEN::formats)
-        return std::nullopt;
-    if (options.command == CommandEN::table) raw.files = {raw.file};
-    const std::string mistake = Check(options, raw);
+    if (!raw.file.empty()) raw.files.insert(raw.files.begin(), raw.file);
+    const std::string mistake = CheckCommand(options, raw);
     return mistake.empty() ? std::nullopt : std::optional(UsageError(mistake));
 }
 

@@ -22,7 +22,7 @@ enum ExitEN : int {
     ExitWriteFailed = 74,  ///< the output could not be written
 };
 
-enum class CommandEN : unsigned char { summary, check, table, convert, explain, formats };
+enum class CommandEN : unsigned char { summary, check, nodes, table, convert, explain, formats };
 enum class ColorEN : unsigned char { automatic, always, never };
 
 /// A file to read. One found below a folder is written to the same place below the output's.
@@ -44,7 +44,8 @@ struct Options {
     int noNets = 0;          ///< files in folders that are certainly no nets
     std::vector<std::pair<std::string, const char*>> passedOver;  ///< verbose: in folders, and why
     std::vector<std::string> numbers;                             ///< explain: of reports
-    std::string node;                                             ///< table
+    std::vector<std::string> nodes;                               ///< table
+    bool allNodes = false;                                        ///< table
     bool csv = false;                                             ///< table
     std::string output;                  ///< convert: a file, a folder for many files, "-"
     bool intoFolder = false;             ///< convert: the output is a folder, or becomes one

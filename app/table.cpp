@@ -336,6 +336,17 @@ std::string WithoutTable(const Bnode_bn& node, const Sheet& sheet) {
                                              : "no table\n");
 }
 
+void WritePage(const Bnode_bn& node, TextOut& out) {
+    const Sheet sheet(node, Visible);
+    out << Heading(node, sheet);
+    if (!sheet.hasNumbers()) {
+        out << WithoutTable(node, sheet);
+        return;
+    }
+    out << "\n";
+    Page(sheet, IsTerminal(STDOUT_FILENO) ? TerminalColumns(STDOUT_FILENO) : 0).write(out);
+}
+
 // ---- For programs --------------------------------------------------------------------------
 
 void WriteField(TextOut& out, const std::string& text) {
@@ -370,6 +381,15 @@ void WriteCsv(const Sheet& sheet, TextOut& out) {
         }
         out << "\r\n";
     }
+}
+
+/// One of several tables has its node's name above it.
+void WriteCsvOf(const Bnode_bn& node, bool isNamed, TextOut& out) {
+    if (isNamed) {
+        WriteField(out, ToUtf8(node.name()));
+        out << "\r\n";
+    }
+    WriteCsv(Sheet(node, ToUtf8), out);
 }
 
 // ---- Nodes ---------------------------------------------------------------------------------
@@ -408,20 +428,17 @@ const Bnode_bn* FindNode(const Bnet_bn& net, const std::string& text, std::strin
     return nullptr;
 }
 
-std::string WriteTable(const Bnode_bn& node, const Options& options) {
-    const Sheet sheet(node, options.csv ? ToUtf8 : Visible);
-    if (options.csv && !sheet.hasNumbers())
-        std::cerr << std::string("lumo-import: node '") + node.name() + "' has no table\n";
+std::string WriteTables(std::span<const Bnode_bn* const> nodes, const Options& options) {
+    if (options.csv)
+        for (const Bnode_bn* node : nodes)
+            if (!Sheet(*node, ToUtf8).hasNumbers())
+                std::cerr << std::string("lumo-import: node '") + node->name() + "' has no table\n";
     return WriteStandardOutput([&](std::ostream& stream) {
         TextOut out(stream);
-        if (options.csv) return WriteCsv(sheet, out);
-        out << Heading(node, sheet);
-        if (!sheet.hasNumbers()) {
-            out << WithoutTable(node, sheet);
-            return;
+        for (const Bnode_bn* node : nodes) {
+            if (node != nodes.front()) out << (options.csv ? "\r\n" : "\n");
+            options.csv ? WriteCsvOf(*node, nodes.size() > 1, out) : WritePage(*node, out);
         }
-        out << "\n";
-        Page(sheet, IsTerminal(STDOUT_FILENO) ? TerminalColumns(STDOUT_FILENO) : 0).write(out);
     });
 }
 

@@ -1,6 +1,7 @@
 // One node's table, for people and for spreadsheets.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "app/options.h"
@@ -12,9 +13,9 @@ namespace lumo::app {
 /// one, and the mistake says so, and which nodes there are.
 const Bnode_bn* FindNode(const Bnet_bn& net, const std::string& text, std::string& mistake);
 
-/// Writes the node's table to standard output: a row per combination of the parents' states, with
-/// these at the left and the node's own states as columns. On a terminal, states that do not fit
-/// beside each other follow below. Empty when it worked, else what went wrong.
-std::string WriteTable(const Bnode_bn& node, const Options& options);
+/// Writes tables to standard output, one below the other: a row per combination of the parents'
+/// states, with these at the left and the node's own states as columns. On a terminal, states that
+/// do not fit beside each other follow below. Empty when it worked, else what went wrong.
+std::string WriteTables(std::span<const Bnode_bn* const> nodes, const Options& options);
 
 }  // namespace lumo::app

@@ -1,6 +1,8 @@
 #include "export/explain.h"
 
+#include <charconv>
 #include <string_view>
+#include <system_error>
 
 #include "formats/shared/result.h"
 #include "library/reports/catalogue.h"
@@ -35,6 +37,17 @@ std::string ExampleOf(const MessageRow& row) {
 }
 
 }  // namespace
+
+int ReportNumber(std::string_view text) {
+    if (text.starts_with('[') && text.ends_with(']')) text = text.substr(1, text.size() - 2);
+    if (text.starts_with('E') || text.starts_with('e')) text.remove_prefix(1);
+    if (text.starts_with('-')) text.remove_prefix(1);
+    int number = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, failure] = std::from_chars(text.data(), last, number);
+    if (failure != std::errc() || end != last || number <= 0) return 0;
+    return FindReport(-number).empty() ? 0 : -number;
+}
 
 std::string Explain(int number, std::string (*titlesOf)(unsigned formats)) {
     if (number > 0) number = -number;

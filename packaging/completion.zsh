@@ -1,9 +1,13 @@
 #compdef lumo-import
-# Zsh completion for lumo-import. Options and their values are those that --help names.
+# Zsh completion for lumo-import. Commands, options and their values are those that --help names.
 
 local line short long argument text values
-local -a specs
-for line in ${(f)"$(_call_program options $words[1] --help 2>/dev/null)"}; do
+local -a specs commands command nodes
+for line in ${(f)"$(_call_program commands $words[1] --help 2>/dev/null)"}; do
+    [[ $line =~ '^  lumo-import ([a-z]+)( .*)?$' ]] && commands+=($match[1])
+done
+(( CURRENT > 2 && ${commands[(Ie)$words[2]]} )) && command=($words[2])
+for line in ${(f)"$(_call_program options $words[1] $command --help 2>/dev/null)"}; do
     [[ $line =~ '^ +(-.)?,? *(--[a-z-]+) ?([A-Za-z|]*)  +(.*)$' ]] || continue
     short=$match[1] long=$match[2] argument=$match[3] text=$match[4] values=''
     # The values: "a|b" after the name, or "a, b" ending the line.
@@ -14,7 +18,7 @@ for line in ${(f)"$(_call_program options $words[1] --help 2>/dev/null)"}; do
     fi
     case $argument in
         '') ;;
-        OUT) argument=:output:_files ;;
+        OUT | FILE) argument=:output:_files ;;
         *) argument=":${argument//|/ or }:($values)" ;;
     esac
     text="[${text//:/\\:}]"
@@ -27,6 +31,15 @@ done
 
 _arguments -s -S $specs '*: :->operands'
 if [[ $state == operands ]]; then
-    (( CURRENT == 2 )) && compadd check table convert explain formats
+    if [[ $command == table ]]; then
+        # The nodes of the first file before the word.
+        for line in ${(Q)words[3,CURRENT-1]}; do
+            [[ -f $line ]] || continue
+            nodes=(${${(f)"$(_call_program nodes ${words[1]} nodes -q ${(q)line} 2>/dev/null)"}%% *})
+            compadd -- ${nodes[2,-1]}
+            return
+        done
+    fi
+    (( CURRENT == 2 )) && compadd -- ${(u)commands}
     _files -g '(#i)*.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif|xdsl|uai)(|.gz)(-.)'
 fi

@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -93,6 +95,10 @@ TEST_F(Cli, ExitCodes) {
         {"$L -q -v good.erg", 64},
         {"$L check --json good.erg", 64},
         {"$L table good.erg", 64},
+        {"$L table good.erg Rain --all", 64},
+        {"$L nodes good.erg errors.dsc", 64},
+        {"$L info good.erg", 64},
+        {"$L formats good.erg", 64},
         {"$L convert good.erg --to dsc -o x.dsc.gz", 64},
         {"$L check - - ", 64},
     };
@@ -113,6 +119,8 @@ TEST_F(Cli, HelpAndVersionGoToStandardOutput) {
         EXPECT_EQ(r.err, "");
         EXPECT_LT(r.out.find("Examples:"), r.out.find("Options:"));
     }
+    EXPECT_NE(run("$L --help").out.find("--to FORMAT"), std::string::npos);
+    EXPECT_EQ(run("$L check --help").out.find("--to FORMAT"), std::string::npos);
     EXPECT_EQ(run("$L --version").out.find("lumo-import "), 0U);
 }
 
@@ -172,6 +180,43 @@ TEST_F(Cli, SummaryForPrograms) {
     for (std::size_t i = 0; i < files.size(); ++i) EXPECT_EQ(files[i]["exit"], i);
 }
 
+// What the help of a command lists is an option that it takes.
+TEST_F(Cli, HelpListsOptionsOfTheCommand) {
+    std::istringstream lines(run("$L --help").out);
+    std::set<std::string> commands;
+    for (std::string line; std::getline(lines, line) && !line.starts_with("Options");)
+        if (std::smatch found;
+            std::regex_match(line, found, std::regex("  lumo-import ([a-z]+) .*")))
+            commands.insert(found[1]);
+    EXPECT_GT(commands.size(), 4U);
+    for (const std::string& command : commands) {
+        std::istringstream help(run("$L " + command + " --help").out);
+        for (std::string line; std::getline(help, line);) {
+            std::smatch found;
+            if (!std::regex_match(line, found, std::regex(" +(?:-., )?(--[a-z-]+) .*"))) continue;
+            const Outcome r = run("$L " + command + " " + found[1].str());
+            EXPECT_EQ(r.err.find("there is no option"), std::string::npos) << command << r.err;
+            EXPECT_EQ(r.err.find("is an option of"), std::string::npos) << command << r.err;
+        }
+    }
+}
+
+TEST_F(Cli, NodesOfANet) {
+    write("n.net",
+          "net {} node A { label = \"\u6771\"; states = (\"yes\" \"no\"); }\n"
+          "utility U { } decision D { states = (\"go\"); } continuous node X { }\n"
+          "potential (U | A D) { data = (1 2); }\n");
+    EXPECT_EQ(run("$L nodes n.net").out,
+              "node  kind      states      parents  title\n"
+              "A     nature    yes, no     -        \u6771\n"
+              "U     utility   -           A, D\n"
+              "D     decision  go          -\n"
+              "X     nature    continuous  -\n");
+    EXPECT_EQ(
+        run("script -qec \"stty cols 30; $L nodes -q n.net\" /dev/null | head -4 | tail -1").out,
+        "D     decision  go        -\r\n");
+}
+
 TEST_F(Cli, TableOfANode) {
     write(
         "t.net",
@@ -191,10 +236,17 @@ TEST_F(Cli, TableOfANode) {
          "U: utility\n\nP    | utility\n\u6771\u4eac |    -1.5\nb,c  |    20\n"},
         {"$L table t.net D", "D: decision\nstates: go\nno table: it is a decision\n"},
         {"$L table t.net '\u6771 \"x\"' --csv", "\u6771\u4eac,\"b,c\"\r\n"},
+        {"$L table t.net D U",
+         "D: decision\nstates: go\nno table: it is a decision\n\n"
+         "U: utility\n\nP    | utility\n\u6771\u4eac |    -1.5\nb,c  |    20\n"},
+        {"$L table t.net U Q --csv",
+         "U\r\nP,utility\r\n\u6771\u4eac,-1.5\r\n\"b,c\",20\r\n\r\nQ\r\na,b\r\n"},
+        {"$L table t.net --all | grep -cE ': (nature|utility|decision)$'", "5\n"},
         {"$L table t.net U --csv", "P,utility\r\n\u6771\u4eac,-1.5\r\n\"b,c\",20\r\n"},
     };
     for (const auto& [command, text] : cases) EXPECT_EQ(run(command).out, text) << command;
-    const Outcome unknown = run("$L table -q t.net c");
+    const Outcome unknown = run("$L table -q t.net C c");
+    EXPECT_EQ(unknown.out, "");
     EXPECT_EQ(unknown.code, 64);
     EXPECT_EQ(unknown.err,
               "lumo-import: there is no node 'c'; did you mean 'C'?\nThe nodes: P, Q, C, U, D\n");
@@ -208,14 +260,23 @@ TEST_F(Cli, TableOfANode) {
 TEST_F(Cli, Suggestions) {
     const std::pair<const char*, const char*> cases[] = {
         {"$L convret good.erg -o x.net", "no command or file 'convret'; did you mean 'convert'?"},
+        {"$L info good.erg", "no command or file 'info'; the commands: check, nodes, "},
+        {"$L --from hugin -v info x.net", "no command or file 'info'; the commands: "},
+        {"$L --from", "--from needs a value: FORMAT\n"},
+        {"$L good.erg -j ten", "--jobs: 'ten' is no number from 1 to 256\n"},
+        {"$L -j 1 -j 2 good.erg", "--jobs takes one value: N\n"},
+        {"$L convert good.erg", "convert: -o says where to write\n"},
+        {"$L table good.erg", "table: name a node, or --all;"},
         {"$L --quite good.erg", "no option --quite; did you mean '--quiet'?"},
         {"$L check good.erg -o x", "-o is an option of convert\n"},
         {"$L --from hugn good.erg", "uai; did you mean 'hugin'?"},
         {"$L convert --to xdls -o - good.erg", "; did you mean 'xdsl'?"}};
     for (const auto& [command, text] : cases)
         EXPECT_NE(run(command).err.find(text), std::string::npos) << run(command).err;
-    write("chek", Slurp(folder / "good.erg"));
-    EXPECT_EQ(run("$L chek").code, 0);
+    for (const char* file : {"chek", "info"}) {
+        write(file, Slurp(folder / "good.erg"));
+        EXPECT_EQ(run("$L " + std::string(file) + " good.erg").code, 0);
+    }
 }
 
 TEST_F(Cli, HintOnATerminal) {
@@ -529,6 +590,7 @@ TEST_F(Cli, ListsFormatsAndExplainsReports) {
           "\njson      JSON      -     yes    .json\n", "\ndsc       DSC       yes   yes "}},
         {"$L explain -4022 4004",
          {"-4022: error (DSC)\n  unexpected token '...'\n", "-4004: error (Hugin)"}},
+        {"$L explain [-3028] E3028 e3028 -3028", {"-3028: error (Hugin)\n  illegal number"}},
         {"$L explain 4022x 2>&1", {"lumo-import: there is no report 4022x\n"}}};
     for (const auto& [command, texts] : cases)
         for (const std::string& text : texts)

@@ -19,6 +19,7 @@ HELP = subprocess.run([PROGRAM, "--help"], check=True, capture_output=True, text
 # Groups: short name, long name, argument, description.
 LINES = re.findall(r"^ +(?:(-\w), )?(--[a-z-]+)(?: ([A-Za-z|]+))? {2,}(.+)$", HELP, re.M)
 OPTIONS = {name for line in LINES for name in line[:2] if name}
+COMMANDS = set(re.findall(r"^  lumo-import ([a-z]+)(?= |$)", HELP, re.M))
 EXTENSIONS = re.findall(r"\.\w+", " ".join(re.findall(r'" (\..*) "', (ROOT / "formats/detect.cpp").read_text())))
 
 
@@ -75,6 +76,18 @@ class ManPage(unittest.TestCase):
             paragraph = next(part for part in text.split(".TP\n") if option in part.split("\n")[0])
             self.assertLessEqual(set(words), set(re.findall(r"\w+", paragraph)), option)
 
+    def test_commands(self):
+        text = re.sub(r"\\-", "-", MAN_PAGE.read_text())
+        self.assertLess({"check", "convert"}, COMMANDS)
+        self.assertEqual(COMMANDS, set(re.findall(r"^\.B lumo-import ([a-z]+)$", text, re.M)))
+
+    def test_formats(self):
+        text = MAN_PAGE.read_text()
+        rows = subprocess.run([PROGRAM, "formats"], check=True, capture_output=True, text=True).stdout.split("\n")[1:]
+        for row in filter(None, rows):
+            title = row[10:20].strip()
+            self.assertIn(title, text)
+
     def test_no_warnings(self):
         if not shutil.which("man"):
             self.skipTest("no man")
@@ -94,8 +107,12 @@ class Completion(unittest.TestCase):
                 self.assertEqual(set(expected), shell("lumo-import", *words))
 
     def test_options(self):
-        for start in ("--", "--c"):
-            self.check({name for name in OPTIONS if name.startswith(start)}, "convert", start)
+        for command in ("convert", "table", "check"):
+            of = subprocess.run([PROGRAM, command, "--help"], check=True, capture_output=True, text=True).stdout
+            names = set(re.findall(r"^ +(?:-\w, )?(--[a-z-]+)", of, re.M))
+            self.assertLess(names, OPTIONS)
+            for start in ("--", "--c"):
+                self.check({name for name in names if name.startswith(start)}, command, start)
 
     def test_values(self):
         for option, words in VALUES.items():
@@ -119,8 +136,14 @@ class Completion(unittest.TestCase):
             words = re.findall(r"\w+", re.search(r"(?:suffix |\(#i\)\*\.\()(.*)\)", source).group(1))
             self.assertLessEqual({extension[1:] for extension in EXTENSIONS}, set(words), shell)
 
+    def test_nodes(self):
+        asia = str(ROOT / "samples/hugin/asia.net")
+        self.check({"tub"}, "table", asia, "tu")
+        self.check({"bronc"}, "table", "--csv", asia, "asia", "br")
+
     def test_commands(self):
-        self.assertEqual({"check"}, bash("lumo-import", "che"))
+        self.check({"check"}, "che")
+        self.assertEqual(COMMANDS, {word for word in bash("lumo-import", "") if word in COMMANDS})
         self.assertEqual(set(), bash("lumo-import", "check", "expl"))
 
 

@@ -1,0 +1,172 @@
+#include "app/help.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "export/writers.h"
+#include "formats/detect.h"
+#include "library/utilities/Utils.h"
+
+namespace lumo::app {
+namespace {
+
+template <class... COMMANDS>
+constexpr unsigned Of(COMMANDS... commands) {
+    return ((1U << static_cast<unsigned>(commands)) | ...);
+}
+
+using enum CommandEN;
+constexpr unsigned ofMany = Of(summary, check, convert);   // files
+constexpr unsigned ofReaders = ofMany | Of(table, nodes);  // of nets
+constexpr unsigned ofAll = ~0U;
+
+constexpr CommandInfo commands[] = {
+    {summary, "", "FILE...", "What is in the files.",
+     "  lumo-import asia.net                          what is in the file\n"
+     "  lumo-import -r nets/                          a line for each file below\n"},
+    {check, "check", "FILE...", "The problems of the files, and nothing else.",
+     "  lumo-import check -r nets/                    problems only, of all files below\n"},
+    {nodes, "nodes", "FILE", "The nodes of a net, with their states and parents.",
+     "  lumo-import nodes asia.net                    its nodes, with states and parents\n"},
+    {table, "table", "FILE NODE...", "The tables of nodes, given by their names or titles.",
+     "  lumo-import table asia.net dysp               one node's table\n"
+     "  lumo-import table asia.net --all --csv        all tables, for spreadsheets\n"},
+    {convert, "convert", "FILE... -o OUT", "Writes the nets in another format.",
+     "  lumo-import convert asia.net -o asia.json     the whole net as JSON\n"
+     "  lumo-import convert asia.net --to json -o -   the same on standard output\n"
+     "  lumo-import convert -j 4 nets/*.xml --to json -o out/\n"},
+    {explain, "explain", "NUMBER...", "What reports mean, and their cures.",
+     "  lumo-import explain 4022                      what a report means, and its cure\n"},
+    {formats, "formats", "", "The formats that are read and written.", ""},
+};
+
+/// An option as a line of the help.
+struct OptionInfo {
+    std::string_view names;  ///< "-j, --jobs"
+    std::string_view argument;
+    std::string_view text;  ///< %s stands for the words it takes
+    unsigned of;            ///< commands
+    std::string (*words)() = nullptr;
+};
+
+template <class LIST>
+std::string Listed(const LIST& list) {
+    std::string text;
+    for (const auto& item : list) text += (text.empty() ? "" : ", ") + std::string(item.name);
+    return text;
+}
+
+constexpr OptionInfo options[] = {
+    {"-r, --recursive", "", "read the files in folders, and below them", ofMany},
+    {"    --json", "", "the summary for programs: an object a line", Of(summary)},
+    {"    --all", "", "the tables of all nodes", Of(table)},
+    {"    --csv", "", "for spreadsheets", Of(table)},
+    {"-o, --output", "OUT", "the file, folder or - to write to", Of(convert)},
+    {"    --to", "FORMAT", "format or extension to write, instead of OUT's: %s", Of(convert),
+     [] { return Listed(Writers()); }},
+    {"    --force", "", "write over the input, if it was read without error", Of(convert)},
+    {"    --layout", "auto|file", "where nodes are drawn, instead of the file where it says so",
+     Of(convert)},
+    {"    --from", "FORMAT", "format of the files, instead of detecting it: %s", ofReaders,
+     [] { return Listed(Formats()); }},
+    {"    --condense", "yes|no", "keep noisy-max tables as parameters, without asking", ofReaders},
+    {"    --normalize", "", "scale rows of nature nodes that do not sum to 1", ofReaders},
+    {"    --class", "NAME", "the class to read of a file that has several (hugin)", ofReaders},
+    {"    --strict", "", "read by the letter of the format, which loses more", ofReaders},
+    {"    --create-state-names", "",
+     "make state names of titles that are no legal names (dsc, xmlbif)", ofReaders},
+    {"    --diagnostics", "FORM", "form of the diagnostics on standard error: text, json",
+     ofReaders},
+    {"    --color", "WHEN", "colored diagnostics: auto, always, never", ofReaders},
+    {"-q, --quiet", "", "show errors only", ofReaders},
+    {"-v, --verbose", "", "show also what was done, and lists as long as they are", ofReaders},
+    {"-j, --jobs", "N", "read N files at the same time", ofMany},
+    {"    --version", "", "show the version", ofAll},
+    {"-h, --help", "", "show this help, or after a command that command's", ofAll},
+};
+
+constexpr std::string_view exitCodes = R"(
+Exit codes:
+  0   read                   1   read with errors; what could be read is written
+  2   nothing could be read  64  wrong usage       74  output could not be written
+)";
+
+std::string LineOf(const OptionInfo& option) {
+    std::string line = "  " + std::string(option.names);
+    if (!option.argument.empty()) line += " " + std::string(option.argument);
+    const std::string text(option.text);
+    return Format("%-28s ", line.c_str()) +
+           (option.words == nullptr ? text : Format(text.c_str(), option.words().c_str())) + "\n";
+}
+
+std::string UsageOf(const CommandInfo& info) {
+    std::string line = "  lumo-import";
+    if (!info.name.empty()) line += " " + std::string(info.name);
+    if ((ofReaders & Of(info.command)) != 0) line += " [OPTIONS]";
+    if (!info.arguments.empty()) line += " " + std::string(info.arguments);
+    return line + "\n";
+}
+
+/// The options that the predicate wants, under the heading; nothing when there are none.
+template <class WANTED>
+std::string Section(const std::string& heading, WANTED wanted) {
+    std::string text;
+    for (const OptionInfo& option : options)
+        if (wanted(option)) text += LineOf(option);
+    return text.empty() ? text : "\n" + heading + ":\n" + text;
+}
+
+constexpr std::string_view aboutFiles =
+    "\nA FILE named - is standard input; it may be compressed with gzip.";
+constexpr std::string_view aboutOutput = " With many files OUT is a folder.";
+
+std::string HelpOfProgram() {
+    std::string text = "Reads Bayes nets and decision networks from the files of other programs.\n";
+    text += "\nExamples:\n";
+    for (const CommandInfo& info : commands) text += info.examples;
+    text += "\nUsage:\n";
+    for (const CommandInfo& info : commands) text += UsageOf(info);
+    text.append(aboutFiles).append(aboutOutput) += "\n";
+    const auto isOfOne = [](const OptionInfo& option) { return std::has_single_bit(option.of); };
+    text += Section("Options", [&](const OptionInfo& option) { return !isOfOne(option); });
+    for (const CommandInfo& info : commands)
+        text += Section(info.name.empty() ? "Options without a command"
+                                          : "Options of " + std::string(info.name),
+                        [&](const OptionInfo& option) { return option.of == Of(info.command); });
+    return text.append(exitCodes);
+}
+
+std::string HelpOfCommand(const CommandInfo& info) {
+    std::string text(info.does);
+    text += "\n\n";
+    if (!info.examples.empty()) text += "Examples:\n" + std::string(info.examples) + "\n";
+    text += "Usage:\n" + UsageOf(info);
+    const bool isReader = (ofReaders & Of(info.command)) != 0;
+    if (isReader) text.append(aboutFiles);
+    if (info.command == convert) text += aboutOutput;
+    if (isReader) text += "\n";
+    const unsigned own = Of(info.command);
+    text += Section("Options", [&](const OptionInfo& option) { return (option.of & own) != 0; });
+    return isReader ? text.append(exitCodes) : text;
+}
+
+}  // namespace
+
+std::span<const CommandInfo> Commands() { return commands; }
+
+std::string Help(std::string_view command) {
+    const auto info = std::ranges::find(commands, command, &CommandInfo::name);
+    return command.empty() || info == std::end(commands) ? HelpOfProgram() : HelpOfCommand(*info);
+}
+
+std::string_view ArgumentOf(std::string_view option) {
+    for (const OptionInfo& info : options) {
+        const std::size_t comma = info.names.find(',');
+        const std::string_view name = info.names.substr(info.names.find("--"));
+        if (name == option || (comma != info.names.npos && info.names.substr(0, comma) == option))
+            return info.argument;
+    }
+    return {};
+}
+
+}  // namespace lumo::app
