@@ -7,7 +7,7 @@ set(LUMO_PUBLIC_HEADERS
     library/model/netmodel.h
     library/text/parser.h
     library/reports/reports.h library/reports/message.h library/reports/catalogue.h
-    library/utilities/Utils.h library/utilities/geometry.h library/utilities/language.h library/utilities/lock.h
+    library/utilities/Utils.h library/utilities/exact.h library/utilities/geometry.h library/utilities/language.h library/utilities/lock.h
     library/utilities/memory.h library/utilities/numbers.h library/utilities/text.h
     library/utilities/vect.h library/utilities/vect3.h)
 if(TARGET lumo_export)

@@ -35,8 +35,9 @@ struct NodeState {
 struct RelationState {
     std::vector<int> parents;
     RelnKindEN kind = RelnKindEN::none;
+    bool saidDeterministic = false, experFromCounts = false;
     std::vector<float> probs, reals, exper;
-    std::vector<double> params;
+    std::vector<double> exact, exactExper, params;
 };
 
 struct SetState {
@@ -92,7 +93,8 @@ void EachField(Of<NodeState> auto& n, auto& archive) {
             n.discrete, n.stateNames, n.stateTitles, n.stateComments, n.levels, n.userFields);
 }
 void EachField(Of<RelationState> auto& r, auto& archive) {
-    archive(r.parents, r.kind, r.probs, r.reals, r.exper, r.params);
+    archive(r.parents, r.kind, r.saidDeterministic, r.experFromCounts, r.probs, r.reals, r.exper,
+            r.exact, r.exactExper, r.params);
 }
 void EachField(Of<SetState> auto& set, auto& archive) { archive(set.name, set.nodes); }
 void EachField(Of<StyleState> auto& s, auto& archive) {
@@ -169,6 +171,10 @@ RelationState RelationOf(Net& net, const Bnode_bn& node) {
     state.probs = NumbersOf(relation.probs, sizes.entries);
     state.reals = NumbersOf(relation.reals, sizes.entries);
     state.exper = NumbersOf(relation.exper, sizes.rows);
+    state.exact = NumbersOf(relation.exact, sizes.entries);
+    state.exactExper = NumbersOf(relation.exactExper, sizes.rows);
+    state.saidDeterministic = relation.saidDeterministic;
+    state.experFromCounts = relation.experFromCounts;
     state.params = NumbersOf(relation.params, NumCIParams(node));
     return state;
 }
@@ -274,6 +280,8 @@ T* NewNumbers(const std::vector<T>& numbers, long long count) {
 /// Whether a relation of that kind has these tables.
 bool Fits(const RelationState& state) {
     const bool probs = !state.probs.empty(), reals = !state.reals.empty();
+    if (!state.exact.empty() && !probs && !reals) return false;
+    if (!state.exactExper.empty() && state.exper.empty()) return false;
     switch (state.kind) {
         case RelnKindEN::none:
             return !probs && !reals && state.params.empty();
@@ -303,6 +311,10 @@ void MakeRelation(Bnode_bn& node, const RelationState& state) {
     relation.probs = NewNumbers(state.probs, sizes.entries);
     relation.reals = NewNumbers(state.reals, sizes.entries);
     relation.exper = NewNumbers(state.exper, sizes.rows);
+    relation.exact = NewNumbers(state.exact, sizes.entries);
+    relation.exactExper = NewNumbers(state.exactExper, sizes.rows);
+    relation.saidDeterministic = state.saidDeterministic;
+    relation.experFromCounts = state.experFromCounts;
     relation.params = NewNumbers(state.params, NumCIParams(node));
 }
 

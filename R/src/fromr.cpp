@@ -3,6 +3,7 @@
 #include <lumo/Utils.h>
 #include <lumo/describe.h>
 #include <lumo/detect.h>
+#include <lumo/exact.h>
 #include <lumo/losses.h>
 
 #include <algorithm>
@@ -160,24 +161,44 @@ void Builder::setParents(Bnode_bn& node, const cpp11::list& list) {
 
 // ---- Relations -----------------------------------------------------------------------------
 
-/// The table of an array of R, `cells` numbers a row; null without one.
-XArray<float> TableAt(const cpp11::list& list, const char* name, const Bnode_bn& node, int cells) {
+/// A table as the model keeps it: floats, and doubles where they say more.
+struct Table {
+    XArray<float> floats;
+    XArray<double> exact;
+};
+
+/// Takes over a row of R's: floats, and the doubles that they stand for where they were not
+/// changed.
+void TakeRow(const double* from, int cells, bool probabilities, float* floats, double* exact) {
+    std::transform(from, from + cells, floats,
+                   [](double number) { return static_cast<float>(number); });
+    Decimals(floats, cells, probabilities, exact);
+    if (std::equal(from, from + cells, exact))
+        ShortestDoubles(floats, cells, exact);
+    else
+        std::copy_n(from, cells, exact);
+}
+
+/// The table of an array of R, `cells` numbers a row; empty without one.
+Table TableAt(const cpp11::list& list, const char* name, const Bnode_bn& node, int cells,
+              bool probabilities = false) {
     const cpp11::sexp value = list[name];
-    if (value == R_NilValue) return nullptr;
+    if (value == R_NilValue) return {};
     const cpp11::doubles numbers(value);
     const int rows = NumProduct(node.parents);
     const long long wanted = static_cast<long long>(rows) * cells;
     if (wanted != numbers.size())
         throw std::runtime_error(std::string(name) + " of node '" + node.name() + "' should have " +
                                  std::to_string(wanted) + " numbers");
-    XArray<float> table = NewXArray<float>(wanted);
-    if (table == nullptr) throw std::bad_alloc();
+    Table table{NewXArray<float>(wanted), NewXArray<double>(wanted)};
+    if (table.floats == nullptr || table.exact == nullptr) throw std::bad_alloc();
     const double* from = REAL(numbers);
     RowWalk walk(node.parents);
-    for (int i = 0; i < rows; ++i, from += cells, walk.advance())
-        std::transform(from, from + cells,
-                       table.get() + static_cast<std::ptrdiff_t>(walk.row()) * cells,
-                       [](double number) { return static_cast<float>(number); });
+    for (int i = 0; i < rows; ++i, from += cells, walk.advance()) {
+        const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(walk.row()) * cells;
+        TakeRow(from, cells, probabilities, table.floats.get() + row, table.exact.get() + row);
+    }
+    if (AreHeldByFloats(table.exact.get(), table.floats.get(), wanted)) table.exact.reset();
     return table;
 }
 
@@ -196,16 +217,16 @@ void Builder::setNoisyMax(Bnode_bn& node, const cpp11::list& list, const float* 
 }
 
 void Builder::setRelation(Bnode_bn& node, const cpp11::list& list) {
-    XArray<float> table = TableAt(list, "prob", node, node.numStates());
-    if (list["parameters"] != R_NilValue) setNoisyMax(node, list, table.get());
-    if (table != nullptr && node.relation.kind == RelnKindEN::none) {
-        check(node.setProbsTable(table.release(), false, CheckFull));
+    Table table = TableAt(list, "prob", node, node.numStates(), true);
+    if (list["parameters"] != R_NilValue) setNoisyMax(node, list, table.floats.get());
+    if (table.floats != nullptr && node.relation.kind == RelnKindEN::none) {
+        check(node.setProbsTable(table.floats.release(), false, CheckFull, table.exact.release()));
         if (TextAt(list, "relation") == "deterministic") node.relation.makeDeterminFromProbs(false);
     }
-    if (XArray<float> reals = TableAt(list, "utility", node, std::max(node.numStates(), 1)))
-        check(node.relation.setRealTable(reals.release(), nullptr));
-    if (XArray<float> experience = TableAt(list, "experience", node, 1))
-        node.relation.setExperTable(experience.release());
+    if (Table reals = TableAt(list, "utility", node, std::max(node.numStates(), 1)); reals.floats)
+        check(node.relation.setRealTable(reals.floats.release(), nullptr, reals.exact.release()));
+    if (Table experience = TableAt(list, "experience", node, 1); experience.floats)
+        node.relation.setExperTable(experience.floats.release(), experience.exact.release());
 }
 
 // ---- The net -------------------------------------------------------------------------------

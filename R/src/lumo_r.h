@@ -51,6 +51,10 @@ private:
     int row_ = 0;
 };
 
+/// The numbers that people wrote for a row of floats: the fewest digits that read back to each, but
+/// for what makes the sum 1 where it is 1 but for the rounding of floats.
+void Decimals(const float* row, int cells, bool probabilities, double* out);
+
 /// The net as a list: all that the model holds of it.
 cpp11::sexp ToR(const ImportResult& result);
 

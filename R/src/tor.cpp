@@ -1,10 +1,10 @@
 // The model as lists of R.
 #include <lumo/describe.h>
+#include <lumo/exact.h>
 #include <lumo/placing.h>
 #include <lumo/text.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <numeric>
@@ -121,16 +121,6 @@ cpp11::sexp StateInfo(const Varbl_bn& variable, const cpp11::strings& labels) {
 
 // ---- Tables --------------------------------------------------------------------------------
 
-/// The number that people wrote for the float: the fewest digits that read back to it.
-double Decimal(float value) {
-    if (value == 0 || value == 1) return static_cast<double>(value);
-    char digits[32];
-    const char* const end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    double decimal = 0;
-    std::from_chars(digits, end, decimal);
-    return static_cast<float>(decimal) == value ? decimal : static_cast<double>(value);
-}
-
 /// The number moved, as far as it still rounds to the same float.
 double Moved(double number, double by) {
     constexpr float infinity = std::numeric_limits<float>::infinity();
@@ -157,23 +147,41 @@ void Complete(double* row, int states) {
     }
 }
 
+}  // namespace
+
+void Decimals(const float* row, int cells, bool probabilities, double* out) {
+    ShortestDoubles(row, cells, out);
+    if (probabilities) Complete(out, cells);
+}
+
+namespace {
+
 /// The labels of each node's states, shared by the dimnames of its own table and its children's.
 using AllLabels = std::unordered_map<const Bnode_bn*, cpp11::sexp>;
 
+/// Numbers of a relation in both precisions, `cells` for each combination of parent states.
+struct Values {
+    const float* floats;
+    const double* exact;  // null where the floats say all
+    int cells;
+    bool probabilities = false;
+};
+
 /// An array of the values, `cells` for each combination of parent states, which it has as its last
 /// dimensions; the node's own states are the first, when it is given. Null without values.
-template <class WORK>
-cpp11::sexp Array(const Bnode_bn& node, const float* values, int cells, const Bnode_bn* own,
-                  const AllLabels& labels, WORK work) {
-    if (values == nullptr) return R_NilValue;
-    const int rows = NumProduct(node.parents);
+cpp11::sexp Array(const Bnode_bn& node, const Values& values, const Bnode_bn* own,
+                  const AllLabels& labels) {
+    if (values.floats == nullptr) return R_NilValue;
+    const int rows = NumProduct(node.parents), cells = values.cells;
     cpp11::writable::doubles array(static_cast<R_xlen_t>(rows) * cells);
     double* to = REAL(array);
     RowWalk walk(node.parents);
     for (int i = 0; i < rows; ++i, to += cells, walk.advance()) {
-        const float* const row = values + static_cast<std::ptrdiff_t>(walk.row()) * cells;
-        std::transform(row, row + cells, to, Decimal);
-        work(to, cells);
+        const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(walk.row()) * cells;
+        if (values.exact != nullptr)
+            std::copy_n(values.exact + row, cells, to);
+        else
+            Decimals(values.floats + row, cells, values.probabilities, to);
     }
     std::vector<const Bnode_bn*> dimensions(node.parents.begin(), node.parents.end());
     if (own != nullptr) dimensions.insert(dimensions.begin(), own);
@@ -191,13 +199,15 @@ cpp11::sexp Array(const Bnode_bn& node, const float* values, int cells, const Bn
 
 void AddRelation(Record& record, const Bnode_bn& node, const AllLabels& labels) {
     const Reln_bn& relation = node.relation;
-    const auto asIs = [](double*, int) {};
     const int states = node.numStates();
     const Bnode_bn* const own = states > 0 ? &node : nullptr;
     record.add("relation", TextOrNull(RelationName(relation.kind)));
-    record.add("prob", Array(node, relation.probs, states, own, labels, Complete));
-    record.add("utility", Array(node, relation.reals, std::max(states, 1), own, labels, asIs));
-    record.add("experience", Array(node, relation.exper, 1, nullptr, labels, asIs));
+    const Values probs{relation.probs, relation.exact, states, true};
+    const Values reals{relation.reals, relation.exact, std::max(states, 1)};
+    record.add("prob", Array(node, probs, own, labels));
+    record.add("utility", Array(node, reals, own, labels));
+    record.add("experience",
+               Array(node, {relation.exper, relation.exactExper, 1}, nullptr, labels));
     record.add("parameters", Numbers(relation.params, NumCIParams(node)));
 }
 

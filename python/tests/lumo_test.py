@@ -24,8 +24,8 @@ FILES = [path for path in sorted(SAMPLES.glob("*/*"))
 
 def chain(nodes):
     """A Hugin net of that many nodes in a chain."""
-    text = ["net {}\n"]
-    text += (f'node n{i} {{ states = ("a" "b"); }}\n' for i in range(nodes))
+    text = ["net {}\n", "potential (n0) { data = (0.5 0.5); }\n"]
+    text[1:1] = (f'node n{i} {{ states = ("a" "b"); }}\n' for i in range(nodes))
     text += (f"potential (n{i} | n{i - 1}) {{ data = ((0.5 0.5)(0.25 0.75)); }}\n" for i in range(1, nodes))
     return "".join(text)
 
