@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "export/writers.h"
-#include "formats/detect.h"
+#include "formats/formats.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo::app {
@@ -18,14 +18,12 @@ struct Row {
 std::vector<Row> Rows() {
     std::vector<Row> rows;
     for (const FormatInfo& format : Formats()) {
-        std::string extensions(format.extensions);
-        extensions.erase(extensions.find_last_not_of(' ') + 1).erase(0, 1);
-        rows.push_back({format.name, format.title, extensions, true, false});
+        rows.push_back({format.name, format.title, std::string(format.extensions), true, false});
     }
     for (const Writer& writer : Writers()) {
         const auto row = std::ranges::find(rows, writer.name, &Row::name);
         if (row == rows.end()) {
-            rows.push_back({writer.name, writer.title, writer.extension, false, true});
+            rows.push_back({writer.name, writer.title, std::string(writer.extension), false, true});
         } else {
             row->isWritten = true;
         }

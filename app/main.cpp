@@ -76,7 +76,7 @@ int ExplainAll(const std::vector<std::string>& numbers) {
     int exitCode = ExitRead;
     for (const std::string& number : numbers) {
         const int value = ReportNumber(number);
-        const std::string text = value == 0 ? std::string() : Explain(value, FormatTitles);
+        const std::string text = value == 0 ? std::string() : Explain(value);
         if (text.empty()) {
             std::cerr << "lumo-import: there is no report " + Visible(number) + "\n";
             exitCode = ExitUsage;

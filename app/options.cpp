@@ -296,7 +296,8 @@ std::string OutputFor(const Options& options, const InputFile& file) {
     const std::string name = file.path == "-"      ? "stdin"
                              : file.keepsExtension ? fs::path(file.path).filename().native()
                                                    : plain.stem().native();
-    return (fs::path(options.output) / file.below / (name + options.writer->extension)).native();
+    return (fs::path(options.output) / file.below / (name + std::string(options.writer->extension)))
+        .native();
 }
 
 }  // namespace lumo::app

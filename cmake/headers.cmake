@@ -1,12 +1,13 @@
 # The public headers: inside the tree they stand in their rooms; installed they stand together, as
 # <lumo/ForeignFile.h>, and include each other so. Nothing else is installed.
 set(LUMO_PUBLIC_HEADERS
-    formats/ForeignFile.h formats/detect.h formats/shared/options.h
+    formats/ForeignFile.h formats/catalogue.h formats/detect.h formats/formats.h
+    formats/shared/format.h formats/shared/options.h
     formats/shared/positions.h formats/shared/result.h
     formats/shared/describe.h formats/shared/losses.h formats/shared/placing.h
     library/model/netmodel.h
     library/text/parser.h
-    library/reports/reports.h library/reports/message.h library/reports/catalogue.h
+    library/reports/reports.h library/reports/message.h
     library/utilities/Utils.h library/utilities/exact.h library/utilities/geometry.h library/utilities/language.h library/utilities/lock.h
     library/utilities/memory.h library/utilities/numbers.h library/utilities/text.h
     library/utilities/vect.h library/utilities/vect3.h)

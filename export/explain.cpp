@@ -4,8 +4,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "formats/catalogue.h"
 #include "formats/shared/result.h"
-#include "library/reports/catalogue.h"
 #include "library/utilities/text.h"
 
 namespace lumo {
@@ -27,12 +27,13 @@ std::string Wrapped(std::string_view text) {
 /// The smallest text that provokes the report, as it stands.
 std::string ExampleOf(const MessageRow& row) {
     std::string text = "  Example, reported";
-    const auto& [source, line, column, format, lenient] = row.example;
-    if (line != 0)
-        text += " at line " + std::to_string(line) + ", column " + std::to_string(column);
-    if (lenient) text += " in lenient reading";
+    const Example& example = row.example;
+    if (example.line != 0)
+        text += " at line " + std::to_string(example.line) + ", column " +
+                std::to_string(example.column);
+    if (example.reading == ReadingEN::leniently) text += " in lenient reading";
     text += ":\n\n    ";
-    for (const char c : ToUtf8(source)) text += c == '\n' ? "\n    " : std::string(1, c);
+    for (const char c : ToUtf8(example.text)) text += c == '\n' ? "\n    " : std::string(1, c);
     return text + "\n";
 }
 
@@ -49,14 +50,12 @@ int ReportNumber(std::string_view text) {
     return FindReport(-number).empty() ? 0 : -number;
 }
 
-std::string Explain(int number, std::string (*titlesOf)(unsigned formats)) {
+std::string Explain(int number) {
     if (number > 0) number = -number;
     const std::vector<const MessageRow*> rows = FindReport(number);
     if (rows.empty()) return {};
-    unsigned formats = 0;
-    for (const MessageRow* row : rows) formats |= row->formats;
     std::string text = std::to_string(number) + ": " + SeverityName(SeverityOf(rows[0]->kind)) +
-                       " (" + titlesOf(formats) + ")\n" + Wrapped(MessagesOf(rows)) + "\n" +
+                       " (" + FormatTitles(rows) + ")\n" + Wrapped(MessagesOf(rows)) + "\n" +
                        Wrapped(rows[0]->cure);
     if (rows[0]->example.text != nullptr) text += "\n" + ExampleOf(*rows[0]);
     return text + "\n";

@@ -11,8 +11,7 @@ namespace lumo {
 int ReportNumber(std::string_view text);
 
 /// The texts of the reports of that number (its minus may be missing), what they mean, what to do
-/// about it, and an example. Empty when there is none of it. titlesOf names the formats of a set of
-/// FormatSetEN, as FormatTitles does.
-std::string Explain(int number, std::string (*titlesOf)(unsigned formats));
+/// about it, and an example. Empty when there is none of it.
+std::string Explain(int number);
 
 }  // namespace lumo

@@ -5,7 +5,7 @@
 #include "export/picture.h"
 #include "export/report.h"
 #include "formats/shared/describe.h"
-#include "library/reports/catalogue.h"
+#include "formats/catalogue.h"
 #include "library/utilities/text.h"
 
 namespace lumo {

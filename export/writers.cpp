@@ -1,45 +1,49 @@
 #include "export/writers.h"
 
-#include <array>
 #include <string>
+#include <vector>
 
 #include "export/dot.h"
 #include "export/image.h"
 #include "export/json.h"
 #include "export/report.h"
 #include "export/svg.h"
-#include "formats/bif/writer.h"
-#include "formats/dsc/writer.h"
-#include "formats/hugin/writer.h"
-#include "formats/uai/writer.h"
-#include "formats/xdsl/writer.h"
-#include "formats/xmlbif/writer.h"
+#include "formats/formats.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo {
 namespace {
 
-constexpr std::array writers = {
+// What is no net to be read again.
+constexpr Writer views[] = {
     Writer{"json", "JSON", ".json", true, WriteJson},
     Writer{"svg", "SVG", ".svg", false, WriteSvg},
     Writer{"html", "HTML", ".html", true, WriteReport},
     Writer{"dot", "DOT", ".dot", false, WriteDot},
     Writer{"png", "PNG", ".png", false, WritePng, nullptr, ImagesUnavailable},
     Writer{"pdf", "PDF", ".pdf", false, WritePdf, nullptr, ImagesUnavailable},
-    Writer{"xmlbif", "XML BIF", ".xml", false, WriteXmlBif, XmlBifLosses},
-    Writer{"hugin", "Hugin", ".net", false, WriteHugin, HuginLosses},
-    Writer{"dsc", "DSC", ".dsc", false, WriteDsc, DscLosses},
-    Writer{"bif", "BIF", ".bif", false, WriteBif, BifLosses},
-    Writer{"xdsl", "XDSL", ".xdsl", false, WriteXdsl, XdslLosses},
-    Writer{"uai", "UAI", ".uai", false, WriteUai, UaiLosses},
 };
+
+std::vector<Writer> AllWriters() {
+    std::vector<Writer> writers(std::begin(views), std::end(views));
+    for (const FormatInfo& format : Formats()) {
+        if (format.write == nullptr) continue;
+        const std::string_view extension = format.extensions.substr(0, format.extensions.find(' '));
+        writers.push_back(
+            {format.name, format.title, extension, false, format.write, format.losses});
+    }
+    return writers;
+}
 
 }  // namespace
 
-std::span<const Writer> Writers() { return writers; }
+std::span<const Writer> Writers() {
+    static const std::vector<Writer> writers = AllWriters();
+    return writers;
+}
 
 const Writer* FindWriter(std::string_view name) {
-    for (const Writer& writer : writers)
+    for (const Writer& writer : Writers())
         if (name == writer.name) return &writer;
     const bool dotted = name.starts_with('.');
     return FindWriterForFile((dotted ? "" : ".") + std::string(name));
@@ -49,8 +53,8 @@ const Writer* FindWriterForFile(std::string_view fileName) {
     const std::size_t dot = fileName.rfind('.');
     if (dot == std::string_view::npos) return nullptr;
     const std::string extension(fileName.substr(dot));
-    for (const Writer& writer : writers)
-        if (streqli_kt(extension.c_str(), writer.extension)) return &writer;
+    for (const Writer& writer : Writers())
+        if (streqli_kt(extension.c_str(), std::string(writer.extension).c_str())) return &writer;
     return nullptr;
 }
 

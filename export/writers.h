@@ -10,12 +10,13 @@
 
 namespace lumo {
 
-/// One format. A new one is a file with its function and a line in the table of writers.cpp.
+/// One format: of those that are read, as its row says, or a view of nets in the table of
+/// writers.cpp.
 struct Writer {
-    const char* name;       ///< for --to
-    const char* title;      ///< for people
-    const char* extension;  ///< with its dot
-    bool withoutNet;        ///< writes something useful when nothing was read
+    const char* name;            ///< for --to
+    const char* title;           ///< for people
+    std::string_view extension;  ///< with its dot
+    bool withoutNet;             ///< writes something useful when nothing was read
     void (*write)(const ImportResult& result, std::ostream& out);
     Losses (*losses)(const Bnet_bn& net) = nullptr;  ///< null: what it writes is no net to be read
     const char* (*unavailable)() = nullptr;  ///< says why it cannot write here; null when it can

@@ -11,9 +11,9 @@
 #include <numeric>
 #include <string>
 
-#include "formats/detect.h"
+#include "formats/formats.h"
 #include "formats/shared/messages.h"
-#include "formats/shared/readers.h"
+#include "library/text/parser.h"
 #include "library/utilities/system.h"
 
 namespace lumo {
@@ -21,36 +21,6 @@ namespace lumo {
 namespace {
 
 constexpr int wholeDrawing = 16383;  // extent while a reader runs, before it is sized to fit
-
-using Reader = rept_kt* (*)(InChannel_CString_kt&, Bnet_bn&, Vnet_kt&, const ReadOptions&);
-
-struct Format {
-    int code;
-    Reader read;
-};
-
-rept_kt* ReadErgo(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt&,
-                  const ReadOptions& options) {
-    return ParseErgoFile(channel, net, options);
-}
-
-/// Adapts a reader that takes any channel.
-template <rept_kt* (*parse)(InChannel_kt&, Bnet_bn&, Vnet_kt&, const ReadOptions&)>
-rept_kt* ReadAny(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
-                 const ReadOptions& options) {
-    return parse(channel, net, drawing, options);
-}
-
-constexpr Format formats[] = {
-    {FormatHugin, ReadAny<ParseHuginFile>},
-    {FormatDsc, ReadAny<ParseDscFile>},
-    {FormatDXPress, ReadAny<ParseDXPressFile>},
-    {FormatErgo, ReadErgo},
-    {FormatXMLBIF, ParseXMLFile},
-    {FormatBIF, ReadAny<ParseBifFile>},
-    {FormatXDSL, ParseXdslFile},
-    {FormatUAI, ReadAny<ParseUaiFile>},
-};
 
 /// An empty net named after the bare file name, with the path as its file name, its extension the
 /// native one.
@@ -103,10 +73,8 @@ OwnedNet ReadText(const char* text, const char* fileName, int format, const Read
     Vnet_kt& drawing = *net->vnets[0];
     drawing.extentWidth = drawing.extentHeight = wholeDrawing;
 
-    const Format* found = std::ranges::find(formats, format, &Format::code);
-    if (found == std::end(formats)) {
-        throw NewReport(msg::import.unknownFormatCode, format);
-    }
+    const FormatInfo* const found = FindFormat(format);
+    if (found == nullptr) throw NewReport(msg::import.unknownFormatCode, format);
     rept_kt* report = found->read(*channel, *net, drawing, options);
     if (report == nullptr) report = Okay_rept_kt;
     if (report->number == msg::reports.importCancelled.number) throw report;

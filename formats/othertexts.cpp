@@ -5,25 +5,13 @@
 #include <cctype>
 
 #include "formats/detect.h"
+#include "formats/shared/start.h"
 #include "library/model/netmodel.h"
 
 namespace lumo {
 namespace {
 
 constexpr std::string_view blanks = " \t\r\n\f\v";
-
-std::string Lower(std::string_view text) {
-    std::string out(text);
-    for (char& c : out)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-    return out;
-}
-
-std::string_view WithoutMark(std::string_view text) {
-    while (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-    return text;
-}
 
 // ---- Bytes ---------------------------------------------------------------------------------
 
@@ -186,32 +174,6 @@ bool HasEnding(std::string_view fileName, std::string_view ending) {
 }
 
 }  // namespace
-
-std::string_view RootElement(std::string_view text) {
-    const auto skipTo = [&text](std::string_view end) {
-        const std::size_t at = text.find(end);
-        text.remove_prefix(at == std::string_view::npos ? text.size() : at + end.size());
-    };
-    for (text = WithoutMark(text); text.size() > 1 && text.front() == '<';
-         text = WithoutMark(text)) {
-        if (text.starts_with("<?")) {
-            skipTo(">");
-        } else if (text.starts_with("<!--")) {
-            skipTo("-->");
-        } else if (text.starts_with("<!")) {
-            const std::size_t subset = text.find('[');
-            if (subset < text.find('>')) skipTo("]");
-            skipTo(">");
-        } else {
-            text.remove_prefix(1);
-            const bool isName = std::isalpha(static_cast<unsigned char>(text.front())) != 0;
-            return !isName ? std::string_view()
-                           : text.substr(
-                                 0, std::min(text.find_first_of(" \t\r\n\f\v/><="), text.size()));
-        }
-    }
-    return {};
-}
 
 bool IsBare(const Bnet_bn* net) {
     return net == nullptr || std::ranges::all_of(net->nodes, [](const Bnode_bn* node) {

@@ -14,9 +14,6 @@ class Bnet_bn;
 /// here: "an HTML page"; empty when that cannot be told.
 std::string OtherText(std::string_view start, std::string_view fileName);
 
-/// The root element of a text that is XML, as it is written; empty when there is none to be seen.
-std::string_view RootElement(std::string_view text);
-
 /// Whether there is nothing of a net in it: no node, or neither a table nor a link.
 bool IsBare(const Bnet_bn* net);
 

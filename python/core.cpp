@@ -19,7 +19,7 @@ py::dict FormatExtensions() {
 
 py::dict WriterExtensions() {
     py::dict writers;
-    for (const Writer& writer : Writers()) writers[writer.name] = writer.extension;
+    for (const Writer& writer : Writers()) writers[writer.name] = std::string(writer.extension);
     return writers;
 }
 

@@ -66,13 +66,13 @@ void DefineReport(py::module_& module) {
             },
             "What was being read: (kind of structure, its name, the field), each a text or None.")
         .def(
-            "explain", [](const ReportRecord& r) { return Explain(r.number, FormatTitles); },
+            "explain", [](const ReportRecord& r) { return Explain(r.number); },
             "What the report means, its cause and its cure.")
         .def("__str__", ReportLine)
         .def("__repr__",
              [](const ReportRecord& r) { return "<lumo.Report " + ReportLine(r) + ">"; });
     module.def(
-        "explain", [](int number) { return Explain(number, FormatTitles); }, py::arg("number"),
+        "explain", [](int number) { return Explain(number); }, py::arg("number"),
         "What the reports of that number mean, with cause and cure; empty when there are none.");
 }
 

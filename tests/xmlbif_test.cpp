@@ -1,6 +1,5 @@
 // XML BIF: what its texts in tests/cases cannot show, and texts made to hurt.
 #include "formats/xmlbif/xmlbif.h"
-#include "formats/shared/readers.h"
 #include "tests/places.h"
 #include "tests/support.h"
 

@@ -331,7 +331,7 @@ function add(files) {
     readAll();
 }
 
-const endings = () => formats.read.flatMap(({extensions}) => extensions.trim().split(' '));
+const endings = () => formats.read.flatMap(({extensions}) => extensions.split(' '));
 
 /** A file of a folder is read when its name or its start say that it is one. */
 function ofFolder(file, name) {
@@ -411,7 +411,7 @@ async function start() {
         byId('known').className = 'error';
         return;
     }
-    byId('known').textContent = formats.read.map(({title, extensions}) => `${title} (${extensions.trim().split(' ').join(' ')})`).join(', ') + '; also packed as .gz';
+    byId('known').textContent = formats.read.map(({title, extensions}) => `${title} (${extensions})`).join(', ') + '; also packed as .gz';
     byId('format').append(...formats.read.map(({name, title}) => el('option', {value: name, text: title})));
     byId('all-as').append(...formats.written.map(({name, title}) => el('option', {value: name, text: name === 'html' ? 'report files (HTML)' : title})));
     document.body.dataset.ready = 'yes';

@@ -18,7 +18,7 @@
 #include "formats/detect.h"
 #include "formats/shared/describe.h"
 #include "formats/shared/messages.h"
-#include "library/reports/catalogue.h"
+#include "formats/catalogue.h"
 #include "library/reports/reports.h"
 
 // The functions that the page's worker sets.

@@ -127,11 +127,7 @@ flag <- function(value, what) {
 
 native_path <- function(path) enc2native(path.expand(word(path, "path")))
 
-net_formats <- function() {
-    formats <- as.data.frame(.Call(lumo_formats))
-    formats$extensions <- trimws(formats$extensions)
-    formats
-}
+net_formats <- function() as.data.frame(.Call(lumo_formats))
 
 # The name of a format that is given by that or by an extension of its; "" for none.
 format_name <- function(format, use) {

@@ -162,7 +162,7 @@ SEXP lumo_read(SEXP path, SEXP options) {
 
 SEXP lumo_explain(SEXP number) {
     BEGIN_CPP11
-    const std::string text = lumo::Explain(cpp11::as_cpp<int>(number), lumo::FormatTitles);
+    const std::string text = lumo::Explain(cpp11::as_cpp<int>(number));
     return lumo::r::TextOrNull(text.c_str());
     END_CPP11
 }

@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "formats/bif/bif.h"
 #include "formats/bif/messages.h"
 #include "formats/bif/statements.h"
 #include "formats/shared/judging.h"

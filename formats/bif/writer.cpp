@@ -1,4 +1,4 @@
-#include "formats/bif/writer.h"
+#include "formats/bif/bif.h"
 
 #include <algorithm>
 #include <array>

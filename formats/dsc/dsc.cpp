@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "formats/dsc/blocks.h"
+#include "formats/dsc/dsc.h"
 #include "formats/shared/judging.h"
 #include "formats/shared/passing.h"
 #include "formats/shared/readers.h"

@@ -1,4 +1,4 @@
-#include "formats/dsc/writer.h"
+#include "formats/dsc/dsc.h"
 
 #include <algorithm>
 #include <string>

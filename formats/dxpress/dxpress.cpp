@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "formats/dxpress/blocks.h"
+#include "formats/dxpress/dxpress.h"
 #include "formats/shared/judging.h"
 #include "formats/shared/passing.h"
 

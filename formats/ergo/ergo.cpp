@@ -20,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "formats/ergo/ergo.h"
 #include "formats/ergo/messages.h"
 #include "formats/shared/judging.h"
 #include "formats/shared/readers.h"

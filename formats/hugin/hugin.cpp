@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "formats/hugin/hugin.h"
 #include "formats/hugin/instances.h"
 #include "formats/hugin/messages.h"
 #include "formats/hugin/state.h"

@@ -1,4 +1,4 @@
-#include "formats/hugin/writer.h"
+#include "formats/hugin/hugin.h"
 
 #include <algorithm>
 #include <array>

@@ -15,6 +15,7 @@
 
 #include "formats/shared/readers.h"
 #include "formats/uai/messages.h"
+#include "formats/uai/uai.h"
 #include "library/text/tokens.h"
 
 namespace lumo {

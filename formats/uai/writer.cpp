@@ -1,4 +1,4 @@
-#include "formats/uai/writer.h"
+#include "formats/uai/uai.h"
 
 #include <algorithm>
 #include <array>

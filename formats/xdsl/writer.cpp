@@ -1,4 +1,4 @@
-#include "formats/xdsl/writer.h"
+#include "formats/xdsl/xdsl.h"
 
 #include <algorithm>
 #include <climits>

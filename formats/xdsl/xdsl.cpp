@@ -16,6 +16,7 @@
 #include "formats/shared/readers.h"
 #include "formats/shared/statewords.h"
 #include "formats/xdsl/parts.h"
+#include "formats/xdsl/xdsl.h"
 #include "library/text/tokens.h"
 
 namespace lumo {

@@ -1,4 +1,4 @@
-#include "formats/xmlbif/writer.h"
+#include "formats/xmlbif/xmlbif.h"
 
 #include <algorithm>
 #include <array>

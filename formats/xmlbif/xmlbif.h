@@ -1,10 +1,18 @@
-// The element readers of XML BIF.
+// XML BIF 0.3 (docs/xmlbif.md).
 #pragma once
 
-#include "library/model/netmodel.h"
+#include "formats/shared/format.h"
+#include "formats/shared/losses.h"
+#include "formats/shared/options.h"
+#include "formats/shared/result.h"
 #include "library/text/parser.h"
 
 namespace lumo {
+
+extern const FormatInfo xmlbifFormat;
+
+rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                      const ReadOptions& options = {});
 
 /// One VARIABLE or DEFINITION element of XML BIF into the net, read strictly; errors are thrown.
 /// The start tag was read and these are its first attribute (empty when it has none); with a null
@@ -13,5 +21,11 @@ void ReadVariable(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute
                   const strin_kt* value);
 void ReadNode(Parser_CString_kt& in, Bnet_bn& net, const strin_kt* attribute,
               const strin_kt* value);
+
+/// Writes the net as an XML BIF 0.3 document in UTF-8 that holds to the format's document type
+/// definition, without the definition itself. Linear in time.
+void WriteXmlBif(const ImportResult& result, std::ostream& out);
+
+Losses XmlBifLosses(const Bnet_bn& net);
 
 }  // namespace lumo

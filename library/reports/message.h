@@ -1,4 +1,4 @@
-// Kinds of reports. Each is one row - number, kind, text, formats, cause and cure, an example -
+// Kinds of reports. Each is one row - number, kind, text, cause and cure, an example -
 // from which it is made (NewReport, Parser_kt::report) and explained (catalogue.h).
 //
 // The rows of a room or a format are the members of one struct, whose only object is named after
@@ -6,7 +6,7 @@
 //
 //     struct ErgoMessages {
 //         Message<const char*, int> parentOutOfBounds{
-//             -2316, MessageKind::error, "node %s: parent %d is out-of-bounds", OfErgo,
+//             -2316, MessageKind::error, "node %s: parent %d is out-of-bounds",
 //             "parents are counted from 1", {"2 2 2\n0\n1 3", 3, 3}};
 //     };
 //     namespace msg { inline constexpr ErgoMessages ergo; }
@@ -25,19 +25,6 @@
 #include "library/reports/reports.h"
 
 namespace LUMO_API lumo {
-
-/// The formats whose readers make a report, as a set of bits; any format has all of them.
-enum FormatSetEN : unsigned {
-    OfHugin = 1U << 0,
-    OfDsc = 1U << 1,
-    OfDXPress = 1U << 2,
-    OfErgo = 1U << 3,
-    OfXMLBIF = 1U << 4,
-    OfBIF = 1U << 5,
-    OfXDSL = 1U << 6,
-    OfUAI = 1U << 7,
-    OfAny = ~0U,
-};
 
 enum class MessageKind : unsigned char {
     question,
@@ -58,23 +45,39 @@ constexpr int SeverityOf(MessageKind kind) {
     return severities[static_cast<int>(kind)];
 }
 
+enum class ReadingEN : unsigned char { strictly, leniently };
+
 /// The smallest text that provokes a report, and the place where it does.
 struct Example {
+    constexpr Example() = default;
+    constexpr Example(const char* aText, int aLine, int aColumn,
+                      ReadingEN aReading = ReadingEN::strictly, const char* aFormat = "")
+        : text(aText), line(aLine), column(aColumn), reading(aReading), format(aFormat) {}
+    constexpr Example(const char* aText, int aLine, int aColumn, const char* aFormat,
+                      ReadingEN aReading = ReadingEN::strictly)
+        : Example(aText, aLine, aColumn, aReading, aFormat) {}
+
     const char* text = nullptr;  ///< null: there is none
     int line = 0;                ///< from 1; 0: the report has no place
     int column = 0;              ///< from 1, in bytes
-    unsigned format = 0;         ///< of the FormatSetEN; 0: the first of the row's formats
-    bool lenient = false;        ///< when it is read leniently
+    ReadingEN reading = ReadingEN::strictly;
+    const char* format = "";  ///< its key; empty: the first of those that make the report
+};
+
+/// The formats whose readers make a report, where it is not all that have its table: the key of
+/// one, or what several share.
+struct Of {
+    const char* users;
 };
 
 /// One kind of report. Several rows may share a number, where one cause has several texts.
 struct MessageRow {
     int number;
     MessageKind kind;
-    const char* text;  ///< a printf format, with the marker ">-" before some nouns, and words that
-                       ///< go with its numbers: "%d row[|s] [is|are] missing" (plural.h)
-    unsigned formats;  ///< FormatSetEN bits
-    const char* cure;  ///< what it means and what to do, as Markdown
+    const char* text;   ///< a printf format, with the marker ">-" before some nouns, and words that
+                        ///< go with its numbers: "%d row[|s] [is|are] missing" (plural.h)
+    const char* users;  ///< of Of; empty: all
+    const char* cure;   ///< what it means and what to do, as Markdown
     Example example;
 };
 
@@ -108,9 +111,12 @@ constexpr bool TakesArguments(std::string_view format) {
 /// A kind of report whose text takes arguments of the types ARGS.
 template <class... ARGS>
 struct Message : MessageRow {
-    constexpr Message(int aNumber, MessageKind aKind, const char* aText, unsigned itsFormats,
-                      const char* itsCure, Example anExample = {})
-        : MessageRow{aNumber, aKind, aText, itsFormats, itsCure, anExample} {
+    constexpr Message(int aNumber, MessageKind aKind, const char* aText, const char* itsCure,
+                      Example anExample = {})
+        : Message(aNumber, aKind, aText, Of{""}, itsCure, anExample) {}
+    constexpr Message(int aNumber, MessageKind aKind, const char* aText, Of of, const char* itsCure,
+                      Example anExample = {})
+        : MessageRow{aNumber, aKind, aText, of.users, itsCure, anExample} {
         if (!TakesArguments<ARGS...>(aText)) throw "the text takes other arguments";
     }
 };

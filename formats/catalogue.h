@@ -6,12 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "library/reports/message.h"
+#include "formats/shared/format.h"
 
 namespace LUMO_API lumo {
 
 /// All rows, format by format, then what formats share. Rows of one number follow each other.
-/// Supplied by the import, which knows all formats.
 std::span<const MessageRow> ReportCatalogue();
 
 /// The rows of that number (negative, as in the reports); empty when there is none.
@@ -23,8 +22,14 @@ std::string MessageOf(const MessageRow& row);
 /// The texts of several rows on one line, each once.
 std::string MessagesOf(std::span<const MessageRow* const> rows);
 
-/// The rows of a format (an enumerator of FormatSetEN, or OfAny for those of every format) as
-/// people read them: rows of one kind and one cure together.
-std::vector<std::vector<const MessageRow*>> GroupedReports(unsigned format);
+/// Whether the format's reader makes the report, which not every reader does.
+bool IsOf(const MessageRow& row, const FormatInfo& format);
+
+/// The titles of the formats whose readers make one of the reports: "DSC, BIF" or "any format".
+std::string FormatTitles(std::span<const MessageRow* const> rows);
+
+/// The rows that a format does not share with all others, or those that all share (null), as people
+/// read them: rows of one kind and one cure together.
+std::vector<std::vector<const MessageRow*>> GroupedReports(const FormatInfo* format);
 
 }  // namespace lumo

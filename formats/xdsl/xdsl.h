@@ -1,10 +1,18 @@
-// XDSL files, as the editor of that format and its engine read them.
+// XDSL (docs/xdsl.md).
 #pragma once
 
+#include "formats/shared/format.h"
 #include "formats/shared/losses.h"
+#include "formats/shared/options.h"
 #include "formats/shared/result.h"
+#include "library/text/parser.h"
 
-namespace LUMO_API lumo {
+namespace lumo {
+
+extern const FormatInfo xdslFormat;
+
+rept_kt* ParseXdslFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                       const ReadOptions& options = {});
 
 /// Writes parents before children, every relation as its full table, and positions as rectangles of
 /// one size around them; node sets are submodels, for the first set of each node.
