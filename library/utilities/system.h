@@ -8,7 +8,10 @@
 #include <string>
 #include <vector>
 
-namespace lumo::system {
+#include "library/utilities/language.h"
+
+namespace LUMO_API lumo {
+namespace system {
 
 // ---- Files ---------------------------------------------------------------------------------
 
@@ -101,8 +104,7 @@ void Populate(void* block, std::size_t bytes);
 /// The size of a block, where the system tells it; else 0.
 std::size_t SizeOf(void* block);
 
-// ---- Numbers and text
-// ----------------------------------------------------------------------------
+// ---- Numbers and text ----------------------------------------------------------------------
 
 /// vsnprintf, and into a string of any length (empty when the format is none), with decimal points
 /// whatever the locale.
@@ -133,4 +135,5 @@ private:
     void* library_;
 };
 
-}  // namespace lumo::system
+}  // namespace system
+}  // namespace lumo
