@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <map>
 
 #include "app/terminal.h"
 #include "export/json.h"
@@ -18,6 +19,7 @@ namespace {
 
 constexpr long long sourceBefore = 100;  // bytes of the line shown before the caret
 constexpr long long sourceAfter = 60;
+constexpr std::size_t shownAlike = 3;  // reports of one number in one file
 constexpr auto progressDelay = std::chrono::seconds(1);
 
 constexpr const char* bold = "\x1b[1m";
@@ -88,9 +90,14 @@ Console::Console(const Options& options, bool interactive)
       terminal_(IsTerminal(STDERR_FILENO) && !options.jsonDiagnostics),
       interactive_(interactive && terminal_ && !options.quiet),
       colors_(WantsColors(options.color)),
-      progress_(interactive_) {}
+      progress_(interactive_),
+      holds_((terminal_ || options.command == CommandEN::check) && !options.verbose &&
+             !options.jsonDiagnostics) {}
 
 void Console::begin(const std::string& file) {
+    finish();
+    holding_ = holds_;
+    headed_ = false;
     file_ = file;
     text_ = {};
     reports_.clear();
@@ -105,33 +112,68 @@ void Console::show(const rept_kt& report) {
         record.sourceLine = windowAround(report.offset, record.sourceCaret);
     if (options_.quiet && report.severity <= SeverityWarning) return;
     worst_.add({report.severity, report.number});
-    progress_.clear();
-    if (options_.jsonDiagnostics) {
-        std::cerr << ReportToJson(record) + '\n';
-    } else {
-        showText(record);
-    }
+    give(record);
 }
 
-void Console::showText(const ReportRecord& report) {
-    std::string place = Visible(report.file);
+/// Shows it, now or later.
+void Console::give(const ReportRecord& report) {
+    if (holding_) {
+        held_.push_back(report);
+        return;
+    }
+    progress_.clear();
+    std::cerr << (options_.jsonDiagnostics ? ReportToJson(report) + '\n' : lineOf(report, headed_));
+}
+
+void Console::finish() {
+    holding_ = false;
+    if (held_.empty()) return;
+    std::map<int, std::size_t> left, shown;
+    for (const ReportRecord& report : held_) ++left[report.number];
+    headed_ = isHeading();
+    std::string text = headed_ ? paint(bold, Visible(file_)) + "\n" : "";
+    for (const ReportRecord& report : held_) {
+        std::size_t& more = left[report.number];
+        --more;
+        const bool isAlike = report.number != 0;
+        if (isAlike && shown[report.number] == shownAlike) continue;
+        text += lineOf(report, headed_);
+        if (isAlike && ++shown[report.number] == shownAlike && more > 0)
+            text += std::string(headed_ ? 4 : 2, ' ') + "and " + std::to_string(more) +
+                    " more like this (-v shows all)\n";
+    }
+    held_.clear();
+    progress_.clear();
+    std::cerr << text;
+}
+
+/// Whether one line above all tells a person where they are. What is read by a program, such as an
+/// editor, has the file in every line.
+bool Console::isHeading() const {
+    return terminal_ && held_.size() > 1 &&
+           std::ranges::all_of(held_, [this](const auto& report) { return report.file == file_; });
+}
+
+std::string Console::lineOf(const ReportRecord& report, bool isBelow) const {
+    std::string place = isBelow ? "" : Visible(report.file) + ":";
     if (report.line > 0)
-        place += ":" + std::to_string(report.line) + ":" + std::to_string(report.column);
-    std::string out = paint(bold, place + ":") + " ";
+        place += std::to_string(report.line) + ":" + std::to_string(report.column) + ":";
+    std::string out = isBelow ? "  " : "";
+    if (!place.empty()) out += paint(bold, place) + " ";
     out += paint(ColorOf(report.severity), std::string(SeverityName(report.severity)) + ":");
     out += " " + Visible(report.message + ContextText(report));
     if (report.number != 0) out += " [" + std::to_string(report.number) + "]";
     out += '\n';
-    if (terminal_ && report.line > 0) out += sourceLines(report);
-    std::cerr << out;
+    if (terminal_ && report.line > 0) out += sourceLines(report, isBelow ? "    " : "  ");
+    return out;
 }
 
 /// The line of the source, and one with a caret below it.
-std::string Console::sourceLines(const ReportRecord& report) const {
+std::string Console::sourceLines(const ReportRecord& report, const std::string& indent) const {
     if (report.sourceLine.empty()) return {};
     const std::string_view line = report.sourceLine;
     const std::string before = Visible(line.substr(0, report.sourceCaret));
-    return "  " + before + Visible(line.substr(report.sourceCaret)) + "\n  " +
+    return indent + before + Visible(line.substr(report.sourceCaret)) + "\n" + indent +
            std::string(DisplayWidth(before), ' ') + paint(green, "^") + "\n";
 }
 
@@ -169,17 +211,12 @@ std::string Console::paint(const char* code, const std::string& text) const {
 
 void Console::print(const char* text) {
     if (options_.quiet) return;
-    progress_.clear();
     ReportRecord note;
     note.file = file_;
     note.severity = SeverityNotice;
     note.message = text;
     while (note.message.ends_with('\n')) note.message.pop_back();
-    if (options_.jsonDiagnostics) {
-        std::cerr << ReportToJson(note) + '\n';
-    } else {
-        showText(note);
-    }
+    give(note);
 }
 
 void Console::note(const std::string& text) {
@@ -189,6 +226,7 @@ void Console::note(const std::string& text) {
 bool Console::ask(int, const char* question) {
     if (options_.condense) return *options_.condense;
     if (!canAsk()) return false;
+    finish();
     progress_.clear();
     std::cerr << question << " [y/N] " << std::flush;
     std::string answer;

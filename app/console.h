@@ -49,7 +49,12 @@ public:
     /// interactive: may ask and show progress; else it only writes what comes.
     explicit Console(const Options& options, bool interactive = true);
 
+    ~Console() { finish(); }
+
     void begin(const std::string& file);  ///< starts a file
+    /// The file's reports have come to their end. Where they are held until then, on a terminal and
+    /// by check, those of one number are shown a few times, and a file with several is a heading.
+    void finish();
     /// The file's text, when that is in memory alone; it must outlive the import.
     void setText(std::string_view text) { text_ = text; }
     /// Says what was done, to those who want to know.
@@ -69,8 +74,10 @@ public:
     void unknownWord(const char* word, int number, long long count) override;
 
 private:
-    void showText(const ReportRecord& report);
-    std::string sourceLines(const ReportRecord& report) const;
+    void give(const ReportRecord& report);
+    std::string lineOf(const ReportRecord& report, bool isBelow) const;
+    bool isHeading() const;
+    std::string sourceLines(const ReportRecord& report, const std::string& indent) const;
     std::string windowAround(long long offset, std::size_t& caret) const;
     std::string paint(const char* code, const std::string& text) const;
 
@@ -84,6 +91,10 @@ private:
     ProgressLine progress_;
     std::vector<ReportRecord> reports_;
     std::vector<SkippedWord> skipped_;
+    const bool holds_;                ///< reports, until the file's end
+    bool holding_ = false;            ///< now
+    bool headed_ = false;             ///< the file's name stands above its reports
+    std::vector<ReportRecord> held_;  ///< and notes, which have no number
     WorstReport worst_;
 };
 

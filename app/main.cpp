@@ -66,6 +66,7 @@ int WorkOnFile(const InputFile& file, const Options& options, Console& console) 
         std::cerr << "lumo-import: " + failure.text + "\n";
         return failure.exitCode;
     } catch (const std::exception& e) {
+        console.finish();
         std::cerr << "lumo-import: " + Visible(file.path) + ": " + e.what() + "\n";
         if (options.json) WriteStandardOutput(BrokenSummaryJson(file.path));
         return ExitNothing;
@@ -105,6 +106,7 @@ int Run(int argc, char** argv) {
     for (const auto& [path, why] : options.passedOver) {
         console.begin(path);
         console.note(std::string("passed over, for ") + why);
+        console.finish();
     }
     if (options.many()) return RunBatch(options, WorkOnFile);
     const int exitCode = WorkOnFile(options.files.front(), options, console);

@@ -208,6 +208,7 @@ ImportResult ReadOne(const std::string& file, const Options& options, Console& c
     result.dropFailedNet();
     if (!options.condense && !console.canAsk() && HasNoisyMax(result.net.get()))
         console.print("noisy-max tables are kept in full too; --condense yes or no says whether");
+    console.finish();
     return result;
 }
 

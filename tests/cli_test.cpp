@@ -306,6 +306,41 @@ TEST_F(Cli, SourceLineAndCaretOnATerminal) {
     EXPECT_NE(windowed.find("probability (b)  "), std::string::npos);
 }
 
+// Of reports of one number a few are shown by check and on a terminal; -v and JSON have all.
+TEST_F(Cli, ManyLikeReportsAreOne) {
+    std::string text = "net { }\n";
+    for (int i = 0; i < 36; ++i)
+        text += "node n" + std::to_string(i) + " { states = (\"a\" \"b\"); }\npotential (n" +
+                std::to_string(i) + ") { data = (0.5 x); }\n";
+    write("many.net", text + "node z { states = (\"a\"); HR_Odd = 1; }\n");
+    const auto place = [](int line) {
+        return "many.net:" + std::to_string(line) + ":30: error: 'x' is not a number";
+    };
+    const auto count = [this](const std::string& command) {
+        return run("{ " + command + "; } 2>&1 | grep -c 5040").out;
+    };
+    const std::string piped = run("$L check many.net").err;
+    EXPECT_NE(piped.find(place(7)), std::string::npos) << piped;
+    EXPECT_EQ(piped.find(place(9)), std::string::npos) << piped;
+    EXPECT_NE(
+        piped.find("[-5040]\n  and 33 more like this (-v shows all)\nmany.net:74:26: warning: "),
+        std::string::npos)
+        << piped;
+    const std::string seen = run("TERM=dumb script -qec \"$L check many.net\" /dev/null").out;
+    EXPECT_TRUE(seen.starts_with("many.net\r\n  3:30: error: ")) << seen;
+    EXPECT_NE(seen.find("^\r\n    and 33 more like this (-v shows all)\r\n  74:26: "),
+              std::string::npos)
+        << seen;
+    EXPECT_EQ(count("$L check many.net"), "3\n");
+    EXPECT_EQ(count("$L check -j 2 many.net good.erg many.net"), "6\n");
+    EXPECT_EQ(count("script -qec \"$L convert many.net -o x.json\" /dev/null | grep -v explain"),
+              "3\n");
+    for (const char* all :
+         {"$L check -v many.net", "$L many.net", "$L check --diagnostics json many.net"})
+        EXPECT_EQ(count(all), "36\n") << all;
+    EXPECT_EQ(nlohmann::json::parse(Slurp(folder / "x.json"))["reports"].size(), 37U);
+}
+
 TEST_F(Cli, DiagnosticsAsJsonLines) {
     const auto report = nlohmann::json::parse(run("$L check --diagnostics json errors.dsc").err);
     EXPECT_EQ(report["file"], "errors.dsc");
