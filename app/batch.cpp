@@ -1,5 +1,6 @@
 #include "app/batch.h"
 
+#ifdef __linux__
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
@@ -8,6 +9,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <algorithm>
 #include <atomic>
@@ -25,10 +27,19 @@
 #include "app/convert.h"
 #include "app/summary.h"
 #include "app/terminal.h"
+#include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {
+
+/// How many files ended with each exit code, and the worst report of all.
+struct Totals {
+    std::map<int, int> files;
+    WorstReport worst;
+};
+
+#ifdef __linux__  // elsewhere one file is read after the other
 
 /// What is printed about finished files whose turn to be shown has not come lies in memory, so
 /// there is a limit to them.
@@ -36,12 +47,6 @@ constexpr std::size_t maxAhead = 10000;
 constexpr std::size_t longestRun = 64;  ///< files that a worker takes at once
 constexpr std::size_t runsEach = 4;     ///< into which the files left are cut for each worker
 constexpr auto longestSilence = std::chrono::milliseconds(50);  ///< of a worker with news
-
-/// How many files ended with each exit code, and the worst report of all.
-struct Totals {
-    std::map<int, int> files;
-    WorstReport worst;
-};
 
 /// Files by their place in the list, from first up to last.
 struct Run {
@@ -324,9 +329,11 @@ Totals Pool::run() {
     return totals_;
 }
 
+#endif
+
 Totals RunSerially(const Options& options, FileWork work) {
     Totals totals;
-    ProgressLine progress(IsTerminal(STDERR_FILENO) && !options.quiet);
+    ProgressLine progress(IsTerminal(system::StandardError) && !options.quiet);
     progress.start();
     Console console(options);
     long long done = 0;
@@ -354,7 +361,11 @@ std::string Text(const Totals& totals, std::size_t files) {
 }  // namespace
 
 int RunBatch(const Options& options, FileWork work) {
+#ifdef __linux__
     Totals totals = options.jobs > 1 ? Pool(options, work).run() : RunSerially(options, work);
+#else
+    Totals totals = RunSerially(options, work);
+#endif
     if (options.noNets > 0) totals.files[ExitNoNet] += options.noNets;
     const std::string text =
         Text(totals, options.files.size() + static_cast<std::size_t>(options.noNets));

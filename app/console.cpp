@@ -1,8 +1,5 @@
 #include "app/console.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +9,7 @@
 #include "app/terminal.h"
 #include "export/json.h"
 #include "formats/shared/describe.h"
+#include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
@@ -37,19 +35,17 @@ const char* ColorOf(int severity) {
 bool WantsColors(ColorEN choice) {
     if (choice != ColorEN::automatic) return choice == ColorEN::always;
     const char* refused = std::getenv("NO_COLOR");
-    const char* terminal = std::getenv("TERM");
     if (refused != nullptr && *refused != 0) return false;
-    return IsTerminal(STDERR_FILENO) && terminal != nullptr && std::string_view(terminal) != "dumb";
+    return system::ShowsColors(system::StandardError);
 }
 
 /// Up to `length` bytes of the file from the offset; empty when that cannot be had.
 std::string ReadAt(const std::string& file, long long offset, long long length) {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (descriptor < 0) return {};
+    const system::InputFile input(file.c_str());
+    if (!input.isOpen()) return {};
     std::string text(static_cast<std::size_t>(length), '\0');
-    const ssize_t got = ::pread(descriptor, text.data(), text.size(), offset);
-    ::close(descriptor);
-    text.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
+    const long long got = input.readAt(offset, text.data(), length);
+    text.resize(static_cast<std::size_t>(std::max(got, 0LL)));
     return text;
 }
 
@@ -66,7 +62,7 @@ void ProgressLine::update(const std::string& what, long long done, long long tot
     if (std::chrono::steady_clock::now() - begun_ < progressDelay) return;
     const double part = static_cast<double>(done) / static_cast<double>(total);
     // The last column stays free: in it some terminals break the line already.
-    const std::string line = ProgressText(what, part, TerminalColumns(STDERR_FILENO) - 1);
+    const std::string line = ProgressText(what, part, TerminalColumns(system::StandardError) - 1);
     std::fprintf(stderr, "\r\x1b[K%s", line.c_str());
     std::fflush(stderr);
     shown_ = true;
@@ -78,7 +74,7 @@ void ProgressLine::clear() {
 }
 
 void ShowHint(const WorstReport& worst, const Options& options) {
-    if (worst.number == 0 || options.jsonDiagnostics || !IsTerminal(STDERR_FILENO)) return;
+    if (worst.number == 0 || options.jsonDiagnostics || !IsTerminal(system::StandardError)) return;
     const std::string number = std::to_string(std::abs(worst.number));
     std::cerr << "What that means and what to do: lumo-import explain " + number + "\n";
 }
@@ -87,7 +83,7 @@ void ShowHint(const WorstReport& worst, const Options& options) {
 
 Console::Console(const Options& options, bool interactive)
     : options_(options),
-      terminal_(IsTerminal(STDERR_FILENO) && !options.jsonDiagnostics),
+      terminal_(IsTerminal(system::StandardError) && !options.jsonDiagnostics),
       interactive_(interactive && terminal_ && !options.quiet),
       colors_(WantsColors(options.color)),
       progress_(interactive_),
@@ -234,7 +230,7 @@ bool Console::ask(int, const char* question) {
     return answer.starts_with('y') || answer.starts_with('Y');
 }
 
-bool Console::canAsk() const { return interactive_ && IsTerminal(STDIN_FILENO); }
+bool Console::canAsk() const { return interactive_ && IsTerminal(system::StandardInput); }
 
 void Console::waitBegin(const char* text) {
     wait_ = Visible(text);

@@ -1,15 +1,12 @@
 #include "app/convert.h"
 
-#include <unistd.h>
-
-#include <climits>
-#include <csignal>
-#include <cstring>
 #include <filesystem>
 #include <ostream>
 #include <system_error>
 
 #include "formats/shared/placing.h"
+#include "library/utilities/paths.h"
+#include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
@@ -22,41 +19,14 @@ std::string Failure(const std::string& path, int error) {
 
 constexpr const char* standardOutput = "standard output";
 
-// ---- Signals that end the program while it writes ------------------------------------------
-
-constexpr int endings[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-struct sigaction former[std::size(endings)];
-char unfinished[PATH_MAX];
-
-extern "C" void RemoveUnfinished(int signal) {
-    ::unlink(unfinished);
-    std::signal(signal, SIG_DFL);
-    ::raise(signal);
-}
-
-/// While a file is incomplete, a signal that would end the program removes it first. Signals that
-/// are ignored, as under nohup, stay so.
-void GuardUnfinished(const char* path) {
-    if (path != nullptr) std::strncpy(unfinished, path, sizeof unfinished - 1);
-    struct sigaction removing {};
-    removing.sa_handler = RemoveUnfinished;
-    for (std::size_t i = 0; i < std::size(endings); ++i) {
-        if (path == nullptr) {
-            ::sigaction(endings[i], &former[i], nullptr);
-        } else if (::sigaction(endings[i], nullptr, &former[i]); former[i].sa_handler != SIG_IGN) {
-            ::sigaction(endings[i], &removing, nullptr);
-        }
-    }
-}
-
 }  // namespace
 
 std::optional<FileIdentity> InputIdentity(const std::string& file) {
-    return file == "-" ? IdentityOf(STDIN_FILENO) : IdentityOf(file);
+    return file == "-" ? IdentityOf(system::StandardInput) : IdentityOf(file);
 }
 
 std::optional<FileIdentity> OutputIdentity(const std::string& output) {
-    return output == "-" ? IdentityOf(STDOUT_FILENO) : IdentityOf(output);
+    return output == "-" ? IdentityOf(system::StandardOutput) : IdentityOf(output);
 }
 
 std::string Convert(const ImportResult& result, const InputFile& file, const Options& options,
@@ -70,12 +40,12 @@ std::string Convert(const ImportResult& result, const InputFile& file, const Opt
     if (writer.losses != nullptr && options.layout == LayoutEN::automatic) LayOut(*result.net);
     if (!file.below.empty() || options.walked) {
         std::error_code seen;  // when the file cannot be written
-        std::filesystem::create_directories(std::filesystem::path(output).parent_path(), seen);
+        std::filesystem::create_directories(PathOf(output).parent_path(), seen);
     }
     const auto write = [&](std::ostream& out) { writer.write(result, out); };
-    std::string failure = output == "-"
-                              ? Failure(standardOutput, WriteToDescriptor(STDOUT_FILENO, write))
-                              : Failure(output, WriteToFile(output, write, GuardUnfinished));
+    std::string failure =
+        output == "-" ? Failure(standardOutput, WriteToDescriptor(system::StandardOutput, write))
+                      : Failure(output, WriteToFile(output, write, system::RemoveWhenEnded));
     if (!failure.empty()) return failure;
     if (output != "-") console.note("written to " + Visible(output));
     if (writer.losses == nullptr || options.quiet) return {};
@@ -85,7 +55,7 @@ std::string Convert(const ImportResult& result, const InputFile& file, const Opt
 }
 
 std::string WriteStandardOutput(const WriteFunction& write) {
-    return Failure(standardOutput, WriteToDescriptor(STDOUT_FILENO, write));
+    return Failure(standardOutput, WriteToDescriptor(system::StandardOutput, write));
 }
 
 std::string WriteStandardOutput(const std::string& text) {

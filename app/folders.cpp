@@ -9,6 +9,7 @@
 #include "app/read.h"
 #include "formats/detect.h"
 #include "formats/othertexts.h"
+#include "library/utilities/paths.h"
 
 namespace lumo::app {
 namespace {
@@ -21,10 +22,10 @@ constexpr const char* noNet = "it is no net";
 const char* WhyPassedOver(const fs::path& path) {
     std::error_code unknown;
     if (!fs::is_regular_file(path, unknown)) return "it is no file";
-    const std::string start = ReadStart(path.native());
+    const std::string start = ReadStart(Utf8(path));
     if (CertainFormat(start) != nullptr) return nullptr;
-    if (FormatOfExtension(path.native()) == nullptr) return "it is of no known format";
-    return OtherText(start, path.native()).empty() ? nullptr : noNet;
+    if (FormatOfExtension(Utf8(path)) == nullptr) return "it is of no known format";
+    return OtherText(start, Utf8(path)).empty() ? nullptr : noNet;
 }
 
 class Walk {
@@ -35,18 +36,18 @@ public:
         for (const fs::path& path : entriesOf(folder)) {
             std::error_code unknown;
             const bool isFolder = fs::is_directory(path, unknown);
-            if (path.filename().native().starts_with('.')) {
+            if (Utf8(path.filename()).starts_with('.')) {
                 passOver(path, "it is hidden");
             } else if (isFolder && fs::is_symlink(path, unknown)) {
                 passOver(path, "it is a link to a folder");
-            } else if (isFolder && fs::equivalent(path, options_.output, unknown)) {
+            } else if (isFolder && fs::equivalent(path, PathOf(options_.output), unknown)) {
                 passOver(path, "it is for the output");
             } else if (isFolder) {
                 into(path, below / path.filename());
             } else if (const char* why = WhyPassedOver(path)) {
                 passOver(path, why);
             } else {
-                options_.files.push_back({path.native(), below.native()});
+                options_.files.push_back({Utf8(path), Utf8(below)});
             }
         }
     }
@@ -59,14 +60,14 @@ private:
         for (fs::directory_iterator at(folder, failed), end; !failed && at != end;
              at.increment(failed))
             paths.push_back(at->path());
-        if (failed) options_.files.push_back({folder.native(), {}});
+        if (failed) options_.files.push_back({Utf8(folder), {}});
         std::ranges::sort(paths);
         return paths;
     }
 
     void passOver(const fs::path& path, const char* why) {
         options_.noNets += why == noNet ? 1 : 0;
-        if (options_.verbose) options_.passedOver.emplace_back(path.native(), why);
+        if (options_.verbose) options_.passedOver.emplace_back(Utf8(path), why);
     }
 
     Options& options_;
@@ -77,7 +78,7 @@ void TellApart(std::vector<InputFile>& files) {
     std::map<std::pair<std::string, std::string>, int> places;
     const auto place = [](const InputFile& file) {
         const std::string name(PlainName(file.path));
-        return std::pair(file.below, fs::path(name).stem().native());
+        return std::pair(file.below, Utf8(PathOf(name).stem()));
     };
     for (const InputFile& file : files) ++places[place(file)];
     for (InputFile& file : files) file.keepsExtension = places[place(file)] > 1;
@@ -86,7 +87,7 @@ void TellApart(std::vector<InputFile>& files) {
 /// Where the files of a folder go: together, or of several folders, each below its name.
 fs::path PlaceOf(const std::string& folder, bool isOnly) {
     if (isOnly) return {};
-    const fs::path path = fs::path(folder).lexically_normal();
+    const fs::path path = PathOf(folder).lexically_normal();
     const fs::path name = path.has_filename() ? path.filename() : path.parent_path().filename();
     return name == "." || name == ".." ? fs::path() : name;
 }
@@ -95,7 +96,7 @@ fs::path PlaceOf(const std::string& folder, bool isOnly) {
 
 bool IsFolder(const std::string& path) {
     std::error_code unknown;
-    return path != "-" && fs::is_directory(path, unknown);
+    return path != "-" && fs::is_directory(PathOf(path), unknown);
 }
 
 void GatherFiles(const std::vector<std::string>& arguments, Options& options) {
@@ -103,7 +104,7 @@ void GatherFiles(const std::vector<std::string>& arguments, Options& options) {
         const std::size_t before = options.files.size();
         if (options.recursive && IsFolder(argument)) {
             options.walked = true;
-            Walk(options).into(argument, PlaceOf(argument, arguments.size() == 1));
+            Walk(options).into(PathOf(argument), PlaceOf(argument, arguments.size() == 1));
         }
         if (options.files.size() == before) options.files.push_back({argument, {}});
     }

@@ -1,11 +1,12 @@
 #include "app/gzip.h"
 
 #ifdef LUMO_HAS_ZLIB
-#include <dlfcn.h>
 #include <zlib.h>
 #endif
 
 #include <algorithm>
+
+#include "library/utilities/system.h"
 
 namespace lumo::app {
 
@@ -34,21 +35,20 @@ std::size_t LimitFor(std::size_t bytes) {
     return std::max(anyText, bytes * mostTimes);
 }
 
+#if defined(_WIN32)
+constexpr const char* libraryName = "zlib1.dll";
+#elif defined(__APPLE__)
+constexpr const char* libraryName = "libz.1.dylib";
+#else
+constexpr const char* libraryName = "libz.so.1";
+#endif
+
 /// The functions of zlib. Most files are not compressed, and linking it would cost them time.
 struct Library {
     Library() {
-        void* const zlib = ::dlopen("libz.so.1", RTLD_NOW | RTLD_LOCAL);
-        if (zlib == nullptr) return;
-        complete = true;
-        const auto find = [&](auto& function, const char* name) {
-            void* const address = ::dlsym(zlib, name);
-            complete = complete && address != nullptr;
-            function = reinterpret_cast<std::remove_reference_t<decltype(function)> >(address);
-        };
-        find(begin, "inflateInit2_");
-        find(unpack, "inflate");
-        find(again, "inflateReset");
-        find(end, "inflateEnd");
+        const system::Library zlib(libraryName);
+        complete = zlib.find(begin, "inflateInit2_") && zlib.find(unpack, "inflate") &&
+                   zlib.find(again, "inflateReset") && zlib.find(end, "inflateEnd");
     }
 
     bool complete = false;

@@ -1,5 +1,4 @@
 // lumo-import: summarises, checks and converts the files of other Bayes-net programs.
-#include <csignal>
 #include <exception>
 #include <iostream>
 
@@ -14,6 +13,7 @@
 #include "app/table.h"
 #include "export/explain.h"
 #include "formats/detect.h"
+#include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
@@ -96,10 +96,10 @@ int ShowFormats() {
 }
 
 int Run(int argc, char** argv) {
-    // A closed pipe and a file that may not grow are failed writes like any other.
-    for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
+    system::PrepareProcess();
+    const std::vector<std::string> arguments = system::Arguments(argc, argv);
     Options options;
-    if (const std::optional<int> exitCode = ParseArguments(argc, argv, options)) return *exitCode;
+    if (const std::optional<int> exitCode = ParseArguments(arguments, options)) return *exitCode;
     if (options.command == CommandEN::explain) return ExplainAll(options.numbers);
     if (options.command == CommandEN::formats) return ShowFormats();
     Console console(options);

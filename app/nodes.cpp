@@ -1,7 +1,5 @@
 #include "app/nodes.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <vector>
@@ -9,6 +7,7 @@
 #include "app/convert.h"
 #include "app/terminal.h"
 #include "formats/shared/describe.h"
+#include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
@@ -80,8 +79,8 @@ std::string WriteNodes(const Bnet_bn& net) {
                          HasOwnTitle(*node) ? Visible(node->title) : ""});
         if (!lines.back()[4].empty()) lines.front()[4] = "title";
     }
-    return WriteStandardOutput(
-        Aligned(lines, IsTerminal(STDOUT_FILENO) ? TerminalColumns(STDOUT_FILENO) : 0));
+    return WriteStandardOutput(Aligned(
+        lines, IsTerminal(system::StandardOutput) ? TerminalColumns(system::StandardOutput) : 0));
 }
 
 }  // namespace lumo::app

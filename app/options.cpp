@@ -10,6 +10,7 @@
 #include "app/folders.h"
 #include "app/help.h"
 #include "app/suggest.h"
+#include "library/utilities/paths.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
@@ -73,7 +74,7 @@ void AddOptions(CLI::App& app, Options& options, Raw& raw) {
 
 bool Exists(const std::string& path) {
     std::error_code unknown;
-    return std::filesystem::exists(path, unknown);
+    return std::filesystem::exists(PathOf(path), unknown);
 }
 
 /// Whether two files would be written to one place, or one over an input; empty when not.
@@ -167,10 +168,10 @@ int UsageError(const std::string& text) {
 }
 
 /// The arguments that are neither options nor what these take.
-std::vector<std::string> Operands(int argc, char** argv) {
+std::vector<std::string> Operands(const std::vector<std::string>& arguments) {
     std::vector<std::string> operands;
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view argument = argv[i];
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        const std::string_view argument = arguments[i];
         if (argument.size() < 2 || argument[0] != '-')
             operands.emplace_back(argument);
         else if (!ArgumentOf(argument).empty())
@@ -181,8 +182,8 @@ std::vector<std::string> Operands(int argc, char** argv) {
 
 /// The first operand may be a command with a slip, or one that others have, unless there is such a
 /// file.
-std::string MistypedCommand(int argc, char** argv) {
-    const std::vector<std::string> operands = Operands(argc, argv);
+std::string MistypedCommand(const std::vector<std::string>& arguments) {
+    const std::vector<std::string> operands = Operands(arguments);
     if (operands.empty()) return {};
     const std::string& word = operands.front();
     if (word.find_first_of("./-") != std::string::npos) return {};  // no letter of a command
@@ -237,7 +238,7 @@ std::string MisusedOption(const CLI::ParseError& error) {
 
 }  // namespace
 
-std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
+std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Options& options) {
     Raw raw;
     CLI::App app("", "lumo-import");
     const auto help = [](const CLI::App* of, const std::string&, CLI::AppFormatMode) {
@@ -271,10 +272,10 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
     command("explain", CommandEN::explain)->add_option("NUMBER", options.numbers);
     command("formats", CommandEN::formats);
 
-    if (const std::string mistake = MistypedCommand(argc, argv); !mistake.empty())
+    if (const std::string mistake = MistypedCommand(arguments); !mistake.empty())
         return UsageError(mistake);
     try {
-        app.parse(argc, argv);
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend() - 1));  // its order
     } catch (const CLI::ExtrasError& e) {
         return UsageError(MistypedOption(app, e.what()));
     } catch (const CLI::ParseError& e) {
@@ -292,12 +293,11 @@ std::optional<int> ParseArguments(int argc, char** argv, Options& options) {
 std::string OutputFor(const Options& options, const InputFile& file) {
     namespace fs = std::filesystem;
     if (!options.intoFolder) return options.output;
-    const fs::path plain(PlainName(file.path));
-    const std::string name = file.path == "-"      ? "stdin"
-                             : file.keepsExtension ? fs::path(file.path).filename().native()
-                                                   : plain.stem().native();
-    return (fs::path(options.output) / file.below / (name + std::string(options.writer->extension)))
-        .native();
+    const fs::path name = file.path == "-"      ? "stdin"
+                          : file.keepsExtension ? PathOf(file.path).filename()
+                                                : PathOf(PlainName(file.path)).stem();
+    fs::path path = PathOf(options.output) / PathOf(file.below) / name;
+    return Utf8(path += options.writer->extension);
 }
 
 }  // namespace lumo::app

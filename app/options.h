@@ -66,9 +66,9 @@ struct Options {
     bool many() const { return files.size() > 1 || walked; }
 };
 
-/// Reads the arguments. Returns the exit code when there is nothing more to do: help or version was
-/// shown, or the usage is wrong, which standard error was told.
-std::optional<int> ParseArguments(int argc, char** argv, Options& options);
+/// Reads the arguments, the program's name first. Returns the exit code when there is nothing more
+/// to do: help or version was shown, or the usage is wrong, which standard error was told.
+std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Options& options);
 
 /// Where convert writes the file: the output itself, or in its folder under the file's own name.
 std::string OutputFor(const Options& options, const InputFile& file);

@@ -1,32 +1,30 @@
 #include "app/read.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <optional>
 
 #include "app/gzip.h"
 #include "formats/ForeignFile.h"
 #include "formats/othertexts.h"
 #include "formats/shared/messages.h"
 #include "formats/utf16.h"
+#include "library/utilities/paths.h"
+#include "library/utilities/system.h"
 
 namespace lumo::app {
 namespace {
 
-/// A descriptor that closes itself, standard input excepted.
+/// A file, or standard input.
 class Input {
 public:
-    explicit Input(const std::string& file)
-        : descriptor_(file == "-" ? STDIN_FILENO : ::open(file.c_str(), O_RDONLY | O_CLOEXEC)) {}
-    ~Input() {
-        if (descriptor_ > STDIN_FILENO) ::close(descriptor_);
+    explicit Input(const std::string& file) {
+        if (file == "-")
+            input_.emplace(system::StandardInput);
+        else
+            input_.emplace(file.c_str(), system::InputFile::PipeEN::wait);
     }
-    Input(const Input&) = delete;
-    Input& operator=(const Input&) = delete;
 
     /// Appends at most that many bytes; false on a read error.
     bool read(std::string& text, std::size_t most) const {
@@ -34,26 +32,31 @@ public:
         while (most > 0) {
             const std::size_t have = text.size();
             text.resize(have + std::min(step, most));
-            const ssize_t got = ::read(descriptor_, text.data() + have, text.size() - have);
-            text.resize(have + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-            if (got == 0) return true;
-            if (got < 0 && errno != EINTR) return false;
+            const auto room = static_cast<long long>(text.size() - have);
+            const long long got = input_->read(text.data() + have, room);
+            text.resize(have + static_cast<std::size_t>(std::max(got, 0LL)));
+            if (got <= 0) return got == 0;
             most -= text.size() - have;
         }
         return true;
     }
 
 private:
-    int descriptor_;
+    std::optional<system::InputFile> input_;
 };
 
 enum class InputEN : unsigned char { file, folder, pipe };
 
 InputEN KindOf(const std::string& file) {
     if (file == "-") return InputEN::pipe;
-    struct stat status {};
-    if (::stat(file.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return InputEN::file;
-    return S_ISDIR(status.st_mode) ? InputEN::folder : InputEN::pipe;
+    switch (system::StatusOf(file.c_str()).kind) {
+        case system::PathKindEN::folder:
+            return InputEN::folder;
+        case system::PathKindEN::other:
+            return InputEN::pipe;
+        default:
+            return InputEN::file;
+    }
 }
 
 /// Shows the report of an import that did not begin.
@@ -162,7 +165,7 @@ Bnet_bn* ReadFile(const std::string& file, const Options& options, Console& cons
 Bnet_bn* RefuseFolder(const std::string& folder, const Options& options, Console& console) {
     console.begin(folder);
     std::error_code failed;
-    const std::filesystem::directory_iterator opened(folder, failed);
+    const std::filesystem::directory_iterator opened(PathOf(folder), failed);
     const std::string why = !options.recursive ? "-r reads the files in it"
                             : failed           ? failed.message()
                                                : "no file in it is of a known format";

@@ -1,7 +1,5 @@
 #include "app/table.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <charconv>
 #include <iostream>
@@ -16,6 +14,7 @@
 #include "formats/shared/rows.h"
 #include "formats/shared/textout.h"
 #include "library/utilities/numbers.h"
+#include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
@@ -344,7 +343,8 @@ void WritePage(const Bnode_bn& node, TextOut& out) {
         return;
     }
     out << "\n";
-    Page(sheet, IsTerminal(STDOUT_FILENO) ? TerminalColumns(STDOUT_FILENO) : 0).write(out);
+    Page(sheet, IsTerminal(system::StandardOutput) ? TerminalColumns(system::StandardOutput) : 0)
+        .write(out);
 }
 
 // ---- For programs --------------------------------------------------------------------------

@@ -20,12 +20,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <iterator>
 #include <memory>
 #include <new>
 
@@ -83,13 +85,14 @@ struct Free {
 
 const char* LastSeparator(const char* path) { return std::strrchr(path, '/'); }
 
-// O_NONBLOCK: for FIFOs.
-InputFile::InputFile(const char* path)
-    : descriptor_(Uninterrupted(
-          [path] { return ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); })) {}
+InputFile::InputFile(const char* path, PipeEN pipe)
+    : descriptor_(Uninterrupted([=] {
+          const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
+          return ::open(path, pipe == PipeEN::open ? flags | O_NONBLOCK : flags);
+      })) {}
 
 InputFile::~InputFile() {
-    if (descriptor_ >= 0) ::close(descriptor_);
+    if (isOurs_ && descriptor_ >= 0) ::close(descriptor_);
 }
 
 long long InputFile::size() const {
@@ -157,7 +160,39 @@ void PrepareProcess() {
 
 std::vector<std::string> Arguments(int argc, char** argv) { return {argv, argv + argc}; }
 
+namespace {
+
+constexpr int endings[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+struct sigaction former[std::size(endings)];
+char unfinished[PATH_MAX];
+
+extern "C" void RemoveUnfinished(int signal) {
+    ::unlink(unfinished);
+    std::signal(signal, SIG_DFL);
+    ::raise(signal);
+}
+
+}  // namespace
+
+void RemoveWhenEnded(const char* path) {
+    if (path != nullptr) std::strncpy(unfinished, path, sizeof unfinished - 1);
+    struct sigaction removing {};
+    removing.sa_handler = RemoveUnfinished;
+    for (std::size_t i = 0; i < std::size(endings); ++i) {
+        if (path == nullptr) {
+            ::sigaction(endings[i], &former[i], nullptr);
+        } else if (::sigaction(endings[i], nullptr, &former[i]); former[i].sa_handler != SIG_IGN) {
+            ::sigaction(endings[i], &removing, nullptr);
+        }
+    }
+}
+
 bool IsTerminal(int descriptor) { return ::isatty(descriptor) == 1; }
+
+bool ShowsColors(int descriptor) {
+    const char* const terminal = std::getenv("TERM");
+    return IsTerminal(descriptor) && terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
+}
 
 std::size_t TerminalColumns(int descriptor) {
     winsize size{};
@@ -220,8 +255,7 @@ std::size_t SizeOf(void* block) {
 #endif
 }
 
-// ---- Numbers and text
-// ----------------------------------------------------------------------------
+// ---- Numbers and text ----------------------------------------------------------------------
 
 int Print(char* buffer, std::size_t size, const char* format, va_list arguments) {
     const CLocale plain;

@@ -21,8 +21,13 @@ const char* LastSeparator(const char* path);
 /// An open file for reading.
 class InputFile {
 public:
-    /// A FIFO opens although nobody writes to it.
-    explicit InputFile(const char* path);
+    enum class PipeEN : unsigned char {
+        open,  ///< opens although nobody writes to it
+        wait,  ///< opens when somebody does
+    };
+    explicit InputFile(const char* path, PipeEN pipe = PipeEN::open);
+    /// One that is open already, and stays so.
+    explicit InputFile(int descriptor) : descriptor_(descriptor), isOurs_(false) {}
     ~InputFile();
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
@@ -41,6 +46,7 @@ public:
 
 private:
     int descriptor_;
+    bool isOurs_ = true;
 };
 
 enum class PathKindEN : signed char { nothing, file, folder, other };
@@ -86,7 +92,12 @@ void PrepareProcess();
 /// names to programs, they are the files.
 std::vector<std::string> Arguments(int argc, char** argv);
 
+/// Removes a file when a signal, or the user, ends the program: the one named last, until it is
+/// named null. Signals that are ignored, as under nohup, stay so.
+void RemoveWhenEnded(const char* path);
+
 bool IsTerminal(int descriptor);
+bool ShowsColors(int descriptor);             ///< a terminal that does
 std::size_t TerminalColumns(int descriptor);  ///< 0 when that is not known
 
 /// The columns that a character takes in a terminal, whatever the user's language.

@@ -16,14 +16,15 @@
 #include <process.h>
 #include <share.h>
 #include <shellapi.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
 #include <system_error>
 
 #include "library/utilities/paths.h"
@@ -119,11 +120,11 @@ const char* LastSeparator(const char* path) {
     return found;
 }
 
-InputFile::InputFile(const char* path)
+InputFile::InputFile(const char* path, PipeEN)
     : descriptor_(_wopen(Wide(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT)) {}
 
 InputFile::~InputFile() {
-    if (descriptor_ >= 0) _close(descriptor_);
+    if (isOurs_ && descriptor_ >= 0) _close(descriptor_);
 }
 
 long long InputFile::size() const {
@@ -166,8 +167,12 @@ int OpenForWriting(const char* path) {
 }
 
 int CreateNew(const char* path, unsigned, bool) {
-    return _wopen(Wide(path).c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT,
-                  _S_IREAD | _S_IWRITE);
+    // It may be removed while it is open.
+    const HANDLE file =
+        ::CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                      nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return Fail(::GetLastError());
+    return _open_osfhandle(reinterpret_cast<std::intptr_t>(file), _O_WRONLY | _O_BINARY);
 }
 
 long long Write(int descriptor, const char* text, long long count) {
@@ -217,9 +222,36 @@ std::vector<std::string> Arguments(int argc, char** argv) {
     return arguments;
 }
 
+namespace {
+
+/// The system runs a handler in a thread of its own, and ends the program behind it.
+std::mutex unfinishedAccess;
+std::wstring unfinished;
+
+BOOL WINAPI RemoveUnfinished(DWORD) {
+    const std::lock_guard guard(unfinishedAccess);
+    if (!unfinished.empty()) ::DeleteFileW(unfinished.c_str());
+    return FALSE;
+}
+
+}  // namespace
+
+void RemoveWhenEnded(const char* path) {
+    static const BOOL installed = ::SetConsoleCtrlHandler(RemoveUnfinished, TRUE);
+    static_cast<void>(installed);
+    const std::lock_guard guard(unfinishedAccess);
+    unfinished = path == nullptr ? std::wstring() : Wide(path);
+}
+
 bool IsTerminal(int descriptor) {
     DWORD mode = 0;
     return ::GetConsoleMode(HandleOf(descriptor), &mode) != 0;
+}
+
+bool ShowsColors(int descriptor) {
+    DWORD mode = 0;
+    return ::GetConsoleMode(HandleOf(descriptor), &mode) != 0 &&
+           (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
 std::size_t TerminalColumns(int descriptor) {
