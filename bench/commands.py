@@ -1,12 +1,19 @@
 """Whole commands of lumo-import, each in turn with what it is measured beside; milliseconds of the
 processor, which do not count what others take, where nothing else is said."""
 import os
+import re
 import subprocess
 import tempfile
 import time
 from pathlib import Path
 
 HUGIN = "8"  # the format's code
+
+
+def formats(program):
+    """The names of the formats that are read."""
+    table = subprocess.run([program, "formats"], check=True, capture_output=True, text=True).stdout
+    return re.findall(r"^(\w+) .* yes +(?:yes|-) +\.", table, re.M)
 
 
 def hugin_net(nodes):

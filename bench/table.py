@@ -18,7 +18,6 @@ from pathlib import Path
 
 import commands
 
-FORMATS = ["ergo", "hugin", "dsc", "dxpress", "xmlbif", "bif", "xdsl", "uai"]
 REPETITIONS = 5
 
 
@@ -73,7 +72,7 @@ def main():
     folder, program = Path(sys.argv[1]), Path(sys.argv[2])
     table = [("format", "case", "ms", "spread", "of bare: memory", "file", "fresh", "growth",
               "memory beyond file and tables")]
-    for format_name in sys.argv[3:] or FORMATS:
+    for format_name in sys.argv[3:] or commands.formats(program):
         print(f"measuring {format_name}", file=sys.stderr)
         table += rows(format_name, measure(folder / f"{format_name}_bench"))
     show(table)

@@ -6,20 +6,18 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     using namespace lumo;
-    constexpr int formats[] = {FormatHugin,  FormatDsc, FormatDXPress, FormatErgo,
-                               FormatXMLBIF, FormatBIF, FormatXDSL,    FormatUAI};
     if (size == 0) return 0;
     ImportResult made;
-    const int format = formats[*data % std::size(formats)];
-    made.net = fuzz::ImportSound(fuzz::View(data + 1, size - 1), format);
+    const FormatInfo& format = Formats()[*data % Formats().size()];
+    made.net = fuzz::ImportSound(fuzz::View(data + 1, size - 1), format.code);
     if (made.net == nullptr) return 0;
     // Some bytes can name a million states, which take their time to write and read again.
     constexpr int mostStates = 20'000;
     for (const Bnode_bn* node : made.net->nodes)
         if (node->numStates() > mostStates) return 0;
     const test::Trip first(std::move(made));
-    for (const test::RoundTripFormat& target : test::roundTripFormats)
+    for (const FormatInfo& target : test::WrittenFormats())
         for (const std::string& fault : test::RoundTrip(first, target, "fuzz.net"))
-            fuzz::Require(false, fault + " after writing " + target.writer);
+            fuzz::Require(false, fault + " after writing " + target.name);
     return 0;
 }

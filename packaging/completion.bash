@@ -26,7 +26,7 @@ _lumo_import() {
         COMPREPLY=($(compgen -W "$values" -- "$word"))
     else
         [ "$COMP_CWORD" -gt 1 ] || values=$commands
-        _lumo_import_files "$word" "$before"
+        _lumo_import_files "$word" "$before" "$1"
         COMPREPLY+=($(compgen -W "$values" -- "$word"))
     fi
 }
@@ -44,7 +44,9 @@ _lumo_import_nodes() {
 
 # Folders, and the files that can be read; every file where output goes.
 _lumo_import_files() {
-    local file readable='\.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif|xdsl|uai)(\.gz)?$'
+    local file readable
+    readable=$("$3" formats 2>/dev/null | sed -nE 's/.* yes +(yes|-) +\.//p' | sed 's/ \./|/g' | paste -sd'|')
+    readable="\.($readable)(\.gz)?\$"
     compopt -o filenames 2>/dev/null
     while IFS= read -r file; do
         if [ -d "$file" ] || [[ $2 =~ ^(-o|--output|--baseline|--write-baseline)$ ]] || [[ ${file,,} =~ $readable ]]; then

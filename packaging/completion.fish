@@ -42,4 +42,4 @@ for command in $commands
     string join -- \n $help | __lumo_import_options "__fish_seen_subcommand_from $command"
 end
 complete -c lumo-import -n '__fish_seen_subcommand_from table' -a '(__lumo_import_nodes)'
-complete -c lumo-import -k -a '(__fish_complete_suffix .net .oobn .hugin .dsc .dxp .dx .erg .ergo .xml .xbif .xmlbif .bifxml .bif .xdsl .uai .gz)'
+complete -c lumo-import -k -a '(__fish_complete_suffix (lumo-import formats | string match -rg " yes +(?:yes|-) +(.*)" | string split " ") .gz)'

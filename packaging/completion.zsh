@@ -2,7 +2,7 @@
 # Zsh completion for lumo-import. Commands, options and their values are those that --help names.
 
 local line short long argument text values
-local -a specs commands command nodes
+local -a specs commands command nodes extensions
 for line in ${(f)"$(_call_program commands $words[1] --help 2>/dev/null)"}; do
     [[ $line =~ '^  lumo-import ([a-z]+)( .*)?$' ]] && commands+=($match[1])
 done
@@ -41,5 +41,8 @@ if [[ $state == operands ]]; then
         done
     fi
     (( CURRENT == 2 )) && compadd -- ${(u)commands}
-    _files -g '(#i)*.(net|oobn|hugin|dsc|dxp|dx|erg|ergo|xml|xbif|xmlbif|bifxml|bif|xdsl|uai)(|.gz)(-.)'
+    for line in ${(f)"$(_call_program formats $words[1] formats 2>/dev/null)"}; do
+        [[ $line =~ ' yes +(yes|-) +(.*)$' ]] && extensions+=(${=match[2]#.})
+    done
+    _files -g "(#i)*.(${(j:|:)extensions//./})(|.gz)(-.)"
 fi

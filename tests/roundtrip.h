@@ -10,6 +10,7 @@
 
 #include "export/json.h"
 #include "export/writers.h"
+#include "formats/formats.h"
 #include "formats/shared/placing.h"
 #include "formats/shared/rows.h"
 #include "tests/support.h"
@@ -18,14 +19,15 @@ namespace lumo::test {
 
 using Json = nlohmann::json;
 
-/// A format that can be written and read.
-struct RoundTripFormat {
-    const char* writer;
-    int code;
-};
-inline constexpr RoundTripFormat roundTripFormats[] = {
-    {"xmlbif", FormatXMLBIF}, {"hugin", FormatHugin}, {"dsc", FormatDsc},
-    {"bif", FormatBIF},       {"xdsl", FormatXDSL},   {"uai", FormatUAI}};
+/// The formats that can be written and read.
+inline const std::vector<FormatInfo>& WrittenFormats() {
+    static const std::vector<FormatInfo> formats = [] {
+        std::vector<FormatInfo> written(Formats().begin(), Formats().end());
+        std::erase_if(written, [](const FormatInfo& format) { return format.write == nullptr; });
+        return written;
+    }();
+    return formats;
+}
 
 inline std::string Write(const ImportResult& result, const char* writer) {
     std::ostringstream out;
@@ -273,10 +275,10 @@ struct Trip {
 };
 
 /// Writes, reads and compares; adds what is wrong to the faults and returns what was read.
-inline Trip OneTrip(const Trip& before, const RoundTripFormat& format, const char* name,
+inline Trip OneTrip(const Trip& before, const FormatInfo& format, const char* name,
                     std::vector<std::string>& faults) {
-    const Losses losses = FindWriter(format.writer)->losses(*before.result.net);
-    const std::string text = Write(before.result, format.writer);
+    const Losses losses = format.losses(*before.result.net);
+    const std::string text = Write(before.result, format.name);
     Trip read(ReadBack(text, format.code, name));
     for (const ReportRecord& report : read.result.reports) {
         if (report.severity > SeverityWarning)
@@ -295,13 +297,12 @@ inline Trip OneTrip(const Trip& before, const RoundTripFormat& format, const cha
 
 /// Two trips, of which the second changes nothing more, rounding aside. Returns what
 /// is wrong, nothing if nothing is.
-inline std::vector<std::string> RoundTrip(const Trip& first, const RoundTripFormat& format,
+inline std::vector<std::string> RoundTrip(const Trip& first, const FormatInfo& format,
                                           const char* name) {
     std::vector<std::string> faults;
     const Trip second = OneTrip(first, format, name, faults);
     if (second.result.net == nullptr) return faults;
-    const std::vector<std::string> notes =
-        LossNotes(FindWriter(format.writer)->losses(*second.result.net), "");
+    const std::vector<std::string> notes = LossNotes(format.losses(*second.result.net), "");
     for (const std::string& note : notes) {
         const bool rounding = note.find("exact numbers") != std::string::npos;
         if (!rounding) faults.push_back("of what was read " + note);

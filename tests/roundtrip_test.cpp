@@ -39,10 +39,6 @@ std::string Joined(const std::vector<std::string>& lines) {
     return text;
 }
 
-constexpr std::pair<const char*, StrictNet (*)(std::string_view)> strictReaders[] = {
-    {"xmlbif", ReadStrictXml}, {"hugin", ReadStrictHugin}, {"dsc", ReadStrictDsc},
-    {"bif", ReadStrictBif},    {"xdsl", ReadStrictXdsl},   {"uai", ReadStrictUai}};
-
 /// A net's nodes as far as the file has them, and their places in it.
 struct InFile {
     std::vector<int> nodes;
@@ -72,13 +68,14 @@ std::vector<float> CountsOf(const Bnode_bn& node, bool weighs) {
 
 /// What the file says of a node against the net and the announced losses.
 void CompareStrict(const Bnode_bn& node, FeatureSet lost, const StrictNode& read,
-                   const InFile& file, std::string_view format) {
+                   const InFile& file, const FormatInfo& info) {
     SCOPED_TRACE(node.name());
+    const std::string_view format = info.name;
     const auto kept = [lost](FeatureEN feature) { return (lost & Bit(feature)) == 0; };
     const bool byTitle =
         format == "xmlbif" && node.title != nullptr && read.name == ToUtf8(node.title);
     EXPECT_TRUE(byTitle || read.name == node.name() || !kept(FeatureEN::name)) << read.name;
-    EXPECT_EQ(read.isPlaced, format != "uai" && HasPlaces(node.net()));
+    EXPECT_EQ(read.isPlaced, info.hasPositions && HasPlaces(node.net()));
     if (kept(FeatureEN::kind)) {
         EXPECT_EQ(read.kind, KindName(node.kind));
     }
@@ -120,14 +117,16 @@ StrictNet InOrder(StrictNet read, const Bnet_bn& net, const InFile& file) {
 }
 
 void ExpectStrict(const ImportResult& result) {
-    for (const auto& [format, reader] : strictReaders) {
-        SCOPED_TRACE(format);
-        const Losses losses = FindWriter(format)->losses(*result.net);
+    for (const FormatInfo& format : WrittenFormats()) {
+        SCOPED_TRACE(format.name);
+        const StrictReader reader = FindStrictReader(format.name);
+        ASSERT_NE(reader, nullptr) << "strict_readers.h has none of this format";
+        const Losses losses = format.losses(*result.net);
         StrictNet read;
-        ASSERT_NO_THROW(read = reader(Write(result, format)));
+        ASSERT_NO_THROW(read = reader(Write(result, format.name)));
         const InFile file(*result.net, losses);
         ASSERT_EQ(read.size(), file.nodes.size());
-        if (std::string_view(format) == "xdsl") read = InOrder(read, *result.net, file);
+        if (std::string_view(format.name) == "xdsl") read = InOrder(read, *result.net, file);
         for (std::size_t i = 0; i < read.size(); ++i) {
             CompareStrict(*result.net->nodes[file.nodes[i]],
                           losses.nodes[static_cast<std::size_t>(file.nodes[i])], read[i], file,
@@ -139,9 +138,9 @@ void ExpectStrict(const ImportResult& result) {
 /// Through every format, and what the strict readers say; whether each came back the same.
 std::vector<bool> ExpectRoundTrips(const Trip& first, const char* name) {
     std::vector<bool> same;
-    for (const RoundTripFormat& format : roundTripFormats) {
+    for (const FormatInfo& format : WrittenFormats()) {
         const auto faults = RoundTrip(first, format, name);
-        EXPECT_TRUE(faults.empty()) << "as " << format.writer << '\n' << Joined(faults);
+        EXPECT_TRUE(faults.empty()) << "as " << format.name << '\n' << Joined(faults);
         same.push_back(faults.empty());
     }
     ExpectStrict(first.result);
@@ -183,7 +182,7 @@ TEST(RoundTrip, EverySampleInEveryFormat) {
         }
         const std::vector<bool> same = ExpectRoundTrips(trip, file.filename().c_str());
         for (std::size_t i = 0; i < same.size(); ++i) {
-            const Writer& writer = *FindWriter(roundTripFormats[i].writer);
+            const FormatInfo& writer = WrittenFormats()[i];
             Tally& tally = tallies[first.format + " to " + writer.name];
             const auto notes = LossNotes(writer.losses(*first.net), writer.title);
             ++tally.files;

@@ -25,12 +25,9 @@ bool IsWordChar(char c) {
 }
 
 /// Words, quoted texts and single characters; comments are no tokens.
-std::vector<Token> TokensOf(std::string_view text, int format) {
-    const bool xml = format == FormatXMLBIF || format == FormatXDSL;
-    const std::string_view lineComment = format == FormatHugin                        ? "%"
-                                         : format == FormatUAI                        ? "#"
-                                         : format == FormatDsc || format == FormatBIF ? "//"
-                                                                                      : "";
+std::vector<Token> TokensOf(std::string_view text, const FormatInfo& format) {
+    const bool xml = HasWord(format.services, "xml");
+    const std::string_view lineComment = format.lineComment;
     const auto past = [text](std::size_t at, std::string_view end) {
         const std::size_t found = text.find(end, at);
         return found == text.npos ? text.size() : found + end.size();
@@ -40,9 +37,9 @@ std::vector<Token> TokensOf(std::string_view text, int format) {
         const std::string_view rest = text.substr(at);
         if (std::isspace(static_cast<unsigned char>(rest[0]))) {
             ++at;
-        } else if (!xml && !lineComment.empty() && rest.starts_with(lineComment)) {
+        } else if (!lineComment.empty() && rest.starts_with(lineComment)) {
             at = past(at, "\n");
-        } else if (!xml && format != FormatHugin && rest.starts_with("/*")) {
+        } else if (format.blockComments && rest.starts_with("/*")) {
             at = past(at, "*/");
         } else if (xml &&
                    (rest.starts_with("<!--") || rest.starts_with("<!") || rest.starts_with("<?"))) {
@@ -144,7 +141,7 @@ TEST_P(Silence, IsNeverKept) {
     if (undamaged.seen.errors() > 0) return;  // a damaged sample is told in any case
     const std::string reports = MessagesOf(undamaged);
     const std::string whole = NetOf(std::move(undamaged));
-    for (const Token& token : TokensOf(text, info->code)) {
+    for (const Token& token : TokensOf(text, *info)) {
         for (const bool cut : {false, true}) {
             std::string damaged = text.substr(0, cut ? token.start + token.size : token.start);
             if (!cut) damaged += text.substr(token.start + token.size);

@@ -484,4 +484,16 @@ inline StrictNet ReadStrictHugin(std::string_view text) {
     return file.net;
 }
 
+using StrictReader = StrictNet (*)(std::string_view text);
+
+/// That of the format; null when there is none.
+inline StrictReader FindStrictReader(std::string_view format) {
+    static constexpr std::pair<std::string_view, StrictReader> readers[] = {
+        {"xmlbif", ReadStrictXml}, {"hugin", ReadStrictHugin}, {"dsc", ReadStrictDsc},
+        {"bif", ReadStrictBif},    {"xdsl", ReadStrictXdsl},   {"uai", ReadStrictUai}};
+    for (const auto& [name, reader] : readers)
+        if (name == format) return reader;
+    return nullptr;
+}
+
 }  // namespace lumo::test

@@ -115,6 +115,15 @@ inline void ExpectFile(const std::string& path, const std::string& text) {
     EXPECT_EQ(text, ReadFile(path));
 }
 
+/// The same with a part of a page, which stands between two marks, such as comments.
+inline void ExpectPart(const std::string& path, const std::string& begin, const std::string& end,
+                       const std::string& part) {
+    const std::string text = ReadFile(path);
+    const std::size_t first = text.find(begin), last = text.find(end);
+    ASSERT_TRUE(first != text.npos && last != text.npos) << path << " lacks " << begin;
+    ExpectFile(path, text.substr(0, first + begin.size()) + part + text.substr(last));
+}
+
 inline std::string Shortest(double value, bool single) {
     char buffer[40];
     const auto end = single ? std::to_chars(buffer, buffer + 40, static_cast<float>(value)).ptr

@@ -1,7 +1,7 @@
 // Eight threads importing at once give what one thread gives.
-#include <map>
 #include <thread>
 
+#include "formats/formats.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -18,12 +18,12 @@ std::string ResultOf(const Job& job) {
     return NetText(got.net.get()) + got.seen.text();
 }
 
-/// The samples of these formats with the results of reading them one after the other.
-std::vector<Job> Jobs(const std::map<std::string, int>& formats) {
+/// The samples with the results of reading them one after the other.
+std::vector<Job> Jobs() {
     std::vector<Job> jobs;
-    for (const auto& [folder, format] : formats)
-        for (const auto& path : FilesIn(Samples() + "/" + folder))
-            jobs.push_back({path.filename(), ReadFile(path), "", format});
+    for (const FormatInfo& format : Formats())
+        for (const auto& path : FilesIn(Samples() + "/" + format.name))
+            jobs.push_back({path.filename(), ReadFile(path), "", format.code});
     for (Job& job : jobs) job.expected = ResultOf(job);
     return jobs;
 }
@@ -45,16 +45,7 @@ void ExpectSameInEightThreads(const std::vector<Job>& jobs) {
             EXPECT_EQ(mine[i], jobs[i].expected) << jobs[i].name;
 }
 
-TEST(Threads, AllFormats) {
-    ExpectSameInEightThreads(Jobs({{"hugin", FormatHugin},
-                                   {"dsc", FormatDsc},
-                                   {"dxpress", FormatDXPress},
-                                   {"ergo", FormatErgo},
-                                   {"xmlbif", FormatXMLBIF},
-                                   {"bif", FormatBIF},
-                                   {"xdsl", FormatXDSL},
-                                   {"uai", FormatUAI}}));
-}
+TEST(Threads, AllFormats) { ExpectSameInEightThreads(Jobs()); }
 
 }  // namespace
 }  // namespace lumo::test

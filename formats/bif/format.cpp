@@ -22,12 +22,18 @@ constinit const FormatInfo bifFormat = {
     .code = FormatBIF,
     .name = "bif",
     .title = "BIF",
+    .details = "version 0.15",
+    .users = "packages of Python, R and Java; network repositories",
     .extensions = ".bif",
     .services = "tuples blocks",
+    .lineComment = "//",
+    .blockComments = true,
+    .hasPositions = true,
     .strength = Strength,
     .read = ReadAny<ParseBifFile>,
     .messages = RowsIn<msg::bif>,
     .write = WriteBif,
+    .written = "version 0.15, the format before XML BIF",
     .losses = BifLosses,
 };
 

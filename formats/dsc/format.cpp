@@ -21,12 +21,18 @@ constinit const FormatInfo dscFormat = {
     .code = FormatDsc,
     .name = "dsc",
     .title = "DSC",
+    .details = "",
+    .users = "network repositories, older editors",
     .extensions = ".dsc",
     .services = "tuples",
+    .lineComment = "//",
+    .blockComments = true,
+    .hasPositions = true,
     .strength = Strength,
     .read = ReadAny<ParseDscFile>,
     .messages = RowsIn<msg::dsc>,
     .write = WriteDsc,
+    .written = "",
     .losses = DscLosses,
 };
 

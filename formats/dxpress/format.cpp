@@ -21,12 +21,18 @@ constinit const FormatInfo dxpressFormat = {
     .code = FormatDXPress,
     .name = "dxpress",
     .title = "DXPress",
+    .details = "",
+    .users = "diagnostic knowledge bases",
     .extensions = ".dxp .dx",
     .services = "blocks",
+    .lineComment = "",
+    .blockComments = true,
+    .hasPositions = true,
     .strength = Strength,
     .read = ReadAny<ParseDXPressFile>,
     .messages = RowsIn<msg::dxpress>,
     .write = nullptr,
+    .written = nullptr,
     .losses = nullptr,
 };
 

@@ -47,12 +47,18 @@ constinit const FormatInfo ergoFormat = {
     .code = FormatErgo,
     .name = "ergo",
     .title = "Ergo",
+    .details = "the older, numeric format",
+    .users = "an early editor",
     .extensions = ".erg .ergo",
     .services = {},
+    .lineComment = "",
+    .blockComments = true,
+    .hasPositions = true,
     .strength = Strength,
     .read = Read,
     .messages = RowsIn<msg::ergo>,
     .write = nullptr,
+    .written = nullptr,
     .losses = nullptr,
 };
 

@@ -19,12 +19,18 @@ constinit const FormatInfo huginFormat = {
     .code = FormatHugin,
     .name = "hugin",
     .title = "Hugin",
+    .details = "versions 4 to 6",
+    .users = "many tools and network repositories",
     .extensions = ".net .oobn .hugin",
     .services = "blocks",
+    .lineComment = "%",
+    .blockComments = false,
+    .hasPositions = true,
     .strength = Strength,
     .read = ReadAny<ParseHuginFile>,
     .messages = RowsIn<msg::hugin>,
     .write = WriteHugin,
+    .written = "version 5",
     .losses = HuginLosses,
 };
 

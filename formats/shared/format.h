@@ -22,10 +22,15 @@ struct FormatInfo {
     int code;                     ///< ForeignFormatEN
     const char* name;             ///< its key, in arguments and JSON, and its folder's name
     const char* title;            ///< for people
+    const char* details;          ///< its version or kind; may be empty
+    const char* users;            ///< who uses it
     std::string_view extensions;  ///< with their dots, blanks between; the first when written
     /// What its reader shares with some others, as their messages name it (Of): "xml", "tuples" of
     /// parents' states at rows, "blocks" of tables apart from their nodes.
     std::string_view services;
+    const char* lineComment;  ///< what starts one; empty: there is none
+    bool blockComments;       ///< as in C; in XML formats ("xml") as there
+    bool hasPositions;        ///< whether its files can say where nodes are drawn
     /// How much a text looks like it, 0 to 100.
     int (*strength)(const TextStart& start);
     /// Reads the channel's text into an empty net: Okay_rept_kt, or the most severe report that was
@@ -36,6 +41,7 @@ struct FormatInfo {
     std::span<const MessageRow> (*messages)();
     /// Writes the net; null when it is only read.
     void (*write)(const ImportResult& result, std::ostream& out);
+    const char* written;  ///< how, as Markdown
     /// What of the net would not be written.
     Losses (*losses)(const Bnet_bn& net);
 };

@@ -28,12 +28,18 @@ constinit const FormatInfo uaiFormat = {
     .code = FormatUAI,
     .name = "uai",
     .title = "UAI",
+    .details = "Bayes nets",
+    .users = "inference competitions and their solvers",
     .extensions = ".uai",
     .services = {},
+    .lineComment = "#",
+    .blockComments = true,
+    .hasPositions = false,
     .strength = Strength,
     .read = ReadAny<ParseUaiFile>,
     .messages = RowsIn<msg::uai>,
     .write = WriteUai,
+    .written = "chance and decision nodes as a Bayes net, without comments",
     .losses = UaiLosses,
 };
 

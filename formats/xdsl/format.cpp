@@ -16,12 +16,18 @@ constinit const FormatInfo xdslFormat = {
     .code = FormatXDSL,
     .name = "xdsl",
     .title = "XDSL",
+    .details = "",
+    .users = "an editor of decision networks and its engine",
     .extensions = ".xdsl",
     .services = "xml blocks",
+    .lineComment = "",
+    .blockComments = false,
+    .hasPositions = true,
     .strength = Strength,
     .read = ParseXdslFile,
     .messages = RowsIn<msg::xdsl>,
     .write = WriteXdsl,
+    .written = "parents before children, rectangles of one size, node sets as submodels",
     .losses = XdslLosses,
 };
 

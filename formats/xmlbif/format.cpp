@@ -24,12 +24,19 @@ constinit const FormatInfo xmlbifFormat = {
     .code = FormatXMLBIF,
     .name = "xmlbif",
     .title = "XML BIF",
+    .details = "version 0.3",
+    .users = "programs in Java; machine-learning workbenches",
     .extensions = ".xml .xbif .xmlbif .bifxml",
     .services = "xml",
+    .lineComment = "",
+    .blockComments = false,
+    .hasPositions = true,
     .strength = Strength,
     .read = ParseXMLFile,
     .messages = RowsIn<msg::xmlbif>,
     .write = WriteXmlBif,
+    .written =
+        "version 0.3, without a document type definition, for which some programs refuse a file",
     .losses = XmlBifLosses,
 };
 
