@@ -278,6 +278,61 @@ class Report(ReportCase):
             canvases.add(self.script("return getComputedStyle(document.body).backgroundColor + colors.canvas"))
         self.assertEqual(len(canvases), 2)  # the button gives what the system's setting gives
 
+    def test_names_from_afar_hide_nothing(self):
+        """Every node with room has its name, none over a node or cut at the edge; distributions keep the title and a bar."""
+        chance = random.Random(4)
+        words = ["Pressure", "Left valve", "Temperature outside", "pH", "Flow", "Maintenance overdue \U0001f469\u200d\U0001f527"]
+        parts = ["net\n{\n}\n"]
+        for i in range(60):
+            parts.append(node_text("n%d" % i, 3, " label = %s;\n" % hugin_text("%s %d" % (chance.choice(words), i))))
+        for i in range(1, 60):
+            parents = sorted(chance.sample(range(max(0, i - 12), i), min(i, chance.choice((1, 1, 2)))))
+            parts.append("potential ( n%d | %s )\n{\n}\n" % (i, " ".join("n%d" % p for p in parents)))
+        page = self.convert(self.write("".join(parts)), "html")
+        look = """
+            const visible = {left: view.x, top: view.y, right: view.x + canvas.clientWidth / view.zoom,
+                bottom: view.y + canvas.clientHeight / view.zoom, zoom: view.zoom};
+            const names = namesFor(visible), slack = 0.1 / view.zoom;
+            const at = names.map(({lines, size, x, y, align}) => {
+                const width = Math.max(...lines.map(textUnits)) * size, left = x - width * {left: 0, center: 0.5, right: 1}[align];
+                return [left + slack, y - size / 2, left + width - slack, y + size / 2];
+            });
+            const cross = ([l, t, r, b], [L, T, R, B]) => l < R && r > L && t < B && b > T;
+            const nodeBoxes = boxes.map(([x, y, w, h]) => [x - w, y - h, x + w, y + h]);
+            return {
+                read: isReadable(view.zoom), named: new Set(names.map((name) => name.index)).size,
+                rows: nodes.filter((_, i) => inPicture && beliefRows(i, view.zoom) > 0).length,
+                small: Math.min(...names.map((name) => name.size * view.zoom)),
+                cut: at.filter(([l, t, r, b]) => l < visible.left || r > visible.right || t < visible.top || b > visible.bottom).length,
+                over: names.filter((name, i) => name.beside && nodeBoxes.some((box) => cross(box, at[i]))).length,
+                crossed: at.filter((a, i) => at.some((b, j) => j < i && cross(a, b))).length,
+                without: boxes.filter(([, , w, h], i) => 2 * w * view.zoom > 60 && 2 * h * view.zoom > 12 && !inPicture
+                    && !names.some((name) => name.index === i)).length,
+                halves: names.flatMap((name) => name.lines).filter((line) => !line.isWellFormed() || line.includes('\u200d…')).length,
+            };"""
+        for dark, (width, height), least in ((False, (1280, 800), 58), (True, (360, 740), 30)):
+            self.browser.look(width, height, dark)
+            self.browser.open(page)
+            self.frame()
+            got = self.script(look)
+            self.assertEqual([got[key] for key in ("read", "cut", "over", "crossed", "without", "halves")], [False] + [0] * 5, got)
+            self.assertGreaterEqual(got["named"], least)
+            self.assertGreaterEqual(got["small"], 7.9)
+            self.id("beliefs").click()
+            self.frame()
+            got = self.script(look)
+            self.assertEqual([got[key] for key in ("cut", "over", "crossed")], [0] * 3, got)
+            self.assertGreaterEqual(got["named"] + got["rows"], least - 8)
+        # The title and the leading states of a node, in letters that can be read, and the click still meets its bar.
+        self.browser.look(1280, 800)
+        self.browser.open(page)
+        self.script("toggleInPicture(); moveTo({...view, zoom: 0.45, x: boxes[5][0] - 400, y: boxes[5][1] - 400})")
+        shape = self.script("return beliefShape(5, view.zoom)")
+        self.assertTrue(shape["named"] and 1 <= shape["states"] < 3, shape)
+        self.assertGreaterEqual(min(shape["title"], shape["letters"]) * 0.45, 7.9)
+        self.click_at(*self.place_of("n5", self.script("const s = beliefShape(5, view.zoom); return s.top + s.bar / 2 - boxes[5][3]")))
+        self.assertEqual(self.script("return [...evidence.keys()]"), [5])
+
     # ---- Tables
 
     def test_a_wide_table_is_read(self):

@@ -7,6 +7,8 @@ const picture = data.picture;
 const readable = 8;  // pixels of the letters on the screen
 const statesInPicture = 6;
 const barHeight = 13;
+const beliefLetters = 10;
+const smallTitle = 11, smallBar = 9;  // pixels from afar
 const beliefHalfWidth = 62;
 let pen = canvas.getContext('2d');
 let boxes = nodes.map((node) => node.at);  // by node: middle, half its width and height, as drawn
@@ -92,66 +94,89 @@ function switchLayout() {
     say(picture.laidOut ? 'Automatic layout' : "The file's layout");
 }
 
+/** Whether the nodes' own letters can be read at that zoom. */
+const isReadable = (zoom) => zoom * (inPicture ? beliefLetters : picture.font.size) >= readable;
+
 /** The states that the picture shows of a node: the likeliest when there are many, in their order. */
-function shownStates(index) {
+function shownStates(index, most = statesInPicture) {
     const belief = beliefOf(index);
     const total = belief ? belief.length : statesOf(nodes[index]);
-    if (total <= statesInPicture) return [...Array(total).keys()];
+    if (total <= most) return [...Array(total).keys()];
     const best = [];
     for (let s = 0; s < total; ++s) {
         const at = best.findIndex((b) => belief && belief[s] > belief[b]);
         best.splice(at < 0 ? best.length : at, 0, s);
-        best.length = Math.min(best.length, statesInPicture);
+        best.length = Math.min(best.length, most);
     }
     return best.sort((a, b) => a - b);
 }
 
-function drawBeliefs(index, withText) {
+/** How many bars have room from afar below the title, in letters that can be read; 0: not even the title. */
+function beliefRows(index, zoom) {
+    const [, , w, h] = boxes[index];
+    if (2 * w * zoom < 20) return 0;
+    return Math.min(barsOf(nodes[index]), Math.floor((2 * h * zoom - smallTitle - 3) / smallBar));
+}
+
+/** The sizes of a node with its distribution: of letters and bars; from afar smaller, with the leading bars alone. */
+function beliefShape(index, zoom) {
+    if (isReadable(zoom)) return {title: 12, top: 18, bar: barHeight, letters: beliefLetters, states: barsOf(nodes[index]), named: true};
+    const rows = beliefRows(index, zoom), high = 2 * boxes[index][3];
+    if (rows <= 0) return {title: 0, top: high / 8, bar: high * 3 / 4 / barsOf(nodes[index]), letters: 0, states: barsOf(nodes[index]), named: false};
+    const top = (smallTitle + 1) / zoom;
+    return {title: 9 / zoom, top, bar: (high - top - 2 / zoom) / rows, letters: 8 / zoom, states: rows, named: true};
+}
+
+function drawBeliefs(index, zoom) {
     const node = nodes[index], belief = beliefOf(index);
-    const [x, y, w, h] = boxes[index];
-    const left = x - w + 4, width = 2 * w - 8, top = y - h + 18;
-    if (withText) writeText(titleOf(node), x, y - h + 13, 12, width, 'center', node.ink);
+    const [x, y, w, h] = boxes[index], {title, top, bar, letters, states, named} = beliefShape(index, zoom);
+    const left = x - w + 4, width = 2 * w - 8;
+    if (named) writeText(titleOf(node), x, y - h + title * 1.08, title, width, 'center', node.ink);
     if (isValued(node)) {
         const values = expectations.get(index);
         const text = values ? values.map(shortNumber).join(', ') : '';
-        if (withText) writeText(text, x, top + 10, 11, width, 'center', node.ink);
+        if (named) writeText(text, x, y - h + top + letters, letters, width, 'center', node.ink);
         return;
     }
-    shownStates(index).forEach((state, i) => {
-        const at = top + i * barHeight;
+    shownStates(index, states).forEach((state, i) => {
+        const at = y - h + top + i * bar, high = bar * 0.85;
         pen.fillStyle = colors.canvas;
-        pen.fillRect(left, at, width, barHeight - 2);
+        pen.fillRect(left, at, width, high);
         if (!belief) return;
         const given = evidence.get(index) === state;
         pen.fillStyle = given ? colors.accent : colors.bar;
-        pen.fillRect(left, at, width * belief[state], barHeight - 2);
-        if (!withText) return;
-        const ink = given ? colors.canvas : colors.text;
-        writeText(stateLabel(node, state), left + 3, at + 9, 10, width - 42, 'left', ink);
-        writeText(percent(belief[state]), left + width - 3, at + 9, 10, 38, 'right', ink);
+        pen.fillRect(left, at, width * belief[state], high);
+        if (!named) return;
+        const ink = given ? colors.canvas : colors.text, base = at + high / 2 + letters * 0.35;
+        const share = percent(belief[state]), shareWidth = textUnits(share) * letters + letters / 2;
+        const room = width - shareWidth > 2.5 * letters ? width - shareWidth : width;
+        writeText(stateLabel(node, state), left + letters * 0.3, base, letters, room - letters * 0.3, 'left', ink);
+        if (room < width) writeText(share, left + width - letters * 0.3, base, letters, shareWidth, 'right', ink);
     });
 }
 
 /** The state whose bar is at a point of the net, -1 for none. */
 function stateAt(index, netY) {
-    const [, y, , h] = boxes[index];
-    const bar = Math.floor((netY - (y - h + 18)) / barHeight);
-    return bar >= 0 && inPicture && !isValued(nodes[index]) ? shownStates(index)[bar] ?? -1 : -1;
+    if (!inPicture || isValued(nodes[index])) return -1;
+    const [, y, , h] = boxes[index], {top, bar, states, named} = beliefShape(index, view.zoom);
+    const place = Math.floor((netY - (y - h + top)) / bar);
+    return named && place >= 0 ? shownStates(index, states)[place] ?? -1 : -1;
 }
 
 // ---- Nodes ---------------------------------------------------------------------------------
 
+const fontText = (size) => `${picture.font.italic ? 'italic ' : ''}${picture.font.bold ? 'bold ' : ''}${size}px ${picture.font.families}`;
+
 function setFont(size) {
-    pen.font = `${picture.font.italic ? 'italic ' : ''}${picture.font.bold ? 'bold ' : ''}${size}px ${picture.font.families}`;
+    pen.font = fontText(size);
 }
 
-/** A line of text, cut to the width. */
+/** A line of text, cut to the width; a little too wide it is narrowed. */
 function writeText(text, x, y, size, width, align, color) {
     setFont(size);
     pen.textAlign = align;
     pen.fillStyle = color;
-    const most = Math.max(2, Math.floor(width / size / 0.5));
-    pen.fillText(text.length > most ? `${text.slice(0, most - 1)}…` : text, x, y, width);
+    pen.fillText(cutText(text, 1.12 * width / size), x, y, width);
 }
 
 function outline(index, inset) {
@@ -180,7 +205,7 @@ function drawSpeck(index) {
     pen.globalAlpha = 1;
 }
 
-function drawNode(index, withText) {
+function drawNode(index, zoom) {
     const node = nodes[index], [x, y, w, h] = boxes[index];
     const chosen = index === selected;
     pen.globalAlpha = !lit || lit.has(index) ? 1 : 0.15;
@@ -204,8 +229,8 @@ function drawNode(index, withText) {
         pen.fillStyle = colors[worst === 'fatal' ? 'error' : worst];
         pen.fill();
     }
-    if (inPicture) drawBeliefs(index, withText);
-    else if (withText) drawLabel(node, picture.font.size);
+    if (inPicture) drawBeliefs(index, zoom);
+    else if (isReadable(zoom)) drawLabel(node, picture.font.size);
     pen.globalAlpha = 1;
 }
 
@@ -220,45 +245,6 @@ function drawLabel(node, size) {
     });
 }
 
-// ---- Labels from afar ----------------------------------------------------------------------
-
-const labelsAtOnce = 250;
-let byImportance = null;
-
-/** Names in letters that can be read, as on a map: of the best linked nodes for which there is room. */
-function drawFloatingLabels(visible) {
-    byImportance ??= nodes.map((_, i) => i).sort((a, b) =>
-        nodes[b].parents.length + children[b].length - nodes[a].parents.length - children[a].length);
-    const size = 11 / visible.zoom, taken = [];
-    const first = selected >= 0 ? [selected] : [];
-    for (const index of [...first, ...byImportance]) {
-        if (taken.length >= labelsAtOnce) break;
-        if (!isIn(visible, index) || (lit && !lit.has(index)) || (index === selected && taken.length > 0)) continue;
-        const [x, y] = boxes[index];
-        const text = titleOf(nodes[index]).slice(0, 24);
-        const w = text.length * size * 0.3 + size * 0.3, h = size * 0.65;
-        if (taken.some(([tx, ty, tw]) => Math.abs(tx - x) < tw + w && Math.abs(ty - y) < 2 * h)) continue;
-        taken.push([x, y, w]);
-        if (!inPicture && drawLabelWithin(index, 9 / visible.zoom)) continue;
-        setFont(size);
-        pen.textAlign = 'center';
-        pen.lineWidth = 3 / visible.zoom;
-        pen.strokeStyle = colors.canvas;
-        pen.strokeText(text, x, y + size * 0.35);
-        pen.fillStyle = colors.text;
-        pen.fillText(text, x, y + size * 0.35);
-    }
-}
-
-/** Draws the label in letters of that size if the shape has room for them; says whether. */
-function drawLabelWithin(index, size) {
-    const node = nodes[index], [, , w, h] = boxes[index];
-    setFont(size);
-    const fits = node.label.length * size * 1.25 <= 2 * h && node.label.every((line) => pen.measureText(line).width <= 1.9 * w);
-    if (fits) drawLabel(node, size);
-    return fits;
-}
-
 // ---- The whole -----------------------------------------------------------------------------
 
 function isIn(visible, index) {
@@ -269,11 +255,10 @@ function isIn(visible, index) {
 /** Draws with the pen what is in the rectangle; its zoom says what can be read. */
 function drawNet(visible) {
     drawLinks(visible);
-    const withText = visible.zoom * picture.font.size >= readable;
     for (let i = 0; i < nodes.length; ++i)
-        if (i !== selected && isIn(visible, i)) (boxes[i][2] * visible.zoom < 2 ? drawSpeck : drawNode)(i, withText);
-    if (selected >= 0) drawNode(selected, withText);
-    if (!withText) drawFloatingLabels(visible);
+        if (i !== selected && isIn(visible, i)) (boxes[i][2] * visible.zoom < 2 ? drawSpeck : drawNode)(i, visible.zoom);
+    if (selected >= 0) drawNode(selected, visible.zoom);
+    if (!isReadable(visible.zoom)) drawNames(visible);
 }
 
 function draw() {

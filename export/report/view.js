@@ -27,7 +27,8 @@ function moveTo(target, stay = false) {
 
 function fit() {
     if (canvas.clientWidth === 0 || canvas.clientHeight === 0) return;
-    moveTo(viewOf(frame.left, frame.top, frame.width, frame.height), true);
+    const {left, top, width, height} = frameForNames();
+    moveTo(viewOf(left, top, width, height), true);
 }
 
 /** Moves the view there in a short while, at once where motion is not wanted. */
