@@ -33,12 +33,6 @@
 namespace lumo::app {
 namespace {
 
-/// How many files ended with each exit code, and the worst report of all.
-struct Totals {
-    std::map<int, int> files;
-    WorstReport worst;
-};
-
 #ifdef __linux__  // elsewhere one file is read after the other
 
 /// What is printed about finished files whose turn to be shown has not come lies in memory, so
@@ -58,6 +52,7 @@ struct Run {
 struct Done {
     int exitCode = ExitNothing;
     off_t out = 0, error = 0;
+    off_t told = 0;          ///< which follows what is printed on standard output
     WorstReport worst = {};  ///< of all files of the worker
 };
 
@@ -122,6 +117,25 @@ struct Worker {
     Done before;  ///< where what is printed of the present file begins
 };
 
+void GiveBack(int file, off_t from, off_t to) {
+    if (from < to) ::fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, from, to - from);
+}
+
+/// That part of the file, whose memory is given back.
+std::string ReadBack(int file, off_t from, off_t to) {
+    std::string text(static_cast<std::size_t>(to - from), '\0');
+    std::size_t have = 0;
+    while (have < text.size()) {
+        const ssize_t got =
+            ::pread(file, text.data() + have, text.size() - have, from + static_cast<off_t>(have));
+        if (got <= 0) break;
+        have += static_cast<std::size_t>(got);
+    }
+    text.resize(have);
+    GiveBack(file, from, to);
+    return text;
+}
+
 /// Copies that part of the file, and gives its memory back.
 void Forward(int file, off_t from, off_t to, int target) {
     char buffer[16 * 1024];
@@ -137,16 +151,16 @@ void Forward(int file, off_t from, off_t to, int target) {
             put += std::max<ssize_t>(n, 0);
         }
     }
-    if (begin < to)
-        ::fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, begin, to - begin);
+    GiveBack(file, begin, to);
 }
 
 /// The processes of one batch.
 class Pool {
 public:
-    Pool(const Options& options, FileWork work)
+    Pool(const Options& options, FileWork work, const TellFunction& tell)
         : options_(options),
           work_(work),
+          tell_(tell),
           records_(options.files.size()),
           workers_(std::min(static_cast<std::size_t>(options.jobs), options.files.size())) {}
 
@@ -165,6 +179,7 @@ private:
 
     const Options& options_;
     const FileWork work_;
+    const TellFunction& tell_;
     const pid_t batch_ = ::getpid();
     Records records_;
     std::vector<Worker> workers_;
@@ -242,10 +257,13 @@ void Pool::runWorker(const Worker& worker, int channel) {
 
 Done Pool::workOn(const InputFile& file, Console& console) const {
     Done done;
-    done.exitCode = work_(file, options_, console);
+    std::string told;
+    done.exitCode = work_(file, options_, console, told);
     std::cout.flush();
     std::cerr.flush();
     done.out = ::lseek(STDOUT_FILENO, 0, SEEK_CUR);
+    WriteStandardOutput(told);
+    done.told = ::lseek(STDOUT_FILENO, 0, SEEK_CUR);
     done.error = ::lseek(STDERR_FILENO, 0, SEEK_CUR);
     done.worst = console.worst();
     return done;
@@ -289,8 +307,8 @@ void Pool::bury(Worker& worker) {
         const std::string line = BrokenSummaryJson(options_.files[worker.run.first].path);
         ::dprintf(worker.printed->out, "%s", line.c_str());
     }
-    finish(worker, {ExitNothing, ::lseek(worker.printed->out, 0, SEEK_END),
-                    ::lseek(worker.printed->error, 0, SEEK_END)});
+    const off_t end = ::lseek(worker.printed->out, 0, SEEK_END);
+    finish(worker, {ExitNothing, end, ::lseek(worker.printed->error, 0, SEEK_END), end});
 }
 
 void Pool::finish(Worker& worker, const Done& done) {
@@ -302,8 +320,9 @@ void Pool::finish(Worker& worker, const Done& done) {
 void Pool::showFinished() {
     for (; !finished_.empty() && finished_.begin()->first == shown_; ++shown_) {
         const auto& [printed, from, to] = finished_.begin()->second;
-        Forward(printed->out, from.out, to.out, STDOUT_FILENO);
+        Forward(printed->out, from.told, to.out, STDOUT_FILENO);
         Forward(printed->error, from.error, to.error, STDERR_FILENO);
+        tell_(options_.files[shown_], to.exitCode, ReadBack(printed->out, to.out, to.told));
         ++totals_.files[to.exitCode];
         totals_.worst.add(to.worst);
         finished_.erase(finished_.begin());
@@ -331,52 +350,51 @@ Totals Pool::run() {
 
 #endif
 
-Totals RunSerially(const Options& options, FileWork work) {
+Totals RunSerially(const Options& options, FileWork work, const TellFunction& tell) {
     Totals totals;
     ProgressLine progress(IsTerminal(system::StandardError) && !options.quiet);
     progress.start();
     Console console(options);
     long long done = 0;
     for (const InputFile& file : options.files) {
-        ++totals.files[work(file, options, console)];
+        std::string told;
+        const int exitCode = work(file, options, console, told);
+        ++totals.files[exitCode];
+        tell(file, exitCode, told);
         progress.update("files", ++done, std::ssize(options.files));
     }
     totals.worst = console.worst();
     return totals;
 }
 
-std::string Text(const Totals& totals, std::size_t files) {
+}  // namespace
+
+int Totals::exitCode() const { return std::max<int>(ExitRead, files.rbegin()->first); }
+
+std::string Totals::text() const {
     constexpr std::pair<int, const char*> texts[] = {{ExitNoNet, "no nets"},
                                                      {ExitRead, "read"},
                                                      {ExitErrors, "read with errors"},
                                                      {ExitNothing, "not read"},
                                                      {ExitWriteFailed, "not written"}};
     std::string text;
+    long long all = 0;
+    for (const auto& [code, count] : files) all += count;
     for (const auto& [code, words] : texts)
-        if (const auto found = totals.files.find(code); found != totals.files.end())
+        if (const auto found = files.find(code); found != files.end())
             text += (text.empty() ? "" : ", ") + std::to_string(found->second) + " " + words;
-    return std::to_string(files) + (files == 1 ? " file: " : " files: ") + text + "\n";
+    return std::to_string(all) + (all == 1 ? " file: " : " files: ") + text;
 }
 
-}  // namespace
-
-int RunBatch(const Options& options, FileWork work) {
+Totals RunBatch(const Options& options, FileWork work, const TellFunction& tell) {
 #ifdef __linux__
-    Totals totals = options.jobs > 1 ? Pool(options, work).run() : RunSerially(options, work);
+    Totals totals =
+        options.jobs > 1 ? Pool(options, work, tell).run() : RunSerially(options, work, tell);
 #else
-    Totals totals = RunSerially(options, work);
+    Totals totals = RunSerially(options, work, tell);
 #endif
     if (options.noNets > 0) totals.files[ExitNoNet] += options.noNets;
-    const std::string text =
-        Text(totals, options.files.size() + static_cast<std::size_t>(options.noNets));
-    if (options.command == CommandEN::summary && !options.json) {
-        if (!WriteStandardOutput(text).empty()) return ExitWriteFailed;
-    } else if (options.command == CommandEN::convert && !options.quiet &&
-               !options.jsonDiagnostics) {
-        std::cerr << text;
-    }
-    ShowHint(totals.worst, options);
-    return std::max<int>(ExitRead, totals.files.rbegin()->first);
+    return totals;
 }
 
 }  // namespace lumo::app

@@ -73,8 +73,22 @@ void ProgressLine::clear() {
     shown_ = false;
 }
 
+std::string PlaceText(const ReportRecord& report) {
+    std::string place = Visible(report.file) + ":";
+    if (report.line > 0)
+        place += std::to_string(report.line) + ":" + std::to_string(report.column) + ":";
+    return place + " ";
+}
+
+std::string MessageText(const ReportRecord& report) {
+    const std::string text = Visible(report.message + ContextText(report));
+    return report.number == 0 ? text : text + " [" + std::to_string(report.number) + "]";
+}
+
 void ShowHint(const WorstReport& worst, const Options& options) {
-    if (worst.number == 0 || options.jsonDiagnostics || !IsTerminal(system::StandardError)) return;
+    if (worst.number == 0 || options.jsonDiagnostics || options.form != CheckFormEN::text ||
+        !IsTerminal(system::StandardError))
+        return;
     const std::string number = std::to_string(std::abs(worst.number));
     std::cerr << "What that means and what to do: lumo-import explain " + number + "\n";
 }
@@ -86,9 +100,11 @@ Console::Console(const Options& options, bool interactive)
       terminal_(IsTerminal(system::StandardError) && !options.jsonDiagnostics),
       interactive_(interactive && terminal_ && !options.quiet),
       colors_(WantsColors(options.color)),
+      silent_(options.form != CheckFormEN::text),
       progress_(interactive_),
       holds_((terminal_ || options.command == CommandEN::check) && !options.verbose &&
-             !options.jsonDiagnostics) {}
+             !options.jsonDiagnostics),
+      screen_(options) {}
 
 void Console::begin(const std::string& file) {
     finish();
@@ -98,12 +114,19 @@ void Console::begin(const std::string& file) {
     text_ = {};
     reports_.clear();
     skipped_.clear();
+    screen_.begin(file);
+    allowed_ = 0;
 }
 
 void Console::show(const rept_kt& report) {
     ReportRecord& record = reports_.emplace_back(report);
     if (record.file.empty()) record.file = file_;
-    const bool wanted = terminal_ || options_.command == CommandEN::convert;
+    if (screen_.lets(record)) {
+        ++allowed_;
+        reports_.pop_back();
+        return;
+    }
+    const bool wanted = terminal_ || silent_ || options_.command == CommandEN::convert;
     if (wanted && report.line > 0 && report.offset >= 0)
         record.sourceLine = windowAround(report.offset, record.sourceCaret);
     if (options_.quiet && report.severity <= SeverityWarning) return;
@@ -113,6 +136,7 @@ void Console::show(const rept_kt& report) {
 
 /// Shows it, now or later.
 void Console::give(const ReportRecord& report) {
+    if (silent_) return;
     if (holding_) {
         held_.push_back(report);
         return;
@@ -151,14 +175,12 @@ bool Console::isHeading() const {
 }
 
 std::string Console::lineOf(const ReportRecord& report, bool isBelow) const {
-    std::string place = isBelow ? "" : Visible(report.file) + ":";
-    if (report.line > 0)
-        place += std::to_string(report.line) + ":" + std::to_string(report.column) + ":";
+    std::string place = PlaceText(report);
+    if (isBelow) place.erase(0, Visible(report.file).size() + 1);
     std::string out = isBelow ? "  " : "";
-    if (!place.empty()) out += paint(bold, place) + " ";
+    if (!place.empty()) out += paint(bold, place.substr(0, place.size() - 1)) + " ";
     out += paint(ColorOf(report.severity), std::string(SeverityName(report.severity)) + ":");
-    out += " " + Visible(report.message + ContextText(report));
-    if (report.number != 0) out += " [" + std::to_string(report.number) + "]";
+    out += " " + MessageText(report);
     out += '\n';
     if (terminal_ && report.line > 0) out += sourceLines(report, isBelow ? "    " : "  ");
     return out;

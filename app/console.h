@@ -41,6 +41,11 @@ struct WorstReport {
     }
 };
 
+/// "file:line:column: ", or what of it is known.
+std::string PlaceText(const ReportRecord& report);
+/// The message with what was being read, and the number.
+std::string MessageText(const ReportRecord& report);
+
 /// Tells a person, after all else, how to learn more of the worst report.
 void ShowHint(const WorstReport& worst, const Options& options);
 
@@ -64,6 +69,8 @@ public:
     bool canAsk() const;  ///< a person is there to answer
     std::vector<ReportRecord> takeReports() { return std::move(reports_); }
     std::vector<SkippedWord> takeSkipped() { return std::move(skipped_); }
+    /// Reports of the file that were let pass.
+    long long allowed() const { return allowed_; }
 
     void show(const rept_kt& report) override;
     void print(const char* text) override;
@@ -85,6 +92,7 @@ private:
     const bool terminal_;
     const bool interactive_;
     const bool colors_;
+    const bool silent_;  ///< a form for programs has it all
     std::string file_;
     std::string_view text_;  ///< what is in memory alone
     std::string wait_;
@@ -96,6 +104,8 @@ private:
     bool headed_ = false;             ///< the file's name stands above its reports
     std::vector<ReportRecord> held_;  ///< and notes, which have no number
     WorstReport worst_;
+    Screen screen_;
+    long long allowed_ = 0;
 };
 
 }  // namespace lumo::app

@@ -25,7 +25,9 @@ constexpr CommandInfo commands[] = {
      "  lumo-import asia.net                          what is in the file\n"
      "  lumo-import -r nets/                          a line for each file below\n"},
     {check, "check", "FILE...", "The problems of the files, and nothing else.",
-     "  lumo-import check -r nets/                    problems only, of all files below\n"},
+     "  lumo-import check -r nets/                    problems only, of all files below\n"
+     "  lumo-import check --fail-on warning -r nets/  and the exit code is 1 for a warning\n"
+     "  lumo-import check --format sarif -r nets/ >nets.sarif\n"},
     {nodes, "nodes", "FILE", "The nodes of a net, with their states and parents.",
      "  lumo-import nodes asia.net                    its nodes, with states and parents\n"},
     {table, "table", "FILE NODE...", "The tables of nodes, given by their names or titles.",
@@ -58,7 +60,17 @@ std::string Listed(const LIST& list) {
 
 constexpr OptionInfo options[] = {
     {"-r, --recursive", "", "read the files in folders, and below them", ofMany},
-    {"    --json", "", "the summary for programs: an object a line", Of(summary)},
+    {"    --json", "", "for programs: an object a line for each file", Of(summary, check)},
+    {"    --format", "FORM", "what is written: text, json, sarif, github, junit", Of(check)},
+    {"    --max-severity", "KIND", "the worst that is no failure: none, notice, warning, error",
+     Of(check)},
+    {"    --fail-on", "KIND", "the mildest that is one: notice, warning, error, fatal", Of(check)},
+    {"    --allow", "NUMBER", "let reports of that number pass, or of several: 3028,4022",
+     Of(check)},
+    {"    --ignore", "NUMBER", "the same", Of(check)},
+    {"    --baseline", "FILE", "let pass what the file has", Of(check)},
+    {"    --write-baseline", "FILE", "write what is found into the file, to let it pass",
+     Of(check)},
     {"    --all", "", "the tables of all nodes", Of(table)},
     {"    --csv", "", "for spreadsheets", Of(table)},
     {"-o, --output", "OUT", "the file, folder or - to write to", Of(convert)},

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "app/batch.h"
+#include "app/check.h"
 #include "app/console.h"
 #include "app/convert.h"
 #include "app/formats.h"
@@ -13,6 +14,7 @@
 #include "app/table.h"
 #include "export/explain.h"
 #include "formats/detect.h"
+#include "formats/shared/describe.h"
 #include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
@@ -41,8 +43,6 @@ Failure ShowTables(const Bnet_bn& net, const Options& options) {
 Failure Write(const ImportResult& result, const InputFile& file, const Options& options,
               Console& console) {
     switch (options.command) {
-        case CommandEN::check:
-            return {};
         case CommandEN::convert:
             return {Convert(result, file, options, console)};
         case CommandEN::nodes:
@@ -56,9 +56,25 @@ Failure Write(const ImportResult& result, const InputFile& file, const Options& 
     }
 }
 
-int WorkOnFile(const InputFile& file, const Options& options, Console& console) {
+/// What check tells of the file; its exit code.
+int CheckFile(ImportResult& result, const Options& options, const Console& console,
+              std::string& told) {
+    CheckedFile checked;
+    checked.exitCode = options.walked && IsNoNet(result)
+                           ? static_cast<int>(ExitNoNet)
+                           : CheckExitCode(result, console.allowed(), options);
+    checked.format = result.format;
+    checked.status = StatusName(result.status());
+    checked.allowed = console.allowed();
+    checked.reports = std::move(result.reports);
+    told = checked.packed();
+    return checked.exitCode;
+}
+
+int WorkOnFile(const InputFile& file, const Options& options, Console& console, std::string& told) {
     try {
         ImportResult result = ReadOne(file.path, options, console);
+        if (options.command == CommandEN::check) return CheckFile(result, options, console, told);
         result.layout = options.layout;
         const Failure failure = Write(result, file, options, console);
         if (failure.text.empty())
@@ -95,6 +111,40 @@ int ShowFormats() {
     return failure.empty() ? ExitRead : ExitWriteFailed;
 }
 
+int RunMany(const Options& options) {
+    const Totals totals =
+        RunBatch(options, WorkOnFile, [](const InputFile&, int, const std::string&) {});
+    const std::string text = totals.text() + "\n";
+    if (options.command == CommandEN::summary && !options.json) {
+        if (!WriteStandardOutput(text).empty()) return ExitWriteFailed;
+    } else if (options.command == CommandEN::convert && !options.quiet &&
+               !options.jsonDiagnostics) {
+        std::cerr << text;
+    }
+    ShowHint(totals.worst, options);
+    return totals.exitCode();
+}
+
+int RunCheck(const Options& options, Console& console) {
+    Checker checker(options);
+    const auto tell = [&checker](const InputFile& file, int exitCode, const std::string& told) {
+        checker.add(CheckedFile::unpacked(file, exitCode, told));
+    };
+    if (options.many()) {
+        const Totals totals = RunBatch(options, WorkOnFile, tell);
+        const int exitCode = checker.end(totals.exitCode());
+        ShowHint(totals.worst, options);
+        return exitCode;
+    }
+    std::string told;
+    const InputFile& file = options.files.front();
+    int exitCode = WorkOnFile(file, options, console, told);
+    tell(file, exitCode, told);
+    exitCode = checker.end(exitCode);
+    ShowHint(console.worst(), options);
+    return exitCode;
+}
+
 int Run(int argc, char** argv) {
     system::PrepareProcess();
     const std::vector<std::string> arguments = system::Arguments(argc, argv);
@@ -108,8 +158,10 @@ int Run(int argc, char** argv) {
         console.note(std::string("passed over, for ") + why);
         console.finish();
     }
-    if (options.many()) return RunBatch(options, WorkOnFile);
-    const int exitCode = WorkOnFile(options.files.front(), options, console);
+    if (options.command == CommandEN::check) return RunCheck(options, console);
+    if (options.many()) return RunMany(options);
+    std::string told;
+    const int exitCode = WorkOnFile(options.files.front(), options, console, told);
     ShowHint(console.worst(), options);
     return exitCode;
 }

@@ -10,6 +10,7 @@
 #include "app/folders.h"
 #include "app/help.h"
 #include "app/suggest.h"
+#include "export/explain.h"
 #include "library/utilities/paths.h"
 #include "library/utilities/text.h"
 
@@ -40,14 +41,22 @@ struct Raw {
     std::vector<std::string> files;
     std::string file;  // of a command that takes one
     std::string format, writer, condense, layout, diagnostics, color = "auto";
+    std::string form, maxSeverity, failOn, baseline;  // of check
+    std::vector<std::string> allowed;
     bool strict = false, createStateNames = false;
 };
 
+/// An option that takes one of some words.
+void AddChoice(CLI::App& app, const char* name, std::string& value,
+               std::vector<std::string> among) {
+    app.add_option(name, value)->check([among = std::move(among)](const std::string& word) {
+        return std::ranges::find(among, word) == among.end() ? NotAmong(word, among) : "";
+    });
+}
+
 void AddOptions(CLI::App& app, Options& options, Raw& raw) {
     const auto choice = [&](const char* name, std::string& value, std::vector<std::string> among) {
-        app.add_option(name, value)->check([among = std::move(among)](const std::string& word) {
-            return std::ranges::find(among, word) == among.end() ? NotAmong(word, among) : "";
-        });
+        AddChoice(app, name, value, std::move(among));
     };
     choice("--from", raw.format, Names(Formats()));
     choice("--condense", raw.condense, {"yes", "no"});
@@ -70,6 +79,45 @@ void AddOptions(CLI::App& app, Options& options, Raw& raw) {
                    ? std::string()
                    : "'" + text + "' is no number from 1 to " + std::to_string(mostJobs);
     });
+}
+
+constexpr const char* forms[] = {"text", "json", "sarif", "github", "junit"};
+constexpr const char* severities[] = {"none", "notice", "warning", "error", "fatal"};
+
+void AddCheckOptions(CLI::App& check, Options& options, Raw& raw) {
+    const std::vector<std::string> words(std::begin(severities), std::end(severities));
+    AddChoice(check, "--format", raw.form, {std::begin(forms), std::end(forms)});
+    AddChoice(check, "--max-severity", raw.maxSeverity, {words.begin(), words.end() - 1});
+    AddChoice(check, "--fail-on", raw.failOn, {words.begin() + 1, words.end()});
+    check.get_option("--max-severity")->excludes("--fail-on");
+    check.add_option("--allow,--ignore", raw.allowed)
+        ->allow_extra_args(false)
+        ->delimiter(',')
+        ->check([](const std::string& text) {
+            return ReportNumber(text) == 0 ? "there is no report '" + text + "'" : std::string();
+        });
+    check.add_option("--baseline", raw.baseline);
+    check.add_option("--write-baseline", options.newBaseline);
+}
+
+/// The place of the word in the list, which has it.
+template <std::size_t SIZE>
+int PlaceOf(const std::string& word, const char* const (&list)[SIZE]) {
+    return static_cast<int>(std::ranges::find(list, word) - list);
+}
+
+/// Takes over what check was told; the first mistake, empty when there is none.
+std::string CheckCheck(Options& options, const Raw& raw) {
+    if (!raw.form.empty()) options.form = static_cast<CheckFormEN>(PlaceOf(raw.form, forms));
+    if (options.json) options.form = CheckFormEN::json;
+    constexpr int step = SeverityNotice - SeverityOkay;
+    if (!raw.failOn.empty()) options.failFrom = step * PlaceOf(raw.failOn, severities);
+    if (!raw.maxSeverity.empty())
+        options.failFrom = step * (PlaceOf(raw.maxSeverity, severities) + 1);
+    for (const std::string& number : raw.allowed) options.allowed.insert(ReportNumber(number));
+    if (raw.baseline.empty()) return {};
+    options.baseline = Baseline(raw.baseline);
+    return options.baseline.read();
 }
 
 bool Exists(const std::string& path) {
@@ -131,8 +179,10 @@ std::string CheckReading(Options& options, const Raw& raw) {
         return options.allNodes ? "table: all nodes, or some of them"
                                 : "table: name a node, or --all; 'lumo-import nodes' lists them";
     if (std::ranges::count(raw.files, "-") > 1) return "standard input is given twice";
-    if (options.json && options.command != CommandEN::summary)
-        return "--json is of the summary; --diagnostics json and --to json are its likes";
+    const bool isCheck = options.command == CommandEN::check;
+    if (options.json && !isCheck && options.command != CommandEN::summary)
+        return "--json is of the summary and of check; --diagnostics json and --to json are its "
+               "likes";
     GatherFiles(raw.files, options);
     const bool isOfOne = options.command == CommandEN::table || options.command == CommandEN::nodes;
     if (isOfOne && options.many()) return "nodes and table take one file, and no folder";
@@ -147,6 +197,7 @@ std::string CheckReading(Options& options, const Raw& raw) {
     options.jsonDiagnostics = raw.diagnostics == "json";
     if (raw.color != "auto")
         options.color = raw.color == "always" ? ColorEN::always : ColorEN::never;
+    if (isCheck) return CheckCheck(options, raw);
     return options.command == CommandEN::convert ? CheckConvert(options, raw) : std::string();
 }
 
@@ -229,8 +280,8 @@ std::string MisusedOption(const CLI::ParseError& error) {
     const std::string name = said.substr(0, said.find_first_of(": "));
     const std::string_view argument = ArgumentOf(name);
     if (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr) return said;
-    if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr)
-        return "-q and -v exclude each other";
+    if (const std::size_t at = said.find(" excludes "); at != said.npos)
+        return name + " and " + said.substr(said.rfind(' ') + 1) + " exclude each other";
     if (argument.empty()) return name + " takes no value";
     return name + (said.ends_with("missing") ? " needs a value: " : " takes one value: ") +
            std::string(argument);
@@ -257,7 +308,9 @@ std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Opt
         made->final_callback([&options, which] { options.command = which; });
         return made;
     };
-    command("check", CommandEN::check)->add_option("FILE", raw.files);
+    CLI::App* const check = command("check", CommandEN::check);
+    check->add_option("FILE", raw.files);
+    AddCheckOptions(*check, options, raw);
     CLI::App* const table = command("table", CommandEN::table);
     table->add_option("FILE", raw.file);
     table->add_option("NODE", options.nodes);

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "app/baseline.h"
 #include "export/writers.h"
 #include "formats/ForeignFile.h"
 #include "formats/detect.h"
@@ -23,6 +25,8 @@ enum ExitEN : int {
 };
 
 enum class CommandEN : unsigned char { summary, check, nodes, table, convert, explain, formats };
+/// What check writes.
+enum class CheckFormEN : unsigned char { text, json, sarif, github, junit };
 enum class ColorEN : unsigned char { automatic, always, never };
 
 /// A file to read. One found below a folder is written to the same place below the output's.
@@ -47,6 +51,11 @@ struct Options {
     std::vector<std::string> nodes;                               ///< table
     bool allNodes = false;                                        ///< table
     bool csv = false;                                             ///< table
+    CheckFormEN form = CheckFormEN::text;                         ///< check
+    int failFrom = SeverityError;        ///< check: the mildest severity that fails
+    std::set<int> allowed;               ///< check: numbers of reports that are let pass
+    Baseline baseline;                   ///< check: problems that are let pass
+    std::string newBaseline;             ///< check: the file to write; empty for none
     std::string output;                  ///< convert: a file, a folder for many files, "-"
     bool intoFolder = false;             ///< convert: the output is a folder, or becomes one
     const Writer* writer = nullptr;      ///< convert

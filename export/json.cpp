@@ -124,19 +124,6 @@ void WriteNet(JsonOut& json, const Bnet_bn& net) {
     json.close('}');
 }
 
-void WriteReportFields(JsonOut& json, const ReportRecord& report) {
-    const auto placed = [&](int value) { report.line > 0 ? json.number(value) : json.null(); };
-    json.key("number").number(report.number);
-    json.key("severity").number(report.severity);
-    json.key("kind").text(SeverityName(report.severity));
-    json.key("message").text(report.message);
-    json.key("line"), placed(report.line);
-    json.key("column"), placed(report.column);
-    json.key("structKind").textOrNull(report.structKind);
-    json.key("structName").textOrNull(report.structName);
-    json.key("fieldName").textOrNull(report.fieldName);
-}
-
 }  // namespace
 
 void WriteNodeHead(JsonOut& json, const Bnode_bn& node) {
@@ -153,6 +140,19 @@ void WriteResultHead(JsonOut& json, const ImportResult& result) {
     json.key("formatCode");
     result.formatCode == 0 ? json.null() : json.number(result.formatCode);
     json.key("status").text(StatusName(result.status()));
+}
+
+void WriteReportFields(JsonOut& json, const ReportRecord& report) {
+    const auto placed = [&](int value) { report.line > 0 ? json.number(value) : json.null(); };
+    json.key("number").number(report.number);
+    json.key("severity").number(report.severity);
+    json.key("kind").text(SeverityName(report.severity));
+    json.key("message").text(report.message);
+    json.key("line"), placed(report.line);
+    json.key("column"), placed(report.column);
+    json.key("structKind").textOrNull(report.structKind);
+    json.key("structName").textOrNull(report.structName);
+    json.key("fieldName").textOrNull(report.fieldName);
 }
 
 void WriteJson(const ImportResult& result, std::ostream& out) {

@@ -19,6 +19,9 @@ void WriteResultHead(JsonOut& json, const ImportResult& result);
 /// The keys that every JSON of a node begins with, from "name" to "discrete", into an open object.
 void WriteNodeHead(JsonOut& json, const Bnode_bn& node);
 
+/// The keys of a report, from "number" to "fieldName", into an open object.
+void WriteReportFields(JsonOut& json, const ReportRecord& report);
+
 /// One report as a JSON object on one line, with its file first: the form of --diagnostics json.
 std::string ReportToJson(const ReportRecord& report);
 

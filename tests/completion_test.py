@@ -133,6 +133,7 @@ class Completion(unittest.TestCase):
                 shown = {word.replace("\\", "").rstrip("/").split("/")[-1] for word in shell("lumo-import", "check", f"{folder}/")}
                 self.assertLessEqual({pathlib.Path(name).name for name in readable}, shown, shell.__name__)
             self.assertEqual({f"{folder}/notes.txt"}, bash("lumo-import", "-o", f"{folder}/no"))
+            self.assertEqual({f"{folder}/notes.txt"}, bash("lumo-import", "check", "--baseline", f"{folder}/no"))
 
     def test_nodes(self):
         asia = str(ROOT / "samples/hugin/asia.net")
