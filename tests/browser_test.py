@@ -118,11 +118,11 @@ class Report(ReportCase):
     def test_keyboard_alone(self):
         self.open_sample("hugin", "asia.net")
         order = []
-        for _ in range(10):
+        for _ in range(12):
             self.keys(Keys.TAB)
             order.append(self.focused_id())
             self.assertNotEqual(self.focused().value_of_css_property("outline-style"), "none")
-        self.assertEqual(order, ["save-svg", "save-png", "help", "theme", "canvas", "beliefs", "closer", "farther", "fit", "layout"])
+        self.assertEqual(order, ["save-svg", "save-png", "share", "help", "theme", "canvas", "beliefs", "strength", "closer", "farther", "fit", "layout"])
         # The list; a state is found too.
         self.keys("/")
         self.assertEqual(self.focused_id(), "search")
@@ -188,6 +188,68 @@ class Report(ReportCase):
         self.assertIn("Markov blanket, the rest dimmed", self.texts("#keys td"))
         self.keys(Keys.ESCAPE, Keys.ESCAPE)
         self.assertEqual(self.heading(), "asia")
+
+    def test_state_is_in_the_address_and_travels(self):
+        self.open_sample("hugin", "asia.net")
+        state = "return [selected < 0 ? '' : nodes[selected].name, [...evidence].map(([i, t]) => [nodes[i].name, t]), inPicture, strength, switched]"
+        self.id("beliefs").click()
+        self.script("select(7, 'list'); toggleEvidence(7, 0); setEvidence(6, [0.2, 1]); switchLayout()")
+        self.driver.find_element("css selector", "#strength option[value=distance]").click()
+        made = self.script(state)
+        self.assertEqual(made, ["dysp", [["dysp", 0], ["xray", [0.2, 1]]], True, "distance", True])
+        self.browser.settled()
+        address = self.script("return location.hash")
+        self.script("navigator.clipboard.writeText = async (text) => { window.copied = text; }")
+        self.keys("k")
+        self.button("Copy link", "dialog").click()
+        self.assertEqual(self.script("return window.copied"), self.driver.current_url)
+        self.button("Save the page", "dialog").click()
+        page = self.saved("asia.html")
+        self.keys(Keys.ESCAPE)
+        # Back, step by step, and forward again.
+        steps = [made]
+        for _ in range(6):
+            self.driver.back()
+            self.browser.settled()
+            steps.append(self.script(state))
+        self.assertEqual(steps[3][1], [["dysp", 0]])
+        self.assertEqual(steps[-1], ["", [], False, "", False])
+        self.assertEqual(len({str(step) for step in steps}), len(steps))
+        for expected in steps[-2::-1]:
+            self.driver.forward()
+            self.browser.settled()
+            self.assertEqual(self.script(state), expected)
+        # A view that was chosen is part of it; one that follows from the rest is not.
+        self.assertNotIn("view=", self.script("return location.hash"))
+        self.id("closer").click()
+        self.driver.execute_async_script("setTimeout(arguments[0], settleView + 100)")
+        self.assertIn("view=", self.script("return location.hash"))
+        seen, link = self.view(), self.driver.current_url
+        # The link, and the page that was saved, open as they were.
+        believed = self.script("return beliefOf(3)[0]")
+        self.driver.get("about:blank")
+        self.driver.get(link)
+        self.browser.settled()
+        self.browser.settled()
+        self.assertEqual(self.script(state), made)
+        self.assertAlmostEqual(self.script("return beliefOf(3)[0]"), believed, places=12)
+        for a, b in zip(self.view(), seen):
+            self.assertAlmostEqual(a, b, delta=0.01 * abs(b) + 0.1)
+        path = os.path.join(self.folder.name, "saved.html")
+        with open(path, "wb") as out:
+            out.write(page)
+        self.browser.open(path)
+        self.browser.settled()
+        self.assertEqual([self.script(state), self.script("return location.hash")], [made, address])
+        self.id("share").click()
+        self.button("Save the page", "dialog").click()
+        self.assertEqual(self.saved("asia.html"), page)
+        # An address that means nothing here is passed over.
+        for text in ("#nobody", "#dysp?evidence=dysp:9;nobody:1;asia:-1;xray:1,2,3;tub:NaN,1&strength=constructor&view=1,2&beliefs", "#%E0%A4?==&&"):
+            self.driver.get("about:blank")
+            self.driver.get("file://" + path + text)
+            self.browser.settled()
+            self.assertEqual(self.script("return evidence.size + strength"), "0")
 
     def test_pointers_pan_and_zoom(self):
         self.open_sample("hugin", "asia.net")

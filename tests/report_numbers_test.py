@@ -237,6 +237,34 @@ def noisy_table(parameters, states, parent_states):
 # ---- The tests
 
 
+def mutual(joint):
+    """The mutual information of two variables, in bits."""
+    apart = joint.sum(1, keepdims=True) * joint.sum(0, keepdims=True)
+    inside = joint > 0
+    return float((joint[inside] * numpy.log2(joint[inside] / apart[inside])).sum())
+
+
+def active_paths(parents, certain, a, b):
+    """All paths without loops between two nodes on which every node lets through what is known."""
+    children = {name: [c for c in parents if name in parents[c]] for name in parents}
+
+    def above_known(name):
+        return name in certain or any(map(above_known, children[name]))
+
+    def grow(path):
+        if path[-1] == b:
+            return [path]
+        found = []
+        for step in set(parents[path[-1]] + children[path[-1]]) - set(path):
+            if len(path) > 1:
+                meets = path[-2] in parents[path[-1]] and step in parents[path[-1]]
+                if not (above_known(path[-1]) if meets else path[-1] not in certain):
+                    continue
+            found += grow(path + [step])
+        return found
+    return grow([a])
+
+
 class Numbers(ReportCase):
     def beliefs(self, evidence):
         """Sets the evidence (states, or weights), and gives what the page then believes, by the nodes' names."""
@@ -395,6 +423,126 @@ class Numbers(ReportCase):
             without = none / (1 - p * w)
             expected = p * (1 - (1 - w) * without) / (1 - none)
             self.assertAlmostEqual(got["n%d" % i][1], expected, delta=1e-5)
+
+    def test_questions_and_strengths(self):
+        """The most probable explanation, what tells most, and how strong links are, against the sums."""
+        chance = random.Random(31)
+        asked = 0
+        for turn in range(8):
+            noisy = turn % 4 == 3
+            path = self.write(noisy_net(chance, 4) if noisy else random_net(chance, most=9), "asked.dxp" if noisy else "asked.net")
+            net = self.net(path)["net"]
+            joint = Joint(net)
+            self.open(path)
+            for _ in range(3):
+                evidence = self.observations(chance, joint.nodes)
+                if len(evidence) == len(joint.nodes):
+                    continue
+                if not self.beliefs(evidence)["possible"]:
+                    self.assertIsNone(self.ask("explanation")["states"])
+                    continue
+                asked += 1
+                told = joint.chance * joint.told(evidence)
+                answer = self.ask("explanation")
+                self.assertAlmostEqual(math.exp(answer["log"]), told.max(), delta=1e-12 + 1e-9 * told.max())
+                self.assertAlmostEqual(math.exp(answer["total"]), told.sum(), delta=1e-9)
+                names = [node["name"] for node in net["nodes"]]
+                self.assertAlmostEqual(told[tuple(answer["states"][names.index(node["name"])] for node in joint.nodes)], told.max(), delta=1e-12)
+                target = chance.choice([node["name"] for node in joint.nodes if node["name"] not in evidence])
+                bits = self.ask("telling", target=names.index(target))["bits"]
+                for node in joint.nodes:
+                    seen = evidence.get(node["name"], [1, 1])
+                    certain = not isinstance(seen, list) or sum(weight > 0 for weight in seen) == 1
+                    if node["name"] == target or certain or len(node["states"]) < 2:
+                        continue
+                    both = joint.onto(told, [node["name"], target])
+                    both = both.reshape([joint.states(name) for name in joint.axis if name in (node["name"], target)])
+                    self.assertAlmostEqual(bits[names.index(node["name"])], mutual(both / both.sum()), places=9)
+            self.strengths(net, joint)
+        self.assertGreater(asked, 10)
+
+    def strengths(self, net, joint):
+        marginals = self.beliefs({})["nodes"]
+        for measure in ("information", "distance"):
+            self.script("showStrength(arguments[0])", measure)
+            self.driver.execute_async_script("const done = arguments[0], wait = () => (strengths ? done() : setTimeout(wait, 5)); wait();")
+            got = self.script("return strengths")
+            for node, values in zip(net["nodes"], got):
+                for k, parent in enumerate(node["parents"]):
+                    if node["kind"] == "utility":
+                        table = numpy.array(node["relation"]["table"]).reshape([joint.states(p) for p in node["parents"]])
+                        moved = numpy.ptp(table, axis=k).max() / numpy.ptp(table) if numpy.ptp(table) else 0
+                        self.assertAlmostEqual(values[k], moved, places=9)
+                        continue
+                    table, names = joint.table(node)[1], node["parents"] + [node["name"]]
+                    table = table.reshape([joint.states(name) for name in names])
+                    if measure == "distance":
+                        rows = numpy.moveaxis(table, k, 0)
+                        expected = max(numpy.abs(a - b).sum(-1).max() / 2 for a in rows for b in rows)
+                    else:
+                        for at, name in enumerate(node["parents"]):
+                            table = table * numpy.array(marginals[name]).reshape([-1 if i == at else 1 for i in range(len(names))])
+                        axes = tuple(i for i in range(len(names) - 1) if i != k)
+                        expected = mutual(table.sum(axis=axes))
+                    self.assertAlmostEqual(values[k], expected, places=9)
+
+    def test_trails_between_nodes(self):
+        """Every pair given random evidence: separated exactly where no active path exists among all paths."""
+        chance = random.Random(13)
+        connected = 0
+        for _ in range(3):
+            path = self.write(random_net(chance, most=8))
+            nodes = [node for node in self.net(path)["net"]["nodes"] if node["states"]]
+            self.open(path)
+            parents = {node["name"]: node["parents"] for node in nodes}
+            index = self.script("return Object.fromEntries(nodes.map((n, i) => [n.name, i]))")
+            names = {i: name for name, i in index.items()}
+            for _ in range(2):
+                certain = chance.sample(sorted(parents), chance.choice((0, 1, 2)))
+                self.beliefs({name: 0 for name in certain})
+                for a, b in itertools.combinations(sorted(set(parents) - set(certain)), 2):
+                    trails = active_paths(parents, certain, a, b)
+                    found = [names[i] for i in self.ask("trail", **{"from": index[a], "to": index[b]})["trail"]]
+                    self.assertEqual(bool(found), bool(trails), (a, b, certain))
+                    if found:
+                        connected += 1
+                        self.assertLessEqual(len(found), min(map(len, trails)) * 2)
+                        self.assertEqual((found[0], found[-1]), (a, b))
+        self.assertGreater(connected, 20)
+        # In the page: the other node is the one that is selected next, and the trail stays lit.
+        self.open_sample("hugin", "asia.net")
+        self.select("tub")
+        self.keys("o")
+        self.select("smoke")
+        answered = "const done = arguments[0], wait = () => (/d-/.test(byId('answer').textContent) ? done(byId('answer').textContent) : setTimeout(wait, 5)); wait();"
+        self.assertIn("d-separated without evidence", self.driver.execute_async_script(answered))
+        self.script("toggleEvidence(7, 0)")
+        self.browser.settled()
+        self.keys("o")
+        self.select("smoke")
+        said = self.driver.execute_async_script(answered)
+        self.assertIn("d-connected given Dyspnoea?: yes, by Tuberculosis? → ", said)
+        self.assertEqual(self.heading(), "Tuberculosis?")
+        lit = self.script("return [...lit].map((i) => nodes[i].name)")
+        self.assertEqual([lit[0], lit[-1]], ["tub", "smoke"])
+        self.select("asia")
+        self.assertIsNone(self.script("return lit"))
+        # The likeliest of all, and likelihoods that are filled in.
+        self.script("clearEvidence()")
+        self.browser.settled()
+        self.keys("e")
+        self.driver.execute_async_script("const done = arguments[0], wait = () => (/Most/.test(byId('answer').textContent) ? done() : setTimeout(wait, 5)); wait();")
+        self.assertEqual(self.texts("#answer li"), ["%s no" % t for t in self.script("return nodes.map(titleOf)")])
+        self.select("lung")
+        self.driver.find_element("css selector", "#details summary").click()
+        self.frame()
+        for field, text in zip(self.driver.find_elements("css selector", ".likelihoods input"), ("4", "0.5")):
+            field.clear()
+            field.send_keys(text)
+        self.button("Set").click()
+        self.browser.settled()
+        self.assertAlmostEqual(self.script("return beliefOf(selected)[0]"), 0.055 * 4 / (0.055 * 4 + 0.945 * 0.5), places=6)
+        self.assertEqual(self.texts("#evidence .chip"), ["× Lung cancer?: 4 : 0.5"])
 
     def test_small_probabilities_do_not_vanish(self):
         count = 400

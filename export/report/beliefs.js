@@ -50,6 +50,7 @@ function startInference() {
 
 function receivePlan(answer) {
     plan = answer;
+    if (isUsable()) restoreLate();
     if (isUsable()) ask();
     if (!details.contains(document.activeElement)) showDetails(selected);
 }
@@ -124,6 +125,7 @@ function clearEvidence() {
 
 function evidenceChanged() {
     ask();
+    stateChanged();
     beliefListeners.forEach((listener) => listener());
 }
 
@@ -135,6 +137,7 @@ function toggleInPicture() {
     inPicture = !inPicture;
     byId('beliefs').setAttribute('aria-pressed', String(inPicture));
     spreadPicture();
+    stateChanged();
 }
 
 // ---- What the page says about them ---------------------------------------------------------

@@ -156,7 +156,7 @@ const everywhere = {left: -Infinity, top: -Infinity, right: Infinity, bottom: In
 /** The names for what is visible, placed for more than that: they stay where they are while it moves. */
 function namesFor(visible) {
     const {left, top, right, bottom, zoom} = visible;
-    const known = namesPlaced && namesPlaced.region, bounds = fitted ? visible : everywhere;
+    const known = namesPlaced && namesPlaced.region, bounds = fitted ? {...visible, top: top + barsAbove / zoom} : everywhere;
     const same = known && namesPlaced.zoom === zoom && namesPlaced.boxes === boxes && namesPlaced.selected === selected && namesPlaced.lit === lit &&
         namesPlaced.fitted === fitted && left >= known.left && right <= known.right && top >= known.top && bottom <= known.bottom;
     if (!same) {

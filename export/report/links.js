@@ -43,14 +43,16 @@ function drawLinks(visible) {
     const step = Math.max(1, Math.ceil(linkStarts.length / linksDrawnAtOnce));
     const heads = visible.zoom > 0.25;
     const paint = (from, color, width, alpha) => {
+        if (from.length === 0) return;
         pen.strokeStyle = pen.fillStyle = color;
         pen.lineWidth = width / Math.min(1, visible.zoom * 1.5);
         pen.globalAlpha = alpha;
         pen.beginPath();
-        from.forEach(course);
+        const larger = Math.max(1, width / 1.8);  // the head of a wide link; the line ends within it
+        from.forEach((i) => course(i, larger > 1 && heads ? picture.arrow[0] * larger * 0.7 : 0));
         pen.stroke();
         pen.beginPath();
-        if (heads) from.forEach(arrowHead);
+        if (heads) from.forEach((i) => arrowHead(i, larger));
         pen.fill();
         pen.globalAlpha = 1;
     };
@@ -64,9 +66,25 @@ function drawLinks(visible) {
     const isLit = (i) => !lit || (lit.has(links[i]) && lit.has(links[i + 1]));
     const bright = drawn.filter(isLit);
     if (lit) paint(drawn.filter((i) => !isLit(i)), colors.link, 1, 0.12 * alpha);
-    paint(bright, colors.link, 1, lit ? 1 : alpha);
-    const chosen = linkStarts.filter((i) => (links[i] === selected || links[i + 1] === selected) && isLit(i));
-    if (chosen.length > 0) paint(chosen, colors.accent, 2, 1);
+    if (strengthClass.size > 0) paintByStrength(bright, paint);
+    else paint(bright, colors.link, 1, lit ? 1 : alpha);
+    const isChosen = trail ? (i) => isOnTrail(links[i], links[i + 1]) : (i) => (links[i] === selected || links[i + 1] === selected) && isLit(i);
+    const chosen = linkStarts.filter(isChosen);
+    if (strengthClass.size === 0 || trail) paint(chosen, colors.accent, trail ? 3 : 2, 1);
+}
+
+/** Draws the links by their strength, the weak ones first. */
+function paintByStrength(from, paint) {
+    const byClass = new Map();
+    for (const i of from) {
+        const part = strengthClass.get(linkKey(links[i], links[i + 1])) ?? -1;
+        if (!byClass.has(part)) byClass.set(part, []);
+        byClass.get(part).push(i);
+    }
+    for (const part of [...byClass.keys()].sort((a, b) => a - b)) {
+        const {width, color} = strengthStyle(part);
+        paint(byClass.get(part), color, width, 1);
+    }
 }
 
 /** Whether the box around a link's points meets the rectangle. */
@@ -81,21 +99,27 @@ function mayBeIn(visible, i) {
     return right >= visible.left && left <= visible.right && bottom >= visible.top && top <= visible.bottom;
 }
 
-function course(i) {
-    const end = i + 3 + 2 * links[i + 2];
-    pen.moveTo(links[i + 3], links[i + 4]);
-    if (links[i + 2] === 2) return void pen.lineTo(links[i + 5], links[i + 6]);
-    for (let at = i + 5; at < end; at += 6) pen.bezierCurveTo(...links.slice(at, at + 6));
+/** The direction in which a link ends. */
+function directionOf(i) {
+    const end = i + 3 + 2 * links[i + 2], dx = links[end - 2] - links[end - 4], dy = links[end - 1] - links[end - 3];
+    const length = Math.hypot(dx, dy) || 1;
+    return [dx / length, dy / length];
 }
 
-function arrowHead(i) {
-    const end = i + 3 + 2 * links[i + 2];
-    const tipX = links[end - 2], tipY = links[end - 1];
-    const dx = tipX - links[end - 4], dy = tipY - links[end - 3];
-    const length = Math.hypot(dx, dy) || 1;
-    const x = dx / length, y = dy / length;
-    const baseX = tipX - x * picture.arrow[0], baseY = tipY - y * picture.arrow[0];
-    const half = picture.arrow[1];
+/** The link's course, ending so far before its tip. */
+function course(i, before) {
+    const points = links.slice(i + 3, i + 3 + 2 * links[i + 2]), [x, y] = before > 0 ? directionOf(i) : [0, 0];
+    points[points.length - 2] -= x * before;
+    points[points.length - 1] -= y * before;
+    pen.moveTo(points[0], points[1]);
+    if (points.length === 4) return void pen.lineTo(points[2], points[3]);
+    for (let at = 2; at < points.length; at += 6) pen.bezierCurveTo(...points.slice(at, at + 6));
+}
+
+function arrowHead(i, larger) {
+    const end = i + 3 + 2 * links[i + 2], [tipX, tipY] = links.slice(end - 2, end), [x, y] = directionOf(i);
+    const baseX = tipX - x * picture.arrow[0] * larger, baseY = tipY - y * picture.arrow[0] * larger;
+    const half = picture.arrow[1] * larger;
     pen.moveTo(tipX, tipY);
     pen.lineTo(baseX - y * half, baseY + x * half);
     pen.lineTo(baseX + y * half, baseY - x * half);

@@ -43,6 +43,7 @@ function moveByMap(event) {
     moveTo({
         x: (x - left) / zoom - canvas.clientWidth / 2 / view.zoom, y: (y - top) / zoom - canvas.clientHeight / 2 / view.zoom,
     });
+    viewChanged();
 }
 map.addEventListener('pointerdown', (event) => {
     map.setPointerCapture(event.pointerId);

@@ -136,8 +136,11 @@ function nodeParts(index) {
         node.comment ? longText(node.comment) : null,
         own ? section('Problems', problemList(own)) : null,
         section(isValued(node) ? 'Expectation' : 'Distribution', beliefSection(index)),
+        likelihoodSection(index),
         relationSection(node),
+        questionSection(index),
         node.parents.length ? section('Parents', itemList(node.parents.length, 'Parents', (i) => nodeLink(node.parents[i]))) : null,
+        strengthSection(index),
         children[index].length ? section('Children', itemList(children[index].length, 'Children', (i) => nodeLink(children[index][i]))) : null,
         hasStateTexts(node) ? section('States', stateTable(node)) : null,
         node.levels ? section('Levels', itemList(node.levels.length, 'Levels', (i) => String(node.levels[i]))) : null,
@@ -179,6 +182,8 @@ function netParts() {
         picture.laidOut ? el('p', {class: 'faint', text: 'The nodes were placed by the automatic layout.'}) : null,
         net.comment ? longText(net.comment) : null,
         nodes.length ? planParagraphs() : null,
+        nodes.length ? questionSection(-1) : null,
+        strengthSection(-1),
         data.groups.length ? section('Groups', itemList(data.groups.length, 'Groups', groupLink)) : null,
     ];
 }

@@ -82,30 +82,26 @@ let selectedBy = '';
  * node to node count as one.
  */
 function select(index, source) {
+    if (picking && source !== 'address') return pick(index);
     const changed = index !== selected;
     const stepping = source === 'keyboard' && selectedBy === 'keyboard';
     selected = index;
     selectedBy = source;
     for (const listener of listeners) listener(index, source);
-    if (changed && source !== 'address') {
-        const address = index < 0 ? '#' : `#${encodeURIComponent(nodes[index].name)}`;
-        if (stepping) history.replaceState(null, '', address);
-        else history.pushState(null, '', address);
-    }
+    if (changed) stateChanged(stepping);
     say(index < 0 ? 'No node selected' : `${titleOf(nodes[index])} selected`);
+}
+
+/** Gives the node to the question that waits for one. */
+function pick(index) {
+    const take = picking;
+    picking = null;
+    take(index);
 }
 
 /** A button that leads to a node. */
 function nodeLink(index) {
     return button(titleOf(nodes[index]), () => { select(index, 'link'); focusDetails(); }, {class: 'link'});
-}
-
-/** Selects the node that the page's address names. */
-function selectAddressed() {
-    let name = location.hash.slice(1);
-    try { name = decodeURIComponent(name); } catch { /* no address of this page */ }
-    const index = name === '' ? -1 : nodes.findIndex((node) => node.name === name);
-    if (index !== selected) select(index, 'address');
 }
 
 // ---- Links and problems by node ------------------------------------------------------------

@@ -8,17 +8,18 @@ const readable = 8;  // pixels of the letters on the screen
 const statesInPicture = 6;
 const barHeight = 13;
 const beliefLetters = 10;
-const smallTitle = 11, smallBar = 9;  // pixels from afar
+const smallTitle = 9.5, smallBar = 8.5;  // pixels from afar
 const beliefHalfWidth = 62;
 let pen = canvas.getContext('2d');
 let boxes = nodes.map((node) => node.at);  // by node: middle, half its width and height, as drawn
 let frame = picture;  // left, top, width and height of what is shown
+let switched = false;  // the other layout is shown
 let drawing = false;
 let colors = {};
 
 function readColors() {
     const style = getComputedStyle(document.documentElement);
-    for (const name of ['canvas', 'text', 'link', 'outline', 'accent', 'bar', 'error', 'warning', 'notice'])
+    for (const name of ['canvas', 'text', 'link', 'outline', 'accent', 'bar', 'strong', 'error', 'warning', 'notice'])
         colors[name] = style.getPropertyValue(`--${name}`).trim();
 }
 
@@ -89,8 +90,10 @@ function switchLayout() {
     Object.assign(picture, other, {other: {left, top, width, height, links: own, laidOut, at: nodes.flatMap((node) => node.at)}});
     nodes.forEach((node, i) => { node.at = other.at.slice(4 * i, 4 * i + 4); });
     byId('layout').setAttribute('aria-pressed', String(picture.laidOut));
+    switched = !switched;
     spreadPicture();
     fit();
+    stateChanged();
     say(picture.laidOut ? 'Automatic layout' : "The file's layout");
 }
 
@@ -115,7 +118,7 @@ function shownStates(index, most = statesInPicture) {
 function beliefRows(index, zoom) {
     const [, , w, h] = boxes[index];
     if (2 * w * zoom < 20) return 0;
-    return Math.min(barsOf(nodes[index]), Math.floor((2 * h * zoom - smallTitle - 3) / smallBar));
+    return Math.min(barsOf(nodes[index]), Math.floor((2 * h * zoom - smallTitle - 2) / smallBar));
 }
 
 /** The sizes of a node with its distribution: of letters and bars; from afar smaller, with the leading bars alone. */
@@ -123,8 +126,8 @@ function beliefShape(index, zoom) {
     if (isReadable(zoom)) return {title: 12, top: 18, bar: barHeight, letters: beliefLetters, states: barsOf(nodes[index]), named: true};
     const rows = beliefRows(index, zoom), high = 2 * boxes[index][3];
     if (rows <= 0) return {title: 0, top: high / 8, bar: high * 3 / 4 / barsOf(nodes[index]), letters: 0, states: barsOf(nodes[index]), named: false};
-    const top = (smallTitle + 1) / zoom;
-    return {title: 9 / zoom, top, bar: (high - top - 2 / zoom) / rows, letters: 8 / zoom, states: rows, named: true};
+    const top = (smallTitle + 0.5) / zoom;
+    return {title: 8.5 / zoom, top, bar: (high - top - 1.5 / zoom) / rows, letters: 8 / zoom, states: rows, named: true};
 }
 
 function drawBeliefs(index, zoom) {

@@ -23,8 +23,8 @@ const toggled = new Set();
 let lit = null;  // the nodes that stay bright; null: all
 
 function light() {
-    lit = null;
-    if (selected >= 0 && toggled.size > 0) {
+    lit = trail && new Set(trail);
+    if (!trail && selected >= 0 && toggled.size > 0) {
         lit = new Set([selected]);
         for (const relation of toggled) for (const node of relation.of(selected)) lit.add(node);
     }

@@ -36,10 +36,15 @@ const pageKeys = [
     ...relations.map((relation) => [relation.key, `${relation.title}, the rest dimmed`, () => toggleRelation(relation)]),
     ['m', 'distributions in the picture', toggleInPicture],
     ['x', 'take back all evidence', clearEvidenceIfAny],
+    ['s', 'links as wide as they are strong: mutual information, row distance, plain', () => showStrength()],
+    ['e', 'the most probable explanation', askExplanation],
+    ['i', 'what would tell most about the node', askTelling],
+    ['o', 'whether the node is separated from another', askTrail],
     ['w', 'widen the details, fill the window, narrow them', () => widen()],
     ['t', 'transpose the table', () => content.querySelector('.transpose')?.click()],
     ['f', 'show the whole net', fit],
     ['l', "the automatic layout, or the file's", switchLayout],
+    ['k', 'copy a link, save the page as it is now', showSharing],
     ['?', 'these keys', () => showKeys()],
 ];
 
@@ -49,7 +54,7 @@ function clearEvidenceIfAny() {
 
 addEventListener('keydown', (event) => {
     const typing = event.target.matches('input, textarea');
-    if (event.ctrlKey || event.metaKey || event.altKey || typing || byId('keys').open || event.defaultPrevented) return;
+    if (event.ctrlKey || event.metaKey || event.altKey || typing || document.querySelector('dialog[open]') || event.defaultPrevented) return;
     const found = pageKeys.find(([key]) => key === event.key);
     if (!found) return;
     event.preventDefault();
@@ -58,7 +63,7 @@ addEventListener('keydown', (event) => {
 
 function showKeys() {
     const dialog = byId('keys');
-    const all = [...pageKeys.map(([key, what]) => ['Everywhere', key, what]), ['Everywhere', 'Alt and Left, Alt and Right', 'the node before, after'],
+    const all = [...pageKeys.map(([key, what]) => ['Everywhere', key, what]), ['Everywhere', 'Alt and Left, Alt and Right', 'back and forward through what you did'],
         ...keyHelp];
     const body = el('tbody');
     all.forEach(([where, keys, what], i) => {
@@ -102,9 +107,10 @@ function start() {
     showDetails(-1);
     search();
     fit();
-    selectAddressed();
-    addEventListener('hashchange', selectAddressed);
-    addEventListener('popstate', selectAddressed);
+    if (!location.hash && savedState) history.replaceState(null, '', savedState);
+    restoreState();
+    addEventListener('hashchange', () => restoreState());
+    addEventListener('popstate', () => restoreState());
     if (nodes.length > 0) setTimeout(startInference);
 }
 

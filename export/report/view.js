@@ -26,6 +26,7 @@ function moveTo(target, stay = false) {
 }
 
 function fit() {
+    viewChosen = false;
     if (canvas.clientWidth === 0 || canvas.clientHeight === 0) return;
     const {left, top, width, height} = frameForNames();
     moveTo(viewOf(left, top, width, height), true);
@@ -33,6 +34,7 @@ function fit() {
 
 /** Moves the view there in a short while, at once where motion is not wanted. */
 function travelTo(target) {
+    viewChosen = false;
     if (matchMedia('(prefers-reduced-motion: reduce)').matches) return moveTo(target);
     const own = ++travel, from = {...view}, started = performance.now();
     fitted = false;
@@ -51,10 +53,12 @@ function travelTo(target) {
 function zoomBy(factor, x = canvas.clientWidth / 2, y = canvas.clientHeight / 2) {
     const zoom = Math.max(0.002, Math.min(8, view.zoom * factor));
     moveTo({zoom, x: view.x + x / view.zoom - x / zoom, y: view.y + y / view.zoom - y / zoom});
+    viewChanged();
 }
 
 function moveBy(x, y) {
     moveTo({x: view.x + x / view.zoom, y: view.y + y / view.zoom});
+    viewChanged();
 }
 
 /** The node at a point of the canvas, -1 for none; the box around its shape counts. */
