@@ -190,6 +190,7 @@ class Page:
         self.browser.into_frame()
         try:
             self.until("return document.querySelectorAll('#rows > *').length >= 8 && document.getElementById('title').textContent !== ''")
+            self.until("return !document.getElementById('beliefs').disabled")  # which they are once they are planned
             self.script("document.getElementById('beliefs').click()")
             self.until("return document.getElementById('beliefs').getAttribute('aria-pressed') === 'true'")
         finally:
