@@ -126,6 +126,24 @@ variable table1 {
         written.notes.end());
 }
 
+// Rows that other formats keep as they are, Hugin's readers scale.
+TEST(Writers, HuginRowsThatAreTakenForCounts) {
+    const auto remarks = [](const char* rows) {
+        return WriteAs("hugin",
+                       std::string("network n { } variable a { type discrete [ 2 ] { x, y }; }\n"
+                                   "variable b { type discrete [ 2 ] { x, y }; }\n"
+                                   "probability ( a ) { table 0.5, 0.5; }\n"
+                                   "probability ( b | a ) { ") +
+                           rows + " }",
+                       FormatBIF)
+            .notes;
+    };
+    const std::string remark =
+        "rows of 1 node do not sum to 1, so that readers of Hugin files take them for counts";
+    EXPECT_EQ(std::ranges::count(remarks("(x) 0.5, 0.4; (y) 1, 0;"), remark), 1);
+    EXPECT_EQ(std::ranges::count(remarks("(x) 0.5, 0.499; (y) 1, 0;"), remark), 0);
+}
+
 TEST(Writers, NothingIsWithoutAText) {
     constexpr const char* blank =
         "<BIF VERSION=\"0.3\"><NETWORK><NAME></NAME><VARIABLE TYPE=\"decision\">"

@@ -151,6 +151,12 @@ struct HuginMessages {
     Message<const char*> experienceFromCounts{-5135, warning, "the experience of >-node '%s' is "
         "that of its counts, not that of its field", "the rows of `data` do not sum to 1, so they "
         "are counts, and their sums the experience. Scale the rows, or delete the field"};
+    Message<const char*, const char*, const char*, double> doubtfulCounts{-5150, warning, "row %s%sof "
+        ">-node '%s' sums to %g, and is read as counts",
+        "a row is scaled to 1, and its former sum is its experience. This one looks like "
+        "probabilities with a slip. Correct the numbers, unless they are counts",
+        {"net { } node A { states = (\"x\" \"y\"); } potential (A) { data = (0.5 0.4); }", 1, 63,
+        leniently}};
     Message<const char*, double> badExperience{-5136, error, "the experience of >-node '%s' cannot "
         "be %g", "experience is a number of cases, zero or more. Correct it"};
     Message<const char*> titleFromField{-5137, notice, "the net's field '%s' is read as its title",

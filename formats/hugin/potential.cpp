@@ -9,6 +9,8 @@
 #include "formats/hugin/nodetable.h"
 #include "formats/hugin/state.h"
 #include "formats/shared/readers.h"
+#include "library/model/access.h"
+#include "library/utilities/exact.h"
 
 namespace lumo::hugin {
 
@@ -178,11 +180,31 @@ void TidyExperience(Reln_bn& relation) {
     relation.setExperTable(nullptr);
 }
 
+/// Whether a row of that sum is rather one of probabilities with a slip than one of counts.
+bool LooksLikeSlip(double sum) {
+    constexpr double nearOne = 0.2 + 1e-6;  // the sum is a float
+    return sum > 0 && sum <= 1 + nearOne && std::abs(sum - 1) > CountTolerance;
+}
+
+/// Warns of the node's first row that looks so. The rows were scaled: what is their experience now
+/// was their sum.
+void JudgeCounts(Parser_CString_kt& in, const Bnode_bn& node, ParserPos_kt place) {
+    const float* const sums = node.relation.exper;
+    const float* const end = sums + NumProduct(node.parents);
+    const float* const slip = std::find_if(sums, end, LooksLikeSlip);
+    if (slip == end) return;
+    const std::string row = RowText(node, static_cast<int>(slip - sums));
+    in.setTokenStart(place);
+    in.report(msg::hugin.doubtfulCounts, row.c_str(), row.empty() ? "" : " ", node.name(),
+              ShortestDouble(*slip));
+}
+
 void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
     Current.hasData = true;
     if (AnyContinuous(node.family)) return KeepText(in, node, "data");
     if (node.relation.kind != RelnKindEN::none) in.report(msg::import.tableAgain, node.name());
     const bool hasStates = node.numStates() != 0;
+    const ParserPos_kt place = in.getPos();
     unsigned char* bytes = nullptr;
     ParseNodeTable(in, &bytes, 10, hasStates, node, nullptr, 0, false, 14, Lenient);
     float* const table = reinterpret_cast<float*>(bytes);
@@ -195,6 +217,8 @@ void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
     }
     in.setError(node.setProbsTable(table, false, CheckFull, exact));
     if (!relation.rowsNormalized && relation.probs != nullptr) relation.normalize_(CountTolerance);
+    if (Lenient && node.kind == NatureNode && relation.experFromCounts)
+        JudgeCounts(in, node, place);
     TidyExperience(relation);
     relation.makeDeterminFromProbs(false);
 }

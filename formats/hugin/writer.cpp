@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <numeric>
+#include <span>
 #include <string>
 #include <unordered_map>
 
@@ -416,6 +418,20 @@ private:
     long long row_ = 0;
 };
 
+/// Whether a row is written that a reader scales, its sum becoming experience which the net has
+/// not.
+bool IsTakenForCounts(const Bnode_bn& node, const Plan& plan) {
+    constexpr double tolerance = 0.004;  // of readers
+    if (node.kind != NatureNode || node.relation.exper != nullptr || !KeepsTable(plan, node) ||
+        node.relation.kind == RelnKindEN::real)
+        return false;
+    return !AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
+        const std::span<const double> numbers = row.numbers();
+        const double sum = std::accumulate(numbers.begin(), numbers.end(), 0.0);
+        return sum == 0 || std::abs(sum - 1) <= tolerance;
+    });
+}
+
 void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     const bool hasTable = KeepsTable(plan, node);
     if (!hasTable && node.parents.N == 0) return;
@@ -463,7 +479,16 @@ void WriteHugin(const ImportResult& result, std::ostream& stream) {
 }
 
 Losses HuginLosses(const Bnet_bn& net) {
-    return FindLosses(net, Plan(net), keptOfNodes, keptOfGroups, keptOfNet);
+    const Plan plan(net);
+    Losses losses = FindLosses(net, plan, keptOfNodes, keptOfGroups, keptOfNet);
+    const auto counted = std::ranges::count_if(
+        net.nodes, [&](const Bnode_bn* node) { return IsTakenForCounts(*node, plan); });
+    if (counted > 0)
+        losses.remarks.push_back(
+            Format("rows of %lld node%s do not sum to 1, so that readers of Hugin files take them "
+                   "for counts",
+                   static_cast<long long>(counted), counted == 1 ? "" : "s"));
+    return losses;
 }
 
 }  // namespace lumo

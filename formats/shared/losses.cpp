@@ -179,6 +179,7 @@ std::vector<std::string> LossNotes(const Losses& losses, const char* format) {
         note.replace(note.find("%s"), 2, Count(count, nouns[static_cast<int>(entry.scope)]));
         notes.push_back(note + (plural ? " are" : " is") + " not kept by " + format);
     }
+    notes.insert(notes.end(), losses.remarks.begin(), losses.remarks.end());
     return notes;
 }
 

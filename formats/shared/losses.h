@@ -71,6 +71,7 @@ struct Losses {
     std::vector<FeatureSet> nodes;
     std::vector<FeatureSet> groups;
     FeatureSet net = 0;
+    std::vector<std::string> remarks;  ///< what readers make of what is written
 };
 
 /// What the object has of the features; empty texts are none.
@@ -126,7 +127,7 @@ Losses FindLosses(const Bnet_bn& net, const PLAN& plan, const NODES& ofNodes,
 }
 
 /// One line a feature lost, "positions of 12 nodes are not kept by BIF"; features that no one
-/// misses have none.
+/// misses have none. Then the remarks.
 std::vector<std::string> LossNotes(const Losses& losses, const char* format);
 
 }  // namespace lumo
