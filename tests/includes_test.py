@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Holds every #include of the tree to the table of the house in CONTRIBUTING.md, headers of the platform to
 library/utilities/system*.cpp, and what not every standard library has to where there is another way."""
+import glob
 import os
 import re
 import subprocess
@@ -9,10 +10,16 @@ import sys
 os.chdir(sys.argv[1])
 allowed = {}  # folder -> the folders that it may include from, in the order of the table
 for line in open("CONTRIBUTING.md", encoding="utf-8"):
-    cells = [re.findall(r"`([a-z/]+/)`", cell) for cell in line.split("|")[1:-1]]
+    cells = [re.findall(r"`([a-z/]+/(?:NAME/)?)`", cell) for cell in line.split("|")[1:-1]]
     if len(cells) == 3 and cells[0]:
         for folder in cells[0]:
             allowed[folder] = cells[2]
+formats = [os.path.dirname(row) + "/" for row in glob.glob("formats/*/format.cpp")]
+for folder in formats:
+    allowed[folder] = allowed["formats/NAME/"]
+for folders in allowed.values():
+    if "formats/NAME/" in folders:
+        folders += formats
 assert "library/utilities/" in allowed, "the table is gone"
 
 
