@@ -28,10 +28,6 @@ namespace {
 constexpr double positionScale = 1.5;  // of positions given by the file
 constexpr int bytesPerNumber = 2;      // the least that a number takes in the file
 
-void ThrowIfError(rept_kt* report) {
-    if (IsError(report)) throw report;
-}
-
 // ---- Network -------------------------------------------------------------------------------
 
 /// Reads a network block: the name is the net's title, the properties lines of its comment.
@@ -106,7 +102,7 @@ public:
 private:
     void readType() {
         const std::string_view kind = TakeWord(in_);
-        if (!Is(kind, "discrete")) {
+        if (!IsKeyword(kind, "discrete")) {
             in_.report(msg::bif.unknownType, Shown(kind).c_str());
             if (in_.peekPunc() != '[') return in_.skipStatement();
         }
@@ -145,8 +141,8 @@ private:
 
     void readProperty() {
         const Property property = ReadProperty(in_);
-        if (Is(property.name, "position")) return readPosition(property.value);
-        if (Is(property.name, "label")) {
+        if (IsKeyword(property.name, "position")) return readPosition(property.value);
+        if (IsKeyword(property.name, "label")) {
             if (!property.value.empty()) node_->setTitle(property.value);
         } else if (!property.name.empty()) {
             node_->setUserField(std::string(property.name).c_str(), property.value.data(),
@@ -293,14 +289,9 @@ private:
         return count;
     }
 
-    /// Counts work that a short text can ask for. A file may have MaxTableEntries of it beyond its
-    /// own length.
     void charge(long long entries) {
-        in_.reserved -= entries;
-        if (in_.reserved >= 0) return;
-        in_.reserved = 0;
-        refused_ = true;
-        throw in_.report(msg::bif.tooMuchToFill, MaxTableEntries);
+        refused_ = refused_ || entries > in_.reserved;
+        Charge(in_, entries, msg::bif.tooMuchToFill);
     }
 
     int tableSize() {
@@ -333,10 +324,7 @@ private:
     /// The numbers in rows.
     template <class T>
     XArray<T> turned(const T* numbers, int entries) {
-        XArray<T> table = NewXArray<T>(entries);
-        if (table == nullptr)
-            throw NewMemoryReport(msg::model.outOfMemoryForTable,
-                                  1.0 * static_cast<int>(sizeof(T)) * entries, node_->name());
+        XArray<T> table = NewTable<T>(entries, *node_);
         const int states = node_->numStates();
         const int rows = states == 0 ? 0 : entries / states;
         for (int state = 0; state < states; ++state)
@@ -461,8 +449,8 @@ private:
     /// state 0, and what each other state of each parent causes alone, without the leak.
     void readProperty() {
         const Property property = ReadProperty(in_);
-        const bool isFunction = Is(property.name, "function");
-        if (isFunction && Is(property.value, "max") && !rowsGiven_ && !tableGiven_) {
+        const bool isFunction = IsKeyword(property.name, "function");
+        if (isFunction && IsKeyword(property.value, "max") && !rowsGiven_ && !tableGiven_) {
             const int count = NumCIParams(*node_);
             if (count > in_.bytesLeft() / bytesPerNumber + 1) {
                 refused_ = true;
@@ -576,7 +564,7 @@ private:
         if (const char c = in_.readPunc(); c != 0) return DropStray(in_, c);
         std::string_view word;
         TakeText(in_, word);
-        if (const auto* known = FindStatement(blocks_, word)) {
+        if (const auto* known = FindKeyword(blocks_, word)) {
             sawBlock_ = true;
             return (this->*known->read)();
         }

@@ -14,7 +14,7 @@ constexpr std::string_view statementKeywords[] = {"property", "type", "table", "
 
 template <std::size_t count>
 bool IsAny(std::string_view word, const std::string_view (&keywords)[count]) {
-    return std::ranges::any_of(keywords, [word](auto keyword) { return Is(word, keyword); });
+    return std::ranges::any_of(keywords, [word](auto keyword) { return IsKeyword(word, keyword); });
 }
 
 std::string_view Trimmed(std::string_view text) {
@@ -82,14 +82,6 @@ std::string_view PropertyText(Parser_CString_kt& in) {
 }
 
 }  // namespace
-
-bool Is(std::string_view word, std::string_view keyword) {
-    const auto same = [](char a, char b) {
-        return (a >= 'A' && a <= 'Z' ? a + ('a' - 'A') : a) == b;
-    };
-    return word.size() == keyword.size() &&
-           (word == keyword || std::equal(word.begin(), word.end(), keyword.begin(), same));
-}
 
 std::string_view TakeWord(Parser_CString_kt& in) {
     const std::string_view word = in.peekWord();

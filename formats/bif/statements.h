@@ -6,13 +6,11 @@
 #include <string_view>
 
 #include "formats/bif/messages.h"
+#include "library/text/keywords.h"
 #include "library/text/parser.h"
 #include "library/text/tokens.h"
 
 namespace lumo {
-
-/// Whether the word is the keyword, which is in lower case; letter case is ignored.
-bool Is(std::string_view word, std::string_view keyword);
 
 /// Reads a word; empty when none stands here.
 std::string_view TakeWord(Parser_CString_kt& in);
@@ -52,18 +50,9 @@ Property ReadProperty(Parser_CString_kt& in);
 /// A statement that a block accepts, with the function that reads it up to its ';'.
 template <class READER>
 struct Statement {
-    std::string_view keyword;  ///< or the punctuation character that it begins with
+    std::string_view name;  ///< or the punctuation character that it begins with
     void (READER::*read)();
 };
-
-/// The statement of that keyword, or null.
-template <class READER, std::size_t count>
-const Statement<READER>* FindStatement(const Statement<READER> (&known)[count],
-                                       std::string_view word) {
-    const auto found = std::ranges::find_if(
-        known, [word](const auto& statement) { return Is(word, statement.keyword); });
-    return found == std::end(known) ? nullptr : &*found;
-}
 
 /// Reads a block's statements and its '}'. One that cannot be read is passed over.
 template <class READER, std::size_t count>
@@ -73,7 +62,7 @@ void ReadStatements(Parser_CString_kt& in, READER& reader,
         const char c = in.readPunc();
         if (c == '}') return;
         const std::string_view word = c == 0 ? in.peekWord() : std::string_view(&c, 1);
-        const Statement<READER>* const statement = FindStatement(known, word);
+        const Statement<READER>* const statement = FindKeyword(known, word);
         if (statement == nullptr && c != 0) {
             DropStray(in, c);
             continue;

@@ -90,7 +90,7 @@ private:
 
     bool word() {
         const std::string_view next = in_.peekWord();
-        if (next.empty() || IsDefault(next) || dsc::at_block(in_)) return false;
+        if (next.empty() || IsDefault(next) || dsc::AtBlock(in_)) return false;
         float extra = 0;
         if (in_.readFloats(&extra, 1, CommasEN::may) == 0) {
             refuse();

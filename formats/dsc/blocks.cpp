@@ -44,15 +44,11 @@ void Drop(Parser_CString_kt& in, char c) {
     if (c == '"') in.readQuotedRest(text);
 }
 
-void read_node_name(Parser_CString_kt& in, Leniency& lenient, char* name) {
+void ReadNodeName(Parser_CString_kt& in, Leniency& lenient, char* name) {
     if (!lenient.on || in.peekPunc() != '"') return in.readWord(name, wordSize);
     in.setTokenStart(in.getPos());
     lenient.tellOnce(in, msg::dsc.quotedName);
     in.readQuoted(name, wordSize);
-}
-
-void ThrowIfError(rept_kt* report) {
-    if (IsError(report)) throw report;
 }
 
 // ---- Recovery ------------------------------------------------------------------------------
@@ -60,7 +56,7 @@ void ThrowIfError(rept_kt* report) {
 namespace {
 
 /// Passes over a node's name, quoted or not, if one stands here that is not too long.
-void pass_name(Parser_CString_kt& in) {
+void PassName(Parser_CString_kt& in) {
     in.setPos(in.getPos() + in.peekWord().size());
     if (in.peekPunc() != '"') return;
     const ParserPos_kt token = in.tokenStart();
@@ -78,19 +74,19 @@ void pass_name(Parser_CString_kt& in) {
 
 /// Passes over words and strings, such as the rest of a name with blanks, and a ';' before them.
 /// False before the next block.
-bool pass_words(Parser_CString_kt& in) {
+bool PassWords(Parser_CString_kt& in) {
     Accept(in, ';');
-    while (!at_block(in)) {
-        if (!pass_text(in, in.getPos())) return true;
+    while (!AtBlock(in)) {
+        if (!PassText(in, in.getPos())) return true;
     }
     return false;
 }
 
 /// Moves past the next brace and returns it; 0 before the next block and at the end of the input.
-char pass_brace(Parser_CString_kt& in, ParserPos_kt read) {
+char PassBrace(Parser_CString_kt& in, ParserPos_kt read) {
     while (!in.isAtEnd()) {
-        if (in.getPos() >= read && at_block(in)) return 0;
-        if (pass_text(in, read)) continue;
+        if (in.getPos() >= read && AtBlock(in)) return 0;
+        if (PassText(in, read)) continue;
         const char c = in.readChar();
         if (c == '{' || c == '}') return c;
     }
@@ -99,55 +95,54 @@ char pass_brace(Parser_CString_kt& in, ParserPos_kt read) {
 
 }  // namespace
 
-bool at_block(Parser_CString_kt& in) {
+bool AtBlock(Parser_CString_kt& in) {
     const std::string_view word = in.peekWord();
     constexpr std::size_t longestKeyword = 11;
-    if (word.empty() || word.size() > longestKeyword ||
-        Find(blockKinds, std::string(word).c_str()) == nullptr) {
+    if (word.empty() || word.size() > longestKeyword || FindKeyword(blockKinds, word) == nullptr) {
         return false;
     }
     const ParserPos_kt start = in.getPos();
     in.setPos(start + word.size());
     in.skipSpaces();
     const ParserPos_kt name = in.getPos();
-    pass_name(in);
+    PassName(in);
     const bool named = in.getPos() != name;
     const bool starts = in.peekPunc() == (named ? '{' : '(');
     in.setPos(start);
     return starts;
 }
 
-bool pass_text(Parser_CString_kt& in, ParserPos_kt read) {
+bool PassText(Parser_CString_kt& in, ParserPos_kt read) {
     const std::size_t word = in.peekWord().size();
     in.setPos(in.getPos() + word);
     if (word > 0 || in.peekPunc() != '"') return word > 0;
     if (in.getPos() >= read)
-        PassString(in, at_block);
+        PassString(in, AtBlock);
     else
         in.skipToken();
     return true;
 }
 
-void pass_to_close(Parser_CString_kt& in, ParserPos_kt read) {
+void PassToClose(Parser_CString_kt& in, ParserPos_kt read) {
     for (int depth = 1; depth > 0;) {
-        const char c = pass_brace(in, read);
+        const char c = PassBrace(in, read);
         if (c == 0) return;
         depth += c == '{' ? 1 : -1;
     }
 }
 
-void pass_over(Parser_CString_kt& in, const Block& block) {
+void PassOver(Parser_CString_kt& in, const Block& block) {
     if (block.stage == Stage::done) return;
     const ParserPos_kt read = in.tokenStart();
     if (block.body != nullptr) {
         in.setPos(block.body);
     } else if (block.stage == Stage::body) {
-        if (!pass_words(in)) return;
+        if (!PassWords(in)) return;
         Accept(in, '{');
-    } else if (pass_brace(in, read) != '{') {
+    } else if (PassBrace(in, read) != '{') {
         return;  // a '}' is the block's own, whose '{' is lost
     }
-    pass_to_close(in, read);
+    PassToClose(in, read);
 }
 
 }  // namespace lumo::dsc

@@ -10,6 +10,7 @@
 
 #include "formats/dsc/messages.h"
 #include "formats/shared/positions.h"
+#include "library/text/keywords.h"
 #include "library/text/parser.h"
 
 namespace lumo::dsc {
@@ -41,19 +42,11 @@ void read_node_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient)
 void read_probab_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient);
 
 struct BlockKind {
-    const char* name;
+    std::string_view name;
     void (*read)(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient);
 };
 inline constexpr BlockKind blockKinds[] = {{"node", read_node_block},
                                            {"probability", read_probab_block}};
-
-/// The entry of the name, letter case ignored, or null.
-template <class ENTRY, std::size_t n>
-const ENTRY* Find(const ENTRY (&table)[n], const char* name) {
-    const auto found = std::ranges::find_if(
-        table, [name](const ENTRY& entry) { return streqli_kt(entry.name, name); });
-    return found == std::end(table) ? nullptr : &*found;
-}
 
 // ---- Punctuation and names -----------------------------------------------------------------
 
@@ -69,9 +62,7 @@ bool Accept(Parser_CString_kt& in, char wanted);
 void Drop(Parser_CString_kt& in, char c);
 
 /// A node's name, at most wordSize bytes of it: one word, or when lenient a quoted string.
-void read_node_name(Parser_CString_kt& in, Leniency& lenient, char* name);
-
-void ThrowIfError(rept_kt* report);
+void ReadNodeName(Parser_CString_kt& in, Leniency& lenient, char* name);
 
 // ---- Recovery ------------------------------------------------------------------------------
 
@@ -84,20 +75,20 @@ struct Block {
 };
 
 /// Whether a block starts here: its keyword, then a '(', or a name and a '{'.
-bool at_block(Parser_CString_kt& in);
+bool AtBlock(Parser_CString_kt& in);
 
 /// Passes over a word or a string. False when neither stands here. A string whose quote was read
 /// before, up to `read`, is passed over in silence.
-bool pass_text(Parser_CString_kt& in, ParserPos_kt read);
+bool PassText(Parser_CString_kt& in, ParserPos_kt read);
 
 /// Passes over the rest of a structure in braces whose '{' was read, up to its '}', the next block
 /// or the end of the input. What stands before `read` was read as something else already: a block
 /// there does not count, or it would be read again and again.
-void pass_to_close(Parser_CString_kt& in, ParserPos_kt read);
+void PassToClose(Parser_CString_kt& in, ParserPos_kt read);
 
 /// Passes over the rest of a damaged block: from the start of its body, when that was reached, so
 /// that braces half read do not count and the block's own '}' is found wherever reading had come
 /// to. A block whose '}' is lost ends before the next one.
-void pass_over(Parser_CString_kt& in, const Block& block);
+void PassOver(Parser_CString_kt& in, const Block& block);
 
 }  // namespace lumo::dsc

@@ -44,7 +44,7 @@ struct NodeValues {
 // ---- Attribute values ----------------------------------------------------------------------
 
 /// False, with a warning, when the attribute ends where its value should stand.
-bool has_value(Parser_CString_kt& in) {
+bool HasValue(Parser_CString_kt& in) {
     const char c = in.peekPunc();
     if (c != ';' && c != '}') return true;
     in.setTokenStart(in.getPos());
@@ -52,23 +52,23 @@ bool has_value(Parser_CString_kt& in) {
     return false;
 }
 
-void read_name(Parser_CString_kt& in, NodeValues& values) {
-    if (has_value(in)) values.title.reset(in.readStringNew());
+void ReadName(Parser_CString_kt& in, NodeValues& values) {
+    if (HasValue(in)) values.title.reset(in.readStringNew());
 }
 
-void read_position(Parser_CString_kt& in, NodeValues& values) {
+void ReadPosition(Parser_CString_kt& in, NodeValues& values) {
     if (!TryReadCoord(in, values.position)) in.skipStatement();
 }
 
-void read_text(Parser_CString_kt& in, strin_kt& out) {
+void ReadText(Parser_CString_kt& in, strin_kt& out) {
     strin_kt text;
-    if (has_value(in)) in.readString(text);
+    if (HasValue(in)) in.readString(text);
     out.swap(text);
 }
 
-void read_label(Parser_CString_kt& in, NodeValues& values) { read_text(in, values.label); }
+void ReadLabel(Parser_CString_kt& in, NodeValues& values) { ReadText(in, values.label); }
 
-void read_category(Parser_CString_kt& in, NodeValues& values) { read_text(in, values.category); }
+void ReadCategory(Parser_CString_kt& in, NodeValues& values) { ReadText(in, values.category); }
 
 /// Sets the character that opens the lists read in its scope.
 class ListOpenScope {
@@ -87,7 +87,7 @@ private:
 
 /// The braced list of state names. An empty one too many at its end stands for a comma there, which
 /// is allowed.
-OwnedStrs read_state_names(Parser_CString_kt& in, int wanted, int& count) {
+OwnedStrs ReadStateNames(Parser_CString_kt& in, int wanted, int& count) {
     const ListOpenScope braces(in, '{');
     char** names = ReadListStrings<Parser_CString_kt, true, true, 1>(in, count);
     const int last = count - 1;
@@ -100,14 +100,14 @@ OwnedStrs read_state_names(Parser_CString_kt& in, int wanted, int& count) {
 
 /// After a list that could not be read: to its '}' when a ';' follows that, else reading goes on
 /// where it came to.
-void pass_list(Parser_CString_kt& in, ParserPos_kt list) {
+void PassList(Parser_CString_kt& in, ParserPos_kt list) {
     const ParserPos_kt read = in.getPos();
     in.setPos(list);
     if (!in.skipStructure('{', '}', false) || in.peekPunc() != ';') in.setPos(read);
 }
 
 /// Warns of names that commas announce and that are not there.
-void check_state_names(Parser_CString_kt& in, ParserPos_kt list, int count) {
+void CheckStateNames(Parser_CString_kt& in, ParserPos_kt list, int count) {
     const ParserPos_kt end = in.getPos();
     in.setPos(list);
     for (bool more = true; more && in.getPos() < end; more = in.skipToken()) {
@@ -120,21 +120,21 @@ void check_state_names(Parser_CString_kt& in, ParserPos_kt list, int count) {
 
 /// The names behind "discrete[n] =". A number of states that is illegible gives way to the number
 /// of names; a list that cannot be read leaves the states without names.
-void read_names_of_states(Parser_CString_kt& in, bool illegible, NodeValues& values) {
+void ReadNamesOfStates(Parser_CString_kt& in, bool illegible, NodeValues& values) {
     int count = 0;
     in.skipSpaces();
     const ParserPos_kt list = in.getPos();
     OwnedStrs names;
     try {
-        names = read_state_names(in, illegible ? MaxStates : values.numStates, count);
+        names = ReadStateNames(in, illegible ? MaxStates : values.numStates, count);
     } catch (rept_kt* report) {
         in.setError(report);
-        return pass_list(in, list);
+        return PassList(in, list);
     }
     if (illegible) values.numStates = count;
     if (count == values.numStates) {
         values.stateNames = std::move(names);
-        check_state_names(in, list, count);
+        CheckStateNames(in, list, count);
     } else {
         in.setTokenStart(list);
         in.report(msg::dsc.stateCountDiffers, values.numStates, count);
@@ -142,7 +142,7 @@ void read_names_of_states(Parser_CString_kt& in, bool illegible, NodeValues& val
 }
 
 /// The rest of a discrete type, from '[' on; c is the character after the word.
-void read_discrete(Parser_CString_kt& in, char c, NodeValues& values) {
+void ReadDiscrete(Parser_CString_kt& in, char c, NodeValues& values) {
     if (c != '[') {
         in.report(msg::dsc.missingBracket);
         PutBack(in, c);
@@ -161,17 +161,17 @@ void read_discrete(Parser_CString_kt& in, char c, NodeValues& values) {
         in.skipStatement();
         return;
     }
-    read_names_of_states(in, illegible, values);
+    ReadNamesOfStates(in, illegible, values);
 }
 
-void read_type(Parser_CString_kt& in, NodeValues& values) {
+void ReadType(Parser_CString_kt& in, NodeValues& values) {
     char word[wordSize + 1];
     const char c = in.readWordPunc(word, wordSize);
     const bool continuous = streqli_kt(word, "continuous");
     if (continuous || streqli_kt(word, "discrete")) {
         values.stateNames = OwnedStrs();
         values.continuous = continuous;
-        if (!continuous) return read_discrete(in, c, values);
+        if (!continuous) return ReadDiscrete(in, c, values);
         PutBack(in, c);
         values.numStates = 0;
         return;
@@ -184,14 +184,14 @@ void read_type(Parser_CString_kt& in, NodeValues& values) {
 // ---- Node blocks ---------------------------------------------------------------------------
 
 struct Attribute {
-    const char* name;
+    std::string_view name;
     void (*read)(Parser_CString_kt& in, NodeValues& values);
 };
-constexpr Attribute attributes[] = {{"name", read_name},
-                                    {"type", read_type},
-                                    {"position", read_position},
-                                    {"label", read_label},
-                                    {"category", read_category}};
+constexpr Attribute attributes[] = {{"name", ReadName},
+                                    {"type", ReadType},
+                                    {"position", ReadPosition},
+                                    {"label", ReadLabel},
+                                    {"category", ReadCategory}};
 
 /// Drops a stray character among the attributes, and with a brace the group that it opens.
 void DropGroup(Parser_CString_kt& in, char c) {
@@ -200,7 +200,7 @@ void DropGroup(Parser_CString_kt& in, char c) {
 }
 
 /// Reads an attribute with its ';'. Returns false when the block's '}' came instead.
-bool read_attribute(Parser_CString_kt& in, NodeValues& values) {
+bool ReadAttribute(Parser_CString_kt& in, NodeValues& values) {
     char name[wordSize + 1];
     const char c = in.readWordPunc(name, wordSize);
     const ParserContext context(in, in.structKind, in.structName);
@@ -209,7 +209,7 @@ bool read_attribute(Parser_CString_kt& in, NodeValues& values) {
         in.report(msg::dsc.missingColon);
         PutBack(in, c);
         in.skipStatement();
-    } else if (const Attribute* known = Find(attributes, name)) {
+    } else if (const Attribute* known = FindKeyword(attributes, name)) {
         known->read(in, values);
     } else {
         in.reportUnknown(name, msg::dsc.unknownAttribute, name);
@@ -230,13 +230,13 @@ std::string BareName(char c) {
     return quoted ? name.substr(1, name.size() - 2) : name;
 }
 
-void read_attributes(Parser_CString_kt& in, NodeValues& values) {
+void ReadAttributes(Parser_CString_kt& in, NodeValues& values) {
     while (!in.isAtEnd()) {
         const char c = in.readPunc();
         if (c == '}') return;
         if (c == 0) {
-            if (at_block(in)) break;
-            if (!read_attribute(in, values)) return;
+            if (AtBlock(in)) break;
+            if (!ReadAttribute(in, values)) return;
             continue;
         }
         in.report(msg::dsc.strayInNode, BareName(c).c_str());
@@ -245,12 +245,12 @@ void read_attributes(Parser_CString_kt& in, NodeValues& values) {
     in.report(msg::dsc.nodeWithoutEnd);
 }
 
-void join_set(Bnode_bn& node, strin_kt& setName) {
+void JoinSet(Bnode_bn& node, strin_kt& setName) {
     if (setName.num() == 0) return;
     ThrowIfError(AddNodeToNodeset_ibn(node, ToLegalName_kt(setName).getCStr()));
 }
 
-Bnode_bn& create_node(const char* name, NodeValues& values, Bnet_bn& net, bool createNames) {
+Bnode_bn& CreateNode(const char* name, NodeValues& values, Bnet_bn& net, bool createNames) {
     rept_kt* refused = Fail_rept_kt;
     Bnode_bn* node = NewNode_ibn(name, 2, net, values.position, &refused);
     if (node == nullptr) throw refused;
@@ -258,8 +258,8 @@ Bnode_bn& create_node(const char* name, NodeValues& values, Bnet_bn& net, bool c
     ThrowIfError(
         SetStatesToLabels(*node, values.stateNames.release(), values.numStates, createNames));
     if (values.continuous) ThrowIfError(node->setDiscrete(ContinuousVar, false, CheckFull));
-    join_set(*node, values.label);
-    join_set(*node, values.category);
+    JoinSet(*node, values.label);
+    JoinSet(*node, values.category);
     return *node;
 }
 
@@ -273,7 +273,7 @@ void read_node_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient)
     const ParserContext context(in, "node block");
     Block block;
     try {
-        read_node_name(in, lenient, name);
+        ReadNodeName(in, lenient, name);
         const ParserPos_kt place = in.tokenStart();
         if (name[0] == 0 && in.peekPunc() == '{') in.report(msg::dsc.namelessNode);
         legalName.reset(ToLegalName_kt(DupStr_kt(name)));
@@ -282,15 +282,15 @@ void read_node_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient)
         if (!Accept(in, '{')) throw in.report(msg::dsc.nodeWithoutBody);
         block.body = in.getPos();
         NodeValues values{lenient};
-        read_attributes(in, values);
+        ReadAttributes(in, values);
         block.stage = Stage::done;
         in.setTokenStart(place);
         const Bnode_bn& node =
-            create_node(name, values, *drawing.getBNet(), lenient.createStateNames);
+            CreateNode(name, values, *drawing.getBNet(), lenient.createStateNames);
         RememberPlace(in, node);
     } catch (rept_kt* report) {
         in.setError(report);
-        pass_over(in, block);
+        PassOver(in, block);
     }
 }
 
@@ -312,10 +312,10 @@ enum class StartEN { none, network, block };
 
 /// Moves past the first "network" outside strings and comments; with orBlock no further than to the
 /// first block.
-StartEN find_start(Parser_CString_kt& in, bool orBlock) {
+StartEN FindStart(Parser_CString_kt& in, bool orBlock) {
     const ParserPos_kt start = in.getPos();
     do {
-        if (orBlock && at_block(in)) return StartEN::block;
+        if (orBlock && AtBlock(in)) return StartEN::block;
         const std::size_t at = FindNetwork(in.peekWord());
         if (at != std::string_view::npos) {
             in.setPos(in.getPos() + at + std::string_view("network").size());
@@ -328,14 +328,14 @@ StartEN find_start(Parser_CString_kt& in, bool orBlock) {
 
 /// Passes over the properties in braces that newer programs write after the name, up to their '}'
 /// or the first block.
-void pass_properties(Parser_CString_kt& in) {
-    if (at_block(in)) return;
+void PassProperties(Parser_CString_kt& in) {
+    if (AtBlock(in)) return;
     in.report(msg::dsc.networkProperties);
-    pass_to_close(in, in.getPos());
+    PassToClose(in, in.getPos());
 }
 
-void read_header(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
-    const StartEN start = find_start(in, lenient.on);
+void ReadHeader(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
+    const StartEN start = FindStart(in, lenient.on);
     if (start == StartEN::none) throw in.report(msg::dsc.noNetwork);
     if (start == StartEN::block) {
         const std::string keyword(in.peekWord());
@@ -343,7 +343,7 @@ void read_header(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
         in.report(msg::dsc.blocksBeforeHeader, keyword.c_str());
         return;
     }
-    const bool named = !at_block(in) && (in.peekPunc() == '"' || !in.peekWord().empty());
+    const bool named = !AtBlock(in) && (in.peekPunc() == '"' || !in.peekWord().empty());
     if (named) {
         SetNetLabel(*drawing.getBNet(), in.readStringNew());
     } else if (!in.isAtEnd()) {
@@ -352,7 +352,7 @@ void read_header(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     }
     const char c = in.readPunc();
     if (c == '{' && lenient.on) {
-        pass_properties(in);
+        PassProperties(in);
     } else if (c != 0 && c != '{') {
         in.report(msg::dsc.strayAfterName, CharName(c));
         Drop(in, c);
@@ -363,23 +363,23 @@ void read_header(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
 /// Passes over an unknown block after its first word, or over text between blocks: up to the next
 /// block, or through the next braces. A '}' before any '{' closes braces opened further out (those
 /// of the network's own properties). A block whose '}' is lost ends before the next one.
-void pass_unknown_block(Parser_CString_kt& in) {
+void PassUnknownBlock(Parser_CString_kt& in) {
     char c = 0;
     while (c != '{') {
-        if (in.isAtEnd() || at_block(in) || in.peekPunc() == '}') return;
-        if (!pass_text(in, in.getPos())) c = in.readChar();
+        if (in.isAtEnd() || AtBlock(in) || in.peekPunc() == '}') return;
+        if (!PassText(in, in.getPos())) c = in.readChar();
     }
-    PassStructure(in, at_block);
+    PassStructure(in, AtBlock);
 }
 
-void read_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
+void ReadBlock(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     char word[wordSize + 1];
     in.readWord(word, wordSize);
-    if (const BlockKind* known = Find(blockKinds, word)) {
+    if (const BlockKind* known = FindKeyword(blockKinds, word)) {
         known->read(in, drawing, lenient);
     } else if (word[0] != 0) {
         in.reportUnknown(word, msg::dsc.unknownBlock, word);
-        pass_unknown_block(in);
+        PassUnknownBlock(in);
     }
     in.checkError();
     if (const char c = in.readPunc()) {
@@ -388,9 +388,9 @@ void read_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
     }
 }
 
-void read_net(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
-    read_header(in, drawing, lenient);
-    while (!in.isAtEnd()) read_block(in, drawing, lenient);
+void ReadNet(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
+    ReadHeader(in, drawing, lenient);
+    while (!in.isAtEnd()) ReadBlock(in, drawing, lenient);
     in.checkError();
 }
 
@@ -414,7 +414,7 @@ rept_kt* ParseDscFile(InChannel_kt& channel, Bnet_bn&, Vnet_kt& drawing,
     lenient.on = options.lenient;
     lenient.createStateNames = options.createStateNamesDsc;
     try {
-        dsc::read_net(in, drawing, lenient);
+        dsc::ReadNet(in, drawing, lenient);
     } catch (rept_kt* report) {
         in.setError(report);
     }

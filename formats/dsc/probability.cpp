@@ -26,8 +26,8 @@ struct Family {
 
 /// The order of the tuples when the header names parents that the child has already: first those it
 /// had before the block and the header leaves out, then the header's as written, repeated ones too.
-std::vector<int> tuple_order(const BndList_bn& parents, int before,
-                             const std::vector<Bnode_bn*>& written) {
+std::vector<int> TupleOrder(const BndList_bn& parents, int before,
+                            const std::vector<Bnode_bn*>& written) {
     std::unordered_map<const Bnode_bn*, int> places;
     for (int i = 0; i < parents.N; ++i) places.emplace(parents[i], i);
     std::vector<bool> named(static_cast<std::size_t>(parents.N));
@@ -42,8 +42,8 @@ std::vector<int> tuple_order(const BndList_bn& parents, int before,
 }
 
 /// The next parent of a header, linked to the child; null at the ')'. `first`: no parent was read.
-Bnode_bn* read_parent(Parser_CString_kt& in, Bnode_bn& child, bool first, Block& block,
-                      Leniency& lenient) {
+Bnode_bn* ReadParent(Parser_CString_kt& in, Bnode_bn& child, bool first, Block& block,
+                     Leniency& lenient) {
     char name[wordSize + 1] = {};
     bool due = first;  // a name, so that another comma is one too many
     while (name[0] == 0) {
@@ -58,7 +58,7 @@ Bnode_bn* read_parent(Parser_CString_kt& in, Bnode_bn& child, bool first, Block&
         if (c == ')') return nullptr;
         if (c == '{' && block.body == nullptr) block.body = in.getPos();
         due = due || c == ',';
-        read_node_name(in, lenient, name);
+        ReadNodeName(in, lenient, name);
     }
     Bnode_bn* parent = child.net().findNodeLabeled(name);
     if (parent == nullptr) throw in.report(msg::dsc.unknownParent, name);
@@ -69,10 +69,10 @@ Bnode_bn* read_parent(Parser_CString_kt& in, Bnode_bn& child, bool first, Block&
 
 /// Reads the header from '(' to '{' and makes its links. Sets the block's body, also when an
 /// unknown parent shows that it begins before a ')'.
-Family read_header(Parser_CString_kt& in, const Bnet_bn& net, Block& block, Leniency& lenient) {
+Family ReadHeader(Parser_CString_kt& in, const Bnet_bn& net, Block& block, Leniency& lenient) {
     if (!Accept(in, '(')) throw in.report(msg::dsc.missingParenthesis);
     char name[wordSize + 1];
-    read_node_name(in, lenient, name);
+    ReadNodeName(in, lenient, name);
     const ParserPos_kt place = in.tokenStart();
     const char c = in.readPunc();
     Family family;
@@ -86,10 +86,10 @@ Family read_header(Parser_CString_kt& in, const Bnet_bn& net, Block& block, Leni
         std::vector<Bnode_bn*> written;
         const BndList_bn& parents = family.child->parents;
         const int before = parents.N;
-        while (Bnode_bn* parent = read_parent(in, *family.child, written.empty(), block, lenient))
+        while (Bnode_bn* parent = ReadParent(in, *family.child, written.empty(), block, lenient))
             written.push_back(parent);
         if (before + static_cast<int>(written.size()) != parents.N) {
-            family.tupleOrder = tuple_order(parents, before, written);
+            family.tupleOrder = TupleOrder(parents, before, written);
         }
     } else if (c != ')') {
         PutBack(in, c);
@@ -233,14 +233,8 @@ private:
     bool rowsDiffer_ = false;
     int row_ = 0;
 
-    /// Counts work that a short text can ask for: tables, and the missing ends of short rows. A
-    /// file may have MaxTableEntries of it beyond its own length.
-    void charge(long long entries) {
-        in_.reserved -= entries;
-        if (in_.reserved >= 0) return;
-        in_.reserved = 0;
-        throw in_.report(msg::dsc.tooMuchToFill, MaxTableEntries);
-    }
+    /// Tables, and the missing ends of short rows.
+    void charge(long long entries) { Charge(in_, entries, msg::dsc.tooMuchToFill); }
 
     // ---- Blocks with a form of their own
 
@@ -317,7 +311,7 @@ private:
         if (parents_ > 0) {
             possible = readParentStates(c);
             readColon();
-        } else if (c == 0 && at_block(in_)) {
+        } else if (c == 0 && AtBlock(in_)) {
             char word[wordSize + 1];
             in_.readWord(word, wordSize);
             throw in_.report(msg::dsc.unexpectedToken, word);
@@ -532,11 +526,11 @@ void read_probab_block(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenien
     Block block;
     Family family;
     try {
-        family = read_header(in, *drawing.getBNet(), block, lenient);
+        family = ReadHeader(in, *drawing.getBNet(), block, lenient);
         RowReader(in, family, lenient).read();
     } catch (rept_kt* report) {
         in.setError(report);
-        pass_over(in, block);
+        PassOver(in, block);
     }
     if (family.child == nullptr) return;
     in.setTokenStart(place);

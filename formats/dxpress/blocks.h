@@ -7,6 +7,7 @@
 
 #include "formats/dxpress/messages.h"
 #include "formats/shared/readers.h"
+#include "library/text/keywords.h"
 
 namespace lumo::dxpress {
 
@@ -114,24 +115,9 @@ void SkipNextBraces(Parser_CString_kt& in);
 /// One of a block's fields: what to do once its name has been read.
 template <class OBJECT>
 struct FieldHandler {
-    const char* name;
+    std::string_view name;
     void (*read)(Parser_CString_kt& in, OBJECT& object, const char* word);
 };
-
-/// Whether the word is the keyword; letter case is ignored. Most words differ from most keywords in
-/// their first letters, of which 0x20 is the case, or are written like the one they are.
-inline bool Is(const char* word, const char* keyword) {
-    return ((word[0] ^ keyword[0]) & ~0x20) == 0 &&
-           (std::strcmp(word, keyword) == 0 || streqli_kt(word, keyword));
-}
-
-template <class OBJECT, std::size_t N>
-const FieldHandler<OBJECT>* FindHandler(const FieldHandler<OBJECT> (&table)[N], const char* word) {
-    for (const FieldHandler<OBJECT>& handler : table) {
-        if (Is(word, handler.name)) return &handler;
-    }
-    return nullptr;
-}
 
 // ---- Relations -----------------------------------------------------------------------------
 

@@ -164,7 +164,7 @@ void SkipUntaken(Parser_CString_kt& in, const char* word, const char* list,
     in.skipToken();  // a value's start
     while (in.getPos() < end && std::strchr("({[", in.peekPunc()) == nullptr) {
         const ParserPos_kt field = in.getPos();
-        const bool taken = FindHandler(table, std::string(in.peekWord()).c_str()) != nullptr;
+        const bool taken = FindKeyword(table, in.peekWord()) != nullptr;
         in.skipToken();
         const char c = in.peekPunc();
         if (!taken || in.getPos() >= end || (c != ':' && c != '=')) continue;
@@ -186,7 +186,7 @@ template <class OBJECT, std::size_t N>
 void ReadField(Parser_CString_kt& in, OBJECT& object, const char* word,
                const FieldHandler<OBJECT> (&table)[N], const char* list,
                const Message<const char*>& unknown) {
-    if (const auto* handler = FindHandler(table, word)) {
+    if (const auto* handler = FindKeyword(table, word)) {
         handler->read(in, object, word);
     } else {
         SkipUntaken(in, word, list, unknown, table);
@@ -234,7 +234,7 @@ void SetStateTitle(Parser_CString_kt& in, States& states, int state, std::string
     in.setError(node.setStateTitle(state, DupStr_kt(text), CheckFull));
 }
 
-void parse_state_name(Parser_CString_kt& in, StateEntry& entry, const char*) {
+void ParseStateName(Parser_CString_kt& in, StateEntry& entry, const char*) {
     const std::string_view text = UpToZero(read_string_field(in));
     char* const name = ToLegalName1_kt(DupStr_kt(text.substr(0, shortWordSize)), 's');
     States& states = entry.states;
@@ -245,7 +245,7 @@ void parse_state_name(Parser_CString_kt& in, StateEntry& entry, const char*) {
     AppendInt(states.faultList, entry.state);
 }
 
-void parse_state_definition(Parser_CString_kt& in, StateEntry& entry, const char*) {
+void ParseStateDefinition(Parser_CString_kt& in, StateEntry& entry, const char*) {
     const std::string_view text = UpToZero(read_string_field(in));
     if (text.empty()) return;
     char state[StateTextSize];
@@ -259,8 +259,8 @@ void parse_state_definition(Parser_CString_kt& in, StateEntry& entry, const char
 }
 
 constexpr FieldHandler<StateEntry> stateHandlers[] = {
-    {"name", parse_state_name},
-    {"definition", parse_state_definition},
+    {"name", ParseStateName},
+    {"definition", ParseStateDefinition},
 };
 
 /// Past the '{' of a state, whatever stands before it. When a '}', or a field's end or separator,
@@ -282,9 +282,9 @@ void PassToBrace(Parser_CString_kt& in) {
 }
 
 /// One state entry, its type word already read.
-void read_state(Parser_CString_kt& in, States& states, int state, const char* type) {
-    const bool isFault = Is(type, "fault");
-    if (!isFault && !Is(type, "standard")) {
+void ReadState(Parser_CString_kt& in, States& states, int state, const char* type) {
+    const bool isFault = IsKeyword(type, "fault");
+    if (!isFault && !IsKeyword(type, "standard")) {
         in.report(msg::dxpress.unknownStateKind, type);
         SkipNextBraces(in);
         return;
@@ -306,7 +306,7 @@ void read_states(Parser_CString_kt& in, Bnode_bn& node) {
             in.skipStructure('{', '}', true);
             return false;
         }
-        read_state(in, states, state++, type);
+        ReadState(in, states, state++, type);
         return true;
     });
     const Varbl_bn& variable = node.variable;
@@ -320,29 +320,27 @@ void read_states(Parser_CString_kt& in, Bnode_bn& node) {
 
 // ---- Nodes ---------------------------------------------------------------------------------
 
-void set_node_user_text(Bnode_bn& node, const char* name, std::string_view text) {
+void SetNodeUserText(Bnode_bn& node, const char* name, std::string_view text) {
     node.setUserField(name, text.data(), static_cast<int>(text.size()));
 }
 
-void AddNodeGroup(Bnode_bn& node, std::string_view text) {
-    set_node_user_text(node, "group", text);
-}
+void AddNodeGroup(Bnode_bn& node, std::string_view text) { SetNodeUserText(node, "group", text); }
 
 void set_node_user_bool(Bnode_bn& node, const char* name, bool value) {
-    set_node_user_text(node, name, value ? "true" : "false");
+    SetNodeUserText(node, name, value ? "true" : "false");
 }
 
 void set_node_user_number(Bnode_bn& node, const char* name, double value) {
     char text[30];
     SPrintf(text, sizeof text, "%g", value);
-    set_node_user_text(node, name, text);
+    SetNodeUserText(node, name, text);
 }
 
-void parse_node_name(Parser_CString_kt& in, Bnode_bn& node, const char*) {
+void ParseNodeName(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     node.setTitle(read_string_field(in));
 }
 
-void parse_node_definition(Parser_CString_kt& in, Bnode_bn& node, const char*) {
+void ParseNodeDefinition(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     node.setComment(DupStr_kt(read_string_field(in)));
 }
 
@@ -355,27 +353,27 @@ void parse_node_position(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     }
 }
 
-void parse_node_class(Parser_CString_kt& in, Bnode_bn&, const char*) {
+void ParseNodeClass(Parser_CString_kt& in, Bnode_bn&, const char*) {
     ExpectSeparator(in, msg::dxpress.classSeparator);
     char word[shortWordSize + 1];
     in.readWord(word, shortWordSize);
-    if (Is(word, "probability") || Is(word, "ci")) return;
+    if (IsKeyword(word, "probability") || IsKeyword(word, "ci")) return;
     in.report(msg::dxpress.unknownClass, word);
 }
 
-void parse_node_classtype(Parser_CString_kt& in, Bnode_bn& node, const char*) {
+void ParseNodeClasstype(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     ExpectSeparator(in, msg::dxpress.classtypeSeparator);
     char word[shortWordSize + 1];
     in.readWord(word, shortWordSize);
-    if (Is(word, "max")) return;
+    if (IsKeyword(word, "max")) return;
     in.report(msg::dxpress.unknownClasstype, node.name(), word);
 }
 
-void parse_node_type(Parser_CString_kt& in, Bnode_bn& node, const char*) {
+void ParseNodeType(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     ExpectSeparator(in, msg::dxpress.typeSeparator);
     char word[shortWordSize + 1];
     in.readWord(word, shortWordSize);
-    if (!Is(word, "discrete")) {
+    if (!IsKeyword(word, "discrete")) {
         in.report(msg::dxpress.notDiscrete, node.name(), word);
         in.skipStatement();
         return;
@@ -395,26 +393,26 @@ void parse_node_type(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     }
 }
 
-void parse_node_category(Parser_CString_kt& in, Bnode_bn& node, const char*) {
+void ParseNodeCategory(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     AddNodeGroup(node, UpToZero(read_string_field(in)));
 }
 
-void parse_node_number(Parser_CString_kt& in, Bnode_bn& node, const char* word) {
+void ParseNodeNumber(Parser_CString_kt& in, Bnode_bn& node, const char* word) {
     const double value = read_number_field(in);
     if (!in.numberFailed) set_node_user_number(node, word, value);
 }
 
-void parse_node_bool(Parser_CString_kt& in, Bnode_bn& node, const char* word) {
+void ParseNodeBool(Parser_CString_kt& in, Bnode_bn& node, const char* word) {
     set_node_user_bool(node, word, read_bool_field(in));
 }
 
 constexpr FieldHandler<Bnode_bn> nodeHandlers[] = {
-    {"name", parse_node_name},           {"definition", parse_node_definition},
-    {"position", parse_node_position},   {"class", parse_node_class},
-    {"classtype", parse_node_classtype}, {"type", parse_node_type},
-    {"category", parse_node_category},   {"cost", parse_node_number},
-    {"observable", parse_node_bool},     {"mandatory", parse_node_bool},
-    {"recommendable", parse_node_bool},
+    {"name", ParseNodeName},           {"definition", ParseNodeDefinition},
+    {"position", parse_node_position}, {"class", ParseNodeClass},
+    {"classtype", ParseNodeClasstype}, {"type", ParseNodeType},
+    {"category", ParseNodeCategory},   {"cost", ParseNodeNumber},
+    {"observable", ParseNodeBool},     {"mandatory", ParseNodeBool},
+    {"recommendable", ParseNodeBool},
 };
 
 /// Appends the state descriptions to the node's comment.
@@ -454,7 +452,7 @@ void read_nodes(Parser_CString_kt& in, Bnet_bn& net) {
     ReadFramed(in, nodesBlock.kind, nullptr, [&] {
         Expect(in, "{", keepNothing, msg::dxpress.nodesUnopened);
         ReadItems(in, nodesBlock, [&](const char* word) {
-            if (Is(word, "standard")) {
+            if (IsKeyword(word, "standard")) {
                 read_node(in, net);
             } else {
                 in.reportUnknown(word, msg::dxpress.unknownNodeKind, word);
@@ -517,7 +515,7 @@ constexpr FieldHandler<Bnode_bn> relationReaders[] = {
 
 /// One entry of the network block, its type word already read. `lastNode` is the place of the node
 /// of the entry before, mostly right before this one's.
-void read_network_entry(Parser_CString_kt& in, Bnet_bn& net, const char* type, int& lastNode) {
+void ReadNetworkEntry(Parser_CString_kt& in, Bnet_bn& net, const char* type, int& lastNode) {
     const ParserPos_kt typePlace = in.tokenStart();
     const std::string_view name = UpToZero(in.takeString());
     Bnode_bn* node = net.findNodeLabeled(name, lastNode + 1);
@@ -538,7 +536,7 @@ void read_network_entry(Parser_CString_kt& in, Bnet_bn& net, const char* type, i
     in.setError(node->changePreds(parents, nullptr, true, 1, 1, false));
     if (hadTable && node->relation.kind == RelnKindEN::none)
         in.report(msg::import.tableAgain, node->name());
-    if (const auto* reader = FindHandler(relationReaders, type)) {
+    if (const auto* reader = FindKeyword(relationReaders, type)) {
         reader->read(in, *node, type);
     } else {
         in.setTokenStart(typePlace);
@@ -550,7 +548,7 @@ void read_network_entry(Parser_CString_kt& in, Bnet_bn& net, const char* type, i
 void read_network(Parser_CString_kt& in, Bnet_bn& net) {
     int lastNode = -1;
     ReadBlock(in, networkBlock, nullptr, [&](const char* type) {
-        read_network_entry(in, net, type, lastNode);
+        ReadNetworkEntry(in, net, type, lastNode);
         in.structName = nullptr;
         return true;
     });
@@ -572,7 +570,7 @@ constexpr FieldHandler<Bnet_bn> objectReaders[] = {
 bool AtObject(Parser_CString_kt& in) {
     const std::string_view word = in.peekWord();
     if (word.empty() || word.size() > shortWordSize) return false;
-    if (FindHandler(objectReaders, std::string(word).c_str()) == nullptr) return false;
+    if (FindKeyword(objectReaders, word) == nullptr) return false;
     const ParserPos_kt start = in.getPos();
     in.setPos(start + word.size());
     const bool starts = in.peekPunc() == '{';
@@ -595,9 +593,9 @@ void SkipObject(Parser_CString_kt& in, Bnet_bn&, const char*) {
 void ReadHeader(Parser_CString_kt& in) {
     char word[wordSize + 1];
     in.readWord(word, wordSize);
-    if (!Is(word, "diagnostic")) NewReport(msg::dxpress.missingDiagnostic);
+    if (!IsKeyword(word, "diagnostic")) NewReport(msg::dxpress.missingDiagnostic);
     in.readWord(word, wordSize);
-    if (!Is(word, "network")) NewReport(msg::dxpress.missingNetwork);
+    if (!IsKeyword(word, "network")) NewReport(msg::dxpress.missingNetwork);
     in.readStringText();
 }
 
@@ -619,9 +617,9 @@ bool Postpone(Parser_CString_kt& in, const Bnet_bn& net, std::vector<ParserPos_k
 void ReadObject(Parser_CString_kt& in, Bnet_bn& net, std::vector<ParserPos_kt>& networks) {
     char word[wordSize + 1];
     in.readWord(word, wordSize);
-    if (Is(word, "network") && Postpone(in, net, networks)) {
+    if (IsKeyword(word, "network") && Postpone(in, net, networks)) {
         // read at the end
-    } else if (const auto* reader = FindHandler(objectReaders, word)) {
+    } else if (const auto* reader = FindKeyword(objectReaders, word)) {
         reader->read(in, net, word);
     } else if (word[0] != '\0') {
         in.reportUnknown(word, msg::dxpress.unknownObject, word);

@@ -92,7 +92,7 @@ bool IsTooLarge(Parser_CString_kt& in, const Bnode_bn& node, int wanted) {
 }
 
 /// The "prob" field of a standard relation, after its name.
-void read_prob(Parser_CString_kt& in, Bnode_bn& node) {
+void ReadProb(Parser_CString_kt& in, Bnode_bn& node) {
     Expect(in, ":", keepValue, msg::dxpress.probSeparator);
     Expect(in, "{", keepValue, msg::dxpress.probUnopened);
     Numbers<float> table(in, node, NumProduct(node.family));
@@ -132,8 +132,8 @@ void read_prob(Parser_CString_kt& in, Bnode_bn& node) {
 
 void read_standard_reln(Parser_CString_kt& in, Bnode_bn& node) {
     ReadBlock(in, standardRelation, node.name(), [&](const char* word) {
-        if (Is(word, "prob")) {
-            read_prob(in, node);
+        if (IsKeyword(word, "prob")) {
+            ReadProb(in, node);
         } else {
             if (std::strstr(relationFields, word) == nullptr) {
                 in.reportUnknown(word, msg::dxpress.unknownRelationField, word);

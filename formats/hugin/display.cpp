@@ -34,8 +34,7 @@ Handler parse_net_node_size, parse_net_HR_Node_Label_Style, parse_net_HR_Desc,
     parse_net_HR_Groups_UserGroupsNo, parse_net_Ignore, parse_net_HR_Propagate_Auto,
     parse_net_HR_Font_Italic, parse_net_HR_Font_Weight, parse_net_HR_Font_Size,
     parse_net_HR_Font_Name, parse_net_HR_Grid_GridSnap, parse_net_HR_Grid_GridShow,
-    parse_net_HR_Grid_Y, parse_net_HR_Grid_X, parse_net_HR_Group_, parse_net_title,
-    parse_net_PassList;
+    parse_net_HR_Grid_Y, parse_net_HR_Grid_X, parse_net_HR_Group_, ParseNetTitle, PassNetList;
 
 constexpr Field<Vnet_kt> NetFields[] = {
     {"node_size", parse_net_node_size},
@@ -66,10 +65,10 @@ constexpr const char* GroupPrefix = "HR_Group_";
 
 /// Those that are read leniently alone.
 constexpr Field<Vnet_kt> LenientFields[] = {
-    {"name", parse_net_title},
-    {"label", parse_net_title},
-    {"inputs", parse_net_PassList},
-    {"outputs", parse_net_PassList},
+    {"name", ParseNetTitle},
+    {"label", ParseNetTitle},
+    {"inputs", PassNetList},
+    {"outputs", PassNetList},
 };
 
 constexpr int PaletteSize = 64;
@@ -203,11 +202,11 @@ void parse_net_node_size(Parser_CString_kt& in, Vnet_kt&) {
 }
 
 // Read leniently alone.
-void parse_net_title(Parser_CString_kt& in, Vnet_kt& drawing) {
+void ParseNetTitle(Parser_CString_kt& in, Vnet_kt& drawing) {
     Bnet_bn& net = *drawing.getBNet();
     char text[ValueSize + 1];
     const ParserPos_kt place = in.tokenStart();
-    read_value(in, text);
+    ReadValue(in, text);
     in.setTokenStart(place);
     if (net.title != nullptr || *text == '\0') {
         in.reportUnknown(in.fieldName, msg::hugin.unknownField);
@@ -218,11 +217,11 @@ void parse_net_title(Parser_CString_kt& in, Vnet_kt& drawing) {
 }
 
 // What a class shows to those that hold instances of it; the headers of these say it again.
-void parse_net_PassList(Parser_CString_kt& in, Vnet_kt&) { SkipField(in, in.getPos()); }
+void PassNetList(Parser_CString_kt& in, Vnet_kt&) { SkipField(in, in.getPos()); }
 
 void parse_net_Ignore(Parser_CString_kt& in, Vnet_kt&) {
     char value[ValueSize + 1];
-    read_value(in, value);
+    ReadValue(in, value);
 }
 
 void parse_net_HR_Node_Label_Style(Parser_CString_kt& in, Vnet_kt& drawing) {
@@ -285,7 +284,7 @@ void parse_net_HR_Font_Size(Parser_CString_kt& in, Vnet_kt& drawing) {
 
 void parse_net_HR_Font_Name(Parser_CString_kt& in, Vnet_kt& drawing) {
     char face[ValueSize + 1];
-    read_value(in, face);
+    ReadValue(in, face);
     ChangeFont(drawing, face, -1);
 }
 

@@ -160,7 +160,7 @@ void SkipUnknownObject(Parser_CString_kt& in, const char* word) {
 
 /// Whether the word just read, and the next if need be, start an object of that kind.
 bool Starts(Parser_CString_kt& in, const char* word, const Object& object) {
-    if (!IsWord(word, object.word) || (object.lenient && !Lenient)) return false;
+    if (!IsKeyword(word, object.word) || (object.lenient && !Lenient)) return false;
     if (object.second == nullptr) return true;
     if (!streqli_kt(std::string(in.peekWord()).c_str(), object.second)) return false;
     SkipWord(in);
@@ -224,7 +224,7 @@ bool IsSetting(Parser_CString_kt& in) {
         "HR_Propagate_"};
     const char* const name = in.fieldName;
     if (!Lenient) return false;
-    if (IsWord(name, "HR_HTML_Desc")) return in.peekPunc() == '"' && in.getPos()[1] == '"';
+    if (IsKeyword(name, "HR_HTML_Desc")) return in.peekPunc() == '"' && in.getPos()[1] == '"';
     return std::ranges::any_of(prefixes,
                                [name](const char* prefix) { return HasPrefix_kt(prefix, name); });
 }
@@ -380,7 +380,7 @@ bool IsExpressionOnly(const Bnode_bn& node) {
 
 void ReadInstance(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
     if (!ReadsInstances()) return SkipUnknownObject(in, kind);
-    read_obj(in, drawing, kind, read_instance_header, read_instance_func);
+    read_obj(in, drawing, kind, ReadInstanceHeader, ReadInstanceFunc);
 }
 
 }  // namespace

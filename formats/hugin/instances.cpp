@@ -197,7 +197,7 @@ void ReadBindings(Parser_CString_kt& in, Instance& instance) {
 
 }  // namespace
 
-Instance* read_instance_header(Parser_CString_kt& in, Vnet_kt&) {
+Instance* ReadInstanceHeader(Parser_CString_kt& in, Vnet_kt&) {
     if (All->instances.size() > mostInstances) {
         if (!std::exchange(All->full, true))
             in.report(msg::hugin.tooManyInstances, static_cast<int>(mostInstances));
@@ -228,7 +228,7 @@ Instance* read_instance_header(Parser_CString_kt& in, Vnet_kt&) {
 
 namespace {
 
-void parse_instance_position(Parser_CString_kt& in, Instance& instance) {
+void ParseInstancePosition(Parser_CString_kt& in, Instance& instance) {
     coord_kt at;
     ReadCoord(in, at);
     instance.at = {at.x, at.y};
@@ -236,12 +236,12 @@ void parse_instance_position(Parser_CString_kt& in, Instance& instance) {
 }
 
 // Names of instances stand in the titles of their nodes.
-void parse_instance_Ignore(Parser_CString_kt& in, Instance&) { SkipField(in, in.getPos()); }
+void PassInstanceField(Parser_CString_kt& in, Instance&) { SkipField(in, in.getPos()); }
 
 }  // namespace
 
-FieldHandler<Instance> read_instance_func(const char* name) {
-    return IsWord(name, "position") ? parse_instance_position : parse_instance_Ignore;
+FieldHandler<Instance> ReadInstanceFunc(const char* name) {
+    return IsKeyword(name, "position") ? ParseInstancePosition : PassInstanceField;
 }
 
 // ---- Classes -------------------------------------------------------------------------------

@@ -27,8 +27,8 @@ void FinishClass(Parser_CString_kt& in, Vnet_kt& drawing);
 void PlaceInstances();                                  ///< makes room for them in the drawing
 void MakeInstanceSets(Bnet_bn& net, Vnet_kt& drawing);  ///< each a node set
 
-Instance* read_instance_header(Parser_CString_kt& in, Vnet_kt& drawing);
-FieldHandler<Instance> read_instance_func(const char* name);
+Instance* ReadInstanceHeader(Parser_CString_kt& in, Vnet_kt& drawing);
+FieldHandler<Instance> ReadInstanceFunc(const char* name);
 
 /// Leaves a potential, its word read, for later; false when it is to be read now.
 bool PutOffPotential(Parser_CString_kt& in);

@@ -152,7 +152,7 @@ FieldHandler<Bnode_bn> read_node_func(const char* name) {
         StateNumStr = name + std::strlen(StatePrefix);
         return parse_node_HR_State_;
     }
-    if (IsWord(name, "subtype") || HasPrefix_kt("HR_", name)) return nullptr;
+    if (IsKeyword(name, "subtype") || HasPrefix_kt("HR_", name)) return nullptr;
     UserFieldName = name;
     return parse_node_userdef;
 }
@@ -216,7 +216,7 @@ void parse_node_HR_Desc(Parser_CString_kt& in, Bnode_bn& node) {
 
 void parse_node_HR_Grp(Parser_CString_kt& in, Bnode_bn& node) {
     char text[ValueSize + 1];
-    read_value(in, text);
+    ReadValue(in, text);
     if (*text == '\0') return;
     int group = 0;
     if (!WholeInt(text, group)) {
@@ -245,7 +245,7 @@ void parse_node_HR_State_(Parser_CString_kt& in, Bnode_bn&) {
 
 void parse_node_userdef(Parser_CString_kt& in, Bnode_bn& node) {
     char text[ValueSize + 1];
-    read_value(in, text);
+    ReadValue(in, text);
     node.setUserField(UserFieldName, text, static_cast<int>(std::strlen(text)));
 }
 
@@ -267,11 +267,11 @@ void read_quoted_text(Parser_CString_kt& in, strin_kt& text) {
         return;
     }
     char raw[ValueSize + 1];
-    read_value(in, raw);
+    ReadValue(in, raw);
     text.append(raw);
 }
 
-void read_value(Parser_CString_kt& in, char* text) {
+void ReadValue(Parser_CString_kt& in, char* text) {
     if (in.peekPunc() == '"') return in.readQuoted(text, ValueSize);
     *text = '\0';
     if (!HasValue(in)) return;
@@ -293,7 +293,7 @@ void read_value(Parser_CString_kt& in, char* text) {
 
 void read_int_string(Parser_CString_kt& in, int& value) {
     char text[ValueSize + 1];
-    read_value(in, text);
+    ReadValue(in, text);
     int read = 0;
     if (!WholeInt(text, read)) throw in.report(msg::hugin.badInteger, text);
     value = read;
@@ -301,7 +301,7 @@ void read_int_string(Parser_CString_kt& in, int& value) {
 
 void read_double_string(Parser_CString_kt& in, double& value) {
     char text[ValueSize + 1];
-    read_value(in, text);
+    ReadValue(in, text);
     char* end = nullptr;
     int error = 0;
     const double read = strtod1_kt(text, &end, &error);
@@ -311,7 +311,7 @@ void read_double_string(Parser_CString_kt& in, double& value) {
 
 void read_bool_string(Parser_CString_kt& in, bool& value) {
     char text[ValueSize + 1];
-    read_value(in, text);
+    ReadValue(in, text);
     if (!streql_kt(text, "0") && !streql_kt(text, "1")) {
         throw in.report(msg::hugin.badBoolean, text);
     }

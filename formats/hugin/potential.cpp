@@ -19,15 +19,15 @@ namespace {
 // ---- Tables --------------------------------------------------------------------------------
 
 using PotentialHandler = void(Parser_CString_kt& in, Bnode_bn& node);
-PotentialHandler parse_potential_data, parse_potential_experience, parse_potential_model;
+PotentialHandler parse_potential_data, ParsePotentialExperience, ParsePotentialModel;
 
 constexpr Field<Bnode_bn> PotentialFields[] = {{"data", parse_potential_data}};
 
 /// Those that are read leniently alone.
 constexpr Field<Bnode_bn> LenientFields[] = {
-    {"experience", parse_potential_experience},
-    {"model_nodes", parse_potential_model},
-    {"model_data", parse_potential_model},
+    {"experience", ParsePotentialExperience},
+    {"model_nodes", ParsePotentialModel},
+    {"model_data", ParsePotentialModel},
 };
 
 /// What the potential being read has given so far.
@@ -151,7 +151,7 @@ void KeepText(Parser_CString_kt& in, Bnode_bn& node, const char* name) {
     node.setUserField(name, text.data(), static_cast<int>(text.size()));
 }
 
-void parse_potential_model(Parser_CString_kt& in, Bnode_bn& node) {
+void ParsePotentialModel(Parser_CString_kt& in, Bnode_bn& node) {
     Current.modelPlace = in.tokenStart();
     KeepText(in, node, in.fieldName);
 }
@@ -225,7 +225,7 @@ void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
 
 // ---- Experience ----------------------------------------------------------------------------
 
-void parse_potential_experience(Parser_CString_kt& in, Bnode_bn& node) {
+void ParsePotentialExperience(Parser_CString_kt& in, Bnode_bn& node) {
     if (AnyContinuous(node.family)) {
         in.reportUnknown(in.fieldName, msg::hugin.unknownField);
         return SkipField(in, in.getPos());

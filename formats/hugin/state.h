@@ -8,6 +8,7 @@
 
 #include "library/model/netmodel.h"
 #include "library/reports/message.h"
+#include "library/text/keywords.h"
 #include "library/text/parser.h"
 
 namespace lumo {
@@ -41,23 +42,15 @@ using FieldHandler = void (*)(Parser_CString_kt& in, OBJECT& object);
 
 template <class OBJECT>
 struct Field {
-    const char* name;
+    std::string_view name;
     FieldHandler<OBJECT> handler;
 };
-
-/// streqli_kt, but quick to see that the first letters differ.
-inline bool IsWord(const char* word, const char* known) {
-    constexpr int caseBit = 'a' ^ 'A';
-    return (word[0] | caseBit) == (known[0] | caseBit) && streqli_kt(word, known);
-}
 
 /// The handler of the field in the table, its name compared ignoring letter case; null when none.
 template <class OBJECT, std::size_t N>
 FieldHandler<OBJECT> FindField(const Field<OBJECT> (&table)[N], const char* name) {
-    for (const Field<OBJECT>& field : table) {
-        if (IsWord(name, field.name)) return field.handler;
-    }
-    return nullptr;
+    const Field<OBJECT>* const field = FindKeyword(table, name);
+    return field == nullptr ? nullptr : field->handler;
 }
 
 /// Reads one object; ReadNode and ReadPotential one whose word was read.
@@ -165,7 +158,7 @@ void read_double_string(Parser_CString_kt& in, double& value);
 void read_bool_string(Parser_CString_kt& in, bool& value);
 
 /// A value of one line as text: a quoted string, or what stands up to the end of the field.
-void read_value(Parser_CString_kt& in, char* text);
+void ReadValue(Parser_CString_kt& in, char* text);
 
 /// The integer at the start of the text, 0 when there is none; `rest` is what follows it. False
 /// when it does not fit an int.

@@ -3,6 +3,7 @@
 
 #include "formats/shared/options.h"
 #include "formats/shared/positions.h"
+#include "library/model/messages.h"
 #include "library/text/parser.h"
 
 namespace lumo {
@@ -15,6 +16,29 @@ void PlaceNodes(Vnet_kt& drawing, bool given, double scale);
 /// Gives the node the file's position moved by `safety`, with a warning where an int cannot hold
 /// it.
 void SetSafePosition(Bnode_bn& node, coord_kt inFile);
+
+inline void ThrowIfError(rept_kt* report) {
+    if (IsError(report)) throw report;
+}
+
+/// Counts work that a short text can ask for, in numbers. A file may have MaxTableEntries of it
+/// beyond its own length (Parser_CString_kt::reserved); more is an error, which is thrown.
+inline void Charge(Parser_CString_kt& in, long long entries, const Message<int>& tooMuch) {
+    in.reserved -= entries;
+    if (in.reserved >= 0) return;
+    in.reserved = 0;
+    throw in.report(tooMuch, MaxTableEntries);
+}
+
+/// A table of a node; an error is thrown when there is no memory for it.
+template <class NUMBER>
+XArray<NUMBER> NewTable(long long entries, const Bnode_bn& node) {
+    XArray<NUMBER> table = NewXArray<NUMBER>(entries);
+    if (table == nullptr)
+        throw NewMemoryReport(msg::model.outOfMemoryForTable,
+                              static_cast<double>(entries) * sizeof(NUMBER), node.name());
+    return table;
+}
 
 /// A character as messages name it.
 inline const char* CharName(char c) { return CharName_kt(static_cast<unsigned char>(c)); }

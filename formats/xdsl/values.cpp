@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "formats/shared/readers.h"
 #include "formats/xdsl/parts.h"
 #include "library/text/tokens.h"
 
@@ -122,10 +123,8 @@ public:
         }
         readParameters();
         const int entries = NumProduct(node_.family);
-        XArray<double> turned = NewXArray<double>(entries);
-        XArray<double> table = NewXArray<double>(entries);
-        if (turned == nullptr || table == nullptr)
-            throw NewMemoryReport(msg::model.outOfMemoryForTable, 16.0 * entries, node_.name());
+        XArray<double> turned = NewTable<double>(entries, node_);
+        XArray<double> table = NewTable<double>(entries, node_);
         std::vector<int> parentStates;
         for (const Bnode_bn* parent : node_.parents) parentStates.push_back(parent->numStates());
         ExpandNoisyMax(params_.data(), states_, parentStates.data(), node_.parents.N, turned.get());

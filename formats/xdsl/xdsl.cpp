@@ -23,10 +23,6 @@ namespace lumo {
 
 namespace {
 
-void ThrowIfError(rept_kt* report) {
-    if (IsError(report)) throw report;
-}
-
 // ---- Node elements -------------------------------------------------------------------------
 
 /// Reads what stands in the elements of nodes.
@@ -296,9 +292,7 @@ private:
         Bnode_bn& node = *values.node;
         const int wanted = NumProduct(node.kind == UtilityNode ? node.parents : node.family);
         if (!checkCount(values, wanted, values.numbers.N)) return;
-        XArray<float> table = NewXArray<float>(wanted);
-        if (table == nullptr)
-            throw NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * wanted, node.name());
+        XArray<float> table = NewTable<float>(wanted, node);
         std::ranges::copy(values.numbers, table.get());
         double* const exact = std::move(values.exact).release();
         ThrowIfError(node.setProbsTable(table.release(), false, CheckFull, exact));
@@ -311,10 +305,7 @@ private:
         const long long rows = NumProduct(node.parents);
         if (!checkCount(values, rows, static_cast<long long>(values.results.size()))) return;
         charge(NumProduct(node.family));
-        XArray<float> table = NewXArray<float>(rows * node.numStates());
-        if (table == nullptr)
-            throw NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * NumProduct(node.family),
-                                  node.name());
+        XArray<float> table = NewTable<float>(rows * node.numStates(), node);
         float* row = table.get();
         for (const std::string& id : values.results) {
             const int state = words_.find(node, id);
@@ -337,9 +328,7 @@ private:
         XArray<double> exact = ExpandStrengths(in_, values);
         if (exact == nullptr) return;
         const int entries = NumProduct(node.family);
-        XArray<float> table = NewXArray<float>(entries);
-        if (table == nullptr)
-            throw NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * entries, node.name());
+        XArray<float> table = NewTable<float>(entries, node);
         std::copy_n(exact.get(), entries, table.get());
         if (AreHeldByFloats(exact.get(), table.get(), entries)) exact.reset();
         ThrowIfError(
@@ -359,14 +348,7 @@ private:
             in_.report(msg::xdsl.weightCount, values.node->name(), count, parents);
     }
 
-    /// Counts numbers that a short text can ask for. A file may have MaxTableEntries of them beyond
-    /// its own length.
-    void charge(long long entries) {
-        in_.reserved -= entries;
-        if (in_.reserved >= 0) return;
-        in_.reserved = 0;
-        throw in_.report(msg::xdsl.tooMuchToFill, MaxTableEntries);
-    }
+    void charge(long long entries) { Charge(in_, entries, msg::xdsl.tooMuchToFill); }
 
     Parser_CString_kt& in_;
     Bnet_bn& net_;

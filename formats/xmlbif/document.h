@@ -9,14 +9,11 @@
 
 #include "formats/shared/options.h"
 #include "formats/shared/positions.h"
+#include "formats/shared/readers.h"
 #include "formats/xmlbif/messages.h"
 #include "library/text/xml.h"
 
 namespace lumo::xmlbif {
-
-inline void ThrowIfError(rept_kt* report) {
-    if (IsError(report)) throw report;
-}
 
 /// A structure's name and the reports about what stands in it.
 struct Structure {
