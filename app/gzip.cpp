@@ -35,22 +35,8 @@ std::size_t LimitFor(std::size_t bytes) {
     return std::max(anyText, bytes * mostTimes);
 }
 
-#if defined(_WIN32)
-constexpr const char* libraryName = "zlib1.dll";
-#elif defined(__APPLE__)
-constexpr const char* libraryName = "libz.1.dylib";
-#else
-constexpr const char* libraryName = "libz.so.1";
-#endif
-
-/// The functions of zlib. Most files are not compressed, and linking it would cost them time.
+/// The functions of zlib.
 struct Library {
-    Library() {
-        const system::Library zlib(libraryName);
-        complete = zlib.find(begin, "inflateInit2_") && zlib.find(unpack, "inflate") &&
-                   zlib.find(again, "inflateReset") && zlib.find(end, "inflateEnd");
-    }
-
     bool complete = false;
     decltype(&::inflateInit2_) begin = nullptr;
     decltype(&::inflate) unpack = nullptr;
@@ -58,8 +44,32 @@ struct Library {
     decltype(&::inflateEnd) end = nullptr;
 };
 
+#ifdef LUMO_LINKS_ZLIB
+
+Library Load() { return {true, ::inflateInit2_, ::inflate, ::inflateReset, ::inflateEnd}; }
+
+#else
+
+#ifdef __APPLE__
+constexpr const char* libraryName = "libz.1.dylib";
+#else
+constexpr const char* libraryName = "libz.so.1";
+#endif
+
+/// Most files are not compressed, and linking zlib would cost them time.
+Library Load() {
+    const system::Library zlib(libraryName);
+    Library found;
+    found.complete = zlib.find(found.begin, "inflateInit2_") &&
+                     zlib.find(found.unpack, "inflate") && zlib.find(found.again, "inflateReset") &&
+                     zlib.find(found.end, "inflateEnd");
+    return found;
+}
+
+#endif
+
 const Library& Loaded() {
-    static const Library library;
+    static const Library library = Load();
     return library;
 }
 

@@ -1,8 +1,15 @@
-# Compressed files: only the header of zlib is needed here, the program loads it when it meets one.
+# Compressed files: only the header of zlib is needed here, the program loads it when it meets one; or,
+# where the program is to be whole in itself, it is linked in.
 find_path(LUMO_ZLIB_INCLUDE zlib.h)
 mark_as_advanced(LUMO_ZLIB_INCLUDE)
+if(LUMO_GZIP STREQUAL "STATIC")
+    find_library(LUMO_ZLIB libz.a REQUIRED)
+    mark_as_advanced(LUMO_ZLIB)
+    target_link_libraries(lumo_app PRIVATE ${LUMO_ZLIB})
+    set_property(SOURCE app/gzip.cpp APPEND PROPERTY COMPILE_DEFINITIONS LUMO_LINKS_ZLIB)
+endif()
 if(LUMO_ZLIB_INCLUDE)
-    set_source_files_properties(app/gzip.cpp PROPERTIES COMPILE_DEFINITIONS LUMO_HAS_ZLIB)
+    set_property(SOURCE app/gzip.cpp APPEND PROPERTY COMPILE_DEFINITIONS LUMO_HAS_ZLIB)
     target_include_directories(lumo_app SYSTEM PRIVATE ${LUMO_ZLIB_INCLUDE})
 elseif(NOT LUMO_GZIP STREQUAL "AUTO")
     message(FATAL_ERROR "LUMO_GZIP is on, but zlib.h (zlib1g-dev) is not found")

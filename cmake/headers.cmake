@@ -1,5 +1,6 @@
 # The public headers: inside the tree they stand in their rooms; installed they stand together, as
-# <lumo/ForeignFile.h>, and include each other so. Nothing else is installed.
+# <lumo/ForeignFile.h>, and include each other so. Nothing else is installed, and other projects that
+# build the library among their own targets see the same.
 set(LUMO_PUBLIC_HEADERS
     formats/ForeignFile.h formats/catalogue.h formats/detect.h formats/formats.h
     formats/shared/format.h formats/shared/options.h
@@ -25,4 +26,3 @@ foreach(header ${LUMO_PUBLIC_HEADERS})
     cmake_path(GET header FILENAME name)
     file(WRITE ${public}/${name} "${text}")
 endforeach()
-install(DIRECTORY ${public} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)

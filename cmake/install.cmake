@@ -12,7 +12,7 @@ endif()
 if(TARGET lumo_export)
     install(TARGETS lumo_export EXPORT LumoTargets ARCHIVE COMPONENT development)
 endif()
-include(cmake/headers.cmake)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/include/lumo DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/Lumo)
 install(EXPORT LumoTargets NAMESPACE Lumo:: DESTINATION ${package} COMPONENT development)

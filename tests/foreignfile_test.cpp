@@ -1,11 +1,14 @@
 // The entry: loading, naming, the net's fate; and the normalisation of positions.
+#ifndef _WIN32
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 #include <climits>
 #include <filesystem>
 
 #include "formats/shared/messages.h"
+#include "library/utilities/system.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -15,7 +18,8 @@ namespace fs = std::filesystem;
 
 class EntryTest : public ::testing::Test {
 protected:
-    fs::path folder = fs::temp_directory_path() / ("lumo-entry-" + std::to_string(getpid()));
+    fs::path folder =
+        fs::temp_directory_path() / ("lumo-entry-" + std::to_string(system::ProcessNumber()));
     void SetUp() override { fs::create_directories(folder); }
     void TearDown() override { fs::remove_all(folder); }
 
@@ -68,7 +72,6 @@ TEST_F(EntryTest, RefusesWhatCannotBeRead) {
     EXPECT_EQ(ImportFile(unicode, FormatErgo).seen.count(-4136), 1);
     EXPECT_EQ(ImportFile(unicode, FormatErgo).net, nullptr);
 
-    mkfifo((folder / "fifo").c_str(), 0600);
     for (const fs::path& path : {folder, folder / "missing.erg"}) {
         const Imported got = ImportFile(path.string(), FormatErgo);
         EXPECT_EQ(got.net, nullptr);
@@ -76,12 +79,15 @@ TEST_F(EntryTest, RefusesWhatCannotBeRead) {
         EXPECT_EQ(got.seen.reports.back().message,
                   "couldn't read file '" + path.string() + "' into memory");
     }
+#ifndef _WIN32
+    mkfifo((folder / "fifo").c_str(), 0600);
     EXPECT_EQ(ImportFile((folder / "fifo").string(), FormatErgo).net, nullptr);  // nobody writes
     if (getuid() != 0) {
         const std::string secret = write("secret.erg", tiny);
         chmod(secret.c_str(), 0);
         EXPECT_EQ(ImportFile(secret, FormatErgo).seen.count(-3468), 1);
     }
+#endif
 }
 
 TEST_F(EntryTest, SaysWhereAZeroByteIs) {

@@ -121,7 +121,7 @@ TEST(Hugin, ReadsClassesBesideTheFile) {
     const auto read = [&](const std::string& file) {
         Imported got;
         HandlerScope scope(got.seen);
-        got.net.reset(ReadForeignNetFile((folder / file).c_str(), FormatHugin, options));
+        got.net.reset(ReadForeignNetFile((folder / file).string().c_str(), FormatHugin, options));
         return Tables(got) + '\n' + got.seen.text();
     };
     EXPECT_EQ(
@@ -133,7 +133,8 @@ TEST(Hugin, ReadsClassesBesideTheFile) {
     EXPECT_EQ(read("in/A.oobn"),
               "X/0 IB_Y/0\n-5080 1:27 there is a node 'IB.Y' already\n"
               "-5143 1:11 1 instance is read from files beside this one: IB : B\n");
-    EXPECT_EQ(ImportLeniently(ReadFile(folder / "in/A.oobn"), FormatHugin).net->nodes.N, 1);
+    EXPECT_EQ(ImportLeniently(ReadFile((folder / "in/A.oobn").string()), FormatHugin).net->nodes.N,
+              1);
 }
 
 // Each class holds two instances of the next, so that the last would be there a billion times.

@@ -95,7 +95,8 @@ TEST(FilePicture, OnlyLinksThatWouldCutANodeBend) {
 TEST(Picture, OfEverySampleIsSound) {
     for (const auto& path : FilesIn(Samples())) {
         SCOPED_TRACE(path);
-        const Imported got = ImportText(ReadFile(path), DetectFormat("", path.string())->code);
+        const Imported got =
+            ImportText(ReadFile(path.string()), DetectFormat("", path.string())->code);
         for (const LayoutEN layout : {LayoutEN::automatic, LayoutEN::best})
             if (got.net != nullptr) ExpectSoundPicture(MakePicture(*got.net, layout));
     }

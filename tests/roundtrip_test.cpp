@@ -28,7 +28,7 @@ ImportResult ReadAny(const fs::path& file) {
     const std::string text = ReadFile(file.string());
     const FormatInfo* format = DetectFormat(text, file.string());
     if (format == nullptr) return result;
-    result = ReadBack(text, format->code, file.filename().c_str());
+    result = ReadBack(text, format->code, file.filename().string().c_str());
     result.format = format->name;
     return result;
 }
@@ -180,7 +180,7 @@ TEST(RoundTrip, EverySampleInEveryFormat) {
             ++tallies["not read"].unread;
             continue;
         }
-        const std::vector<bool> same = ExpectRoundTrips(trip, file.filename().c_str());
+        const std::vector<bool> same = ExpectRoundTrips(trip, file.filename().string().c_str());
         for (std::size_t i = 0; i < same.size(); ++i) {
             const FormatInfo& writer = WrittenFormats()[i];
             Tally& tally = tallies[first.format + " to " + writer.name];

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 class Text : public testing::TestWithParam<fs::path> {
 protected:
-    const std::string text = ReadFile(GetParam());
+    const std::string text = ReadFile(GetParam().string());
     const int format = DetectFormat("", GetParam().string())->code;
 };
 class Sample : public Text {};
@@ -66,7 +66,7 @@ TEST_P(Text, IsReadAsExpected) {
 class Cases : public testing::TestWithParam<fs::path> {};
 
 TEST_P(Cases, AreReadAsExpected) {
-    const std::string file = ReadFile(GetParam());
+    const std::string file = ReadFile(GetParam().string());
     const int format = FindFormat(GetParam().parent_path().parent_path().filename().string())->code;
     std::size_t at = file.find("====\n");
     std::string result = file.substr(0, at);
@@ -93,7 +93,7 @@ TEST_P(Cases, AreReadAsExpected) {
         result += "====\n" + text + "\n----\n" +
                   BothOutcomes(before + text + after, format, "dir/a file.txt", outcome);
     }
-    ExpectFile(GetParam(), result);
+    ExpectFile(GetParam().string(), result);
 }
 
 TEST_P(Sample, EveryPrefix) { ImportEveryPrefix(text, format); }

@@ -23,7 +23,7 @@ std::vector<Job> Jobs() {
     std::vector<Job> jobs;
     for (const FormatInfo& format : Formats())
         for (const auto& path : FilesIn(Samples() + "/" + format.name))
-            jobs.push_back({path.filename(), ReadFile(path), "", format.code});
+            jobs.push_back({path.filename().string(), ReadFile(path.string()), "", format.code});
     for (Job& job : jobs) job.expected = ResultOf(job);
     return jobs;
 }

@@ -2,7 +2,6 @@
 #ifndef _WIN32
 #include "library/utilities/system.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <locale.h>
 #include <poll.h>
@@ -200,8 +199,8 @@ std::size_t TerminalColumns(int descriptor) {
 }
 
 int ColumnsOf(char32_t character) {
-    // Null, where there is none, leaves the locale as it is.
     static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
+    if (unicode == nullptr) return UsualColumnsOf(character);
     const locale_t former = uselocale(unicode);
     const int columns = ::wcwidth(static_cast<wchar_t>(character));
     uselocale(former);
@@ -279,14 +278,6 @@ std::optional<std::string> Print(const char* format, va_list arguments) {
 double NearestDouble(const char* number) {
     const CLocale plain;
     return std::strtod(number, nullptr);
-}
-
-// ---- Libraries -----------------------------------------------------------------------------
-
-Library::Library(const char* name) : library_(::dlopen(name, RTLD_NOW | RTLD_LOCAL)) {}
-
-void* Library::address(const char* name) const {
-    return library_ == nullptr ? nullptr : ::dlsym(library_, name);
 }
 
 }  // namespace lumo::system

@@ -102,6 +102,8 @@ std::size_t TerminalColumns(int descriptor);  ///< 0 when that is not known
 
 /// The columns that a character takes in a terminal, whatever the user's language.
 int ColumnsOf(char32_t character);
+/// Likewise, as far as names are written, for systems that do not know.
+int UsualColumnsOf(char32_t character);
 
 // ---- Memory --------------------------------------------------------------------------------
 

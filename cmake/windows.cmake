@@ -1,0 +1,25 @@
+# Windows, cross-compiled by Debian's MinGW. The headers of CLI11 and nlohmann-json are the same for
+# every system, but lie among this one's, which another compiler must not see: they are linked to.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
+set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+
+cmake_path(SET packages NORMALIZE "${CMAKE_CURRENT_LIST_DIR}/../build/windows/packages")
+foreach(name CLI11/CLI nlohmann_json/nlohmann)
+    cmake_path(GET name PARENT_PATH package)
+    cmake_path(GET name FILENAME headers)
+    if(EXISTS /usr/share/cmake/${package} AND NOT EXISTS ${packages}/include/${headers})
+        file(COPY /usr/share/cmake/${package} DESTINATION ${packages}/share/cmake)
+        file(MAKE_DIRECTORY ${packages}/include)
+        file(CREATE_LINK /usr/include/${headers} ${packages}/include/${headers} SYMBOLIC)
+    endif()
+endforeach()
+set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${packages})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+foreach(kind LIBRARY INCLUDE PACKAGE)
+    set(CMAKE_FIND_ROOT_PATH_MODE_${kind} ONLY)
+endforeach()
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")  # one file, the same from the same sources
+find_program(WINE NAMES wine64 wine PATHS /usr/lib/wine)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${WINE})
