@@ -330,7 +330,7 @@ void Pool::showFinished() {
 }
 
 Totals Pool::run() {
-    ProgressLine progress(IsTerminal(STDERR_FILENO) && !options_.quiet);
+    ProgressLine progress(IsTerminal(system::StandardError) && !options_.quiet);
     progress.start();
     while (shown_ < options_.files.size()) {
         for (Worker& worker : workers_) giveWork(worker);
