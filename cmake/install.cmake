@@ -33,8 +33,9 @@ install(FILES ${PROJECT_BINARY_DIR}/lumo.pc DESTINATION ${pkgconfig} COMPONENT d
 
 # The documentation; the page of the library refers to those of the formats.
 set(doc ${CMAKE_INSTALL_DATADIR}/doc/lumo-import)
-install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${doc} COMPONENT program)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE DESTINATION ${doc} COMPONENT program)
 install(DIRECTORY docs DESTINATION ${doc} COMPONENT program PATTERN *.py EXCLUDE)
+install(PROGRAMS docs/scale.py DESTINATION ${doc}/docs COMPONENT program)
 
 if(LUMO_BUILD_APP)
     set(share ${CMAKE_INSTALL_DATADIR})
@@ -42,6 +43,7 @@ if(LUMO_BUILD_APP)
     configure_file(packaging/lumo-import.1.in ${PROJECT_BINARY_DIR}/lumo-import.1 @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/lumo-import.1
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+    install(FILES packaging/lumo-import.xml DESTINATION ${share}/mime/packages COMPONENT program)
     install(FILES packaging/completion.bash COMPONENT program
         DESTINATION ${share}/bash-completion/completions RENAME lumo-import)
     install(FILES packaging/completion.zsh COMPONENT program

@@ -146,4 +146,11 @@ class Completion(unittest.TestCase):
         self.assertEqual(set(), bash("lumo-import", "check", "expl"))
 
 
+class Types(unittest.TestCase):
+    def test_desktops_know_every_extension(self):
+        types = (ROOT / "packaging/lumo-import.xml").read_text()
+        known = set(re.findall(r'pattern="\*(\.\w+)"', types))
+        self.assertEqual(known, set(EXTENSIONS) - {".xml", ".json", ".html"})  # which are what they are
+
+
 unittest.main(argv=sys.argv[:1])

@@ -39,6 +39,16 @@ expect_nodes "$place/user-static"
 expect_nodes "$place/readme-static"
 "$place/static/bin/lumo-import" --version
 
+# The headers alone, with every warning, for each compiler and standard that is here.
+(cd "$place/static/include" && find lumo -name '*.h' | sort | sed 's/.*/#include <&>/') >"$place/headers.cpp"
+for compiler in g++ clang++-14 clang++-16; do
+    command -v $compiler >/dev/null || continue
+    for standard in c++20 c++2b; do
+        $compiler -std=$standard -Wall -Wextra -Wpedantic -Wconversion -Werror -fsyntax-only \
+            -I "$place/static/include" "$place/headers.cpp"
+    done
+done
+
 # A program that detects, reads and writes; nothing internal is installed; C++17 is refused in words.
 (cd "$source/samples/hugin" && "$place/user-static" asia.net "$place/asia.xdsl" >/dev/null)
 grep -q '<smile' "$place/asia.xdsl"

@@ -44,4 +44,13 @@ grep -q "lumo-import $version" <(zcat "$usr/share/man/man1/lumo-import.1.gz") ||
 [ -s "$usr/share/bash-completion/completions/lumo-import" ] || fail "no completion"
 [ -s "$usr/share/doc/lumo-import/docs/hugin.md" ] || fail "no documentation"
 [[ $(field python3-lumo Depends) == *python3-numpy* ]] || fail "python3-lumo does without NumPy"
+# Each page has what it links to beside it.
+find "$usr/share/doc" -name '*.md' | while read -r page; do
+    grep -oE '\]\([^)#:]+' "$page" | cut -c 3- | sort -u | while read -r link; do
+        [ -e "$(dirname "$page")/$link" ] || echo "$page: $link is not there"
+    done
+done >"$place/missing"
+[ ! -s "$place/missing" ] || fail "$(cat "$place/missing")"
+[ -x "$usr/share/doc/lumo-import/docs/scale.py" ] || fail "scale.py cannot be run"
+[ -s "$usr/share/mime/packages/lumo-import.xml" ] || fail "no MIME types"
 [ -e "$LD_LIBRARY_PATH/liblumo_import.a" ] || fail "no static library"
