@@ -32,13 +32,6 @@ const char* ColorOf(int severity) {
     return severity > SeverityNotice ? magenta : cyan;
 }
 
-bool WantsColors(ColorEN choice) {
-    if (choice != ColorEN::automatic) return choice == ColorEN::always;
-    const char* refused = std::getenv("NO_COLOR");
-    if (refused != nullptr && *refused != 0) return false;
-    return system::ShowsColors(system::StandardError);
-}
-
 /// Up to `length` bytes of the file from the offset; empty when that cannot be had.
 std::string ReadAt(const std::string& file, long long offset, long long length) {
     const system::InputFile input(file.c_str());
@@ -52,6 +45,13 @@ std::string ReadAt(const std::string& file, long long offset, long long length) 
 bool IsContinuation(char c) { return (c & '\xC0') == '\x80'; }
 
 }  // namespace
+
+bool WantsColors(ColorEN choice, int descriptor) {
+    if (choice != ColorEN::automatic) return choice == ColorEN::always;
+    const char* refused = std::getenv("NO_COLOR");
+    if (refused != nullptr && *refused != 0) return false;
+    return system::ShowsColors(descriptor);
+}
 
 // ---- Progress ------------------------------------------------------------------------------
 
@@ -99,7 +99,7 @@ Console::Console(const Options& options, bool interactive)
     : options_(options),
       terminal_(IsTerminal(system::StandardError) && !options.jsonDiagnostics),
       interactive_(interactive && terminal_ && !options.quiet),
-      colors_(WantsColors(options.color)),
+      colors_(WantsColors(options.color, system::StandardError)),
       silent_(options.form != CheckFormEN::text),
       progress_(interactive_),
       holds_((terminal_ || options.command == CommandEN::check) && !options.verbose &&

@@ -46,6 +46,9 @@ std::string PlaceText(const ReportRecord& report);
 /// The message with what was being read, and the number.
 std::string MessageText(const ReportRecord& report);
 
+/// Whether what is written to that descriptor shall have colors.
+bool WantsColors(ColorEN choice, int descriptor);
+
 /// Tells a person, after all else, how to learn more of the worst report.
 void ShowHint(const WorstReport& worst, const Options& options);
 

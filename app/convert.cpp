@@ -43,15 +43,18 @@ std::string Convert(const ImportResult& result, const InputFile& file, const Opt
         std::filesystem::create_directories(PathOf(output).parent_path(), seen);
     }
     const auto write = [&](std::ostream& out) { writer.write(result, out); };
-    std::string failure =
-        output == "-" ? Failure(standardOutput, WriteToDescriptor(system::StandardOutput, write))
-                      : Failure(output, WriteToFile(output, write, system::RemoveWhenEnded));
+    const std::string failure = WriteOutput(output, write);
     if (!failure.empty()) return failure;
     if (output != "-") console.note("written to " + Visible(output));
     if (writer.losses == nullptr || options.quiet) return {};
     for (const std::string& note : LossNotes(writer.losses(*result.net), writer.title))
         console.print(note.c_str());
     return {};
+}
+
+std::string WriteOutput(const std::string& output, const WriteFunction& write) {
+    return output == "-" ? WriteStandardOutput(write)
+                         : Failure(output, WriteToFile(output, write, system::RemoveWhenEnded));
 }
 
 std::string WriteStandardOutput(const WriteFunction& write) {

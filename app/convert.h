@@ -14,6 +14,9 @@ namespace lumo::app {
 std::string Convert(const ImportResult& result, const InputFile& file, const Options& options,
                     Console& console);
 
+/// Writes to the file, or to standard output ("-"); likewise.
+std::string WriteOutput(const std::string& output, const WriteFunction& write);
+
 /// Writes to standard output; likewise.
 std::string WriteStandardOutput(const WriteFunction& write);
 std::string WriteStandardOutput(const std::string& text);

@@ -16,8 +16,8 @@ constexpr unsigned Of(COMMANDS... commands) {
 }
 
 using enum CommandEN;
-constexpr unsigned ofMany = Of(summary, check, convert);   // files
-constexpr unsigned ofReaders = ofMany | Of(table, nodes);  // of nets
+constexpr unsigned ofMany = Of(summary, check, convert);         // files
+constexpr unsigned ofReaders = ofMany | Of(table, nodes, diff);  // of nets
 constexpr unsigned ofAll = ~0U;
 
 constexpr CommandInfo commands[] = {
@@ -37,6 +37,9 @@ constexpr CommandInfo commands[] = {
      "  lumo-import convert asia.net -o asia.json     the whole net as JSON\n"
      "  lumo-import convert asia.net --to json -o -   the same on standard output\n"
      "  lumo-import convert -j 4 nets/*.xml --to json -o out/\n"},
+    {diff, "diff", "FILE FILE", "How two nets differ, in any two formats.",
+     "  lumo-import diff asia.net asia.xml            how two nets differ\n"
+     "  lumo-import diff old.net new.net --html -o changes.html\n"},
     {explain, "explain", "NUMBER...", "What reports mean, and their cures.",
      "  lumo-import explain 4022                      what a report means, and its cure\n"},
     {formats, "formats", "", "The formats that are read and written.", ""},
@@ -60,7 +63,8 @@ std::string Listed(const LIST& list) {
 
 constexpr OptionInfo options[] = {
     {"-r, --recursive", "", "read the files in folders, and below them", ofMany},
-    {"    --json", "", "for programs: an object a line for each file", Of(summary, check)},
+    {"    --json", "", "for programs: an object a line for each file, or all that differs",
+     Of(summary, check, diff)},
     {"    --format", "FORM", "what is written: text, json, sarif, github, junit", Of(check)},
     {"    --max-severity", "KIND", "the worst that is no failure: none, notice, warning, error",
      Of(check)},
@@ -73,7 +77,9 @@ constexpr OptionInfo options[] = {
      Of(check)},
     {"    --all", "", "the tables of all nodes", Of(table)},
     {"    --csv", "", "for spreadsheets", Of(table)},
-    {"-o, --output", "OUT", "the file, folder or - to write to", Of(convert)},
+    {"-o, --output", "OUT", "the file, folder or - to write to", Of(convert, diff)},
+    {"    --html", "", "a page with both nets side by side", Of(diff)},
+    {"    --tolerance", "X", "numbers are the same that differ by no more", Of(diff)},
     {"    --to", "FORMAT", "format or extension to write, instead of OUT's: %s", Of(convert),
      [] { return Listed(Writers()); }},
     {"    --force", "", "write over the input, if it was read without error", Of(convert)},
@@ -101,6 +107,11 @@ constexpr std::string_view exitCodes = R"(
 Exit codes:
   0   read                   1   read with errors; what could be read is written
   2   nothing could be read  64  wrong usage       74  output could not be written
+)";
+
+constexpr std::string_view exitCodesOfDiff = R"(
+Exit codes:
+  0   the nets are the same  1   they differ       2   trouble: one could not be read
 )";
 
 std::string LineOf(const OptionInfo& option) {
@@ -159,6 +170,7 @@ std::string HelpOfCommand(const CommandInfo& info) {
     if (isReader) text += "\n";
     const unsigned own = Of(info.command);
     text += Section("Options", [&](const OptionInfo& option) { return (option.of & own) != 0; });
+    if (info.command == diff) return text.append(exitCodesOfDiff);
     return isReader ? text.append(exitCodes) : text;
 }
 

@@ -6,6 +6,7 @@
 #include "app/check.h"
 #include "app/console.h"
 #include "app/convert.h"
+#include "app/diff.h"
 #include "app/formats.h"
 #include "app/nodes.h"
 #include "app/options.h"
@@ -152,6 +153,7 @@ int Run(int argc, char** argv) {
     if (const std::optional<int> exitCode = ParseArguments(arguments, options)) return *exitCode;
     if (options.command == CommandEN::explain) return ExplainAll(options.numbers);
     if (options.command == CommandEN::formats) return ShowFormats();
+    if (options.command == CommandEN::diff) return RunDiff(options);
     Console console(options);
     for (const auto& [path, why] : options.passedOver) {
         console.begin(path);

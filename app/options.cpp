@@ -180,12 +180,15 @@ std::string CheckReading(Options& options, const Raw& raw) {
                                 : "table: name a node, or --all; 'lumo-import nodes' lists them";
     if (std::ranges::count(raw.files, "-") > 1) return "standard input is given twice";
     const bool isCheck = options.command == CommandEN::check;
-    if (options.json && !isCheck && options.command != CommandEN::summary)
-        return "--json is of the summary and of check; --diagnostics json and --to json are its "
+    const bool isDiff = options.command == CommandEN::diff;
+    if (options.json && !isCheck && !isDiff && options.command != CommandEN::summary)
+        return "--json is of the summary, check and diff; --diagnostics json and --to json are its "
                "likes";
     GatherFiles(raw.files, options);
     const bool isOfOne = options.command == CommandEN::table || options.command == CommandEN::nodes;
     if (isOfOne && options.many()) return "nodes and table take one file, and no folder";
+    if (options.command == CommandEN::diff && options.files.size() != 2)
+        return "diff: takes two files";
     options.format = FindFormat(std::string_view(raw.format));
     if (!raw.condense.empty()) options.condense = raw.condense == "yes";
     if (!raw.layout.empty())
@@ -322,6 +325,11 @@ std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Opt
     convert->add_option("-o,--output", options.output);
     convert->add_option("--to", raw.writer);
     convert->add_flag("--force", options.force);
+    CLI::App* const diff = command("diff", CommandEN::diff);
+    diff->add_option("FILE", raw.files);
+    diff->add_option("-o,--output", options.output);
+    diff->add_option("--tolerance", options.tolerance)->check(CLI::NonNegativeNumber);
+    diff->add_flag("--html", options.html);
     command("explain", CommandEN::explain)->add_option("NUMBER", options.numbers);
     command("formats", CommandEN::formats);
 

@@ -24,7 +24,16 @@ enum ExitEN : int {
     ExitWriteFailed = 74,  ///< the output could not be written
 };
 
-enum class CommandEN : unsigned char { summary, check, nodes, table, convert, explain, formats };
+enum class CommandEN : unsigned char {
+    summary,
+    check,
+    nodes,
+    table,
+    convert,
+    explain,
+    formats,
+    diff
+};
 /// What check writes.
 enum class CheckFormEN : unsigned char { text, json, sarif, github, junit };
 enum class ColorEN : unsigned char { automatic, always, never };
@@ -67,7 +76,9 @@ struct Options {
     ReadOptions reading;                 ///< refers to className
     bool quiet = false;                  ///< errors only
     bool verbose = false;                ///< what was done as well
-    bool json = false;                   ///< summary
+    bool json = false;                   ///< summary, diff
+    bool html = false;                   ///< diff
+    std::optional<double> tolerance;     ///< diff: of numbers
     bool jsonDiagnostics = false;
     ColorEN color = ColorEN::automatic;
     int jobs = 1;

@@ -15,11 +15,12 @@ constexpr std::string_view inkColor = "#3c4650";
 /// Writes the elements of a drawing.
 class SvgOut {
 public:
-    SvgOut(std::ostream& out, const PictureFont& font) : out_(out), font_(font) {}
+    SvgOut(std::ostream& out, const PictureFont& font, const NodeMarks& marks,
+           std::string_view prefix)
+        : out_(out), font_(font), marks_(marks), prefix_(prefix) {}
 
     void head(const Picture& picture, double height, std::string_view title) {
-        out_ << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\"";
+        out_ << "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\"";
         box({{"width", picture.width}, {"height", height}});
         out_ << " viewBox=\"";
         pair({picture.left, picture.top});
@@ -59,7 +60,7 @@ public:
 
     void legend(const Legend& legend) {
         if (legend.entries.empty()) return;
-        out_ << "<g id=\"legend\"";
+        out_ << "<g id=\"" << prefix_ << "legend\"";
         fontAttributes();
         out_ << ">\n";
         for (const LegendEntry& entry : legend.entries) {
@@ -138,8 +139,10 @@ private:
     }
 
     void node(const PictureNode& node) {
-        out_ << "<g id=\"node-" << XmlText(node.node->name()) << "\"><title>"
-             << XmlText(NodeSummary(*node.node)) << "</title>";
+        out_ << "<g id=\"" << prefix_ << "node-" << XmlText(node.node->name()) << '"';
+        if (const auto mark = marks_.find(node.node); mark != marks_.end())
+            out_ << " class=\"" << mark->second << '"';
+        out_ << "><title>" << XmlText(NodeSummary(*node.node)) << "</title>";
         outline(node, 0, ColorText(node.fill));
         if (node.doubled) outline(node, InnerBorder, "none");
         for (std::size_t i = 0; i < node.lines.size(); ++i) {
@@ -160,20 +163,33 @@ private:
 
     TextOut out_;
     const PictureFont& font_;
+    const NodeMarks& marks_;
+    const std::string_view prefix_;
 };
 
-}  // namespace
-
-void WriteSvg(const ImportResult& result, std::ostream& out) {
-    const Picture picture = MakePicture(*result.net, result.layout);
-    const Legend legend = MakeLegend(*result.net, picture);
-    SvgOut svg(out, picture.font);
-    svg.head(picture, picture.height + legend.height, TitleOrName(*result.net));
+void WriteElement(const Bnet_bn& net, LayoutEN layout, const NodeMarks& marks,
+                  std::string_view prefix, std::ostream& out) {
+    const Picture picture = MakePicture(net, layout);
+    const Legend legend = MakeLegend(net, picture);
+    SvgOut svg(out, picture.font, marks, prefix);
+    svg.head(picture, picture.height + legend.height, TitleOrName(net));
     svg.links(picture);
     svg.nodes(picture);
     svg.arrowHeads(picture);
     svg.legend(legend);
     svg.end();
+}
+
+}  // namespace
+
+void WriteSvg(const ImportResult& result, std::ostream& out) {
+    out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    WriteElement(*result.net, result.layout, {}, {}, out);
+}
+
+void WriteInlineSvg(const Bnet_bn& net, const NodeMarks& marks, std::string_view prefix,
+                    std::ostream& out) {
+    WriteElement(net, LayoutEN::best, marks, prefix, out);
 }
 
 }  // namespace lumo

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <iosfwd>
+#include <string_view>
+#include <unordered_map>
 
 #include "formats/shared/result.h"
 
@@ -11,5 +13,12 @@ namespace lumo {
 /// as hexagons, deterministic ones with a double border; node-set colours, the net's font and label
 /// style, a tooltip a node. Linear in nodes and links.
 void WriteSvg(const ImportResult& result, std::ostream& out);
+
+/// Classes of some nodes, for the style of the page around a picture.
+using NodeMarks = std::unordered_map<const Bnode_bn*, const char*>;
+
+/// The same as an element of a page, where the ids of its parts begin with the prefix.
+void WriteInlineSvg(const Bnet_bn& net, const NodeMarks& marks, std::string_view prefix,
+                    std::ostream& out);
 
 }  // namespace lumo
