@@ -620,4 +620,60 @@ TEST(Terminal, ProgressFitsAnyWidth) {
         EXPECT_LE(lumo::app::DisplayWidth(lumo::app::ProgressText(what, 2, columns)), columns);
 }
 
+constexpr const char* rainNet = "1\n2\n0\n2 0.25 0.75\nRain\nno yes\n10 20\n";
+
+TEST_F(Cli, DiffTellsHowTwoNetsDiffer) {
+    write("rain.erg", rainNet);
+    write("more.erg", "1\n2\n0\n2 0.2 0.8\nRain\nno yes\n10 20\n");
+    EXPECT_EQ(run("$L diff good.erg rain.erg").out, "the nets are the same: 1 node, 2 numbers\n");
+    const Outcome r = run("$L diff good.erg more.erg");
+    EXPECT_EQ(r.out,
+              "--- good.erg (Ergo)\n+++ more.erg (Ergo)\n@@ node Rain @@\n"
+              "  table: 2 of 2 numbers differ, by up to 0.05\n- 0.25 0.75\n+ 0.2 0.8\n"
+              "1 node differs, 2 of 2 numbers differ, by up to 0.05\n");
+    EXPECT_EQ(run("$L diff --color always -q good.erg more.erg").out.substr(0, 29),
+              "\x1b[31m--- good.erg (Ergo)\x1b[0m\n");
+    const std::pair<const char*, int> cases[] = {
+        {"$L diff good.erg rain.erg", 0},
+        {"$L diff good.erg more.erg", 1},
+        {"$L diff good.erg more.erg --tolerance 0.06", 0},
+        {"$L diff good.erg more.erg --tolerance 0.04", 1},
+        {"$L diff good.erg none.net", 2},
+        {"$L diff missing.net good.erg", 2},
+        {"$L diff good.erg more.erg -o no/such/folder", 2},
+        {"$L diff good.erg", 64},
+        {"$L diff good.erg more.erg rain.erg", 64},
+        {"$L diff good.erg more.erg --tolerance -1", 64},
+        {"$L diff good.erg more.erg --tolerance much", 64},
+        {"$L check good.erg --tolerance 1", 64},
+    };
+    for (const auto& [command, code] : cases) {
+        const Outcome got = run(command);
+        EXPECT_EQ(got.code, code) << command << '\n' << got.out << got.err;
+    }
+}
+
+TEST_F(Cli, DiffForProgramsAndAsAPage) {
+    const std::string asia = Samples() + "/hugin/asia.net";
+    run("sed 's/0.99 0.01/0.9 0.1/; s/(\"yes\" \"no\")/(\"no\" \"yes\")/' " + asia + " > new.net");
+    const Outcome json = run("$L diff -q --json " + asia + " new.net");
+    EXPECT_EQ(json.code, 1);
+    const auto parsed = nlohmann::json::parse(json.out);
+    EXPECT_EQ(parsed["schema"], "lumo-import-diff/1");
+    EXPECT_EQ(parsed["same"], false);
+    EXPECT_EQ(parsed["sameNodes"].get<int>() + static_cast<int>(parsed["nodes"].size()), 8);
+    const Outcome page = run("$L diff -q --html " + asia + " new.net -o page.html");
+    EXPECT_EQ(page.code, 1);
+    EXPECT_EQ(page.out, "");
+    const std::string html = Slurp(folder / "page.html");
+    EXPECT_NE(html.find("class=\"changed\"><title>"), std::string::npos);
+    EXPECT_EQ(html.find("<script"), std::string::npos);
+    EXPECT_EQ(html.find("style=\""), std::string::npos) << "which the page's policy refuses";
+    EXPECT_EQ(html.find("<?xml"), std::string::npos);
+    std::set<std::string> ids;
+    const std::regex id(" id=\"([^\"]+)\"");
+    for (std::sregex_iterator at(html.begin(), html.end(), id), end; at != end; ++at)
+        EXPECT_TRUE(ids.insert((*at)[1]).second) << (*at)[1];
+}
+
 }  // namespace
