@@ -137,9 +137,9 @@ TEST(Compare, NodesAreFoundByNameTitleAndShape) {
 /// A net as each writer writes it, read back.
 struct Exports {
     explicit Exports(const ImportResult& first) {
-        for (const RoundTripFormat& format : roundTripFormats) {
-            losses.push_back(FindWriter(format.writer)->losses(*first.net));
-            read.push_back(ReadBack(Write(first, format.writer), format.code, "test"));
+        for (const FormatInfo& format : WrittenFormats()) {
+            losses.push_back(format.losses(*first.net));
+            read.push_back(ReadBack(Write(first, format.name), format.code, "test"));
         }
     }
     std::vector<Losses> losses;
@@ -193,7 +193,7 @@ void ExpectSameExports(const ImportResult& first) {
     for (std::size_t i = 0; i < exports.read.size(); ++i) {
         const Comparison found =
             CompareNets(*first.net, *exports.read[i].net, {.losses = &exports.losses[i]});
-        EXPECT_TRUE(found.isSame()) << roundTripFormats[i].writer << '\n' << Told(found);
+        EXPECT_TRUE(found.isSame()) << WrittenFormats()[i].name << '\n' << Told(found);
         for (std::size_t j = 0; j < exports.read.size(); ++j) {
             if (CannotBeMatched(exports.losses[i], exports.losses[j])) continue;
             const Losses both =
@@ -202,7 +202,7 @@ void ExpectSameExports(const ImportResult& first) {
                 CompareNets(*exports.read[i].net, *exports.read[j].net, {.losses = &both});
             LeaveOutAdded(exports.losses[i], pair);
             EXPECT_TRUE(pair.isSame())
-                << roundTripFormats[i].writer << " and " << roundTripFormats[j].writer << '\n'
+                << WrittenFormats()[i].name << " and " << WrittenFormats()[j].name << '\n'
                 << Told(pair);
         }
     }
