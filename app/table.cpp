@@ -349,7 +349,21 @@ void WritePage(const Bnode_bn& node, TextOut& out) {
 
 // ---- For programs --------------------------------------------------------------------------
 
-void WriteField(TextOut& out, const std::string& text) {
+bool IsNumber(const std::string& text) {
+    const char* const last = text.data() + text.size();
+    const char* end = nullptr;
+    double value = 0;
+    return ParseNumber(text.data(), last, value, end) == NumberEN::ok && end == last;
+}
+
+/// A label that spreadsheets would compute is marked as text.
+std::string AsText(const std::string& text) {
+    const bool computed = !text.empty() && std::string_view("=+-@\t\r").find(text[0]) != std::string_view::npos;
+    return computed && !IsNumber(text) ? "'" + text : text;
+}
+
+void WriteField(TextOut& out, const std::string& label) {
+    const std::string text = AsText(label);
     if (text.find_first_of(",\"\r\n") == std::string::npos) {
         out << text;
         return;

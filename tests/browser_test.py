@@ -340,6 +340,65 @@ class Report(ReportCase):
             canvases.add(self.script("return getComputedStyle(document.body).backgroundColor + colors.canvas"))
         self.assertEqual(len(canvases), 2)  # the button gives what the system's setting gives
 
+    def test_fingers_and_magnified_pages(self):
+        """What fingers touch is 44 pixels wide and high, the picture has half of the screen, the map hides no selected node;
+        at four times the size the page is scrolled and nothing lies on another."""
+        targets = """
+            return [...document.querySelectorAll('button:not(.link):not(.sort), select, input, summary, .row')]
+                .filter((e) => e.getClientRects().length > 0).map((e) => [e.textContent.slice(0, 20), e.getBoundingClientRect()])
+                .filter(([, box]) => box.width < 44 || box.height < 44).map(([text, {width, height}]) => [text, width, height]);"""
+        self.browser.look(360, 740)
+        self.open(self.write(large_net(60)))
+        self.script("select(50, 'list'); toggleEvidence(50, 0); toggleEvidence(40, 0); toggleEvidence(30, 0)")
+        self.browser.settled()
+        for tab in ("nodes", "problems", "details"):
+            self.id("tab-" + tab).click()
+            self.frame()
+            self.assertEqual(self.script(targets), [])
+        self.assertGreaterEqual(self.id("picture").size["height"], 370)
+        for corner in (0, 0.5, 1):  # the selected node goes over the picture's lower edge
+            self.script("const [x, y] = boxes[50], {clientWidth: w, clientHeight: h} = canvas;"
+                        "moveTo({zoom: 0.8, x: x - (30 + (w - 60) * arguments[0]) / 0.8, y: y - (h - 30) / 0.8})", corner)
+            self.frame()
+            free = self.script("""
+                if (map.hidden) return true;
+                const a = map.getBoundingClientRect(), c = canvas.getBoundingClientRect(), [x, y, w, h] = boxes[50];
+                const at = [x - w, y - h, x + w, y + h].map((v, i) => (v - (i % 2 ? view.y : view.x)) * view.zoom + (i % 2 ? c.top : c.left));
+                return at[0] >= a.right || at[2] <= a.left || at[1] >= a.bottom || at[3] <= a.top;""")
+            self.assertTrue(free, corner)
+        chips = self.script("const e = byId('evidence'); return [e.scrollWidth > e.clientWidth, getComputedStyle(e).scrollbarWidth]")
+        self.assertEqual(chips, [True, "thin"])
+        self.browser.look(320, 200)
+        self.frame()
+        self.assertEqual(self.script("return document.documentElement.scrollWidth"), 320)
+        for tab in ("nodes", "problems", "details"):
+            self.script("byId(arguments[0]).click()", "tab-" + tab)
+            self.frame()
+            heights = self.script("return ['picture', arguments[0]].map((name) => byId(name).getBoundingClientRect().height)", tab)
+            self.assertGreaterEqual(min(heights), 180)
+        apart = self.script("""
+            const all = ['shown', 'tools', 'evidence'].map((name) => byId(name).getBoundingClientRect());
+            const cross = (a, b) => a.right > b.left && b.right > a.left && a.bottom > b.top && b.bottom > a.top;
+            return all.flatMap((a, i) => all.slice(0, i).filter((b) => cross(a, b)).map((b) => [a, b]));""")
+        self.assertEqual(apart, [])
+
+    def test_the_systems_own_colours(self):
+        self.open_sample("hugin", "umbrella.net")
+        own = self.script("return [colors.canvas, colors.text, fillOf(nodes[0])]")
+        self.browser.command("Emulation.setEmulatedMedia", features=[{"name": "forced-colors", "value": "active"},
+                                                                     {"name": "prefers-color-scheme", "value": "dark"}])
+        self.frame()
+        used = self.script("return [colors.canvas, colors.text, fillOf(nodes[0])]")
+        system = self.script("const e = byId('probe'); return ['Canvas', 'CanvasText'].map((c) => { e.style.color = c; return getComputedStyle(e).color; })")
+        self.assertEqual(used, system + system[:1])
+        self.assertNotEqual(used, own)
+        self.assertFalse(self.id("theme").is_displayed())
+        self.script("select(0, 'list')")
+        bars = self.script("return [...document.querySelectorAll('.bar')].map((e) => getComputedStyle(e).backgroundImage)")
+        self.assertTrue(bars and all("gradient" in image for image in bars), bars)
+        self.id("save-svg").click()  # paper stays paper
+        self.assertIn(own[2].encode(), self.saved("umbrella.svg"))
+
     def test_names_from_afar_hide_nothing(self):
         """Every node with room has its name, none over a node or cut at the edge; distributions keep the title and a bar."""
         chance = random.Random(4)
@@ -488,6 +547,38 @@ class Report(ReportCase):
         self.click_at(*self.script("const box = byId('map').getBoundingClientRect(); return [box.left + 20, box.top + 20]"))
         self.assertLess(self.script("return (view.x - frame.left) / frame.width"), 0.3)
 
+    def test_long_texts_and_titles_that_say_nothing(self):
+        states = ["The pressure of the water in the second tank is %s than it should be" % w for w in ("much lower", "a little lower", "higher")]
+        listed = " ".join(map(hugin_text, states))
+        parts = "net\n{\n name = \"unknown\";\n}\n" + "".join("node %s\n{\n states = (%s);\n}\n" % (n, listed) for n in "abc") \
+            + "node f\n{\n states = (\"=1+1\" \"@x\" \"-3\");\n}\n" \
+            + potential_text("c", ["a", "b"], [0.2, 0.3, 0.5] * 9) + potential_text("f", [], [0.2, 0.3, 0.5])
+        for width, height in ((1280, 800), (360, 740)):
+            self.browser.look(width, height)
+            self.open(self.write(parts, "tanks.net"))
+            self.assertEqual([self.id("title").text, self.driver.title], [self.heading()] * 2)
+            self.assertNotEqual(self.heading(), "unknown")
+            self.select("c")
+            room = self.script("const right = byId('details').clientWidth + byId('details').getBoundingClientRect().left;"
+                               "return [...document.querySelectorAll('#distribution .part')].map((e) => right - e.getBoundingClientRect().right)")
+            self.assertTrue(room and min(room) >= 0, room)
+            rows = self.rows()
+            heads = [tuple(self.script("return [...document.querySelectorAll('.grid tbody tr')[arguments[0]].querySelectorAll('th')].map("
+                                       "(e) => e.textContent)", i)) for i in range(len(rows) - 1)]
+            self.assertEqual(len(set(heads)), len(heads), heads)  # no two that look alike
+        self.assertTrue(self.button("Fill the window").is_displayed())
+        self.button("Fill the window").click()
+        self.frame()
+        self.assertEqual(self.script("return document.body.dataset.panel"), "full")
+        self.browser.look(1280, 800)
+        self.script("widen('')")
+        self.select("f")
+        self.script("navigator.clipboard.writeText = async (text) => { window.copied = text; }")
+        self.button("Copy CSV").click()
+        self.assertEqual(self.script("return window.copied").split("\n")[0].split(",")[-3:], ["'=1+1", "'@x", "-3"])
+        self.open(self.write("net\n{\n}\n", "empty.net"))
+        self.assertIn("This net has no nodes.", self.texts("#details p"))
+
     # ---- Problems, paper, files
 
     def test_problems_show_their_line_and_lead_to_their_node(self):
@@ -516,7 +607,9 @@ class Report(ReportCase):
         self.assertEqual(self.focused_id(), "heading")
         self.assertEqual(self.heading(), "Valve")
         repeated = "".join("node n%d\n{\n states = (\"a\" \"b\");\n HR_made_up_%d = 1;\n}\n" % (i, i) for i in range(7))
+        self.assertEqual(self.id("tab-problems").get_attribute("textContent"), "Problems %d" % (len(reports) - 1))
         self.open(self.write("net\n{\n}\n" + repeated))
+        self.assertEqual(self.id("tab-problems").get_attribute("textContent"), "Problems")  # harmless ones do not count
         self.assertEqual(self.texts("#problems summary"), ["7 harmless"])
 
     def test_texts_of_the_file_stay_texts(self):
@@ -555,9 +648,13 @@ class Report(ReportCase):
                              + node_text("c", 3) + node_text("d", 2) + potential_text("a", [], numbers)
                              + potential_text("b", ["a"], tall) + potential_text("c", [], [0.2, 0.3, 0.5])
                              + potential_text("d", ["a", "c"], [0.123, 0.877] * 600)))
+        self.script("toggleEvidence(2, 1)")
+        self.browser.settled()
         pdf = base64.b64decode(self.browser.command("Page.printToPDF")["data"])
         text = subprocess.run(["pdftotext", "-layout", "-", "-"], input=pdf, stdout=subprocess.PIPE, check=True).stdout.decode()
         self.assertIn("made.net, hugin", text)
+        self.assertIn("Evidence: c: s1. probability 0.3", text)
+        self.assertRegex(text, r"s0 \d+\.\d%, s1 \d+\.\d%")  # what is believed
         self.assertRegex(text, r"s199 +0\.499 +0\.501")  # the last row of b
         self.assertRegex(text, r"s199 +0\.204")
         self.assertGreater(len([line for line in text.split("\n") if line.split() == ["a", "s0", "s1"]]), 2)  # its head, again

@@ -183,6 +183,7 @@ TEST_F(Cli, TableOfANode) {
         "node Q { states = (\"a\" \"b\"); }\nnode C { states = (\"x\" \"y\" \"z\"); }\n"
         "utility U { } potential (U | P) { data = (-1.5 20); } decision D { states = (\"go\"); }\n"
         "potential (C | P Q) { data = (0.59 0.4067 0.0033 1 0 0 0 1 0 0.25 0.25 0.5); }\n");
+    write("s.net", "net {} node S { states = (\"=1+1\" \"@x\" \"-a\" \"-3\"); }");
     const std::pair<const char*, const char*> cases[] = {
         {"$L table t.net C",
          "C: nature\n\n"
@@ -201,6 +202,7 @@ TEST_F(Cli, TableOfANode) {
         {"$L table t.net U Q --csv",
          "U\r\nP,utility\r\n\u6771\u4eac,-1.5\r\n\"b,c\",20\r\n\r\nQ\r\na,b\r\n"},
         {"$L table t.net --all | grep -cE ': (nature|utility|decision)$'", "5\n"},
+        {"$L table s.net --csv", "'=1+1,'@x,'-a,-3\r\n"},  // what a spreadsheet would compute
         {"$L table t.net U --csv", "P,utility\r\n\u6771\u4eac,-1.5\r\n\"b,c\",20\r\n"},
     };
     for (const auto& [command, text] : cases) EXPECT_EQ(run(command).out, text) << command;

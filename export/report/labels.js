@@ -172,7 +172,7 @@ function drawNames(visible) {
         if (!isIn(visible, index)) continue;
         setFont(size);
         pen.textAlign = align;
-        pen.fillStyle = beside ? colors.text : nodes[index].ink;
+        pen.fillStyle = beside ? colors.text : inkOf(nodes[index]);
         lines.forEach((line, i) => {
             const base = y + (i - (lines.length - 1) / 2) * size * 1.25 + size * 0.35;
             if (beside) {  // so that links do not cross it out

@@ -4,7 +4,8 @@
 
 const list = byId('list');
 const rows = byId('rows');
-const rowHeight = 28;
+const fingers = matchMedia('(pointer: coarse), (max-width: 600px)');
+let rowHeight = fingers.matches ? 44 : 28;
 let shown = nodes.map((_, i) => i);  // indices of the nodes that match the search
 let current = 0;  // place in `shown` that the keyboard is at
 let haystacks = null;  // by node what the search looks at: its names, then its states
@@ -34,6 +35,7 @@ function listRow(place) {
     }, swatch(node), el('span', {text: titleOf(node)}),
     besideTitle(index), worst ? el('span', {class: `mark ${worst}`, text: '!', 'aria-label': `has ${worst}s`}) : null);
     row.style.top = `${place * rowHeight}px`;
+    row.style.height = `${rowHeight}px`;
     return row;
 }
 
@@ -113,6 +115,10 @@ byId('search').addEventListener('keydown', (event) => {
     list.focus();
 });
 new ResizeObserver(drawList).observe(list);
+fingers.addEventListener('change', () => {
+    rowHeight = fingers.matches ? 44 : 28;
+    goTo(current);
+});
 listeners.push((index, source) => {
     const place = source === 'list' ? -1 : shown.indexOf(index);
     if (place >= 0) goTo(place);

@@ -9,6 +9,7 @@ function drawMap() {
     const width = canvas.clientWidth / view.zoom, height = canvas.clientHeight / view.zoom;
     const seen = Math.min(width, frame.width) * Math.min(height, frame.height);
     map.hidden = nodes.length < 20 || seen > frame.width * frame.height / 2 || canvas.clientHeight < 260;
+    if (!map.hidden && selected >= 0) keepOffSelected();
     if (map.hidden) return;
     const {zoom, left, top} = mapPlace();
     mapPen.fillStyle = colors.canvas;
@@ -24,6 +25,16 @@ function drawMap() {
     mapPen.strokeStyle = colors.accent;
     mapPen.lineWidth = 1.5;
     mapPen.strokeRect(left + view.x * zoom, top + view.y * zoom, Math.max(3, width * zoom), Math.max(3, height * zoom));
+}
+
+/** The map goes to the other corner, or away, where it would cover the selected node. */
+function keepOffSelected() {
+    const [x, y, w, h] = boxes[selected], left = (x - w - view.x) * view.zoom, right = (x + w - view.x) * view.zoom;
+    const bottom = (y + h - view.y) * view.zoom, edge = 16, wide = map.offsetWidth + edge, room = canvas.clientWidth;
+    const low = bottom > canvas.clientHeight - map.offsetHeight - edge && (y - h - view.y) * view.zoom < canvas.clientHeight;
+    const covers = {right: low && right > room - wide && left < room, left: low && left < wide && right > 0};
+    map.dataset.corner = covers.right && room > 500 ? 'left' : 'right';
+    map.hidden = covers[map.dataset.corner];
 }
 
 /** How the map shows the net: a point (x, y) of it lies at (left + x * zoom, top + y * zoom). */

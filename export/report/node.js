@@ -177,9 +177,10 @@ function netParts() {
     const net = data.net;
     if (!net) return [el('h2', {tabindex: '-1', id: 'heading', text: 'Nothing could be read'})];
     return [
-        el('h2', {tabindex: '-1', id: 'heading', text: net.title || net.name}),
+        el('h2', {tabindex: '-1', id: 'heading', text: netTitle()}),
         el('p', {class: 'faint', text: `${net.name}: ${count(nodes.length, 'node')}, ${count(nodes.reduce((sum, node) => sum + node.parents.length, 0), 'link')}` }),
-        picture.laidOut ? el('p', {class: 'faint', text: 'The nodes were placed by the automatic layout.'}) : null,
+        nodes.length === 0 ? el('p', {text: 'This net has no nodes.'}) : null,
+        picture.laidOut && nodes.length > 0 ? el('p', {class: 'faint', text: 'The nodes were placed by the automatic layout.'}) : null,
         net.comment ? longText(net.comment) : null,
         nodes.length ? planParagraphs() : null,
         nodes.length ? questionSection(-1) : null,

@@ -11,6 +11,9 @@ const nodes = data.nodes;
 const byId = (id) => document.getElementById(id);
 const titleOf = (node) => node.title || node.name;
 const nameBeside = (node) => Boolean(node.title) && node.title !== node.name;
+const isNamed = (text) => Boolean(text) && !/^(unknown|untitled)$/i.test(text.trim());
+/** What the net is called: its title or name where these say anything, else its file. */
+const netTitle = () => [data.net?.title, data.net?.name].find(isNamed) || data.file;
 const count = (n, word) => `${n.toLocaleString('en')} ${word}${n === 1 ? '' : 's'}`;
 
 /** An element with attributes ('text', 'class' and handlers 'onclick' ... among them) and children. */

@@ -16,11 +16,17 @@ let frame = picture;  // left, top, width and height of what is shown
 let switched = false;  // the other layout is shown
 let drawing = false;
 let colors = {};
+let forced = false;  // the system allows its own colours alone
+const fillOf = (node) => (forced ? colors.canvas : node.fill);
+const inkOf = (node) => (forced ? colors.text : node.ink);
 
 function readColors() {
-    const style = getComputedStyle(document.documentElement);
-    for (const name of ['canvas', 'text', 'link', 'outline', 'accent', 'bar', 'strong', 'error', 'warning', 'notice'])
-        colors[name] = style.getPropertyValue(`--${name}`).trim();
+    const probe = byId('probe'), style = getComputedStyle(probe);  // the system's own colours become numbers there
+    for (const name of ['canvas', 'text', 'link', 'outline', 'accent', 'bar', 'strong', 'error', 'warning', 'notice']) {
+        probe.style.color = `var(--${name})`;
+        colors[name] = style.color;
+    }
+    forced = matchMedia('(forced-colors: active)').matches && !('paper' in document.documentElement.dataset);
 }
 
 function redraw() {
@@ -134,11 +140,11 @@ function drawBeliefs(index, zoom) {
     const node = nodes[index], belief = beliefOf(index);
     const [x, y, w, h] = boxes[index], {title, top, bar, letters, states, named} = beliefShape(index, zoom);
     const left = x - w + 4, width = 2 * w - 8;
-    if (named) writeText(titleOf(node), x, y - h + title * 1.08, title, width, 'center', node.ink);
+    if (named) writeText(titleOf(node), x, y - h + title * 1.08, title, width, 'center', inkOf(node));
     if (isValued(node)) {
         const values = expectations.get(index);
         const text = values ? values.map(shortNumber).join(', ') : '';
-        if (named) writeText(text, x, y - h + top + letters, letters, width, 'center', node.ink);
+        if (named) writeText(text, x, y - h + top + letters, letters, width, 'center', inkOf(node));
         return;
     }
     shownStates(index, states).forEach((state, i) => {
@@ -213,13 +219,13 @@ function drawNode(index, zoom) {
     const chosen = index === selected;
     pen.globalAlpha = !lit || lit.has(index) ? 1 : 0.15;
     outline(index, 0);
-    pen.fillStyle = node.fill;
+    pen.fillStyle = fillOf(node);
     pen.fill();
     pen.strokeStyle = chosen ? colors.accent : colors.outline;
     pen.lineWidth = chosen ? 3.5 : 1;
     pen.stroke();
     if (node.double && !inPicture) {
-        pen.strokeStyle = node.ink;
+        pen.strokeStyle = inkOf(node);
         pen.lineWidth = 1;
         outline(index, picture.inner);
         pen.stroke();
@@ -241,7 +247,7 @@ function drawLabel(node, size) {
     const scale = size / picture.font.size;
     setFont(size);
     pen.textAlign = 'center';
-    pen.fillStyle = node.ink;
+    pen.fillStyle = inkOf(node);
     node.label.forEach((line, i) => {
         const middle = node.at[1] + (i - (node.label.length - 1) / 2) * picture.lineHeight * scale;
         pen.fillText(line, node.at[0], middle + picture.baseline * scale, 2 * node.at[2]);

@@ -4,12 +4,13 @@
 
 const mostPrintedRows = 200;
 const mostPrintedCells = 100000;
+const mostRowsBeside = 30;  // of a table in two columns
 const mostDrawnNodes = 3000;  // more are painted
-const paperWidth = 940;  // in letters of the screen's size
+const paperWidth = 1020;  // in letters of the screen's size
 
 /** The whole table in parts that are as wide as the paper; each has all row heads. */
 function printedTable({rows, columns, value}) {
-    const heads = rows.titles.map((title, level) => widest(rows.count, (i) => rows.label(level, i), textWidth(title), 110));
+    const heads = rows.titles.map((title, level) => widest(rows.count, (i) => rows.label(level, i), textWidth(title), 190));
     const head = heads.reduce((a, b) => a + b, 0);
     const cell = widest(rows.count, (r) => value(r, 0), widest(columns.count, (c) => columns.label(0, c), 40, 110), 110);
     const atOnce = Math.max(2, Math.floor((paperWidth - head) / cell));
@@ -26,11 +27,13 @@ function printedTable({rows, columns, value}) {
         }
         parts.push(el('table', {}, el('thead', {}, top), body));
     }
+    parts.wide = columns.count > atOnce || head + cell * columns.count > paperWidth * 0.48 || rows.count > mostRowsBeside;
     return parts;
 }
 
-function printedNode(node, room) {
-    const parts = [];
+function printedNode(index, room) {
+    const node = nodes[index], parts = [];
+    let wide = false;
     for (const [name, model] of tableModels(node)) {
         const transposed = model.rows.count === 1 && model.columns.count > 8;
         const shown = transposed ? {rows: model.columns, columns: {...model.rows, titles: ['']}, value: (r, c) => model.value(c, r)} : model;
@@ -41,11 +44,45 @@ function printedNode(node, room) {
             continue;
         }
         room.cells -= cells;
-        parts.push(...printedTable(shown));
+        const made = printedTable(shown);
+        wide ||= made.wide;
+        parts.push(...made);
     }
+    const believed = printedBelief(index);
+    if (believed) parts.unshift(believed);
     if (parts.length === 0) return null;
     const name = nameBeside(node) ? ` (${node.name})` : '';
-    return el('section', {}, el('h3', {text: titleOf(node) + name}), ...parts);
+    return {wide, section: el('section', {}, el('h3', {text: titleOf(node) + name}), ...parts)};
+}
+
+const mostPrintedStates = 30;
+
+/** What is believed of the node, in a line. */
+function printedBelief(index) {
+    const belief = beliefOf(index), values = isValued(nodes[index]) ? expectations.get(index) : null;
+    if (values) return el('p', {class: 'told', text: `Expected: ${values.map(shortNumber).join(', ')}`});
+    if (!belief || belief.length > mostPrintedStates) return null;
+    const errors = beliefs.errors?.[index];
+    const share = (p, s) => `${stateLabel(nodes[index], s)} ${percent(p)}${errors ? ` ± ${(100 * errors[s]).toFixed(1)}` : ''}`;
+    return el('p', {class: 'told', text: `${evidence.has(index) ? 'Evidence: ' : ''}${Array.from(belief, share).join(', ')}`});
+}
+
+/** The nodes' tables, small ones first, in two columns. */
+function printedNodes(room) {
+    const made = nodes.map((_, index) => printedNode(index, room)).filter(Boolean);
+    const sections = (wide) => made.filter((one) => one.wide === wide).map((one) => one.section);
+    return [el('div', {class: 'two'}, ...sections(false)), ...sections(true)];
+}
+
+/** What the beliefs are given, and what of them is not exact. */
+function printedEvidence() {
+    if (!beliefs || nodes.length === 0) return [];
+    const texts = [...evidence.keys()].map(evidenceText), notes = byId('evidence').querySelectorAll('.note');
+    return [
+        texts.length > 0 ? el('p', {text: `Evidence: ${texts.join('; ')}. ${[...notes].map((note) => note.textContent).join(', ')}`}) : '',
+        beliefs.utility !== null && beliefs.possible && texts.length === 0 ? el('p', {text: `Expected utility: ${shortNumber(beliefs.utility)}`}) : '',
+        beliefs.possible ? '' : impossible(), ...planNotes().map((text) => el('p', {class: 'faint', text})),
+    ];
 }
 
 function preparePrint() {
@@ -60,7 +97,7 @@ function preparePrint() {
         }).join(', ')}), kind.indices.length > 50 ? ` and ${kind.indices.length - 50} more` : ''));
     byId('print').replaceChildren(el('h1', {text: byId('title').textContent}), el('p', {text: byId('facts').textContent}), drawn,
         data.net && data.net.comment ? el('p', {text: data.net.comment}) : '',
-        ...nodes.map((node) => printedNode(node, room)).filter((part) => part !== null),
+        ...printedEvidence(), ...printedNodes(room),
         el('h2', {text: data.reports.length ? count(data.reports.length, 'problem') : 'No problems.'}), el('ul', {}, ...problems));
 }
 

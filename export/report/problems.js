@@ -82,12 +82,12 @@ function kindLine(kind) {
 function showProblems() {
     const box = byId('problems');
     const total = data.reports.length;
-    byId('tab-problems').textContent = total ? `Problems ${total.toLocaleString('en')}` : 'Problems';
-    if (total === 0) return box.append(el('p', {class: 'faint', text: 'No problems.'}));
     const kinds = problemKinds();
     const harmless = kinds.filter(isHarmless);
     const harmlessCount = harmless.reduce((sum, kind) => sum + kind.indices.length, 0);
-    box.append(el('h2', {text: count(total, 'problem')}), ...kinds.filter((kind) => !isHarmless(kind)).map(kindLine));
+    const own = total - harmlessCount;
+    byId('tab-problems').textContent = own ? `Problems ${own.toLocaleString('en')}` : 'Problems';
+    box.append(own ? el('h2', {text: count(own, 'problem')}) : el('p', {class: 'faint', text: 'No problems.'}), ...kinds.filter((kind) => !isHarmless(kind)).map(kindLine));
     if (harmless.length > 0)
         box.append(folded([el('span', {class: 'faint', text: `${harmlessCount.toLocaleString('en')} harmless`})], () => harmless.map(kindLine)));
 }

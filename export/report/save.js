@@ -68,12 +68,14 @@ function canvasWidth(text, font) {
 function drawOnPaper(otherPen) {
     const own = pen, theme = document.documentElement.dataset.theme;
     document.documentElement.dataset.theme = 'light';
+    document.documentElement.dataset.paper = '';
     readColors();
     pen = otherPen;
     pen.fillStyle = colors.canvas;
     pen.fillRect(frame.left, frame.top, frame.width, frame.height);
     drawNet({left: -Infinity, top: -Infinity, right: Infinity, bottom: Infinity, zoom: 1.5});
     pen = own;
+    delete document.documentElement.dataset.paper;
     if (theme) document.documentElement.dataset.theme = theme;
     else delete document.documentElement.dataset.theme;
     readColors();
@@ -99,7 +101,7 @@ function paintedPicture() {
     return made;
 }
 
-const baseName = () => (data.net ? data.net.name : data.file).replace(/[^\w.-]+/g, '_');
+const baseName = () => (isNamed(data.net?.name) ? data.net.name : data.file.replace(/\.[^.]*$/, '')).replace(/[^\w.-]+/g, '_');
 
 function download(blob, name) {
     const address = URL.createObjectURL(blob);

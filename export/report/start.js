@@ -87,7 +87,7 @@ function recolor() {
 }
 
 function start() {
-    byId('title').textContent = data.net ? data.net.title || data.net.name : data.file;
+    byId('title').textContent = netTitle();
     const status = {
         ok: 'read', warnings: 'read with warnings', errors: 'read with errors', failed: 'nothing could be read',
     }[data.status];
@@ -102,8 +102,9 @@ function start() {
     byId('layout').setAttribute('aria-pressed', String(Boolean(picture.laidOut)));
     byId('layout').addEventListener('click', switchLayout);
     matchMedia('(prefers-color-scheme: dark)').addEventListener('change', recolor);
+    matchMedia('(forced-colors: active)').addEventListener('change', recolor);
     recolor();
-    goToPanel(nodes.length > 0 ? 'details' : 'problems');
+    goToPanel(nodes.length > 0 || data.net ? 'details' : 'problems');
     showDetails(-1);
     search();
     fit();

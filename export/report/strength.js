@@ -58,9 +58,9 @@ function strengthStyle(part) {
 }
 
 function colorsBetween(a, b, share) {
-    const parts = (color) => [1, 3, 5].map((at) => parseInt(color.slice(at, at + 2), 16));
+    const parts = (color) => color.match(/[\d.]+/g).map(Number);
     const from = parts(a), to = parts(b);
-    return `#${from.map((v, i) => Math.round(v + (to[i] - v) * share).toString(16).padStart(2, '0')).join('')}`;
+    return `rgb(${[0, 1, 2].map((i) => Math.round(from[i] + (to[i] - from[i]) * share)).join(', ')})`;
 }
 
 /** What is said of the link from the node's k-th parent. */

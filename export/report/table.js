@@ -24,10 +24,49 @@ function widest(count, text, least, most) {
     return Math.ceil(Math.min(width, most));
 }
 
+/** The text as far as it fits: what it shares with the others at both ends goes first. */
+function fittingText(text, width, {start, end}) {
+    if (textWidth(text) <= width) return text;
+    const letters = lettersOf(text), inner = start + end < letters.length ? letters.slice(start, letters.length - end) : letters;
+    const [before, after] = inner === letters ? ['', ''] : [start > 0 ? '…' : '', end > 0 ? '…' : ''];
+    const cut = (length) => before + inner.slice(0, length).join('') + (length < inner.length ? '…' : after);
+    if (textWidth(cut(inner.length)) <= width) return cut(inner.length);
+    let fits = 1, tooMany = inner.length;
+    while (fits + 1 < tooMany) {
+        const middle = (fits + tooMany) >> 1;
+        if (textWidth(cut(middle)) <= width) fits = middle;
+        else tooMany = middle;
+    }
+    return cut(fits);
+}
+
+/** How many letters the heads of a level share at their start and at their end. */
+function sharedLetters(axis, level) {
+    const texts = [...new Set(Array.from({length: Math.min(axis.count, 300)}, (_, i) => axis.label(level, i)))].map(lettersOf);
+    const least = Math.min(...texts.map((text) => text.length));
+    const shared = (of) => {
+        let letters = 0;
+        while (letters < least && texts.every((text) => of(text, letters) === of(texts[0], letters))) ++letters;
+        return letters;
+    };
+    if (texts.length < 2) return {start: 0, end: 0};
+    const start = shared((text, i) => text[i]);
+    return {start, end: Math.min(least - start, shared((text, i) => text[text.length - 1 - i]))};
+}
+
+/** The widths of the heads made less by so much, of those first that are repeated most. */
+function narrowed(heads, excess, least) {
+    return heads.map((width, level) => {
+        const less = Math.min(excess, Math.max(0, width - (level < heads.length - 1 ? least : least * 2)));
+        excess -= less;
+        return Math.floor(width - less);
+    });
+}
+
 /** The axis with all its heads in one, for where they have no room. */
 function condensed(axis) {
     return {
-        count: axis.count, titles: [axis.titles.join(', ')], digit: (_, i) => i,
+        count: axis.count, parts: axis, titles: [axis.titles.join(', ')], digit: (_, i) => i,
         label: (_, i) => axis.titles.map((__, level) => axis.label(level, i)).join(', '),
     };
 }
@@ -75,10 +114,19 @@ class NumberTable {
             this.grid.scrollTo(0, 0);
             this.arrange();
         }, {class: 'transpose', 'aria-pressed': String(this.transposed), title: 'Exchange rows and columns (t)'});
+        this.wide = button('Fill the window', () => widen('full'), {hidden: '', title: 'The table in the whole window'});
         return el('div', {class: 'tabletools', role: 'toolbar', 'aria-label': this.name}, el('span', {class: 'faint', text: size}),
-            turn, button('Copy CSV', () => copyText(this.text(','), 'CSV')), button('Copy TSV', () => copyText(this.text('\t'), 'TSV')),
+            this.wide, turn, button('Copy CSV', () => copyText(this.text(','), 'CSV')), button('Copy TSV', () => copyText(this.text('\t'), 'TSV')),
             button('Download', () => download(new Blob([this.text(',')], {type: 'text/csv'}), `${nodes[selected].name}.csv`),
                 {title: 'Save the table as CSV'}));
+    }
+
+    /** A row's head as it fits into so many lines; of several in one each gets its share. */
+    rowHead(level, r, lines) {
+        const {rows, heads, shared} = this.view, {parts} = rows, padding = 16, room = (heads[level] - padding) * lines;
+        if (!parts) return fittingText(rows.label(level, r), room + padding + 4, shared[level]);
+        const share = room / parts.titles.length + padding;
+        return parts.titles.map((_, part) => fittingText(parts.label(part, r), share, shared[part])).join(', ');
     }
 
     /** The axes as they are shown, and the value at a place. */
@@ -100,7 +148,8 @@ class NumberTable {
         const view = this.shown();
         let {rows, columns} = view;
         if (columns.titles.length > 6) columns = condensed(columns);
-        const height = cellHeight * (columns.titles.length + rows.count);
+        const heightOf = (rowHigh, headHigh) => headHigh * columns.titles.length + rowHigh * rows.count;
+        let height = heightOf(cellHeight, cellHeight);
         const scrolls = height + 2 > parseFloat(getComputedStyle(this.grid).maxHeight);
         const available = this.box.clientWidth - (scrolls ? scrollBar : 0) - 2;
         const widths = (axis, most) => axis.titles.map((title, level) => Math.max(
@@ -110,14 +159,22 @@ class NumberTable {
         const cell = Math.max(...widths(columns, 130), widest(Math.min(rows.count * columns.count, 1e6),
             (i) => view.value(Math.floor(i / columns.count), i % columns.count), 46, 130));
         const most = Math.max(available - cell * columns.count, available * (available < 600 ? 0.5 : 0.6));
-        if (sum(heads) > most) heads = heads.map((width) => Math.max(34, Math.floor(width * most / sum(heads))));
+        const wraps = sum(heads) > most && fingers.matches;
+        if (sum(heads) > most) heads = narrowed(heads, sum(heads) - most, 56);
         if (sum(heads) > most) {
             rows = condensed(rows);
             heads = [Math.floor(most)];
         }
-        this.view = {...view, rows, columns, heads, cell, head: sum(heads)};
+        const rowHigh = wraps ? 2 * cellHeight - 6 : cellHeight, headHigh = fingers.matches ? 44 : cellHeight;
+        const parts = rows.parts ?? rows, shared = parts.titles.map((_, level) => sharedLetters(parts, level));
+        this.view = {...view, rows, columns, heads, cell, head: sum(heads), rowHigh, headHigh, wraps, shared};
+        this.wide.hidden = !fingers.matches || document.body.dataset.panel === 'full' || this.view.head + cell * columns.count <= available;
         const width = this.view.head + cell * columns.count;
+        height = heightOf(rowHigh, headHigh);
         this.full = {width, height};
+        this.pane.style.setProperty('--row', `${rowHigh}px`);
+        this.pane.style.setProperty('--head', `${headHigh}px`);
+        this.pane.classList.toggle('wraps', wraps);
         this.pane.style.width = this.pane.style.height = '0';  // of before, it would be scrolled over
         this.sizer.style.width = `${Math.min(width, mostScroll)}px`;
         this.sizer.style.height = `${Math.min(height, mostScroll)}px`;
@@ -141,12 +198,12 @@ class NumberTable {
 
     draw() {
         if (!this.view) return;
-        const {rows, columns, heads, cell, head} = this.view;
+        const {rows, columns, heads, cell, head, rowHigh} = this.view;
         const {clientWidth: width, clientHeight: height, scrollTop, scrollLeft} = this.grid;
         const top = this.scrolled(scrollTop, height, this.full.height);
         const left = this.scrolled(scrollLeft, width, this.full.width);
-        const firstRow = Math.floor(top / cellHeight), firstColumn = Math.floor(left / cell);
-        const endRow = Math.min(rows.count, Math.ceil((top + height) / cellHeight));
+        const firstRow = Math.floor(top / rowHigh), firstColumn = Math.floor(left / cell);
+        const endRow = Math.min(rows.count, Math.ceil((top + height) / rowHigh));
         const endColumn = Math.min(columns.count, Math.max(firstColumn + 1, Math.ceil((left + width - head) / cell)));
         const table = el('table', {'aria-rowcount': rows.count + columns.titles.length, 'aria-colcount': columns.count + heads.length},
             el('colgroup', {}, ...[...heads, ...Array(endColumn - firstColumn).fill(cell)].map((w) => {
@@ -154,7 +211,7 @@ class NumberTable {
                 column.style.width = `${w}px`;
                 return column;
             })), this.head(firstColumn, endColumn), this.body(firstRow, endRow, firstColumn, endColumn));
-        table.style.setProperty('--up', `${firstRow * cellHeight - top}px`);
+        table.style.setProperty('--up', `${firstRow * rowHigh - top}px`);
         table.style.setProperty('--left', `${firstColumn * cell - left}px`);
         table.style.width = `${head + cell * (endColumn - firstColumn)}px`;
         this.pane.style.width = `${width}px`;
@@ -181,7 +238,7 @@ class NumberTable {
     }
 
     body(firstRow, endRow, from, to) {
-        const {rows, columns, value, part} = this.view;
+        const {rows, columns, value, part, wraps} = this.view;
         const body = el('tbody');
         for (let r = firstRow; r < endRow; ++r) {
             const starts = r > 0 && !this.order && rows.titles.length > 1 && !repeats(rows, rows.titles.length - 2, r);
@@ -189,7 +246,7 @@ class NumberTable {
             rows.titles.forEach((_, level) => {
                 const again = r > firstRow && repeats(rows, level, r) ? 'again' : null;
                 const text = rows.label(level, r);
-                row.append(this.named(el('th', {scope: 'row', class: again, title: text}), text, this.transposed ? r : -1));
+                row.append(this.named(el('th', {scope: 'row', class: again, title: text}), this.rowHead(level, r, wraps ? 1.7 : 1), this.transposed ? r : -1));
             });
             for (let c = from; c < to; ++c) {
                 const cell = el('td', {text: value(r, c), 'aria-colindex': c === from ? rows.titles.length + c + 1 : null});
@@ -231,7 +288,11 @@ class NumberTable {
     /** The whole table as it is shown, with its heads; a text in quotes where it needs them. */
     text(separator) {
         const {rows, columns, value} = this.shown();
-        const quoted = (text) => (/[",\t\n\r]/.test(text) ? `"${text.replaceAll('"', '""')}"` : text);
+        const asText = (text) => (/^[=+\-@\t\r]/.test(text) && !Number.isFinite(Number(text)) ? `'${text}` : text);  // else spreadsheets compute it
+        const quoted = (cell) => {
+            const text = asText(cell);
+            return /[",\t\n\r]/.test(text) ? `"${text.replaceAll('"', '""')}"` : text;
+        };
         const lines = columns.titles.map((_, level) => [
             ...rows.titles.map((__, j) => cornerText(rows, columns, level, j)),
             ...Array.from({length: columns.count}, (__, c) => columns.label(level, c)),
