@@ -10,6 +10,7 @@ import io
 import math
 import os
 import random
+import re
 import subprocess
 import sys
 
@@ -167,7 +168,7 @@ class Report(ReportCase):
         self.keys(Keys.ENTER)
         self.assertEqual(self.focused_id(), "heading")
         # Evidence: the first bar after the buttons for relatives.
-        self.keys(*[Keys.TAB] * 6, Keys.ENTER)
+        self.keys(*[Keys.TAB] * 7, Keys.ENTER)
         self.browser.settled()
         self.assertEqual(self.focused().get_attribute("aria-pressed"), "true")
         self.assertEqual(self.texts("#distribution .part"), ["100%", "0%"])
@@ -663,6 +664,105 @@ class Report(ReportCase):
         for word in ("Transpose", "Fit", "Widen"):
             self.assertNotIn(word, text)
         self.assertEqual(self.script("return byId('print').childElementCount"), 0)
+
+    def links_through_nodes(self):
+        """Links whose course meets a box that is not an end of theirs, of what is shown."""
+        return self.script("""
+            const through = [];
+            for (const i of linkStarts) {
+                const p = links.slice(i + 3, i + 3 + 2 * links[i + 2]), met = new Set();
+                for (let at = 0; at + 6 < p.length; at += 6) for (let s = 0; s <= 20; ++s) {
+                    const t = s / 20, u = 1 - t, b = [u * u * u, 3 * u * u * t, 3 * u * t * t, t * t * t];
+                    const x = b.reduce((sum, v, k) => sum + v * p[at + 2 * k], 0), y = b.reduce((sum, v, k) => sum + v * p[at + 2 * k + 1], 0);
+                    boxes.forEach(([X, Y, w, h], n) => { if (Math.abs(x - X) < w - 1 && Math.abs(y - Y) < h - 1) met.add(n); });
+                }
+                met.delete(links[i]);
+                met.delete(links[i + 1]);
+                if (met.size > 0) through.push([links[i], links[i + 1], [...met]]);
+            }
+            return through;""")
+
+    def test_a_part_alone_and_groups_folded(self):
+        shown = "return nodes.flatMap((n, i) => (Number.isFinite(boxes[i][0]) ? [n.name] : [])).sort()"
+        linked = "return linkStarts.map((i) => [links[i], links[i + 1]].map((b) => b < nodes.length ? nodes[b].name : clusterText(clusters[b - nodes.length])).join(' ')).sort()"
+        apart = """const placed = boxes.filter(([x]) => Number.isFinite(x));
+            return placed.every(([x, y, w, h], i) => placed.every(([X, Y, W, H], j) => i === j || Math.abs(x - X) >= w + W || Math.abs(y - Y) >= h + H));"""
+        self.open_sample("hugin", "asia.net")
+        self.select("either")
+        self.keys("b", "n")
+        blanket = sorted("lung tub xray dysp bronc either".split())
+        self.assertEqual(self.script(shown), blanket)
+        self.assertEqual(self.script(linked), ["bronc dysp", "either dysp", "either xray", "lung either", "tub either"])
+        self.assertEqual([self.links_through_nodes(), self.script(apart)], [[], True])
+        self.assertEqual(self.id("scene").text, "× 6 of 8 nodes")
+        self.id("save-svg").click()
+        svg = self.saved("asia.svg").decode()
+        self.assertIn("Bronchitis?", svg)
+        self.assertNotIn("Smoker?", svg)
+        # For print: so wide, letters of that size, grey; where that is too wide the page says so.
+        self.keys("k")
+        for label, text in (("Width in mm", "85"), ("Letters in pt", "5")):
+            field = self.driver.find_element("css selector", "[aria-label='%s']" % label)
+            field.send_keys(Keys.CONTROL + "a")
+            field.send_keys(text, Keys.TAB)
+        self.driver.find_element("css selector", "dialog [type=checkbox]").click()
+        self.assertEqual(self.texts("#sharing [role=status]"), [""])
+        self.button("Save SVG", "dialog").click()
+        svg = self.saved("asia-85mm.svg").decode()
+        self.assertIn('width="85mm"', svg)
+        wide = float(re.search(r'viewBox="\S+ \S+ (\S+) ', svg)[1])
+        self.assertEqual({round(float(size) * 85 / wide / 25.4 * 72, 2) for size in re.findall(r'font-size="(\S+)"', svg)}, {5})
+        colors = re.findall(r'(?:fill|stroke)="rgb\((\d+), (\d+), (\d+)\)"', svg)
+        self.assertTrue(colors and all(len(set(color)) == 1 for color in colors), colors)
+        self.assertNotIn('"#', svg)
+        field.send_keys(Keys.CONTROL + "a")
+        field.send_keys("20", Keys.TAB)
+        self.assertIn("Too wide for letters of 20 pt", self.texts("#sharing [role=status]")[0])
+        self.keys(Keys.ESCAPE)
+        # With distributions, through the address, and until a node outside is selected.
+        self.keys("m")
+        self.assertEqual([self.links_through_nodes(), self.script(apart)], [[], True])
+        link = self.driver.current_url
+        self.select("smoke")
+        self.assertEqual(len(self.script(shown)), 8)
+        self.driver.get("about:blank")
+        self.driver.get(link)
+        self.browser.settled()
+        self.assertEqual(self.script(shown), blanket)
+        # Groups: one box each, links joined once; a click, a key and a node in them unfold.
+        self.open_sample("hugin", "press_groups.net")
+        own = self.view()
+        self.keys("g")
+        self.assertEqual(self.script(shown), [])
+        self.assertEqual(self.script(linked), ["Causes (1) Machine_parts (2)", "Machine_parts (2) Observations (1)"])
+        self.assertTrue(self.script(apart))
+        self.click_at(*self.script("const [x, y] = boxes[nodes.length + 1], c = canvas.getBoundingClientRect();"
+                                   "return [c.left + (x - view.x) * view.zoom, c.top + (y - view.y) * view.zoom].map(Math.round)"))
+        self.assertEqual(self.script(shown), ["Ink", "Roller"])
+        self.assertIn("folded=", self.driver.current_url)
+        self.select("Humidity")
+        self.assertEqual(self.script(shown), ["Humidity", "Ink", "Roller"])
+        self.keys("2", Keys.ESCAPE, "g")
+        self.assertEqual([len(self.script(shown)), self.view()], [4, own])
+        # Nets of many shapes, and more than is laid out.
+        chance = random.Random(9)
+        for count, parents in ((30, 2), (60, 3), (450, 2)):
+            parts = ["net\n{\n}\n"] + [node_text("n%d" % i, chance.choice((2, 5))) for i in range(count)]
+            for i in range(1, count):
+                given = chance.sample(range(i), min(i, chance.randint(0, parents)))
+                parts.append("potential ( n%d%s )\n{\n}\n" % (i, " | " + " ".join("n%d" % p for p in given) if given else ""))
+            self.open(self.write("".join(parts)))
+            for beliefs in (False, True):
+                self.script("if (inPicture !== arguments[0]) toggleInPicture(); showPart(new Set([...nodes.keys()].slice(1)))", beliefs)
+                self.assertEqual(len(self.script(shown)), count - 1)
+                if count <= 400:
+                    self.assertEqual([self.links_through_nodes(), self.script(apart)], [[], True])
+
+    def test_the_page_is_small(self):
+        self.open_sample("hugin", "asia.net")
+        with open(os.path.join(self.folder.name, "out.html"), encoding="utf-8") as file:
+            page = file.read()
+        self.assertLess(len(page.encode()) - self.script("return byId('data').textContent.length"), 200000)
 
     def test_pictures_are_saved(self):
         self.open_sample("hugin", "umbrella.net")

@@ -63,7 +63,8 @@ function drawLinks(visible) {
         if (mayBeIn(visible, linkStarts[n])) drawn.push(linkStarts[n]);
     // The more there are, the fainter, so that the nodes stay in front.
     const alpha = Math.max(0.15, Math.min(1, 1500 / drawn.length));
-    const isLit = (i) => !lit || (lit.has(links[i]) && lit.has(links[i + 1]));
+    const stays = (box) => box >= nodes.length || lit.has(box);  // groups stay bright
+    const isLit = (i) => !lit || (stays(links[i]) && stays(links[i + 1]));
     const bright = drawn.filter(isLit);
     if (lit) paint(drawn.filter((i) => !isLit(i)), colors.link, 1, 0.12 * alpha);
     if (strengthClass.size > 0) paintByStrength(bright, paint);

@@ -17,6 +17,7 @@ function drawMap() {
     const step = Math.ceil(nodes.length / 20000);
     for (let i = 0; i < nodes.length; i += step) {
         const [x, y, w, h] = boxes[i];
+        if (x === Infinity) continue;
         mapPen.fillStyle = i === selected ? colors.accent : !lit || lit.has(i) ? colors.link : colors.outline;
         mapPen.globalAlpha = !lit || lit.has(i) ? 1 : 0.15;
         mapPen.fillRect(left + (x - w) * zoom, top + (y - h) * zoom, Math.max(1, 2 * w * zoom), Math.max(1, 2 * h * zoom));

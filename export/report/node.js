@@ -167,10 +167,10 @@ function groupLink(index) {
     const group = data.groups[index];
     const box = el('span', {class: 'swatch', 'aria-hidden': 'true'});
     box.style.backgroundColor = group.color;
-    return el('span', {}, box, ' ', el('button', {
+    return el('span', {class: 'choices'}, box, ' ', el('button', {
         type: 'button', class: 'link', text: group.name, title: 'Find its nodes',
         onclick: () => searchFor(group.name),
-    }));
+    }), ...groupButtons(index));
 }
 
 function netParts() {

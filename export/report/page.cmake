@@ -3,7 +3,7 @@
 # policy. The worker's script is a text there, which the page starts itself.
 
 set(folder ${CMAKE_CURRENT_LIST_DIR})
-set(scripts page.js list.js relations.js beliefs.js answers.js strength.js links.js picture.js labels.js view.js map.js save.js table.js node.js
+set(scripts page.js list.js relations.js beliefs.js answers.js strength.js links.js picture.js labels.js layers.js scene.js view.js map.js save.js table.js node.js
     problems.js print.js state.js start.js)
 set(worker_scripts tables.js factors.js elimination.js solve.js inference.js decisions.js sampling.js questions.js worker.js)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/page.html ${folder}/page.css)

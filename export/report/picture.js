@@ -66,6 +66,7 @@ function frameOf(placed) {
     const margin = 10;
     let left = Infinity, right = -Infinity, top = Infinity, bottom = -Infinity;
     for (const [x, y, w, h] of placed) {
+        if (x === Infinity) continue;  // not shown
         left = Math.min(left, x - w);
         right = Math.max(right, x + w);
         top = Math.min(top, y - h);
@@ -79,10 +80,15 @@ function spreadPicture() {
     const middleX = view.x + canvas.clientWidth / 2 / view.zoom - frame.left;
     const middleY = view.y + canvas.clientHeight / 2 / view.zoom - frame.top;
     const before = frame;
-    const {x, y} = inPicture ? roomForBeliefs() : {x: 1, y: 1};
-    boxes = nodes.map((node) => (inPicture ? beliefBox(node, x, y) : node.at));
-    frame = inPicture ? frameOf(boxes) : picture;
-    spreadLinks(x, y);
+    if (isScene()) {
+        ({boxes, links, frame} = arrangeScene());
+        linkStarts = startsOf(links);
+    } else {
+        const {x, y} = inPicture ? roomForBeliefs() : {x: 1, y: 1};
+        boxes = nodes.map((node) => (inPicture ? beliefBox(node, x, y) : node.at));
+        frame = inPicture ? frameOf(boxes) : picture;
+        spreadLinks(x, y);
+    }
     if (fitted) return fit();
     view.x = frame.left + middleX * frame.width / before.width - canvas.clientWidth / 2 / view.zoom;
     view.y = frame.top + middleY * frame.height / before.height - canvas.clientHeight / 2 / view.zoom;
@@ -239,18 +245,19 @@ function drawNode(index, zoom) {
         pen.fill();
     }
     if (inPicture) drawBeliefs(index, zoom);
-    else if (isReadable(zoom)) drawLabel(node, picture.font.size);
+    else if (isReadable(zoom)) drawLabel(index, picture.font.size);
     pen.globalAlpha = 1;
 }
 
-function drawLabel(node, size) {
+function drawLabel(index, size) {
+    const node = nodes[index], [x, y, w] = boxes[index];
     const scale = size / picture.font.size;
     setFont(size);
     pen.textAlign = 'center';
     pen.fillStyle = inkOf(node);
     node.label.forEach((line, i) => {
-        const middle = node.at[1] + (i - (node.label.length - 1) / 2) * picture.lineHeight * scale;
-        pen.fillText(line, node.at[0], middle + picture.baseline * scale, 2 * node.at[2]);
+        const middle = y + (i - (node.label.length - 1) / 2) * picture.lineHeight * scale;
+        pen.fillText(line, x, middle + picture.baseline * scale, 2 * w);
     });
 }
 
@@ -258,7 +265,7 @@ function drawLabel(node, size) {
 
 function isIn(visible, index) {
     const [x, y, w, h] = boxes[index];
-    return x + w >= visible.left && x - w <= visible.right && y + h >= visible.top && y - h <= visible.bottom;
+    return x !== Infinity && x + w >= visible.left && x - w <= visible.right && y + h >= visible.top && y - h <= visible.bottom;
 }
 
 /** Draws with the pen what is in the rectangle; its zoom says what can be read. */
@@ -266,7 +273,8 @@ function drawNet(visible) {
     drawLinks(visible);
     for (let i = 0; i < nodes.length; ++i)
         if (i !== selected && isIn(visible, i)) (boxes[i][2] * visible.zoom < 2 ? drawSpeck : drawNode)(i, visible.zoom);
-    if (selected >= 0) drawNode(selected, visible.zoom);
+    if (selected >= 0 && isIn(visible, selected)) drawNode(selected, visible.zoom);
+    drawClusters(visible);
     if (!isReadable(visible.zoom)) drawNames(visible);
 }
 

@@ -35,7 +35,7 @@ function light() {
 function toggleRelation(relation) {
     if (!toggled.delete(relation)) toggled.add(relation);
     light();
-    document.querySelectorAll('#relations button').forEach((made, i) =>
+    document.querySelectorAll('#relations button[aria-pressed]').forEach((made, i) =>
         made.setAttribute('aria-pressed', String(toggled.has(relations[i]))));
     const others = selected < 0 ? 'select a node to see them' : count(lit ? lit.size - 1 : 0, 'node');
     say(`${relation.title} ${toggled.has(relation) ? 'shown' : 'no longer shown'}: ${others}`);
@@ -45,7 +45,7 @@ function relationButtons() {
     return el('div', {id: 'relations', role: 'group', 'aria-label': 'Show in the picture'},
         ...relations.map((relation) => button(relation.title, () => toggleRelation(relation), {
             'aria-pressed': String(toggled.has(relation)), title: `Show in the picture, dim the rest (${relation.key})`,
-        })));
+        })), button('Alone', togglePart, {title: 'Show what is bright alone, laid out anew; then all again (n)'}));
 }
 
 listeners.push(light);

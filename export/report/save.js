@@ -12,7 +12,8 @@ class SvgPen {
 
     element(tag, attributes) {
         const made = document.createElementNS(svgNames, tag);
-        for (const [name, value] of Object.entries(attributes)) made.setAttribute(name, value);
+        for (const [name, value] of Object.entries(attributes))
+            made.setAttribute(name, this.grey && (name === 'fill' || name === 'stroke') && value !== 'none' ? greyOf(value) : value);
         return made;
     }
 
@@ -112,6 +113,49 @@ function download(blob, name) {
 
 function saveSvg() {
     download(new Blob([new XMLSerializer().serializeToString(svgPicture())], {type: 'image/svg+xml'}), `${baseName()}.svg`);
+}
+
+// ---- A picture for print: so wide, with letters of that size, in grey -----------------------
+
+const points = 25.4 / 72;  // millimetres
+const printed = {width: 170, letters: 8, grey: false};
+
+/** The picture as SVG of that width in millimetres; letters are as large as wanted where it is not too wide for that. */
+function printSvg({width, letters, grey}) {
+    const wanted = width / (letters * points) * picture.font.size;  // of the frame, in the picture's own pixels
+    const shownWidth = Math.max(wanted, frame.width), left = frame.left - (shownWidth - frame.width) / 2;
+    const made = new SvgPen({left, top: frame.top, width: shownWidth, height: frame.height});
+    made.grey = grey;
+    drawOnPaper(made);
+    made.root.setAttribute('width', `${width}mm`);
+    made.root.setAttribute('height', `${Number((width * frame.height / shownWidth).toFixed(2))}mm`);
+    return {root: made.root, letters: picture.font.size * width / shownWidth / points};
+}
+
+function printForm() {
+    const number = (key, label, least, most) => el('label', {}, `${label} `, el('input', {
+        type: 'number', min: least, max: most, step: 'any', value: printed[key], 'aria-label': label,
+        onchange: ({target}) => { printed[key] = Math.min(most, Math.max(least, Number(target.value) || printed[key])); target.value = printed[key]; tell(); },
+    }));
+    const found = el('p', {class: 'faint', role: 'status'});
+    const tell = () => {
+        const fit = frame.width / picture.font.size * printed.letters * points;
+        found.textContent = fit > printed.width
+            ? `Too wide for letters of ${printed.letters} pt: they will have ${(printed.letters * printed.width / fit).toFixed(1)} pt. A part, or folded groups, have more room.` : '';
+    };
+    const grey = el('input', {type: 'checkbox', onchange: ({target}) => { printed.grey = target.checked; }});
+    grey.checked = printed.grey;
+    const save = () => download(new Blob([new XMLSerializer().serializeToString(printSvg(printed).root)], {type: 'image/svg+xml'}), `${baseName()}-${printed.width}mm.svg`);
+    tell();
+    return el('div', {}, el('h3', {text: 'For print'}), el('div', {class: 'choices form'}, number('width', 'Width in mm', 20, 1000), number('letters', 'Letters in pt', 3, 30),
+        el('label', {}, grey, ' grey'), button('Save SVG', save)), found);
+}
+
+/** The colour as grey that is as light. */
+function greyOf(color) {
+    const [r, g, b] = /^#/.test(color) ? [1, 3, 5].map((at) => parseInt(color.slice(at, at + 2), 16)) : color.match(/[\d.]+/g).map(Number);
+    const light = Math.round(0.2126 * r + 0.7152 * g + 0.0722 * b);
+    return `rgb(${light}, ${light}, ${light})`;
 }
 
 function savePng() {

@@ -40,6 +40,8 @@ const pageKeys = [
     ['e', 'the most probable explanation', askExplanation],
     ['i', 'what would tell most about the node', askTelling],
     ['o', 'whether the node is separated from another', askTrail],
+    ['n', 'what is bright alone, laid out anew; then all again', togglePart],
+    ['g', "fold or unfold the node's group, or all groups", toggleFolds],
     ['w', 'widen the details, fill the window, narrow them', () => widen()],
     ['t', 'transpose the table', () => content.querySelector('.transpose')?.click()],
     ['f', 'show the whole net', fit],

@@ -14,6 +14,8 @@ let viewTimer = 0;
 const stateParts = [
     ['evidence', () => [...evidence].map(([i, told]) => `${encodeURIComponent(nodes[i].name)}:${told}`).join(';'), takeEvidence],
     ['layout', () => (switched ? 'other' : ''), (text) => { if ((text === 'other') !== switched) switchLayout(); }],
+    ['folded', () => [...foldedGroups].join(';'), takeFolded],
+    ['alone', () => (part ? sceneNames(part) : ''), takePart],
     ['beliefs', () => (inPicture ? 'shown' : ''), (text) => { if (Boolean(text) !== inPicture) toggleInPicture(); }],
     ['strength', () => strength, (text) => { if (text !== strength && (text === '' || Object.hasOwn(measures, text))) showStrength(text); }],
     ['view', () => (viewChosen ? [view.x, view.y, view.zoom].map((v) => Number(v.toPrecision(5))).join(',') : ''), takeView],
@@ -113,7 +115,9 @@ function showSharing() {
     const row = (title, ...parts) => el('div', {}, el('h3', {text: title}), el('div', {class: 'choices'}, ...parts));
     dialog.replaceChildren(el('h2', {id: 'sharing-title', text: 'Save and share'}),
         row('This page, as it is now', button('Copy link', copyLink), button('Save the page', savePage)),
-        row('The picture', button('SVG', saveSvg), button('PNG', savePng), button('Print', () => { dialog.close(); print(); })),
+        row(part ? `The picture, ${part.size} of ${nodes.length} nodes` : 'The picture', button('SVG', saveSvg), button('PNG', savePng),
+            button('Print', () => { dialog.close(); print(); })),
+        printForm(),
         button('Close', () => dialog.close()));
     dialog.showModal();
 }

@@ -61,10 +61,10 @@ function moveBy(x, y) {
     viewChanged();
 }
 
-/** The node at a point of the canvas, -1 for none; the box around its shape counts. */
+/** The node (behind the nodes: the folded group) at a point of the canvas, -1 for none; the box around its shape counts. */
 function nodeAt(x, y) {
     const netX = view.x + x / view.zoom, netY = view.y + y / view.zoom;
-    for (let i = nodes.length - 1; i >= 0; --i) {
+    for (let i = boxes.length - 1; i >= 0; --i) {
         const [nodeX, nodeY, w, h] = boxes[i];
         if (Math.abs(netX - nodeX) <= w && Math.abs(netY - nodeY) <= h) return i;
     }
@@ -94,7 +94,7 @@ function neighbour(dx, dy) {
         : [view.x + canvas.clientWidth / 2 / view.zoom, view.y + canvas.clientHeight / 2 / view.zoom];
     let best = -1, least = Infinity;
     for (let i = 0; i < nodes.length; ++i) {
-        if (i === selected) continue;
+        if (i === selected || boxes[i] === nowhere) continue;
         const along = (boxes[i][0] - x) * dx + (boxes[i][1] - y) * dy;
         const aside = Math.abs((boxes[i][0] - x) * dy) + Math.abs((boxes[i][1] - y) * dx);
         const far = along + 2 * aside;
@@ -153,7 +153,7 @@ canvas.addEventListener('pointermove', (event) => {
     if (!before) {
         const over = nodeAt(...at);
         canvas.style.cursor = over >= 0 ? 'pointer' : 'grab';
-        canvas.title = over >= 0 ? titleOf(nodes[over]) : '';
+        canvas.title = over < 0 ? '' : over < nodes.length ? titleOf(nodes[over]) : `${clusterText(clusters[over - nodes.length])}: unfold`;
         return;
     }
     if (pointers.size === 2) {
@@ -171,6 +171,7 @@ canvas.addEventListener('pointerup', (event) => {
     if (!pointers.delete(event.pointerId) || dragged > 4) return;
     const [x, y] = placeOf(event);
     const index = nodeAt(x, y);
+    if (index >= nodes.length) return toggleFold(clusters[index - nodes.length].group);
     const state = index < 0 ? -1 : stateAt(index, view.y + y / view.zoom);
     if (state >= 0) return toggleEvidence(index, state);
     select(index, 'picture');
