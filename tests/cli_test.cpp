@@ -202,7 +202,7 @@ TEST_F(Cli, TableOfANode) {
         {"$L table t.net U Q --csv",
          "U\r\nP,utility\r\n\u6771\u4eac,-1.5\r\n\"b,c\",20\r\n\r\nQ\r\na,b\r\n"},
         {"$L table t.net --all | grep -cE ': (nature|utility|decision)$'", "5\n"},
-        {"$L table s.net --csv", "'=1+1,'@x,'-a,-3\r\n"},  // what a spreadsheet would compute
+        {"$L table s.net S --csv", "'=1+1,'@x,'-a,-3\r\n"},  // what a spreadsheet would compute
         {"$L table t.net U --csv", "P,utility\r\n\u6771\u4eac,-1.5\r\n\"b,c\",20\r\n"},
     };
     for (const auto& [command, text] : cases) EXPECT_EQ(run(command).out, text) << command;
