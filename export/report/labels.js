@@ -4,6 +4,7 @@
 // stands; else cut short within it. The best linked nodes choose first, as towns do on a map.
 
 const namesBeside = 400;  // at once
+const mostFailures = 250;  // nodes without room, after which it is not looked for
 const withinSizes = [9, 8];  // pixels of the letters
 const besideSizes = [10, 9];
 const longestName = 14, shortName = 4.5;  // in heights of the letters
@@ -52,24 +53,27 @@ class Room {
         this.taken = new Map();
     }
 
-    * cells([left, top, right, bottom]) {
-        const {cell} = this, lastX = Math.floor(right / cell), lastY = Math.floor(bottom / cell);
+    /** Whether what(key) holds for every cell of the rectangle. */
+    everyCell([left, top, right, bottom], what) {
+        const {cell} = this, lastX = Math.floor(right / cell), firstY = Math.floor(top / cell), lastY = Math.floor(bottom / cell);
         for (let x = Math.floor(left / cell); x <= lastX; ++x)
-            for (let y = Math.floor(top / cell); y <= lastY; ++y) yield x * 1e6 + y;
-    }
-
-    isFree([left, top, right, bottom]) {
-        for (const key of this.cells([left, top, right, bottom]))
-            for (const other of this.taken.get(key) ?? [])
-                if (left < other[2] && right > other[0] && top < other[3] && bottom > other[1]) return false;
+            for (let y = firstY; y <= lastY; ++y) if (!what(x * 1e6 + y)) return false;
         return true;
     }
 
+    isFree(rectangle) {
+        const [left, top, right, bottom] = rectangle;
+        return this.everyCell(rectangle, (key) => !this.taken.get(key)?.some((other) =>
+            left < other[2] && right > other[0] && top < other[3] && bottom > other[1]));
+    }
+
     take(rectangle) {
-        for (const key of this.cells(rectangle)) {
-            if (!this.taken.has(key)) this.taken.set(key, []);
-            this.taken.get(key).push(rectangle);
-        }
+        this.everyCell(rectangle, (key) => {
+            const there = this.taken.get(key);
+            if (there) there.push(rectangle);
+            else this.taken.set(key, [rectangle]);
+            return true;
+        });
     }
 }
 
@@ -91,6 +95,7 @@ function fitsWithin(index, lines, size) {
 
 /** The node's whole label within it, or null. */
 function nameWithin(index, zoom) {
+    if (2 * boxes[index][3] * zoom < withinSizes[withinSizes.length - 1]) return null;
     const {label} = nodes[index], size = withinSizes.map((pixels) => pixels / zoom).find((one) => fitsWithin(index, label, one));
     return size ? {index, lines: label, size, x: boxes[index][0], y: boxes[index][1], align: 'center', whole: true} : null;
 }
@@ -98,6 +103,7 @@ function nameWithin(index, zoom) {
 /** What fits of the node's name within it, or null. */
 function nameCut(index, zoom) {
     const size = withinSizes[withinSizes.length - 1] / zoom;
+    if (2 * boxes[index][3] < size) return null;
     const text = cutText(titleOf(nodes[index]), 0.98 * shapeWidth(index, 0.45 * size) / size);
     if (lettersOf(text).length < 3) return null;
     return {index, lines: [text], size, x: boxes[index][0], y: boxes[index][1], align: 'center', whole: text === titleOf(nodes[index])};
@@ -141,11 +147,13 @@ function placeNames(region, zoom, bounds) {
         if (within) placed.push(within);
         else without.push(i);
     }
-    let beside = 0;
+    let beside = 0, failures = 0;
     for (const i of without) {
-        const atSide = (longest) => (beside < namesBeside ? nameBesideNode(i, zoom, room, bounds, longest) : null);
+        const mayStand = beside < namesBeside && failures < mostFailures;
+        const atSide = (longest) => (mayStand ? nameBesideNode(i, zoom, room, bounds, longest) : null);
         const found = atSide(longestName) ?? (inPicture ? null : nameCut(i, zoom)) ?? atSide(shortName);
         beside += Number(Boolean(found?.beside));
+        failures += Number(mayStand && !found);
         if (found) placed.push(found);
     }
     return placed;
