@@ -596,6 +596,9 @@ class Numbers(ReportCase):
         self.select("dysp")
         self.driver.find_element("css selector", "#distribution .bar").click()
         self.browser.settled()
+        style = self.script("const s = getComputedStyle(document.querySelector('#distribution .bar')); return [s.backgroundRepeat, s.backgroundSize]")
+        self.assertEqual([part.strip() for part in style[0].split(",")], ["no-repeat"] * 2)  # the mark of before, the bar
+        self.assertIn("calc(100%", style[1].replace("100% 100%", "calc(100%"))
         self.select("lung")
         self.assertEqual(self.texts("#distribution .part"), ["10.3%", "89.7%"])
         self.id("beliefs").click()

@@ -136,7 +136,7 @@ function drawClusters(visible) {
         const [x, y, w, h] = boxes[box], size = Math.max(picture.font.size, 8 / visible.zoom);
         for (const away of [4, 0]) {  // as a pile
             pen.beginPath();
-            pen.rect(x - w + away, y - h - away, 2 * w, 2 * h);
+            pen.rect(x - w + away, y - h + away, 2 * w, 2 * h);
             pen.fillStyle = forced ? colors.canvas : data.groups[cluster.group].color;
             pen.fill();
             pen.strokeStyle = colors.outline;
