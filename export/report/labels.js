@@ -164,10 +164,11 @@ const everywhere = {left: -Infinity, top: -Infinity, right: Infinity, bottom: In
 /** The names for what is visible, placed for more than that: they stay where they are while it moves. */
 function namesFor(visible) {
     const {left, top, right, bottom, zoom} = visible;
-    const known = namesPlaced && namesPlaced.region, bounds = fitted ? {...visible, top: top + barsAbove / zoom} : everywhere;
+    const known = namesPlaced && namesPlaced.region;
     const same = known && namesPlaced.zoom === zoom && namesPlaced.boxes === boxes && namesPlaced.selected === selected && namesPlaced.lit === lit &&
         namesPlaced.fitted === fitted && left >= known.left && right <= known.right && top >= known.top && bottom <= known.bottom;
     if (!same) {
+        const bounds = fitted ? {...visible, top: top + barsAbove() / zoom} : everywhere;
         const moreX = (right - left) / 2, moreY = (bottom - top) / 2;
         const region = {left: left - moreX, top: top - moreY, right: right + moreX, bottom: bottom + moreY};
         namesPlaced = {region, zoom, boxes, selected, lit, fitted, names: placeNames(region, zoom, bounds)};
@@ -203,7 +204,7 @@ function frameForNames() {
         const around = {left: frame.left - x, top: frame.top - y, width: frame.width + 2 * x, height: frame.height + 2 * y};
         const {zoom, x: left, y: top} = viewOf(around.left, around.top, around.width, around.height);
         if (part === 0 && (isReadable(zoom) || nodes.length > mostNodesFitted)) return around;
-        const seen = {left, top: top + barsAbove / zoom, right: left + canvas.clientWidth / zoom, bottom: top + canvas.clientHeight / zoom};
+        const seen = {left, top: top + barsAbove() / zoom, right: left + canvas.clientWidth / zoom, bottom: top + canvas.clientHeight / zoom};
         const whole = placeNames(seen, zoom, seen).filter((name) => name.whole).length;
         if (whole > most) [best, most] = [around, whole];
     }

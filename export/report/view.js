@@ -6,15 +6,21 @@ let fitted = true;  // the whole net is to stay in view
 let awaited = false;  // the selected node is to be shown once the picture is there again
 let travel = 0;  // counts the journeys of the view, so that a new one ends the one before
 
-const barsAbove = 36;  // pixels of the picture's upper edge that buttons cover
 const mostZoom = 1.5;
+
+/** The pixels of the picture's upper edge that buttons cover. */
+function barsAbove() {
+    const rows = matchMedia('(max-width: 900px)').matches ? ['shown', 'scene'] : ['told'];
+    const lowest = Math.max(...rows.map((name) => byId(name)).map(({offsetTop, offsetHeight}) => (rows.length > 1 ? offsetTop : 0) + offsetHeight));
+    return Math.min(canvas.clientHeight * 0.4, Math.max(28, lowest) + 8);
+}
 
 /** The view that shows the rectangle as large as it can, within mostZoom, below the buttons. */
 function viewOf(left, top, width, height) {
-    const free = canvas.clientHeight - barsAbove;
+    const covered = barsAbove(), free = canvas.clientHeight - covered;
     const zoom = Math.min(canvas.clientWidth / width, free / height, mostZoom);
     return {
-        zoom, x: left + width / 2 - canvas.clientWidth / 2 / zoom, y: top + height / 2 - (barsAbove + free / 2) / zoom,
+        zoom, x: left + width / 2 - canvas.clientWidth / 2 / zoom, y: top + height / 2 - (covered + free / 2) / zoom,
     };
 }
 
