@@ -4,6 +4,8 @@
 #include <functional>
 #include <map>
 
+#include "formats/shared/placing.h"
+
 namespace lumo::app {
 namespace {
 
@@ -30,11 +32,9 @@ int TitledStates(const Varbl_bn& variable) {
 
 Facts::Facts(const Bnet_bn& net) {
     for (const Bnode_bn* node : net.nodes) add(*node);
-    rect_kt extent;
-    net.vnets[0]->findExtent(extent);
-    const bool apart = extent.left != extent.right || extent.top != extent.bottom;
-    if (apart) positions = PositionsEN::file;
-    if (net.vnets[0]->laidOut) positions = PositionsEN::layout;
+    positions = net.vnets[0]->laidOut ? PositionsEN::layout
+                : HasPlaces(net)      ? PositionsEN::file
+                                      : PositionsEN::none;
 }
 
 void Facts::add(const Bnode_bn& node) {

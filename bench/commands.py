@@ -32,6 +32,20 @@ def hugin_net(nodes):
     return "".join(out)
 
 
+def bif_net(nodes, positions):
+    """A BIF file of binary nodes, each with the three before it as its parents."""
+    out = ["network n { }\n"]
+    for i in range(nodes):
+        place = f"  property position = ({i % 6 * 90}, {i // 6 * 50});\n" if positions else ""
+        out.append(f"variable N{i} {{\n  type discrete [ 2 ] {{ no, yes }};\n{place}}}\n")
+    for i in range(nodes):
+        parents = ", ".join(f"N{p}" for p in range(max(i - 3, 0), i))
+        table = ", ".join(["0.25"] * 2 ** min(i, 3) + ["0.75"] * 2 ** min(i, 3))
+        out.append(f"probability ( N{i}{' | ' if parents else ''}{parents} ) "
+                   f"{{\n  table {table};\n}}\n")
+    return "".join(out)
+
+
 def processor(command):
     """Milliseconds of the processor that the command takes."""
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -77,6 +91,12 @@ def rows(folder, program):
             many.append(Path(where, f"{i}.net"))
             many[-1].write_text(hugin_net(10))
 
+        placed, unplaced = [], []
+        for i in range(100):
+            for files, name, positions in ((placed, "placed", True), (unplaced, "bare", False)):
+                files.append(Path(where, f"{name}{i}.bif"))
+                files[-1].write_text(bif_net(30, positions))
+
         def import_alone():
             told = subprocess.run([folder / "import_once", large, HUGIN], stdout=subprocess.PIPE,
                                   check=True).stdout
@@ -92,6 +112,9 @@ def rows(folder, program):
             row("300 small files, -j 1", "-j 2, by the clock",
                 in_turn(20, lambda: clock([program, "-j", "1", *many]),
                         lambda: clock([program, "-j", "2", *many])), ratio),
+            row("check of 100 files without positions", "with positions",
+                in_turn(20, lambda: processor([program, "check", *unplaced]),
+                        lambda: processor([program, "check", *placed])), ratio),
             row("picture of 100,000 nodes", "check",
                 in_turn(5, lambda: processor([program, "convert", "--force", large, "-o", picture]),
                         lambda: processor([program, "check", large])), beyond),

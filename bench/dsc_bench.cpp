@@ -136,11 +136,21 @@ void NodeHeavyFile(benchmark::State& state) {
     MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0))), FormatDsc);
 }
 
+void NodeHeavyUnplacedFile(benchmark::State& state) {
+    MeasureImport(state, Unplaced(NodeHeavy(static_cast<int>(state.range(0)))), FormatDsc);
+}
+
 BENCHMARK(NumberHeavyFile)->Name("NumberHeavy")->Unit(benchmark::kMillisecond);
 BENCHMARK(RowsOf10File)->Name("RowsOf10")->Unit(benchmark::kMillisecond);
 BENCHMARK(RowHeavyFile)->Name("RowHeavy")->Unit(benchmark::kMillisecond);
 BENCHMARK(NodeHeavyFile)
     ->Name("NodeHeavy")
+    ->Arg(1000)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(NodeHeavyUnplacedFile)
+    ->Name("NodeHeavyUnplaced")
     ->Arg(1000)
     ->Arg(10'000)
     ->Arg(100'000)

@@ -55,6 +55,12 @@ void NodeHeavy(benchmark::State& state) {
 }
 BENCHMARK(NodeHeavy)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
 
+void NodeHeavyUnplaced(benchmark::State& state) {
+    MeasureImport(state, Unplaced(KnowledgeBase(static_cast<int>(state.range(0)), 2, 3)),
+                  FormatDXPress);
+}
+BENCHMARK(NodeHeavyUnplaced)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 }  // namespace lumo::bench
 

@@ -64,6 +64,11 @@ void NodeHeavy(benchmark::State& state) {
 }
 BENCHMARK(NodeHeavy)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
 
+void NodeHeavyUnplaced(benchmark::State& state) {
+    MeasureImport(state, Unplaced(Net(static_cast<int>(state.range(0)), 2, 3)), FormatHugin);
+}
+BENCHMARK(NodeHeavyUnplaced)->Arg(1'000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 }  // namespace lumo::bench
 

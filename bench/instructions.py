@@ -16,7 +16,11 @@ CASES = [("ergo", "NumberHeavy/50"), ("ergo", "NodeHeavy/1000"), ("hugin", "Numb
          ("hugin", "NodeHeavy/1000"), ("dsc", "NumberHeavy"), ("dsc", "RowsOf10"),
          ("dsc", "NodeHeavy/1000"),
          ("dxpress", "NumberHeavy/10"), ("dxpress", "NodeHeavy/1000"),
-         ("xmlbif", "NumberHeavy/12"), ("xmlbif", "NodeHeavyPlaced/1000")]
+         ("xmlbif", "NumberHeavy/12"), ("xmlbif", "NodeHeavyPlaced/1000"),
+         ("bif", "NodeHeavy/1000"), ("xdsl", "NodeHeavy/1000"), ("uai", "NodeHeavy/1000"),
+         # Nothing is laid out: as much as with positions, or less.
+         *((name, "NodeHeavyUnplaced/1000")
+           for name in ("hugin", "dsc", "dxpress", "xmlbif", "bif", "xdsl"))]
 TOLERANCE = 1.02
 RECORD = Path(__file__).with_name("instructions.txt")
 
@@ -45,7 +49,7 @@ def main():
     worse = False
     for format_name, case in CASES:
         now = count(folder / f"{format_name}_bench", case)
-        line = f"{format_name:8} {case:22} {now:12}"
+        line = f"{format_name:8} {case:25} {now:12}"
         lines.append(line)
         then = before.get((format_name, case))
         change = "" if then is None else f"  {100 * (now / then - 1):+.1f} %"

@@ -61,15 +61,20 @@ void Register(WRITE write, int format) {
     benchmark::RegisterBenchmark("NumberHeavy", [=](benchmark::State& state) {
         MeasureImport(state, write(NumberHeavy()), format);
     })->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark(
-        "NodeHeavy",
-        [=](benchmark::State& state) {
-            MeasureImport(state, write(NodeHeavy(static_cast<int>(state.range(0)))), format);
-        })
-        ->Arg(1000)
-        ->Arg(10'000)
-        ->Arg(100'000)
-        ->Unit(benchmark::kMillisecond);
+    const auto nodeHeavy = [=](const char* name, bool placed) {
+        benchmark::RegisterBenchmark(
+            name,
+            [=](benchmark::State& state) {
+                const std::string text = write(NodeHeavy(static_cast<int>(state.range(0))));
+                MeasureImport(state, placed ? text : Unplaced(text), format);
+            })
+            ->Arg(1000)
+            ->Arg(10'000)
+            ->Arg(100'000)
+            ->Unit(benchmark::kMillisecond);
+    };
+    nodeHeavy("NodeHeavy", true);
+    nodeHeavy("NodeHeavyUnplaced", false);
 }
 
 /// The main function of a program that measures one format.

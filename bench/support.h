@@ -50,6 +50,17 @@ inline double Fastest(const std::function<void()>& work, int runs = 5) {
     return best;
 }
 
+/// The text without its lines that give positions.
+inline std::string Unplaced(std::string_view text) {
+    std::string out;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n') + 1);
+        if (line.find("position") == std::string_view::npos) out += line;
+        text.remove_prefix(line.empty() ? text.size() : line.size());
+    }
+    return out;
+}
+
 inline OwnedNet ImportForBench(const std::string& text, int format) {
     return Checked([&] { return ReadForeignNetText_kt(text, "bench", format); });
 }

@@ -85,11 +85,11 @@ BENCHMARK(BM_NodeHeavyPlaced)
     ->Arg(100'000)
     ->Unit(benchmark::kMillisecond);
 
-void BM_NodeHeavyLaidOut(benchmark::State& state) {
+void BM_NodeHeavyUnplaced(benchmark::State& state) {
     MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0)), false), FormatXMLBIF);
 }
-BENCHMARK(BM_NodeHeavyLaidOut)
-    ->Name("NodeHeavyLaidOut")
+BENCHMARK(BM_NodeHeavyUnplaced)
+    ->Name("NodeHeavyUnplaced")
     ->Arg(1000)
     ->Arg(10'000)
     ->Arg(100'000)

@@ -61,7 +61,7 @@ void WriteNode(JsonOut& json, const Bnode_bn& node) {
     WriteNames(json, "parents",
                std::span<Bnode_bn* const>(node.parents.begin(), node.parents.end()),
                [](const Bnode_bn& parent) { return parent.name(); });
-    const coord_kt at = node.vns.hasSome() ? node.vns[0]->position : coord_kt();
+    const coord_kt at = node.vns.hasSome() ? node.vns[0]->position() : coord_kt();
     const int position[] = {at.x, at.y};
     json.key("position").numbers(position, 2);
     WriteNames(json, "groups", std::span<nodeset_bn* const>(node.nodesets()),
@@ -86,7 +86,8 @@ void WriteGroups(JsonOut& json, const Bnet_bn& net) {
 }
 
 void WriteDrawing(JsonOut& json, const Vnet_kt& drawing) {
-    const int extent[] = {drawing.extentWidth, drawing.extentHeight};
+    const coord_kt size = drawing.extent();
+    const int extent[] = {size.x, size.y};
     const fontspec_kt& font = drawing.font->spec();
     json.line();
     json.key("drawing").open('{');

@@ -405,7 +405,9 @@ Picture MakePicture(const Bnet_bn& net, LayoutEN layout) {
         BendRoundNodes(picture);
     }
     ClipLinks(picture);
-    Frame(picture, drawing.extentWidth * scale, drawing.extentHeight * scale);
+    const Point extent =
+        scale == 0 ? Point{} : Point{scale * drawing.extent().x, scale * drawing.extent().y};
+    Frame(picture, extent.x, extent.y);
     return picture;
 }
 

@@ -182,7 +182,7 @@ std::vector<Point> NetPlaces(const Bnet_bn& net) {
     std::vector<Point> places;
     places.reserve(static_cast<std::size_t>(net.nodes.N));
     for (const Bnode_bn* node : net.nodes) {
-        const coord_kt at = node->vns.hasSome() ? node->vns[0]->position : coord_kt();
+        const coord_kt at = node->vns.hasSome() ? node->vns[0]->position() : coord_kt();
         places.push_back({static_cast<double>(at.x), static_cast<double>(at.y)});
     }
     return places;

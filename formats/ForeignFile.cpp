@@ -13,6 +13,7 @@
 
 #include "formats/formats.h"
 #include "formats/shared/messages.h"
+#include "formats/shared/placing.h"
 #include "library/text/parser.h"
 #include "library/utilities/system.h"
 
@@ -71,7 +72,7 @@ OwnedNet ReadText(const char* text, const char* fileName, int format, const Read
     const auto channel = std::make_unique<InChannel_CString_kt>(text, fileName);
     OwnedNet net = NewNamedNet(fileName);
     Vnet_kt& drawing = *net->vnets[0];
-    drawing.extentWidth = drawing.extentHeight = wholeDrawing;
+    drawing.setExtent({wholeDrawing, wholeDrawing});
 
     const FormatInfo* const found = FindFormat(format);
     if (found == nullptr) throw NewReport(msg::import.unknownFormatCode, format);
@@ -85,7 +86,7 @@ OwnedNet ReadText(const char* text, const char* fileName, int format, const Read
     if (options.lenient) KeepPossible(*net);
     if (!options.exact)
         for (Bnode_bn* node : net->nodes) node->relation.dropExact();
-    drawing.adjustDrawingSizeToFit({drawing.marginUnit.x * 2, drawing.marginUnit.y});
+    drawing.adjustDrawingSizeToFit(FitMargin(drawing));
     return net;
 }
 

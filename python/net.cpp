@@ -183,7 +183,7 @@ py::dict Drawing(const Net& net) {
     const fontspec_kt& font = drawing.font->spec();
     const auto has = [&](int flag) { return (font.styleFlags & flag) != 0; };
     return py::dict(
-        "extent"_a = std::vector{drawing.extentWidth, drawing.extentHeight},
+        "extent"_a = std::vector{drawing.extent().x, drawing.extent().y},
         "drawStyle"_a = drawing.drawStyle, "labelStyle"_a = drawing.labelStyle,
         "zoom"_a = drawing.zoomFactor,
         "font"_a =

@@ -42,7 +42,7 @@ std::vector<std::string> GroupNames(const Node& node) {
 }
 
 std::pair<int, int> Position(const Node& node) {
-    const coord_kt at = node->vns.hasSome() ? node->vns[0]->position : coord_kt();
+    const coord_kt at = node->vns.hasSome() ? node->vns[0]->position() : coord_kt();
     return {at.x, at.y};
 }
 

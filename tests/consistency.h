@@ -105,7 +105,7 @@ inline std::string FaultOf(const Bnet_bn& net) {
     if (!IsLegalName_kt(net.name)) return "net name that is not legal";
     if (net.vnets.N != 1 || net.vnets[0]->vnodes.N != net.nodes.N) return "drawing side";
     const Vnet_kt& drawing = *net.vnets[0];
-    if (drawing.extentWidth < 0 || drawing.extentHeight < 0) return "negative extent";
+    if (drawing.extent().x < 0 || drawing.extent().y < 0) return "negative extent";
     if (!std::isfinite(drawing.zoomFactor) || drawing.zoomFactor <= 0) return "zoom";
     return IsAcyclic(net) ? "" : "cycle of links";
 }

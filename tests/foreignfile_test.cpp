@@ -176,11 +176,11 @@ TEST_F(EntryTest, UnknownCodesAreAnErrorThatNamesThem) {
 TEST_F(EntryTest, SizesTheDrawingOfAPartialNetToo) {
     const Imported got = ImportText("1 2 0 2 .5 .5 A a b 700 900\n", FormatErgo);
     const Vnet_kt& drawing = *got.net->vnets[0];
-    EXPECT_EQ(drawing.extentWidth, 700 + 2 * drawing.marginUnit.x);
-    EXPECT_EQ(drawing.extentHeight, 900 + drawing.marginUnit.y);
+    EXPECT_EQ(drawing.extent().x, 700 + 2 * drawing.marginUnit.x);
+    EXPECT_EQ(drawing.extent().y, 900 + drawing.marginUnit.y);
     const Imported partial = ImportText("1 2 0", FormatErgo);
     ASSERT_NE(partial.net, nullptr);
-    EXPECT_LT(partial.net->vnets[0]->extentWidth, 16383);
+    EXPECT_LT(partial.net->vnets[0]->extent().x, 16383);
 }
 
 /// A handler that stops the import in one way or another.
@@ -266,7 +266,7 @@ struct Placed {
         for (const coord_kt& p : at) NewNode_ibn(nullptr, 2, *net, p);
         FixNodePositions(*net->vnets[0], scale, turnOver);
         std::vector<coord_kt> out;
-        for (const Vnode_kt* v : net->vnets[0]->vnodes) out.push_back(v->position);
+        for (const Vnode_kt* v : net->vnets[0]->vnodes) out.push_back(v->position());
         return out;
     }
 };

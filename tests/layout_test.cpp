@@ -30,10 +30,10 @@ struct Picture {
         Layout(vnodes, area, false, false, true, spacing);
         return *this;
     }
-    coord_kt at(int i) const { return vnodes[i]->position; }
+    coord_kt at(int i) const { return vnodes[i]->position(); }
     std::vector<coord_kt> places() const {
         std::vector<coord_kt> all;
-        for (const Vnode_kt* vnode : vnodes) all.push_back(vnode->position);
+        for (const Vnode_kt* vnode : vnodes) all.push_back(vnode->position());
         return all;
     }
     rect_kt box(int i) const {
@@ -82,7 +82,7 @@ int Overlaps(const Picture& picture) {
 void ExpectGood(const Picture& picture) {
     for (const Vnode_kt* vnode : picture.vnodes) {
         for (const Bnode_bn* parent : vnode->node->parents) {
-            ASSERT_LT(parent->vns[0]->position.y, vnode->position.y)
+            ASSERT_LT(parent->vns[0]->position().y, vnode->position().y)
                 << parent->name() << " -> " << vnode->node->name();
         }
     }
@@ -310,7 +310,7 @@ TEST(Layout, CrossingsAreCounted) {
         }
         Picture picture(2 * side, links);
         for (int i = 0; i < 2 * side; ++i)
-            picture.vnodes[i]->position = {i % side * 100, i / side * 300};
+            picture.vnodes[i]->moveTo({i % side * 100, i / side * 300});
         return CountCrossings(picture.vnodes);
     };
     EXPECT_EQ(twoRows(1), 0);
@@ -318,9 +318,9 @@ TEST(Layout, CrossingsAreCounted) {
     EXPECT_EQ(twoRows(80), 3160LL * 3160) << "counted by strips";
     Picture crossing(4, {{0, 1}, {2, 3}});
     const coord_kt places[] = {{0, 0}, {100, 100}, {100, 0}, {0, 100}};
-    for (int i = 0; i < 4; ++i) crossing.vnodes[i]->position = places[i];
+    for (int i = 0; i < 4; ++i) crossing.vnodes[i]->moveTo(places[i]);
     EXPECT_EQ(CountCrossings(crossing.vnodes), 1);
-    crossing.vnodes[2]->position = {50, 50};
+    crossing.vnodes[2]->moveTo({50, 50});
     EXPECT_EQ(CountCrossings(crossing.vnodes), 0) << "touching is not crossing";
 }
 

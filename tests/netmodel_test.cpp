@@ -341,7 +341,7 @@ struct Drawing {
     }
     std::vector<int> sizeFor(coord_kt margin) {
         vnet.adjustDrawingSizeToFit(margin);
-        return {vnet.extentWidth, vnet.extentHeight};
+        return {vnet.extent().x, vnet.extent().y};
     }
 };
 
@@ -371,21 +371,21 @@ TEST(Drawing, MovesAreClampedToTheIntRange) {
     for (const Case& c : cases) {
         Vnode_kt moved{c.from, nullptr};
         moved.moveBy(c.offset, 1);
-        EXPECT_EQ(moved.position, c.to) << c.from.x << ' ' << c.offset.x;
+        EXPECT_EQ(moved.position(), c.to) << c.from.x << ' ' << c.offset.x;
         Vnode_kt shifted{c.from, nullptr};
         shifted.shiftBy(c.offset);
-        EXPECT_EQ(shifted.position, c.to) << c.from.x << ' ' << c.offset.x;
+        EXPECT_EQ(shifted.position(), c.to) << c.from.x << ' ' << c.offset.x;
     }
 }
 
 TEST(Drawing, SetPositionMovesTheVisualNode) {
     Drawing drawing({{0, 0}, {1, 1}});
     SetNodeVisPosition_ibn(*drawing.net->nodes[1], {30, 40}, nullptr);
-    EXPECT_EQ(drawing.vnet.vnodes[1]->position, (coord_kt{30, 40}));
+    EXPECT_EQ(drawing.vnet.vnodes[1]->position(), (coord_kt{30, 40}));
     SetNodeVisPosition_ibn(*drawing.net->nodes[0], {50, 60}, &drawing.vnet);
-    EXPECT_EQ(drawing.vnet.vnodes[0]->position, (coord_kt{50, 60}));
+    EXPECT_EQ(drawing.vnet.vnodes[0]->position(), (coord_kt{50, 60}));
     SetNodeVisPosition_ibn(*drawing.net->nodes[0], {70, 80}, Drawing({}).net->vnets[0]);
-    EXPECT_EQ(drawing.vnet.vnodes[0]->position, (coord_kt{50, 60})) << "a drawing of another net";
+    EXPECT_EQ(drawing.vnet.vnodes[0]->position(), (coord_kt{50, 60})) << "a drawing of another net";
 }
 
 TEST(Drawing, FontsAreMadeFromOtherFonts) {

@@ -145,7 +145,7 @@ inline std::string NodeText(const Bnode_bn& node) {
                                                    : "utility";
     out << kind << ' ' << node.name() << (node.variable.discrete ? "" : " continuous");
     if (node.title) out << " title='" << node.title << '\'';
-    if (node.vns.N) out << " at " << node.vns[0]->position.x << ',' << node.vns[0]->position.y;
+    if (node.vns.N) out << " at " << node.vns[0]->position().x << ',' << node.vns[0]->position().y;
     out << "\n  states";
     for (int s = 0; s < node.numStates(); ++s) {
         const Varbl_bn& v = node.variable;

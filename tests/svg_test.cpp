@@ -61,8 +61,8 @@ TEST(Picture, KeepsTheFilesDrawingAtAnyScaleThatCanBeDrawn) {
         EXPECT_LT(picture.width, 2200);
         // The same drawing: directions from the centre stay.
         for (const PictureNode& node : picture.nodes) {
-            const coord_kt was = node.node->vns[0]->position;
-            const coord_kt origin = result.net->nodes[0]->vns[0]->position;
+            const coord_kt was = node.node->vns[0]->position();
+            const coord_kt origin = result.net->nodes[0]->vns[0]->position();
             const double before = std::atan2(was.y - origin.y, was.x - origin.x);
             const double now = std::atan2(node.centre.y - picture.nodes[0].centre.y,
                                           node.centre.x - picture.nodes[0].centre.x);
@@ -96,14 +96,14 @@ TEST(Picture, LaysOutWhatIsNoDrawing) {
         const ImportResult result = Star(1);
         place(*result.net);
         std::vector<coord_kt> before;
-        for (const Bnode_bn* node : result.net->nodes) before.push_back(node->vns[0]->position);
+        for (const Bnode_bn* node : result.net->nodes) before.push_back(node->vns[0]->position());
         const Picture picture = MakePicture(*result.net);
         EXPECT_TRUE(picture.laidOut);
         ExpectSoundPicture(picture);
         EXPECT_LT(picture.width, 2000);
         std::size_t i = 0;
         for (const Bnode_bn* node : result.net->nodes)
-            EXPECT_EQ(node->vns[0]->position, before[i++]) << "the net was changed";
+            EXPECT_EQ(node->vns[0]->position(), before[i++]) << "the net was changed";
     }
 }
 
@@ -120,7 +120,7 @@ TEST(Picture, ShowsTheDrawingExtentWhenItFits) {
     };
     for (const auto& [extent, shown] : {Case{520, true}, Case{16383, false}, Case{100, false}}) {
         const ImportResult result = Star(1);
-        result.net->vnets[0]->extentWidth = result.net->vnets[0]->extentHeight = extent;
+        result.net->vnets[0]->setExtent({extent, extent});
         const Picture picture = MakePicture(*result.net);
         ExpectSoundPicture(picture);
         EXPECT_EQ(picture.left + picture.width == extent, shown) << extent;
@@ -320,7 +320,7 @@ TEST(Dot, IsReadByTheProgramWithTextsAndPlacesAsTheyWere) {
         place = std::strtod(plain.c_str() + plain.find(' ', at), nullptr);
     }
     const Bnet_bn& net = *result.net;
-    EXPECT_NE(net.nodes[0]->vns[0]->position, net.nodes[1]->vns[0]->position);
+    EXPECT_NE(net.nodes[0]->vns[0]->position(), net.nodes[1]->vns[0]->position());
     EXPECT_GT((x[1] - x[0]) * 72, 149) << plain;
 }
 

@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "formats/formats.h"
+#include "formats/shared/placing.h"
 #include "tests/places.h"
 #include "tests/support.h"
 
@@ -46,6 +47,25 @@ void ExpectSameInEightThreads(const std::vector<Job>& jobs) {
 }
 
 TEST(Threads, AllFormats) { ExpectSameInEightThreads(Jobs()); }
+
+TEST(Threads, AskForPositionsThatAreYetToBeComputed) {
+    const std::string text = ReadFile(Samples() + "/bif/classic.bif");
+    const auto places = [](const Bnet_bn& net) {
+        std::vector<coord_kt> all;
+        for (const Vnode_kt* vnode : net.vnets[0]->vnodes) all.push_back(vnode->position());
+        return all;
+    };
+    for (int round = 0; round < 10; ++round) {
+        const Imported got = ImportText(text, FormatBIF);
+        LeaveToLayout(*got.net->vnets[0]);
+        std::vector<std::vector<coord_kt>> seen(4);
+        std::vector<std::thread> threads;
+        for (auto& mine : seen) threads.emplace_back([&] { mine = places(*got.net); });
+        for (std::thread& thread : threads) thread.join();
+        for (const auto& mine : seen) EXPECT_EQ(mine, seen[0]);
+        EXPECT_NE(seen[0].front(), seen[0].back());
+    }
+}
 
 }  // namespace
 }  // namespace lumo::test

@@ -75,10 +75,10 @@ TEST(Xdsl, PlacesNodesWhereTheFileSaysSomething) {
             ImportText(InNodes("<decision id='a'/><decision id='b'/>", c.genie), FormatXDSL);
         EXPECT_EQ(got.net->vnets[0]->laidOut, c.laidOut);
         if (c.laidOut) continue;
-        EXPECT_EQ(got.net->nodes[0]->vns[0]->position, c.a);
-        EXPECT_EQ(got.net->nodes[1]->vns[0]->position, c.b)
-            << got.net->nodes[1]->vns[0]->position.x << ' '
-            << got.net->nodes[1]->vns[0]->position.y;
+        EXPECT_EQ(got.net->nodes[0]->vns[0]->position(), c.a);
+        EXPECT_EQ(got.net->nodes[1]->vns[0]->position(), c.b)
+            << got.net->nodes[1]->vns[0]->position().x << ' '
+            << got.net->nodes[1]->vns[0]->position().y;
     }
 }
 

@@ -21,7 +21,7 @@ TEST(XmlBif, WithoutPositionsNodesAreLaidOut) {
     EXPECT_TRUE(got.net->vnets[0]->laidOut);
     for (const Bnode_bn* node : got.net->nodes)
         for (const Bnode_bn* parent : node->parents)
-            EXPECT_LT(parent->vns[0]->position.y, node->vns[0]->position.y) << node->name();
+            EXPECT_LT(parent->vns[0]->position().y, node->vns[0]->position().y) << node->name();
 }
 
 TEST(XmlBif, ElementReadersThatReadTheirOwnStartTag) {

@@ -81,13 +81,13 @@ plot.lumo_net <- function(x, states = FALSE, cex = NULL, main = NULL, col = NULL
     invisible(x)
 }
 
-# A row a node; y goes down. Those of the automatic layout when all nodes are at one place.
+# A row a node; y goes down. Those of the automatic layout where they are missing, and when all nodes are at one place.
 positions_of <- function(net) {
     read <- function(net) {
         t(vapply(net$nodes, function(node) as.double(node$position), c(x = 0, y = 0)))
     }
     at <- read(net)
-    if (nrow(at) > 1 && nrow(unique(at)) == 1) read(lay_out(net)) else at
+    if (anyNA(at) || (nrow(at) > 1 && nrow(unique(at)) == 1)) read(lay_out(net)) else at
 }
 
 label_lines <- function(node, states) {

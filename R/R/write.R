@@ -28,7 +28,7 @@ complete <- function(net) {
         stop("`net` should be a net, as read_net() gives it", call. = FALSE)
     }
     standard <- list(kind = "nature", discrete = TRUE, states = character(), parents = character(),
-                     position = c(x = 0, y = 0))
+                     position = c(x = NA_real_, y = NA_real_))
     names <- names(net$nodes)
     net$nodes <- lapply(seq_along(net$nodes), function(i) {
         node <- net$nodes[[i]]
@@ -66,7 +66,7 @@ flat_net <- function(net) {
 
 flat_drawing <- function(drawing) {
     standard <- list(extent = c(0L, 0L), margin = c(20L, 20L), draw_style = 7L, label_style = 1L,
-                     zoom = 1, laid_out = FALSE,
+                     zoom = 1,
                      font = list(face = "Arial", size = 12L, bold = FALSE, italic = FALSE),
                      grid = list(x = 10, y = 10, show = FALSE, snap = FALSE))
     like(standard, drawing)
@@ -96,7 +96,8 @@ flat_node <- function(net, i, names, counts) {
     if (anyNA(parents)) refuse("there is no parent '", node$parents[is.na(parents)][1], "'")
     states <- flat_states(node, refuse)
     position <- node$position
-    if (!is.numeric(position) || length(position) != 2 || any(!is.finite(position))) {
+    missing <- length(position) == 2 && all(is.na(position)) && !any(is.nan(position))
+    if (!missing && (!is.numeric(position) || length(position) != 2 || any(!is.finite(position)))) {
         refuse("`position` should be two numbers")
     }
     position <- as.integer(round(pmax(pmin(position, 2e9), -2e9)))

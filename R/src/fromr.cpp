@@ -5,6 +5,7 @@
 #include <lumo/detect.h>
 #include <lumo/exact.h>
 #include <lumo/losses.h>
+#include <lumo/placing.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -83,6 +84,7 @@ private:
     void setNoisyMax(Bnode_bn& node, const cpp11::list& list, const float* table);
     void setGroups(const cpp11::list& list);
     void setDrawing(const cpp11::list& list);
+    void placeNodes(const cpp11::list& nodes);
 
     Listener listener_;
     HandlerScope handler_{listener_};
@@ -253,14 +255,11 @@ void Builder::setGroups(const cpp11::list& list) {
 void Builder::setDrawing(const cpp11::list& list) {
     Vnet_kt& drawing = *net_->vnets[0];
     const cpp11::list font(list["font"]), grid(list["grid"]);
-    const coord_kt extent = CoordAt(list, "extent");
-    drawing.extentWidth = extent.x;
-    drawing.extentHeight = extent.y;
+    drawing.setExtent(CoordAt(list, "extent"));
     drawing.marginUnit = CoordAt(list, "margin");
     drawing.drawStyle = ValueAt<int>(list, "draw_style");
     drawing.labelStyle = ValueAt<int>(list, "label_style");
     drawing.zoomFactor = ValueAt<double>(list, "zoom");
-    drawing.laidOut = ValueAt<bool>(list, "laid_out");
     fontspec_kt spec;
     spec.face = ValueAt<std::string>(font, "face");
     spec.size = ValueAt<int>(font, "size");
@@ -270,6 +269,22 @@ void Builder::setDrawing(const cpp11::list& list) {
     drawing.grid = {ValueAt<double>(grid, "x"), ValueAt<double>(grid, "y")};
     drawing.showGrid = ValueAt<bool>(grid, "show");
     drawing.snapToGrid = ValueAt<bool>(grid, "snap");
+}
+
+/// Nodes whose positions are missing are left to the automatic layout; the others stay where they
+/// are said to be.
+void Builder::placeNodes(const cpp11::list& nodes) {
+    std::vector<coord_kt> given;
+    for (const SEXP node : nodes) given.push_back(CoordAt(node, "position"));
+    const auto isMissing = [](coord_kt at) { return at.x == NA_INTEGER || at.y == NA_INTEGER; };
+    if (std::ranges::none_of(given, isMissing)) return;
+    Vnet_kt& drawing = *net_->vnets[0];
+    LeaveToLayout(drawing);
+    if (std::ranges::all_of(given, isMissing)) return;
+    for (int i = 0; i < net_->nodes.N; ++i)
+        if (const coord_kt at = given[static_cast<std::size_t>(i)]; !isMissing(at))
+            drawing.vnodes[i]->moveTo(at);
+    drawing.laidOut = false;
 }
 
 Builder::Builder(const cpp11::list& list) {
@@ -282,6 +297,7 @@ Builder::Builder(const cpp11::list& list) {
     setDrawing(list["drawing"]);
     const cpp11::list nodes(list["nodes"]);
     for (const SEXP node : nodes) addNode(node);
+    placeNodes(nodes);
     for (int i = 0; i < net_->nodes.N; ++i) setParents(*net_->nodes[i], nodes[i]);
     for (int i = 0; i < net_->nodes.N; ++i) setRelation(*net_->nodes[i], nodes[i]);
 }

@@ -220,10 +220,16 @@ cpp11::sexp UserFields(const std::vector<UserField>& fields) {
     return texts;
 }
 
+/// Missing where the file has none: nothing is laid out that nobody looks at.
+cpp11::sexp Position(const Bnode_bn& node) {
+    if (node.net().vnets[0]->awaited() != nullptr) return Pair(NA_INTEGER, NA_INTEGER, "x", "y");
+    const coord_kt at = node.vns.hasSome() ? node.vns[0]->position() : coord_kt();
+    return Pair(at.x, at.y, "x", "y");
+}
+
 cpp11::sexp NodeToR(const Bnode_bn& node, const AllLabels& labels) {
     const Varbl_bn& variable = node.variable;
     const cpp11::sexp& states = labels.at(&node);
-    const coord_kt at = node.vns.hasSome() ? node.vns[0]->position : coord_kt();
     Record record;
     record.add("name", TextOrNull(node.name()));
     record.add("title", TextOrNull(node.title));
@@ -236,7 +242,7 @@ cpp11::sexp NodeToR(const Bnode_bn& node, const AllLabels& labels) {
                                              : Numbers(variable.levels, variable.numLevels));
     record.add("parents",
                Texts(node.parents, [](const Bnode_bn* parent) { return parent->name(); }));
-    record.add("position", Pair(at.x, at.y, "x", "y"));
+    record.add("position", Position(node));
     record.add("groups", Texts(node.nodesets(), [](const nodeset_bn* set) { return set->name(); }));
     record.add("user_fields", UserFields(node.userFields()));
     AddRelation(record, node, labels);
@@ -270,7 +276,9 @@ cpp11::sexp Drawing(const Bnet_bn& net) {
     grid.add("y", cpp11::as_sexp(drawing.grid.y));
     grid.add("show", Flag(drawing.showGrid));
     grid.add("snap", Flag(drawing.snapToGrid));
-    record.add("extent", Pair(drawing.extentWidth, drawing.extentHeight, "width", "height"));
+    const bool isKnown = drawing.awaited() == nullptr;
+    const coord_kt extent = isKnown ? drawing.extent() : coord_kt{NA_INTEGER, NA_INTEGER};
+    record.add("extent", Pair(extent.x, extent.y, "width", "height"));
     record.add("margin", Pair(drawing.marginUnit.x, drawing.marginUnit.y, "x", "y"));
     record.add("draw_style", cpp11::as_sexp(drawing.drawStyle));
     record.add("label_style", cpp11::as_sexp(drawing.labelStyle));

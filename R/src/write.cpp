@@ -44,7 +44,7 @@ cpp11::sexp Positions(const cpp11::list& list) {
     const int count = result.net->nodes.N;
     cpp11::writable::integers positions(2 * static_cast<R_xlen_t>(count));
     for (int i = 0; i < count; ++i) {
-        const coord_kt at = result.net->nodes[i]->vns[0]->position;
+        const coord_kt at = result.net->nodes[i]->vns[0]->position();
         positions[i] = at.x;
         positions[count + i] = at.y;
     }

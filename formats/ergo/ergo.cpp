@@ -320,7 +320,7 @@ private:
             coord_kt wanted;
             if (!readCoordinate(wanted.x) || !readCoordinate(wanted.y)) return false;
             if (!node->vns.hasSome() || node->vns[0] == nullptr) continue;
-            const coord_kt now = node->vns[0]->position;
+            const coord_kt now = node->vns[0]->position();
             node->vns[0]->moveBy({wanted.x - now.x, wanted.y - now.y}, 0);
         }
         in_.structName = nullptr;

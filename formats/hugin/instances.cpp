@@ -424,7 +424,7 @@ namespace {
 constexpr Place margin{120, 80};
 
 Place PlaceOf(const Bnode_bn& node) {
-    const coord_kt at = node.vns[0]->position;
+    const coord_kt at = node.vns[0]->position();
     return {static_cast<long long>(at.x) - safety.x, static_cast<long long>(at.y) - safety.y};
 }
 

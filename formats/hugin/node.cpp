@@ -183,10 +183,9 @@ void parse_node_position(Parser_CString_kt& in, Bnode_bn& node) {
         return;
     }
     Vnode_kt& place = *node.vns[0];
-    place.shiftBy({-place.position.x, -place.position.y});
-    place.shiftBy(read);  // step by step: each is clamped to what an int holds
+    place.moveTo(read);  // step by step: each is clamped to what an int holds
     place.shiftBy(safety);
-    if (place.position.x - safety.x != read.x || place.position.y - safety.y != read.y)
+    if (place.position().x - safety.x != read.x || place.position().y - safety.y != read.y)
         in.report(msg::import.positionsClamped, node.name());
 }
 

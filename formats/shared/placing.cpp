@@ -17,21 +17,30 @@ double AsRead(long long inFile, double scale) {
 
 long long Distance(int from, int to) { return static_cast<long long>(to) - from; }
 
-coord_kt PositionOf(const Bnode_bn& node) { return node.vns[0]->position; }
+coord_kt PositionOf(const Bnode_bn& node) { return node.vns[0]->position(); }
 
 }  // namespace
 
 bool HasPlaces(const Bnet_bn& net) {
+    if (net.vnets[0]->laidOut) return false;
     rect_kt extent;
     net.vnets[0]->findExtent(extent);
-    return !net.vnets[0]->laidOut && (extent.left != extent.right || extent.top != extent.bottom);
+    return extent.left != extent.right || extent.top != extent.bottom;
+}
+
+void LeaveToLayout(Vnet_kt& drawing) {
+    constexpr double spacing = 2.0;
+    const double side = std::sqrt(static_cast<float>(drawing.vnodes.N));
+    const rect_kt area{30, 10, 30 + RoundToInt_kt(200 * side), 10 + RoundToInt_kt(100 * side)};
+    drawing.awaitLayout({area, spacing, FitMargin(drawing)});
 }
 
 void LayOut(Bnet_bn& net) {
-    VnodeList_kt& nodes = net.vnets[0]->vnodes;
-    const int side = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(nodes.N))));
-    Layout(nodes, {0, 0, 200 * side, 100 * side}, false, false, true, 1.0);
-    net.vnets[0]->laidOut = false;
+    Vnet_kt& drawing = *net.vnets[0];
+    const int side = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(net.nodes.N))));
+    drawing.awaitLayout({{0, 0, 200 * side, 100 * side}, 1.0, FitMargin(drawing)});
+    drawing.settle();
+    drawing.laidOut = false;
 }
 
 Placing::Placing(const Vnet_kt& drawing, double scale, bool turnOver,
@@ -40,7 +49,7 @@ Placing::Placing(const Vnet_kt& drawing, double scale, bool turnOver,
     bool first = true;
     for (const Vnode_kt* vnode : drawing.vnodes) {
         if (isWritten != nullptr && !isWritten(*vnode->node)) continue;
-        const auto [x, y] = vnode->position;
+        const auto [x, y] = vnode->position();
         if (std::exchange(first, false)) extent_ = {x, y, x, y};
         extent_ = {std::min(extent_.left, x), std::min(extent_.top, y), std::max(extent_.right, x),
                    std::max(extent_.bottom, y)};

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "formats/shared/messages.h"
+#include "formats/shared/placing.h"
 #include "formats/shared/readers.h"
 
 namespace lumo {
@@ -12,7 +13,6 @@ namespace lumo {
 namespace {
 
 constexpr int drawingMargin = 40;  // of FixNodePositions
-constexpr double layoutSpacing = 2.0;
 
 int Clamped(double v) {
     return static_cast<int>(std::clamp<double>(std::floor(v + 0.5), INT_MIN, INT_MAX));
@@ -25,9 +25,10 @@ bool MoveTo(Vnode_kt& vnode, double x, double y) {
         return static_cast<int>(std::clamp<long long>(v, INT_MIN, INT_MAX));
     };
     const coord_kt target{Clamped(x), Clamped(y)};
-    while (vnode.position != target) {
-        vnode.moveBy({clamped(static_cast<long long>(target.x) - vnode.position.x),
-                      clamped(static_cast<long long>(target.y) - vnode.position.y)},
+    while (vnode.position() != target) {
+        const coord_kt now = vnode.position();
+        vnode.moveBy({clamped(static_cast<long long>(target.x) - now.x),
+                      clamped(static_cast<long long>(target.y) - now.y)},
                      1);
     }
     return std::max(std::abs(x), std::abs(y)) <= INT_MAX;
@@ -44,9 +45,10 @@ void FixNodePositions(Vnet_kt& drawing, double scale, bool turnOver) {
     drawing.findExtent(extent);
     const Vnode_kt* firstClamped = nullptr;
     for (Vnode_kt* vnode : drawing.vnodes) {
-        const double dx = static_cast<double>(vnode->position.x) - extent.left;
-        const double dy = turnOver ? static_cast<double>(extent.bottom) - vnode->position.y
-                                   : static_cast<double>(vnode->position.y) - extent.top;
+        const coord_kt at = vnode->position();
+        const double dx = static_cast<double>(at.x) - extent.left;
+        const double dy = turnOver ? static_cast<double>(extent.bottom) - at.y
+                                   : static_cast<double>(at.y) - extent.top;
         if (MoveTo(*vnode, dx * scale + drawingMargin, dy * scale + drawingMargin)) continue;
         if (firstClamped == nullptr) firstClamped = vnode;
     }
@@ -66,12 +68,7 @@ void SetSafePosition(Bnode_bn& node, coord_kt inFile) {
 
 void PlaceNodes(Vnet_kt& drawing, bool given, double scale) {
     if (given) return FixNodePositions(drawing, scale, false);
-    const float side = std::sqrt(static_cast<float>(drawing.vnodes.N));
-    const rect_kt area{30, 10, 30 + RoundToInt_kt(200.0 * static_cast<double>(side)),
-                       10 + RoundToInt_kt(100.0 * static_cast<double>(side))};
-    Layout(drawing.vnodes, area, false, false, true, layoutSpacing);
-    drawing.reformAllAndRedraw(true, true, -1);
-    drawing.laidOut = true;
+    LeaveToLayout(drawing);
 }
 
 }  // namespace lumo

@@ -25,7 +25,7 @@ double RoundedPlaceAt(const Segment& s, double y) { return std::round(PlaceAt(s,
 std::vector<Segment> ReadSegments(const VnodeList_kt& vnodes) {
     std::unordered_map<const Bnode_bn*, Point> places;
     for (const Vnode_kt* vnode : vnodes) {
-        const coord_kt at = vnode->position;
+        const coord_kt at = vnode->position();
         places.emplace(vnode->node, Point{static_cast<double>(at.x), static_cast<double>(at.y)});
     }
     std::vector<Segment> segments;

@@ -144,7 +144,14 @@ Axis FitAxis(int from, int to, double extent, double edge, double tightest, doub
 }  // namespace
 
 void Layout(VnodeList_kt& vnodes, const rect_kt& area, bool, bool, bool, double spacing) {
-    if (!vnodes.hasSome()) return;
+    const std::vector<coord_kt> places = LayoutPlaces(vnodes, area, spacing);
+    for (int i = 0; i < vnodes.N; ++i) vnodes[i]->moveTo(places[static_cast<std::size_t>(i)]);
+}
+
+std::vector<coord_kt> LayoutPlaces(const VnodeList_kt& vnodes, const rect_kt& area,
+                                   double spacing) {
+    std::vector<coord_kt> places(static_cast<std::size_t>(vnodes.N));
+    if (places.empty()) return places;
     const double loose = std::isfinite(spacing) ? std::clamp(spacing, 0.3, 100.0) : 1;
     const double boxHeight = NodeSize(0).y;
     const double areaWidth = std::max(static_cast<double>(area.right) - area.left,
@@ -175,10 +182,12 @@ void Layout(VnodeList_kt& vnodes, const rect_kt& area, bool, bool, bool, double 
             for (const int v : placements[i].rows[r]) {
                 const auto member = static_cast<std::size_t>(v);
                 const double x = boxes[i].left + placements[i].x[member];
-                vnodes[parts[i].members[member]]->position = {across.place(x), down.place(y)};
+                places[static_cast<std::size_t>(parts[i].members[member])] = {across.place(x),
+                                                                              down.place(y)};
             }
         }
     }
+    return places;
 }
 
 }  // namespace lumo

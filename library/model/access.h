@@ -132,6 +132,7 @@ struct LUMO_HIDDEN ModelAccess {
     static void dropParents(Bnode_bn& node, const std::unordered_set<const Bnode_bn*>& going);
     static void forget(Bnode_bn& node);
     static void renumber(Bnet_bn& net, const BndList_bn& staying);
+    static void undraw(Vnet_kt& vnet, const std::unordered_set<const Bnode_bn*>& going);
 
     // Tables (relation.cpp).
     static rept_kt* checkTableSize(const Bnode_bn& node, int& entries);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <vector>
 
 #include "library/model/netmodel.h"
 
@@ -22,6 +24,14 @@ int ClampedSum(int a, int b) {
 }
 
 coord_kt ClampedSum(coord_kt a, coord_kt b) { return {ClampedSum(a.x, b.x), ClampedSum(a.y, b.y)}; }
+
+/// The extent of a drawing with the margin behind its positions.
+coord_kt FittedTo(const Vnet_kt& drawing, coord_kt margin) {
+    rect_kt around;
+    drawing.findExtent(around);
+    const coord_kt corner = ClampedSum({around.right, around.bottom}, margin);
+    return {std::max(0, corner.x), std::max(0, corner.y)};
+}
 
 }  // namespace
 
@@ -51,9 +61,25 @@ coord_kt NodeSize(int labelLength) {
 
 // ---- Visual nodes --------------------------------------------------------------------------
 
+coord_kt Vnode_kt::position() const {
+    if (node == nullptr) return position_;
+    const Vnet_kt& drawing = *node->net().vnets[0];
+    if (drawing.awaited() == nullptr) return position_;
+    return drawing.places()[static_cast<std::size_t>(node->place())];
+}
+
+void Vnode_kt::moveTo(coord_kt position) {
+    if (node != nullptr) {
+        Vnet_kt& drawing = *node->net().vnets[0];
+        drawing.settle();
+        drawing.laidOut = false;
+    }
+    position_ = position;
+}
+
 void Vnode_kt::moveBy(coord_kt offset, int) { shiftBy(offset); }
 
-void Vnode_kt::shiftBy(coord_kt offset) { position = ClampedSum(position, offset); }
+void Vnode_kt::shiftBy(coord_kt offset) { moveTo(ClampedSum(position(), offset)); }
 
 void SetNodeVisPosition_ibn(Bnode_bn& node, coord_kt position, Vnet_kt* vnet) {
     // A node's visual nodes stand in the order of the net's visual nets.
@@ -61,22 +87,58 @@ void SetNodeVisPosition_ibn(Bnode_bn& node, coord_kt position, Vnet_kt* vnet) {
     const auto place =
         vnet == nullptr ? vnets.begin() : std::find(vnets.begin(), vnets.end(), vnet);
     const auto index = place - vnets.begin();
-    if (index < node.vns.N) node.vns[static_cast<int>(index)]->position = position;
+    if (index < node.vns.N) node.vns[static_cast<int>(index)]->moveTo(position);
 }
 
 // ---- Visual nets ---------------------------------------------------------------------------
 
 Vnet_kt::Vnet_kt(Bnet_bn* net) : font(NewFont_fc(nullptr, -1, nullptr)), net_(net) {}
 
-Vnet_kt::~Vnet_kt() { FreeFont_fc(font); }
+Vnet_kt::~Vnet_kt() {
+    delete places_.load();
+    FreeFont_fc(font);
+}
+
+void Vnet_kt::awaitLayout(const AwaitedLayout& wish) {
+    delete places_.exchange(nullptr);
+    wish_ = wish;
+    awaitsLayout_ = laidOut = vnodes.hasSome();
+}
+
+const std::vector<coord_kt>& Vnet_kt::places() const {
+    const std::vector<coord_kt>* known = places_.load();
+    if (known != nullptr) return *known;
+    auto made = std::make_unique<const std::vector<coord_kt>>(
+        LayoutPlaces(vnodes, wish_.area, wish_.spacing));
+    return places_.compare_exchange_strong(known, made.get()) ? *made.release() : *known;
+}
+
+void Vnet_kt::settle() {
+    if (!awaitsLayout_) return;
+    const std::vector<coord_kt>& found = places();
+    extent_ = extent();
+    for (int i = 0; i < vnodes.N; ++i) vnodes[i]->position_ = found[static_cast<std::size_t>(i)];
+    awaitsLayout_ = false;
+    delete places_.exchange(nullptr);
+}
+
+coord_kt Vnet_kt::extent() const {
+    if (!awaitsLayout_) return extent_;
+    return FittedTo(*this, wish_.margin);
+}
+
+void Vnet_kt::setExtent(coord_kt extent) {
+    settle();
+    extent_ = extent;
+}
 
 void Vnet_kt::findExtent(rect_kt& out) const {
     out = {};
     if (!vnodes.hasSome()) return;
-    const coord_kt first = vnodes[0]->position;
+    const coord_kt first = vnodes[0]->position();
     out = {first.x, first.y, first.x, first.y};
     for (const Vnode_kt* vnode : vnodes) {
-        const coord_kt at = vnode->position;
+        const coord_kt at = vnode->position();
         out.left = std::min(out.left, at.x);
         out.top = std::min(out.top, at.y);
         out.right = std::max(out.right, at.x);
@@ -85,10 +147,8 @@ void Vnet_kt::findExtent(rect_kt& out) const {
 }
 
 void Vnet_kt::adjustDrawingSizeToFit(coord_kt margin) {
-    rect_kt extent;
-    findExtent(extent);
-    extentWidth = std::max(0, ClampedSum(extent.right, margin.x));
-    extentHeight = std::max(0, ClampedSum(extent.bottom, margin.y));
+    wish_.margin = margin;
+    if (!awaitsLayout_) extent_ = FittedTo(*this, margin);
 }
 
 void Vnet_kt::setNodesetStyles(const vect_kt<NodesetStyle>& styles, undo_vnetNodesets*) {
@@ -96,6 +156,7 @@ void Vnet_kt::setNodesetStyles(const vect_kt<NodesetStyle>& styles, undo_vnetNod
 }
 
 void Vnet_kt::reformAllAndRedraw(bool, bool, int) {
+    settle();
     if (net_ != nullptr && vnodes.N != net_->nodes.N) {
         FailAssert_kt("vnodes.N == nodes.N", "drawing", __LINE__);
     }

@@ -224,7 +224,7 @@ void SetNodeIdentity(Bnode_bn& node, const char* text) { ModelAccess::setIdentit
 // ---- New nodes -----------------------------------------------------------------------------
 
 void ModelAccess::addVisualNode(Bnode_bn& node, Vnet_kt& vnet, coord_kt position) {
-    auto* const vnode = new (index(node).arena.take<Vnode_kt>(1)) Vnode_kt{position, &node};
+    auto* const vnode = new (index(node).arena.take<Vnode_kt>(1)) Vnode_kt(position, &node);
     vnet.vnodes.append(vnode);
     node.vns.append(vnode);
 }
@@ -244,7 +244,10 @@ Bnode_bn& ModelAccess::appendNode(int states, Bnet_bn& net) {
 
 void ModelAccess::placeNode(Bnode_bn& node, coord_kt position) {
     appendToOrder(node);
-    for (Vnet_kt* vnet : node.net().vnets) addVisualNode(node, *vnet, position);
+    for (Vnet_kt* vnet : node.net().vnets) {
+        if (vnet->awaited() != nullptr) vnet->settle();
+        addVisualNode(node, *vnet, position);
+    }
     changed(node);
 }
 

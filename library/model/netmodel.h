@@ -8,9 +8,11 @@
 // Reports: operations that return a rept_kt* return Okay_rept_kt or an error that was made but not
 // shown (the caller records or throws it); warnings are shown by the operation itself.
 //
-// Threads: nothing here is global; nets in different threads do not meet. One net, one thread.
+// Threads: nothing here is global; nets in different threads do not meet. One net, one thread; but
+// a net that nobody changes may be read in several, positions that are yet to be computed included.
 #pragma once
 
+#include <atomic>
 #include <climits>
 #include <cstddef>
 #include <memory>
@@ -403,24 +405,39 @@ void FreeFont_fc(const Fontobjv* font);
 
 /// A node on a drawing.
 struct Vnode_kt {
-    coord_kt position;
     Bnode_bn* node = nullptr;
 
+    explicit Vnode_kt(coord_kt position, Bnode_bn* itsNode = nullptr)
+        : node(itsNode), position_(position) {}
+
+    /// Where it stands; the first to ask for a place that the automatic layout is to find has the
+    /// whole drawing laid out.
+    coord_kt position() const;
+    void moveTo(coord_kt position);
     /// Moves by the offset, clamped to the int range. The flag (0 or 1) asks for a redraw: nothing
     /// here.
     void moveBy(coord_kt offset, int);
     void shiftBy(coord_kt offset);
+
+private:
+    friend class Vnet_kt;
+    coord_kt position_;
 };
 
 using VnodeList_kt = vect_kt<Vnode_kt*>;
 struct undo_vnetNodesets;
 
+/// What a drawing waits for whose nodes the automatic layout is to place.
+struct AwaitedLayout {
+    rect_kt area{};
+    double spacing = 1;
+    coord_kt margin{};  ///< of the extent around the positions
+};
+
 /// The drawing side of a net; owned by it.
 class Vnet_kt {
 public:
     VnodeList_kt vnodes;  ///< in node order
-    int extentWidth = 0;  ///< drawing extent
-    int extentHeight = 0;
     coord_kt marginUnit{20, 20};
     int drawStyle = 0;   ///< 7: a labelled box with its states, as imported nets are drawn
     int labelStyle = 1;  ///< 0 name, 1 title (the default), 3 name and title
@@ -430,18 +447,33 @@ public:
     bool showGrid = false;
     bool snapToGrid = false;
     vect_kt<NodesetStyle> nodesetStyles;
-    bool laidOut = false;  ///< the positions are those of the automatic layout
+    bool laidOut = false;  ///< the positions are, or will be, those of the automatic layout
 
     Bnet_bn* getBNet() const { return net_; }
 
+    /// Leaves the nodes to the automatic layout (Layout, with that area and spacing), which runs
+    /// when somebody asks for a position or the extent, or changes some.
+    void awaitLayout(const AwaitedLayout& wish);
+    /// What the positions wait for; null when they are known.
+    const AwaitedLayout* awaited() const { return awaitsLayout_ ? &wish_ : nullptr; }
+    /// Whether a position is told without running the layout for it.
+    bool arePlacesKnown() const { return !awaitsLayout_ || places_.load() != nullptr; }
+    /// Ends the waiting.
+    void settle();
+
+    /// Width and height of the drawing.
+    coord_kt extent() const;
+    void setExtent(coord_kt extent);
+
     /// The rectangle of the visual nodes' positions; all zero when there is none.
     void findExtent(rect_kt& out) const;
-    /// Sizes the drawing extent to the positions plus the margin, clamped to the int range.
+    /// Sizes the drawing extent to the positions plus the margin, clamped to the int range; when
+    /// they wait for the layout, it is sized with them.
     void adjustDrawingSizeToFit(coord_kt margin);
     /// Replaces the node-set styles by a copy of the list; the undo record is null.
     void setNodesetStyles(const vect_kt<NodesetStyle>& styles, undo_vnetNodesets*);
     /// Re-forms all visual nodes after a layout. There is no screen here: it sizes nothing and only
-    /// checks that the positions are current. The arguments are true, true and -1.
+    /// sees to it that the positions are current. The arguments are true, true and -1.
     void reformAllAndRedraw(bool, bool, int);
 
     Vnet_kt(const Vnet_kt&) = delete;
@@ -450,9 +482,17 @@ public:
 private:
     friend class Bnet_bn;
     friend struct ModelAccess;
+    friend struct Vnode_kt;
     explicit Vnet_kt(Bnet_bn* net);
     ~Vnet_kt();
+    const std::vector<coord_kt>& places() const;
+
     Bnet_bn* net_;
+    coord_kt extent_{};
+    bool awaitsLayout_ = false;
+    AwaitedLayout wish_;
+    // Threads that ask at once may each compute it, for nobody to wait: the results are equal.
+    mutable std::atomic<const std::vector<coord_kt>*> places_ = nullptr;
 };
 
 /// Places the nodes automatically: layered (longest path), parents above children, median ordering,
@@ -460,6 +500,8 @@ private:
 /// is too small); deterministic; good for 100,000 nodes in seconds. The bools are false, false,
 /// true (parents above); spacing scales the gaps between nodes.
 void Layout(VnodeList_kt& vnodes, const rect_kt& area, bool, bool, bool, double spacing);
+/// The places that Layout gives the nodes, which stay where they are.
+std::vector<coord_kt> LayoutPlaces(const VnodeList_kt& vnodes, const rect_kt& area, double spacing);
 
 /// Size of a drawn node with a label of that many characters, as Layout and the pictures assume it.
 /// It does not grow beyond 40 characters: pictures cut longer labels.

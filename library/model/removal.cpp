@@ -74,14 +74,22 @@ void ModelAccess::renumber(Bnet_bn& net, const BndList_bn& staying) {
     }
 }
 
+/// A layout that somebody has seen stays; one that is yet to come has no place for the nodes.
+void ModelAccess::undraw(Vnet_kt& vnet, const std::unordered_set<const Bnode_bn*>& going) {
+    if (vnet.arePlacesKnown()) vnet.settle();
+    const auto isGone = [&](const Vnode_kt* v) { return going.contains(v->node); };
+    for (Vnode_kt* vnode : vnet.vnodes)
+        if (isGone(vnode)) vnode->node->vns.N = 0;
+    EraseFrom(vnet.vnodes, isGone);
+}
+
 void RemoveNodes_ibn(Bnet_bn& net, const BndList_bn& list) {
     const std::unordered_set<const Bnode_bn*> going(list.begin(), list.end());
     BndList_bn staying, gone;
     for (Bnode_bn* node : net.nodes) (going.contains(node) ? gone : staying).append(node);
     for (Bnode_bn* node : staying) ModelAccess::dropParents(*node, going);
     for (Bnode_bn* node : gone) ModelAccess::forget(*node);
-    for (Vnet_kt* vnet : net.vnets)
-        EraseFrom(vnet->vnodes, [&](const Vnode_kt* v) { return going.contains(v->node); });
+    for (Vnet_kt* vnet : net.vnets) ModelAccess::undraw(*vnet, going);
     ModelAccess::renumber(net, staying);
     ++net.changeMarker;
 }
