@@ -6,6 +6,7 @@
 #include "app/facts.h"
 #include "export/picture.h"
 #include "export/writers.h"
+#include "formats/detect.h"
 #include "formats/shared/placing.h"
 #include "tests/support.h"
 
@@ -53,7 +54,9 @@ TEST(Positions, NobodyPaysForALayoutThatNobodyLooksAt) {
     const std::map<std::string, std::string> texts = {
         {"dsc", dsc},
         {"bif", bif},
-        {"dxpress", "DXpress knowledge base k version 4.0 1 kb k is NODES: \n"},
+        {"dxpress",
+         "diagnostic network \"k\" nodes { standard \"a\" { type: discrete[2] = { standard { name: "
+         "\"s\"; } fault { name: \"t\"; } }; } standard \"b\" { type: discrete[2]; } }"},
         {"ergo",
          "3 2 2 2 0 1 1 1 1 2 .5 .5 4 .1 .9 .2 .8 4 .1 .9 .2 .8 a b c s t s t s t 0 0 0 0 0 0"}};
     for (const FormatInfo& format : Formats()) {

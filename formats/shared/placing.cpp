@@ -46,6 +46,7 @@ void LayOut(Bnet_bn& net) {
 Placing::Placing(const Vnet_kt& drawing, double scale, bool turnOver,
                  bool (*isWritten)(const Bnode_bn&))
     : hasPlaces_(HasPlaces(*drawing.getBNet())), scale_(scale), turnOver_(turnOver) {
+    if (!hasPlaces_) return;
     bool first = true;
     for (const Vnode_kt* vnode : drawing.vnodes) {
         if (isWritten != nullptr && !isWritten(*vnode->node)) continue;

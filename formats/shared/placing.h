@@ -30,7 +30,7 @@ public:
     Placing(const Vnet_kt& drawing, double scale, bool turnOver,
             bool (*isWritten)(const Bnode_bn&) = nullptr);
 
-    /// Whether there is something to write.
+    /// Whether there is something to write; the rest is for drawings that have.
     bool hasPlaces() const { return hasPlaces_; }
     coord_kt written(const Bnode_bn& node) const;
     /// Whether the node comes to stand where it does now, the margin of the drawing aside.
@@ -42,7 +42,7 @@ private:
     long long inFile(long long distance) const;
 
     bool hasPlaces_;
-    rect_kt extent_;
+    rect_kt extent_{};
     double scale_;
     bool turnOver_;
     long long height_ = 0;  // of the drawing in the file
