@@ -98,10 +98,28 @@ class Pickling(unittest.TestCase):
         for bytes in (b"", state[:5], b"x" + state[1:], state[:-1], state[:200], state[:10] + b"9" + state[11:]):
             self.assertRaises(ValueError, restore, bytes)
 
+    def test_nothing_is_laid_out_before_somebody_asks(self):
+        path = SAMPLES / "bif/classic.bif"
+        net = lumo.read(path)
+        restore, (state,) = copyreg.dispatch_table[lumo.Net](net)
+        again = restore(state)
+        repr([net, net.nodes, [(node.table, node.parents, node.states) for node in net]])
+        self.assertEqual(net, again)
+        self.assertEqual(net, pickle.loads(pickle.dumps(copy.deepcopy(net))))
+        written_as(net, "bif"), written_as(net, "svg")
+        self.assertTrue(lumo._core.awaits_layout(net) and lumo._core.awaits_layout(again))
+        places = [node.position for node in net]
+        self.assertEqual(len(set(places)), len(net))
+        self.assertFalse(lumo._core.awaits_layout(net))
+        self.assertEqual([node.position for node in again], places)
+        again[net.nodes[1].name].position = (1, 2)
+        self.assertEqual([node.position for node in again], [places[0], (1, 2), *places[2:]])
+        self.assertNotEqual(net, again)
+
     def test_changed_bytes_harm_nothing(self):
         random_ = random.Random(7)
         refused = 0
-        for path in ("hugin/press_groups.net", "dxpress/copier.dxp", "xdsl/features.xdsl"):
+        for path in ("hugin/press_groups.net", "dxpress/copier.dxp", "xdsl/features.xdsl", "bif/classic.bif"):
             restore, (state,) = copyreg.dispatch_table[lumo.Net](lumo.read(SAMPLES / path))
             for _ in range(int(os.environ.get("LUMO_MUTANTS", "1000"))):
                 mutant = bytearray(state)
