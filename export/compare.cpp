@@ -360,7 +360,7 @@ private:
     // ---- Places
 
     static coord_kt placeOf(const Bnode_bn& node) {
-        return node.vns.hasSome() ? node.vns[0]->position : coord_kt();
+        return node.vns.hasSome() ? node.vns[0]->position() : coord_kt();
     }
 
     /// By how much most nodes are moved: by that much the drawing begins elsewhere.
