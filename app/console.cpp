@@ -15,8 +15,6 @@
 namespace lumo::app {
 namespace {
 
-constexpr long long sourceBefore = 100;  // bytes of the line shown before the caret
-constexpr long long sourceAfter = 60;
 constexpr std::size_t shownAlike = 3;  // reports of one number in one file
 constexpr auto progressDelay = std::chrono::seconds(1);
 
@@ -31,18 +29,6 @@ const char* ColorOf(int severity) {
     if (severity > SeverityWarning) return red;
     return severity > SeverityNotice ? magenta : cyan;
 }
-
-/// Up to `length` bytes of the file from the offset; empty when that cannot be had.
-std::string ReadAt(const std::string& file, long long offset, long long length) {
-    const system::InputFile input(file.c_str());
-    if (!input.isOpen()) return {};
-    std::string text(static_cast<std::size_t>(length), '\0');
-    const long long got = input.readAt(offset, text.data(), length);
-    text.resize(static_cast<std::size_t>(std::max(got, 0LL)));
-    return text;
-}
-
-bool IsContinuation(char c) { return (c & '\xC0') == '\x80'; }
 
 }  // namespace
 
@@ -106,32 +92,24 @@ Console::Console(const Options& options, bool interactive)
              !options.jsonDiagnostics),
       screen_(options) {}
 
-void Console::begin(const std::string& file) {
+void Console::startFile(const std::string& file) {
     finish();
     holding_ = holds_;
     headed_ = false;
     file_ = file;
-    text_ = {};
-    reports_.clear();
-    skipped_.clear();
     screen_.begin(file);
     allowed_ = 0;
 }
 
-void Console::show(const rept_kt& report) {
-    ReportRecord& record = reports_.emplace_back(report);
-    if (record.file.empty()) record.file = file_;
-    if (screen_.lets(record)) {
+bool Console::report(const ReportRecord& report) {
+    if (screen_.lets(report)) {
         ++allowed_;
-        reports_.pop_back();
-        return;
+        return false;
     }
-    const bool wanted = terminal_ || silent_ || options_.command == CommandEN::convert;
-    if (wanted && report.line > 0 && report.offset >= 0)
-        record.sourceLine = windowAround(report.offset, record.sourceCaret);
-    if (options_.quiet && report.severity <= SeverityWarning) return;
+    if (options_.quiet && report.severity <= SeverityWarning) return true;
     worst_.add({report.severity, report.number});
-    give(record);
+    give(report);
+    return true;
 }
 
 /// Shows it, now or later.
@@ -195,54 +173,24 @@ std::string Console::sourceLines(const ReportRecord& report, const std::string& 
            std::string(DisplayWidth(before), ' ') + paint(green, "^") + "\n";
 }
 
-/// The part of the offset's line around it, tabs made blanks and characters that the window's ends
-/// cut left out; caret is the offset's place in it.
-std::string Console::windowAround(long long offset, std::size_t& caret) const {
-    const long long from = std::max(0LL, offset - sourceBefore);
-    const long long length = offset - from + sourceAfter;
-    std::string window;
-    if (text_.data() == nullptr) {
-        window = ReadAt(file_, from, length);
-    } else if (from < static_cast<long long>(text_.size())) {
-        window = text_.substr(static_cast<std::size_t>(from), static_cast<std::size_t>(length));
-    }
-    caret = std::min(static_cast<std::size_t>(offset - from), window.size());
-    const std::size_t end = window.find_first_of("\r\n", caret);
-    std::size_t start = std::string_view(window).substr(0, caret).find_last_of("\r\n") + 1;
-    if (start == 0 && from > 0)
-        while (start < caret && IsContinuation(window[start])) ++start;
-    if (end != std::string::npos) {
-        window.resize(end);
-    } else if (static_cast<long long>(window.size()) == length) {
-        while (window.size() > caret && IsContinuation(window.back())) window.pop_back();
-        if (window.size() > caret && (window.back() & '\x80') != 0) window.pop_back();
-    }
-    window.erase(0, start);
-    caret -= start;
-    std::ranges::replace(window, '\t', ' ');
-    return window;
-}
-
 std::string Console::paint(const char* code, const std::string& text) const {
     return colors_ ? code + text + plain : text;
 }
 
-void Console::print(const char* text) {
+void Console::note(const std::string& text) {
     if (options_.quiet) return;
     ReportRecord note;
     note.file = file_;
     note.severity = SeverityNotice;
     note.message = text;
-    while (note.message.ends_with('\n')) note.message.pop_back();
     give(note);
 }
 
-void Console::note(const std::string& text) {
-    if (options_.verbose) print(text.c_str());
+void Console::done(const std::string& what) {
+    if (options_.verbose) note(what);
 }
 
-bool Console::ask(int, const char* question) {
-    if (options_.condense) return *options_.condense;
+bool Console::ask(const char* question) {
     if (!canAsk()) return false;
     finish();
     progress_.clear();
@@ -254,17 +202,13 @@ bool Console::ask(int, const char* question) {
 
 bool Console::canAsk() const { return interactive_ && IsTerminal(system::StandardInput); }
 
-void Console::waitBegin(const char* text) {
-    wait_ = Visible(text);
+void Console::begin(const std::string& wait) {
+    wait_ = Visible(wait);
     progress_.start();
 }
 
-void Console::waitEnd(const char*) { progress_.clear(); }
-
 void Console::progress(long long done, long long total) { progress_.update(wait_, done, total); }
 
-void Console::unknownWord(const char* word, int, long long count) {
-    skipped_.push_back({word, count});
-}
+void Console::end() { progress_.clear(); }
 
 }  // namespace lumo::app

@@ -7,8 +7,7 @@
 #include <vector>
 
 #include "app/options.h"
-#include "formats/shared/result.h"
-#include "library/reports/reports.h"
+#include "formats/import.h"
 
 namespace lumo::app {
 
@@ -52,43 +51,36 @@ bool WantsColors(ColorEN choice, int descriptor);
 /// Tells a person, after all else, how to learn more of the worst report.
 void ShowHint(const WorstReport& worst, const Options& options);
 
-class Console : public ReportHandler {
+class Console : public ImportWatcher {
 public:
     /// interactive: may ask and show progress; else it only writes what comes.
     explicit Console(const Options& options, bool interactive = true);
 
-    ~Console() { finish(); }
+    ~Console() override { finish(); }
 
-    void begin(const std::string& file);  ///< starts a file
+    void startFile(const std::string& file);
     /// The file's reports have come to their end. Where they are held until then, on a terminal and
     /// by check, those of one number are shown a few times, and a file with several is a heading.
     void finish();
-    /// The file's text, when that is in memory alone; it must outlive the import.
-    void setText(std::string_view text) { text_ = text; }
-    /// Says what was done, to those who want to know.
-    void note(const std::string& text);
     /// The worst of what was shown of all files.
     const WorstReport& worst() const { return worst_; }
     bool canAsk() const;  ///< a person is there to answer
-    std::vector<ReportRecord> takeReports() { return std::move(reports_); }
-    std::vector<SkippedWord> takeSkipped() { return std::move(skipped_); }
     /// Reports of the file that were let pass.
     long long allowed() const { return allowed_; }
 
-    void show(const rept_kt& report) override;
-    void print(const char* text) override;
-    bool ask(int number, const char* question) override;
-    void waitBegin(const char* text) override;
-    void waitEnd(const char* text) override;
+    bool report(const ReportRecord& report) override;
+    void note(const std::string& text) override;
+    void done(const std::string& what) override;  ///< said to those who want to know
+    bool ask(const char* question) override;
+    void begin(const std::string& wait) override;
     void progress(long long done, long long total) override;
-    void unknownWord(const char* word, int number, long long count) override;
+    void end() override;
 
 private:
     void give(const ReportRecord& report);
     std::string lineOf(const ReportRecord& report, bool isBelow) const;
     bool isHeading() const;
     std::string sourceLines(const ReportRecord& report, const std::string& indent) const;
-    std::string windowAround(long long offset, std::size_t& caret) const;
     std::string paint(const char* code, const std::string& text) const;
 
     const Options& options_;
@@ -97,11 +89,8 @@ private:
     const bool colors_;
     const bool silent_;  ///< a form for programs has it all
     std::string file_;
-    std::string_view text_;  ///< what is in memory alone
     std::string wait_;
     ProgressLine progress_;
-    std::vector<ReportRecord> reports_;
-    std::vector<SkippedWord> skipped_;
     const bool holds_;                ///< reports, until the file's end
     bool holding_ = false;            ///< now
     bool headed_ = false;             ///< the file's name stands above its reports

@@ -45,10 +45,10 @@ std::string Convert(const ImportResult& result, const InputFile& file, const Opt
     const auto write = [&](std::ostream& out) { writer.write(result, out); };
     const std::string failure = WriteOutput(output, write);
     if (!failure.empty()) return failure;
-    if (output != "-") console.note("written to " + Visible(output));
+    if (output != "-") console.done("written to " + Visible(output));
     if (writer.losses == nullptr || options.quiet) return {};
     for (const std::string& note : LossNotes(writer.losses(*result.net), writer.title))
-        console.print(note.c_str());
+        console.note(note);
     return {};
 }
 

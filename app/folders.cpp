@@ -5,7 +5,6 @@
 #include <map>
 #include <utility>
 
-#include "app/gzip.h"
 #include "app/read.h"
 #include "formats/detect.h"
 #include "formats/othertexts.h"

@@ -156,8 +156,8 @@ int Run(int argc, char** argv) {
     if (options.command == CommandEN::diff) return RunDiff(options);
     Console console(options);
     for (const auto& [path, why] : options.passedOver) {
-        console.begin(path);
-        console.note(std::string("passed over, for ") + why);
+        console.startFile(path);
+        console.done(std::string("passed over, for ") + why);
         console.finish();
     }
     if (options.command == CommandEN::check) return RunCheck(options, console);

@@ -63,8 +63,8 @@ void AddOptions(CLI::App& app, Options& options, Raw& raw) {
     choice("--layout", raw.layout, {"auto", "file"});
     choice("--diagnostics", raw.diagnostics, {"text", "json"});
     choice("--color", raw.color, {"auto", "always", "never"});
-    app.add_flag("--normalize", options.reading.normalize);
-    app.add_option("--class", options.className);
+    app.add_flag("--normalize", options.import.normalize);
+    app.add_option("--class", options.import.className);
     app.add_flag("--strict", raw.strict);
     app.add_flag("--create-state-names", raw.createStateNames);
     app.add_flag("-r,--recursive", options.recursive);
@@ -189,14 +189,14 @@ std::string CheckReading(Options& options, const Raw& raw) {
     if (isOfOne && options.many()) return "nodes and table take one file, and no folder";
     if (options.command == CommandEN::diff && options.files.size() != 2)
         return "diff: takes two files";
-    options.format = FindFormat(std::string_view(raw.format));
-    if (!raw.condense.empty()) options.condense = raw.condense == "yes";
+    options.import.format = FindFormat(std::string_view(raw.format));
+    if (!raw.condense.empty()) options.import.condense = raw.condense == "yes";
     if (!raw.layout.empty())
         options.layout = raw.layout == "auto" ? LayoutEN::automatic : LayoutEN::file;
-    options.reading.lenient = !raw.strict;
-    options.reading.className = options.className;
-    options.reading.createStateNamesDsc = raw.createStateNames;
-    options.reading.createStateNamesXMLBIF = raw.createStateNames;
+    options.import.strict = raw.strict;
+    options.import.createStateNames = raw.createStateNames;
+    options.import.formatOption = "--from";
+    options.import.sourceLines = true;
     options.jsonDiagnostics = raw.diagnostics == "json";
     if (raw.color != "auto")
         options.color = raw.color == "always" ? ColorEN::always : ColorEN::never;

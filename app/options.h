@@ -9,8 +9,7 @@
 
 #include "app/baseline.h"
 #include "export/writers.h"
-#include "formats/ForeignFile.h"
-#include "formats/detect.h"
+#include "formats/import.h"
 
 namespace lumo::app {
 
@@ -46,10 +45,6 @@ struct InputFile {
 };
 
 struct Options {
-    Options() = default;
-    Options(const Options&) = delete;  // `reading` refers to it
-    Options& operator=(const Options&) = delete;
-
     CommandEN command = CommandEN::summary;
     std::vector<InputFile> files;
     bool recursive = false;  ///< folders are read
@@ -69,11 +64,8 @@ struct Options {
     bool intoFolder = false;             ///< convert: the output is a folder, or becomes one
     const Writer* writer = nullptr;      ///< convert
     bool force = false;                  ///< convert: write over the input
-    const FormatInfo* format = nullptr;  ///< null: detect
-    std::optional<bool> condense;        ///< answer to the noisy-max question
     LayoutEN layout = LayoutEN::best;    ///< of the nodes in what is written
-    std::string className;               ///< of a Hugin file with several classes
-    ReadOptions reading;                 ///< refers to className
+    ImportOptions import;                ///< how files are read
     bool quiet = false;                  ///< errors only
     bool verbose = false;                ///< what was done as well
     bool json = false;                   ///< summary, diff

@@ -1,17 +1,14 @@
-// Reading one file: detection, import, result.
+// Reading one file of the command line.
 #pragma once
 
 #include <string>
 
 #include "app/console.h"
 #include "app/options.h"
-#include "formats/shared/result.h"
 
 namespace lumo::app {
 
-/// Imports the file ("-": standard input); problems go to the console and into the result. Regular
-/// files are left to the library, of which detection sees the start alone; pipes are read once,
-/// into memory.
+/// Imports the file ("-": standard input); problems go to the console and into the result.
 ImportResult ReadOne(const std::string& file, const Options& options, Console& console);
 
 /// The start of a regular file's text, as much as detection looks at; unpacked.

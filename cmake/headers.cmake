@@ -2,7 +2,7 @@
 # <lumo/ForeignFile.h>, and include each other so. Nothing else is installed, and other projects that
 # build the library among their own targets see the same.
 set(LUMO_PUBLIC_HEADERS
-    formats/ForeignFile.h formats/catalogue.h formats/detect.h formats/formats.h formats/net.h
+    formats/ForeignFile.h formats/import.h formats/catalogue.h formats/detect.h formats/formats.h formats/net.h
     formats/shared/format.h formats/shared/options.h
     formats/shared/positions.h formats/shared/result.h
     formats/shared/describe.h formats/shared/losses.h formats/shared/placing.h

@@ -9,9 +9,11 @@
 #include <exception>
 #include <new>
 #include <numeric>
+#include <optional>
 #include <string>
 
 #include "formats/formats.h"
+#include "formats/reading.h"
 #include "formats/shared/messages.h"
 #include "formats/shared/placing.h"
 #include "library/text/parser.h"
@@ -51,11 +53,6 @@ void NormalizeRows(Bnet_bn& net) {
     if (rowsScaled > 0) NewReport(msg::import.rowsScaled, rowsScaled, nodesScaled);
 }
 
-std::string FolderOf(const char* fileName) {
-    const char* const separator = system::LastSeparator(fileName);
-    return separator == nullptr ? "." : std::string(fileName, separator + 1);
-}
-
 /// Keeps what has a probability possible in single precision too, and says of how many numbers.
 void KeepPossible(Bnet_bn& net) {
     int kept = 0, nodes = 0;
@@ -68,7 +65,27 @@ void KeepPossible(Bnet_bn& net) {
     if (kept > 0) NewReport(msg::import.tooSmall, kept, nodes, first->name());
 }
 
-OwnedNet ReadText(const char* text, const char* fileName, int format, const ReadOptions& options) {
+/// The formats whose imports through the published entry take turns.
+bool TakesTurns(int format) { return format > FormatHugin && format <= FormatErgo; }
+
+/// Shows the last report of an import that fails; a handler that throws again is not asked.
+void ShowLast(rept_kt* report) {
+    try {
+        ShowReport(report);
+    } catch (...) {
+        // Nothing is left to tell it to.
+    }
+}
+
+}  // namespace
+
+std::string FolderOf(const char* fileName) {
+    const char* const separator = system::LastSeparator(fileName);
+    return separator == nullptr ? "." : std::string(fileName, separator + 1);
+}
+
+OwnedNet ReadLoadedText(const char* text, const char* fileName, int format,
+                        const ReadOptions& options, TurnsEN turns) {
     const auto channel = std::make_unique<InChannel_CString_kt>(text, fileName);
     OwnedNet net = NewNamedNet(fileName);
     Vnet_kt& drawing = *net->vnets[0];
@@ -76,7 +93,12 @@ OwnedNet ReadText(const char* text, const char* fileName, int format, const Read
 
     const FormatInfo* const found = FindFormat(format);
     if (found == nullptr) throw NewReport(msg::import.unknownFormatCode, format);
-    rept_kt* report = found->read(*channel, *net, drawing, options);
+    rept_kt* report = nullptr;
+    {
+        std::optional<CritSecHold> turn;
+        if (turns == TurnsEN::published && TakesTurns(format)) turn.emplace(Mut_ReadForeignFile);
+        report = found->read(*channel, *net, drawing, options);
+    }
     if (report == nullptr) report = Okay_rept_kt;
     if (report->number == msg::reports.importCancelled.number) throw report;
     // The generic failure says nothing that an error before it has not said.
@@ -90,18 +112,8 @@ OwnedNet ReadText(const char* text, const char* fileName, int format, const Read
     return net;
 }
 
-/// Shows the last report of an import that fails; a handler that throws again is not asked.
-void ShowLast(rept_kt* report) {
-    try {
-        ShowReport(report);
-    } catch (...) {
-        // Nothing is left to tell it to.
-    }
-}
-
-/// Runs one import: whatever escapes it is shown, and the result is null.
-template <class Work>
-Bnet_bn* Guarded(const char* fileName, Work work) {
+Bnet_bn* RunImport(const char* fileName, const std::function<OwnedNet()>& work) {
+    const OwnPlaces places;
     ReportScope scope;
     try {
         OwnedNet net;
@@ -123,8 +135,6 @@ Bnet_bn* Guarded(const char* fileName, Work work) {
     return nullptr;
 }
 
-}  // namespace
-
 Bnet_bn* ReadForeignNetFile_kt(const char* fileName, int format, bool) {
     return ReadForeignNetFile(fileName, format, {});
 }
@@ -135,27 +145,27 @@ Bnet_bn* ReadForeignNetText_kt(std::string_view text, const char* fileName, int 
 
 Bnet_bn* ReadForeignNetFile(const char* fileName, int format, const ReadOptions& options) {
     if (fileName == nullptr) fileName = "";
-    return Guarded(fileName, [&] {
+    return RunImport(fileName, [&] {
         const XArray<char> text(FileToStringThrows_kt(fileName, -1, nullptr));
         if (text == nullptr) throw NewReport(msg::import.couldNotRead, fileName);
         ReadOptions here = options;
         const std::string folder = FolderOf(fileName);
         if (here.folder.empty()) here.folder = folder;
-        return ReadText(text.get(), fileName, format, here);
+        return ReadLoadedText(text.get(), fileName, format, here, TurnsEN::published);
     });
 }
 
 Bnet_bn* ReadForeignNetText(std::string_view text, const char* fileName, int format,
                             const ReadOptions& options) {
     if (fileName == nullptr) fileName = "";
-    return Guarded(fileName, [&] {
+    return RunImport(fileName, [&] {
         if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
             WarnZeroByte(fileName, static_cast<long long>(zero));
         }
         const XArray<char> copy = NewXArray<char>(std::ssize(text) + 2);  // ends 16-bit text too
         if (copy == nullptr) throw std::bad_alloc();
         std::fill_n(std::copy(text.begin(), text.end(), copy.get()), 2, '\0');
-        return ReadText(copy.get(), fileName, format, options);
+        return ReadLoadedText(copy.get(), fileName, format, options, TurnsEN::published);
     });
 }
 

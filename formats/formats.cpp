@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "formats/packing.h"
 #include "formats/shared/start.h"
 
 // One line a format, the name of its folder.
@@ -50,12 +51,7 @@ bool HasWord(std::string_view list, std::string_view word) {
     return false;
 }
 
-std::string_view PlainName(std::string_view fileName) {
-    constexpr std::size_t length = 3;
-    if (fileName.size() > length && Lower(fileName.substr(fileName.size() - length)) == ".gz")
-        fileName.remove_suffix(length);
-    return fileName;
-}
+std::string_view PlainName(std::string_view fileName) { return WithoutPacking(fileName); }
 
 bool HasExtension(const FormatInfo& format, std::string_view fileName) {
     fileName = PlainName(fileName);

@@ -17,13 +17,13 @@ std::span<const FormatInfo> Formats();
 const FormatInfo* FindFormat(std::string_view name);
 const FormatInfo* FindFormat(int code);
 
-/// The name of the text in a file of that name: without a ".gz" at its end.
+/// The name of the text in a file of that name: without ".gz" or the like at its end.
 std::string_view PlainName(std::string_view fileName);
 
-/// Whether the file's name has an extension of the format, or ".gz" after it.
+/// Whether the file's name has an extension of the format, also before ".gz" and the like.
 bool HasExtension(const FormatInfo& format, std::string_view fileName);
 
-/// The format whose extension the file's name has, or ".gz" after it; null when there is none.
+/// The format whose extension the file's name has, also before ".gz" and the like; null when there is none.
 const FormatInfo* FormatOfExtension(std::string_view fileName);
 
 }  // namespace lumo

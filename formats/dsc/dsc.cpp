@@ -400,7 +400,6 @@ void ReadNet(Parser_CString_kt& in, Vnet_kt& drawing, Leniency& lenient) {
 
 rept_kt* ParseDscFile(InChannel_kt& channel, Bnet_bn&, Vnet_kt& drawing,
                       const ReadOptions& options) {
-    const CritSecHold lock(Mut_ReadForeignFile);
     const std::unique_ptr<short[]> charProps(MakeStdCharProps_kt());
     SetCharProp_kt("\"(){}[]=,;:|", CharPropPunct, charProps.get());
     SetCharProp_kt("/", CharPropComment, charProps.get());

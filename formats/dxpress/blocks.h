@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "formats/dxpress/messages.h"
@@ -10,6 +11,11 @@
 #include "library/text/keywords.h"
 
 namespace lumo::dxpress {
+
+/// What lives as long as the import.
+struct State : ReaderState {
+    std::optional<bool> condense;  ///< noisy-max relations keep their parameters alone; none: ask
+};
 
 inline constexpr int wordSize = 255;
 inline constexpr int shortWordSize = 30;  // of type words and state fields

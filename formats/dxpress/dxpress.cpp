@@ -655,7 +655,6 @@ void ReadDXPress(Parser_CString_kt& in, Bnet_bn& net) {
 
 rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
                           const ReadOptions& options) {
-    const CritSecHold lock(Mut_ReadForeignFile);
     const std::unique_ptr<short[]> props(MakeStdCharProps_kt());
     SetCharProp_kt("(){}[]=,;:|\"", CharPropPunct, props.get());
     ParserOptions_kt parserOptions;
@@ -663,6 +662,9 @@ rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     const OwnedParser parser(channel.makeParser(&parserOptions));
     Parser_CString_kt& in = TextParser(*parser);
     in.lenient = options.lenient;
+    dxpress::State state;
+    state.condense = options.condense;
+    in.state = &state;
     drawing.drawStyle = 7;
     try {
         dxpress::ReadDXPress(in, net);

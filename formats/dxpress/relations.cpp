@@ -1,5 +1,7 @@
 // Reader of DXPress knowledge bases: the relations of the network's entries, tables of
 // probabilities and noisy-max parameters.
+#include <atomic>
+
 #include <climits>
 #include <cstring>
 
@@ -166,15 +168,21 @@ bool ReadGroups(Parser_CString_kt& in, Numbers<double>& parameters) {
     }
 }
 
-/// Installs the parameters; the question whether to condense is asked once in the life of the
-/// process.
-void MakeNoisyMax(Parser_CString_kt& in, Bnode_bn& node, const double* parameters) {
-    static int condense = -1;  // guarded by the import lock
-    if (condense == -1) {
+/// The answer to the question that is asked once in the life of the process.
+bool AnswerOfProcess() {
+    static std::atomic<signed char> answer = -1;
+    if (answer < 0) {
         const MessageRow& question = msg::dxpress.condense;
-        condense = AskYesOrNoC_kt(question.number, 0, -1, nullptr, "%s", question.text) ? 1 : 0;
+        answer = AskYesOrNoC_kt(question.number, 0, -1, nullptr, "%s", question.text) ? 1 : 0;
     }
-    rept_kt* report = node.makeIntoNoisyMax(parameters, condense == 1);
+    return answer == 1;
+}
+
+/// Installs the parameters.
+void MakeNoisyMax(Parser_CString_kt& in, Bnode_bn& node, const double* parameters) {
+    std::optional<bool>& condense = static_cast<State*>(in.state)->condense;
+    if (!condense) condense = AnswerOfProcess();
+    rept_kt* report = node.makeIntoNoisyMax(parameters, *condense);
     if (IsError(report)) in.makeError(*report, "%s creating noisy-max node");
 }
 

@@ -343,7 +343,6 @@ std::unique_ptr<short[]> ErgoCharProps() {
 }  // namespace
 
 rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net, const ReadOptions& options) {
-    const CritSecHold lock(Mut_ReadForeignFile);
     const std::unique_ptr<short[]> props = ErgoCharProps();
     ParserOptions_kt parserOptions;
     parserOptions.charProps = props.get();

@@ -14,9 +14,9 @@ struct ImportMessages {
     Message<const char*> couldNotRead{-3468, error, "couldn't read file '%s' into memory",
         "the notice before it says why: the file is missing, no file, not readable, or too large. "
         "Check its name and permissions"};
-    Message<const char*, const char*> pipeFailed{-3468, error, "cannot read '%s': %s",
-        couldNotRead.cure};
-    Message<const char*, const char*> unusableFolder{-5431, error, "'%s' is a folder; %s",
+    Message<const char*> notOpened{-3468, error, "%s", "the file is missing, no file, or not "
+        "readable. Check its name and permissions; an address of the web is to be downloaded first"};
+    Message<const char*> unusableFolder{-5431, error, "%s",
         "`-r` reads the files in a folder that have the extension of a format or are certainly of "
         "one; name others by themselves, with `--from`"};
     Message<const char*, const char*> damagedPacking{-5432, error, "'%s' cannot be unpacked to its "
@@ -24,7 +24,12 @@ struct ImportMessages {
         "could be unpacked is read"};
     Message<const char*, const char*> refusedPacking{-5433, error, "'%s' cannot be unpacked: %s",
         "its text would have more than 1 GiB, or more than 64 MiB and 250 times the file's size; "
-        "or zlib is missing. Unpack the file with `gunzip`, if it can be trusted, and read that"};
+        "or the library that unpacks it is missing. Unpack the file, if it can be trusted, and "
+        "read that"};
+    Message<const char*, const char*> tooMuchMemory{-5439, error, "'%s' takes more than the %s of "
+        "memory that are allowed", "the text, or what it makes of the net, is larger than a file "
+        "may get, lest one file take the memory of all. Allow more with `--max-memory`, if the file "
+        "can be trusted"};
     Message<const char*, long long> bytesAfterPacking{-5434, warning,
         "'%s' has %lld byte[|s] behind its compressed text",
         "they are passed over. Get the file again when something is missing"};

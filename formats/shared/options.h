@@ -1,6 +1,7 @@
 // How a file is read: the codes of the formats and the options of an import.
 #pragma once
 
+#include <optional>
 #include <string_view>
 
 #include "library/utilities/language.h"
@@ -23,6 +24,9 @@ enum ForeignFormatEN : int {
 extern bool Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
 extern bool Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
 
+/// What a file's text and its net's tables may take, unless something else is said: 2 GB.
+inline constexpr long long DefaultMostMemory = 2LL << 30;
+
 /// How a file is read. What the defaults leave out is lost as the format's definition wants it.
 struct ReadOptions {
     /// Keeps what reading by the letter loses: each leniency taken is a report of its own, and what
@@ -36,6 +40,12 @@ struct ReadOptions {
     /// Make state names from titles that are no legal names (DSC, XML BIF).
     bool createStateNamesDsc = Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
     bool createStateNamesXMLBIF = Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
+    /// Whether noisy-max tables of DXPress keep their parameters alone; without an answer the
+    /// application's handler is asked, once in the life of the process.
+    std::optional<bool> condense;
+    /// Bytes that the file's text and the tables of its net may take; what is beyond is an error,
+    /// and the rest is kept.
+    long long mostMemory = DefaultMostMemory;
     /// The class of a Hugin file with several to read; empty: in strict reading the first, in
     /// lenient reading the one that no other instantiates.
     std::string_view className;

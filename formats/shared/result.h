@@ -59,6 +59,8 @@ struct ImportResult {
     std::unique_ptr<Bnet_bn> net;       ///< null when nothing was read
     std::vector<ReportRecord> reports;  ///< in the order they were made
     std::vector<SkippedWord> skipped;   ///< unknown words, the most frequent first
+    std::vector<std::string> notes;     ///< what the readers print, such as renamed nodes
+    int error = 0;                      ///< errno, when the file could not be opened or read
     LayoutEN layout = LayoutEN::best;   ///< what was asked for
 
     StatusEN status() const {

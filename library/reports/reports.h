@@ -151,6 +151,18 @@ protected:
 private:
     PlaceSource* outer_;
 };
+/// For an import that a handler of another begins: the tokenizers of that one are no place for its
+/// reports.
+class OwnPlaces {
+public:
+    OwnPlaces();
+    ~OwnPlaces();
+    OwnPlaces(const OwnPlaces&) = delete;
+    OwnPlaces& operator=(const OwnPlaces&) = delete;
+
+private:
+    PlaceSource* outer_;
+};
 PlaceSource* InnermostPlaceSource();  ///< null when no tokenizer lives on this thread
 
 /// Shows the report to the handler unless it was shown before (the place is filled in first when it

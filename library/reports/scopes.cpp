@@ -111,6 +111,9 @@ PlaceSource::~PlaceSource() {
     if (*link == this) *link = outer_;
 }
 
+OwnPlaces::OwnPlaces() : outer_(std::exchange(Here().place, nullptr)) {}
+OwnPlaces::~OwnPlaces() { Here().place = outer_; }
+
 PlaceSource* InnermostPlaceSource() { return Here().place; }
 
 int ErrorsSoFar() {

@@ -112,6 +112,9 @@ public:
 /// An opaque position of a tokenizer, valid for that tokenizer.
 using ParserPos_kt = const char*;
 
+/// What a format's reader keeps of one import, for its own functions, which know more of it.
+struct ReaderState {};
+
 /// Abstract tokenizer.
 class Parser_kt : public PlaceSource {
 public:
@@ -129,6 +132,7 @@ public:
     int positionCount = 0;                 ///< node positions read (XML BIF)
     std::vector<ParserPos_kt> nodePlaces;  ///< by node: where it is defined, null when not known
     bool lenient = false;       ///< the reader is to keep what reading by the letter loses
+    ReaderState* state = nullptr;  ///< of the reader that made it; borrowed
     bool numberFailed = false;  ///< the last number read was none; set and cleared by each read
 
     virtual int eofChar() const = 0;

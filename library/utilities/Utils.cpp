@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstring>
+#include <new>
 
 #include "library/utilities/system.h"
 
@@ -196,7 +197,28 @@ int RoundToInt_kt(double x) {
 
 critsec_kt Mut_ReadForeignFile;
 
-void EnterCriticalSection_fc(critsec_kt* section) { section->mutex.lock(); }
-void LeaveCriticalSection_fc(critsec_kt* section) { section->mutex.unlock(); }
+namespace {
+
+thread_local bool holdsImportLock = false;
+
+/// What another thread holds while a process is forked, no thread of the child would ever leave.
+[[maybe_unused]] const bool childrenAreFree = [] {
+    system::CallInChildren([] {
+        if (!holdsImportLock) new (&Mut_ReadForeignFile.mutex) Mutex;
+    });
+    return true;
+}();
+
+}  // namespace
+
+void EnterCriticalSection_fc(critsec_kt* section) {
+    section->mutex.lock();
+    if (section == &Mut_ReadForeignFile) holdsImportLock = true;
+}
+
+void LeaveCriticalSection_fc(critsec_kt* section) {
+    if (section == &Mut_ReadForeignFile) holdsImportLock = false;
+    section->mutex.unlock();
+}
 
 }  // namespace lumo

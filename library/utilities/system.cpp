@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <locale.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -150,6 +151,14 @@ int Replace(const char* file, const char* target) { return ::rename(file, target
 int Remove(const char* path) { return ::unlink(path); }
 
 int ProcessNumber() { return ::getpid(); }
+
+void CallInChildren(void (*function)()) {
+#ifdef __EMSCRIPTEN__  // a page forks nothing
+    static_cast<void>(function);
+#else
+    ::pthread_atfork(nullptr, nullptr, function);
+#endif
+}
 
 // ---- The process and its terminal ----------------------------------------------------------
 

@@ -78,6 +78,9 @@ int Remove(const char* path);
 
 int ProcessNumber();
 
+/// Has the function called in the children that are forked from now on.
+void CallInChildren(void (*function)());
+
 // ---- The process and its terminal ----------------------------------------------------------
 
 constexpr int StandardInput = 0;

@@ -193,6 +193,7 @@ int Replace(const char* file, const char* target) {
 int Remove(const char* path) { return _wunlink(Wide(path).c_str()); }
 
 int ProcessNumber() { return _getpid(); }
+void CallInChildren(void (*)()) {}
 
 // ---- The process and its terminal ----------------------------------------------------------
 
