@@ -66,7 +66,7 @@ void KeepPossible(Bnet_bn& net) {
 }
 
 /// The formats whose imports through the published entry take turns.
-bool TakesTurns(int format) { return format > FormatHugin && format <= FormatErgo; }
+bool TakesTurns(int format) { return format >= FormatHugin && format <= FormatErgo; }
 
 /// Shows the last report of an import that fails; a handler that throws again is not asked.
 void ShowLast(rept_kt* report) {

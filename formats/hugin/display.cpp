@@ -15,16 +15,7 @@
 
 namespace lumo::hugin {
 
-constinit vect_kt<char*> GroupNames;
-constinit vect_kt<int> GroupColors;
-int NumGroups = 0;
-const char* GroupAttribute = nullptr;
-constinit std::vector<ParserPos_kt> GroupPlaces;
-
 namespace {
-
-/// The names of GroupNames, hashed; made when needed.
-constinit std::unique_ptr<UniqueNames_kt> TakenNames;
 
 // ---- Tables --------------------------------------------------------------------------------
 
@@ -88,16 +79,16 @@ constexpr bool InPalette(int index) { return index >= 0 && index < PaletteSize; 
 
 // ---- Groups --------------------------------------------------------------------------------
 
-UniqueNames_kt& Taken() {
-    if (TakenNames == nullptr) TakenNames = std::make_unique<UniqueNames_kt>();
-    return *TakenNames;
+UniqueNames_kt& Taken(Groups& groups) {
+    if (groups.taken == nullptr) groups.taken = std::make_unique<UniqueNames_kt>();
+    return *groups.taken;
 }
 
 /// The name made legal and unlike all group names so far, which it joins.
-char* NewGroupName(std::string_view name) {
+char* NewGroupName(Groups& groups, std::string_view name) {
     char buffer[ValueSize + 1];
     buffer[name.copy(buffer, ValueSize)] = '\0';
-    return DupStr_kt(ToLegalUniqueName_kt(buffer, Taken(), 'G', sizeof buffer));
+    return DupStr_kt(ToLegalUniqueName_kt(buffer, Taken(groups), 'G', sizeof buffer));
 }
 
 /// Whether one more group fits; otherwise an error, made once a list.
@@ -108,26 +99,26 @@ bool RoomForGroup(Parser_CString_kt& in, int groups) {
 }
 
 /// The tables, long enough for the group of that index.
-void LengthenGroups(int index) {
-    while (GroupNames.N <= index) GroupNames.append(nullptr);
-    while (GroupColors.N <= index) GroupColors.append(White);
+void LengthenGroups(Groups& groups, int index) {
+    while (groups.names.N <= index) groups.names.append(nullptr);
+    while (groups.colors.N <= index) groups.colors.append(White);
 }
 
-NodesetStyle GroupStyle(const std::string& name, int index) {
+NodesetStyle GroupStyle(const Groups& groups, const std::string& name, int index) {
     NodesetStyle style = DefaultStyle(name);
-    if (index < GroupColors.N) {
-        style.red = static_cast<unsigned char>(GroupColors[index] >> 16 & 255);
-        style.green = static_cast<unsigned char>(GroupColors[index] >> 8 & 255);
-        style.blue = static_cast<unsigned char>(GroupColors[index] & 255);
+    if (index < groups.colors.N) {
+        style.red = static_cast<unsigned char>(groups.colors[index] >> 16 & 255);
+        style.green = static_cast<unsigned char>(groups.colors[index] >> 8 & 255);
+        style.blue = static_cast<unsigned char>(groups.colors[index] & 255);
     }
     return style;
 }
 
 /// The group's own name, or one made of its number.
-std::string GroupName(int index) {
-    if (index < GroupNames.N && GroupNames[index] != nullptr) return GroupNames[index];
-    std::string name = Taken().unique(Format("Group_%02d", index + 1), 'G');
-    Taken().add(name);
+std::string GroupName(Groups& groups, int index) {
+    if (index < groups.names.N && groups.names[index] != nullptr) return groups.names[index];
+    std::string name = Taken(groups).unique(Format("Group_%02d", index + 1), 'G');
+    Taken(groups).add(name);
     return name;
 }
 
@@ -156,39 +147,31 @@ NodesetStyle DefaultStyle(const std::string& name) {
     return style;
 }
 
-void EmptyGroups() {
-    NumGroups = 0;
-    for (char* name : GroupNames) delete[] name;
-    GroupNames.release();
-    GroupColors.release();
-    TakenNames.reset();
-    GroupAttribute = nullptr;
-    std::vector<ParserPos_kt>().swap(GroupPlaces);
-}
-
 void BuildGroups(Parser_CString_kt& in, Bnet_bn& net, Vnet_kt& drawing) {
-    if (!GroupNames.hasSome()) return;
-    const int count = std::max({NumGroups, GroupNames.N, GroupColors.N});
+    Groups& groups = StateOf(in).groups;
+    if (!groups.names.hasSome()) return;
+    const int count = std::max({groups.count, groups.names.N, groups.colors.N});
     vect_kt<NodesetStyle> styles = drawing.nodesetStyles;
     vect_kt<nodeset_bn*> sets;
     for (int i = 0; i < count; ++i) {
-        const std::string name = GroupName(i);
+        const std::string name = GroupName(groups, i);
         sets.append(net.newNodeset(name.c_str(), nullptr, nullptr));
-        styles.append(GroupStyle(name, i));
+        styles.append(GroupStyle(groups, name, i));
     }
     drawing.setNodesetStyles(styles, nullptr);
     for (int i = 0; i < net.nodes.N; ++i) {
         const auto at = static_cast<std::size_t>(i);
-        JoinGroup(in, *net.nodes[i], at < GroupPlaces.size() ? GroupPlaces[at] : in.getPos(), sets);
+        JoinGroup(in, *net.nodes[i], at < groups.places.size() ? groups.places[at] : in.getPos(),
+                  sets);
     }
 }
 
-FieldHandler<Vnet_kt> read_net_func(const char* name) {
-    if (Lenient)
+FieldHandler<Vnet_kt> read_net_func(Parser_CString_kt& in, const char* name) {
+    if (StateOf(in).lenient)
         if (const FieldHandler<Vnet_kt> handler = FindField(LenientFields, name)) return handler;
     if (const FieldHandler<Vnet_kt> handler = FindField(NetFields, name)) return handler;
     if (!HasPrefix_kt(GroupPrefix, name)) return nullptr;
-    GroupAttribute = name + std::strlen(GroupPrefix);
+    StateOf(in).groups.attribute = name + std::strlen(GroupPrefix);
     return parse_net_HR_Group_;
 }
 
@@ -313,15 +296,16 @@ void parse_net_HR_Groups_UserGroupsNo(Parser_CString_kt& in, Vnet_kt&) {
         in.report(msg::hugin.groupCountTooHigh, count, MaxNodesets);
         return;
     }
-    NumGroups = count;
+    StateOf(in).groups.count = count;
 }
 
 // Palette indices of two digits each, without anything between them.
 void parse_net_HR_Groups_GroupColors(Parser_CString_kt& in, Vnet_kt&) {
+    Groups& groups = StateOf(in).groups;
     strin_kt text;
     read_quoted_text(in, text);
     std::string_view left = text.view();
-    while (!left.empty() && RoomForGroup(in, GroupColors.N)) {
+    while (!left.empty() && RoomForGroup(in, groups.colors.N)) {
         const std::string pair(left.substr(0, 2));
         left.remove_prefix(pair.size());
         int index = 0;
@@ -332,31 +316,32 @@ void parse_net_HR_Groups_GroupColors(Parser_CString_kt& in, Vnet_kt&) {
             in.report(msg::hugin.colorsBeyondPalette, index);
             index = 0;
         }
-        GroupColors.append(PaletteColor(index));
+        groups.colors.append(PaletteColor(index));
     }
 }
 
 // Names separated by tabs; a tab at the end does not start another name.
 void parse_net_HR_Groups_GroupNames(Parser_CString_kt& in, Vnet_kt&) {
+    Groups& groups = StateOf(in).groups;
     strin_kt text;
     read_quoted_text(in, text);
     std::string_view left = text.view();
-    while (!left.empty() && RoomForGroup(in, GroupNames.N)) {
+    while (!left.empty() && RoomForGroup(in, groups.names.N)) {
         const std::string_view name = left.substr(0, left.find('\t'));
         left.remove_prefix(std::min(left.size(), name.size() + 1));
         if (name.size() > ValueSize) {
             in.report(msg::hugin.groupNameCut, static_cast<int>(name.size()), ValueSize);
         }
-        GroupNames.append(nullptr);  // first the place, so that the name has an owner
-        GroupNames[GroupNames.N - 1] = NewGroupName(name);
+        groups.names.append(nullptr);  // first the place, so that the name has an owner
+        groups.names[groups.names.N - 1] = NewGroupName(groups, name);
     }
 }
 
 // ---- Groups of version 6 -------------------------------------------------------------------
 
-void NameGroup(int index, std::string_view name) {
-    const OwnedStr old(std::exchange(GroupNames[index], NewGroupName(name)));
-    if (old != nullptr) Taken().remove(old.get());
+void NameGroup(Groups& groups, int index, std::string_view name) {
+    const OwnedStr old(std::exchange(groups.names[index], NewGroupName(groups, name)));
+    if (old != nullptr) Taken(groups).remove(old.get());
 }
 
 void ColorGroup(Parser_CString_kt& in, int index, const char* text) {
@@ -366,29 +351,30 @@ void ColorGroup(Parser_CString_kt& in, int index, const char* text) {
     } else if (!InPalette(color)) {
         in.report(msg::hugin.colorBeyondPalette, color);
     } else {
-        GroupColors[index] = PaletteColor(color);
+        StateOf(in).groups.colors[index] = PaletteColor(color);
     }
 }
 
 void parse_net_HR_Group_(Parser_CString_kt& in, Vnet_kt&) {
+    Groups& groups = StateOf(in).groups;
     strin_kt value;
     read_quoted_text(in, value);
-    const std::size_t digits = std::strspn(GroupAttribute, "0123456789");
+    const std::size_t digits = std::strspn(groups.attribute, "0123456789");
     if (digits == 0) {
-        in.report(msg::hugin.missingGroupIndex, GroupAttribute);
+        in.report(msg::hugin.missingGroupIndex, groups.attribute);
         return;
     }
     int index = 0;
     const char* attribute = nullptr;
-    if (!LeadingInt(GroupAttribute, index, attribute) || index >= MaxNodesets) {
-        in.report(msg::hugin.groupIndexTooHigh, static_cast<int>(digits), GroupAttribute,
+    if (!LeadingInt(groups.attribute, index, attribute) || index >= MaxNodesets) {
+        in.report(msg::hugin.groupIndexTooHigh, static_cast<int>(digits), groups.attribute,
                   MaxNodesets);
         return;
     }
-    LengthenGroups(index);
+    LengthenGroups(groups, index);
     if (*attribute == '_') ++attribute;
     if (streqli_kt(attribute, "Name")) {
-        NameGroup(index, value.view());
+        NameGroup(groups, index, value.view());
     } else if (streqli_kt(attribute, "Color")) {
         ColorGroup(in, index, value.getCStr());
     } else if (!streqli_kt(attribute, "Description")) {

@@ -56,32 +56,6 @@ constexpr Object Objects[] = {
     {"instance", nullptr, "instance", ReadInstance, true},
 };
 
-// ---- Module state --------------------------------------------------------------------------
-// With what hugin_state.h declares: one set for the program, guarded by the import lock.
-
-bool ClassOpen = false;  // the '}' of the class is still to come
-
-/// Empties the module state for the time of one parse.
-struct ModuleState {
-    ModuleState(const Parser_CString_kt& in, const ReadOptions& options) {
-        Empty();
-        Lenient = options.lenient;
-        StartRecovery(in);
-    }
-    ~ModuleState() { Empty(); }
-    ModuleState(const ModuleState&) = delete;
-    ModuleState& operator=(const ModuleState&) = delete;
-
-private:
-    static void Empty() {
-        ClassOpen = false;
-        EmptyGroups();
-        EmptyNodes();
-        EmptyLists();
-        EmptyInstances();
-    }
-};
-
 /// Takes a ';' when one stands here.
 void TakeSemicolon(Parser_CString_kt& in) {
     if (in.peekPunc() == ';') in.skipChar();
@@ -94,9 +68,9 @@ void RecognizeVersion(Parser_CString_kt& in) {
     char word[ValueSize + 1];
     in.readWord(word, ValueSize);
     if (streqli_kt(word, "class")) {
-        HuginVersion = Version6;
+        StateOf(in).version = Version6;
     } else if (streqli_kt(word, "net")) {
-        HuginVersion = Version5;
+        StateOf(in).version = Version5;
     } else {
         throw NewReport(msg::hugin.notHugin);
     }
@@ -113,7 +87,7 @@ std::string PassHeader(Parser_CString_kt& in, ParserPos_kt end) {
         named = named || punc == ':';
         if (punc != 0) continue;
         const std::string_view word = ReadName(in);
-        AddPassedOverName(word);
+        AddPassedOverName(in, word);
         if (!named) name = word;
     }
     return name;
@@ -143,7 +117,7 @@ void SkipUnknownObject(Parser_CString_kt& in, const char* word) {
     bool body = !field && in.skipToString("{") == 0;
     const ParserPos_kt end = in.getPos();
     in.setPos(header);
-    if (Lenient && body && PassRemark(in, end)) body = false;
+    if (StateOf(in).lenient && body && PassRemark(in, end)) body = false;
     const std::string name = body ? PassHeader(in, end) : std::string();
     const ParserContext context(in, word, body ? name.c_str() : nullptr);
     in.setTokenStart(place);
@@ -160,7 +134,7 @@ void SkipUnknownObject(Parser_CString_kt& in, const char* word) {
 
 /// Whether the word just read, and the next if need be, start an object of that kind.
 bool Starts(Parser_CString_kt& in, const char* word, const Object& object) {
-    if (!IsKeyword(word, object.word) || (object.lenient && !Lenient)) return false;
+    if (!IsKeyword(word, object.word) || (object.lenient && !StateOf(in).lenient)) return false;
     if (object.second == nullptr) return true;
     if (!streqli_kt(std::string(in.peekWord()).c_str(), object.second)) return false;
     SkipWord(in);
@@ -185,7 +159,7 @@ namespace {
 /// Takes the punctuation after an object; true at the end of the class.
 bool AfterObject(Parser_CString_kt& in) {
     while (const char punc = in.readPunc()) {
-        if (punc == '}' && HuginVersion > Version5) return true;
+        if (punc == '}' && StateOf(in).version > Version5) return true;
         in.report(msg::hugin.strayBetweenObjects, CharName(punc));
         if (punc == '{') SkipBody(in);
     }
@@ -194,20 +168,20 @@ bool AfterObject(Parser_CString_kt& in) {
 
 void ReadObjects(Parser_CString_kt& in, Vnet_kt& drawing, const ReadOptions& options) {
     RecognizeVersion(in);
-    const bool choose = options.lenient && HuginVersion > Version5;
+    const bool choose = options.lenient && StateOf(in).version > Version5;
     const bool chosen = (choose || !options.className.empty()) && ChooseClass(in, options);
     do {
         ReadObject(in, drawing);
         in.checkError();
         if (!AfterObject(in)) continue;
-        ClassOpen = false;
+        StateOf(in).classOpen = false;
         if (in.isAtEnd() || chosen) break;
         in.setTokenStart(in.getPos());
         in.report(msg::hugin.firstClassOnly);
         break;
     } while (!in.isAtEnd());
-    if (ClassOpen) in.report(msg::hugin.objectNotClosed);
-    if (ReadsInstances()) FinishClass(in, drawing);
+    if (StateOf(in).classOpen) in.report(msg::hugin.objectNotClosed);
+    if (ReadsInstances(in)) FinishClass(in, drawing);
     in.checkError();
 }
 
@@ -223,7 +197,7 @@ bool IsSetting(Parser_CString_kt& in) {
         "HR_Functional_", "HR_Information_", "HR_Interface", "HR_Font_",    "HR_Grid_",
         "HR_Propagate_"};
     const char* const name = in.fieldName;
-    if (!Lenient) return false;
+    if (!StateOf(in).lenient) return false;
     if (IsKeyword(name, "HR_HTML_Desc")) return in.peekPunc() == '"' && in.getPos()[1] == '"';
     return std::ranges::any_of(prefixes,
                                [name](const char* prefix) { return HasPrefix_kt(prefix, name); });
@@ -261,7 +235,7 @@ bool ReadField(Parser_CString_kt& in, OBJECT& object, FieldHandler<OBJECT> handl
 bool NotAField(Parser_CString_kt& in, ParserPos_kt start, const char* kind) {
     in.report(msg::hugin.missingEquals);
     in.setPos(start);
-    const bool misspeltClass = HuginVersion > Version5 && streqli_kt(kind, "class");
+    const bool misspeltClass = StateOf(in).version > Version5 && streqli_kt(kind, "class");
     if (!misspeltClass && AtObject(in)) {
         in.report(msg::hugin.objectNotClosed);
         return true;
@@ -301,9 +275,9 @@ struct FieldName {
 /// no field.
 template <class OBJECT>
 void ReadFields(Parser_CString_kt& in, OBJECT& object, const char* kind,
-                FieldHandler<OBJECT> (*lookup)(const char* name)) {
+                FieldHandler<OBJECT> (*lookup)(Parser_CString_kt&, const char* name)) {
     FieldName name(in);
-    const bool inClass = HuginVersion > Version5 && streql_kt(kind, "class");
+    const bool inClass = StateOf(in).version > Version5 && streql_kt(kind, "class");
     for (;;) {
         const char punc = in.readPunc();
         const ParserPos_kt start = in.tokenStart();
@@ -315,14 +289,14 @@ void ReadFields(Parser_CString_kt& in, OBJECT& object, const char* kind,
         const bool field = in.readWordPunc(name.text, ValueSize) == '=';
         if (*name.text == '\0') break;  // the input ends
         if (!field && inClass) {
-            ClassOpen = true;
+            StateOf(in).classOpen = true;
             return in.setPos(start);
         }
         if (std::strchr(name.text, 'H') != nullptr)  // to be quick about most names
             SubstStrWithStr_kt(name.text, sizeof name.text, "HRUNTIME", "HR");
         in.fieldName = name.text;
         if (!field && NotAField(in, start, kind)) return;
-        const bool whole = !field || ReadField(in, object, lookup(name.text));
+        const bool whole = !field || ReadField(in, object, lookup(in, name.text));
         in.checkError();
         if (whole && EndOfField(in)) return;
         in.fieldName = nullptr;
@@ -334,7 +308,7 @@ void ReadFields(Parser_CString_kt& in, OBJECT& object, const char* kind,
 template <class OBJECT>
 OBJECT* read_obj(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind,
                  OBJECT* (*readHeader)(Parser_CString_kt&, Vnet_kt&),
-                 FieldHandler<OBJECT> (*lookup)(const char* name)) {
+                 FieldHandler<OBJECT> (*lookup)(Parser_CString_kt&, const char* name)) {
     const ParserContext context(in, kind);
     OBJECT* object = nullptr;
     try {
@@ -379,7 +353,7 @@ bool IsExpressionOnly(const Bnode_bn& node) {
 }
 
 void ReadInstance(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
-    if (!ReadsInstances()) return SkipUnknownObject(in, kind);
+    if (!ReadsInstances(in)) return SkipUnknownObject(in, kind);
     read_obj(in, drawing, kind, ReadInstanceHeader, ReadInstanceFunc);
 }
 
@@ -411,7 +385,6 @@ void ReadTwoWords(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind) {
 
 rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
                         const ReadOptions& options) {
-    const CritSecHold lock(Mut_ReadForeignFile);
     const std::unique_ptr<short[]> properties(MakeStdCharProps_kt());
     SetCharProp_kt("\"(){}=,;:|", CharPropPunct, properties.get());
     SetCharProp_kt("%", CharPropComment, properties.get());
@@ -421,7 +394,10 @@ rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     const OwnedParser parser(channel.makeParser(&tokens));
     Parser_CString_kt& in = TextParser(*parser);
 
-    const ModuleState state(in, options);
+    State state;
+    state.lenient = options.lenient;
+    in.state = &state;
+    StartRecovery(in);
     drawing.drawStyle = 7;
     try {
         ReadObjects(in, drawing, options);
@@ -433,10 +409,10 @@ rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     JudgeNodes(in, net, IsExpressionOnly);
     in.checkError();
     constexpr double fullScale = 1.25;
-    PlaceInstances();
-    FixNodePositions(drawing, fullScale / drawing.zoomFactor, HuginVersion <= Version5);
+    PlaceInstances(in);
+    FixNodePositions(drawing, fullScale / drawing.zoomFactor, StateOf(in).version <= Version5);
     BuildGroups(in, net, drawing);
-    MakeInstanceSets(net, drawing);
+    MakeInstanceSets(in, net, drawing);
     return in.curReport;
 }
 

@@ -80,8 +80,6 @@ struct Instance {
     }
 };
 
-namespace {
-
 struct Everything {
     std::string folder;
     std::deque<Source> sources;
@@ -92,13 +90,17 @@ struct Everything {
     bool full = false;
     long long textLeft = mostText;
 };
-std::unique_ptr<Everything> All;  // null unless instances are read
+
+namespace {
+
+/// Null unless instances are read.
+Everything* AllOf(const Parser_CString_kt& in) { return StateOf(in).instances.get(); }
 
 // ---- Names ---------------------------------------------------------------------------------
 
 /// What the net calls a node of the instance; a name that stands for itself has none.
-std::string Resolved(const Instance* instance, std::string name) {
-    for (std::size_t steps = 0; steps <= All->instances.size(); ++steps) {
+std::string Resolved(Parser_CString_kt& in, const Instance* instance, std::string name) {
+    for (std::size_t steps = 0; steps <= AllOf(in)->instances.size(); ++steps) {
         const auto alias = instance->aliases.find(name);
         if (alias == instance->aliases.end()) return instance->pathOf(name);
         instance = alias->second.instance;
@@ -109,59 +111,60 @@ std::string Resolved(const Instance* instance, std::string name) {
 
 }  // namespace
 
-std::string LabelOf(std::string_view name) {
-    return All == nullptr ? std::string(name) : Resolved(All->current, std::string(name));
+std::string LabelOf(Parser_CString_kt& in, std::string_view name) {
+    return AllOf(in) == nullptr ? std::string(name)
+                                : Resolved(in, AllOf(in)->current, std::string(name));
 }
 
-bool IsBoundInput(std::string_view name) {
-    if (All == nullptr) return false;
-    const auto alias = All->current->aliases.find(name);
-    return alias != All->current->aliases.end() && alias->second.input;
+bool IsBoundChild(Parser_CString_kt& in, std::string_view name) {
+    if (AllOf(in) == nullptr) return false;
+    const auto alias = AllOf(in)->current->aliases.find(name);
+    return alias != AllOf(in)->current->aliases.end() && alias->second.input;
 }
 
 bool IsBoundInput(Parser_CString_kt& in, std::string_view name) {
-    if (IsBoundInput(name)) {
-        All->current->inputs.emplace(name, in.getPos() - name.size());
+    if (IsBoundChild(in, name)) {
+        AllOf(in)->current->inputs.emplace(name, in.getPos() - name.size());
         return true;
     }
-    if (All != nullptr) All->current->aliases.erase(std::string(name));  // its own node
+    if (AllOf(in) != nullptr) AllOf(in)->current->aliases.erase(std::string(name));  // its own node
     return false;
 }
 
-void JoinInstance(Bnode_bn& node) {
-    if (All != nullptr) All->current->nodes.push_back(&node);
+void JoinInstance(Parser_CString_kt& in, Bnode_bn& node) {
+    if (AllOf(in) != nullptr) AllOf(in)->current->nodes.push_back(&node);
 }
 
-std::string PathOf(std::string_view text) {
-    return IsInInstance() ? All->current->pathOf(std::string(text)) : std::string(text);
+std::string PathOf(Parser_CString_kt& in, std::string_view text) {
+    return IsInInstance(in) ? AllOf(in)->current->pathOf(std::string(text)) : std::string(text);
 }
 
-bool IsInInstance() { return All != nullptr && All->current->outer != nullptr; }
+bool IsInInstance(const Parser_CString_kt& in) {
+    return AllOf(in) != nullptr && AllOf(in)->current->outer != nullptr;
+}
 
 // ---- The headers of instances --------------------------------------------------------------
 
 void StartInstances(Parser_CString_kt& in, std::vector<Class> classes, const Class& whole,
                     std::string_view folder) {
-    All = std::make_unique<Everything>();
-    All->folder = folder;
-    Source& file = All->sources.emplace_back();
+    StateOf(in).instances = std::make_shared<Everything>();
+    AllOf(in)->folder = folder;
+    Source& file = AllOf(in)->sources.emplace_back();
     file.in = &in;
     file.classes = std::move(classes);
-    Instance& outermost = All->instances.emplace_back();
+    Instance& outermost = AllOf(in)->instances.emplace_back();
     outermost.source = &file;
     outermost.is = file.find(whole.name);
     outermost.headerIn = &in;
     outermost.header = whole.place;
-    All->current = &outermost;
+    AllOf(in)->current = &outermost;
 }
 
-void EmptyInstances() { All.reset(); }
-
-bool ReadsInstances() { return All != nullptr; }
+bool ReadsInstances(const Parser_CString_kt& in) { return AllOf(in) != nullptr; }
 
 bool PutOffPotential(Parser_CString_kt& in) {
-    if (All == nullptr || !All->puttingOff) return false;
-    All->current->potentials.push_back(in.getPos());
+    if (AllOf(in) == nullptr || !AllOf(in)->puttingOff) return false;
+    AllOf(in)->current->potentials.push_back(in.getPos());
     SkipObject(in);
     return true;
 }
@@ -198,8 +201,8 @@ void ReadBindings(Parser_CString_kt& in, Instance& instance) {
 }  // namespace
 
 Instance* ReadInstanceHeader(Parser_CString_kt& in, Vnet_kt&) {
-    if (All->instances.size() > mostInstances) {
-        if (!std::exchange(All->full, true))
+    if (AllOf(in)->instances.size() > mostInstances) {
+        if (!std::exchange(AllOf(in)->full, true))
             in.report(msg::hugin.tooManyInstances, static_cast<int>(mostInstances));
         return nullptr;
     }
@@ -209,8 +212,8 @@ Instance* ReadInstanceHeader(Parser_CString_kt& in, Vnet_kt&) {
         in.report(msg::hugin.missingName, in.structKind);
         return nullptr;
     }
-    Instance& outer = *All->current;
-    Instance& instance = All->instances.emplace_back();
+    Instance& outer = *AllOf(in)->current;
+    Instance& instance = AllOf(in)->instances.emplace_back();
     outer.inner.push_back(&instance);
     instance.outer = &outer;
     instance.path = outer.pathOf(name);
@@ -240,7 +243,7 @@ void PassInstanceField(Parser_CString_kt& in, Instance&) { SkipField(in, in.getP
 
 }  // namespace
 
-FieldHandler<Instance> ReadInstanceFunc(const char* name) {
+FieldHandler<Instance> ReadInstanceFunc(Parser_CString_kt&, const char* name) {
     return IsKeyword(name, "position") ? ParseInstancePosition : PassInstanceField;
 }
 
@@ -263,21 +266,22 @@ XArray<char> TextIn(const std::string& folder, const char* path) {
 /// The file beside this one that is named after the class and holds it.
 Source* FindBeside(Parser_CString_kt& in, const std::string& name) {
     const bool plain = !name.empty() && name.find_first_of("/\\:") == std::string::npos;
-    if (All->folder.empty() || !plain) return nullptr;
-    const auto [known, isNew] = All->beside.try_emplace(name, nullptr);
+    if (AllOf(in)->folder.empty() || !plain) return nullptr;
+    const auto [known, isNew] = AllOf(in)->beside.try_emplace(name, nullptr);
     if (!isNew) return known->second;
-    const char* const end = system::LastSeparator(All->folder.c_str());
+    const char* const end = system::LastSeparator(AllOf(in)->folder.c_str());
     const bool ends = end != nullptr && end[1] == '\0';
-    const std::string folder = ends ? All->folder : All->folder + '/';
+    const std::string folder = ends ? AllOf(in)->folder : AllOf(in)->folder + '/';
     for (const char* extension : {".oobn", ".net"}) {
         const std::string file = folder + name + extension;
-        XArray<char> text = TextIn(All->folder, file.c_str());
+        XArray<char> text = TextIn(AllOf(in)->folder, file.c_str());
         if (text == nullptr || Is16Bit_kt(text.get())) continue;
-        Source& source = All->sources.emplace_back();
+        Source& source = AllOf(in)->sources.emplace_back();
         source.text = std::move(text);
         source.channel = std::make_unique<InChannel_CString_kt>(source.text.get(), file.c_str());
         source.parser.reset(source.channel->makeParser(in.options));
         source.in = &TextParser(*source.parser);
+        source.in->state = in.state;
         source.classes = FindClasses(*source.in);
         if (source.find(name) == nullptr) continue;
         return known->second = &source;
@@ -287,7 +291,8 @@ Source* FindBeside(Parser_CString_kt& in, const std::string& name) {
 
 /// The text that holds the instance's class: that of the class around it, the file, or one beside.
 Source* FindSource(const Instance& instance) {
-    for (Source* source : {instance.outer->source, &All->sources.front()})
+    const Parser_CString_kt& in = *instance.headerIn;
+    for (Source* source : {instance.outer->source, &AllOf(in)->sources.front()})
         if (source != nullptr && source->find(instance.className) != nullptr) return source;
     return FindBeside(*instance.headerIn, instance.className);
 }
@@ -308,7 +313,7 @@ bool FindClass(Instance& instance) {
     if (instance.source == nullptr) {
         ListNode(in, msg::hugin.instancesWithoutClass, told);
         for (const auto& [name, alias] : instance.outer->aliases)
-            if (alias.instance == &instance) AddPassedOverName(name);
+            if (alias.instance == &instance) AddPassedOverName(in, name);
         return false;
     }
     instance.is = instance.source->find(instance.className);
@@ -316,13 +321,13 @@ bool FindClass(Instance& instance) {
         in.report(msg::hugin.classInItself, instance.className.c_str(), instance.path.c_str());
         return false;
     }
-    All->textLeft -= instance.is->size;
-    if (instance.nested > mostNested || All->textLeft < 0) {
-        if (!std::exchange(All->full, true))
+    AllOf(in)->textLeft -= instance.is->size;
+    if (instance.nested > mostNested || AllOf(in)->textLeft < 0) {
+        if (!std::exchange(AllOf(in)->full, true))
             in.report(msg::hugin.tooManyInstances, static_cast<int>(mostInstances));
         return false;
     }
-    const bool beside = instance.source != &All->sources.front();
+    const bool beside = instance.source != &AllOf(in)->sources.front();
     ListNode(in, beside ? msg::hugin.instancesBeside : msg::hugin.instancesRead, told);
     return true;
 }
@@ -330,7 +335,7 @@ bool FindClass(Instance& instance) {
 /// Reads the nodes and the headers of instances of a class, whose own fields are passed over.
 void ReadClass(Instance& instance, Vnet_kt& drawing) {
     Parser_CString_kt& in = *instance.source->in;
-    All->current = &instance;
+    AllOf(in)->current = &instance;
     StartRecovery(in);
     in.setPos(instance.is->place);
     if (in.skipToString("{") != 0) return;
@@ -352,7 +357,7 @@ void ReadClass(Instance& instance, Vnet_kt& drawing) {
 void ReadAgain(Instance& instance, ParserPos_kt place, Vnet_kt& drawing,
                void (*read)(Parser_CString_kt&, Vnet_kt&, const char*), const char* kind) {
     Parser_CString_kt& in = *instance.source->in;
-    All->current = &instance;
+    AllOf(in)->current = &instance;
     in.setPos(place);
     in.setTokenStart(place);
     read(in, drawing, kind);
@@ -363,7 +368,8 @@ void ReadAgain(Instance& instance, ParserPos_kt place, Vnet_kt& drawing,
 std::string Missing(const Instance& instance, const std::string& name, const Instance::Alias& alias,
                     const Bnet_bn& net) {
     if (alias.input && !instance.inputs.contains(name)) return instance.pathOf(name);
-    if (net.findNodeLabeled(Resolved(&instance, name).c_str()) != nullptr) return {};
+    Parser_CString_kt& in = *instance.headerIn;
+    if (net.findNodeLabeled(Resolved(in, &instance, name).c_str()) != nullptr) return {};
     return alias.instance->pathOf(alias.name);
 }
 
@@ -391,8 +397,8 @@ void CheckAliases(Instance& instance, Vnet_kt& drawing) {
 
 void FinishClass(Parser_CString_kt& in, Vnet_kt& drawing) {
     const ParserPos_kt end = in.getPos();
-    for (std::size_t i = 1; i < All->instances.size(); ++i) {
-        Instance& instance = All->instances[i];
+    for (std::size_t i = 1; i < AllOf(in)->instances.size(); ++i) {
+        Instance& instance = AllOf(in)->instances[i];
         if (!FindClass(instance)) {
             instance.source = nullptr;
             continue;
@@ -400,19 +406,19 @@ void FinishClass(Parser_CString_kt& in, Vnet_kt& drawing) {
         ReadClass(instance, drawing);
         RepeatNodes(*instance.source->in, *drawing.getBNet());
     }
-    for (Instance& instance : All->instances) CheckAliases(instance, drawing);
-    for (const Instance& instance : All->instances)
+    for (Instance& instance : AllOf(in)->instances) CheckAliases(instance, drawing);
+    for (const Instance& instance : AllOf(in)->instances)
         for (Bnode_bn* node : instance.nodes)
             if (instance.outer != nullptr) node->groupIndex = -1;  // groups are those of the class
-    All->puttingOff = false;
-    for (Instance& instance : All->instances) {
+    AllOf(in)->puttingOff = false;
+    for (Instance& instance : AllOf(in)->instances) {
         if (instance.source != nullptr) StartRecovery(*instance.source->in);
         for (const ParserPos_kt place : instance.potentials)
             ReadAgain(instance, place, drawing, ReadPotential, "potential");
     }
-    for (const Source& source : All->sources)
+    for (const Source& source : AllOf(in)->sources)
         if (source.in != &in) in.setError(source.in->curReport);
-    All->current = &All->instances.front();
+    AllOf(in)->current = &AllOf(in)->instances.front();
     in.setPos(end);
 }
 
@@ -490,9 +496,9 @@ void MakeRoom(Instance& instance) {
 }  // namespace
 
 // An instance stands behind the one that holds it.
-void PlaceInstances() {
-    if (All == nullptr) return;
-    std::deque<Instance>& all = All->instances;
+void PlaceInstances(Parser_CString_kt& in) {
+    if (AllOf(in) == nullptr) return;
+    std::deque<Instance>& all = AllOf(in)->instances;
     if (std::ranges::none_of(all, &Instance::placed)) return;
     std::for_each(all.rbegin(), all.rend(), MakeRoom);
     for (Instance& instance : all) {
@@ -503,12 +509,12 @@ void PlaceInstances() {
     }
 }
 
-void MakeInstanceSets(Bnet_bn& net, Vnet_kt& drawing) {
-    if (All == nullptr) return;
+void MakeInstanceSets(Parser_CString_kt& in, Bnet_bn& net, Vnet_kt& drawing) {
+    if (AllOf(in) == nullptr) return;
     UniqueNames_kt taken;
     for (const auto& set : net.nodesets()) taken.add(set->name());
     vect_kt<NodesetStyle> styles = drawing.nodesetStyles;
-    for (const Instance& instance : All->instances) {
+    for (const Instance& instance : AllOf(in)->instances) {
         if (instance.outer == nullptr || instance.nodes.empty()) continue;
         if (std::ssize(net.nodesets()) >= MaxNodesets) break;
         const std::string name = taken.unique(instance.path, 'S');

@@ -18,17 +18,16 @@ struct Instance;
 /// empty: nowhere.
 void StartInstances(Parser_CString_kt& in, std::vector<Class> classes, const Class& whole,
                     std::string_view folder);
-void EmptyInstances();
-bool ReadsInstances();
+bool ReadsInstances(const Parser_CString_kt& in);
 
 /// Reads what the class just read has put off: the classes of its instances, then all potentials.
 void FinishClass(Parser_CString_kt& in, Vnet_kt& drawing);
 
-void PlaceInstances();                                  ///< makes room for them in the drawing
-void MakeInstanceSets(Bnet_bn& net, Vnet_kt& drawing);  ///< each a node set
+void PlaceInstances(Parser_CString_kt& in);  ///< makes room for them in the drawing
+void MakeInstanceSets(Parser_CString_kt& in, Bnet_bn& net, Vnet_kt& drawing);  ///< each a node set
 
 Instance* ReadInstanceHeader(Parser_CString_kt& in, Vnet_kt& drawing);
-FieldHandler<Instance> ReadInstanceFunc(const char* name);
+FieldHandler<Instance> ReadInstanceFunc(Parser_CString_kt& in, const char* name);
 
 /// Leaves a potential, its word read, for later; false when it is to be read now.
 bool PutOffPotential(Parser_CString_kt& in);
@@ -36,13 +35,15 @@ bool PutOffPotential(Parser_CString_kt& in);
 // ---- Names ---------------------------------------------------------------------------------
 
 /// What the net calls the node that the class being read calls so.
-std::string LabelOf(std::string_view name);
+std::string LabelOf(Parser_CString_kt& in, std::string_view name);
 
 /// Whether the node, its name read, stands for one of the class around the instance.
 bool IsBoundInput(Parser_CString_kt& in, std::string_view name);
-bool IsBoundInput(std::string_view name);   ///< the same for a potential's child
-void JoinInstance(Bnode_bn& node);          ///< a new node of the class being read
-std::string PathOf(std::string_view text);  ///< the text behind the names of the instances around
-bool IsInInstance();                        ///< whether the class being read is an instance's
+bool IsBoundChild(Parser_CString_kt& in,
+                  std::string_view name);                  ///< the same for a potential's child
+void JoinInstance(Parser_CString_kt& in, Bnode_bn& node);  ///< a new node of the class being read
+std::string PathOf(Parser_CString_kt& in,
+                   std::string_view text);  ///< the text behind the names of the instances around
+bool IsInInstance(const Parser_CString_kt& in);  ///< whether the class being read is an instance's
 
 }  // namespace lumo::hugin

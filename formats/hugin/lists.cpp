@@ -1,5 +1,6 @@
 // Hugin files: what is told once, at the end, for all nodes and objects that it concerns.
 #include <map>
+#include <memory>
 #include <string>
 #include <unordered_set>
 
@@ -31,50 +32,57 @@ struct NameList {
     }
 };
 
-struct AllLists {
+}  // namespace
+
+struct Lists {
     std::map<const ListMessage*, NameList> nodes;
     std::map<std::string, NameList, std::less<>> objects;  // by the words that start them
     std::unordered_set<std::string> settings;
     std::unordered_set<std::string> headerWords;  // of those objects
 };
 
-/// Made on first use, for imports before main.
-AllLists& Lists() {
-    static AllLists lists;
-    return lists;
+namespace {
+
+Lists& ListsOf(const Parser_CString_kt& in) {
+    State& state = StateOf(in);
+    if (state.lists == nullptr) state.lists = std::make_shared<Lists>();
+    return *state.lists;
 }
 
 }  // namespace
 
-void EmptyLists() { Lists() = {}; }
-
 void ListNode(Parser_CString_kt& in, const ListMessage& message, std::string_view name) {
-    Lists().nodes[&message].add(in, name);
+    ListsOf(in).nodes[&message].add(in, name);
 }
 
 void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view name) {
-    Lists().objects[kind].add(in, name);
+    ListsOf(in).objects[kind].add(in, name);
 }
 
 void ListSetting(Parser_CString_kt& in, std::string_view name) {
-    if (Lists().settings.emplace(name).second) ListNode(in, msg::hugin.settingsPassedOver, name);
+    if (ListsOf(in).settings.emplace(name).second)
+        ListNode(in, msg::hugin.settingsPassedOver, name);
 }
 
-void AddPassedOverName(std::string_view name) { Lists().headerWords.emplace(name); }
+void AddPassedOverName(Parser_CString_kt& in, std::string_view name) {
+    ListsOf(in).headerWords.emplace(name);
+}
 
-bool IsPassedOver(std::string_view name) { return Lists().headerWords.contains(std::string(name)); }
+bool IsPassedOver(Parser_CString_kt& in, std::string_view name) {
+    return ListsOf(in).headerWords.contains(std::string(name));
+}
 
 void ReportLists(Parser_CString_kt& in, const Bnet_bn& net) {
-    for (const auto& [kind, list] : Lists().objects) {
+    for (const auto& [kind, list] : ListsOf(in).objects) {
         list.in->setTokenStart(list.place);
         const ParserContext context(*list.in, kind.c_str());
         list.in->report(msg::hugin.objectsPassedOver, list.count, kind.c_str(), list.text.c_str());
     }
-    for (const auto& [message, list] : Lists().nodes) {
+    for (const auto& [message, list] : ListsOf(in).nodes) {
         list.in->setTokenStart(list.place);
         list.in->report(*message, list.count, list.text.c_str());
     }
-    if (net.nodes.N > 0 || (Lists().objects.empty() && !ReadsInstances())) return;
+    if (net.nodes.N > 0 || (ListsOf(in).objects.empty() && !ReadsInstances(in))) return;
     in.setTokenStart(in.getPos());
     in.report(msg::hugin.noNodeRead);
 }

@@ -29,28 +29,6 @@ constexpr Field<Bnode_bn> NodeFields[] = {
 };
 constexpr const char* StatePrefix = "HR_State_";
 
-// The part of the field's name that its handler needs, while that handler runs.
-const char* StateNumStr = nullptr;
-const char* UserFieldName = nullptr;
-
-/// A state comment, kept until its node is read, since the states may come after it.
-struct StateText {
-    int state;
-    strin_kt text;
-    ParserPos_kt place;
-};
-constinit std::vector<StateText> StateTexts;
-
-TextList Labels;  // of the states of the node being read
-
-/// A time-slice node, which has the states of another node; that one may stand behind it.
-struct Repetition {
-    Bnode_bn* node;
-    std::string of;
-    ParserPos_kt place;
-};
-constinit std::vector<Repetition> Repetitions;
-
 char** CopyOf(char* const* texts, int count) {
     if (texts == nullptr) return nullptr;
     char** const copy = new char*[static_cast<std::size_t>(count)]();
@@ -70,14 +48,9 @@ void Repeat(Parser_CString_kt& in, Bnode_bn& node, const Bnode_bn& of) {
 
 }  // namespace
 
-void EmptyNodes() {
-    std::vector<StateText>().swap(StateTexts);
-    Labels = TextList();
-    std::vector<Repetition>().swap(Repetitions);
-}
-
 void RepeatNodes(Parser_CString_kt& in, const Bnet_bn& net) {
-    for (const Repetition& repetition : Repetitions) {
+    std::vector<Repetition>& repetitions = StateOf(in).nodes.repetitions;
+    for (const Repetition& repetition : repetitions) {
         Bnode_bn& node = *repetition.node;
         in.setTokenStart(repetition.place);
         if (const Bnode_bn* const of = net.findNodeLabeled(repetition.of.c_str())) {
@@ -87,7 +60,7 @@ void RepeatNodes(Parser_CString_kt& in, const Bnet_bn& net) {
             in.report(msg::hugin.temporalWithoutNode, node.name(), repetition.of.c_str());
         }
     }
-    Repetitions.clear();
+    repetitions.clear();
 }
 
 // ---- Headers -------------------------------------------------------------------------------
@@ -109,13 +82,13 @@ void ReadRepetition(Parser_CString_kt& in, Bnode_bn& node) {
     const ParserPos_kt place = in.tokenStart();
     if (in.peekPunc() != ':') return;
     in.skipChar();
-    Repetitions.push_back({&node, LabelOf(ReadName(in)), place});
+    StateOf(in).nodes.repetitions.push_back({&node, LabelOf(in, ReadName(in)), place});
 }
 
 }  // namespace
 
 Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
-    StateTexts.clear();
+    StateOf(in).nodes.stateTexts.clear();
     Bnet_bn& net = *drawing.getBNet();
     const std::string name(ReadName(in));
     if (name.empty()) {
@@ -124,7 +97,7 @@ Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     }
     if (IsBoundInput(in, name)) return nullptr;
     rept_kt* error = nullptr;
-    Bnode_bn* const node = NewNode_ibn(LabelOf(name).c_str(), 2, net, safety, &error);
+    Bnode_bn* const node = NewNode_ibn(LabelOf(in, name).c_str(), 2, net, safety, &error);
     if (node == nullptr) {
         in.setError(error);
         return nullptr;
@@ -141,24 +114,24 @@ Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     in.structName = node->name();
     node->groupIndex = -1;
     RememberPlace(in, *node);
-    JoinInstance(*node);
+    JoinInstance(in, *node);
     if (*in.structKind == 't') ReadRepetition(in, *node);
     return node;
 }
 
-FieldHandler<Bnode_bn> read_node_func(const char* name) {
+FieldHandler<Bnode_bn> read_node_func(Parser_CString_kt& in, const char* name) {
     if (const FieldHandler<Bnode_bn> handler = FindField(NodeFields, name)) return handler;
     if (EqualStrsExceptNumericSuffix_kt(StatePrefix, name)) {
-        StateNumStr = name + std::strlen(StatePrefix);
+        StateOf(in).nodes.stateNumber = name + std::strlen(StatePrefix);
         return parse_node_HR_State_;
     }
     if (IsKeyword(name, "subtype") || HasPrefix_kt("HR_", name)) return nullptr;
-    UserFieldName = name;
+    StateOf(in).nodes.userFieldName = name;
     return parse_node_userdef;
 }
 
 void FinishNode(Parser_CString_kt& in, Bnode_bn& node) {
-    for (StateText& text : StateTexts) {
+    for (StateText& text : StateOf(in).nodes.stateTexts) {
         in.setTokenStart(text.place);
         in.setError(node.setStateComment(text.state, text.text.newCopy()));
     }
@@ -171,8 +144,8 @@ namespace {
 void parse_node_label(Parser_CString_kt& in, Bnode_bn& node) {
     if (!HasValue(in)) return;
     const std::string_view text = in.readStringText();
-    if (!IsInInstance()) return node.setTitle(text);
-    if (!text.empty()) node.setTitle(std::string_view(PathOf(text)));
+    if (!IsInInstance(in)) return node.setTitle(text);
+    if (!text.empty()) node.setTitle(std::string_view(PathOf(in, text)));
 }
 
 void parse_node_position(Parser_CString_kt& in, Bnode_bn& node) {
@@ -190,12 +163,12 @@ void parse_node_position(Parser_CString_kt& in, Bnode_bn& node) {
 }
 
 void parse_node_states(Parser_CString_kt& in, Bnode_bn& node) {
-    ReadListTexts(in, Labels, true);
-    const int count = static_cast<int>(Labels.size());
+    ReadListTexts(in, StateOf(in).nodes.labels, true);
+    const int count = static_cast<int>(StateOf(in).nodes.labels.size());
     if (count == 0) in.report(msg::hugin.noStates);
     constexpr int mostlyUsable = 3;
-    if (NameStates(node, Labels)) return;
-    OwnedStrs labels(Labels.copies(), count);
+    if (NameStates(node, StateOf(in).nodes.labels)) return;
+    OwnedStrs labels(StateOf(in).nodes.labels.copies(), count);
     if (StrsNullEmpty_kt(labels.get(), count, 1) > mostlyUsable) {
         in.setError(node.setStates(count, nullptr, nullptr, nullptr, nullptr, CheckFull));
         return;
@@ -224,8 +197,8 @@ void parse_node_HR_Grp(Parser_CString_kt& in, Bnode_bn& node) {
         in.report(msg::hugin.negativeGroup, group, node.name());
     } else {
         node.groupIndex = group;
-        GroupPlaces.resize(static_cast<std::size_t>(node.net().nodes.N));
-        GroupPlaces.back() = in.tokenStart();  // the node being read is the last
+        StateOf(in).groups.places.resize(static_cast<std::size_t>(node.net().nodes.N));
+        StateOf(in).groups.places.back() = in.tokenStart();  // the node being read is the last
     }
 }
 
@@ -238,14 +211,14 @@ void parse_node_HR_State_(Parser_CString_kt& in, Bnode_bn&) {
     StateText text{0, {}, in.tokenStart()};
     read_quoted_text(in, text.text);
     const char* rest = nullptr;
-    if (!LeadingInt(StateNumStr, text.state, rest)) text.state = INT_MAX;
-    if (!text.text.isEmpty()) StateTexts.push_back(std::move(text));
+    if (!LeadingInt(StateOf(in).nodes.stateNumber, text.state, rest)) text.state = INT_MAX;
+    if (!text.text.isEmpty()) StateOf(in).nodes.stateTexts.push_back(std::move(text));
 }
 
 void parse_node_userdef(Parser_CString_kt& in, Bnode_bn& node) {
     char text[ValueSize + 1];
     ReadValue(in, text);
-    node.setUserField(UserFieldName, text, static_cast<int>(std::strlen(text)));
+    node.setUserField(StateOf(in).nodes.userFieldName, text, static_cast<int>(std::strlen(text)));
 }
 
 }  // namespace

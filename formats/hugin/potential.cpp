@@ -30,17 +30,6 @@ constexpr Field<Bnode_bn> LenientFields[] = {
     {"model_data", ParsePotentialModel},
 };
 
-/// What the potential being read has given so far.
-struct Potential {
-    XArray<float> experience;
-    XArray<double> exactExperience;
-    ParserPos_kt experiencePlace = nullptr;
-    bool hasData = false;
-    ParserPos_kt modelPlace = nullptr;
-};
-constinit Potential Current;
-int LastChild = -1;  // its place among the nodes; the next potential's is mostly the next node
-
 // ---- Header --------------------------------------------------------------------------------
 
 /// Reads the parents up to the ')' and links them to the child. Null, the input back before what is
@@ -61,10 +50,10 @@ Bnode_bn* ReadParents(Parser_CString_kt& in, Bnet_bn& net, Bnode_bn& child) {
             in.report(msg::text.unexpectedEnd);
             return &child;
         }
-        Bnode_bn* const parent = ReadsInstances() ? net.findNodeLabeled(LabelOf(name).c_str())
-                                                  : net.findNodeLabeled(name);
+        Bnode_bn* const parent = ReadsInstances(in) ? net.findNodeLabeled(LabelOf(in, name).c_str())
+                                                    : net.findNodeLabeled(name);
         if (parent == nullptr) {
-            if (IsPassedOver(name))
+            if (IsPassedOver(in, name))
                 ListNode(in, msg::hugin.tablesWithoutParent, child.name());
             else
                 in.report(msg::hugin.unknownParent, std::string(name).c_str());
@@ -81,7 +70,7 @@ Bnode_bn* ReadParents(Parser_CString_kt& in, Bnet_bn& net, Bnode_bn& child) {
 
 Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     Bnet_bn& net = *drawing.getBNet();
-    Current = {};
+    StateOf(in).potential = {};
     RepeatNodes(in, net);
     const ParserPos_kt start = in.getPos();
     if (in.readPunc() != '(') {
@@ -90,17 +79,18 @@ Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing) {
         return nullptr;
     }
     const std::string_view name = ReadName(in);
-    if (IsBoundInput(name)) return nullptr;
-    Bnode_bn* const child = ReadsInstances() ? net.findNodeLabeled(LabelOf(name).c_str())
-                                             : net.findNodeLabeled(name, LastChild + 1);
+    if (IsBoundChild(in, name)) return nullptr;
+    Bnode_bn* const child = ReadsInstances(in)
+                                ? net.findNodeLabeled(LabelOf(in, name).c_str())
+                                : net.findNodeLabeled(name, StateOf(in).lastChild + 1);
     if (child == nullptr) {
-        if (IsPassedOver(name))
+        if (IsPassedOver(in, name))
             ListNode(in, msg::hugin.tablesWithoutNode, name);
         else
             in.report(msg::hugin.unknownChild, std::string(name).c_str());
         return nullptr;
     }
-    LastChild = child->place();
+    StateOf(in).lastChild = child->place();
     in.structName = child->name();
     const ParserPos_kt here = in.getPos();
     const char punc = in.readPunc();
@@ -117,9 +107,9 @@ Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     return nullptr;
 }
 
-FieldHandler<Bnode_bn> read_potential_func(const char* name) {
+FieldHandler<Bnode_bn> read_potential_func(Parser_CString_kt& in, const char* name) {
     if (const FieldHandler<Bnode_bn> handler = FindField(PotentialFields, name)) return handler;
-    return Lenient ? FindField(LenientFields, name) : nullptr;
+    return StateOf(in).lenient ? FindField(LenientFields, name) : nullptr;
 }
 
 namespace {
@@ -152,7 +142,7 @@ void KeepText(Parser_CString_kt& in, Bnode_bn& node, const char* name) {
 }
 
 void ParsePotentialModel(Parser_CString_kt& in, Bnode_bn& node) {
-    Current.modelPlace = in.tokenStart();
+    StateOf(in).potential.modelPlace = in.tokenStart();
     KeepText(in, node, in.fieldName);
 }
 
@@ -200,13 +190,13 @@ void JudgeCounts(Parser_CString_kt& in, const Bnode_bn& node, ParserPos_kt place
 }
 
 void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
-    Current.hasData = true;
+    StateOf(in).potential.hasData = true;
     if (AnyContinuous(node.family)) return KeepText(in, node, "data");
     if (node.relation.kind != RelnKindEN::none) in.report(msg::import.tableAgain, node.name());
     const bool hasStates = node.numStates() != 0;
     const ParserPos_kt place = in.getPos();
     unsigned char* bytes = nullptr;
-    ParseNodeTable(in, &bytes, 10, hasStates, node, nullptr, 0, false, 14, Lenient);
+    ParseNodeTable(in, &bytes, 10, hasStates, node, nullptr, 0, false, 14, StateOf(in).lenient);
     float* const table = reinterpret_cast<float*>(bytes);
     double* const exact =
         in.exact.take(NumProduct(hasStates ? node.family : node.parents)).release();
@@ -217,7 +207,7 @@ void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
     }
     in.setError(node.setProbsTable(table, false, CheckFull, exact));
     if (!relation.rowsNormalized && relation.probs != nullptr) relation.normalize_(CountTolerance);
-    if (Lenient && node.kind == NatureNode && relation.experFromCounts)
+    if (StateOf(in).lenient && node.kind == NatureNode && relation.experFromCounts)
         JudgeCounts(in, node, place);
     TidyExperience(relation);
     relation.makeDeterminFromProbs(false);
@@ -230,20 +220,20 @@ void ParsePotentialExperience(Parser_CString_kt& in, Bnode_bn& node) {
         in.reportUnknown(in.fieldName, msg::hugin.unknownField);
         return SkipField(in, in.getPos());
     }
-    Current.experiencePlace = in.getPos();
+    StateOf(in).potential.experiencePlace = in.getPos();
     unsigned char* bytes = nullptr;
-    ParseNodeTable(in, &bytes, 10, false, node, nullptr, 0, false, 14, Lenient);
-    Current.experience.reset(reinterpret_cast<float*>(bytes));
-    Current.exactExperience = in.exact.take(NumProduct(node.parents));
+    ParseNodeTable(in, &bytes, 10, false, node, nullptr, 0, false, 14, StateOf(in).lenient);
+    StateOf(in).potential.experience.reset(reinterpret_cast<float*>(bytes));
+    StateOf(in).potential.exactExperience = in.exact.take(NumProduct(node.parents));
 }
 
 /// Gives the node the experience of its potential, behind all else that may change its relation.
 void SetExperience(Parser_CString_kt& in, Bnode_bn& node) {
     Reln_bn& relation = node.relation;
-    const float* const values = Current.experience.get();
+    const float* const values = StateOf(in).potential.experience.get();
     const float* const end = values + NumProduct(node.parents);
     const float* const bad = std::find_if_not(values, end, [](float value) { return value >= 0; });
-    in.setTokenStart(Current.experiencePlace);
+    in.setTokenStart(StateOf(in).potential.experiencePlace);
     if (bad != end) {
         in.report(msg::hugin.badExperience, node.name(), *bad);
     } else if (relation.probs == nullptr) {
@@ -251,7 +241,8 @@ void SetExperience(Parser_CString_kt& in, Bnode_bn& node) {
     } else if (relation.exper != nullptr) {
         in.report(msg::hugin.experienceFromCounts, node.name());
     } else {
-        relation.setExperTable(Current.experience.release(), Current.exactExperience.release());
+        relation.setExperTable(StateOf(in).potential.experience.release(),
+                               StateOf(in).potential.exactExperience.release());
         ListNode(in, msg::hugin.experienceRead, node.name());
     }
 }
@@ -259,13 +250,15 @@ void SetExperience(Parser_CString_kt& in, Bnode_bn& node) {
 }  // namespace
 
 void FinishPotential(Parser_CString_kt& in, Bnode_bn& node) {
-    if (Current.experience != nullptr) SetExperience(in, node);
-    if (Current.modelPlace != nullptr) {
-        in.setTokenStart(Current.modelPlace);
-        ListNode(in, Current.hasData ? msg::hugin.expressionsKept : msg::hugin.expressionsOnly,
-                 node.name());
+    if (StateOf(in).potential.experience != nullptr) SetExperience(in, node);
+    if (StateOf(in).potential.modelPlace != nullptr) {
+        in.setTokenStart(StateOf(in).potential.modelPlace);
+        ListNode(
+            in,
+            StateOf(in).potential.hasData ? msg::hugin.expressionsKept : msg::hugin.expressionsOnly,
+            node.name());
     }
-    Current = {};
+    StateOf(in).potential = {};
 }
 
 }  // namespace lumo::hugin

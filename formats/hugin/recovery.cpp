@@ -11,19 +11,12 @@
 
 namespace lumo::hugin {
 
-int HuginVersion = 0;
-bool Lenient = false;
-
 namespace {
 
 /// Words that start an object, those of the objects that are passed over included.
 constexpr const char* ObjectWords[] = {"net",     "class",     "node",       "decision",
                                        "utility", "potential", "continuous", "discrete",
                                        "boolean", "function",  "temporal",   "instance"};
-
-bool Wary = false;                // a '}' or a quote is known to be missing in a body passed over
-long long BytesToReread = 0;      // what may still be read once more
-ParserPos_kt Unclosed = nullptr;  // up to here a '(' was found not to be closed
 
 /// The text not read yet.
 std::string_view Rest(const Parser_CString_kt& in) {
@@ -92,7 +85,7 @@ std::size_t RunOnAfter(Parser_CString_kt& in) {
     const std::string_view text = Rest(in);
     const auto [close, line] = FindEnds(text, 1);
     const auto behind = static_cast<long long>(close - line);
-    if (behind == 0 || behind > BytesToReread) return std::string_view::npos;
+    if (behind == 0 || behind > StateOf(in).recovery.bytesToReread) return std::string_view::npos;
     const ParserPos_kt quote = in.getPos();
     if (close < text.size()) {
         in.setPos(quote + close + 1);
@@ -100,7 +93,7 @@ std::size_t RunOnAfter(Parser_CString_kt& in) {
         in.setPos(quote);
         if (ends) return std::string_view::npos;
     }
-    BytesToReread -= behind;
+    StateOf(in).recovery.bytesToReread -= behind;
     return line;
 }
 
@@ -167,7 +160,7 @@ bool PassBrackets(Parser_CString_kt& in, ParserPos_kt value) {
         }
         if (punc == 0) SkipWord(in);
     }
-    Unclosed = in.getPos();
+    StateOf(in).recovery.unclosed = in.getPos();
     in.setPos(open);
     return false;
 }
@@ -175,9 +168,9 @@ bool PassBrackets(Parser_CString_kt& in, ParserPos_kt value) {
 }  // namespace
 
 void StartRecovery(const Parser_CString_kt& in) {
-    Wary = false;
-    BytesToReread = in.bytesLeft();
-    Unclosed = nullptr;
+    StateOf(in).recovery.wary = false;
+    StateOf(in).recovery.bytesToReread = in.bytesLeft();
+    StateOf(in).recovery.unclosed = nullptr;
 }
 
 void SkipWord(Parser_CString_kt& in) {
@@ -235,10 +228,10 @@ bool AtObject(Parser_CString_kt& in) {
 // A class has one '}' more, so that a missing one shows only at the end of the input.
 void SkipBody(Parser_CString_kt& in) {
     const ParserPos_kt start = in.getPos();
-    if (!Wary) {
+    if (!StateOf(in).recovery.wary) {
         const bool closed = PassBody(in, false);
-        if (closed && (HuginVersion == Version5 || !in.isAtEnd())) return;
-        Wary = true;
+        if (closed && (StateOf(in).version == Version5 || !in.isAtEnd())) return;
+        StateOf(in).recovery.wary = true;
         in.setPos(start);
     }
     PassBody(in, true);
@@ -249,7 +242,8 @@ void SkipField(Parser_CString_kt& in, ParserPos_kt value) {
         const ParserPos_kt here = in.getPos();
         const char next = in.peekPunc();
         if (next == ';' || next == '}') return;
-        if (next == '(' && here >= Unclosed && PassBrackets(in, value)) continue;
+        if (next == '(' && here >= StateOf(in).recovery.unclosed && PassBrackets(in, value))
+            continue;
         const char punc = in.readPunc();
         if (punc == '{') SkipBody(in);
         if (punc == '"' && !ClosesValue(in, value, 0) && !PassString(in)) return;

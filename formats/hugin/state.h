@@ -1,7 +1,8 @@
-// Private to the Hugin reader: the module state and the readers that its two files share.
+// Private to the Hugin reader: the state of an import and what its files share.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,22 +18,85 @@ struct ReadOptions;
 
 namespace lumo::hugin {
 
-// ---- Module state --------------------------------------------------------------------------
-// One set for the program, guarded by the import lock; empty between imports.
-
-extern vect_kt<char*> GroupNames;   ///< by group index; owned, null for a group without a name
-extern vect_kt<int> GroupColors;    ///< by group index: red * 65536 + green * 256 + blue
-extern int NumGroups;               ///< the count that the file declares
-extern const char* GroupAttribute;  ///< what follows "HR_Group_" in the name of the field read
-extern std::vector<ParserPos_kt> GroupPlaces;  ///< by node: where its group is given
+// ---- The state of one import ---------------------------------------------------------------
 
 inline constexpr int Version5 = 5;  ///< a file that starts with "net"
 inline constexpr int Version6 = 6;  ///< a file that starts with "class"
-extern int HuginVersion;
-extern bool Lenient;  ///< what is passed over by default is read as well as can be
 
-/// Empties what display fields and groups have collected.
-void EmptyGroups();
+/// What the display fields say of groups, which become node sets at the end.
+struct Groups {
+    Groups() = default;
+    ~Groups() {
+        for (char* name : names) delete[] name;
+    }
+    Groups(const Groups&) = delete;
+    Groups& operator=(const Groups&) = delete;
+
+    vect_kt<char*> names;              ///< by group index; owned, null for a group without a name
+    vect_kt<int> colors;               ///< by group index: red * 65536 + green * 256 + blue
+    int count = 0;                     ///< that the file declares
+    const char* attribute = nullptr;   ///< what follows "HR_Group_" in the name of the field read
+    std::vector<ParserPos_kt> places;  ///< by node: where its group is given
+    std::unique_ptr<UniqueNames_kt> taken;  ///< the names, hashed; made when needed
+};
+
+/// A state comment, kept until its node is read, since the states may come after it.
+struct StateText {
+    int state;
+    strin_kt text;
+    ParserPos_kt place;
+};
+
+/// A time-slice node, which has the states of another node; that one may stand behind it.
+struct Repetition {
+    Bnode_bn* node;
+    std::string of;
+    ParserPos_kt place;
+};
+
+struct Nodes {
+    // The part of the field's name that its handler needs, while that handler runs.
+    const char* stateNumber = nullptr;
+    const char* userFieldName = nullptr;
+    std::vector<StateText> stateTexts;
+    TextList labels;  ///< of the states of the node being read
+    std::vector<Repetition> repetitions;
+};
+
+/// What the potential being read has given so far.
+struct Potential {
+    XArray<float> experience;
+    XArray<double> exactExperience;
+    ParserPos_kt experiencePlace = nullptr;
+    bool hasData = false;
+    ParserPos_kt modelPlace = nullptr;
+};
+
+/// What was learnt about the text, so that nothing is looked for in vain twice.
+struct Recovery {
+    bool wary = false;            ///< a '}' or a quote is known to be missing in a body passed over
+    long long bytesToReread = 0;  ///< what may still be read once more
+    ParserPos_kt unclosed = nullptr;  ///< up to here a '(' was found not to be closed
+};
+
+struct Lists;       ///< of what is told at the end, in lists.cpp
+struct Everything;  ///< of instances, in instances.cpp
+
+struct State : ReaderState {
+    int version = 0;
+    bool lenient = false;    ///< what is passed over by default is read as well as can be
+    bool classOpen = false;  ///< the '}' of the class is still to come
+    Groups groups;
+    Nodes nodes;
+    Potential potential;
+    int lastChild =
+        -1;  ///< its place among the nodes; the next potential's is mostly the next node
+    Recovery recovery;
+    std::shared_ptr<Lists> lists;
+    std::shared_ptr<Everything> instances;  ///< null unless instances are read
+};
+
+inline State& StateOf(const Parser_CString_kt& in) { return *static_cast<State*>(in.state); }
 
 // ---- Fields --------------------------------------------------------------------------------
 
@@ -59,7 +123,7 @@ void ReadNode(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind);
 void ReadPotential(Parser_CString_kt& in, Vnet_kt& drawing, const char* kind);
 
 /// Handlers of the fields of a net or class, in hugin_display.cpp.
-FieldHandler<Vnet_kt> read_net_func(const char* name);
+FieldHandler<Vnet_kt> read_net_func(Parser_CString_kt& in, const char* name);
 
 NodesetStyle DefaultStyle(const std::string& name);  ///< of a node set without a colour of its own
 
@@ -81,16 +145,15 @@ std::vector<Class> FindClasses(Parser_CString_kt& in);  ///< the file's classes,
 /// is none of the name.
 bool ChooseClass(Parser_CString_kt& in, const ReadOptions& options);
 
-void EmptyNodes();  ///< forgets what the nodes of the last file left to be done
 Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing);
-FieldHandler<Bnode_bn> read_node_func(const char* name);
+FieldHandler<Bnode_bn> read_node_func(Parser_CString_kt& in, const char* name);
 void FinishNode(Parser_CString_kt& in, Bnode_bn& node);
 
 /// Gives the time-slice nodes read so far the states of the nodes that they repeat.
 void RepeatNodes(Parser_CString_kt& in, const Bnet_bn& net);
 
 Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing);
-FieldHandler<Bnode_bn> read_potential_func(const char* name);
+FieldHandler<Bnode_bn> read_potential_func(Parser_CString_kt& in, const char* name);
 void FinishPotential(Parser_CString_kt& in, Bnode_bn& node);
 
 /// Reads a name. The arguments in parentheses that some programs write right behind it
@@ -108,10 +171,10 @@ void ListNode(Parser_CString_kt& in, const ListMessage& message, std::string_vie
 void ListPassedOver(Parser_CString_kt& in, const char* kind, std::string_view name);
 /// The same for a display or compile setting, which is named once.
 void ListSetting(Parser_CString_kt& in, std::string_view name);
-void AddPassedOverName(std::string_view name);  ///< a word of the header of such an object
-bool IsPassedOver(std::string_view name);       ///< whether it is such a word
+void AddPassedOverName(Parser_CString_kt& in,
+                       std::string_view name);  ///< a word of the header of such an object
+bool IsPassedOver(Parser_CString_kt& in, std::string_view name);  ///< whether it is such a word
 
-void EmptyLists();
 void ReportLists(Parser_CString_kt& in, const Bnet_bn& net);
 
 // ---- Recovery, in hugin_recovery.cpp --------------------------------------------------------

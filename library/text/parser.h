@@ -131,9 +131,9 @@ public:
     long long reserved = 0;
     int positionCount = 0;                 ///< node positions read (XML BIF)
     std::vector<ParserPos_kt> nodePlaces;  ///< by node: where it is defined, null when not known
-    bool lenient = false;       ///< the reader is to keep what reading by the letter loses
+    bool lenient = false;          ///< the reader is to keep what reading by the letter loses
     ReaderState* state = nullptr;  ///< of the reader that made it; borrowed
-    bool numberFailed = false;  ///< the last number read was none; set and cleared by each read
+    bool numberFailed = false;     ///< the last number read was none; set and cleared by each read
 
     virtual int eofChar() const = 0;
     virtual void skipSpaces() = 0;
