@@ -61,6 +61,12 @@ struct Bnet_bn::Index {
     int orderFirst = -1, orderLast = -1;
     unsigned stamp = 0;
     LinkSearchStore forward, backward;
+    /// What is below the child whose link was refused last, once a second one is: links that are
+    /// refused again and again cost one search.
+    struct Below {
+        const Bnode_bn* child = nullptr;
+        std::unordered_set<const Bnode_bn*> nodes;
+    } below;
 
     // Node sets.
     std::vector<OwnedNodeset> nodesets;
@@ -125,6 +131,7 @@ struct LUMO_HIDDEN ModelAccess {
     static LinkEN link(Bnode_bn& parent, Bnode_bn& child);
     static void unlinkParents(Bnode_bn& child);
     static std::unordered_set<const Bnode_bn*> descendants(Bnode_bn& node);
+    static void rememberCycle(Bnode_bn& child);
     static void recordLinks(Bnode_bn& child);
     static void recordLink(Bnode_bn& parent, const Bnode_bn& child);
 

@@ -274,7 +274,10 @@ void ModelAccess::appendParent(Bnode_bn& parent, Bnode_bn& child) {
 ModelAccess::LinkEN ModelAccess::link(Bnode_bn& parent, Bnode_bn& child) {
     if (&parent == &child) return LinkEN::self;
     if (isParent(parent, child)) return LinkEN::again;
+    const Bnet_bn::Index::Below& below = index(child).below;
+    if (below.child == &child && below.nodes.contains(&parent)) return LinkEN::cycle;
     if (parent.order_ > child.order_ && LinkSearch(parent, child).findsCycle()) {
+        rememberCycle(child);
         return LinkEN::cycle;
     }
     appendParent(parent, child);
@@ -282,8 +285,18 @@ ModelAccess::LinkEN ModelAccess::link(Bnode_bn& parent, Bnode_bn& child) {
     return LinkEN::added;
 }
 
+void ModelAccess::rememberCycle(Bnode_bn& child) {
+    Bnet_bn::Index::Below& below = index(child).below;
+    const bool isSecond = below.child == &child;
+    below.child = &child;
+    below.nodes = isSecond ? descendants(child) : std::unordered_set<const Bnode_bn*>();
+}
+
 void ModelAccess::unlinkParents(Bnode_bn& child) {
     Bnet_bn::Index& at = index(child);
+    // A way down from a node does not lead through its own parents.
+    if (child.parents.N > 0 && at.below.child != &child && at.below.nodes.contains(&child))
+        at.below = {};
     if (child.parents.N >= ManyParents) {
         for (const Bnode_bn* parent : child.parents) {
             at.pairs.erase(PairKey(child.index_, parent->index_));
@@ -329,7 +342,7 @@ public:
     explicit Linking(Bnode_bn& child) : child_(child) {}
 
     void add(Bnode_bn& parent) {
-        switch (tryLink(parent)) {
+        switch (ModelAccess::link(parent, child_)) {
             case LinkEN::added:
                 return;
             case LinkEN::again:
@@ -355,18 +368,9 @@ public:
     }
 
 private:
-    LinkEN tryLink(Bnode_bn& parent) {
-        // After the first cycle the child's descendants are known, and no search is made for them.
-        if (below_.contains(&parent)) return LinkEN::cycle;
-        const LinkEN result = ModelAccess::link(parent, child_);
-        if (result == LinkEN::cycle) below_ = ModelAccess::descendants(child_);
-        return result;
-    }
-
     Bnode_bn& child_;
     const Bnode_bn* refused_ = nullptr;
     int refusals_ = 0;
-    std::unordered_set<const Bnode_bn*> below_;
 };
 
 }  // namespace

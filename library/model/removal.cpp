@@ -46,6 +46,7 @@ void ModelAccess::forget(Bnode_bn& node) {
 /// Gives the nodes that stay their places, and makes anew what refers to places.
 void ModelAccess::renumber(Bnet_bn& net, const BndList_bn& staying) {
     Bnet_bn::Index& at = index(net);
+    at.below = {};
     std::vector<int> places(static_cast<std::size_t>(net.nodes.N), -1);
     for (int i = 0; i < staying.N; ++i) places[static_cast<std::size_t>(staying[i]->index_)] = i;
     const auto moved = [&](int& place) {
