@@ -17,6 +17,7 @@
 #include "formats/shared/messages.h"
 #include "formats/shared/placing.h"
 #include "library/text/parser.h"
+#include "library/utilities/bounds.h"
 #include "library/utilities/system.h"
 
 namespace lumo {
@@ -94,6 +95,8 @@ OwnedNet ReadLoadedText(const char* text, const char* fileName, int format,
     const FormatInfo* const found = FindFormat(format);
     if (found == nullptr) throw NewReport(msg::import.unknownFormatCode, format);
     rept_kt* report = nullptr;
+    const MemoryBound bound(
+        std::max(options.mostMemory - static_cast<long long>(std::strlen(text)), 0LL));
     {
         std::optional<CritSecHold> turn;
         if (turns == TurnsEN::published && TakesTurns(format)) turn.emplace(Mut_ReadForeignFile);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "library/utilities/bounds.h"
 #include "library/utilities/memory.h"
 
 namespace lumo {
@@ -51,7 +52,7 @@ bool Arena::extend(const void* end, std::size_t bytes) {
 
 bool Arena::addChunk(std::size_t bytes) {
     const std::size_t size = std::max(bytes + sizeof(Chunk), nextSize_);
-    void* const block = xmallocf_kt(static_cast<long long>(size));
+    void* const block = AllocateUnbounded(static_cast<long long>(size));
     if (block == nullptr) return false;
     last_ = new (block) Chunk{last_};
     nextSize_ = std::min(2 * nextSize_, LargestChunk);

@@ -10,7 +10,7 @@ struct ModelMessages {
     // clang-format off
     Message<const char*> outOfMemoryForTable{-5099, memoryError, "for the table of >-node '%s'",
         "there is not enough memory for one table: the node has none, and all else is read. Give "
-        "the node fewer parents or states, or use a larger machine"};
+        "the node fewer parents or states, or use `--max-memory` to allow more"};
     Message<const char*> outOfMemoryForParameters{-5099, memoryError, "for the parameters of "
         ">-node '%s'", outOfMemoryForTable.cure};
     Message<const char*> nodeExists{-5080, error, "there is a >-node '%.200s' already",

@@ -1,4 +1,5 @@
 #include "library/model/nameindex.h"
+#include "library/utilities/bounds.h"
 
 #include <algorithm>
 #include <cstring>
@@ -91,7 +92,8 @@ void NodeIndex::put(Slot slot) {
 
 void NodeIndex::grow() {
     const std::size_t before = size_, size = std::max(FirstSlots, 2 * size_);
-    XArray<Slot> slots = NewXArray<Slot>(static_cast<long long>(size));
+    XArray<Slot> slots(
+        static_cast<Slot*>(AllocateUnbounded(static_cast<long long>(size * sizeof(Slot)))));
     if (slots == nullptr) throw std::bad_alloc();
     std::fill_n(slots.get(), size, Slot{});
     slots_.swap(slots);

@@ -8,6 +8,7 @@
 #include "library/reports/messages.h"
 #include "library/reports/plural.h"
 #include "library/utilities/Utils.h"
+#include "library/utilities/bounds.h"
 
 namespace lumo {
 
@@ -170,9 +171,13 @@ rept_kt* VMakeMemoryReport(int number, int severity, double bytes, const char* f
                            va_list arguments) {
     // Formatted without allocating, so that the text survives when even the report cannot be had.
     char text[SpareReport::size];
-    const int length = bytes > 0
-                           ? SPrintf(text, sizeof text, "out of memory (%.0f bytes wanted) ", bytes)
-                           : SPrintf(text, sizeof text, "out of memory ");
+    const long long allowed = MemoryBound::thatRefused();
+    const int length =
+        bytes > 0 && allowed > 0
+            ? SPrintf(text, sizeof text, "out of memory (%.0f bytes wanted, %lld allowed in all) ",
+                      bytes, allowed)
+        : bytes > 0 ? SPrintf(text, sizeof text, "out of memory (%.0f bytes wanted) ", bytes)
+                    : SPrintf(text, sizeof text, "out of memory ");
     VSPrintf(text + length, sizeof text - static_cast<std::size_t>(length), PlainFormat(format),
              arguments);
     try {

@@ -5,7 +5,9 @@
 #include <atomic>
 #include <cstdlib>
 #include <iterator>
+#include <utility>
 
+#include "library/utilities/bounds.h"
 #include "library/utilities/problems.h"
 #include "library/utilities/system.h"
 
@@ -76,9 +78,52 @@ private:
 
 thread_local KeptBlocks keptBlocks;
 
+thread_local MemoryBound* presentBound = nullptr;
+
 }  // namespace
 
+// ---- Bounds --------------------------------------------------------------------------------
+
+MemoryBound::MemoryBound(long long most) : most_(most), left_(most), outer_(presentBound) {
+    presentBound = this;
+}
+
+MemoryBound::~MemoryBound() { presentBound = outer_; }
+
+long long MemoryBound::thatRefused() {
+    if (presentBound == nullptr || !std::exchange(presentBound->refused_, false)) return 0;
+    return presentBound->most_;
+}
+
+/// The account of the present bound.
+class BoundedBlocks {
+public:
+    static bool allow(std::size_t size) {
+        if (presentBound == nullptr || size < LeastKept) return true;
+        if (static_cast<long long>(size) <= presentBound->left_) return true;
+        presentBound->refused_ = true;
+        return false;
+    }
+    static void add(void* block, std::size_t size) {
+        if (presentBound == nullptr || size < LeastKept || block == nullptr) return;
+        presentBound->left_ -= static_cast<long long>(std::max(size, system::SizeOf(block)));
+    }
+    static void remove(std::size_t size) {
+        if (presentBound == nullptr || size < LeastKept) return;
+        presentBound->left_ =
+            std::min(presentBound->most_, presentBound->left_ + static_cast<long long>(size));
+    }
+};
+
 void* xmallocf_kt(long long bytes) {
+    const auto size = static_cast<std::size_t>(std::max(bytes, 0LL));
+    if (!BoundedBlocks::allow(size)) return nullptr;
+    void* const block = AllocateUnbounded(bytes);
+    BoundedBlocks::add(block, size);
+    return block;
+}
+
+void* AllocateUnbounded(long long bytes) {
     const auto size = static_cast<std::size_t>(std::max(bytes, 0LL));
     if (size >= LeastKept && !keepsNoMore) {
         if (void* const block = keptBlocks.take(size)) return block;
@@ -96,6 +141,7 @@ void* xreallocf_kt(void* block, long long bytes) {
 
 void xfree_kt(void* block) {
     const std::size_t size = block == nullptr ? 0 : system::SizeOf(block);
+    BoundedBlocks::remove(size);
     if (size < LeastKept || size > MostKept || keepsNoMore) return std::free(block);
     keptBlocks.add(block, size);
 }

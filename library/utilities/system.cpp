@@ -163,6 +163,11 @@ void CallInChildren(void (*function)()) {
 // ---- The process and its terminal ----------------------------------------------------------
 
 void PrepareProcess() {
+    // What is opened later is not to be taken for a stream that the process was started without;
+    // using such a stream fails, as if it were closed.
+    for (const int stream : {StandardInput, StandardOutput, StandardError})
+        if (::fcntl(stream, F_GETFD) < 0)
+            static_cast<void>(::open("/dev/null", stream == StandardInput ? O_WRONLY : O_RDONLY));
     for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
 }
 
@@ -193,6 +198,12 @@ void RemoveWhenEnded(const char* path) {
             ::sigaction(endings[i], &removing, nullptr);
         }
     }
+}
+
+void EndByClosedPipe() {
+    std::signal(SIGPIPE, SIG_DFL);
+    ::raise(SIGPIPE);
+    ::_exit(128 + SIGPIPE);
 }
 
 bool IsTerminal(int descriptor) { return ::isatty(descriptor) == 1; }

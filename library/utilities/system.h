@@ -87,8 +87,9 @@ constexpr int StandardInput = 0;
 constexpr int StandardOutput = 1;
 constexpr int StandardError = 2;
 
-/// Makes a closed pipe, and a file that may not grow, failed writes like any other, and the streams
-/// carry bytes; a console shows UTF-8 and colours.
+/// Keeps the streams that the process was started without from being taken for files that are
+/// opened later. Makes a closed pipe, and a file that may not grow, failed writes like any other,
+/// and the streams carry bytes; a console shows UTF-8 and colours.
 void PrepareProcess();
 
 /// The program's arguments, in UTF-8, its own name first. Where the shell leaves patterns of file
@@ -98,6 +99,9 @@ std::vector<std::string> Arguments(int argc, char** argv);
 /// Removes a file when a signal, or the user, ends the program: the one named last, until it is
 /// named null. Signals that are ignored, as under nohup, stay so.
 void RemoveWhenEnded(const char* path);
+
+/// Ends the process as a closed pipe ends programs that hear of it by its signal.
+[[noreturn]] void EndByClosedPipe();
 
 bool IsTerminal(int descriptor);
 bool ShowsColors(int descriptor);             ///< a terminal that does

@@ -244,6 +244,8 @@ void RemoveWhenEnded(const char* path) {
     unfinished = path == nullptr ? std::wstring() : Wide(path);
 }
 
+void EndByClosedPipe() { _exit(141); }
+
 bool IsTerminal(int descriptor) {
     DWORD mode = 0;
     return ::GetConsoleMode(HandleOf(descriptor), &mode) != 0;
