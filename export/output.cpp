@@ -74,9 +74,8 @@ public:
         const bool exists = old.kind != system::PathKindEN::nothing;
         static std::atomic<unsigned> count;
         do {  // the name is short, whatever the target's own length is
-            name_ =
-                Utf8(target.parent_path() / (".lumo-" + std::to_string(system::ProcessNumber()) +
-                                             "-" + std::to_string(count++)));
+            name_ = Utf8(target.parent_path() /
+                         (UnfinishedPrefix(system::ProcessNumber()) + std::to_string(count++)));
             error_ = create(exists ? old.mode : 0666, exists);
         } while (error_ == EEXIST);
     }
@@ -156,6 +155,8 @@ int WriteDirectly(const std::string& path, const WriteFunction& write) {
 }
 
 }  // namespace
+
+std::string UnfinishedPrefix(int process) { return ".lumo-" + std::to_string(process) + "-"; }
 
 std::optional<FileIdentity> IdentityOf(const std::string& path) {
     return IdentityIn(system::StatusOf(path.c_str()));

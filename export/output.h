@@ -27,6 +27,9 @@ using WriteFunction = std::function<void(std::ostream&)>;
 /// a signal ends it meanwhile.
 using UnfinishedFunction = void (*)(const char* path);
 
+/// How the name of such a file begins, of that process.
+std::string UnfinishedPrefix(int process);
+
 /// Writes to the path; returns 0, or the errno of what failed first. A file is written beside its
 /// place, with the mode of the one that it replaces, and renamed when it is complete, through
 /// symbolic links; a failure leaves what was there. A device or pipe is written directly, and

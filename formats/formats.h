@@ -23,7 +23,8 @@ std::string_view PlainName(std::string_view fileName);
 /// Whether the file's name has an extension of the format, also before ".gz" and the like.
 bool HasExtension(const FormatInfo& format, std::string_view fileName);
 
-/// The format whose extension the file's name has, also before ".gz" and the like; null when there is none.
+/// The format whose extension the file's name has, also before ".gz" and the like; null when there
+/// is none.
 const FormatInfo* FormatOfExtension(std::string_view fileName);
 
 }  // namespace lumo

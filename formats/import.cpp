@@ -6,6 +6,7 @@
 #include <memory>
 #include <system_error>
 
+#include "formats/archive.h"
 #include "formats/detect.h"
 #include "formats/othertexts.h"
 #include "formats/packing.h"
@@ -91,7 +92,11 @@ private:
     std::string_view text_;
 };
 
-std::string Megabytes(long long bytes) { return std::to_string(bytes >> 20) + " MB"; }
+std::string SizeText(long long bytes) {
+    constexpr long long mega = 1 << 20;
+    return bytes >= mega ? std::to_string(bytes / mega) + " MB"
+                         : std::to_string(bytes / 1024) + " KB";
+}
 
 // ---- What cannot be opened -----------------------------------------------------------------
 
@@ -109,6 +114,15 @@ std::string WhyNothing(const std::string& path, int error) {
 [[noreturn]] void ThrowNotOpened(ImportResult& result, int error) {
     result.error = error;
     throw NewReport(msg::import.notOpened, WhyNothing(result.file, error).c_str());
+}
+
+/// Gives the bytes, which outlive it, and removes them.
+ByteSource SourceOf(std::string_view& bytes) {
+    return [&bytes](char* out, std::size_t most) {
+        const std::size_t count = bytes.copy(out, most);
+        bytes.remove_prefix(count);
+        return count;
+    };
 }
 
 // ---- The steps of one import ---------------------------------------------------------------
@@ -133,6 +147,8 @@ public:
 private:
     OwnedNet fromBytes(std::string_view bytes);
     OwnedNet fromPath();
+    OwnedNet fromArchive(const ArchivePath& path);
+    OwnedNet fromUnpacked(GrowingText& text, const Unpacking& unpacking);
     OwnedNet fromInput(const system::InputFile& input, system::PathKindEN kind);
     OwnedNet unpack(const Packing& packing, const ByteSource& source);
     OwnedNet fromText(GrowingText& text);
@@ -161,9 +177,30 @@ OwnedNet OneImport::fromPath() {
     using system::InputFile;
     const bool isPipe = kind == system::PathKindEN::other;
     const InputFile input(name_, isPipe ? InputFile::PipeEN::wait : InputFile::PipeEN::open);
-    if (!input.isOpen()) ThrowNotOpened(result_, errno);
+    if (!input.isOpen()) {
+        const int error = errno;
+        if (const std::optional<ArchivePath> path = InArchive(name_)) return fromArchive(*path);
+        ThrowNotOpened(result_, error);
+    }
+    if (Archive::isOne(name_, input)) {
+        result_.error = EISDIR;
+        throw NewReport(msg::import.unusableFolder,
+                        "it is a zip archive; -r reads the files in it");
+    }
     folder_ = FolderOf(name_);
     return fromInput(input, kind);
+}
+
+OwnedNet OneImport::fromArchive(const ArchivePath& path) {
+    const ArchiveEntry* const entry = path.archive->find(path.name);
+    if (entry == nullptr) ThrowNotOpened(result_, ENOENT);
+    GrowingText text(name_, 0, options_.mostMemory);
+    const Unpacking unpacking = path.archive->read(*entry, text);
+    if (const Packing* const packing = PackingOf(text.text())) {
+        std::string_view bytes = text.text();
+        return unpack(*packing, SourceOf(bytes));
+    }
+    return fromUnpacked(text, unpacking);
 }
 
 OwnedNet OneImport::fromInput(const system::InputFile& input, system::PathKindEN kind) {
@@ -195,18 +232,14 @@ OwnedNet OneImport::fromInput(const system::InputFile& input, system::PathKindEN
         char more = 0;
         if (input.read(&more, 1) > 0)
             throw NewReport(msg::import.tooMuchMemory, name_,
-                            Megabytes(options_.mostMemory).c_str());
+                            SizeText(options_.mostMemory).c_str());
     }
     return fromText(text);
 }
 
 OwnedNet OneImport::fromBytes(std::string_view bytes) {
     if (const Packing* const packing = PackingOf(bytes)) {
-        return unpack(*packing, [&bytes](char* out, std::size_t most) {
-            const std::size_t count = bytes.copy(out, most);
-            bytes.remove_prefix(count);
-            return count;
-        });
+        return unpack(*packing, SourceOf(bytes));
     }
     GrowingText text(name_, std::ssize(bytes));
     text.append(bytes);
@@ -216,7 +249,10 @@ OwnedNet OneImport::fromBytes(std::string_view bytes) {
 /// Reads the text of compressed bytes.
 OwnedNet OneImport::unpack(const Packing& packing, const ByteSource& source) {
     GrowingText text(name_, 0, options_.mostMemory);
-    const Unpacking unpacking = Unpack(packing, source, text);
+    return fromUnpacked(text, Unpack(packing, source, text));
+}
+
+OwnedNet OneImport::fromUnpacked(GrowingText& text, const Unpacking& unpacking) {
     using enum Unpacking::Outcome;
     if (unpacking.outcome == refused)
         throw NewReport(msg::import.refusedPacking, name_, unpacking.problem.c_str());
@@ -291,6 +327,20 @@ ReadOptions OneImport::reading() const {
 }
 
 }  // namespace
+
+std::string ReadStart(const std::string& path) {
+    constexpr auto window = static_cast<long long>(DetectionWindow);
+    GrowingText text(path.c_str(), window, window);
+    const system::InputFile input(path.c_str());
+    if (input.isOpen()) {
+        ReadUpTo(input, text, window);
+    } else if (const std::optional<ArchivePath> inside = InArchive(path)) {
+        const ArchiveEntry* const entry = inside->archive->find(inside->name);
+        if (entry != nullptr) inside->archive->read(*entry, text, window);
+    }
+    return PackingOf(text.text()) == nullptr ? std::string(text.text())
+                                             : UnpackStart(text.text(), DetectionWindow);
+}
 
 ImportResult Import(const ImportSource& source, const ImportOptions& options) {
     ImportResult result;

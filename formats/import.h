@@ -17,7 +17,8 @@
 
 namespace LUMO_API lumo {
 
-/// What is read, and the name under which reports have it and from which the net is named.
+/// What is read (a file, also one in a zip archive, "a.zip/asia.net"), and the name under which
+/// reports have it and from which the net is named.
 struct ImportSource {
     std::string name;
     std::optional<std::string_view> bytes;  ///< instead of the file of that name
@@ -62,6 +63,10 @@ struct ImportOptions {
     const char* formatOption = "ImportOptions::format";  ///< how users name a format, for reports
     ImportWatcher* watcher = nullptr;
 };
+
+/// The start of the text of a file, also of one in an archive, unpacked: what detection looks at.
+/// Empty when it cannot be had.
+std::string ReadStart(const std::string& path);
 
 /// Imports; the result's net is null when nothing could be read. Throws nothing but std::bad_alloc.
 /// Imports of different threads run side by side.

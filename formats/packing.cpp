@@ -93,6 +93,8 @@ private:
     long long taken_ = 0;
 };
 
+constexpr const char* tooMuch = "its text takes more memory than is allowed";
+
 Unpacking Refused(std::string why) { return {refused, std::move(why)}; }
 
 Unpacking Run(Unpacker& unpacker, std::string_view magic, const ByteSource& source,
@@ -110,7 +112,7 @@ Unpacking Run(Unpacker& unpacker, std::string_view magic, const ByteSource& sour
         const long long limit = LimitFor(input->taken());
         if (have > limit)
             return Refused("its text has more than " + std::to_string(limit) + " bytes");
-        if (!text.makeRoom()) return Refused("its text takes more memory than is allowed");
+        if (!text.makeRoom()) return Refused(tooMuch);
         const std::size_t before = bytes.size();
         const long long room = std::min(text.room(), limit + 1 - have);
         const auto [step, written] =
@@ -190,10 +192,22 @@ std::string UnpackStart(std::string_view bytes, std::size_t most) {
     return std::string(text.text().substr(0, most));
 }
 
-Unpacking UnpackDeflated(const ByteSource& source, GrowingText& text) {
+Unpacking UnpackDeflated(const ByteSource& source, GrowingText& text, long long enough) {
     const std::unique_ptr<Unpacker> unpacker = OpenDeflated();
     if (unpacker == nullptr) return Refused("it needs zlib, which is not there; use unzip");
-    return Run(*unpacker, {}, source, text, LLONG_MAX);
+    return Run(*unpacker, {}, source, text, enough);
+}
+
+Unpacking CopyStored(const ByteSource& source, GrowingText& text, long long enough) {
+    Unpacking result;
+    while (std::ssize(text.text()) < enough) {
+        if (!text.makeRoom()) return Refused(tooMuch);
+        const std::size_t got = source(text.end(), static_cast<std::size_t>(text.room()));
+        if (got == 0) break;
+        text.extend(static_cast<long long>(got));
+    }
+    result.packed = std::ssize(text.text());
+    return result;
 }
 
 }  // namespace lumo

@@ -51,6 +51,9 @@ Unpacking Unpack(const Packing& packing, const ByteSource& source, GrowingText& 
 std::string UnpackStart(std::string_view bytes, std::size_t most);
 
 /// Unpacks what stands in a zip archive, compressed as gzip does but without its frame.
-Unpacking UnpackDeflated(const ByteSource& source, GrowingText& text);
+Unpacking UnpackDeflated(const ByteSource& source, GrowingText& text, long long enough = LLONG_MAX);
+
+/// Takes what is not compressed, within the same bounds.
+Unpacking CopyStored(const ByteSource& source, GrowingText& text, long long enough = LLONG_MAX);
 
 }  // namespace lumo

@@ -12,10 +12,9 @@ struct ImportMessages {
     using enum ReadingEN;
     // clang-format off
     Message<const char*> couldNotRead{-3468, error, "couldn't read file '%s' into memory",
-        "the notice before it says why: the file is missing, no file, not readable, or too large. "
-        "Check its name and permissions"};
-    Message<const char*> notOpened{-3468, error, "%s", "the file is missing, no file, or not "
-        "readable. Check its name and permissions; an address of the web is to be downloaded first"};
+        "the file is missing, no file, not readable, or too large. Check its name and permissions; "
+        "a file of the web is to be downloaded first"};
+    Message<const char*> notOpened{-3468, error, "%s", couldNotRead.cure};
     Message<const char*> unusableFolder{-5431, error, "%s",
         "`-r` reads the files in a folder that have the extension of a format or are certainly of "
         "one; name others by themselves, with `--from`"};
@@ -27,9 +26,8 @@ struct ImportMessages {
         "or the library that unpacks it is missing. Unpack the file, if it can be trusted, and "
         "read that"};
     Message<const char*, const char*> tooMuchMemory{-5439, error, "'%s' takes more than the %s of "
-        "memory that are allowed", "the text, or what it makes of the net, is larger than a file "
-        "may get, lest one file take the memory of all. Allow more with `--max-memory`, if the file "
-        "can be trusted"};
+        "memory that are allowed", "the text is larger than a file may get, lest one file take the "
+        "memory of all. Use `--max-memory` to allow more, if the file can be trusted"};
     Message<const char*, long long> bytesAfterPacking{-5434, warning,
         "'%s' has %lld byte[|s] behind its compressed text",
         "they are passed over. Get the file again when something is missing"};
