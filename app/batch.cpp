@@ -18,20 +18,27 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <new>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "app/convert.h"
 #include "app/summary.h"
 #include "app/terminal.h"
+#include "export/output.h"
+#include "library/utilities/paths.h"
 #include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {
+
+namespace fs = std::filesystem;
 
 #ifdef __linux__  // elsewhere one file is read after the other
 
@@ -136,22 +143,24 @@ std::string ReadBack(int file, off_t from, off_t to) {
     return text;
 }
 
-/// Copies that part of the file, and gives its memory back.
-void Forward(int file, off_t from, off_t to, int target) {
+/// Copies that part of the file, and gives its memory back. Returns 0, or the error.
+int Forward(int file, off_t from, off_t to, int target) {
+    int error = 0;
     char buffer[16 * 1024];
     const off_t begin = from;
-    while (from < to) {
+    while (from < to && error == 0) {
         const auto size = std::min<std::size_t>(sizeof buffer, static_cast<std::size_t>(to - from));
         const ssize_t got = ::pread(file, buffer, size, from);
-        if (got <= 0) break;
+        if (got <= 0) return got < 0 ? errno : EIO;
         from += got;
-        for (ssize_t put = 0; put < got;) {
+        for (ssize_t put = 0; put < got && error == 0;) {
             const ssize_t n = ::write(target, buffer + put, static_cast<std::size_t>(got - put));
-            if (n < 0 && errno != EINTR) break;
+            if (n < 0 && errno != EINTR) error = errno;
             put += std::max<ssize_t>(n, 0);
         }
     }
     GiveBack(file, begin, to);
+    return error;
 }
 
 /// The processes of one batch.
@@ -176,6 +185,7 @@ private:
     void bury(Worker& worker);
     void finish(Worker& worker, const Done& done);
     void showFinished();
+    void stop(int error);
 
     const Options& options_;
     const FileWork work_;
@@ -293,13 +303,25 @@ void Pool::hear(Worker& worker) {
     if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR)) bury(worker);
 }
 
+/// Removes what a process that is no more has left beside an output.
+void RemoveUnfinished(pid_t process, const std::string& output) {
+    const std::string start = UnfinishedPrefix(process);
+    std::error_code failed;
+    const fs::path folder = fs::weakly_canonical(PathOf(output), failed).parent_path();
+    for (fs::directory_iterator at(folder, failed), end; !failed && at != end; at.increment(failed))
+        if (Utf8(at->path().filename()).starts_with(start))
+            system::Remove(Utf8(at->path()).c_str());
+}
+
 /// The worker died of the file that it worked on.
 void Pool::bury(Worker& worker) {
     int status = 0;
     ::waitpid(worker.process, &status, 0);
     ::close(worker.channel);
-    worker.process = -1;
+    const pid_t process = std::exchange(worker.process, -1);
     if (worker.run.empty()) return;
+    if (options_.command == CommandEN::convert)
+        RemoveUnfinished(process, OutputFor(options_, options_.files[worker.run.first]));
     const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     ::dprintf(worker.printed->error, "%s: fatal: reading it ended with signal %d (%s)\n",
               Visible(options_.files[worker.run.first].path).c_str(), signal, strsignal(signal));
@@ -316,12 +338,25 @@ void Pool::finish(Worker& worker, const Done& done) {
     worker.before = done;
 }
 
+void Pool::stop(int error) {
+    if (error == EPIPE) system::EndByClosedPipe();
+    std::cerr << "lumo-import: cannot write the output: " + std::generic_category().message(error) +
+                     "\n";
+    totals_.stopped = true;
+    for (const Worker& worker : workers_)
+        if (worker.process > 0) ::kill(worker.process, SIGTERM);
+}
+
 /// Shows what was printed of the finished files whose turn has come.
 void Pool::showFinished() {
     for (; !finished_.empty() && finished_.begin()->first == shown_; ++shown_) {
         const auto& [printed, from, to] = finished_.begin()->second;
-        Forward(printed->out, from.told, to.out, STDOUT_FILENO);
-        Forward(printed->error, from.error, to.error, STDERR_FILENO);
+        int error = Forward(printed->out, from.told, to.out, STDOUT_FILENO);
+        if (error == 0) {
+            error = Forward(printed->error, from.error, to.error, STDERR_FILENO);
+            if (error == EBADF) error = 0;  // nobody wants to hear it
+        }
+        if (error != 0) return stop(error);
         tell_(options_.files[shown_], to.exitCode, ReadBack(printed->out, to.out, to.told));
         ++totals_.files[to.exitCode];
         totals_.worst.add(to.worst);
@@ -332,7 +367,7 @@ void Pool::showFinished() {
 Totals Pool::run() {
     ProgressLine progress(IsTerminal(system::StandardError) && !options_.quiet);
     progress.start();
-    while (shown_ < options_.files.size()) {
+    while (shown_ < options_.files.size() && !totals_.stopped) {
         for (Worker& worker : workers_) giveWork(worker);
         waitForSome();
         progress.clear();
@@ -360,6 +395,11 @@ Totals RunSerially(const Options& options, FileWork work, const TellFunction& te
         std::string told;
         const int exitCode = work(file, options, console, told);
         ++totals.files[exitCode];
+        if (const int error = StandardOutputError()) {
+            if (error == EPIPE) system::EndByClosedPipe();
+            totals.stopped = true;
+            break;
+        }
         tell(file, exitCode, told);
         progress.update("files", ++done, std::ssize(options.files));
     }
@@ -369,7 +409,10 @@ Totals RunSerially(const Options& options, FileWork work, const TellFunction& te
 
 }  // namespace
 
-int Totals::exitCode() const { return std::max<int>(ExitRead, files.rbegin()->first); }
+int Totals::exitCode() const {
+    if (stopped) return ExitWriteFailed;
+    return std::max<int>(ExitRead, files.rbegin()->first);
+}
 
 std::string Totals::text() const {
     constexpr std::pair<int, const char*> texts[] = {{ExitNoNet, "no nets"},

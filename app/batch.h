@@ -21,13 +21,15 @@ using TellFunction =
 struct Totals {
     std::map<int, int> files;
     WorstReport worst;
+    bool stopped = false;  ///< for its output could not be written, which was told
 
     int exitCode() const;      ///< the highest
     std::string text() const;  ///< "3 files: 2 read, 1 not read", without the end of the line
 };
 
 /// Does the work for every file, in order as far as anyone can see, and tells of each. Files that
-/// were counted only are among the totals.
+/// were counted only are among the totals. A closed pipe ends the process, as the shell expects it;
+/// another failure of the output stops the work.
 Totals RunBatch(const Options& options, FileWork work, const TellFunction& tell);
 
 }  // namespace lumo::app

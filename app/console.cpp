@@ -9,6 +9,7 @@
 #include "app/terminal.h"
 #include "export/json.h"
 #include "formats/shared/describe.h"
+#include "formats/shared/messages.h"
 #include "library/utilities/system.h"
 #include "library/utilities/text.h"
 
@@ -28,6 +29,12 @@ constexpr const char* plain = "\x1b[0m";
 const char* ColorOf(int severity) {
     if (severity > SeverityWarning) return red;
     return severity > SeverityNotice ? magenta : cyan;
+}
+
+/// The file or folder could not be opened.
+bool IsNotOpened(const ReportRecord& report) {
+    return report.number == msg::import.notOpened.number ||
+           report.number == msg::import.unusableFolder.number;
 }
 
 }  // namespace
@@ -154,6 +161,9 @@ bool Console::isHeading() const {
 
 std::string Console::lineOf(const ReportRecord& report, bool isBelow) const {
     std::string place = PlaceText(report);
+    // As other programs say it.
+    if (IsNotOpened(report))
+        return paint(bold, Visible(report.file) + ":") + " " + Visible(report.message) + "\n";
     if (isBelow) place.erase(0, Visible(report.file).size() + 1);
     std::string out = isBelow ? "  " : "";
     if (!place.empty()) out += paint(bold, place.substr(0, place.size() - 1)) + " ";

@@ -18,8 +18,17 @@ std::string Failure(const std::string& path, int error) {
 }
 
 constexpr const char* standardOutput = "standard output";
+int standardOutputError = 0;
+
+int WriteOut(const WriteFunction& write) {
+    const int error = WriteToDescriptor(system::StandardOutput, write);
+    if (standardOutputError == 0) standardOutputError = error;
+    return error;
+}
 
 }  // namespace
+
+int StandardOutputError() { return standardOutputError; }
 
 std::optional<FileIdentity> InputIdentity(const std::string& file) {
     return file == "-" ? IdentityOf(system::StandardInput) : IdentityOf(file);
@@ -58,7 +67,7 @@ std::string WriteOutput(const std::string& output, const WriteFunction& write) {
 }
 
 std::string WriteStandardOutput(const WriteFunction& write) {
-    return Failure(standardOutput, WriteToDescriptor(system::StandardOutput, write));
+    return Failure(standardOutput, WriteOut(write));
 }
 
 std::string WriteStandardOutput(const std::string& text) {

@@ -26,4 +26,7 @@ std::string WriteStandardOutput(const std::string& text);
 std::optional<FileIdentity> InputIdentity(const std::string& file);
 std::optional<FileIdentity> OutputIdentity(const std::string& output);
 
+/// The errno of the first write to standard output that failed; 0 when none did.
+int StandardOutputError();
+
 }  // namespace lumo::app

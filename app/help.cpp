@@ -89,6 +89,7 @@ constexpr OptionInfo options[] = {
      [] { return Listed(Formats()); }},
     {"    --condense", "yes|no", "keep noisy-max tables as parameters, without asking", ofReaders},
     {"    --normalize", "", "scale rows of nature nodes that do not sum to 1", ofReaders},
+    {"    --max-memory", "SIZE", "of a file's text and its net's tables: 2G, or 500M ...", ofReaders},
     {"    --class", "NAME", "the class to read of a file that has several (hugin)", ofReaders},
     {"    --strict", "", "read by the letter of the format, which loses more", ofReaders},
     {"    --create-state-names", "",
@@ -140,7 +141,7 @@ std::string Section(const std::string& heading, WANTED wanted) {
 }
 
 constexpr std::string_view aboutFiles =
-    "\nA FILE named - is standard input; it may be compressed with gzip.";
+    "\nA FILE named - is standard input; it may be compressed (gz, bz2, xz, zst).";
 constexpr std::string_view aboutOutput = " With many files OUT is a folder.";
 
 std::string HelpOfProgram() {

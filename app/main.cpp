@@ -1,4 +1,5 @@
 // lumo-import: summarises, checks and converts the files of other Bayes-net programs.
+#include <cerrno>
 #include <exception>
 #include <iostream>
 
@@ -51,6 +52,8 @@ Failure Write(const ImportResult& result, const InputFile& file, const Options& 
         case CommandEN::table:
             return result.net == nullptr ? Failure() : ShowTables(*result.net, options);
         default:
+            // The one line that says why is all there is to say.
+            if (result.error != 0 && !options.json && !options.many()) return {};
             if (options.json) return {WriteStandardOutput(SummaryJson(result, ExitCodeOf(result)))};
             return {WriteStandardOutput(options.many() ? SummaryLine(result)
                                                        : Summary(result, options.verbose))};
@@ -78,6 +81,9 @@ int WorkOnFile(const InputFile& file, const Options& options, Console& console, 
         if (options.command == CommandEN::check) return CheckFile(result, options, console, told);
         result.layout = options.layout;
         const Failure failure = Write(result, file, options, console);
+        // What the output's closed end means, many files tell together.
+        const bool isQuiet = options.many() && StandardOutputError() == EPIPE;
+        if (isQuiet) return ExitWriteFailed;
         if (failure.text.empty())
             return options.walked && IsNoNet(result) ? ExitNoNet : ExitCodeOf(result);
         std::cerr << "lumo-import: " + failure.text + "\n";
@@ -115,6 +121,7 @@ int ShowFormats() {
 int RunMany(const Options& options) {
     const Totals totals =
         RunBatch(options, WorkOnFile, [](const InputFile&, int, const std::string&) {});
+    if (totals.stopped) return totals.exitCode();
     const std::string text = totals.text() + "\n";
     if (options.command == CommandEN::summary && !options.json) {
         if (!WriteStandardOutput(text).empty()) return ExitWriteFailed;

@@ -1,10 +1,13 @@
 #include "app/options.h"
 
 #include <CLI/CLI.hpp>
+#include <cctype>
 #include <charconv>
+#include <climits>
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <sstream>
 
 #include "app/convert.h"
 #include "app/folders.h"
@@ -36,11 +39,31 @@ std::string NotAmong(const std::string& word, const std::vector<std::string>& na
     return "there is no '" + word + "' among " + Listed(names) + DidYouMean(word, names);
 }
 
+/// A number of bytes: "500000", "500M", "2G"; none when it is no such text.
+std::optional<long long> BytesOf(std::string text) {
+    constexpr std::string_view units = "KMGT";
+    if (text.size() > 1 && (text.back() == 'B' || text.back() == 'b')) text.pop_back();
+    int shift = 0;
+    if (!text.empty()) {
+        const auto unit = units.find(static_cast<char>(std::toupper(text.back())));
+        if (unit != std::string_view::npos) {
+            shift = 10 * (static_cast<int>(unit) + 1);
+            text.pop_back();
+        }
+    }
+    long long number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [read, error] = std::from_chars(text.data(), end, number);
+    const bool isNumber = error == std::errc() && read == end && number >= 0;
+    if (!isNumber || number > (LLONG_MAX >> shift)) return std::nullopt;
+    return number << shift;
+}
+
 /// The arguments as CLI11 fills them, where they need a second look.
 struct Raw {
     std::vector<std::string> files;
     std::string file;  // of a command that takes one
-    std::string format, writer, condense, layout, diagnostics, color = "auto";
+    std::string format, writer, condense, layout, maxMemory, diagnostics, color = "auto";
     std::string form, maxSeverity, failOn, baseline;  // of check
     std::vector<std::string> allowed;
     bool strict = false, createStateNames = false;
@@ -64,6 +87,9 @@ void AddOptions(CLI::App& app, Options& options, Raw& raw) {
     choice("--diagnostics", raw.diagnostics, {"text", "json"});
     choice("--color", raw.color, {"auto", "always", "never"});
     app.add_flag("--normalize", options.import.normalize);
+    app.add_option("--max-memory", raw.maxMemory)->check([](const std::string& text) {
+        return BytesOf(text) ? std::string() : "'" + text + "' is no size, such as 500M or 2G";
+    });
     app.add_option("--class", options.import.className);
     app.add_flag("--strict", raw.strict);
     app.add_flag("--create-state-names", raw.createStateNames);
@@ -190,6 +216,11 @@ std::string CheckReading(Options& options, const Raw& raw) {
     if (options.command == CommandEN::diff && options.files.size() != 2)
         return "diff: takes two files";
     options.import.format = FindFormat(std::string_view(raw.format));
+    if (!raw.maxMemory.empty()) options.import.mostMemory = *BytesOf(raw.maxMemory);
+    // Files that are read side by side share it.
+    const auto jobs = std::min(static_cast<long long>(options.jobs),
+                               static_cast<long long>(options.files.size()));
+    options.import.mostMemory /= std::max(jobs, 1LL);
     if (!raw.condense.empty()) options.import.condense = raw.condense == "yes";
     if (!raw.layout.empty())
         options.layout = raw.layout == "auto" ? LayoutEN::automatic : LayoutEN::file;
@@ -341,8 +372,12 @@ std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Opt
         return UsageError(MistypedOption(app, e.what()));
     } catch (const CLI::ParseError& e) {
         if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-            app.exit(e);  // help or version
-            return ExitRead;
+            std::ostringstream text;  // help or version
+            app.exit(e, text, text);
+            const std::string failure = WriteStandardOutput(text.str());
+            if (failure.empty()) return ExitRead;
+            std::cerr << "lumo-import: " + failure + "\n";
+            return ExitWriteFailed;
         }
         return UsageError(MisusedOption(e));
     }

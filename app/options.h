@@ -56,21 +56,21 @@ struct Options {
     bool allNodes = false;                                        ///< table
     bool csv = false;                                             ///< table
     CheckFormEN form = CheckFormEN::text;                         ///< check
-    int failFrom = SeverityError;        ///< check: the mildest severity that fails
-    std::set<int> allowed;               ///< check: numbers of reports that are let pass
-    Baseline baseline;                   ///< check: problems that are let pass
-    std::string newBaseline;             ///< check: the file to write; empty for none
-    std::string output;                  ///< convert: a file, a folder for many files, "-"
-    bool intoFolder = false;             ///< convert: the output is a folder, or becomes one
-    const Writer* writer = nullptr;      ///< convert
-    bool force = false;                  ///< convert: write over the input
-    LayoutEN layout = LayoutEN::best;    ///< of the nodes in what is written
-    ImportOptions import;                ///< how files are read
-    bool quiet = false;                  ///< errors only
-    bool verbose = false;                ///< what was done as well
-    bool json = false;                   ///< summary, diff
-    bool html = false;                   ///< diff
-    std::optional<double> tolerance;     ///< diff: of numbers
+    int failFrom = SeverityError;      ///< check: the mildest severity that fails
+    std::set<int> allowed;             ///< check: numbers of reports that are let pass
+    Baseline baseline;                 ///< check: problems that are let pass
+    std::string newBaseline;           ///< check: the file to write; empty for none
+    std::string output;                ///< convert: a file, a folder for many files, "-"
+    bool intoFolder = false;           ///< convert: the output is a folder, or becomes one
+    const Writer* writer = nullptr;    ///< convert
+    bool force = false;                ///< convert: write over the input
+    LayoutEN layout = LayoutEN::best;  ///< of the nodes in what is written
+    ImportOptions import;              ///< how files are read
+    bool quiet = false;                ///< errors only
+    bool verbose = false;              ///< what was done as well
+    bool json = false;                 ///< summary, diff
+    bool html = false;                 ///< diff
+    std::optional<double> tolerance;   ///< diff: of numbers
     bool jsonDiagnostics = false;
     ColorEN color = ColorEN::automatic;
     int jobs = 1;

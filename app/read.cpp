@@ -1,10 +1,15 @@
 #include "app/read.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
 
+#include "app/folders.h"
 #include "formats/detect.h"
-#include "formats/packing.h"
 #include "formats/shared/messages.h"
+#include "library/utilities/paths.h"
 #include "library/utilities/system.h"
 
 namespace lumo::app {
@@ -12,29 +17,39 @@ namespace {
 
 bool HasNoisyMax(const ImportResult& result) {
     return result.net != nullptr &&
-           std::any_of(result.net->nodes.begin(), result.net->nodes.end(), [](Bnode_bn* node) {
-               return node->relation.kind == RelnKindEN::noisyMax;
-           });
+           std::any_of(result.net->nodes.begin(), result.net->nodes.end(),
+                       [](Bnode_bn* node) { return node->relation.kind == RelnKindEN::noisyMax; });
+}
+
+/// A folder in which the walk found nothing.
+ImportResult RefuseFolder(const std::string& folder, Console& console) {
+    std::error_code failed;
+    const std::filesystem::directory_iterator opened(PathOf(folder), failed);
+    ReportRecord report;
+    report.number = msg::import.unusableFolder.number;
+    report.severity = SeverityError;
+    report.file = folder;
+    report.message = failed ? failed.message() : "no file in it is of a known format";
+    console.startFile(folder);
+    console.report(report);
+    console.finish();
+    ImportResult result;
+    result.file = folder;
+    result.error = EISDIR;
+    result.reports.push_back(std::move(report));
+    return result;
 }
 
 }  // namespace
 
-std::string ReadStart(const std::string& file) {
-    std::string start(DetectionWindow, '\0');
-    const system::InputFile input(file.c_str());
-    const long long got = input.isOpen() ? input.read(start.data(), std::ssize(start)) : 0;
-    start.resize(static_cast<std::size_t>(std::max(got, 0LL)));
-    return PackingOf(start) == nullptr ? start : UnpackStart(start, DetectionWindow);
-}
-
 ImportResult ReadOne(const std::string& file, const Options& options, Console& console) {
+    if (options.recursive && IsFolder(file)) return RefuseFolder(file, console);
     ImportOptions importing = options.import;
     importing.watcher = &console;
     const bool isStandard = file == "-";
     console.startFile(isStandard ? "stdin" : file);
-    ImportResult result =
-        Import(isStandard ? FromDescriptor(system::StandardInput, "stdin") : FromFile(file),
-               importing);
+    ImportResult result = Import(
+        isStandard ? FromDescriptor(system::StandardInput, "stdin") : FromFile(file), importing);
     result.file = file;
     if (!options.import.condense && !console.canAsk() && HasNoisyMax(result))
         console.note("noisy-max tables are kept in full too; --condense yes or no says whether");

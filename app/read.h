@@ -11,9 +11,6 @@ namespace lumo::app {
 /// Imports the file ("-": standard input); problems go to the console and into the result.
 ImportResult ReadOne(const std::string& file, const Options& options, Console& console);
 
-/// The start of a regular file's text, as much as detection looks at; unpacked.
-std::string ReadStart(const std::string& file);
-
 /// Whether the file was found to be no net, which was told.
 bool IsNoNet(const ImportResult& result);
 

@@ -44,7 +44,6 @@ inline std::string Counted(long long count, const std::string& what) {
 }
 
 struct Net : ImportResult {
-    std::vector<std::string> notes;      ///< what the readers print, such as renamed nodes
     std::optional<FileIdentity> source;  ///< the file that was read, if it was one
 
     /// The children of each node that has some; made when first wanted.

@@ -185,7 +185,7 @@ TEST_F(Check, JsonLines) {
 TEST_F(Check, TotalOfManyFiles) {
     EXPECT_EQ(run("$L check warns.net 2>&1 | grep -c files").out, "0\n");
     const std::string total =
-        "4 files, 1 not read: 2 errors, 2 warnings, 1 notice\n"
+        "4 files, 1 not read: 2 errors, 2 warnings\n"
         "       2  [-3037] unknown or ignored field\n";
     for (const char* jobs : {"", " -j 3"}) {
         const Outcome r = run(std::string("$L check warns.net wide.dsc good.erg missing") + jobs);

@@ -450,8 +450,8 @@ TEST_F(Cli, Folders) {
     EXPECT_EQ(run("$L -r in in | tail -1").out, "8 files: 8 read\n");
     EXPECT_EQ(
         run("$L check in; $L check -r in/empty").err,
-        "in: error: 'in' is a folder; -r reads the files in it [-5431]\n"
-        "in/empty: error: 'in/empty' is a folder; no file in it is of a known format [-5431]\n");
+        "in: Is a directory; -r reads the files in it\n"
+        "in/empty: no file in it is of a known format\n");
 }
 
 // What is no net is named; in a folder it is counted.

@@ -21,13 +21,13 @@ muffle <- function(condition) {
     tryInvokeRestart("muffleMessage")
 }
 
-# A file, or the files of a folder whose extension, or that before ".gz", is of a format.
+# A file, or the files of a folder whose extension, or that before ".gz" and the like, is of a format.
 net_files <- function(path, recursive) {
     if (!dir.exists(path)) return(path)
     formats <- net_formats()
     extensions <- unlist(strsplit(formats$extensions[formats$read], " +"))
     files <- sort(list.files(path, recursive = recursive, full.names = TRUE))
-    plain <- tolower(sub("\\.gz$", "", files))
+    plain <- tolower(sub("\\.(gz|bz2|xz|zst)$", "", files))
     files[Reduce(`|`, lapply(extensions, function(e) endsWith(plain, e)), FALSE)]
 }
 

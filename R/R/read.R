@@ -1,13 +1,11 @@
 read_net <- function(path, format = NULL, strict = FALSE, normalize = FALSE, class_name = NULL,
-                     condense = FALSE, create_state_names = FALSE) {
+                     condense = FALSE, create_state_names = FALSE, max_memory = 2^31) {
     native <- native_path(path)
     how <- list(format = format_name(format, "read"), strict = flag(strict, "strict"),
                 normalize = flag(normalize, "normalize"), condense = flag(condense, "condense"),
                 create_state_names = flag(create_state_names, "create_state_names"),
-                class_name = if (is.null(class_name)) "" else word(class_name, "class_name"))
-    if (!file.exists(native)) {
-        stop(read_error("lumo_file_error", paste0("there is no file '", path, "'"), no_reports()))
-    }
+                class_name = if (is.null(class_name)) "" else word(class_name, "class_name"),
+                max_memory = bytes(max_memory, "max_memory"))
     if (dir.exists(native)) {
         stop(read_error("lumo_file_error",
                         paste0("'", path, "' is a folder; read_nets() reads the files in it"),
@@ -16,6 +14,9 @@ read_net <- function(path, format = NULL, strict = FALSE, normalize = FALSE, cla
     result <- .Call(lumo_read, native, how)
     net <- result$net
     net$reports <- as.data.frame(net$reports)
+    if (result$unopened) {
+        stop(read_error("lumo_file_error", paste0(path, ": ", net$reports$message[1]), net$reports))
+    }
     if (is.null(net$nodes)) fail_to_read(net)
     net$nodes <- lapply(net$nodes, finish_node)
     net$groups <- as.data.frame(net$groups)
@@ -123,6 +124,13 @@ flag <- function(value, what) {
         stop("`", what, "` should be TRUE or FALSE", call. = FALSE)
     }
     value
+}
+
+bytes <- function(value, what) {
+    if (!is.numeric(value) || length(value) != 1 || is.na(value) || value < 0) {
+        stop("`", what, "` should be a number of bytes", call. = FALSE)
+    }
+    min(as.double(value), 2^62)
 }
 
 native_path <- function(path) enc2native(path.expand(word(path, "path")))

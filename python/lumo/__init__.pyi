@@ -217,6 +217,7 @@ def read(
     normalize: bool = False,
     class_name: str | None = None,
     create_state_names: bool = False,
+    max_memory: int | None = None,
     warn: bool = False,
 ) -> Net: ...
 def reads(
@@ -229,6 +230,7 @@ def reads(
     normalize: bool = False,
     class_name: str | None = None,
     create_state_names: bool = False,
+    max_memory: int | None = None,
     warn: bool = False,
 ) -> Net: ...
 def read_many(
@@ -242,5 +244,5 @@ def read_many(
     strict: bool = ...,
     normalize: bool = ...,
     class_name: str | None = ...,
-    create_state_names: bool = ...,
+    create_state_names: bool = ..., max_memory: int | None = ...,
 ) -> Iterator[Net | ReadError | OSError]: ...

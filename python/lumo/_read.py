@@ -36,7 +36,7 @@ def _format(name):
 
 
 def read(path, format=None, condense=False, *, strict=False, normalize=False, class_name=None,
-         create_state_names=False, warn=False):
+         create_state_names=False, max_memory=None, warn=False):
     """Reads a file into a Net. With errors in it, it is read as far as possible: Net.status and Net.reports tell.
 
     path: a path, or an open file, whose content is read.
@@ -46,27 +46,30 @@ def read(path, format=None, condense=False, *, strict=False, normalize=False, cl
     normalize: scales the rows of nature nodes that do not sum to 1.
     class_name: the class to read of an object-oriented Hugin file.
     create_state_names: makes names of state titles that are no legal names (DSC, XML BIF).
+    max_memory: bytes that the text and the net's tables may take (2 GB); what is beyond is an error of its own.
     warn: each report from a warning up is a LumoWarning as well.
 
     Raises OSError as open() does (FileNotFoundError, PermissionError, IsADirectoryError ...), ReadError when
     nothing could be read, and ValueError for an unknown format."""
     if hasattr(path, "read"):
         return reads(path.read(), format, getattr(path, "name", "text"), condense, strict=strict, normalize=normalize,
-                     class_name=class_name, create_state_names=create_state_names, warn=warn)
-    net = _core.read(path, _core.Reading(_format(format), condense, strict, normalize, class_name, create_state_names))
+                     class_name=class_name, create_state_names=create_state_names, max_memory=max_memory, warn=warn)
+    net = _core.read(path, _core.Reading(_format(format), condense, strict, normalize, class_name, create_state_names,
+                                         max_memory))
     if warn:
         _warn_of(net, 2)
     return net
 
 
 def reads(data, format=None, name="text", condense=False, *, strict=False, normalize=False, class_name=None,
-          create_state_names=False, warn=False):
+          create_state_names=False, max_memory=None, warn=False):
     """Reads bytes or a string into a Net; reports and the net are named after `name`, a text or a path. Else as
     read().
 
     Raises ReadError when nothing could be read, and ValueError for an unknown format."""
     net = _core.reads(data, name,
-                      _core.Reading(_format(format), condense, strict, normalize, class_name, create_state_names))
+                      _core.Reading(_format(format), condense, strict, normalize, class_name, create_state_names,
+                                    max_memory))
     if warn:
         _warn_of(net, 2)
     return net

@@ -2,6 +2,7 @@
 
 import doctest
 import gc
+import multiprocessing
 import os
 import pathlib
 import signal
@@ -161,6 +162,10 @@ class Tables(unittest.TestCase):
         self.assertEqual(full, [n.table.tolist() for n in lumo.read(path).nodes if n.relation == "noisy-max"])
 
 
+def _name_of(path):
+    return lumo.read(path).name
+
+
 class Reading(unittest.TestCase):
     def test_formats(self):
         data = ASIA.read_bytes()
@@ -232,19 +237,49 @@ class Reading(unittest.TestCase):
         former = signal.signal(signal.SIGUSR1, stop)
         self.addCleanup(signal.signal, signal.SIGUSR1, former)
         main = threading.get_ident()
-        def read(*_):
-            lumo.read(ASIA)
-
-        for action, error in ((stop, Stop), (read, RuntimeError)):
-            signal.signal(signal.SIGUSR1, action)
-            timer = threading.Timer(0.02, signal.pthread_kill, (main, signal.SIGUSR1))
-            net = None
-            with self.assertRaises(error):
-                timer.start()
-                net = lumo.reads(data, "hugin")
-                timer.join()
-            self.assertIsNone(net, "the import went on to its end")
+        timer = threading.Timer(0.02, signal.pthread_kill, (main, signal.SIGUSR1))
+        net = None
+        with self.assertRaises(Stop):
+            timer.start()
+            net = lumo.reads(data, "hugin")
+            timer.join()
+        self.assertIsNone(net, "the import went on to its end")
         self.assertEqual(len(lumo.read(ASIA).nodes), 8)
+
+    def test_a_signal_handler_may_read(self):
+        inner = []
+
+        def read(*_):
+            inner.append(lumo.reads("net {} node a { states = (\"x\" 1; }", "hugin"))
+
+        former = signal.signal(signal.SIGUSR1, read)
+        self.addCleanup(signal.signal, signal.SIGUSR1, former)
+        timer = threading.Timer(0.02, signal.pthread_kill, (threading.get_ident(), signal.SIGUSR1))
+        timer.start()
+        net = lumo.reads(chain(300_000), "hugin", name="outer.net")
+        timer.join()
+        self.assertEqual((len(net.nodes), net.status), (300_000, "ok"))
+        self.assertTrue(inner and inner[0].reports)
+        self.assertEqual({report.file for report in inner[0].reports}, {"text"})
+
+    def test_forked_children_read_while_threads_do(self):
+        """No lock is left locked in a child that is forked while another thread reads."""
+        data = chain(100_000)
+        stop = threading.Event()
+
+        def read_on():
+            while not stop.is_set():
+                lumo.reads(data, "hugin")
+
+        reader = threading.Thread(target=read_on)
+        reader.start()
+        try:
+            with multiprocessing.get_context("fork").Pool(2) as pool:
+                names = pool.map_async(_name_of, FILES * 3).get(timeout=300)
+        finally:
+            stop.set()
+            reader.join()
+        self.assertEqual(names, [lumo.read(path).name for path in FILES * 3])
 
 
 class Exports(unittest.TestCase):
