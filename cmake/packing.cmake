@@ -1,7 +1,11 @@
 # Compressed files: only the headers of the libraries are needed here, each is loaded when a file needs
 # it. zlib is linked in instead where LUMO_GZIP is STATIC, for a program that is whole in itself.
 set(unpackers ${PROJECT_SOURCE_DIR}/formats/unpackers.cpp)
-foreach(pair zlib.h:ZLIB bzlib.h:BZIP2 lzma.h:LZMA zstd.h:ZSTD)
+set(headers zlib.h:ZLIB bzlib.h:BZIP2 lzma.h:LZMA zstd.h:ZSTD)
+if(LUMO_GZIP STREQUAL "STATIC")  # the others could not be loaded
+    set(headers zlib.h:ZLIB)
+endif()
+foreach(pair ${headers})
     string(REPLACE ":" ";" pair ${pair})
     list(POP_FRONT pair header name)
     find_path(LUMO_${name}_INCLUDE ${header})

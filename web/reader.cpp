@@ -14,12 +14,10 @@
 
 #include "export/jsonout.h"
 #include "export/writers.h"
-#include "formats/ForeignFile.h"
 #include "formats/detect.h"
+#include "formats/import.h"
 #include "formats/shared/describe.h"
-#include "formats/shared/messages.h"
 #include "formats/catalogue.h"
-#include "library/reports/reports.h"
 
 // The functions that the page's worker sets.
 EM_JS(void, TellProgress, (double done, double total), { Module["progress"](done, total); })
@@ -55,42 +53,12 @@ private:
     std::unique_ptr<char[]> buffer_{new char[size]};
 };
 
-/// Hears of an import, which reads the text.
-class Listener : public ReportHandler {
+/// Tells the page how far an import is.
+class PageWatcher : public ImportWatcher {
 public:
-    Listener(std::string_view text, ImportResult& result) : text_(text), result_(result) {}
-
-    void show(const rept_kt& report) override {
-        ReportRecord& record = result_.reports.emplace_back(report);
-        if (record.file.empty()) record.file = result_.file;
-        if (report.line > 0 && report.offset >= 0) cutLine(report.offset, record);
-    }
-    void print(const char*) override {}
-    bool ask(int, const char*) override { return false; }
-    void waitBegin(const char*) override {}
-    void waitEnd(const char*) override {}
     void progress(long long done, long long total) override {
         TellProgress(static_cast<double>(done), static_cast<double>(total));
     }
-    bool cancelled() override { return false; }
-    void unknownWord(const char* word, int, long long count) override {
-        result_.skipped.push_back({word, count});
-    }
-
-private:
-    void cutLine(long long offset, ReportRecord& record) const {
-        const auto at = std::min(static_cast<std::size_t>(offset), text_.size());
-        const std::size_t from = at - std::min<std::size_t>(at, 100);
-        const std::size_t start = text_.substr(from, at - from).find_last_of("\r\n") + 1;
-        record.sourceLine = text_.substr(from + start, at - from - start + 60);
-        record.sourceCaret = at - from - start;
-        record.sourceLine.resize(std::min(
-            record.sourceLine.find_first_of("\r\n", record.sourceCaret), record.sourceLine.size()));
-        std::ranges::replace(record.sourceLine, '\t', ' ');
-    }
-
-    std::string_view text_;
-    ImportResult& result_;
 };
 
 ImportResult last;
@@ -99,24 +67,6 @@ std::string answer;  // the text that the page fetches
 const char* Answer(JsonOut& json) {
     answer = json.take();
     return answer.c_str();
-}
-
-/// Reads into `last`.
-void Read(std::string_view text, const char* name, std::string_view format, ReadOptions options) {
-    last = ImportResult();
-    last.file = name;
-    Listener listener(text, last);
-    const HandlerScope handler(listener);
-    const FormatInfo* const known = format.empty() ? DetectFormat(text, name) : FindFormat(format);
-    if (known == nullptr) {
-        const ReportScope scope;
-        ShowReport(NewReport(msg::import.unknownFormat, name, "the list above"));
-        return;
-    }
-    last.format = known->name;
-    last.formatCode = known->code;
-    last.net.reset(ReadForeignNetText(text, name, known->code, options));
-    last.dropFailedNet();
 }
 
 void WriteProblem(JsonOut& json, const ReportRecord& report) {
@@ -184,10 +134,16 @@ EMSCRIPTEN_KEEPALIVE int LumoIsCertain(char* bytes, int count) {
 /// Reads the bytes, which it frees, and tells what came of it as JSON.
 EMSCRIPTEN_KEEPALIVE const char* LumoRead(char* bytes, int count, const char* name,
                                           const char* format, int lenient, int normalize) {
-    ReadOptions options;
-    options.lenient = lenient != 0;
+    PageWatcher watcher;
+    ImportOptions options;
+    options.format = FindFormat(std::string_view(format));
+    options.strict = lenient == 0;
     options.normalize = normalize != 0;
-    Read({bytes, static_cast<std::size_t>(count)}, name, format, options);
+    options.sourceLines = true;
+    options.formatOption = "the list above";
+    options.watcher = &watcher;
+    last = ImportResult();  // before there are two
+    last = Import(FromBytes({bytes, static_cast<std::size_t>(count)}, name), options);
     std::free(bytes);
     JsonOut json;
     json.open('{');
