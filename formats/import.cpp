@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <system_error>
+#include <vector>
 
 #include "formats/archive.h"
 #include "formats/detect.h"
@@ -96,6 +97,16 @@ std::string SizeText(long long bytes) {
     constexpr long long mega = 1 << 20;
     return bytes >= mega ? std::to_string(bytes / mega) + " MB"
                          : std::to_string(bytes / 1024) + " KB";
+}
+
+/// Leaves noisy-max nodes their parameters alone, where the reader made the full table too.
+void CondenseNoisyMax(Bnet_bn& net) {
+    for (Bnode_bn* node : net.nodes) {
+        const Reln_bn& relation = node->relation;
+        if (relation.kind != RelnKindEN::noisyMax || relation.probs == nullptr) continue;
+        const std::vector<double> params(relation.params, relation.params + NumCIParams(*node));
+        ShowReport(node->makeIntoNoisyMax(params.data(), true));
+    }
 }
 
 // ---- What cannot be opened -----------------------------------------------------------------
@@ -308,6 +319,7 @@ OwnedNet OneImport::read(GrowingText& text) {
     if (zero != nullptr && !Is16Bit_kt(whole_.get()))
         WarnZeroByte(name_, static_cast<const char*>(zero) - whole_.get());
     OwnedNet net = ReadLoadedText(whole_.get(), name_, format_->code, reading(), TurnsEN::free);
+    if (net != nullptr && options_.condense == true) CondenseNoisyMax(*net);
     if (foundByContent_ && IsBare(net.get())) throw NewReport(msg::import.nothingOfANet, name_);
     return net;
 }
