@@ -6,6 +6,7 @@
 #include <unistd.h>
 #endif
 
+#include <bit>
 #include <charconv>
 #include <climits>
 #include <clocale>
@@ -13,7 +14,6 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
-
 #include <thread>
 #include <unordered_set>
 
@@ -21,6 +21,8 @@
 #include "library/reports/messages.h"
 #include "library/reports/reports.h"
 #include "library/utilities/Utils.h"
+#include "library/utilities/exact.h"
+#include "library/utilities/numbers.h"
 #include "library/utilities/system.h"
 
 namespace lumo {
@@ -546,6 +548,32 @@ TEST_F(ReadingFiles, Fifos) {
 }
 
 #endif
+
+/// The shortest decimal of a float is what the standard library writes, and the nearest of them.
+TEST(Numbers, ShortestDoubleIsWhatIsWritten) {
+    std::mt19937 random(3);
+    const auto expect = [](float value) {
+        if (!std::isfinite(value)) return;
+        char text[80];
+        const bool inFull = std::fabs(value) >= 1e-15F && std::fabs(value) < 1e15F;
+        const char* const end =
+            std::to_chars(text, text + 80, value,
+                          inFull ? std::chars_format::fixed : std::chars_format::scientific)
+                .ptr;
+        double written = 0;
+        std::from_chars(text, end, written);
+        ASSERT_EQ(ShortestDouble(value), written) << value;
+    };
+    for (int i = 0; i < 200'000; ++i) {
+        const auto bits = static_cast<std::uint32_t>(random());
+        expect(std::bit_cast<float>(bits));
+        expect(static_cast<float>(bits / 4294967296.0));
+        expect(static_cast<float>(bits % 100'000'000 / 1e8));
+        expect(-static_cast<float>(std::pow(10, -(bits % 2000 / 100.0))));
+    }
+    for (const float value : {0.0F, -0.0F, 1.0F, 0.1F, 1e-45F, 3.4e38F, 9.999999F, 16777217.0F})
+        expect(value);
+}
 
 }  // namespace
 }  // namespace lumo

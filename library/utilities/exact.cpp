@@ -12,15 +12,19 @@
 namespace lumo {
 
 double ShortestDouble(float value) {
-    // Up to seven digits, six of them places: then floats stand closer than decimals, and one of
-    // these that reads back is the shortest.
-    constexpr double million = 1e6, most = 1e7;
+    // Rounded to the fewest places with which it reads back; quotients of whole numbers are exact.
+    // Near the middle between two decimals the product may stand on the wrong side of it.
+    constexpr double fewDigits = 1e7, mostDigits = 1e9, mostPlaces = 1e22, nearMiddle = 1e-6;
     const double exact = static_cast<double>(value);
-    const double scaled = std::fabs(exact) * million + 0.5;
-    if (scaled < most) {
-        const double decimal =
-            std::copysign(static_cast<double>(static_cast<long long>(scaled)) / million, exact);
+    double limit = fewDigits;
+    for (double places = 1e6; places < mostPlaces; places *= 10) {
+        const double scaled = std::fabs(exact) * places;
+        if (!(scaled < limit)) break;
+        const double whole = std::floor(scaled + 0.5);
+        if (scaled > fewDigits && std::fabs(whole - scaled) > 0.5 - nearMiddle) break;
+        const double decimal = std::copysign(whole / places, exact);
         if (static_cast<float>(decimal) == value) return decimal;
+        limit = mostDigits;
     }
     if (!std::isfinite(value)) return exact;
     // As writers write it: whole numbers in full.
