@@ -92,6 +92,42 @@ TEST(FilePicture, OnlyLinksThatWouldCutANodeBend) {
     }
 }
 
+/// Two nodes of many stand too near each other, wherever in the drawing: in one cell of the grid
+/// that finds them, or over its borders. They are moved apart, and the others stay.
+TEST(FilePicture, NodesThatTouchAreMovedApart) {
+    const auto make = [](int at, int apart, bool upright) {
+        ImportResult result = NewResult();
+        for (int i = 0; i < 60; ++i)
+            AddNode(*result.net, ("n" + std::to_string(10 + i)).c_str(),
+                    {i % 10 * 400, i / 10 * 300 + 600});
+        AddNode(*result.net, "n70", {at, at});
+        AddNode(*result.net, "n71", {at + (upright ? 0 : apart), at + (upright ? apart : 0)});
+        return MakePicture(*result.net, LayoutEN::file);
+    };
+    const Picture alone = make(0, 250, false);
+    const PictureNode& one = alone.nodes[60];
+    for (const bool upright : {false, true}) {
+        // From all but on each other to all but apart.
+        const double side = 2 * (upright ? one.halfHeight : one.halfWidth);
+        for (const double part : {0.2, 0.6, 0.97}) {
+            for (int at = 0; at < 200; at += 9) {
+                const Picture picture = make(at, static_cast<int>(part * side), upright);
+                SCOPED_TRACE(std::to_string(at) + ", " + std::to_string(part));
+                const Point a = picture.nodes[60].centre, b = picture.nodes[61].centre;
+                EXPECT_TRUE(std::abs(a.x - b.x) >= 2 * one.halfWidth ||
+                            std::abs(a.y - b.y) >= 2 * one.halfHeight);
+                const Point first = picture.nodes[0].centre;
+                const double scale = (picture.nodes[1].centre.x - first.x) / 400;
+                for (std::size_t i = 1; i < 60; ++i) {
+                    const Point node = picture.nodes[i].centre;
+                    EXPECT_NEAR(node.x - first.x, scale * static_cast<double>(i % 10 * 400), 0.01);
+                    EXPECT_NEAR(node.y - first.y, scale * static_cast<double>(i / 10 * 300), 0.01);
+                }
+            }
+        }
+    }
+}
+
 TEST(Picture, OfEverySampleIsSound) {
     for (const auto& path : FilesIn(Samples())) {
         SCOPED_TRACE(path);

@@ -168,7 +168,8 @@ arrange <- function(values, nodes, names) {
     places <- lapply(seq_along(dimnames(values)), function(i) {
         labels <- dimnames(values)[[i]]
         if (is.null(labels)) return(seq_len(wanted[i]))
-        places <- match(nodes[[i]]$states, labels)
+        # Of states with equal labels each counts once.
+        places <- match(make.unique(nodes[[i]]$states), make.unique(labels))
         if (anyNA(places)) stop("has other states of '", names[i], "' than that node")
         places
     })

@@ -156,6 +156,10 @@ class Conversions(unittest.TestCase):
         alike = lumo.reads("<BIF><NETWORK><VARIABLE><NAME>a</NAME><OUTCOME>1</OUTCOME><OUTCOME>1</OUTCOME></VARIABLE>"
                            "<DEFINITION><FOR>a</FOR><TABLE>1 3</TABLE></DEFINITION></NETWORK></BIF>")["a"]
         self.assertEqual(alike.to_frame(normalize=True).to_dict("list"), {"1 #0": [0.25], "1 #1": [0.75]})
+        few = "BAYES 1 2 1 1 0 2 0.03125 0.09375"  # rows whose sum is far below 1
+        self.assertEqual(lumo.reads(few)["V0"].to_frame(normalize=True).to_numpy().tolist(), [[0.25, 0.75]])
+        self.assertEqual(lumo.reads(few)["V0"].to_frame().to_numpy().tolist(), [[0.03125, 0.09375]])
+        self.assertEqual(lumo.reads(few, normalize=True)["V0"].to_frame().to_numpy().tolist(), [[0.25, 0.75]])
         odd = lumo.reads(ODD, "hugin")
         self.assertRaisesRegex(ValueError, "has no table", odd["ö"].to_xarray)
 

@@ -84,6 +84,54 @@ test_that("arrows end at the borders of what is drawn", {
     expect_equal(lumo:::border(square, c(10, 10), c(11, 10)), c(11, 10))
 })
 
+test_that("tables are arranged by their names where labels are equal", {
+    again <- function(nodes) {
+        file <- tempfile(fileext = ".net")
+        on.exit(unlink(file))
+        quiet(write_net(structure(list(nodes = nodes), class = "lumo_net"), file))
+        quiet(read_net(file))$nodes$B$prob
+    }
+    states <- c("a", "b")
+    parent <- list(states = states, prob = c(0.5, 0.5))
+    child <- function(...) list(states = states, parents = "A", prob = array(...))
+    wanted <- c(0.125, 0.875, 0.25, 0.75)
+    turned <- c(0.125, 0.25, 0.875, 0.75)
+    both <- function(names) stats::setNames(list(states, states), names)
+    expect_equal(c(again(list(A = parent, B = child(wanted, c(2, 2), both(c("B", "A")))))), wanted)
+    expect_equal(c(again(list(A = parent, B = child(turned, c(2, 2), both(c("A", "B")))))), wanted)
+    expect_equal(c(again(list(A = parent, B = child(wanted, c(2, 2), both(NULL))))), wanted)
+    parent$states <- c("x", "y")
+    expect_equal(c(again(list(A = parent, B = child(wanted[c(3, 4, 1, 2)], c(2, 2),
+                                            list(B = states, A = c("y", "x")))))), wanted)
+    # Labels that stand twice in one node.
+    arranged <- lumo:::arrange(array(wanted[c(3, 4, 1, 2)], c(2, 2), list(B = c("s", "s"), A = c("y", "x"))),
+                               list(list(states = c("s", "s")), parent), c("B", "A"))
+    expect_equal(arranged, wanted)
+})
+
+test_that("nets are drawn where their files place them", {
+    net <- lawn()
+    places <- list(c(40, 40), c(140, 40), c(90, 240))
+    for (i in 1:3) {
+        net$nodes[[i]]$position <- stats::setNames(places[[i]], c("x", "y"))
+        net$nodes[[i]]$title <- strrep(i, 2)  # as wide as the others
+    }
+    file <- tempfile(fileext = ".pdf")
+    on.exit(unlink(file))
+    grDevices::pdf(file, compress = FALSE, useKerning = FALSE)
+    plot(net)
+    grDevices::dev.off()
+    text <- readLines(file, warn = FALSE)
+    at <- sapply(1:3, function(i) {
+        line <- grep(sprintf("(%s) Tj", strrep(i, 2)), text, value = TRUE, fixed = TRUE, useBytes = TRUE)
+        as.numeric(strsplit(sub(" Tm.*", "", sub(".* Tf ", "", line)), " ")[[1]])[5:6]
+    })
+    scale <- (at[1, 2] - at[1, 1]) / 100
+    expect_gt(scale, 0)
+    expect_equal(at[1, ] - at[1, 1], c(0, 100, 50) * scale, tolerance = 0.01)
+    expect_equal(at[2, ] - at[2, 1], c(0, 0, -200) * scale, tolerance = 0.01)
+})
+
 test_that("nets are drawn and printed", {
     file <- tempfile(fileext = ".pdf")
     grDevices::pdf(file)
