@@ -72,7 +72,7 @@ def main():
     folder, program = Path(sys.argv[1]), Path(sys.argv[2])
     table = [("format", "case", "ms", "spread", "of bare: memory", "file", "fresh", "growth",
               "memory beyond file and tables")]
-    for format_name in sys.argv[3:] or commands.formats(program):
+    for format_name in sys.argv[3:] or [name for name in commands.formats(program) if (folder / f"{name}_bench").exists()]:
         print(f"measuring {format_name}", file=sys.stderr)
         table += rows(format_name, measure(folder / f"{format_name}_bench"))
     show(table)

@@ -4,8 +4,8 @@
 #include "export/json.h"
 #include "export/picture.h"
 #include "export/report.h"
-#include "formats/shared/describe.h"
 #include "formats/catalogue.h"
+#include "formats/shared/describe.h"
 #include "library/utilities/text.h"
 
 namespace lumo {

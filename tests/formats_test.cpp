@@ -33,7 +33,6 @@ TEST(Formats, HaveAllThatBelongsToThem) {
         EXPECT_TRUE(fs::exists(root / "docs" / (format.name + std::string(".md"))));
         EXPECT_TRUE(IsFull(root / "formats" / format.name / "cases"));
         EXPECT_TRUE(IsFull(root / "samples" / format.name));
-        EXPECT_TRUE(fs::exists(root / "bench" / (format.name + std::string("_bench.cpp"))));
         EXPECT_FALSE(format.messages().empty());
         for (const MessageRow& row : format.messages()) EXPECT_STREQ(row.users, "") << row.text;
         const bool isWritten = format.write != nullptr;
