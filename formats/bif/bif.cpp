@@ -603,11 +603,7 @@ rept_kt* ParseBifFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing, con
     const OwnedParser parser(channel.makeParser(&options));
     Parser_CString_kt& in = TextParser(*parser);
     in.reserved = in.bytesLeft() + MaxTableEntries;
-    try {
-        BifReader(in, net).read();
-    } catch (rept_kt* report) {
-        in.setError(report);
-    }
+    ReadToTheEnd(in, [&] { BifReader(in, net).read(); });
     in.checkError();
     PlaceNodes(drawing, in.positionCount > 0, positionScale);
     return in.curReport;

@@ -1,8 +1,7 @@
 // Reader of DSC files, the Bayes Net Interchange Format: the file and its node blocks. A header
-// ends in the word `network` and the net's name; then come blocks in any order: `node NAME {
-// attributes
-// }`, from which the nodes are made, and `probability (CHILD | PARENTS) { rows }`
-// (dsc_probability.cpp), which links nodes that are declared before it and fills the child's table
+// ends in the word `network` and the net's name; then come blocks in any order: `node` with a name
+// and attributes, from which the nodes are made, and `probability` with a child, its parents and
+// rows (probability.cpp), which links nodes that are declared before it and fills the child's table
 // row by row. Other blocks are passed over. docs/dsc.md describes the format.
 //
 // A block that cannot be read costs itself: its reader records the error, passes over the rest of
@@ -412,11 +411,7 @@ rept_kt* ParseDscFile(InChannel_kt& channel, Bnet_bn&, Vnet_kt& drawing,
     dsc::Leniency lenient;
     lenient.on = options.lenient;
     lenient.createStateNames = options.createStateNamesDsc;
-    try {
-        dsc::ReadNet(in, drawing, lenient);
-    } catch (rept_kt* report) {
-        in.setError(report);
-    }
+    ReadToTheEnd(in, [&] { dsc::ReadNet(in, drawing, lenient); });
     JudgeNodes(in, *drawing.getBNet());
     in.checkError();
     FixNodePositions(drawing, 1.0, false);

@@ -666,11 +666,7 @@ rept_kt* ParseDXPressFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     state.condense = options.condense;
     in.state = &state;
     drawing.drawStyle = 7;
-    try {
-        dxpress::ReadDXPress(in, net);
-    } catch (rept_kt* report) {
-        in.setError(report);
-    }
+    ReadToTheEnd(in, [&] { dxpress::ReadDXPress(in, net); });
     JudgeNodes(in, net);
     in.checkError();
     return in.curReport;

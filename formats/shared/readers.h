@@ -17,6 +17,16 @@ void PlaceNodes(Vnet_kt& drawing, bool given, double scale);
 /// it.
 void SetSafePosition(Bnode_bn& node, coord_kt inFile);
 
+/// Reads a file, and records the error that ends that.
+template <class READ>
+void ReadToTheEnd(Parser_CString_kt& in, READ read) {
+    try {
+        read();
+    } catch (rept_kt* report) {
+        in.setError(report);
+    }
+}
+
 inline void ThrowIfError(rept_kt* report) {
     if (IsError(report)) throw report;
 }

@@ -292,11 +292,7 @@ rept_kt* ParseUaiFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing, con
     const OwnedParser parser(channel.makeParser(&options));
     Parser_CString_kt& in = TextParser(*parser);
     const ParserContext context(in, "UAI file");
-    try {
-        UaiReader(in, net).read();
-    } catch (rept_kt* report) {
-        in.setError(report);
-    }
+    ReadToTheEnd(in, [&] { UaiReader(in, net).read(); });
     in.checkError();
     PlaceNodes(drawing, false, 1.0);
     return in.curReport;

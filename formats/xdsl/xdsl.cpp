@@ -538,11 +538,7 @@ rept_kt* ParseXdslFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& dra
     options.xmlComments = options.xmlText = true;
     Parser_CString_kt in(&options, channel);
     in.reserved = in.bytesLeft() + MaxTableEntries;
-    try {
-        XdslReader(in, net, drawing).read();
-    } catch (rept_kt* report) {
-        in.setError(report);
-    }
+    ReadToTheEnd(in, [&] { XdslReader(in, net, drawing).read(); });
     in.checkError();
     return in.curReport;
 }

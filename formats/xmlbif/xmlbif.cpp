@@ -288,15 +288,13 @@ rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& draw
     parsing.commentChar1 = parsing.commentChar2 = '/';
     parsing.xmlComments = parsing.xmlText = true;
     Parser_CString_kt in(&parsing, channel);
-    try {
+    ReadToTheEnd(in, [&] {
         xmlbif::Document document(in, net, options);
         if (options.lenient)
             xmlbif::ReadLeniently(document, drawing);
         else
             xmlbif::ReadStrictly(document, drawing);
-    } catch (rept_kt* report) {
-        in.setError(report);
-    }
+    });
     JudgeNodes(in, net);
     in.checkError();
     return in.curReport;

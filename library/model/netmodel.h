@@ -247,10 +247,10 @@ public:
 
     /// Sets the number of states (0 to MaxStates) and replaces names, titles, comments and levels.
     /// names: null or `count` entries. levels: null, or count values of a discrete variable, or
-    /// count
-    /// + 1 bounds of a continuous one; a new[] array that the node takes. The two int pointers are
-    /// null. Drops the node's table and those of its children when the count changes. Errors: a
-    /// count out of range, illegal or equal names (then nothing changes).
+    /// one bound more than states of a continuous one; a new[] array that the node takes. The two
+    /// int pointers are null. Drops the node's table and those of its children when the count
+    /// changes. Errors: a count that is out of range, illegal names or equal names (and then
+    /// nothing changes).
     rept_kt* setStates(int count, char** names, double* levels, const int*, const int*, CheckEN);
     /// Likewise without levels, from texts that are only read: the quick way for the usual case.
     /// False, and nothing changes, when they are more than FewStates, illegal or equal, or too much

@@ -8,14 +8,12 @@
 #include "library/model/access.h"
 #include "library/model/messages.h"
 #include "library/model/netmodel.h"
+#include "library/model/rows.h"
 #include "library/utilities/exact.h"
 
 namespace lumo {
 
 namespace {
-
-/// How far from 1 a distribution's sum may be.
-constexpr double SumTolerance = 1e-3;
 
 /// Distributions of the node: one for each parent state but the neutral ones, and the leak.
 double Distributions(const Bnode_bn& node) {

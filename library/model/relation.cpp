@@ -17,8 +17,6 @@ namespace lumo {
 
 namespace {
 
-/// How far from 1 a row's sum may be.
-constexpr double SumTolerance = 1e-3;
 /// Messages name no more of a row than this.
 constexpr std::size_t MaxRowText = 200;
 

@@ -7,6 +7,9 @@
 
 namespace lumo {
 
+/// How far from 1 the sum of a distribution may be.
+inline constexpr double SumTolerance = 1e-3;
+
 inline int Rows(const Bnode_bn& node) { return NumProduct(node.parents); }
 
 template <class T>

@@ -4,8 +4,8 @@
 // strings and punctuation, skips comments and records reports against its place.
 //
 // Words      A word is the longest run of characters that are neither white space, nor punctuation
-// of
-//            the character table, nor the start of a comment. A number is a word that reads as one.
+//            of the character table, nor the start of a comment. A number is a word that reads as
+//            one.
 // Strings    A quoted string ends at the next unescaped double quote; \" \\ \n \t \r and octal \ooo
 //            (one byte) are decoded, any other backslash stays as written; line breaks are kept.
 // Comments   Mode 1: the first comment character starts a comment to the end of the line. Mode 2:
@@ -16,8 +16,8 @@
 //            nothing, where the next token starts; at the end of the input, the end. Skipping
 //            (skipStatement, skipStructure, skipToString) does not move it.
 // Numbers    A token that is not a number is an error that names it: the error is recorded, the
-// token
-//            consumed, numberFailed set, and NaN (readDouble) or 0 (readInt) returned.
+//            token is consumed, numberFailed is set, and NaN (readDouble) or 0 (readInt) is
+//            returned.
 #pragma once
 
 #include <climits>
@@ -545,12 +545,12 @@ void ReadList(PARSER& in, vect_kt<T>& out);
 /// Reads the XML declaration at the start of the text, if there is one.
 void ReadXMLVersion(Parser_CString_kt& in);
 
-/// Reads one tag, passing over white space, comments and processing instructions before it, with
-/// its
-/// '<' still to come or consumed already. Gives the element's name and its first attribute (name
-/// and decoded value, empty when there is none; later attributes are passed over). Returns true for
-/// an end tag. <X/> is read as <X> followed by </X>. The input then stands where the content
-/// begins. At the end of the input, at other text, or in a malformed tag it throws.
+/// Reads one tag, passing over white space, comments and processing instructions before it; the
+/// '<' of the tag is still to come or consumed already. Gives the element's name and its first
+/// attribute (name and decoded value, empty when there is none; later attributes are passed over).
+/// Returns true for an end tag. <X/> is read as <X> followed by </X>. The input then stands where
+/// the content begins. At the end of the input, at other text, or in a malformed tag it
+/// throws.
 bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, strin_kt& value);
 
 /// Reads the end tag of the element named; throws when something else follows.
