@@ -14,10 +14,10 @@
 
 #include "export/jsonout.h"
 #include "export/writers.h"
+#include "formats/catalogue.h"
 #include "formats/detect.h"
 #include "formats/import.h"
 #include "formats/shared/describe.h"
-#include "formats/catalogue.h"
 
 // The functions that the page's worker sets.
 EM_JS(void, TellProgress, (double done, double total), { Module["progress"](done, total); })
