@@ -18,7 +18,6 @@ constexpr double RowGap = 34;
 constexpr double PartGap = 40;
 /// Drawings of more boxes are kept from being wide.
 constexpr std::size_t SmallDrawing = 30;
-constexpr double WidestShape = 4;  ///< times as wide as high
 constexpr double TallestTurned =
     2.5;  ///< times as high as wide, of a drawing turned to be less wide
 constexpr int Tries = 5;
@@ -28,8 +27,6 @@ struct PartDrawing {
     std::vector<Point> centres;               ///< of its nodes
     std::vector<std::vector<Point>> courses;  ///< of its links
     double width = 0, height = 0;
-
-    bool isWide() const { return width > WidestShape * height; }
 };
 
 /// How a part is drawn: its rows run across, or down when it is turned.
@@ -42,26 +39,24 @@ Point Turned(Point p) { return {p.y, p.x}; }
 
 class PartDrawer {
 public:
-    PartDrawer(const Diagram& diagram, Part& part) : part_(part), layers_(AssignLayers(part)) {
+    PartDrawer(const Diagram& diagram, Part& part)
+        : part_(part),
+          spacing_(diagram.spacing),
+          widestShape_(diagram.widestShape),
+          mayTurn_(diagram.mayTurn) {
         for (const int v : part.members)
             sizes_.push_back(diagram.sizes[static_cast<std::size_t>(v)]);
     }
 
     PartDrawing draw(bool mayBeWide) {
         setStyle({});
-        Layered plain = MakeLayered(part_, layers_);
-        plain.rows = OrderRows(plain).front();
+        const Layered plain = ordered(AssignLayers(part_));
         if (plain.isLarge()) return drawn(plain, {false, foldedRow(plain)});
         PartDrawing drawing = drawn(plain, {});
-        if (mayBeWide || !drawing.isWide()) {
-            const long long crossings = CountStepCrossings(plain);
-            if (crossings == 0 || !IsPolished(part_)) return drawing;
-            const Candidate other = withOtherRows(plain);
-            const bool isBetter =
-                other.crossings < crossings && (mayBeWide || !other.drawing.isWide());
-            return isBetter ? other.drawing : drawing;
-        }
+        if (mayBeWide || !isWide(drawing))
+            return withOtherLayers({std::move(drawing), CountStepCrossings(plain)}, mayBeWide);
         Candidate upright = narrowed(plain, false, drawing);
+        if (!mayTurn_) return upright.drawing;
         Candidate turned = narrowed(plain, true, drawing);
         return turned.crossings < upright.crossings ? turned.drawing : upright.drawing;
     }
@@ -72,31 +67,26 @@ private:
         long long crossings = 0;
     };
 
-    /// Drawn in the rows into which nodes go for few crossings of straight links: there, links that
-    /// are led through the rows may cross less too.
-    Candidate withOtherRows(const Layered& plain) {
-        const Metrics metrics{gap(), 2 * RowGap, RowGap, 0, 1e300, 1e300};
-        Placement placement = PlaceRows(part_, plain, metrics);
-        DropWayPoints(part_, placement);
-        Polish(part_, metrics, placement);
-        std::vector<int> layers(part_.widths.size());
-        for (std::size_t r = 0; r < placement.rows.size(); ++r)
-            for (const int v : placement.rows[r])
-                layers[static_cast<std::size_t>(v)] = static_cast<int>(r);
-        Layered moved = MakeLayered(part_, std::move(layers));
-        std::vector<double>& x = placement.x;
-        for (const Link& link : moved.wayOf) {
-            const auto parent = static_cast<std::size_t>(link.parent);
-            const auto child = static_cast<std::size_t>(link.child);
-            const double part = static_cast<double>(moved.layer[x.size()] - moved.layer[parent]) /
-                                (moved.layer[child] - moved.layer[parent]);
-            x.push_back((1 - part) * x[parent] + part * x[child]);
+    Layered ordered(std::vector<int> layers) const {
+        Layered graph = MakeLayered(part_, std::move(layers));
+        graph.rows = OrderRows(graph);
+        return graph;
+    }
+
+    /// The drawing, or one with other layers whose links cross less.
+    PartDrawing withOtherLayers(Candidate best, bool mayBeWide) {
+        for (const LayeringEN how : {LayeringEN::high, LayeringEN::low}) {
+            if (best.crossings == 0) break;
+            const Layered graph = ordered(AssignLayers(part_, how));
+            Candidate other{drawn(graph, {}), CountStepCrossings(graph)};
+            if (other.crossings < best.crossings && (mayBeWide || !isWide(other.drawing)))
+                best = std::move(other);
         }
-        for (auto& row : moved.rows)
-            std::ranges::stable_sort(row, {},
-                                     [&](int v) { return x[static_cast<std::size_t>(v)]; });
-        moved.rows = OrderRows(moved, true).front();
-        return {drawn(moved, {}), CountStepCrossings(moved)};
+        return std::move(best.drawing);
+    }
+
+    bool isWide(const PartDrawing& drawing) const {
+        return drawing.width > widestShape_ * drawing.height;
     }
 
     void setStyle(Style style) {
@@ -109,14 +99,14 @@ private:
         }
     }
 
-    double gap() const { return style_.turned ? StackGap : SideGap; }
+    double gap() const { return spacing_ * (style_.turned ? StackGap : SideGap); }
+    double rowGap() const { return spacing_ * RowGap; }
 
     PartDrawing drawn(const Layered& graph, Style style) {
         setStyle(style);
         const double fold = style.longestRow > 0 ? style.longestRow : 1e300;
-        const Metrics metrics{gap(), 0, 0, 0, fold, fold};
-        const Placement placement = PlaceRows(part_, graph, metrics);
-        const RowDepths stack = StackRows(part_, depths_, placement, RowGap);
+        const Placement placement = PlaceRows(part_, graph, gap(), fold);
+        const RowDepths stack = StackRows(part_, depths_, placement, rowGap());
         PartDrawing drawing;
         drawing.courses = RouteLinks(part_, graph, placement, stack, gap());
         drawing.centres.resize(sizes_.size());
@@ -163,12 +153,10 @@ private:
         for (int i = 0; i < Tries; ++i) {
             const PartDrawing& now = candidate.drawing;
             const double excess = turned ? now.height / (TallestTurned * now.width)
-                                         : now.width / (WidestShape * now.height);
+                                         : now.width / (widestShape_ * now.height);
             if (excess <= 1) break;
             row *= 0.9 / std::sqrt(excess);
-            Metrics metrics{gap(), 0, 0, row, 0, 0};
-            Layered graph = MakeLayered(part_, SplitLayers(part_, plain, metrics));
-            graph.rows = OrderRows(graph).front();
+            const Layered graph = ordered(SplitLayers(part_, plain, gap(), row));
             candidate = {drawn(graph, {turned, 0}), CountStepCrossings(graph)};
         }
         return candidate;
@@ -190,7 +178,7 @@ private:
         const auto isWide = [&](double row) {
             double rows = 0;
             for (const double length : lengths) rows += std::ceil(length / row);
-            return row > 0.8 * WidestShape * rows * (depth + RowGap);
+            return row > 0.8 * widestShape_ * rows * (depth + rowGap());
         };
         double row = longest;
         while (isWide(row)) row *= 0.9;
@@ -198,9 +186,11 @@ private:
     }
 
     Part& part_;
-    std::vector<int> layers_;
     std::vector<Point> sizes_;
     std::vector<double> depths_;
+    double spacing_;
+    double widestShape_;
+    bool mayTurn_;
     Style style_;
 };
 
@@ -222,8 +212,8 @@ Drawing Draw(const Diagram& diagram) {
         drawings.push_back(DrawPart(diagram, part, diagram.sizes.size() <= SmallDrawing));
         boxes.push_back({drawings.back().width, drawings.back().height});
     }
-    const Point gap{PartGap, RowGap};
-    PackBoxes(boxes, PackingWidth(boxes, 0, gap), gap);
+    const Point gap{diagram.spacing * PartGap, diagram.spacing * RowGap};
+    PackBoxes(boxes, PackingWidth(boxes, diagram.leastWidth, gap), gap);
 
     Drawing all;
     all.centres.resize(diagram.sizes.size());

@@ -23,6 +23,10 @@ struct Link {
 struct Diagram {
     std::vector<Point> sizes;  ///< widths and heights
     std::vector<Link> links;
+    double spacing = 1;      ///< times the usual gaps
+    double widestShape = 4;  ///< times as wide as high, of a drawing of more than 30 boxes
+    bool mayTurn = true;     ///< to the right where that makes the drawing less wide
+    double leastWidth = 0;   ///< that parts may be packed into beside each other
 };
 
 struct Drawing {
@@ -33,7 +37,7 @@ struct Drawing {
 };
 
 /// Draws the diagram in layers, parents before children: downwards, or to the right where that is
-/// needed to keep a drawing of more than 30 boxes from being more than four times as wide as high.
+/// needed to keep a drawing from being too wide.
 /// Links run between the boxes that are not their ends; in graphs of many thousands of boxes the
 /// longest of them are straight lines. No boxes overlap; the corner of it all is the origin. The
 /// same diagram gives the same drawing. A link that closes a cycle is drawn straight. About n log

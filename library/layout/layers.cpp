@@ -1,6 +1,7 @@
 // Automatic layout: layers, and way-points for the links that span several of them.
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <numeric>
 
@@ -76,9 +77,14 @@ public:
     /// The part's links without those that close a cycle.
     const std::vector<Link>& links() const { return links_; }
 
-    std::vector<int> run() {
+    std::vector<int> run(LayeringEN how) {
         for (const int v : order_) at(v) = parents_.degree(v) == 0 ? 0 : above(v) + 1;
-        bool moved = true;
+        if (how == LayeringEN::low) {
+            const int last = *std::max_element(layers_.begin(), layers_.end());
+            for (auto v = order_.rbegin(); v != order_.rend(); ++v)
+                at(*v) = children_.degree(*v) == 0 ? last : below(*v) - 1;
+        }
+        bool moved = how == LayeringEN::tight;
         for (int round = 0; moved && round < PullRounds && budget_ > 0; ++round) {
             moved = pull(order_.rbegin(), order_.rend());
             moved |= pull(order_.begin(), order_.end());
@@ -221,7 +227,7 @@ int LongestSpan(const std::vector<Link>& links, const std::vector<int>& rowOf, l
     return span;
 }
 
-std::vector<int> AssignLayers(Part& part) {
+std::vector<int> AssignLayers(Part& part, LayeringEN how) {
     Layering layering(part);
     const std::vector<Link>& kept = layering.links();
     std::vector<int> ids;
@@ -229,10 +235,10 @@ std::vector<int> AssignLayers(Part& part) {
         if (part.links[i] == kept[ids.size()]) ids.push_back(part.linkIds[i]);
     part.links = kept;
     part.linkIds = std::move(ids);
-    return layering.run();
+    return layering.run(how);
 }
 
-std::vector<int> SplitLayers(const Part& part, const Layered& graph, const Metrics& metrics) {
+std::vector<int> SplitLayers(const Part& part, const Layered& graph, double gap, double most) {
     std::vector<int> layers(part.widths.size());
     std::vector<int> balance(part.widths.size());  // parents less children
     for (const Link& link : part.links) {
@@ -246,10 +252,9 @@ std::vector<int> SplitLayers(const Part& part, const Layered& graph, const Metri
         for (const int v : row) {
             if (v >= part.size()) continue;
             nodes.push_back(static_cast<std::size_t>(v));
-            width += part.widths[nodes.back()] + metrics.gap;
+            width += part.widths[nodes.back()] + gap;
         }
-        const auto rows =
-            std::min(nodes.size(), static_cast<std::size_t>(std::ceil(width / metrics.width)));
+        const auto rows = std::min(nodes.size(), static_cast<std::size_t>(std::ceil(width / most)));
         for (std::size_t i = 0; i < nodes.size(); i += rows) {
             // Of neighbours, those whose links go up stand in the upper rows.
             const auto first = nodes.begin() + static_cast<std::ptrdiff_t>(i);

@@ -1,31 +1,27 @@
-// Automatic layout: from a net's visual nodes to connected parts, and from placed parts to the
-// area.
-
-#include "library/layout/layout.h"
+// Automatic layout: from a net's visual nodes to a diagram, and from its drawing to the area.
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <numeric>
 #include <unordered_map>
+
+#include "library/layout/diagram.h"
+#include "library/model/netmodel.h"
 
 namespace lumo {
 
 namespace {
 
 using layout::Link;
-using layout::Metrics;
-using layout::Part;
-using layout::Placement;
 
-// Gaps at spacing 1.
-constexpr double RowGap = 10;           ///< between boxes of a row
-constexpr double PitchGap = 20;         ///< between rows
-constexpr double TightestPitchGap = 7;  ///< the same where that makes the drawing fit
+/// Spacing of a diagram at spacing 1.
+constexpr double SpacingOfDiagrams = 0.6;
+constexpr double RowGap = 20;         ///< between rows at spacing 1, at least,
+constexpr double TightestRowGap = 7;  ///< and where that makes the drawing fit
 /// A drawing of n nodes may be that times the root of n wide, however narrow its area.
 constexpr double LeastWidth = 120;
-constexpr double FoldFrom = 10;  ///< a row this many times wider than wanted has rows folded,
-constexpr double FoldTo = 2;     ///< down to this many times
+/// Wider than pictures: others draw the links straight, which cross where rows are split.
+constexpr double WidestShape = 40;
 // A drawing smaller than its area is pulled out that much at most.
 constexpr double WidestStretch = 1.6;
 constexpr double TallestStretch = 2.2;
@@ -67,54 +63,14 @@ std::vector<Link> ReadLinks(const VnodeList_kt& vnodes) {
     return links;
 }
 
-std::vector<double> BoxWidths(const VnodeList_kt& vnodes) {
-    std::vector<double> widths;
-    widths.reserve(static_cast<std::size_t>(vnodes.N));
-    for (const Vnode_kt* vnode : vnodes)
-        widths.push_back(NodeSize(vnode->node == nullptr ? 0 : LabelLength(*vnode->node)).x);
-    return widths;
-}
-
-// ---- Placing -------------------------------------------------------------------------------
-
-/// Measures the boxes of a placed part and moves them so that their left edge is 0.
-layout::Box MeasurePart(const Part& part, const Metrics& metrics, Placement& placement) {
-    double left = 1e300;
-    double right = -1e300;
-    std::vector<double>& x = placement.x;
-    for (std::size_t v = 0; v < x.size(); ++v) {
-        left = std::min(left, x[v] - part.widths[v] / 2);
-        right = std::max(right, x[v] + part.widths[v] / 2);
+std::vector<layout::Point> BoxSizes(const VnodeList_kt& vnodes) {
+    std::vector<layout::Point> sizes;
+    sizes.reserve(static_cast<std::size_t>(vnodes.N));
+    for (const Vnode_kt* vnode : vnodes) {
+        const coord_kt size = NodeSize(vnode->node == nullptr ? 0 : LabelLength(*vnode->node));
+        sizes.push_back({static_cast<double>(size.x), static_cast<double>(size.y)});
     }
-    for (double& place : x) place -= left;
-    const auto rows = static_cast<double>(placement.rows.size());
-    return {right - left, (rows - 1) * metrics.pitch + metrics.boxHeight};
-}
-
-Placement BestPlacement(const Part& part, const Metrics& metrics, layout::Layered& graph) {
-    std::vector<layout::Rows> orders = layout::OrderRows(graph);
-    if (!layout::IsPolished(part)) orders.resize(1);
-    Placement best;
-    double least = 0;
-    for (layout::Rows& order : orders) {
-        graph.rows = std::move(order);
-        Placement placement = layout::PlaceRows(part, graph, metrics);
-        layout::DropWayPoints(part, placement);
-        const double cost = orders.size() == 1 ? 0 : layout::PictureCost(part, metrics, placement);
-        if (!best.x.empty() && cost >= least) continue;
-        least = cost;
-        best = std::move(placement);
-    }
-    return best;
-}
-
-Placement PlacePart(const Metrics& metrics, Part& part) {
-    if (part.size() == 1) return {{0}, {{0}}};
-    std::vector<int> layers = layout::AssignLayers(part);
-    layout::Layered graph = layout::MakeLayered(part, std::move(layers));
-    Placement placement = BestPlacement(part, metrics, graph);
-    layout::Polish(part, metrics, placement);
-    return placement;
+    return sizes;
 }
 
 // ---- Filling the area ----------------------------------------------------------------------
@@ -153,40 +109,26 @@ std::vector<coord_kt> LayoutPlaces(const VnodeList_kt& vnodes, const rect_kt& ar
     std::vector<coord_kt> places(static_cast<std::size_t>(vnodes.N));
     if (places.empty()) return places;
     const double loose = std::isfinite(spacing) ? std::clamp(spacing, 0.3, 100.0) : 1;
-    const double boxHeight = NodeSize(0).y;
-    const double areaWidth = std::max(static_cast<double>(area.right) - area.left,
-                                      LeastWidth * std::sqrt(static_cast<double>(vnodes.N)));
-    Metrics metrics = {RowGap * loose, boxHeight + PitchGap * loose, boxHeight, 0, 0, 0};
-
-    std::vector<Part> parts = layout::SplitIntoParts(BoxWidths(vnodes), ReadLinks(vnodes));
-    std::vector<Placement> placements;
-    std::vector<layout::Box> boxes;
-    for (Part& part : parts) {
-        metrics.width = areaWidth * std::sqrt(static_cast<double>(part.size()) / vnodes.N);
-        metrics.foldFrom = FoldFrom * metrics.width;
-        metrics.foldTo = FoldTo * metrics.width;
-        placements.push_back(PlacePart(metrics, part));
-        boxes.push_back(MeasurePart(part, metrics, placements.back()));
+    layout::Diagram diagram{BoxSizes(vnodes), ReadLinks(vnodes)};
+    diagram.spacing = SpacingOfDiagrams * loose;
+    diagram.widestShape = WidestShape;
+    diagram.mayTurn = false;
+    diagram.leastWidth = std::max(static_cast<double>(area.right) - area.left,
+                                  LeastWidth * std::sqrt(static_cast<double>(vnodes.N)));
+    const std::vector<layout::Point> centres = layout::Draw(diagram).centres;
+    layout::Point size;
+    for (std::size_t i = 0; i < centres.size(); ++i) {
+        size.x = std::max(size.x, centres[i].x + diagram.sizes[i].x / 2);
+        size.y = std::max(size.y, centres[i].y + diagram.sizes[i].y / 2);
     }
-    const layout::Point gap = {2 * metrics.gap, metrics.pitch - boxHeight};
-    const layout::Box all =
-        layout::PackBoxes(boxes, layout::PackingWidth(boxes, areaWidth, gap), gap);
-
-    const double tightest = (boxHeight + TightestPitchGap * loose) / metrics.pitch;
-    const Axis across = FitAxis(area.left, area.right, all.width, 0, 1, WidestStretch);
+    const double boxHeight = diagram.sizes[0].y;
+    const double tightest = (boxHeight + TightestRowGap * loose) / (boxHeight + RowGap * loose);
+    const Axis across = FitAxis(area.left, area.right, size.x, 0, 1, WidestStretch);
     const Axis down =
-        FitAxis(area.top, area.bottom, all.height, boxHeight / 2, tightest, TallestStretch);
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-        for (std::size_t r = 0; r < placements[i].rows.size(); ++r) {
-            const double y = boxes[i].top + static_cast<double>(r) * metrics.pitch + boxHeight / 2;
-            for (const int v : placements[i].rows[r]) {
-                const auto member = static_cast<std::size_t>(v);
-                const double x = boxes[i].left + placements[i].x[member];
-                places[static_cast<std::size_t>(parts[i].members[member])] = {across.place(x),
-                                                                              down.place(y)};
-            }
-        }
-    }
+        FitAxis(area.top, area.bottom, size.y, boxHeight / 2, tightest, TallestStretch);
+    std::ranges::transform(centres, places.begin(), [&](layout::Point at) {
+        return coord_kt{across.place(at.x), down.place(at.y)};
+    });
     return places;
 }
 

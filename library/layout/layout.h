@@ -1,12 +1,11 @@
-// The steps of the automatic layout (private to the library). netmodel.h holds Layout, which places
-// the nodes of a net for straight links; diagram.h holds Draw, which draws the links as well.
+// The steps of the automatic layout (private to the library). diagram.h holds Draw, which makes the
+// drawing; netmodel.h holds Layout, which fits its boxes into an area.
 //
 // A net is cut into its connected parts. Each part is layered (AssignLayers), its long links are
 // threaded through the rows between by slim way-points (MakeLayered), the rows are ordered for few
-// crossings (OrderRows) and made into coordinates (PlaceRows). Then Layout improves small parts by
-// what the straight links really do (Polish), and Draw runs the links through the places of their
-// way-points (RouteLinks). Nothing recurses, nothing is random: the same links give the same
-// picture.
+// crossings (OrderRows) and made into coordinates (PlaceRows), and the links run through the places
+// of their way-points (RouteLinks). Nothing recurses, nothing is random: the same links give the
+// same picture.
 #pragma once
 
 #include <span>
@@ -14,16 +13,8 @@
 #include <vector>
 
 #include "library/layout/diagram.h"
-#include "library/model/netmodel.h"
 
-namespace lumo {
-
-/// Pairs of links whose straight segments between node centres properly cross. Exact up to a few
-/// thousand links; beyond, crossings exactly on a node's height are passed over and the count ends
-/// at a bound on the work.
-long long CountCrossings(const VnodeList_kt& vnodes);
-
-namespace layout {
+namespace lumo::layout {
 
 /// A connected part of the net: its nodes are 0, 1, ...
 struct Part {
@@ -32,16 +23,6 @@ struct Part {
     std::vector<int> members;  ///< its nodes in the whole net
     std::vector<int> linkIds;  ///< its links in the whole list, also those that are taken out
     int size() const { return static_cast<int>(widths.size()); }
-};
-
-/// Measures of the picture.
-struct Metrics {
-    double gap;        ///< between boxes of a row
-    double pitch;      ///< from row to row
-    double boxHeight;  ///< of every box
-    double width;      ///< wanted width of the part; it gets wider only when its rows are
-    double foldFrom;   ///< a row wider than that has rows folded,
-    double foldTo;     ///< down to that
 };
 
 /// The neighbours of every vertex, in one array.
@@ -104,9 +85,13 @@ Box PackBoxes(std::vector<Box>& boxes, double width, Point gap);
 /// when the boxes need more room.
 double PackingWidth(const std::vector<Box>& boxes, double least, Point gap);
 
-/// Layers with every parent above its children: longest paths, then every node moved to where its
-/// links are short. A link that closes a cycle is taken out of the part.
-std::vector<int> AssignLayers(Part& part);
+/// Where nodes stand that more than one layer has room for: where their links are short, as high or
+/// as low as they may.
+enum class LayeringEN : unsigned char { tight, high, low };
+
+/// Layers with every parent above its children: longest paths, then every node moved to where it is
+/// wanted. A link that closes a cycle is taken out of the part.
+std::vector<int> AssignLayers(Part& part, LayeringEN how = LayeringEN::tight);
 
 /// The most rows down that links may go so that those between their ends, of these links and all
 /// shorter ones, are no more than there is room for. At least 1.
@@ -116,34 +101,20 @@ int LongestSpan(const std::vector<Link>& links, const std::vector<int>& rowOf, l
 /// the longest links are left out.
 Layered MakeLayered(const Part& part, std::vector<int> layers);
 
-/// Orders of the rows with few crossings of the steps; the first has the fewest, but straight links
-/// may like another one better. The search also starts from the present order when that says
-/// something.
-std::vector<Rows> OrderRows(Layered& graph, bool isOrdered = false);
+/// An order of the rows with few crossings of the steps.
+Rows OrderRows(Layered& graph);
 
 /// Pairs of steps between neighbouring rows that cross.
 long long CountStepCrossings(const Layered& graph);
 
-/// Layers in which no row's nodes take more than the width; nodes of a wide row, in its order, go
-/// to several rows in turn.
-std::vector<int> SplitLayers(const Part& part, const Layered& graph, const Metrics& metrics);
+/// Layers in which no row's nodes, with the gap between them, take more than the width; nodes of a
+/// wide row, in its order, go to several rows in turn.
+std::vector<int> SplitLayers(const Part& part, const Layered& graph, double gap, double width);
 
-/// Gives the vertices of the ordered rows their places. Rows far too wide are folded into several.
-/// Way-points get no room in large parts and where rows are folded.
-Placement PlaceRows(const Part& part, const Layered& graph, const Metrics& metrics);
-
-/// Leaves the nodes alone in the rows.
-void DropWayPoints(const Part& part, Placement& placement);
-
-/// True for parts small enough to look at the straight links of the picture.
-bool IsPolished(const Part& part);
-
-/// What a placement loses by crossings, links through boxes and long links.
-double PictureCost(const Part& part, const Metrics& metrics, Placement& placement);
-
-/// Moves single nodes while that rids the drawing of crossings and of links through boxes. Does
-/// nothing in large parts.
-void Polish(const Part& part, const Metrics& metrics, Placement& placement);
+/// Gives the vertices of the ordered rows their places, with the gap between nodes. Rows longer
+/// than `fold` are folded into several. Way-points get no room in large parts and where rows are
+/// folded.
+Placement PlaceRows(const Part& part, const Layered& graph, double gap, double fold);
 
 /// How deep rows are and where they stand.
 struct RowDepths {
@@ -167,5 +138,4 @@ std::vector<std::vector<Point>> RouteLinks(const Part& part, const Layered& grap
 void Separate(std::vector<double>& centres, const std::vector<double>& distance,
               const std::vector<double>& weights, double low, double high);
 
-}  // namespace layout
-}  // namespace lumo
+}  // namespace lumo::layout

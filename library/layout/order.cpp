@@ -1,6 +1,7 @@
 // Automatic layout: the order of the vertices in the rows.
 
 #include <algorithm>
+#include <climits>
 
 #include "library/layout/blocks.h"
 
@@ -17,7 +18,6 @@ constexpr int MaxRounds = 40;
 constexpr long long BlockSteps = 4000;
 constexpr long long BlockWork = 8'000'000;
 constexpr int BlockAttempts = 200;
-constexpr std::size_t MostOrders = 16;
 /// In a part with fewer vertices a vertex may move anywhere in its row in one step, else so far.
 constexpr int AnywhereVertices = 300;
 constexpr int ShortReach = 2;
@@ -246,9 +246,7 @@ void Attempt(RowOrder& order, Rows rows, Best& best) {
 }
 
 /// Orders blocks, from the best rows so far and again and again from a disturbed best order.
-/// Returns orders that are worth trying besides the best one.
-std::vector<Rows> OrderBlocks(RowOrder& order, Best& best) {
-    std::vector<Rows> others = {best.rows};
+void OrderBlocks(RowOrder& order, Best& best) {
     BlockOrder blocks(order.graph);
     const auto record = [&] {
         order.setRows(blocks.rows());
@@ -259,7 +257,6 @@ std::vector<Rows> OrderBlocks(RowOrder& order, Best& best) {
     long long work = BlockWork;
     blocks.improve(work);
     long long count = record();
-    others.push_back(order.graph.rows);
     std::vector<int> reachedOrder = blocks.order();
     for (int i = 0; i < BlockAttempts && work > 0 && best.count > 0; ++i) {
         blocks.setOrder(reachedOrder);
@@ -267,12 +264,10 @@ std::vector<Rows> OrderBlocks(RowOrder& order, Best& best) {
         blocks.improve(work);
         const long long reached = record();
         if (reached > count) continue;
-        if (reached < count || i % 4 == 0) others.push_back(order.graph.rows);
         count = reached;
         reachedOrder = blocks.order();
     }
     Attempt(order, best.rows, best);
-    return others;
 }
 
 }  // namespace
@@ -297,22 +292,17 @@ long long CountStepCrossings(const Layered& graph) {
     return count;
 }
 
-std::vector<Rows> OrderRows(Layered& graph, bool isOrdered) {
-    if (graph.rows.size() < 2) return {graph.rows};
+Rows OrderRows(Layered& graph) {
+    if (graph.rows.size() < 2) return graph.rows;
     RowOrder order(graph);
     Best best;
-    if (isOrdered) Attempt(order, graph.rows, best);
     constexpr std::pair<bool, bool> searches[] = {{true, false}, {true, true}, {false, true}};
     for (const auto& [down, up] : searches) {
         if (best.count == 0 || order.work < 0) break;
         Attempt(order, SearchOrder(graph, down, up), best);
     }
-    std::vector<Rows> orders;
-    if (best.count > 0 && graph.steps <= BlockSteps) orders = OrderBlocks(order, best);
-    orders.push_back(best.rows);
-    std::ranges::reverse(orders);
-    if (orders.size() > MostOrders) orders.resize(MostOrders);
-    return orders;
+    if (best.count > 0 && graph.steps <= BlockSteps) OrderBlocks(order, best);
+    return best.rows;
 }
 
 }  // namespace lumo::layout

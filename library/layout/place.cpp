@@ -22,18 +22,18 @@ constexpr double WayPointWeight = 0.15;
 /// through.
 class Placer {
 public:
-    Placer(const Part& part, const Layered& graph, const Metrics& metrics)
-        : part_(part), graph_(graph), metrics_(metrics), x_(graph.layer.size()) {
+    Placer(const Part& part, const Layered& graph, double gap, double fold)
+        : part_(part), graph_(graph), gap_(gap), fold_(fold), x_(graph.layer.size()) {
         nodesOnly_ = graph.isLarge();
-        const bool fold =
+        const bool folds =
             std::ranges::any_of(graph.rows, [&](auto& row) { return isFarTooWide(row); });
-        nodesOnly_ |= fold;
-        for (const auto& row : graph.rows) addRow(row, fold);
+        nodesOnly_ |= folds;
+        for (const auto& row : graph.rows) addRow(row, folds);
         if (nodesOnly_) readLinks();
     }
 
     Placement run() {
-        double width = metrics_.width;
+        double width = 0;
         for (const auto& row : rows_) width = std::max(width, rowWidth(row));
         right_ = width;
         for (const auto& row : rows_) packRow(row);
@@ -49,7 +49,7 @@ private:
         return isNode(v) ? part_.widths[static_cast<std::size_t>(v)] : WayPointWidth;
     }
     double distance(int a, int b) const {
-        const double gap = isNode(a) && isNode(b) ? metrics_.gap : metrics_.gap / 2;
+        const double gap = isNode(a) && isNode(b) ? gap_ : gap_ / 2;
         return (width(a) + width(b)) / 2 + gap;
     }
 
@@ -62,10 +62,10 @@ private:
     /// Takes over a row. In a part with rows far too wide, all wide ones become several;
     /// consecutive vertices go to different rows then, so that each stays near the place that its
     /// order gives it.
-    void addRow(std::vector<int> row, bool fold) {
+    void addRow(std::vector<int> row, bool folds) {
         std::erase_if(row, [&](int v) { return !isNode(v) && nodesOnly_; });
-        const double times = rowWidth(row) / metrics_.foldTo;
-        if (!fold || times <= 1) return rows_.push_back(std::move(row));
+        const double times = rowWidth(row) / fold_;
+        if (!folds || times <= 1) return rows_.push_back(std::move(row));
         const auto rows = std::min(row.size(), static_cast<std::size_t>(std::ceil(times)));
         std::vector<std::vector<int>> folded(rows);
         for (std::size_t i = 0; i < row.size(); ++i) folded[i % rows].push_back(row[i]);
@@ -74,8 +74,8 @@ private:
 
     bool isFarTooWide(const std::vector<int>& row) const {
         double sum = 0;
-        for (const int v : row) sum += isNode(v) ? width(v) + metrics_.gap : 0;
-        return sum > metrics_.foldFrom;
+        for (const int v : row) sum += isNode(v) ? width(v) + gap_ : 0;
+        return sum > fold_;
     }
 
     void readLinks() {
@@ -152,7 +152,7 @@ private:
 
     const Part& part_;
     const Layered& graph_;
-    const Metrics& metrics_;
+    double gap_, fold_;
     bool nodesOnly_ = false;
     std::vector<std::vector<int>> rows_;
     std::vector<double> x_;
@@ -197,14 +197,8 @@ void Separate(std::vector<double>& centres, const std::vector<double>& distance,
     }
 }
 
-void DropWayPoints(const Part& part, Placement& placement) {
-    placement.x.resize(part.widths.size());
-    for (auto& row : placement.rows) std::erase_if(row, [&](int v) { return v >= part.size(); });
-    std::erase_if(placement.rows, [](const auto& row) { return row.empty(); });
-}
-
-Placement PlaceRows(const Part& part, const Layered& graph, const Metrics& metrics) {
-    return Placer(part, graph, metrics).run();
+Placement PlaceRows(const Part& part, const Layered& graph, double gap, double fold) {
+    return Placer(part, graph, gap, fold).run();
 }
 
 }  // namespace lumo::layout
