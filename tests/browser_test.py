@@ -36,6 +36,14 @@ HOSTILE = [
 ]
 
 
+# How many links end in their node's box, or arrive at it from within.
+HEADS = """
+    return linkStarts.filter((i) => {
+        const end = i + 3 + 2 * links[i + 2], [x, y, w, h] = boxes[links[i + 1]];
+        const at = ([a, b]) => Math.max(Math.abs(a - x) / w, Math.abs(b - y) / h);
+        return at(links.slice(end - 2, end)) < 0.98 || at(links.slice(end - 4, end - 2)) < 1;
+    }).length;"""
+
 # ---- Nets to look at
 
 
@@ -664,6 +672,22 @@ class Report(ReportCase):
         for word in ("Transpose", "Fit", "Widen"):
             self.assertNotIn(word, text)
         self.assertEqual(self.script("return byId('print').childElementCount"), 0)
+
+    def test_links_go_round_distributions(self):
+        """No link runs through a node's box, and every head stands above its node's border, not in it."""
+        chance = random.Random(21)
+        for count, parents in ((12, 2), (37, 3), (80, 2)):
+            parts = ["net\n{\n}\n"] + [node_text("n%d" % i, chance.choice((2, 4))) for i in range(count)]
+            for i in range(1, count):
+                given = chance.sample(range(max(0, i - 14), i), min(i, chance.randint(1, parents)))
+                parts.append("potential ( n%d | %s )\n{\n}\n" % (i, " ".join("n%d" % p for p in given)))
+            self.open(self.write("".join(parts)))
+            self.id("beliefs").click()
+            self.assertEqual([self.links_through_nodes(), self.script(HEADS)], [[], 0])
+            self.id("save-svg").click()
+            self.assertEqual(self.saved("made.svg").count(b'text-anchor="start"'), self.script("return nodes.reduce((n, _, i) => n + shownStates(i).length, 0)"))
+            self.id("beliefs").click()
+            self.assertTrue(self.script("return boxes.every((b, i) => b === nodes[i].at)"))
 
     def links_through_nodes(self):
         """Links whose course meets a box that is not an end of theirs, of what is shown."""

@@ -1,7 +1,7 @@
 
 // ---- A layout in layers --------------------------------------------------------------------
 // For what a person picks out of the net: parents above children, few crossings, links round the
-// nodes between. Items are {w, h, port(dx)}: half their sizes, and how far above or below the middle the border is there.
+// nodes between. Items are {w, h, wasAt, port(dx)}: half their sizes, the place beside others to start from, how far above or below the middle the border is there.
 
 const layerGap = 46, itemGap = 16, linkRoom = 7;
 const orderSweeps = 16, placeSweeps = 24;
@@ -115,7 +115,13 @@ function layeredLayout(items, edges) {
         return chain;
     });
     const layers = Array.from({length: Math.max(0, ...layer) + 1}, () => []);
+    const wasAt = items.map((item) => item.wasAt);
+    for (const chain of chains) {
+        const from = wasAt[chain[0]], to = wasAt[chain[chain.length - 1]];
+        chain.slice(1, -1).forEach((v, i) => { wasAt[v] = from + (to - from) * (i + 1) / (chain.length - 1); });
+    }
     layer.forEach((l, v) => layers[l].push(v));
+    for (const row of layers) row.sort((a, b) => wasAt[a] - wasAt[b]);
     const ordered = orderLayers(layers, above, below), x = new Float64Array(widths.length), y = new Float64Array(widths.length);
     const apartIn = (row) => row.map((v, i) => (i > 0 ? widths[row[i - 1]] + widths[v] + (v < count && row[i - 1] < count ? itemGap : itemGap / 2) : 0));
     for (const row of ordered) placesNear(row.map(() => 0), apartIn(row), row.map(() => 1)).forEach((at, i) => { x[row[i]] = at; });

@@ -80,8 +80,9 @@ function spreadPicture() {
     const middleX = view.x + canvas.clientWidth / 2 / view.zoom - frame.left;
     const middleY = view.y + canvas.clientHeight / 2 / view.zoom - frame.top;
     const before = frame;
-    if (isScene()) {
-        ({boxes, links, frame} = arrangeScene());
+    const made = isScene() || hasRowsOfItsOwn() ? arrangeScene() : null;
+    if (made && (isScene() || isAsLarge(made.frame))) {
+        ({boxes, links, frame} = made);
         linkStarts = startsOf(links);
     } else {
         const {x, y} = inPicture ? roomForBeliefs() : {x: 1, y: 1};

@@ -29,6 +29,16 @@ function representatives() {
     });
 }
 
+const mostInRows = 250;
+/** Whether the boxes with distributions are put into rows of their own: where no place is the file's, so that links go round them. */
+const hasRowsOfItsOwn = () => inPicture && Boolean(picture.laidOut) && nodes.length <= mostInRows;
+
+/** Whether what has that frame can be read about as well as the picture spread out. */
+function isAsLarge({width, height}) {
+    const {x, y} = roomForBeliefs(), spread = frameOf(nodes.map((node) => beliefBox(node, x, y)));
+    return Math.max(width, height) <= 1.25 * Math.max(spread.width, spread.height);
+}
+
 /** Sizes, links and places of what is shown: {boxes, links, frame}. */
 function arrangeScene() {
     const standsFor = representatives(), shown = [...new Set(standsFor.filter((box) => box >= 0))], place = new Map(shown.map((box, i) => [box, i]));
@@ -38,7 +48,9 @@ function arrangeScene() {
     };
     const items = shown.map((box) => {
         const [w, h] = size(box), round = !inPicture && nodes[box]?.kind === 'nature', slanted = !inPicture && nodes[box]?.kind === 'utility';
-        return {w, h, port: (dx) => (round ? h * Math.sqrt(Math.max(0, 1 - (dx / w) ** 2)) : slanted ? Math.min(h, (w - Math.abs(dx)) / picture.slant) : h)};
+        const members = box < nodes.length ? [box] : clusters[box - nodes.length].members;
+        const wasAt = members.reduce((sum, i) => sum + nodes[i].at[0], 0) / members.length;
+        return {w, h, wasAt, port: (dx) => (round ? h * Math.sqrt(Math.max(0, 1 - (dx / w) ** 2)) : slanted ? Math.min(h, (w - Math.abs(dx)) / picture.slant) : h)};
     });
     const joined = new Map();
     nodes.forEach((node, child) => node.parents.forEach((parent) => {
