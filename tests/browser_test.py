@@ -770,7 +770,7 @@ class Report(ReportCase):
         self.assertEqual([len(self.script(shown)), self.view()], [4, own])
         # Nets of many shapes, and more than is laid out.
         chance = random.Random(9)
-        for count, parents in ((30, 2), (60, 3), (450, 2)):
+        for count, parents in ((30, 2), (60, 3), (550, 2)):
             parts = ["net\n{\n}\n"] + [node_text("n%d" % i, chance.choice((2, 5))) for i in range(count)]
             for i in range(1, count):
                 given = chance.sample(range(i), min(i, chance.randint(0, parents)))
@@ -779,7 +779,7 @@ class Report(ReportCase):
             for beliefs in (False, True):
                 self.script("if (inPicture !== arguments[0]) toggleInPicture(); showPart(new Set([...nodes.keys()].slice(1)))", beliefs)
                 self.assertEqual(len(self.script(shown)), count - 1)
-                if count <= 400:
+                if count <= 500:
                     self.assertEqual([self.links_through_nodes(), self.script(apart)], [[], True])
 
     def test_the_page_is_small(self):

@@ -42,6 +42,21 @@ function layersOf(count, edges) {
     return layer;
 }
 
+/** Moves childless items of layers that are too wide into layers of their own below. */
+function wrapFans(layer, items, edges) {
+    const area = items.reduce((sum, {w, h}) => sum + (2 * w + itemGap) * (2 * h + layerGap), 0), most = Math.max(700, Math.sqrt(2 * area));
+    const parents = new Set(edges.map(([a]) => a)), width = (list) => list.reduce((sum, v) => sum + 2 * items[v].w + itemGap, 0);
+    for (let l = 0; l <= Math.max(...layer); ++l) {
+        const row = [...layer.keys()].filter((v) => layer[v] === l);
+        const childless = row.filter((v) => !parents.has(v)).sort((a, b) => items[a].wasAt - items[b].wasAt);
+        const rows = Math.ceil(width(childless) / Math.max(most / 3, most - width(row) + width(childless)));
+        if (width(row) <= most || rows < 2) continue;
+        layer.forEach((own, v) => { if (own > l) layer[v] += rows - 1; });
+        childless.forEach((v, i) => { layer[v] = l + i % rows; });
+        l += rows - 1;
+    }
+}
+
 /** Links between two neighbouring layers that cross. */
 function crossingsBetween(upper, lower, above) {
     const place = new Map(upper.map((v, i) => [v, i])), ends = [];
@@ -92,9 +107,28 @@ function placesNear(wanted, apart, weights) {
     return places;
 }
 
+/** Moves parts without links between them side by side, each as a whole, as close as their layers allow. */
+function closeUp(x, widths, layer, above, below) {
+    const met = new Set(), parts = [];
+    for (let v = 0; v < x.length; ++v) {
+        if (met.has(v)) continue;
+        const own = new Set([v]);
+        for (const u of own) for (const next of [...above[u], ...below[u]]) own.add(next);
+        own.forEach((u) => met.add(u));
+        parts.push({own: [...own], middle: [...own].reduce((sum, u) => sum + x[u], 0) / own.size});
+    }
+    const right = [];
+    for (const {own} of parts.sort((a, b) => a.middle - b.middle)) {
+        const shift = own.reduce((most, v) => Math.max(most, (right[layer[v]] ?? -Infinity) + itemGap - (x[v] - widths[v])), -Infinity);
+        for (const v of own) if (shift > -Infinity) x[v] += shift;
+        for (const v of own) right[layer[v]] = Math.max(right[layer[v]] ?? -Infinity, x[v] + widths[v]);
+    }
+}
+
 /** {at: [x, y] of every item, courses: by edge the numbers of a course as links have it, bounds}. */
 function layeredLayout(items, edges) {
     const count = items.length, acyclic = withoutCycles(count, edges), layer = [...layersOf(count, acyclic)];
+    wrapFans(layer, items, acyclic);
     const widths = items.map(({w}) => w), heights = items.map(({h}) => h), above = items.map(() => []), below = items.map(() => []);
     const chains = acyclic.map(([a, b]) => {
         const chain = [a];
@@ -134,6 +168,7 @@ function layeredLayout(items, edges) {
             placesNear(wanted, apartIn(row), row.map((v) => (v < count ? 1 : 8))).forEach((at, i) => { x[row[i]] = at; });
         }
     }
+    closeUp(x, widths, layer, above, below);
     let top = 0;
     const bands = ordered.map((row) => {
         const half = Math.max(0, ...row.map((v) => heights[v])), band = [top, top + 2 * half];

@@ -3,7 +3,7 @@
 // A part is what a person wants to see alone; a folded group is one box, its links joined. What is
 // shown then is laid out anew. Behind the nodes' boxes stand those of the folded groups.
 
-const mostLaidOut = 400;  // nodes and groups; more keep their places
+const mostLaidOut = 500;  // nodes and groups; more keep their places
 const foldedGroups = new Set();  // indices of groups
 let part = null;  // the nodes that alone are shown; null: all
 let clusters = [];  // folded groups that are shown: {group, members}
@@ -29,14 +29,14 @@ function representatives() {
     });
 }
 
-const mostInRows = 250;
+const mostInRows = 500;
 /** Whether the boxes with distributions are put into rows of their own: where no place is the file's, so that links go round them. */
 const hasRowsOfItsOwn = () => inPicture && Boolean(picture.laidOut) && nodes.length <= mostInRows;
 
 /** Whether what has that frame can be read about as well as the picture spread out. */
 function isAsLarge({width, height}) {
     const {x, y} = roomForBeliefs(), spread = frameOf(nodes.map((node) => beliefBox(node, x, y)));
-    return Math.max(width, height) <= 1.25 * Math.max(spread.width, spread.height);
+    return Math.max(width, height) <= (nodes.length <= 60 ? 2.5 : 1.6) * Math.max(spread.width, spread.height);
 }
 
 /** Sizes, links and places of what is shown: {boxes, links, frame}. */
