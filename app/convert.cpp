@@ -4,6 +4,8 @@
 #include <ostream>
 #include <system_error>
 
+#include "app/overwrite.h"
+#include "app/packer.h"
 #include "formats/shared/placing.h"
 #include "library/utilities/paths.h"
 #include "library/utilities/system.h"
@@ -47,7 +49,8 @@ std::string Convert(const ImportResult& result, const InputFile& file, const Opt
     if (written && written == InputIdentity(result.file) && result.status() >= StatusEN::errors)
         return "'" + Visible(output) + "' is not written over, as it was read with errors";
     if (writer.losses != nullptr && options.layout == LayoutEN::automatic) LayOut(*result.net);
-    if (!file.below.empty() || options.walked) {
+    if (std::string why = WhyNotWrittenOver(output, options); !why.empty()) return why;
+    if (options.intoFolder) {
         std::error_code seen;  // when the file cannot be written
         std::filesystem::create_directories(PathOf(output).parent_path(), seen);
     }
@@ -62,8 +65,12 @@ std::string Convert(const ImportResult& result, const InputFile& file, const Opt
 }
 
 std::string WriteOutput(const std::string& output, const WriteFunction& write) {
-    return output == "-" ? WriteStandardOutput(write)
-                         : Failure(output, WriteToFile(output, write, system::RemoveWhenEnded));
+    if (output == "-") return WriteStandardOutput(write);
+    const bool isPacked = IsNamedPacked(output);
+    if (isPacked && WhyNotPacked() != nullptr)
+        return "cannot write '" + Visible(output) + "': " + WhyNotPacked();
+    return Failure(output,
+                   WriteToFile(output, isPacked ? Packed(write) : write, system::RemoveWhenEnded));
 }
 
 std::string WriteStandardOutput(const WriteFunction& write) {

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
+#include "app/packer.h"
 #include "export/writers.h"
 #include "formats/detect.h"
 #include "library/utilities/Utils.h"
@@ -82,7 +84,11 @@ constexpr OptionInfo options[] = {
     {"    --tolerance", "X", "numbers are the same that differ by no more", Of(diff)},
     {"    --to", "FORMAT", "format or extension to write, instead of OUT's: %s", Of(convert),
      [] { return Listed(Writers()); }},
-    {"    --force", "", "write over the input, if it was read without error", Of(convert)},
+    {"    --force", "",
+     "write over what is there, without asking; over the input, if it was read "
+     "without error",
+     Of(convert)},
+    {"    --no-clobber", "", "leave files that are there as they are", Of(convert)},
     {"    --layout", "auto|file", "where nodes are drawn, instead of the file where it says so",
      Of(convert)},
     {"    --from", "FORMAT", "format of the files, instead of detecting it: %s", ofReaders,
@@ -141,8 +147,11 @@ std::string Section(const std::string& heading, WANTED wanted) {
 }
 
 constexpr std::string_view aboutFiles =
-    "\nA FILE named - is standard input; it may be compressed (gz, bz2, xz, zst).";
-constexpr std::string_view aboutOutput = " With many files OUT is a folder.";
+    "
+A FILE named - is standard input; it may be compressed (gz, bz2, xz, zst).";
+constexpr std::string_view aboutOutput =
+    " With many files OUT
+is a folder, which is made; an OUT that ends in .gz is compressed.";
 
 std::string HelpOfProgram() {
     std::string text = "Reads Bayes nets and decision networks from the files of other programs.\n";
@@ -182,6 +191,23 @@ std::span<const CommandInfo> Commands() { return commands; }
 std::string Help(std::string_view command) {
     const auto info = std::ranges::find(commands, command, &CommandInfo::name);
     return command.empty() || info == std::end(commands) ? HelpOfProgram() : HelpOfCommand(*info);
+}
+
+std::string VersionText() {
+    std::string text = "lumo-import " LUMO_VERSION "\nreads   " + Listed(Formats()) + "\nwrites  ";
+    std::string lacking;
+    const char* comma = "";
+    for (const Writer& writer : Writers()) {
+        const char* const why = writer.unavailable == nullptr ? nullptr : writer.unavailable();
+        if (why != nullptr) lacking += std::string("no ") + writer.name + ": " + why + "\n";
+        if (why == nullptr) text += std::exchange(comma, ", ") + std::string(writer.name);
+    }
+    text += "\n";
+    if (WhyNotPacked() == nullptr)
+        text += "packs   gzip\n";
+    else
+        lacking += std::string("no gzip: ") + WhyNotPacked() + "\n";
+    return text + lacking;
 }
 
 std::string_view ArgumentOf(std::string_view option) {

@@ -23,6 +23,9 @@ std::span<const CommandInfo> Commands();
 /// The help of the program, or of the command of that name.
 std::string Help(std::string_view command);
 
+/// The version, and what this build reads, writes and lacks.
+std::string VersionText();
+
 /// What the option takes ("N" of --jobs), by its long or its short name; empty when it takes
 /// nothing.
 std::string_view ArgumentOf(std::string_view option);

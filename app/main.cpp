@@ -11,6 +11,7 @@
 #include "app/formats.h"
 #include "app/nodes.h"
 #include "app/options.h"
+#include "app/overwrite.h"
 #include "app/read.h"
 #include "app/summary.h"
 #include "app/table.h"
@@ -161,6 +162,12 @@ int Run(int argc, char** argv) {
     if (options.command == CommandEN::explain) return ExplainAll(options.numbers);
     if (options.command == CommandEN::formats) return ShowFormats();
     if (options.command == CommandEN::diff) return RunDiff(options);
+    if (options.command == CommandEN::convert) {
+        if (const std::string why = AskToWriteOver(options); !why.empty()) {
+            std::cerr << "lumo-import: " + why + "\n";
+            return ExitWriteFailed;
+        }
+    }
     Console console(options);
     for (const auto& [path, why] : options.passedOver) {
         console.startFile(path);

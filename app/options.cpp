@@ -12,6 +12,7 @@
 #include "app/convert.h"
 #include "app/folders.h"
 #include "app/help.h"
+#include "app/packer.h"
 #include "app/suggest.h"
 #include "export/explain.h"
 #include "library/utilities/paths.h"
@@ -176,24 +177,34 @@ std::string CheckOutputs(const Options& options) {
     return {};
 }
 
+/// Whether the output is to be a folder that is not there yet.
+bool BecomesFolder(const Options& options) {
+    const std::string& output = options.output;
+    if (output == "-" || Exists(output)) return false;
+    return options.walked || output.ends_with('/') ||
+           (options.many() && FindWriterForFile(PlainName(output)) == nullptr);
+}
+
 /// The first mistake in a convert command, empty when there is none.
 std::string CheckConvert(Options& options, const Raw& raw) {
     options.writer =
-        raw.writer.empty() ? FindWriterForFile(options.output) : FindWriter(raw.writer);
+        raw.writer.empty() ? FindWriterForFile(PlainName(options.output)) : FindWriter(raw.writer);
     if (options.writer == nullptr) {
         return raw.writer.empty()
                    ? "convert: no format for '" + options.output + "': name one with --to"
                    : "--to: " + NotAmong(raw.writer, Names(Writers()));
     }
-    if (PlainName(options.output) != options.output)
-        return "convert: '" + options.output + "' would not be compressed; -o - | gzip does that";
     const auto unavailable = options.writer->unavailable;
     if (unavailable != nullptr && unavailable() != nullptr)
         return std::string("convert: ") + unavailable();
-    const bool isNew = options.walked && options.output != "-" && !Exists(options.output);
-    options.intoFolder = IsFolder(options.output) || isNew;
+    options.intoFolder = IsFolder(options.output) || BecomesFolder(options);
     if (options.many() && !options.intoFolder)
-        return "convert: '" + options.output + "' is not a folder, which many files need";
+        return "convert: '" + options.output + "' is no folder, which many files need; '" +
+               options.output + "/' makes one";
+    const bool isPacked = !options.intoFolder && PlainName(options.output) != options.output;
+    if (isPacked && !IsNamedPacked(options.output))
+        return "convert: '" + options.output + "' would not be compressed so, only as .gz";
+    if (isPacked && WhyNotPacked() != nullptr) return std::string("convert: ") + WhyNotPacked();
     return CheckOutputs(options);
 }
 
@@ -331,7 +342,7 @@ std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Opt
     };
     app.formatter(std::make_shared<CLI::FormatterLambda>(help));
     app.set_help_flag("-h,--help");
-    app.set_version_flag("--version", "lumo-import " LUMO_VERSION);
+    app.set_version_flag("--version", VersionText);
     app.fallthrough();
     AddOptions(app, options, raw);
     app.add_option("FILE", raw.files);
@@ -355,7 +366,8 @@ std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Opt
     convert->add_option("FILE", raw.files);
     convert->add_option("-o,--output", options.output);
     convert->add_option("--to", raw.writer);
-    convert->add_flag("--force", options.force);
+    convert->add_flag("--force", options.force)
+        ->excludes(convert->add_flag("--no-clobber", options.noClobber));
     CLI::App* const diff = command("diff", CommandEN::diff);
     diff->add_option("FILE", raw.files);
     diff->add_option("-o,--output", options.output);

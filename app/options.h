@@ -63,7 +63,8 @@ struct Options {
     std::string output;                ///< convert: a file, a folder for many files, "-"
     bool intoFolder = false;           ///< convert: the output is a folder, or becomes one
     const Writer* writer = nullptr;    ///< convert
-    bool force = false;                ///< convert: write over the input
+    bool force = false;                ///< convert: write over what is there
+    bool noClobber = false;            ///< convert: leave what is there
     LayoutEN layout = LayoutEN::best;  ///< of the nodes in what is written
     ImportOptions import;              ///< how files are read
     bool quiet = false;                ///< errors only

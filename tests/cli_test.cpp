@@ -58,7 +58,7 @@ TEST_F(Cli, ExitCodes) {
         {"$L nodes good.erg errors.dsc", 64},
         {"$L info good.erg", 64},
         {"$L formats good.erg", 64},
-        {"$L convert good.erg --to dsc -o x.dsc.gz", 64},
+        {"$L convert good.erg -o x.json --force --no-clobber", 64},
         {"$L check - - ", 64},
     };
     for (const auto& [command, code] : cases) {
@@ -80,7 +80,11 @@ TEST_F(Cli, HelpAndVersionGoToStandardOutput) {
     }
     EXPECT_NE(run("$L --help").out.find("--to FORMAT"), std::string::npos);
     EXPECT_EQ(run("$L check --help").out.find("--to FORMAT"), std::string::npos);
-    EXPECT_EQ(run("$L --version").out.find("lumo-import "), 0U);
+    const std::string version = run("$L --version").out;
+    EXPECT_EQ(version.find("lumo-import "), 0U);
+    EXPECT_NE(version.find("\nreads   hugin, "), std::string::npos) << version;
+    EXPECT_NE(version.find("png"), std::string::npos) << version;
+    EXPECT_NE(version.find("gzip"), std::string::npos) << version;
 }
 
 TEST_F(Cli, SummaryOnOutputDiagnosticsOnError) {
@@ -363,6 +367,66 @@ TEST_F(Cli, InputsAreNotWrittenOver) {
     EXPECT_EQ(run("$L convert asia.net -o link.net --force").code, 0);
     EXPECT_NE(Slurp(folder / "asia.net"), asia);
     EXPECT_TRUE(fs::is_symlink(folder / "link.net"));
+}
+
+// What is there is left alone with --no-clobber, and where a person is, who is asked.
+TEST_F(Cli, WhatIsThereIsWrittenOverAsAsked) {
+    const std::string convert = "$L convert good.erg -o x.dsc";
+    const auto atTerminal = [&](const std::string& answer, const std::string& command) {
+        write("x.dsc", "old");
+        write("answer", answer + "\n");
+        return run("script -qec \"" + command + "\" /dev/null <answer");
+    };
+    const Outcome no = atTerminal("n", convert);
+    EXPECT_NE(no.out.find("'x.dsc' is there already. Write over it? [y/N]"), std::string::npos)
+        << no.out;
+    EXPECT_EQ(no.code, 74);
+    EXPECT_EQ(Slurp(folder / "x.dsc"), "old");
+    EXPECT_EQ(atTerminal("y", convert).code, 0);
+    EXPECT_NE(Slurp(folder / "x.dsc"), "old");
+    const Outcome forced = atTerminal("n", convert + " --force");
+    EXPECT_EQ(forced.out.find("[y/N]"), std::string::npos);
+    EXPECT_NE(Slurp(folder / "x.dsc"), "old");
+    run("mkdir all; echo old >all/good.dsc");
+    const Outcome many = atTerminal("", "$L convert good.erg errors.dsc --to dsc -o all -j 2");
+    EXPECT_NE(many.out.find("'all/good.dsc' is there already."), std::string::npos) << many.out;
+    EXPECT_EQ(Slurp(folder / "all/good.dsc"), "old\n");
+    write("x.dsc", "old");
+    const Outcome left = run(convert + " --no-clobber");
+    EXPECT_EQ(left.code, 74);
+    EXPECT_EQ(left.err, "lumo-import: 'x.dsc' is there already, and is not written over\n");
+    EXPECT_EQ(Slurp(folder / "x.dsc"), "old");
+    EXPECT_EQ(run(convert).code, 0);
+    EXPECT_NE(Slurp(folder / "x.dsc"), "old");
+    EXPECT_EQ(run("$L convert good.erg --no-clobber -o new.dsc").code, 0);
+}
+
+TEST_F(Cli, FoldersAreMade) {
+    EXPECT_EQ(run("$L convert good.erg errors.dsc --to json -o new").code, 1);
+    EXPECT_TRUE(fs::exists(folder / "new/good.json") && fs::exists(folder / "new/errors.json"));
+    EXPECT_EQ(run("$L convert good.erg --to json -o one/two/").code, 0);
+    EXPECT_TRUE(fs::exists(folder / "one/two/good.json"));
+    EXPECT_NE(run("$L convert good.erg errors.dsc -o x.json").err.find("'x.json/' makes one"),
+              std::string::npos);
+    EXPECT_EQ(run("$L convert good.erg errors.dsc --to json -o x.json/").code, 1);
+    EXPECT_TRUE(fs::exists(folder / "x.json/good.json"));
+}
+
+TEST_F(Cli, OutputIsCompressedByItsName) {
+    write("big.net", [] {
+        std::string text = "net {}\n";
+        for (int i = 0; i < 20000; ++i)
+            text += "node n" + std::to_string(i) + " { states = (\"a\" \"b\"); }\n";
+        return text;
+    }());
+    for (const std::string file : {"good.erg", "big.net"}) {
+        EXPECT_EQ(run("$L convert " + file + " -o x.json.gz --force").code, 0);
+        EXPECT_TRUE(run("gzip -dc x.json.gz").out == run("$L convert " + file + " --to json -o -").out);
+    }
+    EXPECT_EQ(run("$L convert good.erg -o again.dsc.gz; $L -q again.dsc.gz").code, 0);
+    write("x.json.gz", "old");
+    EXPECT_EQ(run("ulimit -f 1; $L convert big.net -o x.json.gz --force").code, 74);
+    EXPECT_EQ(Slurp(folder / "x.json.gz"), "old");
 }
 
 TEST_F(Cli, DescriptorsAreWrittenThrough) {

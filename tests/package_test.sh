@@ -35,7 +35,7 @@ for test in command library python; do
 done
 
 # One version everywhere, and the papers of the program.
-version=$(lumo-import --version | cut -d ' ' -f 2)
+version=$(lumo-import --version | sed -n '1s/.* //p')
 for name in lumo-import liblumo-import0 liblumo-dev python3-lumo; do
     [ "$(field $name Version)" = "$version" ] || fail "$name has not the version $version"
 done

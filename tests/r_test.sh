@@ -12,7 +12,7 @@ for package in cpp11 testthat; do
     Rscript -e "quit(status = !requireNamespace('$package', quietly = TRUE))" ||
         { echo "no $package (r-cran-$package)"; exit 77; }
 done
-version=$("$build/lumo-import" --version | cut -d ' ' -f 2)
+version=$("$build/lumo-import" --version | sed -n '1s/.* //p')
 grep -qx "Version: $version" "$source/R/DESCRIPTION" || fail "the version of the R package is not $version"
 
 cmake --install "$build" --prefix "$place/lumo" --component development >/dev/null
