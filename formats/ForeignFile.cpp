@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 
+#include "formats/ending.h"
 #include "formats/formats.h"
 #include "formats/reading.h"
 #include "formats/shared/messages.h"
@@ -106,6 +107,7 @@ OwnedNet ReadLoadedText(const char* text, const char* fileName, int format,
     if (report->number == msg::reports.importCancelled.number) throw report;
     // The generic failure says nothing that an error before it has not said.
     if (report != Fail_rept_kt || ErrorsSoFar() == 0) ShowReport(report);
+    if (options.lenient) TellEnd(text);
     if (IsError(report) && net->nodes.N == 0) return nullptr;
     if (options.normalize) NormalizeRows(*net);
     if (options.lenient) KeepPossible(*net);

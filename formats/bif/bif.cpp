@@ -15,6 +15,7 @@
 #include "formats/bif/bif.h"
 #include "formats/bif/messages.h"
 #include "formats/bif/statements.h"
+#include "formats/shared/commas.h"
 #include "formats/shared/judging.h"
 #include "formats/shared/positions.h"
 #include "formats/shared/readers.h"
@@ -270,12 +271,14 @@ private:
     /// Reads as many numbers, and no more.
     template <class T>
     void readNumbers(T* out, int wanted) {
+        const ParserPos_kt list = in_.getPos();
         const int read = readSome(out, wanted);
         const char next = in_.peekPunc();
         if (read == wanted && next == ';') return;
         const long long count = read + countNumbers();
         if (count == wanted) return;
         if (!in_.peekWord().empty() && !AtBlock(in_)) throw MakeNumberError(in_, false);
+        TellDecimalCommas(in_, list, node_->name(), wanted, count);
         throw in_.report(msg::bif.wrongCount, node_->name(), 1LL * wanted, count);
     }
 

@@ -8,6 +8,7 @@
 
 #include "formats/hugin/messages.h"
 #include "formats/hugin/nodetable.h"
+#include "formats/shared/commas.h"
 #include "library/text/tokens.h"
 
 namespace lumo {
@@ -203,7 +204,7 @@ public:
         shape_.emplace(node_, hasStates_);
         while (item()) {
         }
-        checkCount();
+        checkCount(start);
         if (!turn(start)) warnOfShape(start);
         return std::move(table_);
     }
@@ -317,9 +318,10 @@ private:
         return run;
     }
 
-    void checkCount() {
+    void checkCount(ParserPos_kt start) {
         if (count_ == wanted_) return;
         in_.setTokenStart(firstExtra_ != nullptr ? firstExtra_ : in_.getPos());
+        if (asNested_) TellDecimalCommas(in_, start, node_.name(), wanted_, count_);
         throw in_.report(msg::import.badTable, node_.name(), wanted_, count_);
     }
 
@@ -407,7 +409,7 @@ private:
     bool hasStates_;
     std::optional<ShapeCheck> shape_;
     std::optional<Nesting> nesting_;
-    bool asNested_;
+    bool asNested_;  ///< read leniently
     long long wanted_ = 1;
     long long count_ = 0;
     XArray<float> table_;

@@ -66,6 +66,12 @@ struct ImportMessages {
         {"network x node A {position:(2e9,0);} node B {position:(-2e9,0);}", 0, 0, "dsc"}};
     Message<double> badScale{-5098, warning, "positions cannot be scaled by %g, so they keep their "
         "size", "the zoom is zero, negative or beyond all screens. Correct it"};
+    Message<const char*> decimalCommas{-5445, notice, "the numbers of >-node '%s' seem to have decimal "
+        "commas", "a comma separates numbers. Write `0.5` for `0,5`", {"net { } node a { states = "
+        "(\"x\" \"y\"); } potential (a) { data = (0,5 0,5); }", 1, 67, "hugin", leniently}};
+    Message<const char*> endsInside{-5446, warning, "the file ends here, inside %s",
+        "it was cut off, or what is to close the block is missing. Get the file again, or close it",
+        {"net { } node A { label = x;", 1, 28, "hugin", leniently}};
     Message<const char*> tableAgain{-5421, warning, "the table of >-node '%s' is given again, and "
         "the later one counts", Of{"blocks"}, "delete one of the two",
         {"net { } node A { } potential (A) { data = (1 0); } potential (A) { data = (0 1); "

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "formats/shared/commas.h"
 #include "formats/shared/judging.h"
 #include "formats/shared/readers.h"
 #include "formats/shared/statewords.h"
@@ -284,6 +285,7 @@ private:
         }
         if (values.damaged) return false;
         if (count == wanted) return true;
+        TellDecimalCommas(in_, values.numbersPlace, values.node->name(), wanted, count);
         in_.report(msg::xdsl.wrongCount, values.node->name(), wanted, count);
         return false;
     }

@@ -1,6 +1,7 @@
 // DEFINITION elements of XML BIF: the parents and the table of a node.
 #include <cmath>
 
+#include "formats/shared/commas.h"
 #include "formats/xmlbif/document.h"
 #include "library/text/tokens.h"
 
@@ -122,6 +123,8 @@ void Applied::apply() {
     if (read_.numbers.N == wanted) return installTable();
     strin_kt names;
     NodeNamesToStr(child_->parents, ", ", 60, names);
+    if (document_.elements.lenient)
+        TellDecimalCommas(in_, read_.place, child_->name(), wanted, read_.numbers.N);
     in_.report(msg::xmlbif.wrongCount, read_.numbers.N, wanted, names.getCStr());
 }
 

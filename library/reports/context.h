@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "library/reports/reports.h"
 #include "library/utilities/Utils.h"
@@ -114,6 +115,9 @@ struct Context : ReportBudget {
 };
 
 Context& Here();
+
+/// The reports made in the present scope so far, in their order.
+std::vector<const rept_kt*> ReportsOfScope();
 
 /// Formats like printf, with the markers ">-" of the format left out.
 std::string FormatMessage(const char* format, va_list arguments);

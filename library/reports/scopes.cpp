@@ -116,6 +116,14 @@ OwnPlaces::~OwnPlaces() { Here().place = outer_; }
 
 PlaceSource* InnermostPlaceSource() { return Here().place; }
 
+std::vector<const rept_kt*> ReportsOfScope() {
+    const Context& here = Here();
+    std::vector<const rept_kt*> reports;
+    for (std::size_t i = here.firstOfScope; here.inScope() && i < here.reports.size(); ++i)
+        reports.push_back(&here.reports[i]);
+    return reports;
+}
+
 int ErrorsSoFar() {
     const Context& here = Here();
     return here.inScope() ? here.errors : 0;
