@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "app/convert.h"
-#include "app/facts.h"
+#include "export/facts.h"
 #include "formats/catalogue.h"
 #include "library/utilities/text.h"
 

@@ -93,7 +93,7 @@ Console::Console(const Options& options, bool interactive)
       terminal_(IsTerminal(system::StandardError) && !options.jsonDiagnostics),
       interactive_(interactive && terminal_ && !options.quiet),
       colors_(WantsColors(options.color, system::StandardError)),
-      silent_(options.form != CheckFormEN::text),
+      silent_(options.form != CheckFormEN::text || options.command == CommandEN::list),
       progress_(interactive_),
       holds_((terminal_ || options.command == CommandEN::check) && !options.verbose &&
              !options.jsonDiagnostics),

@@ -6,6 +6,8 @@
 
 #include "app/overwrite.h"
 #include "app/packer.h"
+#include "export/diff.h"
+#include "formats/import.h"
 #include "formats/shared/placing.h"
 #include "library/utilities/paths.h"
 #include "library/utilities/system.h"
@@ -17,6 +19,32 @@ namespace {
 std::string Failure(const std::string& path, int error) {
     if (error == 0) return {};
     return "cannot write '" + Visible(path) + "': " + std::generic_category().message(error);
+}
+
+/// Reads what was written, by the letter of its format but for what only lenient reading keeps, and
+/// compares it. Empty when the nets are the same but for what the writer announced.
+std::string Verify(const ImportResult& result, const std::string& output, const Options& options) {
+    const FormatInfo* const format = FindFormat(std::string_view(options.writer->name));
+    if (format == nullptr) return "'" + Visible(output) + "' cannot be read back";
+    const ImportResult read = Import(FromFile(output), {.format = format, .condense = true});
+    if (read.net == nullptr || read.status() >= StatusEN::errors)
+        return "'" + Visible(output) + "' was written, but cannot be read back without an error";
+    const auto lossesOf = options.writer->losses;
+    const Losses losses = lossesOf == nullptr ? Losses() : lossesOf(*result.net);
+    const Comparison found =
+        CompareNets(*result.net, *read.net, {.losses = lossesOf == nullptr ? nullptr : &losses});
+    if (found.isSame()) return {};
+    std::string text = "'" + Visible(output) + "' is not the net that was read:";
+    for (const DiffLine& line : DiffLines({result, read, found}, options.verbose))
+        text += std::string("\n") + line.sign + " " + line.text;
+    return text;
+}
+
+void TellLosses(const ImportResult& result, const Options& options, Console& console) {
+    const Writer& writer = *options.writer;
+    if (writer.losses == nullptr || options.quiet) return;
+    for (const std::string& note : LossNotes(writer.losses(*result.net), writer.title))
+        console.note(note);
 }
 
 constexpr const char* standardOutput = "standard output";
@@ -58,10 +86,9 @@ std::string Convert(const ImportResult& result, const InputFile& file, const Opt
     const std::string failure = WriteOutput(output, write);
     if (!failure.empty()) return failure;
     if (output != "-") console.done("written to " + Visible(output));
-    if (writer.losses == nullptr || options.quiet) return {};
-    for (const std::string& note : LossNotes(writer.losses(*result.net), writer.title))
-        console.note(note);
-    return {};
+    TellLosses(result, options, console);
+    return options.verify && result.net != nullptr ? Verify(result, output, options)
+                                                   : std::string();
 }
 
 std::string WriteOutput(const std::string& output, const WriteFunction& write) {

@@ -18,8 +18,8 @@ constexpr unsigned Of(COMMANDS... commands) {
 }
 
 using enum CommandEN;
-constexpr unsigned ofMany = Of(summary, check, convert);         // files
-constexpr unsigned ofReaders = ofMany | Of(table, nodes, diff);  // of nets
+constexpr unsigned ofMany = Of(summary, check, convert);               // files
+constexpr unsigned ofReaders = ofMany | Of(table, nodes, diff, list);  // of nets
 constexpr unsigned ofAll = ~0U;
 
 constexpr CommandInfo commands[] = {
@@ -42,6 +42,9 @@ constexpr CommandInfo commands[] = {
     {diff, "diff", "FILE FILE", "How two nets differ, in any two formats.",
      "  lumo-import diff asia.net asia.xml            how two nets differ\n"
      "  lumo-import diff old.net new.net --html -o changes.html\n"},
+    {list, "list", "FILE|DIR...", "A table of nets, with their sizes and problems.",
+     "  lumo-import list nets/ --where 'nodes > 100'  a table of the nets in a folder\n"
+     "  lumo-import list nets/ --sort -clique --csv   for spreadsheets\n"},
     {explain, "explain", "NUMBER...", "What reports mean, and their cures.",
      "  lumo-import explain 4022                      what a report means, and its cure\n"},
     {formats, "formats", "", "The formats that are read and written.", ""},
@@ -66,7 +69,7 @@ std::string Listed(const LIST& list) {
 constexpr OptionInfo options[] = {
     {"-r, --recursive", "", "read the files in folders, and below them", ofMany},
     {"    --json", "", "for programs: an object a line for each file, or all that differs",
-     Of(summary, check, diff)},
+     Of(summary, check, diff, list)},
     {"    --format", "FORM", "what is written: text, json, sarif, github, junit", Of(check)},
     {"    --max-severity", "KIND", "the worst that is no failure: none, notice, warning, error",
      Of(check)},
@@ -78,10 +81,12 @@ constexpr OptionInfo options[] = {
     {"    --write-baseline", "FILE", "write what is found into the file, to let it pass",
      Of(check)},
     {"    --all", "", "the tables of all nodes", Of(table)},
-    {"    --csv", "", "for spreadsheets", Of(table)},
+    {"    --csv", "", "for spreadsheets", Of(table, list)},
     {"-o, --output", "OUT", "the file, folder or - to write to", Of(convert, diff)},
     {"    --html", "", "a page with both nets side by side", Of(diff)},
     {"    --tolerance", "X", "numbers are the same that differ by no more", Of(diff)},
+    {"    --where", "TEST", "only nets of which it holds: 'nodes > 100', 'format = bif'", Of(list)},
+    {"    --sort", "COLUMN", "in the order of a column; from the most: -COLUMN", Of(list)},
     {"    --to", "FORMAT", "format or extension to write, instead of OUT's: %s", Of(convert),
      [] { return Listed(Writers()); }},
     {"    --force", "",
@@ -89,13 +94,15 @@ constexpr OptionInfo options[] = {
      "without error",
      Of(convert)},
     {"    --no-clobber", "", "leave files that are there as they are", Of(convert)},
+    {"    --verify", "", "read what was written, and compare it with the net", Of(convert)},
     {"    --layout", "auto|file", "where nodes are drawn, instead of the file where it says so",
      Of(convert)},
     {"    --from", "FORMAT", "format of the files, instead of detecting it: %s", ofReaders,
      [] { return Listed(Formats()); }},
     {"    --condense", "yes|no", "keep noisy-max tables as parameters, without asking", ofReaders},
     {"    --normalize", "", "scale rows of nature nodes that do not sum to 1", ofReaders},
-    {"    --max-memory", "SIZE", "of a file's text and its net's tables: 2G, or 500M ...", ofReaders},
+    {"    --max-memory", "SIZE", "of a file's text and its net's tables: 2G, or 500M ...",
+     ofReaders},
     {"    --class", "NAME", "the class to read of a file that has several (hugin)", ofReaders},
     {"    --strict", "", "read by the letter of the format, which loses more", ofReaders},
     {"    --create-state-names", "",
@@ -146,14 +153,18 @@ std::string Section(const std::string& heading, WANTED wanted) {
     return text.empty() ? text : "\n" + heading + ":\n" + text;
 }
 
-constexpr std::string_view aboutFiles =
-    "
-A FILE named - is standard input; it may be compressed (gz, bz2, xz, zst).";
-constexpr std::string_view aboutOutput =
-    " With many files OUT
-is a folder, which is made; an OUT that ends in .gz is compressed.";
+constexpr std::string_view aboutFiles = "
+                                        A FILE named -
+                                        is standard input;
+it may be compressed(gz, bz2, xz, zst)
+    .";
+    constexpr std::string_view aboutOutput = " With many files OUT
+    is a folder,
+                               which is made;
+an OUT that ends in.gz is compressed.";
 
-std::string HelpOfProgram() {
+    std::string
+    HelpOfProgram() {
     std::string text = "Reads Bayes nets and decision networks from the files of other programs.\n";
     text += "\nExamples:\n";
     for (const CommandInfo& info : commands) text += info.examples;

@@ -9,6 +9,7 @@
 #include "app/convert.h"
 #include "app/diff.h"
 #include "app/formats.h"
+#include "app/list.h"
 #include "app/nodes.h"
 #include "app/options.h"
 #include "app/overwrite.h"
@@ -168,6 +169,7 @@ int Run(int argc, char** argv) {
             return ExitWriteFailed;
         }
     }
+    if (options.command == CommandEN::list) return RunList(options);
     Console console(options);
     for (const auto& [path, why] : options.passedOver) {
         console.startFile(path);

@@ -12,6 +12,7 @@
 #include "app/convert.h"
 #include "app/folders.h"
 #include "app/help.h"
+#include "app/list.h"
 #include "app/packer.h"
 #include "app/suggest.h"
 #include "export/explain.h"
@@ -63,7 +64,8 @@ std::optional<long long> BytesOf(std::string text) {
 /// The arguments as CLI11 fills them, where they need a second look.
 struct Raw {
     std::vector<std::string> files;
-    std::string file;  // of a command that takes one
+    std::string file;                     // of a command that takes one
+    std::vector<std::string> conditions;  // of list
     std::string format, writer, condense, layout, maxMemory, diagnostics, color = "auto";
     std::string form, maxSeverity, failOn, baseline;  // of check
     std::vector<std::string> allowed;
@@ -194,6 +196,11 @@ std::string CheckConvert(Options& options, const Raw& raw) {
                    ? "convert: no format for '" + options.output + "': name one with --to"
                    : "--to: " + NotAmong(raw.writer, Names(Writers()));
     }
+    if (options.verify && options.output == "-")
+        return "convert: --verify reads a file, which standard output is not";
+    if (options.verify && FindFormat(std::string_view(options.writer->name)) == nullptr)
+        return std::string("convert: ") + options.writer->title +
+               " cannot be read back to verify it";
     const auto unavailable = options.writer->unavailable;
     if (unavailable != nullptr && unavailable() != nullptr)
         return std::string("convert: ") + unavailable();
@@ -208,6 +215,15 @@ std::string CheckConvert(Options& options, const Raw& raw) {
     return CheckOutputs(options);
 }
 
+std::string CheckList(Options& options, const Raw& raw) {
+    for (const std::string& text : raw.conditions) {
+        const std::string mistake = ParseCondition(text, options.conditions.emplace_back());
+        if (!mistake.empty()) return "--where: " + mistake;
+    }
+    const std::string mistake = options.sorting.empty() ? "" : CheckSorting(options.sorting);
+    return mistake.empty() ? mistake : "--sort: " + mistake;
+}
+
 std::string CheckReading(Options& options, const Raw& raw) {
     if (raw.files.empty()) return "no files given";
     if (options.command == CommandEN::convert && options.output.empty())
@@ -217,10 +233,12 @@ std::string CheckReading(Options& options, const Raw& raw) {
                                 : "table: name a node, or --all; 'lumo-import nodes' lists them";
     if (std::ranges::count(raw.files, "-") > 1) return "standard input is given twice";
     const bool isCheck = options.command == CommandEN::check;
-    const bool isDiff = options.command == CommandEN::diff;
-    if (options.json && !isCheck && !isDiff && options.command != CommandEN::summary)
-        return "--json is of the summary, check and diff; --diagnostics json and --to json are its "
-               "likes";
+    constexpr CommandEN ofJson[] = {CommandEN::summary, CommandEN::check, CommandEN::diff,
+                                    CommandEN::list};
+    if (options.json && std::ranges::find(ofJson, options.command) == std::end(ofJson))
+        return "--json is of the summary, check, diff and list; --diagnostics json and --to json "
+               "are its likes";
+    options.recursive = options.recursive || options.command == CommandEN::list;
     GatherFiles(raw.files, options);
     const bool isOfOne = options.command == CommandEN::table || options.command == CommandEN::nodes;
     if (isOfOne && options.many()) return "nodes and table take one file, and no folder";
@@ -243,6 +261,7 @@ std::string CheckReading(Options& options, const Raw& raw) {
     if (raw.color != "auto")
         options.color = raw.color == "always" ? ColorEN::always : ColorEN::never;
     if (isCheck) return CheckCheck(options, raw);
+    if (options.command == CommandEN::list) return CheckList(options, raw);
     return options.command == CommandEN::convert ? CheckConvert(options, raw) : std::string();
 }
 
@@ -368,11 +387,17 @@ std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Opt
     convert->add_option("--to", raw.writer);
     convert->add_flag("--force", options.force)
         ->excludes(convert->add_flag("--no-clobber", options.noClobber));
+    convert->add_flag("--verify", options.verify);
     CLI::App* const diff = command("diff", CommandEN::diff);
     diff->add_option("FILE", raw.files);
     diff->add_option("-o,--output", options.output);
     diff->add_option("--tolerance", options.tolerance)->check(CLI::NonNegativeNumber);
     diff->add_flag("--html", options.html);
+    CLI::App* const list = command("list", CommandEN::list);
+    list->add_option("FILE", raw.files);
+    list->add_flag("--csv", options.csv);
+    list->add_option("--where", raw.conditions)->take_all();
+    list->add_option("--sort", options.sorting);
     command("explain", CommandEN::explain)->add_option("NUMBER", options.numbers);
     command("formats", CommandEN::formats);
 

@@ -31,7 +31,8 @@ enum class CommandEN : unsigned char {
     convert,
     explain,
     formats,
-    diff
+    diff,
+    list
 };
 /// What check writes.
 enum class CheckFormEN : unsigned char { text, json, sarif, github, junit };
@@ -42,6 +43,13 @@ struct InputFile {
     std::string path;             ///< "-" is standard input
     std::string below;            ///< its folder, seen from the one that was named
     bool keepsExtension = false;  ///< in the name of the file that is written
+};
+
+/// A column of the list, an order and a number or text, as in "nodes > 100".
+struct ListCondition {
+    std::size_t column = 0;
+    std::string order;  ///< "<", "<=", "=", "!=", ">=", ">"
+    std::string value;
 };
 
 struct Options {
@@ -56,22 +64,25 @@ struct Options {
     bool allNodes = false;                                        ///< table
     bool csv = false;                                             ///< table
     CheckFormEN form = CheckFormEN::text;                         ///< check
-    int failFrom = SeverityError;      ///< check: the mildest severity that fails
-    std::set<int> allowed;             ///< check: numbers of reports that are let pass
-    Baseline baseline;                 ///< check: problems that are let pass
-    std::string newBaseline;           ///< check: the file to write; empty for none
-    std::string output;                ///< convert: a file, a folder for many files, "-"
-    bool intoFolder = false;           ///< convert: the output is a folder, or becomes one
-    const Writer* writer = nullptr;    ///< convert
-    bool force = false;                ///< convert: write over what is there
-    bool noClobber = false;            ///< convert: leave what is there
-    LayoutEN layout = LayoutEN::best;  ///< of the nodes in what is written
-    ImportOptions import;              ///< how files are read
-    bool quiet = false;                ///< errors only
-    bool verbose = false;              ///< what was done as well
-    bool json = false;                 ///< summary, diff
-    bool html = false;                 ///< diff
-    std::optional<double> tolerance;   ///< diff: of numbers
+    int failFrom = SeverityError;           ///< check: the mildest severity that fails
+    std::set<int> allowed;                  ///< check: numbers of reports that are let pass
+    Baseline baseline;                      ///< check: problems that are let pass
+    std::string newBaseline;                ///< check: the file to write; empty for none
+    std::string output;                     ///< convert: a file, a folder for many files, "-"
+    bool intoFolder = false;                ///< convert: the output is a folder, or becomes one
+    const Writer* writer = nullptr;         ///< convert
+    bool force = false;                     ///< convert: write over what is there
+    bool noClobber = false;                 ///< convert: leave what is there
+    bool verify = false;                    ///< convert: read what was written, and compare
+    LayoutEN layout = LayoutEN::best;       ///< of the nodes in what is written
+    ImportOptions import;                   ///< how files are read
+    bool quiet = false;                     ///< errors only
+    bool verbose = false;                   ///< what was done as well
+    bool json = false;                      ///< summary, diff
+    bool html = false;                      ///< diff
+    std::vector<ListCondition> conditions;  ///< list: all of them hold
+    std::string sorting;                    ///< list: a column, after '-' from the most
+    std::optional<double> tolerance;        ///< diff: of numbers
     bool jsonDiagnostics = false;
     ColorEN color = ColorEN::automatic;
     int jobs = 1;

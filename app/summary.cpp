@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "app/facts.h"
+#include "export/facts.h"
 #include "formats/detect.h"
 #include "library/utilities/text.h"
 

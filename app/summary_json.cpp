@@ -1,7 +1,7 @@
 // The summary for programs.
-#include "app/facts.h"
 #include "app/options.h"
 #include "app/summary.h"
+#include "export/facts.h"
 #include "export/json.h"
 #include "export/jsonout.h"
 #include "formats/shared/describe.h"

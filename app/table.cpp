@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "app/convert.h"
-#include "app/facts.h"
 #include "app/suggest.h"
 #include "app/terminal.h"
+#include "export/facts.h"
 #include "formats/shared/describe.h"
 #include "formats/shared/digits.h"
 #include "formats/shared/rows.h"
@@ -358,7 +358,8 @@ bool IsNumber(const std::string& text) {
 
 /// A label that spreadsheets would compute is marked as text.
 std::string AsText(const std::string& text) {
-    const bool computed = !text.empty() && std::string_view("=+-@\t\r").find(text[0]) != std::string_view::npos;
+    const bool computed =
+        !text.empty() && std::string_view("=+-@\t\r").find(text[0]) != std::string_view::npos;
     return computed && !IsNumber(text) ? "'" + text : text;
 }
 

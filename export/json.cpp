@@ -50,6 +50,8 @@ void WriteRelation(JsonOut& json, const Bnode_bn& node) {
     json.key("table").numbers(table, relation.exact, rows * rowLength);
     json.key("experience").numbers(relation.exper, relation.exactExper, rows);
     json.key("parameters").numbers(relation.params, NumCIParams(node));
+    json.key("declared").boolean(relation.saidDeterministic);
+    json.key("fromCounts").boolean(relation.experFromCounts);
     json.close('}');
 }
 
@@ -68,6 +70,7 @@ void WriteNode(JsonOut& json, const Bnode_bn& node) {
                [](const nodeset_bn& set) { return std::string_view(set.name()); });
     WriteUserFields(json, node.userFields());
     WriteRelation(json, node);
+    json.key("identity").textOrNull(node.identity());
     json.close('}');
 }
 
@@ -106,7 +109,9 @@ void WriteDrawing(JsonOut& json, const Vnet_kt& drawing) {
     json.key("y").number(drawing.grid.y);
     json.key("show").boolean(drawing.showGrid);
     json.key("snap").boolean(drawing.snapToGrid);
-    json.close('}').close('}');
+    json.close('}');
+    json.key("laidOut").boolean(drawing.laidOut);
+    json.close('}');
 }
 
 void WriteNet(JsonOut& json, const Bnet_bn& net) {

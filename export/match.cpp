@@ -2,26 +2,18 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
+#include "export/hash.h"
 #include "formats/shared/describe.h"
 #include "library/utilities/text.h"
 
 namespace lumo {
 namespace {
-
-using Hash = std::uint64_t;
-
-constexpr Hash Mixed(Hash a, Hash b) {
-    Hash hash = a * 0x9E3779B97F4A7C15U ^ std::rotl(b, 29);
-    hash = (hash ^ (hash >> 32)) * 0xD6E8FEB86659FD93U;
-    return hash ^ (hash >> 29);
-}
 
 /// How much of a node itself its color holds; with less, more nodes look alike.
 enum class DetailEN : unsigned char { numbers, states, count };

@@ -15,7 +15,8 @@
     FORMAT(xmlbif)           \
     FORMAT(bif)              \
     FORMAT(xdsl)             \
-    FORMAT(uai)
+    FORMAT(uai)              \
+    FORMAT(json)
 
 namespace lumo {
 

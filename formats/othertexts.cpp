@@ -194,7 +194,7 @@ std::string OtherText(std::string_view start, std::string_view fileName) {
     if (IsDebianSource(lower)) return "a description of a Debian source package";
     if (IsNetlist(lower)) return "a netlist of a circuit";
     if (IsOlderXdsl(lower)) return "a net in the older text form of XDSL; save it as .xdsl";
-    if (IsJson(text)) return "JSON";
+    if (IsJson(text) && text.find("\"lumo-import/") == text.npos) return "JSON";
     if (IsTable(text)) return "a table of values, as CSV";
     return {};
 }

@@ -647,7 +647,7 @@ TEST_F(Cli, ListsFormatsAndExplainsReports) {
     const std::pair<const char*, std::vector<std::string>> cases[] = {
         {"$L formats",
          {"\ndxpress   DXPress   yes   -      .dxp .dx\n",
-          "\njson      JSON      -     yes    .json\n", "\ndsc       DSC       yes   yes "}},
+          "\njson      JSON      yes   yes    .json\n", "\ndsc       DSC       yes   yes "}},
         {"$L explain -4022 4004",
          {"-4022: error (DSC)\n  unexpected token '...'\n", "-4004: error (Hugin)"}},
         {"$L explain [-3028] E3028 e3028 -3028", {"-3028: error (Hugin)\n  illegal number"}},
@@ -740,6 +740,66 @@ TEST_F(Cli, DiffForProgramsAndAsAPage) {
     const std::regex id(" id=\"([^\"]+)\"");
     for (std::sregex_iterator at(html.begin(), html.end(), id), end; at != end; ++at)
         EXPECT_TRUE(ids.insert((*at)[1]).second) << (*at)[1];
+}
+
+TEST_F(Cli, ListIsATableOfNets) {
+    run("mkdir nets && cp '" + Samples() + "/hugin/asia.net' nets && " +
+        "$L convert -q nets/asia.net -o nets/b.xml && cp good.erg none.net nets");
+    const Outcome text = run("$L list nets");
+    EXPECT_EQ(text.code, 0) << text.err;
+    EXPECT_EQ(text.err, "");
+    EXPECT_EQ(text.out.substr(0, text.out.find('\n')),
+              "file           format  status  nodes  links  parameters  largest  clique  depth  "
+              "errors  warnings  same");
+    EXPECT_NE(
+        text.out.find("nets/b.xml     xmlbif  ok          8      8          18        8       "
+                      "3      3       0         0  nets/asia.net\n"),
+        std::string::npos)
+        << text.out;
+    const std::pair<const char*, const char*> chosen[] = {
+        {"--where 'nodes > 5'", "nets/asia.net nets/b.xml "},
+        {"--where 'nodes>5' --where 'format = xmlbif'", "nets/b.xml "},
+        {"--where 'status = failed'", "nets/none.net "},
+        {"--where 'clique <= 1'", "nets/good.erg "},
+        {"--sort -format", "nets/b.xml nets/asia.net nets/none.net nets/good.erg "},
+    };
+    for (const auto& [options, wanted] : chosen) {
+        const Outcome csv = run(std::string("$L list --csv nets ") + options);
+        std::istringstream lines(csv.out);
+        std::string files, line;
+        std::getline(lines, line);
+        EXPECT_TRUE(line.starts_with("file,format,status,")) << line;
+        while (std::getline(lines, line)) files += line.substr(0, line.find(',')) + " ";
+        EXPECT_EQ(files, wanted) << options << csv.err;
+    }
+    const Outcome json = run("$L list --json nets/asia.net nets/b.xml");
+    std::istringstream lines(json.out);
+    std::string one, two;
+    std::getline(lines, one), std::getline(lines, two);
+    EXPECT_EQ(nlohmann::json::parse(one)["content"], nlohmann::json::parse(two)["content"]);
+    const std::pair<const char*, int> codes[] = {
+        {"$L list none.net", 2},
+        {"$L list nets --where 'nods > 5'", 64},
+        {"$L list nets --where 'nodes'", 64},
+        {"$L list nets --where 'nodes >'", 64},
+        {"$L list nets --where 'nodes => 5'", 64},
+        {"$L list nets --sort size", 64},
+        {"$L list", 64},
+    };
+    for (const auto& [command, code] : codes) EXPECT_EQ(run(command).code, code) << command;
+}
+
+TEST_F(Cli, ConvertVerifiesWhatItWrote) {
+    const std::string asia = Samples() + "/hugin/asia.net";
+    for (const char* out : {"a.xml", "a.bif", "a.net", "a.dsc", "a.xdsl", "a.uai", "a.json"}) {
+        const Outcome r = run("$L convert -q --verify " + asia + " -o " + out);
+        EXPECT_EQ(r.code, 0) << out << r.err;
+    }
+    EXPECT_EQ(run("$L convert --verify " + asia + " -o a.svg").code, 64);
+    EXPECT_EQ(run("$L convert --verify " + asia + " --to bif -o -").code, 64);
+    // A file that another process spoils meanwhile.
+    EXPECT_EQ(run("ln -s /dev/null gone.bif; $L convert --verify " + asia + " -o gone.bif").code,
+              74);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ enum ForeignFormatEN : int {
     FormatBIF = 14,      ///< BIF 0.15, the Bayesian Networks Interchange Format as text
     FormatXDSL = 15,     ///< XDSL
     FormatUAI = 16,      ///< UAI, the text of the inference competitions, Bayes nets alone
+    FormatJSON = 17,     ///< the JSON that this library's nets are written as, lumo-import/1
 };
 
 /// Preferences: when state titles are no legal names, make state names from them as well.

@@ -1,4 +1,4 @@
-#include "app/facts.h"
+#include "export/facts.h"
 
 #include <algorithm>
 #include <functional>
@@ -6,7 +6,7 @@
 
 #include "formats/shared/placing.h"
 
-namespace lumo::app {
+namespace lumo {
 namespace {
 
 long long TableSize(const Bnode_bn& node) {
@@ -87,4 +87,4 @@ std::string Count(long long count, const char* one) {
     return Digits(count) + " " + one + (count == 1 ? "" : "s");
 }
 
-}  // namespace lumo::app
+}  // namespace lumo

@@ -8,7 +8,7 @@
 
 #include "formats/shared/result.h"
 
-namespace lumo::app {
+namespace lumo {
 
 /// Where the positions of the nodes come from.
 enum class PositionsEN : unsigned char { file, layout, none };
@@ -40,4 +40,4 @@ std::array<long long, 4> ProblemCounts(const ImportResult& result);
 std::string Digits(long long count);
 std::string Count(long long count, const char* one);
 
-}  // namespace lumo::app
+}  // namespace lumo

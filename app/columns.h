@@ -1,0 +1,15 @@
+// Lines of cells below each other.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace lumo::app {
+
+/// The lines, the heads first. On a terminal of so many columns a line has room, as wide cells give
+/// way; elsewhere (0) a long cell moves what follows in its line, and not all lines. Cells of
+/// numbers end below each other.
+std::string Aligned(const std::vector<std::vector<std::string>>& lines, std::size_t columns,
+                    const std::vector<bool>& areNumbers = {});
+
+}  // namespace lumo::app
