@@ -51,6 +51,7 @@ PYBIND11_MODULE(_core, module) {
     python::DefineNet(module);
     python::DefineReading(module);
     python::DefineState(module);
+    python::DefineDiff(module);
     python::DefineChanging(module);
     module.attr("__version__") = LUMO_VERSION;
     module.attr("formats") = python::FormatExtensions();

@@ -136,6 +136,7 @@ void DefineNode(py::module_& module);
 void DefineNet(py::module_& module);
 void DefineReading(py::module_& module);
 void DefineState(py::module_& module);
+void DefineDiff(py::module_& module);
 void DefineChanging(py::module_& module);  ///< of what DefineNode and DefineNet made
 
 }  // namespace lumo::python

@@ -190,7 +190,8 @@ py::dict Drawing(const Net& net) {
             py::dict("face"_a = ToUtf8(font.face), "size"_a = font.size,
                      "bold"_a = has(fontspec_kt::Bold), "italic"_a = has(fontspec_kt::Italic)),
         "grid"_a = py::dict("x"_a = drawing.grid.x, "y"_a = drawing.grid.y,
-                            "show"_a = drawing.showGrid, "snap"_a = drawing.snapToGrid));
+                            "show"_a = drawing.showGrid, "snap"_a = drawing.snapToGrid),
+        "laidOut"_a = drawing.laidOut);
 }
 
 /// Returns what the format does not keep, a line each.

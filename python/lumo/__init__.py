@@ -15,9 +15,11 @@ from lumo._core import (
     writers,
 )
 from lumo._convert import convert, from_pgmpy
+from lumo._diff import Diff, diff, from_json, survey
 from lumo._read import LumoWarning, read, read_many, reads
 
 __all__ = [
+    "Diff",
     "Group",
     "LumoWarning",
     "Net",
@@ -28,11 +30,14 @@ __all__ = [
     "State",
     "__version__",
     "convert",
+    "diff",
     "explain",
     "formats",
+    "from_json",
     "from_pgmpy",
     "read",
     "read_many",
     "reads",
+    "survey",
     "writers",
 ]
