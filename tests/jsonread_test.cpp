@@ -29,7 +29,7 @@ std::string FirstDifference(const std::string& a, const std::string& b) {
 /// The net that is written and read again is the same, byte for byte and as a net.
 void ExpectSame(const ImportResult& first) {
     Vnet_kt& drawing = *first.net->vnets[0];  // as a reader leaves it
-    drawing.adjustDrawingSizeToFit({drawing.marginUnit.x * 2, drawing.marginUnit.y});
+    drawing.adjustDrawingSizeToFit(FitMargin(drawing));
     for (const bool lenient : {false, true}) {
         const std::string text = Write(first, "json");
         ImportResult read;
