@@ -363,6 +363,7 @@ std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Opt
     app.set_help_flag("-h,--help");
     app.set_version_flag("--version", VersionText);
     app.fallthrough();
+    app.allow_windows_style_options(false);  // a path may begin with a slash
     AddOptions(app, options, raw);
     app.add_option("FILE", raw.files);
 

@@ -178,6 +178,12 @@ class Portable(unittest.TestCase):
             self.assertEqual(said.count("\n"), 1)
             self.assertTrue(said.startswith("lumo-import: cannot write 'standard output'"), said)
 
+    def test_absolute_paths(self):
+        path = "/samples/hugin/asia.net" if options.chroot else str(self.work / "samples/hugin/asia.net")
+        for command in ([path], ["check", path], ["nodes", path]):
+            done = self.run_one(self.program, *command)
+            self.assertEqual((done.returncode, done.stderr), (0, b""), command)
+
     @unittest.skipUnless("--wine" in sys.argv, "shells of other systems do this")
     def test_patterns_are_the_files(self):
         done = self.run_one(self.program, "check", "samples\\hugin\\*.net")
