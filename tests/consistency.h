@@ -32,7 +32,10 @@ bool AllFinite(const T* numbers, long long count) {
 
 inline std::string StateFault(const Varbl_bn& variable) {
     if (variable.numStates < 0 || variable.numStates > MaxStates) return "number of states";
-    if (!AllFinite(variable.levels, variable.numLevels)) return "level that is not finite";
+    const bool bounds = variable.levels != nullptr && variable.numLevels > variable.numStates;
+    if (bounds ? !AllFinite(variable.levels + 1, variable.numLevels - 2)  // the others may be open
+               : !AllFinite(variable.levels, variable.numLevels))
+        return "level that is not finite";
     if (variable.levels != nullptr && variable.numLevels != variable.numStates &&
         variable.numLevels != variable.numStates + 1)
         return "number of levels";

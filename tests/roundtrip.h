@@ -97,7 +97,6 @@ inline const std::vector<Explanation> nodeKeys = {
 };
 
 inline const std::vector<Explanation> netKeys = {
-    {"name", 0},
     {"title", Of({netTitle, noNetTitle})},
     {"comment", Of({netComment})},
     {"fileName", 0},

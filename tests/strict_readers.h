@@ -309,11 +309,9 @@ inline StrictNet ReadStrictXml(std::string_view text) {
 /// An element of `nodes`, of which the first tag was taken.
 inline void TakeXdslNode(StrictBuilder& file, StrictNode& node, const std::string& element) {
     Scan& in = file.in;
-    while (in.take("\t\t\t<state id=\"$w\" />\n")) node.states.push_back(in.texts[0]);
+    while (in.take("\t\t\t<state id=\"$a\" />\n")) node.states.push_back(in.texts[0]);
     const std::set<std::string> distinct(node.states.begin(), node.states.end());
     in.expect(distinct.size() == node.states.size(), "distinct states");
-    for (const std::string& id : node.states)
-        in.expect(id[0] < '0' || id[0] > '9', "an identifier");
     if (in.take("\t\t\t<parents>$W</parents>\n"))
         for (const std::string& parent : in.texts) node.parents.push_back(file.place(parent));
     while (in.take("\t\t\t<property id=\"$w\">$t</property>\n")) continue;
@@ -328,9 +326,10 @@ inline void TakeXdslNode(StrictBuilder& file, StrictNode& node, const std::strin
         for (const std::string& id : in.texts)
             for (const std::string& state : node.states) node.table.push_back(state == id ? 1 : 0);
     } else if (element == "equation") {
-        in.expect(in.take("\t\t\t<definition lower=\"$n\" upper=\"$n\">$t</definition>\n") ||
-                      in.take("\t\t\t<definition lower=\"-inf\" upper=\"inf\">$t</definition>\n"),
-                  "a definition");
+        in.expect("\t\t\t<definition ");
+        in.expect(in.take("lower=\"$n\" ") || in.take("lower=\"-inf\" "), "a lower bound");
+        in.expect(in.take("upper=\"$n\">") || in.take("upper=\"inf\">"), "an upper bound");
+        in.expect("$t</definition>\n");
         const bool isCut = in.take("\t\t\t<discretization>\n");
         while (isCut && !in.take("\t\t\t</discretization>\n")) {
             in.expect("\t\t\t\t<interval ");
@@ -354,13 +353,15 @@ inline StrictNet ReadStrictXdsl(std::string_view text) {
     in.expect(
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<smile version=\"1.0\" id=\"$w\" "
         "numsamples=\"10000\" discsamples=\"10000\">\n\t<nodes>\n");
-    while (in.take("\t\t<$w id=\"$w\">\n")) {
+    while (in.take("\t\t<$w id=\"$w\"")) {
         static const std::map<std::string, std::string> kinds = {
             {"cpt", "nature"},        {"deterministic", "nature"}, {"equation", "nature"},
             {"decision", "decision"}, {"utility", "utility"},      {"mau", "utility"}};
-        const std::string element = in.texts[0];
+        const std::string element = in.texts[0], id = in.texts[1];
         in.expect(kinds.contains(element), "a kind");
-        TakeXdslNode(file, file.add(in.texts[1], kinds.at(element)), element);
+        while (in.take(" $w=\"$w\"")) continue;  // marks of diagnosis
+        in.expect(">\n");
+        TakeXdslNode(file, file.add(id, kinds.at(element)), element);
     }
     in.expect(
         "\t</nodes>\n\t<extensions>\n\t\t<genie version=\"1.0\" app=\"Lumo import\" name=\"$a\" "

@@ -24,6 +24,7 @@ enum class LossEN : unsigned char {
     cases,
     observationCosts,
     noisyMax,
+    otherIds,
     equations,  // this and what follows change what the net means
     sums,
     gates,
@@ -50,6 +51,9 @@ void SkipUnknown(Parser_CString_kt& in, XMLReader& xml, std::string_view around)
 
 using Words = std::vector<std::string>;
 
+/// Whether a state can be told by the text in a list of states.
+bool IsStateId(std::string_view text);
+
 /// The words of a text, separated by white space.
 void AppendWords(std::string_view text, Words& words);
 
@@ -61,8 +65,8 @@ struct NodeValues {
     Words states;  ///< ids; of a continuous node the labels of its intervals
     Words parents;
     std::vector<std::pair<std::string, std::string>> fields;
-    std::string lower;           ///< bound of the first interval, as written
-    std::vector<double> uppers;  ///< of the intervals; infinite ones are not finite
+    std::string lower, upper;    ///< bounds of a formula, as written
+    std::vector<double> uppers;  ///< of the intervals
     vect_kt<float> numbers;
     XArray<double> exact;                 ///< where floats do not hold the numbers
     ParserPos_kt numbersPlace = nullptr;  ///< null: there are none
@@ -74,8 +78,8 @@ struct NodeValues {
     void clear();
 };
 
-/// A bound of an interval: not finite, when it is infinite or, with a warning, no number.
-double ReadBound(Parser_CString_kt& in, std::string_view text);
+/// A bound of an interval, `none` where the text is empty or, with a warning, no number.
+double ReadBound(Parser_CString_kt& in, std::string_view text, double none);
 
 /// The full table of the noisy-max node with its parents. Null, with a report, when the parameters
 /// cannot be those of the node.

@@ -30,6 +30,7 @@ void NotKept::report(Parser_CString_kt& in) const {
         "cases",
         "observation costs",
         "noisy-max parameters, which are written out as tables",
+        "ids that are no names, which the nodes have as titles",
         "equations",
         "sums and formulas of utilities",
         "noisy adders and other gates",
@@ -52,6 +53,11 @@ void SkipUnknown(Parser_CString_kt& in, XMLReader& xml, std::string_view around)
 
 // ---- Values --------------------------------------------------------------------------------
 
+bool IsStateId(std::string_view text) {
+    return !text.empty() &&
+           std::ranges::none_of(text, [](char c) { return (c >= 0 && c <= ' ') || c == 0x7F; });
+}
+
 void AppendWords(std::string_view text, Words& words) {
     const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
     for (auto word = text.begin();;) {
@@ -67,6 +73,7 @@ void NodeValues::clear() {
     for (Words* words : {&states, &parents, &results, &strengths}) words->clear();
     id.clear();
     lower.clear();
+    upper.clear();
     fields.clear();
     uppers.clear();
     numbers.N = 0;
@@ -76,14 +83,16 @@ void NodeValues::clear() {
     node = nullptr;
 }
 
-double ReadBound(Parser_CString_kt& in, std::string_view text) {
-    if (text == "inf" || text == "-inf" || text == "+inf" || text.empty()) return HUGE_VAL;
-    double bound = HUGE_VAL;
+double ReadBound(Parser_CString_kt& in, std::string_view text, double none) {
+    if (text == "inf" || text == "+inf") return HUGE_VAL;
+    if (text == "-inf") return -HUGE_VAL;
+    if (text.empty()) return none;
+    double bound = 0;
     const char* end = nullptr;
     const std::string zeroEnded(text);
     if (strtodouble2_kt(zeroEnded.c_str(), &bound, &end) >= 0 && *end == 0) return bound;
     in.report(msg::xdsl.badInterval, Shown(text).c_str());
-    return HUGE_VAL;
+    return none;
 }
 
 // ---- Noisy-max -----------------------------------------------------------------------------

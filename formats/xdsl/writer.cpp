@@ -84,14 +84,41 @@ ElementEN ElementOf(const Bnode_bn& node) {
     return isFunction ? ElementEN::deterministic : ElementEN::cpt;
 }
 
-/// The user field that is written as an element of its own.
-std::string_view OwnField(const Bnode_bn& node, ElementEN element) {
-    if (element == ElementEN::equation) return "definition";
-    return element == ElementEN::mau ? FormulaOf(node)->name : std::string_view();
-}
-
 bool HasBounds(const Varbl_bn& variable) {
     return variable.levels != nullptr && variable.numLevels == variable.numStates + 1;
+}
+
+/// The user field that bounds a formula, where it says something else than the intervals do.
+const UserField* BoundOf(const Bnode_bn& node, const char* name) {
+    const UserField* const field = FieldOf(node, name);
+    double bound = 0;
+    const char* end = nullptr;
+    const bool isNumber =
+        field != nullptr && strtodouble2_kt(field->data.c_str(), &bound, &end) >= 0 && *end == 0;
+    return isNumber ? field : nullptr;
+}
+
+/// Whether the field is written as an attribute of the node's element: the marks of diagnosis are.
+bool IsAttribute(const UserField& field) {
+    constexpr std::pair<std::string_view, std::string_view> values[] = {
+        {"diagtype", " target observation auxiliary "},
+        {"ranked", " true false "},
+        {"mandatory", " true false "},
+        {"target", " true false "}};
+    const auto* const known =
+        std::ranges::find(values, std::string_view(field.name),
+                          &std::pair<std::string_view, std::string_view>::first);
+    return known != std::end(values) && !field.data.empty() &&
+           known->second.find(" " + field.data + " ") != std::string_view::npos;
+}
+
+/// Whether the field has a place of its own in the element, and is no property.
+bool HasPlaceOfItsOwn(const Bnode_bn& node, ElementEN element, const UserField& field) {
+    if (IsAttribute(field)) return true;
+    if (element == ElementEN::mau) return &field == FormulaOf(node);
+    if (element != ElementEN::equation) return false;
+    return field.name == "definition" || &field == BoundOf(node, "lower") ||
+           &field == BoundOf(node, "upper");
 }
 
 /// A net as the file will show it.
@@ -113,9 +140,17 @@ public:
     ElementEN element(const Bnode_bn& node) const { return elements_.at(&node); }
     bool isWritten(const Bnode_bn& node) const { return element(node) != ElementEN::none; }
 
+    /// Whether the ids are the states' titles, as the file had them.
+    bool hasTitlesAsIds(const Bnode_bn& node) const {
+        if (!node.variable.titlesAreIds) return false;
+        StateLabels(node.variable, states_);
+        return AreDistinct(states_) && std::ranges::all_of(states_, XmlValueComesBack);
+    }
+
     /// Ids of the states: their names, or legal ones made of their labels; valid until the next
     /// call.
     const Texts& states(const Bnode_bn& node) const {
+        if (hasTitlesAsIds(node)) return states_;
         StateLabels(node.variable, states_);
         char* const* const names = node.variable.stateNames;
         for (std::size_t i = 0; names != nullptr && i < states_.size(); ++i)
@@ -193,7 +228,7 @@ std::vector<const Bnode_bn*> ParentsFirst(const Bnet_bn& net) {
 bool KeepsStateNames(const Plan& plan, const Bnode_bn& node) {
     const ElementEN element = plan.element(node);
     return element != ElementEN::utility && element != ElementEN::mau &&
-           AreKept(node.variable.stateNames, plan.states(node));
+           !plan.hasTitlesAsIds(node) && AreKept(node.variable.stateNames, plan.states(node));
 }
 
 bool KeepsBounds(const Plan& plan, const Bnode_bn& node) {
@@ -215,6 +250,10 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
          return !node.variable.discrete && node.numStates() == 0;
      }},
     {FeatureEN::stateNames, KeepsStateNames},
+    {FeatureEN::unnamedStates,
+     [](const Plan& plan, const Bnode_bn& node) { return plan.hasTitlesAsIds(node); }},
+    {FeatureEN::stateTitles,
+     [](const Plan& plan, const Bnode_bn& node) { return plan.hasTitlesAsIds(node); }},
     {FeatureEN::untitledStates},
     {FeatureEN::levels, KeepsBounds},
     {FeatureEN::position},
@@ -266,16 +305,19 @@ public:
     void write(const Bnode_bn& node) {
         const ElementEN element = plan_.element(node);
         const char* const name = elementNames[static_cast<int>(element)];
-        out_ << "\t\t<" << name << " id=\"" << node.name() << "\">\n";
+        out_ << "\t\t<" << name << " id=\"" << node.name() << '"';
+        for (const UserField& field : node.userFields())
+            if (IsAttribute(field)) out_ << ' ' << field.name << "=\"" << field.data << '"';
+        out_ << ">\n";
         if (element != ElementEN::equation && node.kind != UtilityNode) writeStates(node);
         writeParents(node);
-        writeFields(node, OwnField(node, element));
+        writeFields(node, element);
         switch (element) {
             case ElementEN::equation:
                 writeEquation(node);
                 break;
             case ElementEN::mau:
-                writeField(node, OwnField(node, element));
+                writeField(node, FormulaOf(node)->name);
                 break;
             case ElementEN::deterministic:
                 if (plan_.hasTable(node)) writeResults(node);
@@ -289,7 +331,7 @@ public:
 private:
     void writeStates(const Bnode_bn& node) {
         for (const std::string& id : plan_.states(node))
-            out_ << "\t\t\t<state id=\"" << id << "\" />\n";
+            WriteXmlValue(out_ << "\t\t\t<state id=\"", id), out_ << "\" />\n";
     }
 
     void writeParents(const Bnode_bn& node) {
@@ -302,9 +344,9 @@ private:
         if (*separator == ' ') out_ << "</parents>\n";
     }
 
-    void writeFields(const Bnode_bn& node, std::string_view but) {
+    void writeFields(const Bnode_bn& node, ElementEN element) {
         for (const UserField& field : node.userFields()) {
-            if (field.name == but || !KeepsField(field)) continue;
+            if (!KeepsField(field) || HasPlaceOfItsOwn(node, element, field)) continue;
             out_ << "\t\t\t<property id=\"" << field.name << "\">";
             WriteXmlContent(out_, FieldText(field));
             out_ << "</property>\n";
@@ -320,11 +362,18 @@ private:
     void writeEquation(const Bnode_bn& node) {
         const Varbl_bn& variable = node.variable;
         const bool bounded = HasBounds(variable);
-        out_ << "\t\t\t<definition lower=\"";
-        bounded ? out_ << variable.levels[0] : out_ << "-inf";
-        out_ << "\" upper=\"";
-        bounded ? out_ << variable.levels[variable.numStates] : out_ << "inf";
-        out_ << "\">";
+        const auto writeBound = [&](const char* name, int level, const char* none) {
+            out_ << ' ' << name << "=\"";
+            if (const UserField* const field = BoundOf(node, name))
+                out_ << FieldText(*field);
+            else
+                bounded ? out_ << variable.levels[level] : out_ << none;
+            out_ << '"';
+        };
+        out_ << "\t\t\t<definition";
+        writeBound("lower", 0, "-inf");
+        writeBound("upper", variable.numStates, "inf");
+        out_ << '>';
         WriteXmlContent(out_, FieldText(*FieldOf(node, "definition")));
         out_ << "</definition>\n";
         if (variable.numStates == 0) return;
@@ -344,10 +393,11 @@ private:
         const Texts ids = plan_.states(node);
         const float* row = node.relation.probs;
         out_ << "\t\t\t<resultingstates>";
-        for (int rows = NumProduct(node.parents), r = 0; r < rows; ++r, row += node.numStates())
-            out_ << (r > 0 ? " " : "")
-                 << ids[static_cast<std::size_t>(std::find(row, row + node.numStates(), 1.0F) -
-                                                 row)];
+        for (int rows = NumProduct(node.parents), r = 0; r < rows; ++r, row += node.numStates()) {
+            const auto state = std::find(row, row + node.numStates(), 1.0F) - row;
+            if (r > 0) out_ << ' ';
+            WriteXmlContent(out_, ids[static_cast<std::size_t>(state)]);
+        }
         out_ << "</resultingstates>\n";
     }
 

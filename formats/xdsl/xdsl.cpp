@@ -14,6 +14,7 @@
 
 #include "formats/shared/commas.h"
 #include "formats/shared/judging.h"
+#include "formats/shared/labels.h"
 #include "formats/shared/readers.h"
 #include "formats/shared/statewords.h"
 #include "formats/xdsl/parts.h"
@@ -121,7 +122,10 @@ private:
     /// A formula is a user field of its element's name.
     void readFormula() {
         const std::string name(xml_.tag().name);
-        if (name == "definition") values_->lower = xml_.attribute("lower");
+        if (name == "definition") {
+            values_->lower = xml_.attribute("lower");
+            values_->upper = xml_.attribute("upper");
+        }
         const std::string_view text = xml_.takeText(room_);
         if (!text.empty()) values_->fields.emplace_back(name, text);
     }
@@ -133,7 +137,7 @@ private:
                 continue;
             }
             values_->states.emplace_back(xml_.attribute("label"));
-            values_->uppers.push_back(ReadBound(in_, xml_.attribute("upper")));
+            values_->uppers.push_back(ReadBound(in_, xml_.attribute("upper"), HUGE_VAL));
             leave("interval");
         }
     }
@@ -189,7 +193,10 @@ public:
         values.node = NewNode_ibn(named ? values.id.c_str() : nullptr, 2, net_, {0, 0}, &refused);
         if (values.node == nullptr) throw refused;
         RememberPlace(in_, *values.node);
-        if (named && !IsLegalName_kt(values.id)) values.node->setTitle(values.id);
+        if (named && !IsLegalName_kt(values.id)) {
+            values.node->setTitle(values.id);
+            notKept_.add(LossEN::otherIds, values.id);
+        }
         for (const auto& [name, text] : values.fields)
             values.node->setUserField(name.c_str(), text.data(), static_cast<int>(text.size()));
         if (kind.loss != LossEN::count) notKept_.add(kind.loss, values.node->name());
@@ -236,7 +243,7 @@ public:
     }
 
 private:
-    static const Kind kinds_[10];
+    static const Kind kinds_[11];
 
     void linkFound(NodeValues& values, bool complete) {
         in_.structName = values.node->name();
@@ -253,16 +260,33 @@ private:
     }
 
     void setStates(NodeValues& values) {
-        ThrowIfError(SetStatesToLabels(*values.node, values.states, false));
+        Bnode_bn& node = *values.node;
+        ThrowIfError(SetStatesToLabels(node, values.states, false));
+        node.variable.titlesAreIds = node.variable.stateTitles != nullptr &&
+                                     std::ranges::all_of(values.states, IsStateId) &&
+                                     AreDistinct(values.states);
     }
 
-    /// The intervals of a continuous node; their bounds when all are finite.
+    /// The bounds of a formula that no interval has are user fields.
+    void keepBounds(const NodeValues& values, bool hasLower, bool hasUpper) {
+        const auto keep = [&](const char* name, const std::string& text, bool isHeld) {
+            if (isHeld || !std::isfinite(ReadBound(in_, text, HUGE_VAL))) return;
+            values.node->setUserField(name, text.data(), static_cast<int>(text.size()));
+        };
+        keep("lower", values.lower, hasLower);
+        keep("upper", values.upper, hasUpper);
+    }
+
+    /// The intervals of a continuous node, and their bounds when all between them are finite.
     void setIntervals(NodeValues& values) {
         const int count = static_cast<int>(values.uppers.size());
-        if (count == 0) return;
-        std::vector<double> bounds{ReadBound(in_, values.lower)};
+        if (count == 0) return keepBounds(values, false, false);
+        std::vector<double> bounds{ReadBound(in_, values.lower, -HUGE_VAL)};
         bounds.insert(bounds.end(), values.uppers.begin(), values.uppers.end());
-        const bool finite = std::ranges::all_of(bounds, [](double b) { return std::isfinite(b); });
+        const bool finite = std::all_of(bounds.begin() + 1, bounds.end() - 1,
+                                        [](double b) { return std::isfinite(b); });
+        keepBounds(values, finite,
+                   finite && ReadBound(in_, values.upper, bounds.back()) == bounds.back());
         double* const levels = finite ? new double[bounds.size()] : nullptr;
         if (finite) std::ranges::copy(bounds, levels);
         ThrowIfError(values.node->setStates(count, nullptr, levels, nullptr, nullptr, CheckFull));
@@ -361,7 +385,7 @@ private:
     const Bnode_bn* firstWithout_ = nullptr;
 };
 
-constexpr NodeMaker::Kind NodeMaker::kinds_[10] = {
+constexpr NodeMaker::Kind NodeMaker::kinds_[11] = {
     {"cpt", &NodeMaker::installTable, NatureNode},
     {"deterministic", &NodeMaker::installResults, NatureNode},
     {"truthtable", &NodeMaker::installResults, NatureNode},
@@ -369,6 +393,7 @@ constexpr NodeMaker::Kind NodeMaker::kinds_[10] = {
     {"decision", &NodeMaker::leaveWithout, DecisionNode},
     {"utility", &NodeMaker::installTable, UtilityNode},
     {"mau", &NodeMaker::checkWeights, UtilityNode, LossEN::sums},
+    {"maux", &NodeMaker::checkWeights, UtilityNode, LossEN::sums},
     {"equation", &NodeMaker::leaveWithout, NatureNode, LossEN::equations},
     {"noisyadder", &NodeMaker::leaveWithout, NatureNode, LossEN::gates},
     {"demorgan", &NodeMaker::leaveWithout, NatureNode, LossEN::gates},
@@ -417,8 +442,11 @@ private:
     static const Section sections_[6];
 
     void readAttributes() {
-        const std::string_view id = xml_.attribute("id");
-        if (!id.empty()) SetNetLabel(net_, DupStr_kt(std::string(id).c_str()));
+        const std::string id(xml_.attribute("id"));
+        if (!id.empty()) SetNetLabel(net_, DupStr_kt(id.c_str()));
+        if (IsLegalName_kt(id)) {
+            const OwnedStr old(std::exchange(net_.name, DupStr_kt(id.c_str())));
+        }
         for (const XMLAttribute& attribute : xml_.tag().attributes)
             if (attribute.name != "id" && attribute.name != "version")
                 notKept_.add(LossEN::samplingSettings, attribute.name);

@@ -76,10 +76,12 @@ struct Varbl_bn {
     char** stateNames = nullptr;   ///< null, or numStates entries, each legal and distinct, or null
     char** stateTitles = nullptr;  ///< null, or numStates entries, each may be null
     char** stateComments = nullptr;  ///< null, or numStates entries, each may be null
-    double* levels = nullptr;        ///< null, or numLevels values, from new[]
+    double* levels = nullptr;        ///< null, or numLevels values, from new[]; the
+                                     ///< outermost bounds may be infinite
     int numStates = 2;               ///< 0 for a variable without states
     int numLevels = 0;  ///< numStates: the states' values; numStates + 1: the bounds of intervals
-    bool discrete = true;  ///< false: continuous (numStates intervals when it has any)
+    bool discrete = true;       ///< false: continuous (numStates intervals when it has any)
+    bool titlesAreIds = false;  ///< the file refers to the states by their titles
 
     Varbl_bn() = default;
     Varbl_bn(const Varbl_bn&) = delete;

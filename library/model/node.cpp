@@ -206,6 +206,7 @@ void ModelAccess::replaceStates(Bnode_bn& node, int count, char** names) {
     variable.numStates = count;
     delete[] std::exchange(variable.levels, nullptr);
     variable.numLevels = 0;
+    variable.titlesAreIds = false;
     changed(node);
 }
 
@@ -289,6 +290,7 @@ rept_kt* Bnode_bn::setStateTitle(int state, char* text, CheckEN) {
     if (!HasState(*this, state, "a title")) return Okay_rept_kt;
     if (variable.stateTitles == nullptr)
         variable.stateTitles = ModelAccess::newTexts(*this, numStates());
+    variable.titlesAreIds = false;
     variable.stateTitles[state] =
         text == nullptr ? nullptr : ModelAccess::index(*this).arena.copy(text);
     ModelAccess::changed(*this);
@@ -297,6 +299,7 @@ rept_kt* Bnode_bn::setStateTitle(int state, char* text, CheckEN) {
 
 void Bnode_bn::setStateTitles(char** texts) {
     const OwnedStrs owned(texts, numStates());
+    variable.titlesAreIds = false;
     Assign(variable, variable.stateTitles, ModelAccess::storeTexts(*this, texts, numStates()));
     ModelAccess::changed(*this);
 }
