@@ -1,10 +1,98 @@
 // Hugin .net files: what their texts in tests/cases cannot show, and what hostile files may cost.
 #include <filesystem>
 
+#include "tests/roundtrip.h"
 #include "tests/support.h"
 
 namespace lumo::test {
 namespace {
+
+/// What lenient reading keeps of such files is written as they had it.
+TEST(Hugin, GoesBackAsItCame) {
+    const std::string text = R"(net
+{
+  name = "Farm";
+}
+
+node age
+{
+  states = ("young" "old");
+  subtype = interval;
+  state_values = (-infinity 20.5 infinity);
+  colours = ("red" "dark blue");
+}
+
+node count
+{
+  states = ("0" "5");
+  subtype = number;
+  state_values = (0 5);
+}
+
+node flag
+{
+  states = ("false" "true");
+  subtype = boolean;
+}
+
+continuous node yield
+{
+  label = "Yield";
+}
+
+potential (age)
+{
+  model_nodes = ();
+  model_data = (Normal(20, 5));
+  data = (0.5 0.5);
+}
+
+potential (count)
+{
+  data = (0.123456789012 0.876543210988);
+}
+
+potential (flag | age)
+{
+  data = ((0.2 0.8)
+          (0.3 0.7));
+  experience = (50 20);
+}
+
+potential (yield | flag)
+{
+  data = (normal(0, 1) normal(2 + 3 * yield, 3));
+}
+)";
+    ImportResult result;
+    result.net = ImportLeniently(text, FormatHugin, "farm.net").net;
+    EXPECT_EQ(Write(result, "hugin"), text);
+    const Bnet_bn& net = *result.net;
+    EXPECT_STREQ(net.title, "Farm");
+    EXPECT_FALSE(net.nodes[0]->variable.discrete);
+    ASSERT_EQ(net.nodes[0]->variable.numLevels, 3);
+    EXPECT_EQ(net.nodes[0]->variable.levels[1], 20.5);
+    ASSERT_EQ(net.nodes[1]->variable.numLevels, 2);
+    EXPECT_EQ(net.nodes[1]->variable.levels[1], 5);
+    EXPECT_EQ(net.nodes[0]->userFields().size(), 3U);
+    // Strictly, the texts are what they were.
+    EXPECT_EQ(ImportText(text, FormatHugin, "farm.net").net->nodes[1]->userFields().size(), 1U);
+}
+
+/// Nodes called as the language calls other things are renamed, as programs stumble over them.
+TEST(Hugin, ItsOwnWordsAreNoNames) {
+    ImportResult result;
+    result.net = ImportText(
+                     "net { } node Data { states = (\"a\"); } node Data2 { states = (\"a\"); }"
+                     "node b { states = (\"a\"); } potential (b | Data) { data = (1); }",
+                     FormatHugin)
+                     .net;
+    const std::string text = Write(result, "hugin");
+    EXPECT_NE(text.find("\nnode Data3\n"), text.npos) << text;
+    EXPECT_NE(text.find("\npotential (b | Data3)\n"), text.npos) << text;
+    const Losses losses = FindWriter("hugin")->losses(*result.net);
+    EXPECT_EQ(LossNotes(losses, "Hugin").at(0), "names of 1 node are not kept by Hugin");
+}
 
 Imported Import(const std::string& text) { return ImportText(text, FormatHugin); }
 

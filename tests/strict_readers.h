@@ -80,6 +80,7 @@ private:
         if (kind == 'n') return takeNumber();
         std::string& text = texts.emplace_back();
         const bool taken = kind == 'q'   ? takeQuoted(text)
+                           : kind == 'l' ? takeUpTo(text, ';')
                            : kind == 't' ? takeXml(text, '<')
                            : kind == 'a' ? takeXml(text, '"')
                                          : takeWord(text, kind == 'f');
@@ -98,6 +99,11 @@ private:
             left_.remove_prefix(1);
         }
         return !word.empty();
+    }
+    bool takeUpTo(std::string& text, char end) {
+        text = left_.substr(0, left_.find(end));
+        left_.remove_prefix(text.size());
+        return !text.empty() && text.find('\n') == std::string::npos;
     }
     bool takeQuoted(std::string& text) {
         static constexpr std::string_view escapes = "\"\\ntr", meanings = "\"\\\n\t\r";
@@ -447,7 +453,10 @@ inline StrictNet ReadStrictHugin(std::string_view text) {
     StrictBuilder file(text, " ");
     Scan& in = file.in;
     for (in.expect("net\n{\n"); in.take("  $f = $q;\n");) continue;
-    for (in.expect("}\n"); in.take("\n$w $w\n{\n");) {
+    for (in.expect("}\n");;) {
+        const bool continuous = in.take("\ncontinuous node $w\n{\n");
+        if (continuous) in.texts.insert(in.texts.begin(), "node");
+        if (!continuous && !in.take("\n$w $w\n{\n")) break;
         const std::string kind = in.texts[0];
         in.expect(kind == "node" || kind == "decision" || kind == "utility", "a kind");
         StrictNode& node = file.add(in.texts[1], kind == "node" ? "nature" : kind);
@@ -455,7 +464,7 @@ inline StrictNet ReadStrictHugin(std::string_view text) {
         node.isPlaced = in.take("  position = ($n $n);\n");
         if (in.take("  states = ($Q);\n")) node.states = in.texts;
         in.expect(std::count(node.states.begin(), node.states.end(), "") == 0, "texts of states");
-        while (in.take("  $f = $q;\n")) continue;
+        while (in.take("  $f = $q;\n") || in.take("  $f = $l;\n")) continue;
         in.expect("}\n");
     }
     while (in.take("\npotential ($w")) {
@@ -466,7 +475,10 @@ inline StrictNet ReadStrictHugin(std::string_view text) {
             sizes.push_back(file.net[parent].states.size());
         if (!node.states.empty() || sizes.empty())
             sizes.push_back(std::max<std::size_t>(node.states.size(), 1));
-        node.hasTable = in.take("  data = ");
+        while (in.take("  model_nodes = $l;\n") || in.take("  model_data = $l;\n")) continue;
+        const bool isText = node.states.empty() && node.kind == "nature";
+        node.hasTable = !isText && in.take("  data = ");
+        if (isText) in.take("  data = $l;\n");
         if (node.hasTable) {
             in.expect(node.kind != "decision", "no table of a decision");
             TakeNested(in, sizes, 0, node.table);

@@ -179,6 +179,16 @@ struct HuginMessages {
         "compile settings [is|are] not kept: %s",
         "read leniently, fields `HR_...` without a counterpart are told once. Nothing needs to be "
         "done", {"net { HR_Monitor_X = \"1\"; HR_HTML_Desc = \"\"; } node A { }", 1, 7, leniently}};
+    Message<int, const char*> valuesRead{-5150, notice, "the states of %d node[|s] have values or "
+        "are intervals: %s", "read leniently, `state_values` of a node whose `subtype` is `number` "
+        "or `interval` are the values of its states or the bounds of its intervals, and no user "
+        "field. Nothing needs to be done", {"net { }\nnode A { subtype = number; states = (\"0\" "
+        "\"5\"); state_values = (0 5); }", 2, 35, leniently}};
+    Message<const char*, int> stateValueCount{-5151, warning, "the state values of >-node '%s' are "
+        "not read: %d increasing numbers are wanted", "a node of the subtype `number` has "
+        "a value for each state, one of the subtype `interval` a bound more, of which the outermost "
+        "may be `infinity`; the text is a user field. Correct the list", {"net { }\nnode A { subtype "
+        "= interval; state_values = (0 5); }", 2, 30, leniently}};
     Message<int, const char*> instancesRead{-5142, notice, "%d instance[ is|s are] read as nodes "
         "of the net: %s", "read leniently, an instance `S1` of a class puts the nodes of the class "
         "into the net, with titles such as `S1.X`; the nodes that its header names stand for its "

@@ -1,7 +1,9 @@
 // Hugin files: the fields of nodes, and the readers of values that other fields share.
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -20,7 +22,8 @@ namespace {
 
 using NodeHandler = void(Parser_CString_kt& in, Bnode_bn& node);
 NodeHandler parse_node_label, parse_node_position, parse_node_states, parse_node_HR_Desc,
-    parse_node_HR_Grp, parse_node_HR_Group, parse_node_HR_State_, parse_node_userdef;
+    parse_node_HR_Grp, parse_node_HR_Group, parse_node_HR_State_, parse_node_userdef,
+    parse_node_subtype, parse_node_state_values;
 
 constexpr Field<Bnode_bn> NodeFields[] = {
     {"label", parse_node_label},   {"position", parse_node_position},
@@ -29,6 +32,12 @@ constexpr Field<Bnode_bn> NodeFields[] = {
 };
 constexpr const char* StatePrefix = "HR_State_";
 
+/// Those that are read leniently alone.
+constexpr Field<Bnode_bn> LenientFields[] = {
+    {"subtype", parse_node_subtype},
+    {"state_values", parse_node_state_values},
+};
+
 char** CopyOf(char* const* texts, int count) {
     if (texts == nullptr) return nullptr;
     char** const copy = new char*[static_cast<std::size_t>(count)]();
@@ -36,13 +45,25 @@ char** CopyOf(char* const* texts, int count) {
     return copy;
 }
 
+/// Gives the states values, or makes them the intervals between the numbers.
+void SetLevels(Varbl_bn& variable, const std::vector<double>& numbers) {
+    auto levels = std::make_unique<double[]>(numbers.size());
+    std::ranges::copy(numbers, levels.get());
+    delete[] std::exchange(variable.levels, levels.release());
+    variable.numLevels = static_cast<int>(numbers.size());
+    variable.discrete = variable.numLevels == variable.numStates;
+}
+
 /// Gives the node the states and kind of another.
 void Repeat(Parser_CString_kt& in, Bnode_bn& node, const Bnode_bn& of) {
     const Varbl_bn& variable = of.variable;
-    if (!variable.discrete) return in.setError(node.setDiscrete(ContinuousVar, false, CheckFull));
+    if (!variable.discrete && variable.numStates == 0)
+        return in.setError(node.setDiscrete(ContinuousVar, false, CheckFull));
     in.setError(node.setStates(variable.numStates, CopyOf(variable.stateNames, variable.numStates),
                                nullptr, nullptr, nullptr, CheckFull));
     node.setStateTitles(CopyOf(variable.stateTitles, variable.numStates));
+    if (variable.levels != nullptr)
+        SetLevels(node.variable, {variable.levels, variable.levels + variable.numLevels});
     in.setError(node.setKind(of.kind, CheckFull));
 }
 
@@ -89,6 +110,7 @@ void ReadRepetition(Parser_CString_kt& in, Bnode_bn& node) {
 
 Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
     StateOf(in).nodes.stateTexts.clear();
+    StateOf(in).nodes.values = {};
     Bnet_bn& net = *drawing.getBNet();
     const std::string name(ReadName(in));
     if (name.empty()) {
@@ -125,12 +147,73 @@ FieldHandler<Bnode_bn> read_node_func(Parser_CString_kt& in, const char* name) {
         StateOf(in).nodes.stateNumber = name + std::strlen(StatePrefix);
         return parse_node_HR_State_;
     }
+    if (const auto handler = StateOf(in).lenient ? FindField(LenientFields, name) : nullptr) return handler;
     if (IsKeyword(name, "subtype") || HasPrefix_kt("HR_", name)) return nullptr;
     StateOf(in).nodes.userFieldName = name;
     return parse_node_userdef;
 }
 
+namespace {
+
+/// The numbers of a list in parentheses, `infinity` among them; none when some are something else.
+std::vector<double> NumbersOf(std::string_view text) {
+    constexpr std::string_view separators = " \t\r\n,()";
+    std::vector<double> numbers;
+    for (std::size_t at = 0; (at = text.find_first_not_of(separators, at)) != text.npos;) {
+        const std::string word(text.substr(at, text.find_first_of(separators, at) - at));
+        at += word.size();
+        const bool isBound = streqli_kt(word.c_str(), "infinity");
+        if (isBound || streqli_kt(word.c_str(), "-infinity")) {
+            numbers.push_back(isBound ? HUGE_VAL : -HUGE_VAL);
+            continue;
+        }
+        char* end = nullptr;
+        int error = 0;
+        numbers.push_back(strtod1_kt(word.c_str(), &end, &error));
+        if (error != 0 || *end != '\0') return {};
+    }
+    return numbers;
+}
+
+/// Whether they are values of states, or the bounds of intervals, of which the outermost may be
+/// infinite.
+bool AreLevels(const std::vector<double>& numbers, bool intervals) {
+    const auto open = static_cast<std::size_t>(intervals);
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        const bool isOutermost = intervals && (i == 0 || i + open == numbers.size());
+        if (!isOutermost && !std::isfinite(numbers[i])) return false;
+        if (intervals && i > 0 && numbers[i - 1] >= numbers[i]) return false;
+    }
+    return true;
+}
+
+/// What the states stand for, where the subtype says that it is numbers; else the texts are user
+/// fields.
+void FinishValues(Parser_CString_kt& in, Bnode_bn& node) {
+    const ValuesText& values = StateOf(in).nodes.values;
+    const bool intervals = streqli_kt(values.subtype.c_str(), "interval");
+    if (values.place != nullptr && node.numStates() > 0 &&
+        (intervals || streqli_kt(values.subtype.c_str(), "number"))) {
+        const std::vector<double> numbers = NumbersOf(values.text);
+        const int wanted = node.numStates() + static_cast<int>(intervals);
+        in.setTokenStart(values.place);
+        if (std::ssize(numbers) == wanted && AreLevels(numbers, intervals)) {
+            SetLevels(node.variable, numbers);
+            return ListNode(in, msg::hugin.valuesRead, node.name());
+        }
+        in.report(msg::hugin.stateValueCount, node.name(), wanted);
+    }
+    const auto keep = [&node](const char* name, const std::string& text) {
+        if (!text.empty()) node.setUserField(name, text.data(), static_cast<int>(text.size()));
+    };
+    keep("subtype", values.subtype);
+    keep("state_values", values.text);
+}
+
+}  // namespace
+
 void FinishNode(Parser_CString_kt& in, Bnode_bn& node) {
+    FinishValues(in, node);
     for (StateText& text : StateOf(in).nodes.stateTexts) {
         in.setTokenStart(text.place);
         in.setError(node.setStateComment(text.state, text.text.newCopy()));
@@ -215,6 +298,17 @@ void parse_node_HR_State_(Parser_CString_kt& in, Bnode_bn&) {
     if (!text.text.isEmpty()) StateOf(in).nodes.stateTexts.push_back(std::move(text));
 }
 
+void parse_node_subtype(Parser_CString_kt& in, Bnode_bn&) {
+    char text[ValueSize + 1];
+    ReadValue(in, text);
+    StateOf(in).nodes.values.subtype = text;
+}
+
+void parse_node_state_values(Parser_CString_kt& in, Bnode_bn&) {
+    StateOf(in).nodes.values.place = in.tokenStart();
+    StateOf(in).nodes.values.text = ReadText(in);
+}
+
 void parse_node_userdef(Parser_CString_kt& in, Bnode_bn& node) {
     char text[ValueSize + 1];
     ReadValue(in, text);
@@ -224,6 +318,26 @@ void parse_node_userdef(Parser_CString_kt& in, Bnode_bn& node) {
 }  // namespace
 
 // ---- Value readers -------------------------------------------------------------------------
+
+namespace {
+
+/// The text without its comments, each run of white space one blank.
+std::string OnOneLine(std::string_view text) {
+    std::string out;
+    bool quoted = false;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (text[at] == '"') quoted = !quoted;
+        if (text[at] == '%' && !quoted) at = std::min(text.find('\n', at), text.size() - 1);
+        const bool blank = std::string_view(" \t\r\n").find(text[at]) != std::string_view::npos;
+        if (!blank)
+            out += text[at];
+        else if (!out.empty() && out.back() != ' ')
+            out += ' ';
+    }
+    return out.substr(0, out.find_last_not_of(' ') + 1);
+}
+
+}  // namespace
 
 bool HasValue(Parser_CString_kt& in) {
     if (in.peekPunc() != ';' && in.peekPunc() != '}') return true;
@@ -261,6 +375,18 @@ void ReadValue(Parser_CString_kt& in, char* text) {
                   ValueSize);
     }
     text[value.copy(text, ValueSize)] = '\0';
+}
+
+std::string ReadText(Parser_CString_kt& in) {
+    if (in.peekPunc() == '"') {
+        strin_kt text;
+        ReadQuotedText(in, text);
+        return std::string(text.view());
+    }
+    if (!HasValue(in)) return {};
+    const ParserPos_kt start = in.getPos();
+    SkipField(in, start);
+    return OnOneLine({start, static_cast<std::size_t>(in.getPos() - start)});
 }
 
 void read_int_string(Parser_CString_kt& in, int& value) {

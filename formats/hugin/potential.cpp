@@ -114,31 +114,10 @@ FieldHandler<Bnode_bn> read_potential_func(Parser_CString_kt& in, const char* na
 
 namespace {
 
-// ---- Texts ---------------------------------------------------------------------------------
-
-/// The text without its comments, each run of white space one blank.
-std::string OnOneLine(std::string_view text) {
-    std::string out;
-    bool quoted = false;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (text[at] == '"') quoted = !quoted;
-        if (text[at] == '%' && !quoted) at = std::min(text.find('\n', at), text.size() - 1);
-        const bool blank = std::string_view(" \t\r\n").find(text[at]) != std::string_view::npos;
-        if (!blank)
-            out += text[at];
-        else if (!out.empty() && out.back() != ' ')
-            out += ' ';
-    }
-    return out.substr(0, out.find_last_not_of(' ') + 1);
-}
-
 /// Keeps the field's value as a user field of the node.
 void KeepText(Parser_CString_kt& in, Bnode_bn& node, const char* name) {
-    if (!HasValue(in)) return;
-    const ParserPos_kt start = in.getPos();
-    SkipField(in, start);
-    const std::string text = OnOneLine({start, static_cast<std::size_t>(in.getPos() - start)});
-    node.setUserField(name, text.data(), static_cast<int>(text.size()));
+    const std::string text = ReadText(in);
+    if (!text.empty()) node.setUserField(name, text.data(), static_cast<int>(text.size()));
 }
 
 void ParsePotentialModel(Parser_CString_kt& in, Bnode_bn& node) {
@@ -151,7 +130,7 @@ void ParsePotentialModel(Parser_CString_kt& in, Bnode_bn& node) {
 /// Whether a table of the nodes would be one of distributions.
 bool AnyContinuous(const BndList_bn& nodes) {
     return std::ranges::any_of(nodes, [](const Bnode_bn* node) {
-        return node->kind == NatureNode && !node->variable.discrete;
+        return node->kind == NatureNode && !node->variable.discrete && node->numStates() == 0;
     });
 }
 

@@ -54,12 +54,19 @@ struct Repetition {
     ParserPos_kt place;
 };
 
+/// What the node being read says of the numbers that its states stand for.
+struct ValuesText {
+    std::string subtype, text;
+    ParserPos_kt place = nullptr;
+};
+
 struct Nodes {
     // The part of the field's name that its handler needs, while that handler runs.
     const char* stateNumber = nullptr;
     const char* userFieldName = nullptr;
     std::vector<StateText> stateTexts;
     TextList labels;  ///< of the states of the node being read
+    ValuesText values;
     std::vector<Repetition> repetitions;
 };
 
@@ -222,6 +229,10 @@ void read_bool_string(Parser_CString_kt& in, bool& value);
 
 /// A value of one line as text: a quoted string, or what stands up to the end of the field.
 void ReadValue(Parser_CString_kt& in, char* text);
+
+/// A value of any length on one line, without its comments: a quoted text, or what stands up to the
+/// end of the field.
+std::string ReadText(Parser_CString_kt& in);
 
 /// The integer at the start of the text, 0 when there is none; `rest` is what follows it. False
 /// when it does not fit an int.

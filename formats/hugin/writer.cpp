@@ -66,6 +66,18 @@ double ZoomAsRead(double zoom) {
     return read > 0 && std::isfinite(read) && std::isfinite(fullZoom / read) ? read : 1;
 }
 
+/// Words of the language, which a node cannot be called.
+constexpr std::string_view ownWords[] = {
+    "net",         "class",      "node",     "decision", "utility",   "discrete", "continuous",
+    "chance",      "function",   "temporal", "instance", "potential", "data",     "experience",
+    "fading",      "normal",     "states",   "label",    "position",  "subtype",  "state_values",
+    "model_nodes", "model_data", "inputs",   "outputs",  "number",    "interval", "boolean"};
+
+bool IsOwnWord(const char* name) {
+    return std::ranges::any_of(
+        ownWords, [name](std::string_view word) { return streqli_kt(word.data(), name); });
+}
+
 /// A net as the file will show it.
 class Plan {
 public:
@@ -79,6 +91,7 @@ public:
             places_.emplace(set.get(), place++);
             if (IsLegalName_kt(set->name())) groupNames_.add(set->name());
         }
+        renameNodes();
         colored_ = place;
         while (colored_ > 0 && IsDefaultColor(colors_[static_cast<std::size_t>(colored_ - 1)]))
             --colored_;
@@ -87,6 +100,12 @@ public:
     const Placing& placing() const { return placing_; }
     const Tables& tables() const { return tables_; }
     const Bnet_bn& net() const { return net_; }
+
+    const char* nameOf(const Bnode_bn& node) const {
+        const auto found = renamed_.find(&node);
+        return found == renamed_.end() ? node.name() : found->second.c_str();
+    }
+    bool keepsName(const Bnode_bn& node) const { return !renamed_.contains(&node); }
 
     // Groups. Those at the end of the list have no color in the file when theirs is the default.
 
@@ -122,10 +141,24 @@ public:
     }
 
 private:
+    void renameNodes() {
+        const auto isOwnWord = [](const Bnode_bn* node) { return IsOwnWord(node->name()); };
+        if (std::none_of(net_.nodes.begin(), net_.nodes.end(), isOwnWord)) return;
+        UniqueNames_kt names;
+        for (const Bnode_bn* node : net_.nodes) names.add(node->name());
+        for (const Bnode_bn* node : net_.nodes) {
+            if (!isOwnWord(node)) continue;
+            const std::string& name =
+                renamed_.emplace(node, names.unique(node->name(), 'N')).first->second;
+            names.add(name);
+        }
+    }
+
     const Bnet_bn& net_;
     Placing placing_;
     Tables tables_;
     std::vector<RGB> colors_;
+    std::unordered_map<const Bnode_bn*, std::string> renamed_;
     std::unordered_map<const nodeset_bn*, int> places_;
     UniqueNames_kt groupNames_;
     int colored_ = 0;
@@ -151,10 +184,64 @@ bool IsFieldName(const std::string& name) {
                         [&](const char* word) { return streqli_kt(word, name.c_str()); });
 }
 
-bool IsWritable(const UserField& field) {
+/// Whether the text can stand without quotes: lists and calls, (0 1 2) or normal (0, 1), as the
+/// language has them in some fields, with nothing in them that ends a field or an object.
+bool IsList(std::string_view text) {
+    if (text.empty() || text.back() != ')') return false;
+    int open = 0;
+    bool quoted = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '"') quoted = !quoted;
+        const bool isPlain = quoted ? c != '\\' : std::string_view(";{}%").find(c) == text.npos;
+        const bool isBlank = c == ' ' && i > 0 && text[i - 1] != ' ';
+        if (!isPlain || (c >= 0 && c <= ' ' && !isBlank)) return false;
+        if (quoted) continue;
+        if (open == 0 && i > 0 && std::string_view("=|,").find(c) != text.npos) return false;
+        open += (c == '(') - (c == ')');
+        if (open < 0) return false;
+    }
+    return open == 0 && !quoted && ToUtf8(text) == text;
+}
+
+/// Whether a continuous variable without intervals is among the nodes: tables are texts then.
+bool IsContinuous(const Bnode_bn* node) {
+    return node->kind == NatureNode && !node->variable.discrete && node->numStates() == 0;
+}
+
+/// Whether the field belongs into the node's potential: its distribution, or the expression behind
+/// its table.
+bool IsOfPotential(const Bnode_bn& node, const UserField& field) {
+    const bool isModel = field.name == "model_nodes" || field.name == "model_data";
+    const bool isTable = field.name == "data" && node.relation.kind == RelnKindEN::none &&
+                         std::any_of(node.family.begin(), node.family.end(), IsContinuous);
+    return (isModel || isTable) && IsList(FieldText(field));
+}
+
+/// Whether the numbers of the states say what these fields would.
+bool HasLevels(const Varbl_bn& variable) {
+    if (variable.levels == nullptr || variable.numStates == 0) return false;
+    const int open = variable.numLevels > variable.numStates ? 1 : 0;
+    return std::all_of(variable.levels + open, variable.levels + variable.numLevels - open,
+                       [](double level) { return std::isfinite(level); });
+}
+
+bool SaysLevels(const UserField& field) {
+    return field.name == "subtype" || field.name == "state_values";
+}
+
+/// Without quotes: the language knows these words.
+bool IsSubtype(const UserField& field) {
+    return field.name == "subtype" && (field.data == "label" || field.data == "boolean" ||
+                                       field.data == "number" || field.data == "interval");
+}
+
+bool IsWritable(const Bnode_bn& node, const UserField& field) {
+    if (IsOfPotential(node, field) || IsSubtype(field)) return true;
     const std::string_view text = FieldText(field);
+    if (field.name == "state_values" && IsList(text)) return true;
     return IsFieldName(ToUtf8(field.name)) && text.find('\0') == std::string_view::npos &&
-           ToUtf8(text).size() <= longestValue;
+           ToUtf8(text).size() <= longestValue && !(SaysLevels(field) && HasLevels(node.variable));
 }
 
 // ---- Tables --------------------------------------------------------------------------------
@@ -198,6 +285,10 @@ bool KeepsExperience(const Plan& plan, const Bnode_bn& node) {
 
 // ---- What is kept --------------------------------------------------------------------------
 
+bool KeepsLevels(const Bnode_bn& node) {
+    return node.kind != UtilityNode && HasLevels(node.variable);
+}
+
 bool KeepsStateNames(const Plan& plan, const Bnode_bn& node) {
     return StatesOf(node) > 0 && AreKept(node.variable.stateNames, plan.readNames(node));
 }
@@ -220,16 +311,24 @@ bool KeepsGroups(const Plan&, const Bnode_bn& node) {
 }
 
 bool KeepsUserFields(const Plan&, const Bnode_bn& node) {
-    return std::all_of(node.userFields().begin(), node.userFields().end(), IsWritable);
+    return std::ranges::all_of(node.userFields(), [&](const UserField& field) {
+        return IsWritable(node, field) && !(SaysLevels(field) && HasLevels(node.variable));
+    });
 }
 
 constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::node},
-    {FeatureEN::name},
+    {FeatureEN::name, [](const Plan& plan, const Bnode_bn& node) { return plan.keepsName(node); }},
     {FeatureEN::title},
     {FeatureEN::sameTitle},
     {FeatureEN::comment},
     {FeatureEN::kind},
+    {FeatureEN::continuous,
+     [](const Plan&, const Bnode_bn& node) {
+         return IsContinuous(&node) || (node.kind == NatureNode && HasLevels(node.variable));
+     }},
+    {FeatureEN::stateValues, [](const Plan&, const Bnode_bn& node) { return KeepsLevels(node); }},
+    {FeatureEN::levels, [](const Plan&, const Bnode_bn& node) { return KeepsLevels(node); }},
     {FeatureEN::utilityForm,
      [](const Plan&, const Bnode_bn& node) {
          return node.numStates() == 0 && !node.variable.discrete;
@@ -263,6 +362,8 @@ constexpr Kept<Plan, int> keptOfGroups[] = {
 
 constexpr Kept<Plan, Bnet_bn> keptOfNet[] = {
     {FeatureEN::nodeOrder},
+    {FeatureEN::netTitle,
+     [](const Plan&, const Bnet_bn& net) { return ToUtf8(net.title).size() <= longestValue; }},
     {FeatureEN::noNetTitle},
     {FeatureEN::netComment},
     {FeatureEN::autoUpdate},
@@ -337,19 +438,21 @@ void WriteGroups(TextOut& out, Plan& plan) {
 void WriteNet(TextOut& out, Plan& plan) {
     const Bnet_bn& net = plan.net();
     out << "net\n{\n";
+    if (HasText(net.title)) WriteField(out, "name", net.title);
     if (HasText(net.comment)) WriteField(out, "HR_Desc", net.comment);
     WriteDisplay(out, net);
     WriteGroups(out, plan);
     out << "}\n";
 }
 
-constexpr std::string_view KindOf(NodeKindEN kind) {
-    if (kind == DecisionNode) return "decision";
-    return kind == UtilityNode ? "utility" : "node";
+std::string_view KindOf(const Bnode_bn& node) {
+    if (IsContinuous(&node)) return "continuous node";
+    if (node.kind == DecisionNode) return "decision";
+    return node.kind == UtilityNode ? "utility" : "node";
 }
 
 void WriteStates(TextOut& out, const Bnode_bn& node, const Plan& plan) {
-    if (node.kind == UtilityNode) return;
+    if (node.kind == UtilityNode || IsContinuous(&node)) return;
     out << "  states = (";
     WriteSeparated(out, plan.labels(node), " ",
                    [&](const std::string& label) { out << Quoted(label); });
@@ -360,8 +463,23 @@ void WriteStates(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     }
 }
 
+/// What the states stand for: a number each, or the intervals between the numbers.
+void WriteLevels(TextOut& out, const Varbl_bn& variable) {
+    const bool intervals = variable.numLevels > variable.numStates;
+    out << "  subtype = " << (intervals ? "interval" : "number") << ";\n  state_values = (";
+    for (int i = 0; i < variable.numLevels; ++i) {
+        const double level = variable.levels[i];
+        if (i > 0) out << ' ';
+        if (std::isfinite(level))
+            out << level;
+        else
+            out << (level < 0 ? "-infinity" : "infinity");
+    }
+    out << ");\n";
+}
+
 void WriteNode(TextOut& out, const Bnode_bn& node, const Plan& plan) {
-    out << '\n' << KindOf(node.kind) << ' ' << node.name() << "\n{\n";
+    out << '\n' << KindOf(node) << ' ' << plan.nameOf(node) << "\n{\n";
     if (HasText(node.title)) WriteField(out, "label", node.title);
     if (plan.placing().hasPlaces()) {
         const coord_kt at = plan.placing().written(node);
@@ -371,8 +489,16 @@ void WriteNode(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     if (HasText(node.comment)) WriteField(out, "HR_Desc", node.comment);
     if (!node.nodesets().empty())
         WriteNumberField(out, "HR_Grp", plan.placeOf(*node.nodesets().front()));
-    for (const UserField& field : node.userFields())
-        if (IsWritable(field)) WriteField(out, field.name, FieldText(field));
+    if (KeepsLevels(node)) WriteLevels(out, node.variable);
+    for (const UserField& field : node.userFields()) {
+        if (!IsWritable(node, field) || IsOfPotential(node, field)) continue;
+        if (SaysLevels(field) && KeepsLevels(node)) continue;
+        const std::string_view text = FieldText(field);
+        if (IsSubtype(field) || (text.starts_with('(') && IsList(text)))
+            out << "  " << field.name << " = " << text << ";\n";
+        else
+            WriteField(out, field.name, text);
+    }
     out << "}\n";
 }
 
@@ -434,11 +560,15 @@ bool IsTakenForCounts(const Bnode_bn& node, const Plan& plan) {
 
 void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     const bool hasTable = KeepsTable(plan, node);
-    if (!hasTable && node.parents.N == 0) return;
-    out << "\npotential (" << node.name();
+    const auto isOfPotential = [&](const UserField& field) { return IsOfPotential(node, field); };
+    if (!hasTable && node.parents.N == 0 && std::ranges::none_of(node.userFields(), isOfPotential))
+        return;
+    out << "\npotential (" << plan.nameOf(node);
     if (node.parents.N > 0) out << " |";
-    for (const Bnode_bn* parent : node.parents) out << ' ' << parent->name();
+    for (const Bnode_bn* parent : node.parents) out << ' ' << plan.nameOf(*parent);
     out << ")\n{\n";
+    for (const UserField& field : node.userFields())
+        if (isOfPotential(field)) out << "  " << field.name << " = " << FieldText(field) << ";\n";
     if (hasTable) {
         out << "  data = ";
         TableWriter table(out, node, StatesOf(node));
