@@ -244,11 +244,11 @@ inline std::vector<std::string> Unexplained(Json before, Json after, Losses loss
     return faults;
 }
 
-/// Strictly, but for what only lenient reading of a format keeps: experience.
+/// Strictly, but for what only lenient reading of a format keeps: experience, user fields.
 inline ImportResult ReadBack(const std::string& text, int code, const char* name) {
     ImportResult result;
-    Imported got =
-        code == FormatHugin ? ImportLeniently(text, code, name) : ImportText(text, code, name);
+    Imported got = code == FormatHugin || code == FormatXMLBIF ? ImportLeniently(text, code, name)
+                                                               : ImportText(text, code, name);
     result.net = std::move(got.net);
     for (const Seen& seen : got.seen.reports) {
         ReportRecord& record = result.reports.emplace_back();

@@ -286,13 +286,15 @@ inline StrictNet ReadStrictXml(std::string_view text) {
     StrictBuilder file(text, " ");
     Scan& in = file.in;
     in.expect(
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<BIF "
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<!-- In the tables the state of the node varies fastest. -->\n<BIF "
         "VERSION=\"0.3\">\n<NETWORK>\n<NAME>$t</NAME>\n");
     in.expect(!in.texts[0].empty(), "a name");
     while (in.take("<VARIABLE TYPE=\"$w\">\n<NAME>$t</NAME>\n")) {
         StrictNode& node = file.add(in.texts[1], in.texts[0]);
         while (in.take("<OUTCOME>$t</OUTCOME>\n")) node.states.push_back(in.texts[0]);
         node.isPlaced = in.take("<PROPERTY>position = ($n, $n)</PROPERTY>\n");
+        while (in.take("<PROPERTY>$t</PROPERTY>\n")) continue;
         in.expect("</VARIABLE>\n");
     }
     while (in.take("<DEFINITION>\n<FOR>$t</FOR>\n")) {

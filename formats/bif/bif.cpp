@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "formats/bif/bif.h"
@@ -20,6 +21,7 @@
 #include "formats/shared/positions.h"
 #include "formats/shared/readers.h"
 #include "formats/shared/statewords.h"
+#include "formats/shared/tableorder.h"
 #include "library/text/tokens.h"
 
 namespace lumo {
@@ -188,6 +190,8 @@ struct Definitions {
     std::vector<float> numbers;         // working storage
     std::vector<int> states;  // of the row; before it is read, those that follow the last row's
     int child = -1;           // the place of the node defined last
+    TableOrder order;
+    std::unordered_set<const Bnode_bn*> toBeLearnt;
 };
 
 /// Reads a probability block after its keyword: the parents, then the table, as a whole or row by
@@ -319,21 +323,32 @@ private:
         if (rowsGiven_) in_.report(msg::bif.tableAndRows, node_->name());
         if (tableGiven_) in_.report(msg::import.tableAgain, node_->name());
         tableGiven_ = true;
-        XArray<float> table = turned(numbers.data(), entries);
-        XArray<double> exact = read != nullptr ? turned(read, entries) : nullptr;
+        if (isToBeLearnt(numbers.data(), entries)) return;
+        const bool slowest =
+            !in_.lenient || !file_.order.isTurned(in_, *node_, numbers.data(), entries, true);
+        XArray<float> table = inRows(numbers.data(), entries, slowest);
+        XArray<double> exact = read != nullptr ? inRows(read, entries, slowest) : nullptr;
         ThrowIfError(node_->setProbsTable(table.release(), false, CheckFull, exact.release()));
     }
 
     /// The numbers in rows.
     template <class T>
-    XArray<T> turned(const T* numbers, int entries) {
+    XArray<T> inRows(const T* numbers, int entries, bool stateSlowest) {
         XArray<T> table = NewTable<T>(entries, *node_);
-        const int states = node_->numStates();
-        const int rows = states == 0 ? 0 : entries / states;
-        for (int state = 0; state < states; ++state)
-            for (int row = 0; row < rows; ++row)
-                table[static_cast<std::size_t>(row * states + state)] = *numbers++;
+        if (stateSlowest)
+            TurnTable(numbers, node_->numStates(), entries, table.get());
+        else
+            std::copy_n(numbers, entries, table.get());
         return table;
+    }
+
+    /// Some programs write -1 for all probabilities that are to be learnt. True, and the node has
+    /// no table, when these are such.
+    bool isToBeLearnt(const float* numbers, int count) {
+        if (!in_.lenient || std::any_of(numbers, numbers + count, [](float p) { return p != -1; }))
+            return false;
+        file_.toBeLearnt.insert(node_);
+        return true;
     }
 
     // ---- Rows
@@ -350,6 +365,7 @@ private:
     /// What the rows that are not listed get, wherever it stands.
     void readDefault() {
         const float* const vector = readVector();
+        if (isToBeLearnt(vector, node_->numStates())) return;
         default_.assign(vector, vector + node_->numStates());
         const double* const exact = exactVector();
         exactDefault_.assign(exact, exact + (exact != nullptr ? node_->numStates() : 0));
@@ -363,6 +379,7 @@ private:
         readRowStates();
         if (!causes_.empty()) return readCause(place);
         const float* const vector = readVector();
+        if (isToBeLearnt(vector, node_->numStates())) return toNextRow();
         in_.setTokenStart(place);
         if (!rowsGiven_ && tableGiven_) in_.report(msg::bif.tableAndRows, node_->name());
         rowsGiven_ = true;
@@ -547,10 +564,16 @@ public:
             ProbabilityReader(in_, net_, definitions_).read();
             in_.checkError();
         }
+        definitions_.order.finish(in_);
         in_.jumpToEnd();
         in_.isAtEnd();
         judge();
-        JudgeNodes(in_, net_, [](const Bnode_bn& node) { return !IsDefined(node); });
+        const auto& learnt = definitions_.toBeLearnt;
+        if (learnt.empty())
+            return JudgeNodes(in_, net_, [](const Bnode_bn& node) { return !IsDefined(node); });
+        const auto first = std::ranges::find_if(
+            net_.nodes, [&](const Bnode_bn* node) { return learnt.contains(node); });
+        in_.report(msg::bif.toBeLearnt, static_cast<int>(learnt.size()), (*first)->name());
     }
 
 private:
@@ -579,7 +602,9 @@ private:
     void judge() {
         if (!sawBlock_) throw in_.report(msg::bif.notBif);
         if (net_.nodes.N == 0) in_.report(msg::bif.noVariables);
-        const auto isMissing = [](const Bnode_bn* node) { return !IsDefined(*node); };
+        const auto isMissing = [&](const Bnode_bn* node) {
+            return !IsDefined(*node) && !definitions_.toBeLearnt.contains(node);
+        };
         const auto missing = std::ranges::count_if(net_.nodes, isMissing);
         if (missing == 0) return;
         in_.report(msg::bif.noProbabilities, static_cast<int>(missing), net_.nodes.N,
@@ -596,7 +621,8 @@ private:
 
 }  // namespace
 
-rept_kt* ParseBifFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing, const ReadOptions&) {
+rept_kt* ParseBifFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
+                      const ReadOptions& readOptions) {
     const std::unique_ptr<short[]> charProps(MakeStdCharProps_kt());
     SetCharProp_kt("\"(){}[];|", CharPropPunct, charProps.get());
     SetCharProp_kt(",", CharPropSpace, charProps.get());
@@ -606,6 +632,7 @@ rept_kt* ParseBifFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing, con
     const OwnedParser parser(channel.makeParser(&options));
     Parser_CString_kt& in = TextParser(*parser);
     in.reserved = in.bytesLeft() + MaxTableEntries;
+    in.lenient = readOptions.lenient;
     ReadToTheEnd(in, [&] { BifReader(in, net).read(); });
     in.checkError();
     PlaceNodes(drawing, in.positionCount > 0, positionScale);

@@ -7,10 +7,16 @@ namespace lumo {
 
 struct BifMessages {
     using enum MessageKind;
+    using enum ReadingEN;
     // clang-format off
     Message<> notBif{-5300, error, "this is no BIF file: it has no network, variable or "
         "probability block",
         "choose another format with `--from`; the word BIF is used for several", {"x", 1, 2}};
+    Message<int, const char*> toBeLearnt{-5328, warning, "%d node[ has|s have] -1 for all "
+        "probabilities and no table: they are to be learnt (the first: '%s')",
+        "some programs write so what was not learnt yet. Learn the probabilities, or give the rows",
+        {"network n {} variable a { type discrete [ 2 ] { x, y }; } probability ( a ) { table -1, -1; "
+        "}", 0, 0, leniently}};
     Message<const char*> unknownBlock{-5301, warning, "unknown block type '%s'",
         "blocks are `network`, `variable` and `probability`; another one is passed over with its "
         "braces. If the word is misspelt, correct it", {"network n {} note x {}", 1, 14}};

@@ -160,7 +160,7 @@ private:
         int parent = 0;
         if (!readInt(parent)) return false;
         Bnode_bn& node = *nodes_[child];
-        const int index = parent - firstNumber_;
+        const long long index = 1LL * parent - firstNumber_;
         if (index < 0 || index >= nodeCount_) {
             return fail(in_.report(msg::ergo.parentOutOfBounds, node.name(), parent));
         }
@@ -314,6 +314,11 @@ private:
     }
 
     bool readPositions() {
+        if (in_.lenient && !nodes_.empty() && in_.isAtEnd()) {
+            in_.structName = nullptr;
+            in_.report(msg::ergo.noPositions);
+            return true;
+        }
         for (Bnode_bn* node : nodes_) {
             in_.structName = node->name();
             coord_kt wanted;

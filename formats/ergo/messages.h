@@ -30,6 +30,9 @@ struct ErgoMessages {
     Message<> textBehindPositions{-5231, warning, "what stands behind the last position is passed "
         "over", "the format ends there. A number may be one too many before it. Delete it, or "
         "correct the counts", {"1 2 0 2 1 0 A a b 1 2 3", 1, 23}};
+    Message<> noPositions{-5233, notice, "the file ends without the positions of the nodes",
+        "some programs write none; the net is whole. Nothing needs to be done",
+        {"1 2 0 2 1 0 A a b", 1, 18, leniently}};
     Message<> parentsFromZero{-5232, warning, "parents are taken as numbered from 0, since this "
         "one is 0 and none has the number of nodes", "some programs count so. Compare the links "
         "with the program's own display", {"2 2 2\n0\n1 0", 3, 3, leniently}};

@@ -380,7 +380,7 @@ void ReadValue(Parser_CString_kt& in, char* text) {
 std::string ReadText(Parser_CString_kt& in) {
     if (in.peekPunc() == '"') {
         strin_kt text;
-        ReadQuotedText(in, text);
+        read_quoted_text(in, text);
         return std::string(text.view());
     }
     if (!HasValue(in)) return {};

@@ -324,9 +324,7 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::comment},
     {FeatureEN::kind},
     {FeatureEN::continuous,
-     [](const Plan&, const Bnode_bn& node) {
-         return IsContinuous(&node) || (node.kind == NatureNode && HasLevels(node.variable));
-     }},
+     [](const Plan&, const Bnode_bn& node) { return IsContinuous(&node) || KeepsLevels(node); }},
     {FeatureEN::stateValues, [](const Plan&, const Bnode_bn& node) { return KeepsLevels(node); }},
     {FeatureEN::levels, [](const Plan&, const Bnode_bn& node) { return KeepsLevels(node); }},
     {FeatureEN::utilityForm,

@@ -85,6 +85,18 @@ struct ImportMessages {
         "the same name: %s", "which of them a row that is given by the name belongs to cannot be "
         "told, so it is that of the first. Give each state a name of its own",
         {"net { } node A { states = (\"x\" \"x\"); }", 1, 14}};
+    Message<const char*, const char*> tableTurned{-5274, warning, "the rows of node '%s' sum to 1 "
+        "only with the state of the node varying %s, so the table is read in that order",
+        Of{"tableorder"},
+        "the program that wrote the file took the other order. Check the node's rows"};
+    Message<int, const char*> tablesFollow{-5440, warning, "%d table[|s] whose order the sums do "
+        "not tell [is|are] read in the other order, as all others are: %s", Of{"tableorder"},
+        "a file has one order, so a table that sums to 1 in both follows the others. Check the "
+        "nodes' rows"};
+    Message<int, int> tablesMixed{-5439, warning, "%d table[|s] sum[s|] to 1 only in the other "
+        "order, %d in the format's, so those that do in both are read as the format says",
+        Of{"tableorder"}, "some tables are damaged, or two programs wrote the file. Check the rows "
+        "of the nodes that are named"};
     Message<int, int> rowsScaled{-5420, notice, "scaled to sum to 1: %d row[|s] of %d node[|s]",
         "these rows of nature nodes did not sum to 1, and `--normalize` was given. Rows of zeros "
         "stay as they are. Nothing needs to be done"};

@@ -29,6 +29,9 @@ struct UaiMessages {
     Message<int> emptyScope{-5406, error, "function %d has no variables",
         "a scope is a count, the parents, and the child; the function is passed over. Write the "
         "scope, or delete it and correct the number of functions", {"BAYES 1 2 1 0 1 1", 1, 13}};
+    Message<const char*> noStates{-5412, warning, "variable '%s' has no states",
+        "a variable has at least one, most have two or more; no table can be of it. Correct the "
+        "number", {"BAYES 1 0 1 1 0 0", 1, 9}};
     Message<int, const char*> secondFunction{-5407, error, "function %d is one more for >-node "
         "'%s', which is the last of its scope", "the last variable of a scope is the child, and a "
         "variable is the child of one function; the first counts. Put each child at the end of its "

@@ -148,6 +148,7 @@ private:
             const std::string name = "V" + std::to_string(i);
             Bnode_bn* const node = NewNode_ibn(name.c_str(), states, net_, {0, 0}, &refused);
             if (node == nullptr) throw refused;
+            if (states == 0) in_.report(msg::uai.noStates, node->name());
             nodes_.push_back(node);
             nameable -= states;
             if (nameable >= 0) nameStates(*node);

@@ -76,20 +76,6 @@ void DefinitionReader::readTable() {
     if (damaged_) read_.numbers.N = 0;
 }
 
-/// Whether each row sums to 1 in that order of the numbers.
-bool RowsSumToOne(const vect_kt<float>& numbers, int states, bool stateSlowest) {
-    const int rows = numbers.N / states;
-    const int nextRow = stateSlowest ? 1 : states;
-    const int nextState = stateSlowest ? rows : 1;
-    for (int r = 0; r < rows; ++r) {
-        double sum = 0;
-        for (int s = 0; s < states; ++s)
-            sum += static_cast<double>(numbers[r * nextRow + s * nextState]);
-        if (!(std::abs(sum - 1) <= 1e-3)) return false;
-    }
-    return true;
-}
-
 /// Applies what was read to the net.
 class Applied {
 public:
@@ -150,21 +136,10 @@ void Applied::warnWhenDefinedAgain() const {
 
 /// Generations differ in the order of the numbers, and not all programs keep to theirs.
 bool Applied::isStateSlowest() const {
-    const int states = child_->numStates();
     const bool slowest = read_.stateSlowest;
-    if (!document_.elements.lenient || child_->kind != NatureNode || states < 2 ||
-        read_.numbers.N == states || RowsSumToOne(read_.numbers, states, slowest) ||
-        !RowsSumToOne(read_.numbers, states, !slowest))
-        return slowest;
-    in_.report(msg::xmlbif.tableTurned, child_->name(), slowest ? "fastest" : "slowest");
-    return !slowest;
-}
-
-/// Puts numbers with the child's state slowest into rows.
-template <class T>
-void TurnTable(const T* numbers, int states, int count, T* table) {
-    const int rows = count / states;
-    for (int i = 0; i < count; ++i) table[i] = numbers[i % states * rows + i / states];
+    if (!document_.elements.lenient || document_.orderIsKnown) return slowest;
+    return slowest !=
+           document_.order.isTurned(in_, *child_, read_.numbers.array, read_.numbers.N, slowest);
 }
 
 /// Hands the numbers over in the model's order: the child's state fastest, the first parent

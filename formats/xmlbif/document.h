@@ -10,6 +10,7 @@
 #include "formats/shared/options.h"
 #include "formats/shared/positions.h"
 #include "formats/shared/readers.h"
+#include "formats/shared/tableorder.h"
 #include "formats/xmlbif/messages.h"
 #include "library/text/xml.h"
 
@@ -154,6 +155,8 @@ struct Document {
     // defined meanwhile.
     std::vector<Definition> waiting;
     std::unordered_set<const Bnode_bn*> defined;
+    TableOrder order;
+    bool orderIsKnown = false;  ///< the file was written by this library
 
     Document(Parser_CString_kt& in, Bnet_bn& itsNet, const ReadOptions& itsOptions)
         : elements(in, itsOptions.lenient), net(itsNet), options(itsOptions) {}

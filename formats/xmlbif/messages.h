@@ -117,6 +117,10 @@ struct XMLBIFMessages {
         "an older generation's or misspelt name of the element. Nothing needs to be done here; for "
         "other programs write that name",
         {"<BIF VERSION='0.3'><NETWORK><VARIABLE><VALUE>x</VALUE></VARIABLE>", 1, 39, leniently}};
+    Message<> networkAlone{-5283, notice, "the root element is NETWORK, without a BIF around it",
+        "read leniently, it is read as a network of XML BIF. Nothing needs to be done here; for "
+        "other programs, write `<BIF VERSION=\"0.3\">` around it",
+        {"<NETWORK><VARIABLE/></NETWORK>", 1, 1, leniently}};
     Message<> oldTables{-5270, notice, "the table of a PROBABILITY element has the state of the "
         "node varying slowest", "XML BIF 0.2 writes tables so, 0.3 with the state of the node "
         "fastest. Nothing needs to be done; `convert` writes the new order",
@@ -135,9 +139,6 @@ struct XMLBIFMessages {
         "the definition names its variable in a `GIVEN` too. Delete that",
         {"<BIF VERSION='0.3'><NETWORK><VARIABLE><NAME>a</NAME></VARIABLE><DEFINITION><FOR>a</FOR>"
         "<GIVEN>a</GIVEN></DEFINITION>", 1, 64, leniently}};
-    Message<const char*, const char*> tableTurned{-5274, warning, "the rows of node '%s' sum to 1 "
-        "only with the state of the node varying %s, so the table is read in that order",
-        "the program that wrote the file took the other order. Check the node's rows"};
     Message<> namelessProperty{-5280, warning, "a PROPERTY of a VARIABLE has no name",
         "write `position = (x, y)`",
         {"<BIF VERSION='0.3'><NETWORK><VARIABLE><PROPERTY>= (1, "

@@ -12,6 +12,7 @@
 #include "formats/shared/placing.h"
 #include "formats/shared/rows.h"
 #include "formats/shared/xmlout.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 namespace {
@@ -155,6 +156,18 @@ bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
     return HasTable(node) && plan.tables().has(node);
 }
 
+/// Whether a reader makes the same field of a property.
+bool IsProperty(const UserField& field) {
+    const std::string name = ToUtf8(field.name), value = ToUtf8(FieldText(field));
+    constexpr std::string_view blanks = " \t\r\n";
+    return !name.empty() && name != "position" && name[0] != '(' &&
+           name.find_first_of(" =:\t\r\n") == name.npos && name == field.name &&
+           value == FieldText(field) && value.find('\0') == value.npos &&
+           (value.empty() || (blanks.find(value.front()) == blanks.npos &&
+                              blanks.find(value.back()) == blanks.npos)) &&
+           XmlComesBack((name + " = " + value + ".").c_str());
+}
+
 constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::node},
     {FeatureEN::name},
@@ -174,6 +187,10 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
     {FeatureEN::position},
     {FeatureEN::exactPosition,
      [](const Plan& plan, const Bnode_bn& node) { return plan.placing().isExact(node); }},
+    {FeatureEN::userFields,
+     [](const Plan&, const Bnode_bn& node) {
+         return std::ranges::all_of(node.userFields(), IsProperty);
+     }},
     {FeatureEN::parents},
     {FeatureEN::noTable},
     {FeatureEN::table, KeepsTable},
@@ -227,6 +244,9 @@ void WriteVariable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
         const coord_kt at = plan.placing().written(node);
         out << "<PROPERTY>position = (" << at.x << ", " << at.y << ")</PROPERTY>\n";
     }
+    for (const UserField& field : node.userFields())
+        if (IsProperty(field))
+            WriteElement(out, "PROPERTY", field.name + " = " + std::string(FieldText(field)));
     out << "</VARIABLE>\n";
 }
 
@@ -264,7 +284,9 @@ void WriteDefinition(TextOut& out, const Bnode_bn& node, const Plan& plan) {
 }
 
 /// There is no document type definition: some programs refuse a file that has one.
-constexpr std::string_view prologue = R"(<?xml version="1.0" encoding="UTF-8"?>
+constexpr std::string_view declaration = R"(<?xml version="1.0" encoding="UTF-8"?>
+)",
+                           start = R"(
 <BIF VERSION="0.3">
 <NETWORK>
 )";
@@ -280,7 +302,7 @@ void WriteXmlBif(const ImportResult& result, std::ostream& stream) {
     const Bnet_bn& net = *result.net;
     const Plan plan(net);
     TextOut out(stream);
-    out << prologue;
+    out << declaration << orderMark << start;
     WriteElement(out, "NAME", NameOf(net));
     for (const Bnode_bn* node : net.nodes) WriteVariable(out, *node, plan);
     for (const Bnode_bn* node : net.nodes) WriteDefinition(out, *node, plan);

@@ -70,6 +70,7 @@ void NetworkReader::readAttributes() {
 void NetworkReader::readContent() {
     ReadContent(*this, document_.elements, network, accepted_);
     ReadWaiting(document_);
+    document_.order.finish(document_.in());
     PlaceNodes(drawing_, document_.in().positionCount != 0, positionScale);
 }
 
@@ -204,11 +205,15 @@ void NoteVersion(Parser_CString_kt& in, const XMLTag& root) {
 void ReadLeniently(Document& document, Vnet_kt& drawing) {
     Parser_CString_kt& in = document.in();
     XMLReader& walk = document.elements.walk;
+    const ParserPos_kt start = in.getPos();
     if (!walk.nextChild()) throw in.report(msg::xmlbif.noNetwork);
-    if (walk.tag().name != "BIF") ThrowWrongRoot(in, walk.tag());
+    const bool bare = walk.tag().name == network.kind;
+    if (walk.tag().name != "BIF" && !bare) ThrowWrongRoot(in, walk.tag());
     const XMLTag root = walk.tag();
-    NoteVersion(in, root);
-    for (;;) {
+    document.orderIsKnown =
+        std::string_view(start, root.place).find(orderMark) != std::string_view::npos;
+    bare ? static_cast<void>(in.report(msg::xmlbif.networkAlone)) : NoteVersion(in, root);
+    while (!bare) {
         if (!walk.nextChild()) throw in.report(msg::xmlbif.noNetwork);
         if (walk.tag().name == network.kind) break;
         document.elements.skipUnknown(network);
@@ -220,7 +225,7 @@ void ReadLeniently(Document& document, Vnet_kt& drawing) {
         reader.readAttributes();
         reader.readContent();
     }
-    if (document.net.nodes.N == 0 && !IsVersion03(root)) {  // of another vocabulary
+    if (document.net.nodes.N == 0 && !bare && !IsVersion03(root)) {  // of another vocabulary
         in.setTokenStart(root.place);
         ThrowWrongRoot(in, root);
     }

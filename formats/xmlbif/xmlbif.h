@@ -1,6 +1,8 @@
 // XML BIF 0.3 (docs/xmlbif.md).
 #pragma once
 
+#include <string_view>
+
 #include "formats/shared/format.h"
 #include "formats/shared/losses.h"
 #include "formats/shared/options.h"
@@ -10,6 +12,10 @@
 namespace lumo {
 
 extern const FormatInfo xmlbifFormat;
+
+/// A comment in front of what is written, by which its tables are known to have the format's order.
+inline constexpr std::string_view orderMark =
+    "<!-- In the tables the state of the node varies fastest. -->";
 
 rept_kt* ParseXMLFile(InChannel_CString_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
                       const ReadOptions& options = {});
