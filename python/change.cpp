@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "formats/shared/describe.h"
+#include "library/utilities/exact.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {
@@ -255,17 +256,31 @@ std::string ShapeText(const std::vector<py::ssize_t>& shape) {
     return py::str(py::tuple(py::cast(shape))).cast<std::string>();
 }
 
-/// The numbers, when they have the shape, as the model takes them.
-XArray<float> NumbersOf(const Node& node, const Values<double>& given,
-                        const std::vector<py::ssize_t>& shape) {
+/// Numbers as the model takes them.
+struct Numbers {
+    XArray<float> floats;
+    XArray<double> exact;  // null where the floats hold them
+};
+
+/// The numbers, when they have the shape. One that is a float's is what the float stands for: 0.1,
+/// not 0.10000000149.
+Numbers NumbersOf(const Node& node, const Values<double>& given,
+                  const std::vector<py::ssize_t>& shape) {
     if (!std::equal(shape.begin(), shape.end(), given.shape(), given.shape() + given.ndim()))
         throw py::value_error("node '" + std::string(node->name()) +
                               "' needs an array of the shape " + ShapeText(shape) + ", not " +
                               ShapeText({given.shape(), given.shape() + given.ndim()}));
-    XArray<float> numbers = NewXArray<float>(given.size());
-    if (numbers == nullptr) throw std::bad_alloc();
-    std::transform(given.data(), given.data() + given.size(), numbers.get(),
-                   [](double number) { return static_cast<float>(number); });
+    const auto count = given.size();
+    Numbers numbers{NewXArray<float>(count), NewXArray<double>(count)};
+    if (numbers.floats == nullptr || numbers.exact == nullptr) throw std::bad_alloc();
+    for (py::ssize_t i = 0; i < count; ++i) {
+        const double number = given.data()[i];
+        const auto at = static_cast<std::size_t>(i);
+        numbers.floats[at] = static_cast<float>(number);
+        const bool isFloat = static_cast<double>(numbers.floats[at]) == number;
+        numbers.exact[at] = isFloat ? ShortestDouble(numbers.floats[at]) : number;
+    }
+    if (AreHeldByFloats(numbers.exact.get(), numbers.floats.get(), count)) numbers.exact.reset();
     return numbers;
 }
 
@@ -290,11 +305,13 @@ void SetTable(const Node& node, const std::optional<Values<double>>& table) {
     Bnode_bn& changed = change.of(node);
     if (!table) return changed.relation.clear();
     const auto shape = TableShape(node, node->numStates());
-    XArray<float> numbers = NumbersOf(node, *table, shape);
+    Numbers numbers = NumbersOf(node, *table, shape);
     if (table->size() == 0)
         throw py::value_error("node '" + std::string(changed.name()) +
                               "' or a parent has no states, and so no table");
-    Change::check(changed.setProbsTable(numbers.release(), false, CheckFull));
+    Change::check(
+        changed.setProbsTable(numbers.floats.release(), false, CheckFull, numbers.exact.release()));
+    changed.relation.keepPossible();
     WarnOfSums(changed, *table);
 }
 
@@ -304,11 +321,11 @@ void SetExperience(const Node& node, const std::optional<Values<double>>& experi
     if (!experience) return changed.relation.setExperTable(nullptr);
     if (changed.relation.kind == RelnKindEN::none)
         throw py::value_error("node '" + std::string(changed.name()) + "' has no table");
-    XArray<float> numbers = NumbersOf(node, *experience, TableShape(node, 0));
-    const bool usable = std::all_of(numbers.get(), numbers.get() + experience->size(),
+    Numbers numbers = NumbersOf(node, *experience, TableShape(node, 0));
+    const bool usable = std::all_of(numbers.floats.get(), numbers.floats.get() + experience->size(),
                                     [](float n) { return n >= 0 && std::isfinite(n); });
     if (!usable) throw py::value_error("experience is finite and not negative");
-    changed.relation.setExperTable(numbers.release());
+    changed.relation.setExperTable(numbers.floats.release(), numbers.exact.release());
 }
 
 // ---- Nets ----------------------------------------------------------------------------------

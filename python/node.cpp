@@ -1,7 +1,9 @@
 // Nodes, their states and tables.
 #include <pybind11/numpy.h>
+#include <algorithm>
 
 #include "formats/shared/describe.h"
+#include "library/utilities/exact.h"
 #include "python/lumo_python.h"
 
 namespace lumo::python {
@@ -79,6 +81,18 @@ py::object Table(const Node& node) {
     return View(node, values, TableShape(node, node->numStates()));
 }
 
+py::object Probabilities(const Node& node) {
+    const Reln_bn& relation = node->relation;
+    const float* values = relation.kind == RelnKindEN::real ? relation.reals : relation.probs;
+    if (values == nullptr) return py::none();
+    py::array_t<double> array(TableShape(node, node->numStates()));
+    if (relation.exact != nullptr)
+        std::copy_n(relation.exact, array.size(), array.mutable_data());
+    else
+        ShortestDoubles(values, array.size(), array.mutable_data());
+    return array;
+}
+
 py::object Levels(const Node& node) {
     const Varbl_bn& variable = node->variable;
     return View(node, HasValues(variable) ? nullptr : variable.levels, {variable.numLevels});
@@ -152,6 +166,9 @@ void DefineNode(py::module_& module) {
                                "it has some. With more than 31 parents all of them share the "
                                "first. None for a node without a table and for a condensed "
                                "noisy-max node.")
+        .def_property_readonly("probabilities", Probabilities,
+                               "The table as a new float64 array, with the numbers as the file "
+                               "has them: 0.1 is 0.1. None where `table` is None.")
         .def_property_readonly(
             "experience",
             [](const Node& n) { return View(n, n->relation.exper, TableShape(n, 0)); },

@@ -33,7 +33,7 @@ def _table(node, normalize):
     if node.table is None:
         condensed = "; read it with condense=False" if node.parameters is not None else ""
         raise ValueError(f"node {node.name!r} has no table{condensed}")
-    table = node.table.astype(numpy.float64)
+    table = node.probabilities
     if normalize and node.relation != "real":
         sums = table.sum(axis=-1, keepdims=True)
         numpy.divide(table, sums, out=table, where=sums > 0)
@@ -46,8 +46,7 @@ def node_to_frame(self, *, normalize=False):
     are a MultiIndex, and a column for each state; a node without states has one column of its own name.
     States go by their names, or by what people call them where they have none.
 
-    normalize: rows of probabilities are scaled to sum 1. (Tables hold float32: their rows are off by up to
-    2e-6 as they are.)
+    normalize: rows of probabilities are scaled to sum 1; else the numbers are the file's own.
 
     Raises ValueError for a node without a table and ImportError without pandas."""
     pandas = _package("to_frame", "pandas")

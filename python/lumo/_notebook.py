@@ -40,7 +40,7 @@ def _table_rows(node):
     """The cells of the table's first rows: a state of each parent, then the numbers."""
     columns = max(len(node.states), 1)
     parents = [[str(state) for state in parent.states] for parent in node.parents]
-    flat = node.table.reshape(-1, columns)
+    flat = node.probabilities.reshape(-1, columns)
     for place, numbers in enumerate(flat[:MOST_ROWS, :MOST_COLUMNS].tolist()):
         given = []
         for states in reversed(parents):

@@ -27,6 +27,17 @@ def garden():
 
 
 class Making(unittest.TestCase):
+    def test_doubles_stay_when_they_are_set(self):
+        net = lumo.Net()
+        node = net.add_node("a", ["x", "y"], table=[0.3333333333333333, 0.6666666666666667])
+        self.assertEqual(node.probabilities.tolist(), [0.3333333333333333, 0.6666666666666667])
+        self.assertEqual(net.to_json()["net"]["nodes"][0]["relation"]["table"], node.probabilities.tolist())
+        node.table = numpy.array([0.1, 0.9], numpy.float32)
+        self.assertEqual(node.probabilities.tolist(), [0.1, 0.9])
+        node.table = [1e-50, 1]
+        self.assertEqual(node.probabilities[0], 1e-50)
+        self.assertGreater(node.table[0], 0)
+
     def test_what_is_made_is_read_again(self):
         net = garden()
         with tempfile.TemporaryDirectory() as folder:

@@ -145,7 +145,13 @@ class Conversions(unittest.TestCase):
         net = lumo.read(ASIA)
         frame = net["dysp"].to_frame()
         self.assertEqual((frame.index.names, frame.columns.name), (["either", "bronc"], "dysp"))
-        self.assertEqual(frame.loc[("yes", "no"), "yes"], numpy.float64(numpy.float32(0.7)))
+        self.assertEqual(frame.loc[("yes", "no"), "yes"], 0.7)
+        self.assertIn("0.7", frame.to_csv())
+        third = lumo.reads("net {} node a { states = (\"x\" \"y\"); } potential (a) { data = (0.3333333333333333 "
+                           "0.6666666666666667); }", "hugin")["a"]
+        self.assertEqual(third.to_frame().to_numpy().ravel().tolist(), [0.3333333333333333, 0.6666666666666667])
+        self.assertEqual(third.probabilities.tolist(), third.to_xarray().to_numpy().tolist())
+        self.assertEqual(third.table.dtype, numpy.float32)
         array = net["dysp"].to_xarray()
         self.assertEqual((array.dims, array.dtype), (("either", "bronc", "dysp"), numpy.float64))
         self.assertEqual(array.sel(either="yes", bronc="no", dysp="yes"), frame.loc[("yes", "no"), "yes"])
