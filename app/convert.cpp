@@ -26,7 +26,10 @@ std::string Failure(const std::string& path, int error) {
 std::string Verify(const ImportResult& result, const std::string& output, const Options& options) {
     const FormatInfo* const format = FindFormat(std::string_view(options.writer->name));
     if (format == nullptr) return "'" + Visible(output) + "' cannot be read back";
-    const ImportResult read = Import(FromFile(output), {.format = format, .condense = true});
+    ImportOptions reading;
+    reading.format = format;
+    reading.condense = true;
+    const ImportResult read = Import(FromFile(output), reading);
     if (read.net == nullptr || read.status() >= StatusEN::errors)
         return "'" + Visible(output) + "' was written, but cannot be read back without an error";
     const auto lossesOf = options.writer->losses;

@@ -153,18 +153,12 @@ std::string Section(const std::string& heading, WANTED wanted) {
     return text.empty() ? text : "\n" + heading + ":\n" + text;
 }
 
-constexpr std::string_view aboutFiles = "
-                                        A FILE named -
-                                        is standard input;
-it may be compressed(gz, bz2, xz, zst)
-    .";
-    constexpr std::string_view aboutOutput = " With many files OUT
-    is a folder,
-                               which is made;
-an OUT that ends in.gz is compressed.";
+constexpr std::string_view aboutFiles =
+    "\nA FILE named - is standard input; it may be compressed (gz, bz2, xz, zst).";
+constexpr std::string_view aboutOutput =
+    " With many files OUT\nis a folder, which is made; an OUT that ends in .gz is compressed.";
 
-    std::string
-    HelpOfProgram() {
+std::string HelpOfProgram() {
     std::string text = "Reads Bayes nets and decision networks from the files of other programs.\n";
     text += "\nExamples:\n";
     for (const CommandInfo& info : commands) text += info.examples;

@@ -3,8 +3,8 @@
 #include <iostream>
 
 #include "app/convert.h"
-#include "app/facts.h"
 #include "app/terminal.h"
+#include "export/facts.h"
 #include "library/utilities/system.h"
 #include "library/utilities/text.h"
 

@@ -182,16 +182,15 @@ py::dict Drawing(const Net& net) {
     const Vnet_kt& drawing = *net.net->vnets[0];
     const fontspec_kt& font = drawing.font->spec();
     const auto has = [&](int flag) { return (font.styleFlags & flag) != 0; };
-    return py::dict(
-        "extent"_a = std::vector{drawing.extent().x, drawing.extent().y},
-        "drawStyle"_a = drawing.drawStyle, "labelStyle"_a = drawing.labelStyle,
-        "zoom"_a = drawing.zoomFactor,
-        "font"_a =
-            py::dict("face"_a = ToUtf8(font.face), "size"_a = font.size,
-                     "bold"_a = has(fontspec_kt::Bold), "italic"_a = has(fontspec_kt::Italic)),
-        "grid"_a = py::dict("x"_a = drawing.grid.x, "y"_a = drawing.grid.y,
-                            "show"_a = drawing.showGrid, "snap"_a = drawing.snapToGrid),
-        "laidOut"_a = drawing.laidOut);
+    return py::dict("extent"_a = std::vector{drawing.extent().x, drawing.extent().y},
+                    "drawStyle"_a = drawing.drawStyle, "labelStyle"_a = drawing.labelStyle,
+                    "zoom"_a = drawing.zoomFactor,
+                    "font"_a = py::dict("face"_a = ToUtf8(font.face), "size"_a = font.size,
+                                        "bold"_a = has(fontspec_kt::Bold),
+                                        "italic"_a = has(fontspec_kt::Italic)),
+                    "grid"_a = py::dict("x"_a = drawing.grid.x, "y"_a = drawing.grid.y,
+                                        "show"_a = drawing.showGrid, "snap"_a = drawing.snapToGrid),
+                    "laidOut"_a = drawing.laidOut);
 }
 
 /// Returns what the format does not keep, a line each.

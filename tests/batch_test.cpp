@@ -75,7 +75,8 @@ TEST_F(Batch, WhatAWalkCannotLookAtIsToldOf) {
     const Outcome r = run("$L -q -r nets");
     EXPECT_EQ(r.code, 2) << r.err;
     EXPECT_EQ(r.err, "nets/broken.net: No such file or directory\n");
-    EXPECT_EQ(run("$L check -rj 2 nets").err.find("nets/broken.net: No such file or directory\n"), 0U);
+    EXPECT_EQ(run("$L check -rj 2 nets").err.find("nets/broken.net: No such file or directory\n"),
+              0U);
     if (::geteuid() == 0) return;  // whom nothing is closed to
     run("mkdir nets/closed; cp good.erg nets/closed; chmod 600 nets/closed");
     EXPECT_NE(run("$L -q -r nets").err.find("nets/closed/good.erg: Permission denied\n"),

@@ -234,7 +234,7 @@ TEST_F(Cli, Suggestions) {
         {"$L table good.erg", "table: name a node, or --all;"},
         {"$L --quite good.erg", "no option --quite; did you mean '--quiet'?"},
         {"$L check good.erg -o x", "-o is an option of convert\n"},
-        {"$L --from hugn good.erg", "uai; did you mean 'hugin'?"},
+        {"$L --from hugn good.erg", "json; did you mean 'hugin'?"},
         {"$L convert --to xdls -o - good.erg", "; did you mean 'xdsl'?"}};
     for (const auto& [command, text] : cases)
         EXPECT_NE(run(command).err.find(text), std::string::npos) << run(command).err;
@@ -421,7 +421,8 @@ TEST_F(Cli, OutputIsCompressedByItsName) {
     }());
     for (const std::string file : {"good.erg", "big.net"}) {
         EXPECT_EQ(run("$L convert " + file + " -o x.json.gz --force").code, 0);
-        EXPECT_TRUE(run("gzip -dc x.json.gz").out == run("$L convert " + file + " --to json -o -").out);
+        EXPECT_TRUE(run("gzip -dc x.json.gz").out ==
+                    run("$L convert " + file + " --to json -o -").out);
     }
     EXPECT_EQ(run("$L convert good.erg -o again.dsc.gz; $L -q again.dsc.gz").code, 0);
     write("x.json.gz", "old");
@@ -511,11 +512,10 @@ TEST_F(Cli, Folders) {
         EXPECT_NE(r.err.find(text), std::string::npos) << text;
     EXPECT_NE(run("$L convert -rv in --to json -o in/out").err.find("in/out: notice"),
               std::string::npos);
-    EXPECT_EQ(run("$L -r in in | tail -1").out, "8 files: 8 read\n");
-    EXPECT_EQ(
-        run("$L check in; $L check -r in/empty").err,
-        "in: Is a directory; -r reads the files in it\n"
-        "in/empty: no file in it is of a known format\n");
+    EXPECT_EQ(run("rm -r in/out; $L -r in in | tail -1").out, "8 files: 8 read\n");
+    EXPECT_EQ(run("$L check in; $L check -r in/empty").err,
+              "in: Is a directory; -r reads the files in it\n"
+              "in/empty: no file in it is of a known format\n");
 }
 
 // What is no net is named; in a folder it is counted.

@@ -82,7 +82,8 @@ TEST(Formats, AreWhatTheReadmeSays) {
         const std::string details = *format.details == '\0' ? "" : ", ";
         table += std::string("| [") + format.title + "](docs/" + Page(format) + ")" + details +
                  format.details + " | " + extensions + " | yes | " +
-                 (FindWriter(format.name) == nullptr ? "no" : "yes") + " | " + format.users + " |\n";
+                 (FindWriter(format.name) == nullptr ? "no" : "yes") + " | " + format.users +
+                 " |\n";
     }
     ExpectPart((root / "README.md").string(), "<!-- formats -->\n", "<!-- end of formats -->",
                table);

@@ -104,7 +104,7 @@ TEST(JsonRead, SaysWhereAndWhat) {
         {start + a + "}\n{}]}}", "4:1 expecting ',' or ']', but encountered '{'"},
         {start + a, "3:49 expecting ',' or '}', but encountered the end of the file"},
         {start + "{\"name\":\"a\n\"}]}}", "3:9 the text is not closed on its line"},
-        {start + a + ",\"position\":[1]}]}}", ""},
+        {start + a + ",\"position\":[1]}]}}", "3:50 the value of 'position' should be two numbers"},
         {start + "{\"name\":\"\\uD83D\\uDE00\\q\"}]}}",
          "3:23 expecting an escape, but encountered 'q'"},
         {start + a + ",\"relation\":{\"kind\":\"table\",\"table\":[1]}}]}}",

@@ -3,7 +3,7 @@
 #include <map>
 #include <sstream>
 
-#include "app/facts.h"
+#include "export/facts.h"
 #include "export/picture.h"
 #include "export/writers.h"
 #include "formats/detect.h"
@@ -36,8 +36,8 @@ std::vector<coord_kt> PlacesOf(const Bnet_bn& net) {
 
 /// What the command line and the modules do with every net.
 void LookAt(Imported& got) {
-    const app::Facts facts(*got.net);
-    EXPECT_NE(facts.positions, app::PositionsEN::file);
+    const Facts facts(*got.net);
+    EXPECT_NE(facts.positions, PositionsEN::file);
     for (const char* format : {"bif", "xdsl", "hugin", "dsc", "uai", "dot"}) {
         ImportResult result;
         result.net = std::move(got.net);

@@ -1,5 +1,5 @@
-// Reader of the original, simple Ergo format (.erg): numbers and words separated by white space, and
-// comments in C's form anywhere between them. In this order, each for all nodes in file order:
+// Reader of the original, simple Ergo format (.erg): numbers and words separated by white space,
+// and comments in C's form anywhere between them. In this order, each for all nodes in file order:
 //
 //     node count N
 //     states          N numbers of states

@@ -179,7 +179,7 @@ struct HuginMessages {
         "compile settings [is|are] not kept: %s",
         "read leniently, fields `HR_...` without a counterpart are told once. Nothing needs to be "
         "done", {"net { HR_Monitor_X = \"1\"; HR_HTML_Desc = \"\"; } node A { }", 1, 7, leniently}};
-    Message<int, const char*> valuesRead{-5150, notice, "the states of %d node[|s] have values or "
+    Message<int, const char*> valuesRead{-5152, notice, "the states of %d node[|s] have values or "
         "are intervals: %s", "read leniently, `state_values` of a node whose `subtype` is `number` "
         "or `interval` are the values of its states or the bounds of its intervals, and no user "
         "field. Nothing needs to be done", {"net { }\nnode A { subtype = number; states = (\"0\" "

@@ -147,7 +147,8 @@ FieldHandler<Bnode_bn> read_node_func(Parser_CString_kt& in, const char* name) {
         StateOf(in).nodes.stateNumber = name + std::strlen(StatePrefix);
         return parse_node_HR_State_;
     }
-    if (const auto handler = StateOf(in).lenient ? FindField(LenientFields, name) : nullptr) return handler;
+    if (const auto handler = StateOf(in).lenient ? FindField(LenientFields, name) : nullptr)
+        return handler;
     if (IsKeyword(name, "subtype") || HasPrefix_kt("HR_", name)) return nullptr;
     StateOf(in).nodes.userFieldName = name;
     return parse_node_userdef;

@@ -333,7 +333,11 @@ private:
 
     void readPosition(coord_kt& position) {
         const auto at = numbers("position");
-        if (!at || at->size() != 2) return;
+        if (!at) return;
+        if (at->size() != 2) {
+            json_.pointAt(json_.keyPlace());
+            return in_.report(msg::json.wrongValue, "position", "two numbers"), void();
+        }
         const auto rounded = [](double value) {
             return RoundToInt_kt(std::clamp<double>(value, INT_MIN, INT_MAX));
         };

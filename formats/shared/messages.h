@@ -68,7 +68,7 @@ struct ImportMessages {
         "size", "the zoom is zero, negative or beyond all screens. Correct it"};
     Message<const char*> decimalCommas{-5445, notice, "the numbers of >-node '%s' seem to have decimal "
         "commas", "a comma separates numbers. Write `0.5` for `0,5`", {"net { } node a { states = "
-        "(\"x\" \"y\"); } potential (a) { data = (0,5 0,5); }", 1, 67, "hugin", leniently}};
+        "(\"x\" \"y\"); } potential (a) { data = (0,5 0,5); }", 1, 68, "hugin", leniently}};
     Message<const char*> endsInside{-5446, warning, "the file ends here, inside %s",
         "it was cut off, or what is to close the block is missing. Get the file again, or close it",
         {"net { } node A { label = x;", 1, 28, "hugin", leniently}};
@@ -93,7 +93,7 @@ struct ImportMessages {
         "not tell [is|are] read in the other order, as all others are: %s", Of{"tableorder"},
         "a file has one order, so a table that sums to 1 in both follows the others. Check the "
         "nodes' rows"};
-    Message<int, int> tablesMixed{-5439, warning, "%d table[|s] sum[s|] to 1 only in the other "
+    Message<int, int> tablesMixed{-5447, warning, "%d table[|s] sum[s|] to 1 only in the other "
         "order, %d in the format's, so those that do in both are read as the format says",
         Of{"tableorder"}, "some tables are damaged, or two programs wrote the file. Check the rows "
         "of the nodes that are named"};
