@@ -43,8 +43,8 @@ py::handle readError;  // the class lumo.ReadError
     std::string text = worst == net.reports.end() ? "nothing was read" : ReportLine(*worst);
     std::size_t lines = 1;
     for (auto report = net.reports.begin(); report != net.reports.end(); ++report)
-        if (report != worst && ++lines <= mostLines) text += "\n" + ReportLine(*report);
-    if (lines > mostLines) text += "\nand " + std::to_string(lines - mostLines) + " more";
+        if (report != worst && ++lines <= mostLines) text.append("\n").append(ReportLine(*report));
+    if (lines > mostLines) text += Format("\nand %zu more", lines - mostLines);
     const py::object error = readError(text);
     error.attr("reports") = Reports(net);
     error.attr("filename") = ToUtf8(net.file);

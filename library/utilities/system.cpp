@@ -221,9 +221,9 @@ std::size_t TerminalColumns(int descriptor) {
 int ColumnsOf(char32_t character) {
     static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
     if (unicode == nullptr) return UsualColumnsOf(character);
-    const locale_t former = uselocale(unicode);
+    const locale_t before = uselocale(unicode);
     const int columns = ::wcwidth(static_cast<wchar_t>(character));
-    uselocale(former);
+    uselocale(before);
     return columns < 0 ? 1 : columns;
 }
 
