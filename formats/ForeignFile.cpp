@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <new>
 #include <numeric>
 #include <optional>
@@ -150,20 +151,21 @@ Bnet_bn* ReadForeignNetText_kt(std::string_view text, const char* fileName, int 
 
 Bnet_bn* ReadForeignNetFile(const char* fileName, int format, const ReadOptions& options) {
     if (fileName == nullptr) fileName = "";
-    return RunImport(fileName, [&] {
+    const auto work = [&] {
         const XArray<char> text(FileToStringThrows_kt(fileName, -1, nullptr));
         if (text == nullptr) throw NewReport(msg::import.couldNotRead, fileName);
         ReadOptions here = options;
         const std::string folder = FolderOf(fileName);
         if (here.folder.empty()) here.folder = folder;
         return ReadLoadedText(text.get(), fileName, format, here, TurnsEN::published);
-    });
+    };
+    return RunImport(fileName, std::cref(work));  // which takes no memory
 }
 
 Bnet_bn* ReadForeignNetText(std::string_view text, const char* fileName, int format,
                             const ReadOptions& options) {
     if (fileName == nullptr) fileName = "";
-    return RunImport(fileName, [&] {
+    const auto work = [&] {
         if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
             WarnZeroByte(fileName, static_cast<long long>(zero));
         }
@@ -171,7 +173,8 @@ Bnet_bn* ReadForeignNetText(std::string_view text, const char* fileName, int for
         if (copy == nullptr) throw std::bad_alloc();
         std::fill_n(std::copy(text.begin(), text.end(), copy.get()), 2, '\0');
         return ReadLoadedText(copy.get(), fileName, format, options, TurnsEN::published);
-    });
+    };
+    return RunImport(fileName, std::cref(work));  // which takes no memory
 }
 
 }  // namespace lumo

@@ -7,6 +7,7 @@
 #include <climits>
 #include <cmath>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -134,10 +135,11 @@ private:
         if (json_.takeWord("null")) return {};
         if (json_.peek() != '[') return refuse(key, "a list of numbers or null"), std::nullopt;
         std::vector<double> list;
-        bool areNumbers = true;
+        bool areNumbers = true, isFull = false;
         json_.array([&] {
             if (isNumber()) {
-                list.push_back(json_.number());
+                const double number = json_.number();
+                isFull = isFull || !Append(list, number);
                 return;
             }
             if (areNumbers)
@@ -146,7 +148,23 @@ private:
                 json_.skip();
             areNumbers = false;
         });
-        return areNumbers ? std::optional(std::move(list)) : std::nullopt;
+        if (isFull) tellNoMemory(list);
+        return areNumbers && !isFull ? std::optional(std::move(list)) : std::nullopt;
+    }
+
+    /// Whether there was memory for one more.
+    static bool Append(std::vector<double>& list, double number) try {
+        list.push_back(number);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+
+    void tellNoMemory(std::vector<double>& list) {
+        const double bytes = 2.0 * sizeof(double) * static_cast<double>(list.size());
+        std::vector<double>().swap(list);
+        const char* const node = in_.structName == nullptr ? "" : in_.structName;
+        in_.setError(NewMemoryReport(msg::model.outOfMemoryForTable, bytes, node));
     }
 
     std::vector<std::string> texts(const char* key) {
