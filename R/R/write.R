@@ -66,7 +66,7 @@ flat_net <- function(net) {
 
 flat_drawing <- function(drawing) {
     standard <- list(extent = c(0L, 0L), margin = c(20L, 20L), draw_style = 7L, label_style = 1L,
-                     zoom = 1,
+                     zoom = 1, laid_out = FALSE,
                      font = list(face = "Arial", size = 12L, bold = FALSE, italic = FALSE),
                      grid = list(x = 10, y = 10, show = FALSE, snap = FALSE))
     like(standard, drawing)
@@ -113,6 +113,8 @@ flat_node <- function(net, i, names, counts) {
     }
     flat <- list(name = names[i], title = text_or_null(node$title, "title"),
                  comment = text_or_null(node$comment, "comment"),
+                 identity = text_or_null(node$identity, "identity"),
+                 declared = isTRUE(node$declared), from_counts = isTRUE(node$from_counts),
                  kind = word(node$kind, "kind"),
                  discrete = !isFALSE(node$discrete), count = counts[[i]], parents = parents,
                  position = position, groups = enc2utf8(as.character(node$groups)),

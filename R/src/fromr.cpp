@@ -143,6 +143,8 @@ void Builder::setStates(Bnode_bn& node, const cpp11::list& list) {
 void Builder::setFields(Bnode_bn& node, const cpp11::list& list) {
     node.setTitle(NewTextAt(list, "title"));
     node.setComment(NewTextAt(list, "comment"));
+    if (const std::optional<std::string> identity = TextAt(list, "identity"))
+        SetNodeIdentity(node, identity->c_str());
     const OwnedStrs groups = TextsAt(list, "groups");
     for (int i = 0; i < groups.count(); ++i) check(AddNodeToNodeset_ibn(node, groups.get()[i]));
     const cpp11::sexp fields = list["user_fields"];
@@ -229,6 +231,8 @@ void Builder::setRelation(Bnode_bn& node, const cpp11::list& list) {
         check(node.relation.setRealTable(reals.floats.release(), nullptr, reals.exact.release()));
     if (Table experience = TableAt(list, "experience", node, 1); experience.floats)
         node.relation.setExperTable(experience.floats.release(), experience.exact.release());
+    node.relation.saidDeterministic = ValueAt<bool>(list, "declared");
+    node.relation.experFromCounts = ValueAt<bool>(list, "from_counts");
 }
 
 // ---- The net -------------------------------------------------------------------------------
@@ -257,6 +261,7 @@ void Builder::setDrawing(const cpp11::list& list) {
     const cpp11::list font(list["font"]), grid(list["grid"]);
     drawing.setExtent(CoordAt(list, "extent"));
     drawing.marginUnit = CoordAt(list, "margin");
+    drawing.laidOut = ValueAt<bool>(list, "laid_out");
     drawing.drawStyle = ValueAt<int>(list, "draw_style");
     drawing.labelStyle = ValueAt<int>(list, "label_style");
     drawing.zoomFactor = ValueAt<double>(list, "zoom");

@@ -202,6 +202,8 @@ void AddRelation(Record& record, const Bnode_bn& node, const AllLabels& labels) 
     const int states = node.numStates();
     const Bnode_bn* const own = states > 0 ? &node : nullptr;
     record.add("relation", TextOrNull(RelationName(relation.kind)));
+    record.add("declared", Flag(relation.saidDeterministic));
+    record.add("from_counts", Flag(relation.experFromCounts));
     const Values probs{relation.probs, relation.exact, states, true};
     const Values reals{relation.reals, relation.exact, std::max(states, 1)};
     record.add("prob", Array(node, probs, own, labels));
@@ -234,6 +236,7 @@ cpp11::sexp NodeToR(const Bnode_bn& node, const AllLabels& labels) {
     record.add("name", TextOrNull(node.name()));
     record.add("title", TextOrNull(node.title));
     record.add("comment", TextOrNull(node.comment));
+    record.add("identity", TextOrNull(node.identity()));
     record.add("kind", TextOrNull(KindName(node.kind)));
     record.add("discrete", Flag(variable.discrete));
     record.add("states", states);

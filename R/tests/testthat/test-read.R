@@ -21,7 +21,7 @@ test_that("what cannot be read is an error of its own", {
     expect_error(read_net("no such file.net"), "no such file", class = "lumo_file_error")
     error <- expect_error(read_net(file_of("nothing", ".net"), "xmlbif"), class = "lumo_read_error")
     expect_gt(nrow(error$reports), 0)
-    expect_error(read_net(file_of("nothing", ".what")), "not recognised", class = "lumo_read_error")
+    expect_error(read_net(file_of("nothing", ".what")), "cannot tell the format", class = "lumo_read_error")
     expect_error(read_net(file_of(damaged), "word"), "no format 'word'")
     expect_error(read_net(c("a", "b")), "`path` should be one text")
     expect_error(read_net(file_of(damaged), strict = NA), "`strict` should be TRUE or FALSE")
