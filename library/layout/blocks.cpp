@@ -68,6 +68,31 @@ void BlockOrder::readRows(const std::vector<std::vector<int>>& rows) {
     std::ranges::stable_sort(order_, {}, [&](int b) { return mean[index(b)]; });
 }
 
+std::pair<int, int> BlockOrder::ends(const Block& block) const {
+    if (block.first < graph_.nodes) return {block.first, block.first};
+    const Link& link = graph_.wayOf[index(block.first) - index(graph_.nodes)];
+    return {link.parent, link.child};
+}
+
+BlockOrder::Places BlockOrder::places() const {
+    Places places;
+    for (std::size_t i = 0; i < order_.size(); ++i)
+        places.emplace(ends(blocks_[index(order_[i])]), static_cast<double>(i));
+    return places;
+}
+
+void BlockOrder::readPlaces(const Places& places) {
+    std::vector<double> at;
+    for (const Block& block : blocks_) {
+        const auto [parent, child] = ends(block);
+        const auto found = places.find({parent, child});
+        at.push_back(found != places.end()
+                         ? found->second
+                         : (places.at({parent, parent}) + places.at({child, child})) / 2);
+    }
+    std::ranges::stable_sort(order_, {}, [&](int b) { return at[index(b)]; });
+}
+
 std::vector<std::vector<int>> BlockOrder::rows() const {
     std::vector<std::vector<int>> rows(graph_.rows.size());
     for (const int b : order_) {

@@ -2,6 +2,8 @@
 // node or all the way-points of a link, so that a long link moves as a whole and stays straight.
 #pragma once
 
+#include <map>
+
 #include "library/layout/layout.h"
 
 namespace lumo::layout {
@@ -26,6 +28,13 @@ public:
     void readRows(const std::vector<std::vector<int>>& rows);
     std::vector<std::vector<int>> rows() const;
 
+    /// Places from left to right of nodes, under (node, node), and of long links, under their ends;
+    /// they tell another layering of the part how to start. Its links that become long start midway
+    /// between their ends.
+    using Places = std::map<std::pair<int, int>, double>;
+    Places places() const;
+    void readPlaces(const Places& places);
+
     const std::vector<int>& order() const { return order_; }
     void setOrder(const std::vector<int>& order) { order_ = order; }
 
@@ -45,6 +54,7 @@ private:
     static std::size_t index(int i) { return static_cast<std::size_t>(i); }
     int& place(int b) { return place_[index(b)]; }
     int place(int b) const { return place_[index(b)]; }
+    std::pair<int, int> ends(const Block& block) const;
     void sortNeighbours(int b);
     long long moveToBestPlace(int b, long long& work);
     void carryOut(int b, int from, int to);

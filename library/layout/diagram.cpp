@@ -18,9 +18,11 @@ constexpr double RowGap = 34;
 constexpr double PartGap = 40;
 /// Drawings of more boxes are kept from being wide.
 constexpr std::size_t SmallDrawing = 30;
-constexpr double TallestTurned =
-    2.5;  ///< times as high as wide, of a drawing turned to be less wide
+/// Times as high as wide, of a drawing turned to be less wide.
+constexpr double TallestTurned = 2.5;
 constexpr int Tries = 5;
+/// Steps from row to row up to which nodes are tried in other rows.
+constexpr long long FewSteps = 500;
 
 /// A part as drawn: the corner of its boxes and courses is the origin.
 struct PartDrawing {
@@ -43,6 +45,7 @@ public:
         : part_(part),
           spacing_(diagram.spacing),
           widestShape_(diagram.widestShape),
+          mostWidth_(diagram.mostWidth),
           mayTurn_(diagram.mayTurn) {
         for (const int v : part.members)
             sizes_.push_back(diagram.sizes[static_cast<std::size_t>(v)]);
@@ -53,8 +56,10 @@ public:
         const Layered plain = ordered(AssignLayers(part_));
         if (plain.isLarge()) return drawn(plain, {false, foldedRow(plain)});
         PartDrawing drawing = drawn(plain, {});
+        if (mostWidth_ > 0) return withinWidth(plain, std::move(drawing));
         if (mayBeWide || !isWide(drawing))
-            return withOtherLayers({std::move(drawing), CountStepCrossings(plain)}, mayBeWide);
+            return withOtherLayers(plain, {std::move(drawing), CountStepCrossings(plain)},
+                                   mayBeWide);
         Candidate upright = narrowed(plain, false, drawing);
         if (!mayTurn_) return upright.drawing;
         Candidate turned = narrowed(plain, true, drawing);
@@ -74,13 +79,18 @@ private:
     }
 
     /// The drawing, or one with other layers whose links cross less.
-    PartDrawing withOtherLayers(Candidate best, bool mayBeWide) {
-        for (const LayeringEN how : {LayeringEN::high, LayeringEN::low}) {
+    PartDrawing withOtherLayers(Layered graph, Candidate best, bool mayBeWide) {
+        const auto take = [&](const Layered& layered) {
+            const long long crossings = CountStepCrossings(layered);
+            if (crossings >= best.crossings) return;
+            PartDrawing drawing = drawn(layered, {});
+            if (mayBeWide || !isWide(drawing)) best = {std::move(drawing), crossings};
+        };
+        for (const LayeringEN how : {LayeringEN::tight, LayeringEN::high, LayeringEN::low}) {
             if (best.crossings == 0) break;
-            const Layered graph = ordered(AssignLayers(part_, how));
-            Candidate other{drawn(graph, {}), CountStepCrossings(graph)};
-            if (other.crossings < best.crossings && (mayBeWide || !isWide(other.drawing)))
-                best = std::move(other);
+            if (how != LayeringEN::tight) graph = ordered(AssignLayers(part_, how));
+            take(graph);
+            if (graph.steps <= FewSteps) take(MoveBetweenRows(part_, std::move(graph)));
         }
         return std::move(best.drawing);
     }
@@ -162,6 +172,21 @@ private:
         return candidate;
     }
 
+    /// The drawing where it is not too wide, else the least wide of itself, turned, or with its
+    /// rows split.
+    PartDrawing withinWidth(const Layered& plain, PartDrawing best) {
+        const auto take = [&](PartDrawing other) {
+            if (best.width > mostWidth_ && other.width < best.width) best = std::move(other);
+        };
+        if (best.width > mostWidth_ && mayTurn_) take(drawn(plain, {true, 0}));
+        double row = mostWidth_;
+        for (int i = 0; i < Tries && best.width > mostWidth_; ++i, row *= 0.8) {
+            setStyle({});
+            take(drawn(ordered(SplitLayers(part_, plain, gap(), row)), {}));
+        }
+        return best;
+    }
+
     /// The length down to which the rows of a large part are folded, estimated from what its nodes
     /// take.
     double foldedRow(const Layered& plain) const {
@@ -190,6 +215,7 @@ private:
     std::vector<double> depths_;
     double spacing_;
     double widestShape_;
+    double mostWidth_;
     bool mayTurn_;
     Style style_;
 };
@@ -213,7 +239,8 @@ Drawing Draw(const Diagram& diagram) {
         boxes.push_back({drawings.back().width, drawings.back().height});
     }
     const Point gap{diagram.spacing * PartGap, diagram.spacing * RowGap};
-    PackBoxes(boxes, PackingWidth(boxes, diagram.leastWidth, gap), gap);
+    PackBoxes(boxes, PackingWidth(boxes, std::max(diagram.leastWidth, diagram.mostWidth), gap),
+              gap);
 
     Drawing all;
     all.centres.resize(diagram.sizes.size());

@@ -27,6 +27,7 @@ struct Diagram {
     double widestShape = 4;  ///< times as wide as high, of a drawing of more than 30 boxes
     bool mayTurn = true;     ///< to the right where that makes the drawing less wide
     double leastWidth = 0;   ///< that parts may be packed into beside each other
+    double mostWidth = 0;    ///< that is kept to where rows can be split for it; 0: any
 };
 
 struct Drawing {

@@ -104,6 +104,9 @@ Layered MakeLayered(const Part& part, std::vector<int> layers);
 /// An order of the rows with few crossings of the steps.
 Rows OrderRows(Layered& graph);
 
+/// The ordered part with nodes in other rows where that makes the crossings of its steps fewer.
+Layered MoveBetweenRows(const Part& part, Layered start);
+
 /// Pairs of steps between neighbouring rows that cross.
 long long CountStepCrossings(const Layered& graph);
 

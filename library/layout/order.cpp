@@ -18,6 +18,8 @@ constexpr int MaxRounds = 40;
 constexpr long long BlockSteps = 4000;
 constexpr long long BlockWork = 8'000'000;
 constexpr int BlockAttempts = 200;
+/// Work on moving nodes to other rows.
+constexpr long long RowWork = 3'000'000;
 /// In a part with fewer vertices a vertex may move anywhere in its row in one step, else so far.
 constexpr int AnywhereVertices = 300;
 constexpr int ShortReach = 2;
@@ -270,6 +272,66 @@ void OrderBlocks(RowOrder& order, Best& best) {
     Attempt(order, best.rows, best);
 }
 
+// ---- Nodes in other rows --------------------------------------------------------------------
+
+/// Moves nodes of a small part, one by one, to other rows where that makes the crossings fewer.
+class RowMover {
+public:
+    RowMover(const Part& part, Layered start)
+        : part_(part), best_(std::move(start)), crossings_(CountStepCrossings(best_)) {
+        BlockOrder blocks(best_);
+        blocks.readRows(best_.rows);
+        places_ = blocks.places();
+    }
+
+    Layered run() {
+        long long before = 0;
+        do {
+            before = crossings_;
+            for (int v = 0; v < part_.size(); ++v) moveNode(v);
+        } while (crossings_ < before && crossings_ > 0 && work_ > 0);
+        return std::move(best_);
+    }
+
+private:
+    int& layer(int v) { return best_.layer[static_cast<std::size_t>(v)]; }
+
+    void moveNode(int v) {
+        // Every row keeps a node.
+        const auto last = best_.layer.begin() + best_.nodes;
+        if (std::count(best_.layer.begin(), last, layer(v)) == 1) return;
+        int high = 0;
+        int low = static_cast<int>(best_.rows.size()) - 1;
+        for (const Link& link : part_.links) {
+            if (link.child == v) high = std::max(high, layer(link.parent) + 1);
+            if (link.parent == v) low = std::min(low, layer(link.child) - 1);
+        }
+        for (int row = high; row <= low && work_ > 0; ++row)
+            if (row != layer(v)) tryRow(v, row);
+    }
+
+    void tryRow(int v, int row) {
+        std::vector<int> layers(best_.layer.begin(), best_.layer.begin() + best_.nodes);
+        layers[static_cast<std::size_t>(v)] = row;
+        Layered graph = MakeLayered(part_, std::move(layers));
+        BlockOrder blocks(graph);
+        blocks.readPlaces(places_);
+        blocks.improve(work_);
+        graph.rows = blocks.rows();
+        const long long count = CountStepCrossings(graph);
+        if (count >= crossings_) return;
+        crossings_ = count;
+        places_ = blocks.places();
+        best_ = std::move(graph);
+    }
+
+    const Part& part_;
+    Layered best_;
+    long long crossings_;
+    BlockOrder::Places places_;
+    long long work_ = RowWork;
+};
+
 }  // namespace
 
 long long CountStepCrossings(const Layered& graph) {
@@ -296,6 +358,7 @@ Rows OrderRows(Layered& graph) {
     if (graph.rows.size() < 2) return graph.rows;
     RowOrder order(graph);
     Best best;
+    best.record(order);
     constexpr std::pair<bool, bool> searches[] = {{true, false}, {true, true}, {false, true}};
     for (const auto& [down, up] : searches) {
         if (best.count == 0 || order.work < 0) break;
@@ -303,6 +366,10 @@ Rows OrderRows(Layered& graph) {
     }
     if (best.count > 0 && graph.steps <= BlockSteps) OrderBlocks(order, best);
     return best.rows;
+}
+
+Layered MoveBetweenRows(const Part& part, Layered start) {
+    return RowMover(part, std::move(start)).run();
 }
 
 }  // namespace lumo::layout

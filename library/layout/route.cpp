@@ -26,10 +26,15 @@ constexpr long long FreeRows = 20'000;
 constexpr double RowsPerLink = 4;
 constexpr double RowsPerLinkOfLargeParts = 0.5;
 /// How far bends reach, beside boxes on the way and beside the ends: about so much to the side, but
-/// so much along the link at least. Links from one box that bend alike do not cross.
-constexpr double CornerWidth = 40;
-constexpr double EndCornerWidth = 2;
-constexpr double LeastCorner = 1.5;
+/// so much along the link at least.
+struct Corners {
+    double width, endWidth, least;
+};
+/// Of few links, up to so many steps, which look smooth; of many, of which those from one box then
+/// do not cross.
+constexpr long long UncrowdedSteps = 120;
+constexpr Corners RoundCorners{40, 14, 5};
+constexpr Corners SharpCorners{40, 2, 1.5};
 constexpr int KnotRounds = 8;
 
 std::size_t index(int i) { return static_cast<std::size_t>(i); }
@@ -163,7 +168,8 @@ std::vector<Point> ShortestLine(Point from, const std::vector<Gate>& gates, Poin
 
 /// The line with knots on its long pieces near their bends, so that pieces that go far to the side
 /// stay straight between: links side by side keep their order there, however they bend at the ends.
-std::vector<Point> WithCorners(const std::vector<Point>& line, const std::vector<Gate>& gates) {
+std::vector<Point> WithCorners(const std::vector<Point>& line, const std::vector<Gate>& gates,
+                               const Corners& corners) {
     std::vector<Point> knots = {line.front()};
     for (std::size_t i = 1; i < line.size(); ++i) {
         const Point from = line[i - 1];
@@ -171,7 +177,8 @@ std::vector<Point> WithCorners(const std::vector<Point>& line, const std::vector
         const double slope = Slope(from, to);
         const auto corner = [&](Point bend) {
             const bool atEnd = bend.y == gates.front().y || bend.y == gates.back().y;
-            return std::max(LeastCorner, (atEnd ? EndCornerWidth : CornerWidth) / std::abs(slope));
+            return std::max(corners.least,
+                            (atEnd ? corners.endWidth : corners.width) / std::abs(slope));
         };
         const auto add = [&](double y) { knots.push_back({from.x + (y - from.y) * slope, y}); };
         const double first = i > 1 ? corner(from) : 0;
@@ -270,7 +277,8 @@ public:
             return gate.lets(from.x + (gate.y - from.y) * slope);
         });
         if (straight) return {from, to};
-        std::vector<Point> knots = WithCorners(ShortestLine(from, gates_, to), gates_);
+        std::vector<Point> knots = WithCorners(ShortestLine(from, gates_, to), gates_,
+                                               isCrowded() ? SharpCorners : RoundCorners);
         for (int round = 0; round < KnotRounds && AddKnots(knots, gates_); ++round) continue;
         return Segments(knots);
     }
@@ -281,6 +289,7 @@ private:
         return FreeRows + std::llround(each * static_cast<double>(part.links.size()));
     }
 
+    bool isCrowded() const { return graph_.steps > UncrowdedSteps; }
     double middle(int r) const { return depths_.middle[index(r)]; }
     double half(int r) const { return depths_.half[index(r)]; }
 

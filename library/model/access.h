@@ -11,6 +11,7 @@
 #include "library/model/arena.h"
 #include "library/model/nameindex.h"
 #include "library/model/netmodel.h"
+#include "library/utilities/names.h"
 
 namespace lumo {
 
@@ -67,6 +68,7 @@ struct Bnet_bn::Index {
         const Bnode_bn* child = nullptr;
         std::unordered_set<const Bnode_bn*> nodes;
     } below;
+    long long chargedSteps = 0;  // of the searches that are bounded
 
     // Node sets.
     std::vector<OwnedNodeset> nodesets;
@@ -118,7 +120,13 @@ struct LUMO_HIDDEN ModelAccess {
     static void dropTables(Bnode_bn& node);
 
     // Links (links.cpp).
-    enum class LinkEN { added, again, self, cycle };
+    enum class LinkEN {
+        added,
+        again,
+        self,
+        cycle,
+        unknown,  ///< whether it would close a cycle: searches have cost too much
+    };
     class ChildWalk;
     template <class Before>
     class SearchSide;
@@ -132,6 +140,7 @@ struct LUMO_HIDDEN ModelAccess {
     static void unlinkParents(Bnode_bn& child);
     static std::unordered_set<const Bnode_bn*> descendants(Bnode_bn& node);
     static void rememberCycle(Bnode_bn& child);
+    static long long stepsLeft(Bnet_bn& net);
     static void recordLinks(Bnode_bn& child);
     static void recordLink(Bnode_bn& parent, const Bnode_bn& child);
 

@@ -135,10 +135,13 @@ void Vnet_kt::setExtent(coord_kt extent) {
 void Vnet_kt::findExtent(rect_kt& out) const {
     out = {};
     if (!vnodes.hasSome()) return;
-    const coord_kt first = vnodes[0]->position();
+    const auto place = [this](const Vnode_kt& vnode) {
+        return awaitsLayout_ ? vnode.position() : vnode.position_;
+    };
+    const coord_kt first = place(*vnodes[0]);
     out = {first.x, first.y, first.x, first.y};
     for (const Vnode_kt* vnode : vnodes) {
-        const coord_kt at = vnode->position();
+        const coord_kt at = place(*vnode);
         out.left = std::min(out.left, at.x);
         out.top = std::min(out.top, at.y);
         out.right = std::max(out.right, at.x);

@@ -22,6 +22,22 @@ constexpr double DoubleNoise = 1e-12;
 
 bool IsOne(double sum, double noise) { return std::abs(sum - 1) <= noise; }
 
+/// Makes the row, which has that sum, sum to 1.
+void ScaleRow(double* row, int states, double sum) {
+    if (sum == 0 || IsOne(sum, DoubleNoise)) return;
+    // A row that floats hold is a row of floats, also beside others.
+    double floatSum = 0;
+    bool held = true;
+    for (int s = 0; s < states && held; ++s) {
+        const auto value = static_cast<float>(row[s]);
+        held = ShortestDouble(value) == row[s];
+        floatSum += static_cast<double>(value);
+    }
+    if (held && IsOne(floatSum, FloatNoise)) return;
+    const double divisor = Tidied(sum);
+    std::transform(row, row + states, row, [divisor](double p) { return Tidied(p / divisor); });
+}
+
 /// Scales the rows of a table that is held in one precision or two.
 class RowScaling {
 public:
@@ -30,15 +46,14 @@ public:
           exact_(exact),
           given_(exact != nullptr),
           states_(states),
-          entries_(std::ptrdiff_t{1} * states * rows),
-          decimals_(static_cast<std::size_t>(states)) {}
+          entries_(std::ptrdiff_t{1} * states * rows) {}
 
     /// Scales a row of which that is the sum of the floats, and returns that of the numbers.
     double scale(float* row, double sum) {
         if (!given_) return IsOne(sum, FloatNoise) ? sum : scaleFloats(row, sum);
         double* const exact = exact_ + (row - probs_);
         const double exactSum = ExactSum(exact, states_);
-        ScaleToOne(exact, states_);
+        ScaleRow(exact, states_, exactSum);
         if (sum != 0 && !IsOne(sum, FloatNoise)) divide(row, sum);
         return Tidied(exactSum);
     }
@@ -50,19 +65,25 @@ private:
     /// The floats hold what the file says. Whether they hold it scaled, shows.
     double scaleFloats(float* row, double sum) {
         if (sum == 0) return sum;
-        ShortestDoubles(row, states_, decimals_.data());
-        const double exactSum = Tidied(ExactSum(decimals_.data(), states_));
-        divide(decimals_.data(), exactSum);
+        const bool isMade = exact_ != nullptr;
+        if (!isMade) decimals_.resize(static_cast<std::size_t>(states_));
+        double* const numbers = isMade ? exact_ + (row - probs_) : decimals_.data();
+        if (!isMade) ShortestDoubles(row, states_, numbers);
+        const double exactSum = Tidied(ExactSum(numbers, states_));
+        divide(numbers, exactSum);
         divide(row, sum);
-        if (exact_ == nullptr) {
-            if (AreHeldByFloats(decimals_.data(), row, states_)) return exactSum;
-            made_ = NewXArray<double>(entries_);
-            if (made_ == nullptr) return exactSum;  // single precision has to do
-            exact_ = made_.get();
-            ShortestDoubles(probs_, entries_, exact_);
-        }
-        std::copy(decimals_.begin(), decimals_.end(), exact_ + (row - probs_));
+        if (!isMade && !AreHeldByFloats(numbers, row, states_)) make(row);
         return exactSum;
+    }
+
+    /// Makes the table: of the row these decimals, of the others those of their floats. Without
+    /// memory for it single precision has to do.
+    void make(const float* row) {
+        made_ = NewXArray<double>(entries_);
+        if (made_ == nullptr) return;
+        exact_ = made_.get();
+        ShortestDoubles(probs_, entries_, exact_);
+        std::copy(decimals_.begin(), decimals_.end(), exact_ + (row - probs_));
     }
 
     void divide(double* row, double sum) const {
@@ -101,25 +122,18 @@ void ModelAccess::installExact(Bnode_bn& node, XArray<double> exact, int entries
     relation.exact = inArena != nullptr ? inArena : exact.release();
 }
 
-void ScaleToOne(double* row, int states) {
-    const double sum = ExactSum(row, states);
-    if (sum == 0 || IsOne(sum, DoubleNoise)) return;
-    // A row that floats hold is a row of floats, also beside others.
-    double floatSum = 0;
-    bool held = true;
-    for (int s = 0; s < states && held; ++s) {
-        const auto value = static_cast<float>(row[s]);
-        held = ShortestDouble(value) == row[s];
-        floatSum += static_cast<double>(value);
-    }
-    if (held && IsOne(floatSum, FloatNoise)) return;
-    const double divisor = Tidied(sum);
-    std::transform(row, row + states, row, [divisor](double p) { return Tidied(p / divisor); });
+void ScaleToOne(double* row, int states) { ScaleRow(row, states, ExactSum(row, states)); }
+
+void NormalizeRow(float* row, double* exact, int states) {
+    RowScaling(row, exact, states, 1).scale(row, SumOf(row, states));
 }
 
 int NormalizeBelvecTable(float* table, int states, int rows, XArray<double>* exact) {
+    const bool isExact = exact != nullptr && *exact != nullptr;
+    // The usual row of readers that scale one at a time.
+    if (rows == 1 && !isExact && IsOne(SumOf(table, states), FloatNoise)) return 0;
     int zeroRows = 0;
-    RowScaling scaling(table, exact != nullptr ? exact->get() : nullptr, states, rows);
+    RowScaling scaling(table, isExact ? exact->get() : nullptr, states, rows);
     ForEachRow(table, states, rows, [&](float* row, double sum) {
         zeroRows += sum == 0 ? 1 : 0;
         scaling.scale(row, sum);
@@ -152,13 +166,14 @@ void Reln_bn::normalize_(double tolerance) {
     if (zeroRow >= 0) WarnZeroRow(*node, zeroRow);
 }
 
-int Reln_bn::scaleRows() {
+int Reln_bn::scaleRows(double most) {
     if (probs == nullptr) return 0;
     const int rows = Rows(*node), states = node->numStates();
     int scaled = 0;
     RowScaling scaling(probs, exact, states, rows);
     const bool isExact = exact != nullptr;
     ForEachRow(probs, states, rows, [&](float* values, double sum) {
+        if (std::abs(sum - 1) > most) return;
         const double exactSum = scaling.scale(values, sum);
         if (sum != 0 && !(isExact ? IsOne(exactSum, DoubleNoise) : IsOne(sum, FloatNoise)))
             ++scaled;
@@ -221,6 +236,8 @@ void Reln_bn::dropExact() {
 int Reln_bn::keepPossible() {
     if (probs == nullptr || exact == nullptr) return 0;
     const int entries = NumProduct(node->family);
+    const bool anyZero = std::count(probs, probs + entries, 0.0F) > 0;  // many at a time
+    if (!anyZero && kind != RelnKindEN::deterministic) return 0;
     int kept = 0;
     bool zeroOne = true;
     for (int i = 0; i < entries; ++i) {

@@ -9,11 +9,13 @@
 
 #include <algorithm>
 #include <functional>
+#include <limits>
 #include <span>
 
 #include "library/model/access.h"
 #include "library/model/messages.h"
 #include "library/model/netmodel.h"
+#include "library/utilities/bounds.h"
 
 namespace lumo {
 
@@ -21,6 +23,14 @@ namespace {
 
 /// Distance of labels where there is room.
 constexpr long long LabelStep = 1LL << 24;
+
+/// Steps that those searches may take while a net is read that end at a cycle, or are for a node
+/// whose parents were replaced: for each node and link, and for any net. What one costs may be the
+/// whole net, and a file can have as many as lines.
+constexpr long long StepsEach = 8;
+constexpr long long StepsOfAny = 1LL << 20;
+/// Steps that a search may take all the same.
+constexpr long long FewSteps = 32;
 
 /// The links of a child with at least this many parents are hashed.
 constexpr int ManyParents = 32;
@@ -84,16 +94,21 @@ public:
           backward_(index(net_).backward, parent, stamp_ + 1),
           children_(child) {}
 
-    /// Returns whether the link would close a cycle; if not, the order allows it now.
-    bool findsCycle() {
+    /// Whether the link may be added: the order allows it then.
+    LinkEN find() {
+        const long long most = std::max(stepsLeft(net_), FewSteps);
+        long long steps = 0;
         // The next node of a side stays the same until its links are followed: those it leads to
         // come later in the search.
         while (!forward_.isDone() && !backward_.isDone() &&
                forward_.next().order_ < backward_.next().order_) {
-            if (stepForward() || stepBackward()) return true;
+            if (++steps <= most && !stepForward() && !stepBackward()) continue;
+            index(net_).chargedSteps += steps;
+            return steps > most ? LinkEN::unknown : LinkEN::cycle;
         }
+        if (child_.linksFrom_ > 0) index(net_).chargedSteps += steps;
         repair();
-        return false;
+        return LinkEN::added;
     }
 
     static void place(Bnet_bn& net, std::span<Bnode_bn* const> block, int left);
@@ -276,20 +291,28 @@ ModelAccess::LinkEN ModelAccess::link(Bnode_bn& parent, Bnode_bn& child) {
     if (isParent(parent, child)) return LinkEN::again;
     const Bnet_bn::Index::Below& below = index(child).below;
     if (below.child == &child && below.nodes.contains(&parent)) return LinkEN::cycle;
-    if (parent.order_ > child.order_ && LinkSearch(parent, child).findsCycle()) {
-        rememberCycle(child);
-        return LinkEN::cycle;
+    if (parent.order_ > child.order_) {
+        const LinkEN found = LinkSearch(parent, child).find();
+        if (found == LinkEN::cycle) rememberCycle(child);
+        if (found != LinkEN::added) return found;
     }
     appendParent(parent, child);
     recordLink(parent, child);
     return LinkEN::added;
 }
 
+long long ModelAccess::stepsLeft(Bnet_bn& net) {
+    if (!MemoryBound::holds()) return std::numeric_limits<long long>::max();
+    const Bnet_bn::Index& at = index(net);
+    return StepsOfAny + StepsEach * (net.nodes.N + std::ssize(at.links)) - at.chargedSteps;
+}
+
 void ModelAccess::rememberCycle(Bnode_bn& child) {
     Bnet_bn::Index::Below& below = index(child).below;
-    const bool isSecond = below.child == &child;
+    const bool isSecond = below.child == &child && stepsLeft(child.net()) > 0;
     below.child = &child;
     below.nodes = isSecond ? descendants(child) : std::unordered_set<const Bnode_bn*>();
+    index(child).chargedSteps += std::ssize(below.nodes);
 }
 
 void ModelAccess::unlinkParents(Bnode_bn& child) {
@@ -302,7 +325,7 @@ void ModelAccess::unlinkParents(Bnode_bn& child) {
             at.pairs.erase(PairKey(child.index_, parent->index_));
         }
     }
-    child.linksFrom_ = static_cast<int>(at.links.size());
+    if (child.parents.N > 0) child.linksFrom_ = static_cast<int>(at.links.size());
     child.family.N = 1;
     fitParents(child);
 }
@@ -328,12 +351,12 @@ void WarnParentAgain(const Bnode_bn& parent, const Bnode_bn& child) {
     NewReport(msg::model.parentAgain, parent.name(), child.name());
 }
 
-rept_kt* RefuseSelfLink(const Bnode_bn& node, const char* others) {
-    return NewReport(msg::model.selfLink, node.name(), node.name(), others);
-}
-
-rept_kt* RefuseCycle(const Bnode_bn& parent, const Bnode_bn& child, const char* others) {
-    return NewReport(msg::model.cycle, parent.name(), child.name(), others);
+/// The report on a link that was not added, for that reason.
+rept_kt* Refuse(LinkEN why, const Bnode_bn& parent, const Bnode_bn& child, const char* others) {
+    const auto& message = why == LinkEN::self    ? msg::model.selfLink
+                          : why == LinkEN::cycle ? msg::model.cycle
+                                                 : msg::model.unknownCycle;
+    return NewReport(message, parent.name(), child.name(), others);
 }
 
 /// Gives the child its parents, one after the other, and remembers which were refused.
@@ -342,51 +365,40 @@ public:
     explicit Linking(Bnode_bn& child) : child_(child) {}
 
     void add(Bnode_bn& parent) {
-        switch (ModelAccess::link(parent, child_)) {
-            case LinkEN::added:
-                return;
-            case LinkEN::again:
-                WarnParentAgain(parent, child_);
-                return;
-            case LinkEN::self:
-            case LinkEN::cycle:
-                break;
-        }
-        if (refused_ == nullptr) refused_ = &parent;
-        ++refusals_;
+        const LinkEN link = ModelAccess::link(parent, child_);
+        if (link == LinkEN::added) return;
+        if (link == LinkEN::again) return WarnParentAgain(parent, child_);
+        if (refusals_++ > 0) return;
+        refused_ = &parent;
+        why_ = link;
     }
 
     /// One report for all that was refused.
     rept_kt* report() const {
-        if (refused_ == nullptr) return Okay_rept_kt;
+        if (refusals_ == 0) return Okay_rept_kt;
         std::string others;
         if (refusals_ > 1)
             others = Format(" (%d further %s refused)", refusals_ - 1,
                             refusals_ == 2 ? "parent is" : "parents are");
-        return refused_ == &child_ ? RefuseSelfLink(child_, others.c_str())
-                                   : RefuseCycle(*refused_, child_, others.c_str());
+        return Refuse(why_, *refused_, child_, others.c_str());
     }
 
 private:
     Bnode_bn& child_;
-    const Bnode_bn* refused_ = nullptr;
+    const Bnode_bn* refused_ = nullptr;  // the first one
+    LinkEN why_ = LinkEN::added;
     int refusals_ = 0;
 };
 
 }  // namespace
 
 rept_kt* AddLink_ibn(Bnode_bn& parent, Bnode_bn& child) {
-    switch (ModelAccess::link(parent, child)) {
-        case LinkEN::self:
-            return RefuseSelfLink(child, "");
-        case LinkEN::cycle:
-            return RefuseCycle(parent, child, "");
-        case LinkEN::again:
-            WarnParentAgain(parent, child);
-            return Okay_rept_kt;
-        case LinkEN::added:
-            break;
+    const LinkEN link = ModelAccess::link(parent, child);
+    if (link == LinkEN::again) {
+        WarnParentAgain(parent, child);
+        return Okay_rept_kt;
     }
+    if (link != LinkEN::added) return Refuse(link, parent, child, "");
     child.relation.clear();
     ModelAccess::changed(child);
     return Okay_rept_kt;

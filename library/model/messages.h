@@ -28,6 +28,9 @@ struct ModelMessages {
         "node '%s' would close a cycle%s",
         "a node cannot be its own ancestor, so the link is refused. Correct the parents of the "
         "nodes in the cycle", {"2 2 2\n1 2\n1 1", 3, 3, "ergo"}};
+    Message<const char*, const char*, const char*> unknownCycle{-5083, error, "a link from node "
+        "'%s' to node '%s'%s contradicts those before it, and after so many searches it is not "
+        "known whether it would close a cycle", cycle.cure};
     Message<const char*, const char*> parentAgain{-5084, warning, "node '%s' is named again as a "
         "parent of node '%s'", "the table is taken for the distinct parents. Delete the repetition",
         {"2 2 2\n0\n2 1 1", 3, 5, "ergo"}};

@@ -51,7 +51,8 @@ std::uint64_t HashText(std::string_view text) {
 
 Bnode_bn* NodeIndex::find(const HashedText& key) const {
     if (count_ == 0) return nullptr;
-    for (std::size_t at = key.hash & mask(); slots_[at].node != 0; at = (at + 1) & mask()) {
+    for (std::size_t at = static_cast<std::size_t>(key.hash) & mask(); slots_[at].node != 0;
+         at = (at + 1) & mask()) {
         if (slots_[at].hash != half(key)) continue;
         Bnode_bn* const node = nodes_[static_cast<int>(slots_[at].node - 1)];
         if (Equals(keyOf_(*node), key.text)) return node;
@@ -66,7 +67,7 @@ void NodeIndex::add(int place, const HashedText& key) {
 }
 
 void NodeIndex::remove(int place, const HashedText& key) {
-    std::size_t gap = key.hash & mask();
+    std::size_t gap = static_cast<std::size_t>(key.hash) & mask();
     while (slots_[gap].node != static_cast<std::uint32_t>(place) + 1) gap = (gap + 1) & mask();
     // Entries behind the gap move up unless that would put them before their home.
     for (std::size_t at = (gap + 1) & mask(); slots_[at].node != 0; at = (at + 1) & mask()) {

@@ -331,13 +331,13 @@ void nodeset_bn::addNodes(const BndList_bn& nodes, bool) {
 }
 
 rept_kt* AddNodeToNodeset_ibn(Bnode_bn& node, const char* setName) {
-    nodeset_bn* set = node.net().newNodeset(setName, nullptr, nullptr);
+    nodeset_bn* set = node.net().newNodeset(setName);
     if (set == nullptr) {
         return NewReport(msg::model.tooManyGroups, setName, MaxNodesets + 1, MaxNodesets);
     }
     BndList_bn alone;
     alone.append(&node);
-    set->addNodes(alone, true);
+    set->addNodes(alone);
     return Okay_rept_kt;
 }
 

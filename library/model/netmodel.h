@@ -14,6 +14,7 @@
 
 #include <atomic>
 #include <climits>
+#include <cmath>
 #include <cstddef>
 #include <memory>
 #include <span>
@@ -40,9 +41,12 @@ inline constexpr int MaxStates = 1'000'000;      ///< states of one node
 inline constexpr int MaxNetStates = 10'000'000;  ///< states of all nodes of a net
 inline constexpr int MaxNodesets = 10'000;       ///< node sets of one net
 
+/// What a node is: chance, a choice, or what outcomes are worth.
 enum NodeKindEN : unsigned char { NatureNode = 1, DecisionNode = 3, UtilityNode = 4 };
+/// What a variable is: states, or a number that may be cut into intervals.
 enum VarDiscreteEN : int { DiscreteVar = 0, ContinuousVar = 1 };
-enum CheckEN : int { CheckFull = 3 };  ///< the one level of checking that setters are called with
+/// How much setters check: there is the one level.
+enum CheckEN : int { CheckFull = 3 };
 
 /// How a relation is held.
 enum class RelnKindEN : unsigned char {
@@ -64,6 +68,12 @@ int NumProduct(const BndList_bn& list);
 /// Number of noisy-max parameters of the node: its states x (1 + sum over parents of (parent states
 /// - 1)); saturates at INT_MAX.
 int NumCIParams(const Bnode_bn& node);
+
+/// States of the node and of its parents.
+int NumFamilyStates(const Bnode_bn& node);
+
+/// Whether the numbers are the states of the node, then those of each parent, in some order.
+bool IsFamilyOrder(const Bnode_bn& node, std::span<const int> order);
 
 /// Appends the nodes' names joined by the separator, up to `limit` characters in all ("..." then).
 void NodeNamesToStr(const BndList_bn& list, const char* separator, int limit, strin_kt& out);
@@ -102,23 +112,27 @@ char* statetostr1(int state, const Varbl_bn& variable, char* buffer);
 
 /// A node's probability relation. Embedded in its node.
 struct Reln_bn {
-    Bnode_bn* node = nullptr;  ///< the node it belongs to
-    RelnKindEN kind = RelnKindEN::none;
-    bool rowsNormalized = false;     ///< every row of probs is known to sum to 1 (or to 0)
-    bool rowAgainTold = false;       ///< the warning about a row given twice was shown
-    bool noiseTold = false;          ///< the warning about rounding noise was shown
-    bool probsInArena = false;       ///< probs is part of the net's own memory
-    bool exactInArena = false;       ///< likewise exact
-    bool saidDeterministic = false;  ///< the file calls it so, not only its numbers
-    bool experFromCounts = false;    ///< exper is the sums of the rows of counts that the file has
-    float* probs = nullptr;          ///< full table, rows x states; null for none, real, condensed
-    float* exper = nullptr;          ///< experience, one per row; may be null
-    float* reals = nullptr;  ///< real table, one per row (times the states, if there are any)
+    Bnode_bn* node = nullptr;            ///< the node it belongs to
+    RelnKindEN kind = RelnKindEN::none;  ///< how, and with that which of the tables are there
+    bool rowsNormalized = false;         ///< every row of probs is known to sum to 1 (or to 0)
+    bool rowAgainTold = false;           ///< the warning about a row given twice was shown
+    bool noiseTold = false;              ///< the warning about rounding noise was shown
+    bool probsInArena = false;           ///< probs is part of the net's own memory
+    bool exactInArena = false;           ///< likewise exact
+    bool saidDeterministic = false;      ///< the file calls it so, not only its numbers
+    bool experFromCounts = false;  ///< exper is the sums of the rows of counts that the file has
+    float* probs = nullptr;        ///< full table, rows x states; null for none, real, condensed
+    float* exper = nullptr;        ///< experience, one per row; may be null
+    float* reals = nullptr;        ///< real table, one per row (times the states, if there are any)
     /// probs, or reals, in double precision, in the same order; null where the shortest decimals of
     /// the floats say all that the file says. Whatever changes the floats changes or drops it.
     double* exact = nullptr;
-    double* exactExper = nullptr;       ///< likewise exper
-    double* params = nullptr;           ///< noisy-max parameters, NumCIParams of the node
+    double* exactExper = nullptr;  ///< likewise exper
+    double* params = nullptr;      ///< noisy-max parameters, NumCIParams of the node
+    /// Of a noisy-max whose weakest states are not the first ones: the states of the node, then of
+    /// each parent, from the weakest up, NumFamilyStates in all. The parameters then count states
+    /// in that order. Null: their own order is that.
+    int* order = nullptr;
     unsigned char* rowMarks = nullptr;  ///< while rows are set singly: how each was given
 
     Reln_bn() = default;
@@ -130,9 +144,10 @@ struct Reln_bn {
     void clear();
 
     /// Installs a real table (one value per parent configuration; owned from now on), dropping what
-    /// was there. The second argument is null. Returns an error for a value that is not finite.
-    /// exact: the table in double precision, where that says more; owned likewise.
-    rept_kt* setRealTable(float* table, Reln_bn*, double* exact = nullptr);
+    /// was there. Returns an error for a value that is not finite.
+    rept_kt* setRealTable(float* table, Reln_bn* = nullptr);
+    /// Likewise, with the same numbers in double precision where they say more.
+    rept_kt* setReals(XArray<float> table, XArray<double> exact);
 
     /// Sets or removes (null) the experience table (one value per row; owned from now on), with
     /// that in double precision where it says more.
@@ -147,8 +162,9 @@ struct Reln_bn {
     /// one whose sum is 1 but for the rounding of floats. Computed in double precision.
     void normalize_(double tolerance = 0);
 
-    /// Scales the rows as normalize_ does, without a word and without experience. Returns how many.
-    int scaleRows();
+    /// Scales the rows whose sums differ from 1 by no more than that as normalize_ does, without a
+    /// word and without experience. Returns how many.
+    int scaleRows(double most = HUGE_VAL);
 
     /// Rounds experience within the tolerance of whole numbers to them.
     void snapExperience(double tolerance);
@@ -159,8 +175,8 @@ struct Reln_bn {
     int keepPossible();
 
     /// Makes the relation deterministic when every row holds one 1 and zeros otherwise (tested
-    /// exactly). Returns whether it did. The bool is false.
-    bool makeDeterminFromProbs(bool);
+    /// exactly). Returns whether it did.
+    bool makeDeterminFromProbs(bool = false);
 
 private:
     bool scaleExperience(int row, int rows, double sum, double exactSum);
@@ -175,6 +191,9 @@ inline bool IsRoundingNoise(float value) { return value < 0 && value > -1e-5F; }
 /// may come to be.
 int NormalizeBelvecTable(float* table, int states, int rows, XArray<double>* exact = nullptr);
 
+/// The same for one row that is there in both precisions.
+void NormalizeRow(float* row, double* exact, int states);
+
 /// Scales a row of doubles that does not sum to 1, as normalising does; a row that floats hold is
 /// one of floats.
 void ScaleToOne(double* row, int states);
@@ -182,15 +201,13 @@ void ScaleToOne(double* row, int states);
 /// Rounds each value within the tolerance of an integer to it; a null table is nothing.
 void SnapToInteger_kt(float* values, int count, double tolerance);
 
-/// The noisy-max probability table by its definition: state 0 is every parent's neutral state and
-/// the child's lowest state. Parameters: parents in link order, each parent's states from 1 up, one
-/// distribution over the child's states each, then the leak distribution. Row i of the result is
-/// the distribution of the maximum of independent draws, one from each parent not in its state 0,
-/// and one from the leak. out holds rows x states entries.
-void ExpandNoisyMax(const double* params, int childStates, const int* parentStates, int parents,
-                    float* out);
-void ExpandNoisyMax(const double* params, int childStates, const int* parentStates, int parents,
-                    double* out);
+/// The noisy-max probability table of the node by its definition: state 0 is every parent's neutral
+/// state and the child's lowest state. Parameters: parents in link order, each parent's states from
+/// 1 up, one distribution over the child's states each, then the leak distribution. Row i of the
+/// result is the distribution of the maximum of independent draws, one from each parent not in its
+/// state 0, and one from the leak. States are counted in the order, if there is one
+/// (Reln_bn::order). out holds rows x states entries.
+void ExpandNoisyMax(const Bnode_bn& node, const double* params, const int* order, double* out);
 
 // ---- Nodes ---------------------------------------------------------------------------------
 
@@ -200,12 +217,13 @@ struct Vnode_kt;
 /// entry in itself.
 class VisualNodes_bn {
 public:
-    int N = 0;
+    int N = 0;  ///< 1, or 0 before there is one
 
-    bool hasSome() const { return N > 0; }
-    Vnode_kt* operator[](int) const { return only_; }
-    Vnode_kt* const* begin() const { return &only_; }
-    Vnode_kt* const* end() const { return &only_ + N; }
+    bool hasSome() const { return N > 0; }               ///< whether there is one
+    Vnode_kt* operator[](int) const { return only_; }    ///< the one, of index 0
+    Vnode_kt* const* begin() const { return &only_; }    ///< for loops
+    Vnode_kt* const* end() const { return &only_ + N; }  ///< behind the last
+    /// Makes it the one; the visual net owns it.
     void append(Vnode_kt* vnode) {
         only_ = vnode;
         N = 1;
@@ -217,29 +235,29 @@ private:
 
 /// A named user field: bytes of any kind.
 struct UserField {
-    std::string name;
-    std::string data;
+    std::string name;  ///< of which a node has one; case counts
+    std::string data;  ///< of a text mostly with the zero byte at its end: FieldText (describe.h)
 };
 
 /// A node of a net, made by NewNode_ibn and owned by the net.
 class Bnode_bn {
 public:
-    Varbl_bn variable;
+    Varbl_bn variable;  ///< its name and states
     // Windows onto storage of the net: only read or copied.
-    BndList_bn parents;  ///< in link order
-    BndList_bn family;   ///< the node itself, then its parents
-    Reln_bn relation;
-    VisualNodes_bn vns;    ///< its visual nodes; owned by the visual net
-    strin_kt importNotes;  ///< a text that readers may append to; not part of the net
-    char* title = nullptr;
-    char* comment = nullptr;
-    int groupIndex = -1;  ///< Hugin group, -1 for none
-    NodeKindEN kind = NatureNode;
+    BndList_bn parents;            ///< in link order
+    BndList_bn family;             ///< the node itself, then its parents
+    Reln_bn relation;              ///< its table
+    VisualNodes_bn vns;            ///< its visual nodes; owned by the visual net
+    strin_kt importNotes;          ///< a text that readers may append to; not part of the net
+    char* title = nullptr;         ///< what people call it; owned, null when not said
+    char* comment = nullptr;       ///< what is said of it; owned, null when nothing is
+    int groupIndex = -1;           ///< Hugin group, -1 for none
+    NodeKindEN kind = NatureNode;  ///< changed by setKind alone
 
-    const char* name() const { return variable.name; }
-    int numStates() const { return variable.numStates; }
-    Bnet_bn& net() const { return *net_; }
-    int place() const { return index_; }  ///< in the net's list of nodes
+    const char* name() const { return variable.name; }    ///< legal, unique in the net
+    int numStates() const { return variable.numStates; }  ///< 0 of a variable without states
+    Bnet_bn& net() const { return *net_; }                ///< that it is in
+    int place() const { return index_; }                  ///< in the net's list of nodes
     /// The text that the file names the node by, when that is not its name; else null.
     const char* identity() const;
     const std::vector<UserField>& userFields() const;  ///< in the order of their first setting
@@ -249,42 +267,50 @@ public:
 
     /// Sets the number of states (0 to MaxStates) and replaces names, titles, comments and levels.
     /// names: null or `count` entries. levels: null, or count values of a discrete variable, or
-    /// one bound more than states of a continuous one; a new[] array that the node takes. The two
-    /// int pointers are null. Drops the node's table and those of its children when the count
-    /// changes. Errors: a count that is out of range, illegal names or equal names (and then
-    /// nothing changes).
-    rept_kt* setStates(int count, char** names, double* levels, const int*, const int*, CheckEN);
+    /// one bound more than states of a continuous one; a new[] array that the node takes. Drops the
+    /// node's table and those of its children when the count changes. Errors: a count that is out
+    /// of range, illegal names or equal names (and then nothing changes).
+    rept_kt* setStates(int count, char** names = nullptr, double* levels = nullptr,
+                       const int* = nullptr, const int* = nullptr, CheckEN = CheckFull);
     /// Likewise without levels, from texts that are only read: the quick way for the usual case.
     /// False, and nothing changes, when they are more than FewStates, illegal or equal, or too much
     /// for the net.
     bool setFewStates(std::span<const std::string_view> names);
-    static constexpr std::size_t FewStates = 8;
-    rept_kt* setStateNames(char** names, CheckEN);
+    static constexpr std::size_t FewStates = 8;  ///< the most that setFewStates takes
+    /// All names, numStates entries, which may be null (null removes them). An illegal name or two
+    /// equal ones are an error, and nothing changes.
+    rept_kt* setStateNames(char** names, CheckEN = CheckFull);
     /// Sets one state's name; a name that another state has gets a number appended. A state that is
     /// none is a warning, and the string is freed.
-    rept_kt* setStateName(int state, char* name, int, CheckEN);
-    rept_kt* setStateTitle(int state, char* text, CheckEN);
+    rept_kt* setStateName(int state, char* name, int = 0, CheckEN = CheckFull);
+    /// Sets one state's title, null removes it; a state that is none is a warning.
+    rept_kt* setStateTitle(int state, char* text, CheckEN = CheckFull);
     void setStateTitles(char** texts);  ///< all titles (numStates entries), null removes them
+    /// Likewise its comment.
     rept_kt* setStateComment(int state, char* text);
 
     // Attributes.
     void setTitle(char* text);  ///< null removes it
+    /// Removes the title.
     void setTitle(std::nullptr_t) { setTitle(static_cast<char*>(nullptr)); }
     void setTitle(std::string_view text);  ///< from a text that is only read
-    void setComment(char* text);
-    rept_kt* setKind(NodeKindEN kind, CheckEN);
+    void setComment(char* text);           ///< null removes it
+    /// Makes it a node of that kind; its table stays as it is. Always Okay_rept_kt.
+    rept_kt* setKind(NodeKindEN kind, CheckEN = CheckFull);
     /// ContinuousVar makes the variable continuous without states (a later setStates may cut it
-    /// into intervals); DiscreteVar makes it discrete. The bool is false.
-    rept_kt* setDiscrete(VarDiscreteEN what, bool, CheckEN);
+    /// into intervals); DiscreteVar makes it discrete.
+    rept_kt* setDiscrete(VarDiscreteEN what, bool = false, CheckEN = CheckFull);
     void setUserField(const char* name, const void* data, int length);  ///< replaces an equal name
+    void removeUserFields();                                            ///< all of them
 
     // Structure.
 
     /// Replaces the parents by the list, in order. A parent that would close a cycle, or is the
     /// node itself, is left out and an error returned that names both nodes; one named twice is
     /// left out with a warning. The same parents in the same order keep the table; else it is
-    /// dropped. The further arguments are null, true, 1, 1 and false.
-    rept_kt* changePreds(const BndList_bn& list, vect_kt<int>*, bool, int, int, bool);
+    /// dropped.
+    rept_kt* changePreds(const BndList_bn& list, vect_kt<int>* = nullptr, bool = true, int = 1,
+                         int = 1, bool = false);
 
     // Tables.
 
@@ -293,16 +319,18 @@ public:
     /// nature or decision node a NaN, an infinity or a negative entry is an error that names the
     /// node and the first bad entry, and nothing is installed; an entry above -1e-5 becomes 0 with
     /// one warning. For a utility node any finite numbers are installed as its real table; the
-    /// count is then that of the rows (times states, when it has any). exact: the same numbers in
-    /// double precision, where they say more; owned likewise.
-    rept_kt* setProbsTable(float* table, bool normalized, CheckEN, double* exact = nullptr);
+    /// count is then that of the rows (times states, when it has any).
+    rept_kt* setProbsTable(float* table, bool normalized = false, CheckEN = CheckFull);
+    /// Likewise, with the same numbers in double precision where they say more.
+    rept_kt* setTable(XArray<float> table, XArray<double> exact, bool normalized = false);
 
     /// Sets the rows that match the parent states (one per parent; AnyParentState matches all) to
     /// the probabilities (one per state; only read). The first such call makes the table, zeros. A
-    /// row given singly twice is set to the later one, with a warning (one a node). The bool is
-    /// true. exact: the same in double precision, where that says more; only read.
-    rept_kt* setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN,
-                            const double* exact = nullptr);
+    /// row given singly twice is set to the later one, with a warning (one a node).
+    rept_kt* setProbsEntry2(const int* parentStates, const float* probs, bool = true,
+                            CheckEN = CheckFull);
+    /// Likewise, with the same numbers in double precision where they say more; null: they do not.
+    rept_kt* setRow(const int* parentStates, const float* probs, const double* exact);
 
     /// Ends the setting of rows: warns how many of how many rows were never given.
     void finishRows();
@@ -312,6 +340,9 @@ public:
     /// outside 0 to 1, a distribution that does not sum to 1 within 1e-3, a table too large to
     /// expand.
     rept_kt* makeIntoNoisyMax(const double* params, bool condense);
+    /// The same with states counted in an order of strength (Reln_bn::order; only read), null for
+    /// their own.
+    rept_kt* makeIntoNoisyMax(const double* params, const int* order, bool condense);
 
     /// Warns when a row of a nature node's table does not sum to 1 within 1e-3, naming the first
     /// such row, and says so when the table would sum to 1 read with the child's state slowest.
@@ -342,33 +373,39 @@ private:
     unsigned mark_ = 0;                    // stamp of the last search that met the node
 };
 
-inline constexpr int AnyParentState = -5;
+inline constexpr int AnyParentState = -5;  ///< see Bnode_bn::setProbsEntry2
 
 // ---- Node sets -----------------------------------------------------------------------------
 
 /// The display style of a node set.
 struct NodesetStyle {
-    unsigned char red = 255, green = 255, blue = 255;
-    unsigned char colorTag = 17;
-    unsigned char colorPad = 255;
-    unsigned char flags = 0;
-    char name[32] = {};  ///< the set's name, cut to 31 characters
+    unsigned char red = 255;       ///< of the colour, as the next two; 0 to 255
+    unsigned char green = 255;     ///< likewise
+    unsigned char blue = 255;      ///< likewise
+    unsigned char colorTag = 17;   ///< always 17: the colour is one of these three
+    unsigned char colorPad = 255;  ///< always 255
+    unsigned char flags = 0;       ///< always 0
+    char name[32] = {};            ///< the set's name, cut to 31 characters
 
-    void setName(const char* text);
+    void setName(const char* text);  ///< cuts a longer one
 };
 
+/// A colour.
 struct RGB {
-    unsigned char red, green, blue;
+    unsigned char red;    ///< 0 to 255, as the next two
+    unsigned char green;  ///< likewise
+    unsigned char blue;   ///< likewise
 };
+/// The colour of a node set that is given none.
 inline constexpr RGB DefaultNodesetColor = {255, 255, 204};
 
 /// A named set of nodes; owned by its net.
 class nodeset_bn {
 public:
-    const std::string& name() const { return name_; }
-    const BndList_bn& nodes() const { return nodes_; }
-    /// Adds the nodes; one that is a member already is passed over. The bool is true.
-    void addNodes(const BndList_bn& nodes, bool);
+    const std::string& name() const { return name_; }   ///< unique in the net
+    const BndList_bn& nodes() const { return nodes_; }  ///< in the order of joining
+    /// Adds the nodes; one that is a member already is passed over.
+    void addNodes(const BndList_bn& nodes, bool = true);
 
 private:
     friend struct ModelAccess;
@@ -376,23 +413,24 @@ private:
     std::string name_;
     BndList_bn nodes_;
 };
+/// A net's own handle of a set.
 using OwnedNodeset = std::unique_ptr<nodeset_bn, void (*)(nodeset_bn*)>;
 
 // ---- The drawing side ----------------------------------------------------------------------
 
 /// A font description.
 struct fontspec_kt {
-    static constexpr int Bold = 1;
-    static constexpr int Italic = 2;
-    std::string face = "Arial";
-    int size = 12;
-    int styleFlags = 0;
+    static constexpr int Bold = 1;    ///< of styleFlags
+    static constexpr int Italic = 2;  ///< of styleFlags
+    std::string face = "Arial";       ///< the family's name
+    int size = 12;                    ///< in points
+    int styleFlags = 0;               ///< Bold, Italic, both or none
 };
 
 /// A font object.
 class Fontobjv {
 public:
-    const fontspec_kt& spec() const { return spec_; }
+    const fontspec_kt& spec() const { return spec_; }  ///< what it was made from
 
 private:
     friend Fontobjv* NewFont_fc(const char*, int, const fontspec_kt*);
@@ -403,55 +441,58 @@ private:
 /// A new font from the base (the default one when null), with the face (null keeps it) and size (-1
 /// keeps it) replaced. Free with FreeFont_fc.
 Fontobjv* NewFont_fc(const char* face, int size, const fontspec_kt* base);
+/// Deletes a font of NewFont_fc; null is allowed.
 void FreeFont_fc(const Fontobjv* font);
 
 /// A node on a drawing.
 struct Vnode_kt {
-    Bnode_bn* node = nullptr;
+    Bnode_bn* node = nullptr;  ///< that it shows; the net's
 
+    /// Shows that node, there.
     explicit Vnode_kt(coord_kt position, Bnode_bn* itsNode = nullptr)
         : node(itsNode), position_(position) {}
 
     /// Where it stands; the first to ask for a place that the automatic layout is to find has the
     /// whole drawing laid out.
     coord_kt position() const;
-    void moveTo(coord_kt position);
+    void moveTo(coord_kt position);  ///< puts it there; an awaited layout is made first
     /// Moves by the offset, clamped to the int range. The flag (0 or 1) asks for a redraw: nothing
     /// here.
     void moveBy(coord_kt offset, int);
-    void shiftBy(coord_kt offset);
+    void shiftBy(coord_kt offset);  ///< moveBy without a redraw
 
 private:
     friend class Vnet_kt;
     coord_kt position_;
 };
 
+/// Visual nodes; borrowed.
 using VnodeList_kt = vect_kt<Vnode_kt*>;
-struct undo_vnetNodesets;
+struct undo_vnetNodesets;  ///< of an application's undo; none here
 
 /// What a drawing waits for whose nodes the automatic layout is to place.
 struct AwaitedLayout {
-    rect_kt area{};
-    double spacing = 1;
-    coord_kt margin{};  ///< of the extent around the positions
+    rect_kt area{};      ///< where the nodes are to stand
+    double spacing = 1;  ///< scales the gaps between nodes
+    coord_kt margin{};   ///< of the extent around the positions
 };
 
 /// The drawing side of a net; owned by it.
 class Vnet_kt {
 public:
-    VnodeList_kt vnodes;  ///< in node order
-    coord_kt marginUnit{20, 20};
-    int drawStyle = 0;   ///< 7: a labelled box with its states, as imported nets are drawn
-    int labelStyle = 1;  ///< 0 name, 1 title (the default), 3 name and title
-    double zoomFactor = 1.0;
-    Fontobjv* font;  ///< owned; replaced through NewFont_fc and FreeFont_fc
-    dcoord_kt grid{10.0, 10.0};
-    bool showGrid = false;
-    bool snapToGrid = false;
-    vect_kt<NodesetStyle> nodesetStyles;
+    VnodeList_kt vnodes;          ///< in node order
+    coord_kt marginUnit{20, 20};  ///< FitMargin (placing.h) leaves room in these around the nodes
+    int drawStyle = 0;            ///< 7: a labelled box with its states, as imported nets are drawn
+    int labelStyle = 1;           ///< 0 name, 1 title (the default), 3 name and title
+    double zoomFactor = 1.0;      ///< as the file has it; 1.0 is 100 per cent
+    Fontobjv* font;               ///< owned; replaced through NewFont_fc and FreeFont_fc
+    dcoord_kt grid{10.0, 10.0};   ///< its steps, in units of the drawing
+    bool showGrid = false;        ///< whether an editor is to show it
+    bool snapToGrid = false;      ///< whether an editor is to put nodes on it
+    vect_kt<NodesetStyle> nodesetStyles;  ///< of some node sets or all, by their names
     bool laidOut = false;  ///< the positions are, or will be, those of the automatic layout
 
-    Bnet_bn* getBNet() const { return net_; }
+    Bnet_bn* getBNet() const { return net_; }  ///< whose drawing it is
 
     /// Leaves the nodes to the automatic layout (Layout, with that area and spacing), which runs
     /// when somebody asks for a position or the extent, or changes some.
@@ -465,7 +506,7 @@ public:
 
     /// Width and height of the drawing.
     coord_kt extent() const;
-    void setExtent(coord_kt extent);
+    void setExtent(coord_kt extent);  ///< sets them, wherever the nodes are
 
     /// The rectangle of the visual nodes' positions; all zero when there is none.
     void findExtent(rect_kt& out) const;
@@ -475,8 +516,8 @@ public:
     /// Replaces the node-set styles by a copy of the list; the undo record is null.
     void setNodesetStyles(const vect_kt<NodesetStyle>& styles, undo_vnetNodesets*);
     /// Re-forms all visual nodes after a layout. There is no screen here: it sizes nothing and only
-    /// sees to it that the positions are current. The arguments are true, true and -1.
-    void reformAllAndRedraw(bool, bool, int);
+    /// sees to it that the positions are current.
+    void reformAllAndRedraw(bool = true, bool = true, int = -1);
 
     Vnet_kt(const Vnet_kt&) = delete;
     Vnet_kt& operator=(const Vnet_kt&) = delete;
@@ -514,15 +555,15 @@ coord_kt NodeSize(int labelLength);
 /// A net and its drawing side.
 class Bnet_bn {
 public:
-    char* name = nullptr;   ///< legal; owned
-    char* title = nullptr;  ///< owned, may be null
-    char* comment = nullptr;
+    char* name = nullptr;             ///< legal; owned
+    char* title = nullptr;            ///< owned, may be null
+    char* comment = nullptr;          ///< owned, may be null
     BndList_bn nodes;                 ///< owned, in the order of creation
     char* fileName = nullptr;         ///< owned, from new[]
     long long changeMarker = 0;       ///< goes up with every change
     long long savedChangeMarker = 0;  ///< its value when the net was last saved
     vect_kt<Vnet_kt*> vnets;          ///< owned; the module uses the first
-    bool autoUpdate = false;
+    bool autoUpdate = false;          ///< whether beliefs are to be computed after each change
 
     ~Bnet_bn();
     Bnet_bn(const Bnet_bn&) = delete;
@@ -531,19 +572,20 @@ public:
     /// The node that the text names: by identity text (the label given to SetNodeLabel, or the name
     /// handed to NewNode_ibn), else by name. Null when none.
     Bnode_bn* findNodeLabeled(const char* text) const;
+    /// Likewise.
     Bnode_bn* findNodeLabeled(std::string_view text) const;
     /// The same, quickly when it is the node of that place: files mostly give the tables in the
     /// order of the nodes.
     Bnode_bn* findNodeLabeled(std::string_view text, int place) const;
 
-    /// The node set of that name, a new one when there is none yet; null above MaxNodesets. Style
-    /// and template are null.
-    nodeset_bn* newNodeset(const char* setName, const NodesetStyle*, const nodeset_bn*);
-    nodeset_bn* findNodeset(std::string_view setName) const;
-    const std::vector<OwnedNodeset>& nodesets() const;
+    /// The node set of that name, a new one when there is none yet; null above MaxNodesets.
+    nodeset_bn* newNodeset(const char* setName, const NodesetStyle* = nullptr,
+                           const nodeset_bn* = nullptr);
+    nodeset_bn* findNodeset(std::string_view setName) const;  ///< null when there is none
+    const std::vector<OwnedNodeset>& nodesets() const;        ///< in the order of their making
 
-    void setComment(char* text);
-    void setAutoUpdate(bool on, bool);  ///< the bool is true
+    void setComment(char* text);               ///< takes the string; null removes the comment
+    void setAutoUpdate(bool on, bool = true);  ///< sets autoUpdate
 
 private:
     friend struct ModelAccess;
@@ -553,8 +595,8 @@ private:
     std::unique_ptr<Index> index_;
 };
 
-/// A new empty net with one visual net. Takes the name, a legal one. The bool is false.
-Bnet_bn* NewVBNet(char* name, bool);
+/// A new empty net with one visual net. Takes the name, a legal one.
+Bnet_bn* NewVBNet(char* name, bool = false);
 
 /// A new node at the end of the net, with a visual node at the position in the net's visual nets.
 /// The name's legal, unique form becomes the node's name and the text as given its identity; null:
@@ -568,6 +610,9 @@ Bnode_bn* NewNode_ibn(const char* name, int numStates, Bnet_bn& net, coord_kt po
 /// Children keep their other parents and lose their tables. The nodes themselves live on, in no
 /// list, as long as the net. The others keep their order. Linear in the net, however many go.
 void RemoveNodes_ibn(Bnet_bn& net, const BndList_bn& list);
+
+/// Takes all node sets away, and their styles.
+void RemoveNodesets_ibn(Bnet_bn& net);
 
 /// A new node with that label, as NewNode_ibn without a name and SetNodeLabel make it, in half the
 /// time: no name is made up first. Null, and nothing changes, unless the label is a legal name that

@@ -7,6 +7,7 @@
 #include "library/model/access.h"
 #include "library/model/messages.h"
 #include "library/model/netmodel.h"
+#include "library/utilities/names.h"
 
 namespace lumo {
 
@@ -41,6 +42,7 @@ const char* FirstRepeated(char* const* names, int count) {
         return nullptr;
     }
     std::unordered_set<std::string_view> seen;
+    seen.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         if (names[i] != nullptr && !seen.insert(names[i]).second) return names[i];
     }
@@ -320,10 +322,10 @@ rept_kt* SetStatesToLabels(Bnode_bn& node, char** labels, int count, bool create
     const bool usable = labels == nullptr || count < 0 || count > MaxStates ||
                         (AllLegal(labels, count) && FirstRepeated(labels, count) == nullptr);
     if (usable) {
-        return node.setStates(count, owned.release(), nullptr, nullptr, nullptr, CheckFull);
+        return node.setStates(count, owned.release());
     }
     char** names = createNames ? MakeLegalUniqueNames_kt(labels, count, 's') : nullptr;
-    rept_kt* report = node.setStates(count, names, nullptr, nullptr, nullptr, CheckFull);
+    rept_kt* report = node.setStates(count, names);
     if (!IsError(report)) node.setStateTitles(owned.release());
     return report;
 }
@@ -362,7 +364,7 @@ rept_kt* Bnode_bn::setDiscrete(VarDiscreteEN what, bool, CheckEN) {
         ModelAccess::changed(*this);
         return Okay_rept_kt;
     }
-    return setStates(0, nullptr, nullptr, nullptr, nullptr, CheckFull);
+    return setStates(0);
 }
 
 void Bnode_bn::setUserField(const char* fieldName, const void* data, int length) {
@@ -390,6 +392,13 @@ void Bnode_bn::setUserField(const char* fieldName, const void* data, int length)
     } else {
         fields[place->second].data = std::move(bytes);
     }
+}
+
+void Bnode_bn::removeUserFields() {
+    if (extras_ == nullptr) return;
+    extras_->fields.clear();
+    extras_->fieldPlaces.clear();
+    ModelAccess::changed(*this);
 }
 
 const std::vector<UserField>& Bnode_bn::userFields() const {

@@ -35,30 +35,33 @@ std::vector<double> Cumulative(const double* distribution, int states) {
 /// first k parents is made anew only when one of them changes its state.
 class Expansion {
 public:
-    Expansion(const double* params, int childStates, const int* parentStates, int parents)
-        : states_(childStates) {
-        for (int p = 0; p < parents; ++p) {
-            const int count = parentStates[p];
+    /// Parameters count states in the order, rows and numbers of the table in the net's.
+    Expansion(const Bnode_bn& node, const double* params, const int* order)
+        : states_(node.numStates()), order_(order) {
+        const int* ofParent = order == nullptr ? nullptr : order + states_;
+        for (const Bnode_bn* parent : node.parents) {
+            const int count = parent->numStates();
             rows_ *= count;
-            if (count < 2) continue;  // always neutral
-            factors_.emplace_back();
-            factors_.back().draws.emplace_back(static_cast<std::size_t>(states_), 1.0);
-            for (int k = 1; k < count; ++k, params += states_) {
-                factors_.back().draws.push_back(Cumulative(params, states_));
+            if (count > 1) {  // else always neutral
+                auto& draws = factors_.emplace_back().draws;
+                draws.assign(static_cast<std::size_t>(count),
+                             std::vector<double>(static_cast<std::size_t>(states_), 1.0));
+                for (int k = 1; k < count; ++k, params += states_)
+                    draws[ranked(ofParent, k)] = Cumulative(params, states_);
             }
+            if (ofParent != nullptr) ofParent += count;
         }
         products_.resize(factors_.size() + 1);
         products_[0] = Cumulative(params, states_);
         multiplyFrom(0);
     }
 
-    template <class T>
-    void writeTo(T* out) {
+    void writeTo(double* out) {
         for (long long row = 0; row < rows_; ++row, out += states_) {
             double below = 0;
             for (int s = 0; s < states_; ++s) {
                 const double upTo = products_.back()[static_cast<std::size_t>(s)];
-                out[s] = static_cast<T>(Tidied(std::max(upTo - below, 0.0)));
+                out[ranked(order_, s)] = Tidied(std::max(upTo - below, 0.0));
                 below = upTo;
             }
             advance();
@@ -66,6 +69,11 @@ public:
     }
 
 private:
+    /// The state that has the rank; without an order that is its number.
+    static std::size_t ranked(const int* order, int rank) {
+        return static_cast<std::size_t>(order == nullptr ? rank : order[rank]);
+    }
+
     struct Factor {
         std::vector<std::vector<double>> draws;  // by the parent's state
         std::size_t state = 0;
@@ -91,6 +99,7 @@ private:
     }
 
     int states_;
+    const int* order_;
     long long rows_ = 1;
     std::vector<Factor> factors_;
     std::vector<std::vector<double>> products_;
@@ -114,32 +123,42 @@ rept_kt* CheckParameters(const Bnode_bn& node, const double* params, int count) 
     return Okay_rept_kt;
 }
 
-XArray<double> Expanded(const Bnode_bn& node, const double* params, int entries) {
-    XArray<double> table = NewXArray<double>(entries);
-    if (table == nullptr) return table;
-    std::vector<int> parentStates;
-    for (const Bnode_bn* parent : node.parents) parentStates.push_back(parent->numStates());
-    ExpandNoisyMax(params, node.numStates(), parentStates.data(), node.parents.N, table.get());
-    return table;
-}
-
 }  // namespace
 
 int NumCIParams(const Bnode_bn& node) {
     return static_cast<int>(std::min<double>(node.numStates() * Distributions(node), INT_MAX));
 }
 
-void ExpandNoisyMax(const double* params, int childStates, const int* parentStates, int parents,
-                    float* out) {
-    Expansion(params, childStates, parentStates, parents).writeTo(out);
+int NumFamilyStates(const Bnode_bn& node) {
+    int count = 0;
+    for (const Bnode_bn* member : node.family) count += member->numStates();
+    return count;
 }
 
-void ExpandNoisyMax(const double* params, int childStates, const int* parentStates, int parents,
-                    double* out) {
-    Expansion(params, childStates, parentStates, parents).writeTo(out);
+bool IsFamilyOrder(const Bnode_bn& node, std::span<const int> order) {
+    if (std::ssize(order) != NumFamilyStates(node)) return false;
+    for (const Bnode_bn* member : node.family) {
+        const auto states = static_cast<std::size_t>(member->numStates());
+        std::vector<bool> seen(states, false);
+        for (const int state : order.first(states)) {
+            if (state < 0 || state >= member->numStates()) return false;
+            if (seen[static_cast<std::size_t>(state)]) return false;
+            seen[static_cast<std::size_t>(state)] = true;
+        }
+        order = order.subspan(states);
+    }
+    return true;
+}
+
+void ExpandNoisyMax(const Bnode_bn& node, const double* params, const int* order, double* out) {
+    Expansion(node, params, order).writeTo(out);
 }
 
 rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, bool condense) {
+    return makeIntoNoisyMax(params, nullptr, condense);
+}
+
+rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, const int* order, bool condense) {
     const int count = NumCIParams(*this);
     rept_kt* report = CheckParameters(*this, params, count);
     if (IsError(report)) return report;
@@ -149,10 +168,13 @@ rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, bool condense) {
         return Okay_rept_kt;
     }
     XArray<double> kept = NewXArray<double>(count);
-    if (kept == nullptr) {
+    XArray<int> keptOrder;
+    if (order != nullptr) keptOrder = NewXArray<int>(NumFamilyStates(*this));
+    if (kept == nullptr || (order != nullptr && keptOrder == nullptr)) {
         return NewMemoryReport(msg::model.outOfMemoryForParameters, 8.0 * count, name());
     }
     std::copy(params, params + count, kept.get());
+    if (order != nullptr) std::copy_n(order, NumFamilyStates(*this), keptOrder.get());
     XArray<float> table;
     XArray<double> exact;
     int entries = 0;
@@ -160,17 +182,19 @@ rept_kt* Bnode_bn::makeIntoNoisyMax(const double* params, bool condense) {
         report = ModelAccess::checkTableSize(*this, entries);
         if (!IsError(report)) report = ModelAccess::chargeFilled(*this, entries);
         if (IsError(report)) return report;
-        exact = Expanded(*this, params, entries);
+        exact = NewXArray<double>(entries);
         table = NewXArray<float>(entries);
         if (exact == nullptr || table == nullptr) {
             return NewMemoryReport(msg::model.outOfMemoryForTable, 12.0 * entries, name());
         }
+        ExpandNoisyMax(*this, params, order, exact.get());
         std::copy_n(exact.get(), entries, table.get());
         if (AreHeldByFloats(exact.get(), table.get(), entries)) exact.reset();
     }
     relation.clear();
     relation.kind = RelnKindEN::noisyMax;
     relation.params = kept.release();
+    relation.order = keptOrder.release();
     if (table != nullptr) ModelAccess::installProbs(*this, std::move(table), entries);
     ModelAccess::installExact(*this, std::move(exact), entries);
     relation.rowsNormalized = relation.probs != nullptr;

@@ -1,11 +1,13 @@
 // Relations: probability tables, real tables, experience, and the checks made on them.
 
 #include <algorithm>
-#include <cfloat>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <type_traits>
 
 #include "library/model/access.h"
 #include "library/model/messages.h"
@@ -39,11 +41,17 @@ rept_kt* TooLarge(const Bnode_bn& node, double entries) {
     return NewReport(msg::model.tableTooLarge, node.name(), entries, MaxTableEntries);
 }
 
-/// Whether all are finite and none is negative. Without a branch for each: many at a time.
-bool AreProbabilities(const float* values, std::size_t count) {
-    bool all = true;
-    for (std::size_t i = 0; i < count; ++i) all &= (values[i] >= 0) & (values[i] <= FLT_MAX);
-    return all;
+/// Whether all are seen at once to be finite and not negative: by their bits, many at a time.
+template <class FLOAT>
+bool AreProbabilities(const FLOAT* values, std::size_t count) {
+    using Bits = std::conditional_t<sizeof(FLOAT) == 4, std::uint32_t, std::uint64_t>;
+    constexpr Bits leastExponent = Bits{1} << (std::numeric_limits<FLOAT>::digits - 1);
+    Bits any = 0;  // its first one is set by a sign, and by the greatest exponent with one more
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto bits = std::bit_cast<Bits>(values[i]);
+        any |= bits | (bits + leastExponent);
+    }
+    return any >> (std::numeric_limits<Bits>::digits - 1) == 0;
 }
 
 /// The first entry that is no probability, -1 when there is none. Rounding noise becomes 0.
@@ -61,6 +69,7 @@ int FirstBadProbability(float* values, int count, bool& noise) {
 
 /// Negative numbers of which the floats are 0, or became so, are rounding noise too.
 void DropNoise(double* values, int count, bool& noise) {
+    if (AreProbabilities(values, static_cast<std::size_t>(count))) return;
     for (double* value = values; value != values + count; ++value) {
         if (*value >= 0) continue;
         *value = 0;
@@ -168,15 +177,19 @@ void Reln_bn::clear() {
     if (exactInArena) exact = nullptr;
     for (float** table : {&probs, &exper, &reals}) Free(*table);
     for (double** table : {&exact, &exactExper, &params}) Free(*table);
+    Free(order);
     Free(rowMarks);
     kind = RelnKindEN::none;
     rowsNormalized = rowAgainTold = noiseTold = probsInArena = exactInArena = false;
     experFromCounts = saidDeterministic = false;
 }
 
-rept_kt* Reln_bn::setRealTable(float* table, Reln_bn*, double* wide) {
-    XArray<float> owned(table);
-    XArray<double> ownedExact(wide);
+rept_kt* Reln_bn::setRealTable(float* table, Reln_bn*) {
+    return setReals(XArray<float>(table), nullptr);
+}
+
+rept_kt* Reln_bn::setReals(XArray<float> owned, XArray<double> ownedExact) {
+    const float* const table = owned.get();
     const double wanted =
         node->numStates() > 0 ? TableEntries(*node) : static_cast<double>(Rows(*node));
     if (wanted > MaxTableEntries) return TooLarge(*node, wanted);
@@ -227,10 +240,14 @@ int FirstZeroRow(const Bnode_bn& node) {
 
 }  // namespace
 
-rept_kt* Bnode_bn::setProbsTable(float* table, bool normalized, CheckEN, double* exact) {
-    if (kind == UtilityNode) return relation.setRealTable(table, nullptr, exact);
-    XArray<float> owned(table);
-    XArray<double> ownedExact(exact);
+rept_kt* Bnode_bn::setProbsTable(float* table, bool normalized, CheckEN) {
+    return setTable(XArray<float>(table), nullptr, normalized);
+}
+
+rept_kt* Bnode_bn::setTable(XArray<float> owned, XArray<double> ownedExact, bool normalized) {
+    if (kind == UtilityNode) return relation.setReals(std::move(owned), std::move(ownedExact));
+    float* const table = owned.get();
+    double* const wide = ownedExact.get();
     int entries = 0;
     if (rept_kt* report = ModelAccess::checkTableSize(*this, entries); IsError(report)) {
         return report;
@@ -239,13 +256,13 @@ rept_kt* Bnode_bn::setProbsTable(float* table, bool normalized, CheckEN, double*
     if (table != nullptr) {
         const int bad = FirstBadProbability(table, entries, noise);
         if (bad >= 0) return BadEntry(*this, bad / numStates(), bad % numStates(), table[bad]);
-        if (exact != nullptr) DropNoise(exact, entries, noise);
+        if (wide != nullptr) DropNoise(wide, entries, noise);
     }
     relation.clear();
     ModelAccess::changed(*this);
     if (table == nullptr || entries == 0) return Okay_rept_kt;
     ModelAccess::installProbs(*this, std::move(owned), entries);
-    ModelAccess::installExact(*this, std::move(ownedExact), entries);
+    if (wide != nullptr) ModelAccess::installExact(*this, std::move(ownedExact), entries);
     relation.kind = RelnKindEN::table;
     relation.rowsNormalized = normalized;
     if (noise) WarnNoise(*this);
@@ -367,7 +384,12 @@ double* ExactRow(Bnode_bn& node, std::size_t row, const double* values) {
     if (relation.exact == nullptr && values != nullptr) {
         const int entries = NumProduct(node.family);
         XArray<double> exact = NewXArray<double>(entries);
-        if (exact != nullptr) ShortestDoubles(relation.probs, entries, exact.get());
+        const auto isMissing = [](unsigned char mark) { return mark == RowMissing; };
+        if (exact != nullptr &&
+            std::all_of(relation.rowMarks, relation.rowMarks + Rows(node), isMissing))
+            std::fill_n(exact.get(), entries, 0.0);
+        else if (exact != nullptr)
+            ShortestDoubles(relation.probs, entries, exact.get());
         ModelAccess::installExact(node, std::move(exact), entries);
     }
     return relation.exact == nullptr
@@ -430,6 +452,7 @@ bool SetNextRow(Bnode_bn& node, const int* parentStates, const float* probs, con
     }
     const auto states = static_cast<std::size_t>(node.numStates());
     if (relation.rowMarks[row] != RowMissing || !AreProbabilities(probs, states)) return false;
+    if (exact != nullptr && !AreProbabilities(exact, states)) return false;
     std::copy_n(probs, states, relation.probs + row * states);
     if (exact != nullptr || relation.exact != nullptr) SetExactRow(node, row, probs, exact);
     relation.rowMarks[row] = RowSingle;
@@ -439,16 +462,11 @@ bool SetNextRow(Bnode_bn& node, const int* parentStates, const float* probs, con
 
 }  // namespace
 
-rept_kt* Bnode_bn::setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN,
-                                  const double* exact) {
-    std::vector<double> tidied;
-    if (exact != nullptr &&
-        std::any_of(exact, exact + numStates(), [](double p) { return p < 0; })) {
-        bool noise = false;  // told of the floats
-        tidied.assign(exact, exact + numStates());
-        DropNoise(tidied.data(), numStates(), noise);
-        exact = tidied.data();
-    }
+rept_kt* Bnode_bn::setProbsEntry2(const int* parentStates, const float* probs, bool, CheckEN) {
+    return setRow(parentStates, probs, nullptr);
+}
+
+rept_kt* Bnode_bn::setRow(const int* parentStates, const float* probs, const double* exact) {
     if (SetNextRow(*this, parentStates, probs, exact)) return Okay_rept_kt;
     int entries = 0;
     rept_kt* report = ModelAccess::checkTableSize(*this, entries);
@@ -470,7 +488,9 @@ rept_kt* Bnode_bn::setProbsEntry2(const int* parentStates, const float* probs, b
         if (IsError(report)) return report;
     }
     if (noise) WarnNoise(*this);
-    WriteRows(*this, pattern, values, exact);
+    std::vector<double> tidied(exact, exact + (exact != nullptr ? numStates() : 0));
+    DropNoise(tidied.data(), static_cast<int>(tidied.size()), noise);  // told of the floats
+    WriteRows(*this, pattern, values, exact != nullptr ? tidied.data() : nullptr);
     relation.kind = RelnKindEN::table;
     relation.rowsNormalized = false;
     ModelAccess::changed(*this);

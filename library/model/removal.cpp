@@ -1,5 +1,5 @@
-// Taking nodes out of a net. What a net knows of its nodes by their place is made anew once for all
-// that go, so that removing many costs as much as removing one.
+// Taking nodes, or node sets, out of a net. What a net knows of its nodes by their place is made
+// anew once for all that go, so that removing many costs as much as removing one.
 #include <algorithm>
 
 #include "library/model/access.h"
@@ -21,7 +21,7 @@ void ModelAccess::dropParents(Bnode_bn& node, const std::unordered_set<const Bno
     BndList_bn staying;
     for (Bnode_bn* parent : node.parents)
         if (!going.contains(parent)) staying.append(parent);
-    node.changePreds(staying, nullptr, true, 1, 1, false);
+    node.changePreds(staying);
 }
 
 /// Takes the node out of all that has it but the lists of nodes, and cuts its links to parents.
@@ -47,6 +47,7 @@ void ModelAccess::forget(Bnode_bn& node) {
 void ModelAccess::renumber(Bnet_bn& net, const BndList_bn& staying) {
     Bnet_bn::Index& at = index(net);
     at.below = {};
+    at.chargedSteps = 0;
     std::vector<int> places(static_cast<std::size_t>(net.nodes.N), -1);
     for (int i = 0; i < staying.N; ++i) places[static_cast<std::size_t>(staying[i]->index_)] = i;
     const auto moved = [&](int& place) {
@@ -92,6 +93,15 @@ void RemoveNodes_ibn(Bnet_bn& net, const BndList_bn& list) {
     for (Bnode_bn* node : gone) ModelAccess::forget(*node);
     for (Vnet_kt* vnet : net.vnets) ModelAccess::undraw(*vnet, going);
     ModelAccess::renumber(net, staying);
+    ++net.changeMarker;
+}
+
+void RemoveNodesets_ibn(Bnet_bn& net) {
+    for (Bnode_bn* node : net.nodes)
+        if (!node->nodesets().empty()) ModelAccess::extras(*node).nodesets.clear();
+    ModelAccess::index(net).nodesetsByName.clear();
+    ModelAccess::index(net).nodesets.clear();
+    for (Vnet_kt* vnet : net.vnets) vnet->nodesetStyles.N = 0;
     ++net.changeMarker;
 }
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "library/model/netmodel.h"
+#include "library/utilities/exact.h"
 
 namespace lumo {
 
@@ -17,12 +18,6 @@ void Free(T*& block) {
     if (block == nullptr) return;
     xfree_kt(block);
     block = nullptr;
-}
-
-inline double SumOf(const float* row, int states) {
-    double sum = 0;
-    for (int s = 0; s < states; ++s) sum += static_cast<double>(row[s]);
-    return sum;
 }
 
 /// Calls with every row and its sum. Four rows are summed side by side, in half the time: within a

@@ -9,6 +9,7 @@
 #include "library/reports/plural.h"
 #include "library/utilities/Utils.h"
 #include "library/utilities/bounds.h"
+#include "library/utilities/text.h"
 
 namespace lumo {
 
@@ -24,10 +25,7 @@ constexpr std::size_t MaxLongMessages = 16 * 1024 * 1024;
 char* NewMessage(std::string_view text, std::size_t most) {
     constexpr std::string_view cutMark = "...";
     if (text.size() <= most) return DupStr_kt(text);
-    std::size_t kept = most - cutMark.size();
-    const std::size_t least = kept - 3;  // the bytes that can follow the first of a character
-    while (kept > least && (static_cast<unsigned char>(text[kept]) & 0xC0) == 0x80) --kept;
-    return DupStr_kt(std::string(text.substr(0, kept)).append(cutMark));
+    return DupStr_kt(std::string(WithinBytes(text, most - cutMark.size())).append(cutMark));
 }
 
 /// A printf format with every marker ">-" removed; without allocating. The marker belongs to the

@@ -26,16 +26,17 @@
 
 namespace LUMO_API lumo {
 
+/// What a report is to the one who reads it.
 enum class MessageKind : unsigned char {
-    question,
-    notice,
-    warning,
-    error,
+    question,      ///< asks the user, yes or no
+    notice,        ///< says what was done; all is well
+    warning,       ///< something in the file is odd; nothing of the net is missing
+    error,         ///< something of the file is not in the net
     waitingError,  ///< an error that asks for the user's acknowledgement
     memoryError,   ///< an error that costs what the memory was for; "out of memory (8 bytes
                    ///< wanted) " stands before its text
     memoryFatal,   ///< the same, but fatal: it ends the import
-    fatal,
+    fatal,         ///< ends the import
 };
 
 /// SeverityEN of the reports of that kind; a question has SeverityOkay.
@@ -45,40 +46,43 @@ constexpr int SeverityOf(MessageKind kind) {
     return severities[static_cast<int>(kind)];
 }
 
+/// How the text of an example is read to provoke its report: ReadOptions::lenient.
 enum class ReadingEN : unsigned char { strictly, leniently };
 
 /// The smallest text that provokes a report, and the place where it does.
 struct Example {
     constexpr Example() = default;
+    /// The reading first, the format mostly left out.
     constexpr Example(const char* aText, int aLine, int aColumn,
                       ReadingEN aReading = ReadingEN::strictly, const char* aFormat = "")
         : text(aText), line(aLine), column(aColumn), reading(aReading), format(aFormat) {}
+    /// The format first, for reports that several formats make.
     constexpr Example(const char* aText, int aLine, int aColumn, const char* aFormat,
                       ReadingEN aReading = ReadingEN::strictly)
         : Example(aText, aLine, aColumn, aReading, aFormat) {}
 
-    const char* text = nullptr;  ///< null: there is none
-    int line = 0;                ///< from 1; 0: the report has no place
-    int column = 0;              ///< from 1, in bytes
-    ReadingEN reading = ReadingEN::strictly;
+    const char* text = nullptr;               ///< null: there is none
+    int line = 0;                             ///< from 1; 0: the report has no place
+    int column = 0;                           ///< from 1, in bytes
+    ReadingEN reading = ReadingEN::strictly;  ///< the reading that makes the report
     const char* format = "";  ///< its key; empty: the first of those that make the report
 };
 
 /// The formats whose readers make a report, where it is not all that have its table: the key of
 /// one, or what several share.
 struct Of {
-    const char* users;
+    const char* users;  ///< such a key, or "xml" ... as FormatInfo::services has them
 };
 
 /// One kind of report. Several rows may share a number, where one cause has several texts.
 struct MessageRow {
-    int number;
-    MessageKind kind;
+    int number;         ///< negative; what reports carry and `explain` is asked for
+    MessageKind kind;   ///< from which the severity follows: SeverityOf
     const char* text;   ///< a printf format, with the marker ">-" before some nouns, and words that
                         ///< go with its numbers: "%d row[|s] [is|are] missing" (plural.h)
     const char* users;  ///< of Of; empty: all
     const char* cure;   ///< what it means and what to do, as Markdown
-    Example example;
+    Example example;    ///< a text that makes it; may have none
 };
 
 /// Whether the printf format takes arguments of just these types: int, long long, double and
@@ -111,9 +115,11 @@ constexpr bool TakesArguments(std::string_view format) {
 /// A kind of report whose text takes arguments of the types ARGS.
 template <class... ARGS>
 struct Message : MessageRow {
+    /// A report of all formats that have its table.
     constexpr Message(int aNumber, MessageKind aKind, const char* aText, const char* itsCure,
                       Example anExample = {})
         : Message(aNumber, aKind, aText, Of{""}, itsCure, anExample) {}
+    /// A report of some of them. A text that takes other arguments does not compile.
     constexpr Message(int aNumber, MessageKind aKind, const char* aText, Of of, const char* itsCure,
                       Example anExample = {})
         : MessageRow{aNumber, aKind, aText, of.users, itsCure, anExample} {
@@ -129,6 +135,7 @@ auto RowsOf(const MESSAGES& messages) {
 
 /// What the templates below call, whose arguments the compiler has checked.
 rept_kt* NewRowReport(const MessageRow* row, ...);
+/// Likewise of memory that could not be had.
 rept_kt* NewMemoryRowReport(const MessageRow* row, double bytes, ...);
 /// Shows nothing, like VMakeReport.
 rept_kt* VMakeRowReport(const MessageRow& row, va_list arguments);

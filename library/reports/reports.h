@@ -31,7 +31,7 @@ struct rept_kt {
     char* message = nullptr;  ///< formatted, owned by the report
 
     // The place, when the report was made against a tokenizer; line 0 means no place.
-    std::string file;
+    std::string file;        ///< its name as the importer was given it; may be empty
     int line = 0;            ///< from 1
     int column = 0;          ///< from 1, in bytes
     long long offset = -1;   ///< in bytes from the start of the text
@@ -48,8 +48,9 @@ struct rept_kt {
     ~rept_kt();
 };
 
-/// No problem; the generic failure. Both live as long as the process.
+/// No problem. Lives as long as the process.
 extern rept_kt* const Okay_rept_kt;
+/// The generic failure, an error without words. Lives as long as the process.
 extern rept_kt* const Fail_rept_kt;
 
 /// The test that every use of a report makes: success is Okay_rept_kt, null, or severity 4 or less.
@@ -70,7 +71,7 @@ public:
     virtual void print(const char* text);                ///< a note, one line
     virtual bool ask(int number, const char* question);  ///< true for yes
     virtual void waitBegin(const char* text);            ///< a wait notice starts, "reading file x"
-    virtual void waitEnd(const char* text);
+    virtual void waitEnd(const char* text);              ///< that notice ends
     virtual void progress(long long done, long long total);  ///< bytes; about 100 times an import
     virtual bool cancelled();  ///< true stops reading at the next check
     /// When an import ends, once for each unknown word, the most frequent first: the number of its
@@ -101,6 +102,7 @@ auto CallHandler(CALL call) {
 /// Makes a handler this thread's for a scope.
 class HandlerScope {
 public:
+    /// The caller keeps the handler alive for the scope.
     explicit HandlerScope(ReportHandler& handler);
     ~HandlerScope();
     HandlerScope(const HandlerScope&) = delete;
@@ -189,11 +191,12 @@ rept_kt* newerrwait_kt(int number, const char* format, ...) LUMO_PRINTF(2);
 /// A fatal out-of-memory error; bytes is what could not be obtained (0: unknown). The message is
 /// "out of memory (8 bytes wanted) " and the formatted text, such as "for a table".
 rept_kt* newerr_mem_kt(int number, double bytes, const char* format, ...) LUMO_PRINTF(3);
-/// A warning, a notice: made and shown at once, against the warning budget.
+/// A warning: made and shown at once, against the warning budget.
 rept_kt* newwarn_kt(int number, const char* format, ...) LUMO_PRINTF(2);
+/// Likewise.
 rept_kt* newnotice_kt(int number, const char* format, ...) LUMO_PRINTF(2);
-/// The error for a text in a 16-bit encoding; the last argument is null.
-rept_kt* MakeUnicodeError_kt(int number, const char* text, const char*);
+/// The error for a text in a 16-bit encoding.
+rept_kt* MakeUnicodeError_kt(int number, const char* text, const char* = nullptr);
 
 /// The general maker under all of the above; the place is taken from the innermost source. Shows
 /// nothing. A warning or notice beyond the budget is counted and not made: Okay_rept_kt.
@@ -221,6 +224,7 @@ enum BelVecProblemEN : int {
     BelVecNotOne = 0x0800,         ///< the numbers do not sum to 1 (nor are counts)
     BelVecCounts = 0x4000,         ///< (no problem) whole numbers that are counts
 };
+/// The problems among them that are told.
 inline constexpr unsigned BelVecWarnMask = 0xFFFFBE61U;
 
 /// Writes a message describing the problem bits (BelVecProblemEN) of a probability vector into
@@ -240,6 +244,7 @@ bool AskYesOrNoC_kt(int number, int, bool3 defaultAnswer, bool*, const char* for
 /// A wait notice shown from construction to destruction.
 class userwait_kt {
 public:
+    /// Begins the notice, whose text is made as printf does.
     explicit userwait_kt(const char* format, ...) LUMO_PRINTF(2);
     ~userwait_kt();
     userwait_kt(const userwait_kt&) = delete;

@@ -9,6 +9,7 @@
 #include "library/reports/context.h"
 #include "library/reports/messages.h"
 #include "library/utilities/Utils.h"
+#include "library/utilities/threads.h"
 
 namespace lumo {
 
@@ -70,10 +71,7 @@ void ShowClosingReports(Context& here) {
 
 }  // namespace
 
-Context& Here() {
-    static thread_local Context context;
-    return context;
-}
+Context& Here() { return OfThread<Context>(); }
 
 // ---- Scopes --------------------------------------------------------------------------------
 

@@ -1,9 +1,14 @@
 // The template readers: pairs, lists of strings, arrays and lists of numbers.
 #include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <new>
+#include <utility>
 #include <vector>
 
+#include "library/text/floatlist.h"
 #include "library/text/messages.h"
 #include "library/text/parser.h"
 #include "library/text/tokens.h"
@@ -158,19 +163,70 @@ int ReadArray(PARSER& in, T* out, int n) {
 
 template int ReadArray<Parser_kt, int, true, false, false, false>(Parser_kt& in, int* out, int n);
 
-template <class PARSER, class T, bool, bool>
-void ReadList(PARSER& in, vect_kt<T>& out) {
+void FloatList::realloc_(int size) {
+    XArray<float> larger = NewXArray<float>(size);
+    if (larger == nullptr) throw std::bad_alloc();
+    std::copy(begin(), begin() + N, larger.get());
+    array = std::move(larger);
+    capacity = size;
+}
+
+XArray<float> FloatList::takeLong() {
+    constexpr int many = 1 << 14;
+    const int spare = capacity - N;
+    if (N < many || spare > N / 32) return nullptr;
+    N = capacity = 0;
+    return std::exchange(array, nullptr);
+}
+
+namespace {
+
+/// Foresees the length of a list by its text, when it goes on like the numbers read so far: then a
+/// long one has little room to spare.
+template <class PARSER>
+class ListLength {
+public:
+    ListLength(PARSER& in, char close) : in_(in), close_(close), from_(in.getPos()) {}
+
+    /// What a full list of so many grows to, of which so many were read from here on: not many
+    /// times as much as is there.
+    int next(int count, int read) {
+        constexpr int least = 32, mostTimes = 16;
+        const int usual = GrownCapacity_kt(count);
+        if (read < least) return usual;
+        const ParserPos_kt at = in_.getPos();
+        if (end_ == nullptr || end_ < at) {
+            const auto left = static_cast<std::size_t>(in_.bytesLeft());
+            const void* const found = std::memchr(at, close_, left);
+            end_ = found != nullptr ? static_cast<const char*>(found) : at + left;
+        }
+        const double rest = static_cast<double>(end_ - at) * read / static_cast<double>(at - from_);
+        const double wanted = count + least + rest + rest / 64;
+        return static_cast<int>(std::min({wanted, 1.0 * mostTimes * usual, 1.0 * INT_MAX}));
+    }
+
+private:
+    PARSER& in_;
+    char close_;
+    ParserPos_kt from_;
+    const char* end_ = nullptr;
+};
+
+template <class PARSER, class LIST>
+void ReadFloatList(PARSER& in, LIST& out) {
     const bool elementText = in.listOpenChar == '>';
     if (elementText && in.atEmptyElement()) return;
     if (!elementText) Open(in, in.listOpenChar);
     const char close = elementText ? '<' : Counterpart(in.listOpenChar);
-    if (out.N == 0) in.exact.over(out.array, out.capacity);
+    if (out.N == 0) in.exact.over(out.begin(), out.capacity);
+    const int before = out.N;
+    ListLength length(in, close);
     for (;;) {
         if (out.N == out.capacity) {
-            out.realloc_(GrownCapacity_kt(out.N));
-            in.exact.moved(out.array, out.capacity);
+            out.realloc_(length.next(out.N, out.N - before));
+            in.exact.moved(out.begin(), out.capacity);
         }
-        const int n = in.readFloats(out.array + out.N, out.capacity - out.N, CommasEN::may);
+        const int n = in.readFloats(out.begin() + out.N, out.capacity - out.N, CommasEN::may);
         out.N += n;
         const char next = in.peekPunc();
         if (next == close) break;
@@ -181,7 +237,16 @@ void ReadList(PARSER& in, vect_kt<T>& out) {
     if (!elementText) in.skipChar();
 }
 
+}  // namespace
+
+template <class PARSER, class T, bool, bool>
+void ReadList(PARSER& in, vect_kt<T>& out) {
+    ReadFloatList(in, out);
+}
+
 template void ReadList<Parser_CString_kt, float, false, false>(Parser_CString_kt& in,
                                                                vect_kt<float>& out);
+
+void ReadList(Parser_CString_kt& in, FloatList& out) { ReadFloatList(in, out); }
 
 }  // namespace lumo

@@ -14,6 +14,8 @@ struct TextMessages {
     Message<const char*> notANumber{-5040, error, "'%s' is not a number",
         "correct the number at that place. There is a decimal point, never a comma; fractions, "
         "`inf` and `nan` are no numbers", {"1 2 0 2 0.5 x", 1, 13, "ergo"}};
+    Message<const char*> decimalComma{-5040, error, "'%s' is not a number: it has a decimal comma",
+        notANumber.cure, {"1 2 0 2 0.5 0,5", 1, 13, "ergo"}};
     Message<const char*> noNumber{-5040, error, "expected a number, but found %s",
         notANumber.cure, {"1 2 0 2 0.5 \"", 1, 13, "ergo"}};
     Message<const char*> numberTooLarge{-5041, error, "number '%s' is too large",

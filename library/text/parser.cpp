@@ -125,7 +125,7 @@ void SetCharProp_kt(const char* characters, CharPropBitsEN bits, short* table) {
 
 InChannel_CString_kt::InChannel_CString_kt(const char* text, const char* shownName)
     : position(text), start(text) {
-    if (Is16Bit_kt(text)) throw MakeUnicodeError_kt(-4136, text, nullptr);
+    if (Is16Bit_kt(text)) throw MakeUnicodeError_kt(-4136, text);
     if (shownName == nullptr) return;
     wholeName = shownName;
     CopyWord(wholeName, fileName, fileNameSize - 1);
@@ -140,9 +140,9 @@ rept_kt* InChannel_CString_kt::readInt(int* out) {
     const char* const token = p;
     p += std::strcspn(p, " \t\n\v\f\r/");
     int value = 0;
-    const char* end = nullptr;
+    const char* after = nullptr;
     // Without a report of its own: the caller has a better message for what the file is not.
-    if (ParseInteger(token, p, value, end) != NumberEN::ok || end != p) return Fail_rept_kt;
+    if (ParseInteger(token, p, value, after) != NumberEN::ok || after != p) return Fail_rept_kt;
     *out = value;
     position = p;
     return Okay_rept_kt;
@@ -156,7 +156,7 @@ Parser_CString_kt::Parser_CString_kt(const ParserOptions_kt* with, const InChann
     const bool atMark =
         channel.position == channel.start && StartsWith(channel.start, ByteOrderMark);
     if (atMark) channel.position += ByteOrderMark.size();
-    end_ = channel.position + std::strlen(channel.position);
+    end_ = channel.end != nullptr ? channel.end : channel.position + std::strlen(channel.position);
     tokenStart_ = solidStart_ = channel.position;
     state_ = std::make_unique<State>(atMark ? channel.position : channel.start);
     classifyBytes();
@@ -273,8 +273,7 @@ std::string_view Parser_CString_kt::takeName(int size) {
     const std::string_view word = takeWord();
     const auto most = static_cast<std::size_t>(size);
     if (word.size() <= most) return word;
-    constexpr int sizeOfNames =
-        255;  // into less go keywords, which are unknown when they are longer
+    constexpr int sizeOfNames = 255;  // shorter: keywords, which are unknown when they are cut
     if (size >= sizeOfNames)
         report(msg::text.textCut, static_cast<int>(std::min<std::size_t>(word.size(), INT_MAX)),
                size);

@@ -63,13 +63,13 @@ void SetCharProp_kt(const char* characters, CharPropBitsEN bits, short* table);
 
 /// How a tokenizer reads. Kept by pointer: the maker keeps record and table alive while it lives.
 struct ParserOptions_kt {
-    const short* charProps = nullptr;
-    char commentChar1 = 0;
-    char commentChar2 = 0;
-    int commentMode = 1;
-    int option = 1;            ///< reserved; every reader sets 1
-    bool xmlComments = false;  ///< <!-- --> counts as white space
-    bool xmlText = false;      ///< readToChar decodes entities and CDATA and trims
+    const short* charProps = nullptr;  ///< CharPropBitsEN of each character, CharPropCount entries
+    char commentChar1 = 0;             ///< starts a comment; 0: none does
+    char commentChar2 = 0;             ///< that follows it in mode 2; 0: no such comments
+    int commentMode = 1;               ///< see Comments above
+    int option = 1;                    ///< reserved; every reader sets 1
+    bool xmlComments = false;          ///< <!-- --> counts as white space
+    bool xmlText = false;              ///< readToChar decodes entities and CDATA and trims
 };
 
 // ---- Channels ------------------------------------------------------------------------------
@@ -86,17 +86,20 @@ public:
 /// A channel over a zero-terminated text in memory, which it does not own.
 class InChannel_CString_kt : public InChannel_kt {
 public:
-    static constexpr int fileNameSize = 260;
+    static constexpr int fileNameSize = 260;  ///< bytes of fileName, its zero included
 
     char fileName[fileNameSize] = {};  ///< a longer name is cut
     long long length = -1;             ///< reserved for the length of the text; -1: not known
     vect_kt<long long> lineIndex;      ///< reserved for an index of lines; empty
     const char* position = nullptr;    ///< the next character
     const char* start = nullptr;       ///< the first character
+    const char* end = nullptr;         ///< the zero behind the last; null: not known
     std::string wholeName;             ///< what fileName holds the beginning of
 
+    /// Over the text, which lives as long as the channel and its tokenizers, shown under that name.
     /// Throws the report of MakeUnicodeError_kt (-4136) for a text with the mark 0xFF 0xFE.
     InChannel_CString_kt(const char* text, const char* shownName);
+    /// Another channel over the same text, at the same position.
     InChannel_CString_kt(const InChannel_CString_kt&) = default;
     InChannel_CString_kt& operator=(const InChannel_CString_kt&) = delete;
 
@@ -118,47 +121,57 @@ struct ReaderState {};
 /// Abstract tokenizer.
 class Parser_kt : public PlaceSource {
 public:
-    const ParserOptions_kt* options = nullptr;
-    rept_kt* curReport =
-        Okay_rept_kt;        ///< the most severe recorded so far, the latest among equals
-    char* buffer = nullptr;  ///< the tokenizer's own, from new[]
-    int bufferCount = 0;
-    const char* structKind = nullptr;  ///< what is being read, cited by messages
-    const char* structName = nullptr;  ///< its name, cited by messages; borrowed
-    const char* fieldName = nullptr;   ///< the field being read, cited by messages; borrowed
-    char listOpenChar = '(';           ///< opens a list for ReadListStrings
-    int structErrors = 0;
-    long long reserved = 0;
+    const ParserOptions_kt* options = nullptr;  ///< how it reads; the maker's
+    /// The most severe report recorded so far, the latest among equals.
+    rept_kt* curReport = Okay_rept_kt;
+    char* buffer = nullptr;                ///< the tokenizer's own, from new[]
+    int bufferCount = 0;                   ///< bytes of the buffer
+    const char* structKind = nullptr;      ///< what is being read, cited by messages
+    const char* structName = nullptr;      ///< its name, cited by messages; borrowed
+    const char* fieldName = nullptr;       ///< the field being read, cited by messages; borrowed
+    char listOpenChar = '(';               ///< opens a list for ReadListStrings
+    int structErrors = 0;                  ///< 0 whenever a reader enters or leaves a structure
+    long long reserved = 0;                ///< always 0
     int positionCount = 0;                 ///< node positions read (XML BIF)
     std::vector<ParserPos_kt> nodePlaces;  ///< by node: where it is defined, null when not known
     bool lenient = false;          ///< the reader is to keep what reading by the letter loses
     ReaderState* state = nullptr;  ///< of the reader that made it; borrowed
     bool numberFailed = false;     ///< the last number read was none; set and cleared by each read
 
-    virtual int eofChar() const = 0;
-    virtual void skipSpaces() = 0;
+    virtual int eofChar() const = 0;  ///< what readChar returns at the end of the input
+    virtual void skipSpaces() = 0;    ///< past white space and comments
     /// Up to and past the next s outside quoted strings and comments; -1, and no move, when there
     /// is none (which is remembered, so that asking again costs nothing); else 0.
     virtual int skipToString(const char* s) = 0;
+    /// The next character after white space and comments, consumed, when it is punctuation; else 0,
+    /// and it stays unread.
     virtual char readPunc() = 0;
     /// At most size characters (and a zero) into out; a name (255 and more) that is cut is warned
     /// of.
     virtual void readWord(char* out, int size) = 0;
+    /// Likewise, then the punctuation behind the word, as readPunc does.
     virtual char readWordPunc(char* out, int size) = 0;
+    /// Appends what stands before the first of the stops, which stays unread, or before the end;
+    /// of XML text what it means (see ParserOptions_kt::xmlText).
     virtual void readToChar(const char* stops, strin_kt& out) = 0;
+    /// Appends the next string value: a quoted string, or a word.
     virtual void readString(strin_kt& out) = 0;
+    /// The next string value as a new[] string, which the caller owns; empty where there is none.
     virtual char* readStringNew() = 0;
+    /// Appends a quoted string whose opening quote is consumed, and consumes the closing one. A
+    /// string that never ends is an error, recorded, at its opening quote.
     virtual void readQuotedRest(strin_kt& out) = 0;
-    virtual int readInt() = 0;
-    virtual double readDouble() = 0;
-    virtual char readChar() = 0;
-    virtual char peekChar() = 0;
-    virtual void skipChar() = 0;
-    virtual void unreadChar(int c) = 0;
+    virtual int readInt() = 0;           ///< the next token; see Numbers above
+    virtual double readDouble() = 0;     ///< likewise
+    virtual char readChar() = 0;         ///< the next character, whatever it is; consumes it
+    virtual char peekChar() = 0;         ///< the next character, which stays unread
+    virtual void skipChar() = 0;         ///< consumes a character; at the end nothing
+    virtual void unreadChar(int c) = 0;  ///< puts back the one read last; eofChar is none
+    /// Moves back that many characters, not beyond the start of the text.
     virtual void backUp(int n) = 0;
-    virtual ParserPos_kt getPos() const = 0;
-    virtual void setPos(ParserPos_kt position) = 0;
-    virtual bool isAtEnd() = 0;
+    virtual ParserPos_kt getPos() const = 0;         ///< where the next character is read
+    virtual void setPos(ParserPos_kt position) = 0;  ///< goes to a position of getPos
+    virtual bool isAtEnd() = 0;  ///< whether only white space and comments are left, which it skips
 
     // Further operations.
     /// Reads numbers separated by white space, comments and commas as `commas` says, until `most`
@@ -167,6 +180,7 @@ public:
     /// number (or too large for a float), or behind a number that lacks its comma, without
     /// recording anything.
     virtual int readFloats(float* out, int most, CommasEN commas) = 0;
+    /// Likewise in double precision.
     virtual int readDoubles(double* out, int most, CommasEN commas) = 0;
     /// Past the next word, quoted string or other character, after blanks; the quote of a string
     /// that is never closed is a character. False at the end of the input.
@@ -182,9 +196,11 @@ public:
     virtual char peekPunc() = 0;
     /// Skips the rest of the statement, see skipStatement.
     virtual void doSkipStatement() = 0;
+    /// Skips a structure, see skipStructure.
     virtual bool doSkipStructure(char open, char close, bool opened) = 0;
-    /// Where the token read last starts; setTokenStart makes later reports point at a place kept.
+    /// Where the token read last starts.
     virtual ParserPos_kt tokenStart() const = 0;
+    /// Makes later reports point at a place kept.
     virtual void setTokenStart(ParserPos_kt position) = 0;
 
     /// A quoted string of at most size characters into out (size + 1 bytes); what is longer is cut
@@ -220,15 +236,18 @@ public:
         return reportUnknownRow(word, &message, arguments...);
     }
 
-    // The same by number and text; see reports.h for the severities.
+    /// The same by number and text, an error; see reports.h for the severities.
     rept_kt* makeError(int number, const char* format, ...) LUMO_PRINTF(3);
     /// From an existing report: the format's first %s receives its message.
     rept_kt* makeError(rept_kt& inner, const char* format, ...);
+    /// Likewise a warning.
     rept_kt* makeWarning(int number, const char* format, ...) LUMO_PRINTF(3);
+    /// Likewise a notice.
     rept_kt* makeNotice(int number, const char* format, ...) LUMO_PRINTF(3);
     /// About an unknown word: shown once per number and word, then counted.
     rept_kt* makeWarningUnknown(const char* word, int number, const char* format, ...)
         LUMO_PRINTF(4);
+    /// Likewise.
     rept_kt* makeWarningUnknown(const strin_kt& word, int number, const char* format, ...)
         LUMO_PRINTF(4);
 
@@ -249,7 +268,7 @@ protected:
     Parser_kt() = default;
     ~Parser_kt() { delete[] buffer; }
     friend void DeleteParser(Parser_kt* parser);
-    virtual long long bytesTotal() const = 0;
+    virtual long long bytesTotal() const = 0;  ///< of the whole input, for progress
 
 private:
     rept_kt* made(rept_kt* report);  ///< at its place, and recorded
@@ -267,11 +286,12 @@ private:
 /// The tokenizer over a string channel: reads its own copy of the channel.
 class Parser_CString_kt final : public Parser_kt {
 public:
-    InChannel_CString_kt channel;
-    strin_kt work;
-    ExactNumbers
-        exact;  ///< what floats do not hold of the numbers that are read into those it is over
+    InChannel_CString_kt channel;  ///< a copy, with the position of the next character
+    strin_kt work;                 ///< for texts that are put together; readers may use it
+    /// What floats do not hold of the numbers that are read into those it is over.
+    ExactNumbers exact;
 
+    /// Reads from where the channel stands, which stays there; a byte-order mark is skipped.
     Parser_CString_kt(const ParserOptions_kt* options, const InChannel_CString_kt& from);
     ~Parser_CString_kt();
 
@@ -361,7 +381,7 @@ public:
     /// The next word, cut to the size; a name (255 and more) that is cut is warned of.
     std::string_view takeName(int size);
 
-    /// True at the "/>" of an empty element <X/>, which stands for </X>.
+    /// True at the end of an empty element, `<X/>`, which stands for `</X>`.
     bool atEmptyElement() const;
 
 protected:
@@ -442,9 +462,12 @@ private:
 
 /// Deletes a tokenizer made by makeParser (the base has no virtual destructor).
 void DeleteParser(Parser_kt* parser);
+/// Deleter for owning a tokenizer in a std::unique_ptr.
 struct ParserDeleter {
+    /// DeleteParser.
     void operator()(Parser_kt* parser) const { DeleteParser(parser); }
 };
+/// Owning handle of a tokenizer.
 using OwnedParser = std::unique_ptr<Parser_kt, ParserDeleter>;
 
 /// The tokenizer by its own class, of which all are: through it the readers call without looking up
@@ -457,6 +480,7 @@ inline Parser_CString_kt& TextParser(Parser_kt& parser) {
 /// scope; structErrors is 0 at both ends.
 class ParserContext {
 public:
+    /// The texts are borrowed for the scope.
     ParserContext(Parser_kt& in, const char* kind, const char* name = nullptr)
         : in_(in), kind_(in.structKind), name_(in.structName), field_(in.fieldName) {
         in.structKind = kind;
@@ -494,21 +518,24 @@ bool TryReadCoord(Parser_kt& in, coord_kt& out);
 template <class PARSER>
 void ReadDCoord(PARSER& in, dcoord_kt& out);
 
-inline constexpr int MaxListEntries = 1'000'000;
+inline constexpr int MaxListEntries = 1'000'000;  ///< entries of one list of strings
 
 /// Texts one behind the other in one buffer, which is kept for the next list.
 class TextList {
 public:
-    std::size_t size() const { return ends_.size(); }
+    std::size_t size() const { return ends_.size(); }  ///< how many texts there are
+    /// The text of that index, from 0, until the next is added.
     std::string_view operator[](std::size_t i) const {
         const std::size_t start = i == 0 ? 0 : ends_[i - 1];
         return text_.view().substr(start, ends_[i] - start);
     }
+    /// Drops the texts; the buffer stays.
     void clear() {
         text_.clear();
         ends_.clear();
     }
     strin_kt& open() { return text_; }  ///< append the next text there, then close it
+    /// Ends the text that open began.
     void close() { ends_.push_back(text_.view().size()); }
     /// A new[] array of new[] copies, which the caller owns.
     char** copies() const;
@@ -548,8 +575,8 @@ void ReadXMLVersion(Parser_CString_kt& in);
 /// Reads one tag, passing over white space, comments and processing instructions before it; the
 /// '<' of the tag is still to come or consumed already. Gives the element's name and its first
 /// attribute (name and decoded value, empty when there is none; later attributes are passed over).
-/// Returns true for an end tag. <X/> is read as <X> followed by </X>. The input then stands where
-/// the content begins. At the end of the input, at other text, or in a malformed tag it
+/// Returns true for an end tag. `<X/>` is read as `<X>` followed by `</X>`. The input then stands
+/// where the content begins. At the end of the input, at other text, or in a malformed tag it
 /// throws.
 bool ReadElementTag(Parser_CString_kt& in, strin_kt& tag, strin_kt& attribute, strin_kt& value);
 

@@ -7,6 +7,7 @@
 #include "library/text/messages.h"
 #include "library/text/parser.h"
 #include "library/text/tokens.h"
+#include "library/utilities/numbers.h"
 
 namespace lumo {
 
@@ -41,6 +42,17 @@ std::string NextToken(Parser_kt& in) {
     return CharName_kt(static_cast<unsigned char>(in.peekChar()));
 }
 
+bool HasDecimalComma(std::string_view word) {
+    std::string number(word);
+    const std::size_t comma = number.find(',');
+    if (comma == number.npos || comma == 0 || comma + 1 == number.size()) return false;
+    number[comma] = '.';
+    const char* const last = number.data() + number.size();
+    const char* end = nullptr;
+    double value = 0;
+    return ParseNumber(number.data(), last, value, end) == NumberEN::ok && end == last;
+}
+
 rept_kt* MakeNumberError(Parser_kt& in, bool integer) {
     const std::string_view word = in.peekWord();
     in.setTokenStart(in.getPos());
@@ -60,6 +72,8 @@ rept_kt* MakeNumberError(Parser_kt& in, bool integer) {
         (!integer && kind == NumberEN::ok && std::abs(value) > std::numeric_limits<float>::max());
     const bool tooLarge = outOfRange && (end == last || (!integer && *end == ','));
     if (tooLarge) return in.report(msg::text.numberTooLarge, Shown(word).c_str());
+    if (!integer && HasDecimalComma(word))
+        return in.report(msg::text.decimalComma, Shown(word).c_str());
     return in.report(integer ? msg::text.notAnInteger : msg::text.notANumber, Shown(word).c_str());
 }
 

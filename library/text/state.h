@@ -51,8 +51,8 @@ struct Parser_CString_kt::State {
     const char* unclosedBracesFrom = nullptr;  ///< all from here on
     const char* commentWarned = nullptr;       ///< the unterminated comment, once it was reported
     const char* commentsUpTo = nullptr;        ///< comments up to here were looked through
-    const char* unbalancedUpTo =
-        nullptr;  ///< up to here skipStatement looked for closing brackets in vain
+    /// Up to here skipStatement looked for closing brackets in vain.
+    const char* unbalancedUpTo = nullptr;
 
     /// Past the closer's next occurrence, null when there is none.
     const char* pastCloser(CloserEN which, const char* from, const char* end);

@@ -286,14 +286,14 @@ std::string_view ReadText(Parser_CString_kt& in, std::string_view element, strin
 namespace {
 
 /// A list whose opening character is that, for ReadList.
-void ReadListOf(Parser_CString_kt& in, char openChar, vect_kt<float>& out) {
+void ReadListOf(Parser_CString_kt& in, char openChar, FloatList& out) {
     struct Restored {
         char& place;
         char saved;
         ~Restored() { place = saved; }
     };
     const Restored restored{in.listOpenChar, std::exchange(in.listOpenChar, openChar)};
-    ReadList<Parser_CString_kt, float, false, false>(in, out);
+    ReadList(in, out);
 }
 
 }  // namespace
@@ -301,7 +301,7 @@ void ReadListOf(Parser_CString_kt& in, char openChar, vect_kt<float>& out) {
 namespace {
 
 /// A list that finds no memory is an error like one that is damaged.
-void ReadListInMemory(Parser_CString_kt& in, char open, vect_kt<float>& out) {
+void ReadListInMemory(Parser_CString_kt& in, char open, FloatList& out) {
     try {
         ReadListOf(in, open, out);
     } catch (const std::bad_alloc&) {
@@ -312,7 +312,7 @@ void ReadListInMemory(Parser_CString_kt& in, char open, vect_kt<float>& out) {
 
 }  // namespace
 
-void ReadNumbers(Parser_CString_kt& in, vect_kt<float>& out) {
+void ReadNumbers(Parser_CString_kt& in, FloatList& out) {
     for (;;) {
         ReadListInMemory(in, '>', out);
         const ParserPos_kt at = in.getPos();

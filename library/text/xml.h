@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "library/text/floatlist.h"
 #include "library/text/parser.h"
 
 namespace lumo {
@@ -64,7 +65,7 @@ bool SkipElement(Parser_CString_kt& in, const XMLTag& start,
 
 /// Reads the numbers of an element up to its next tag, appended to out; also in CDATA sections,
 /// over processing instructions. Throws as ReadList does.
-void ReadNumbers(Parser_CString_kt& in, vect_kt<float>& out);
+void ReadNumbers(Parser_CString_kt& in, FloatList& out);
 
 /// The elements that are open at a place of a text, the innermost last.
 class OpenElements {
@@ -136,7 +137,7 @@ public:
 
     /// The numbers of the present element, separated by white space or commas, appended to out;
     /// leaves the element. False after an error that names the token that is no number.
-    bool readNumbers(vect_kt<float>& out);
+    bool readNumbers(FloatList& out);
 
     /// Leaves the present element, passing over what is left of it. An element that is never closed
     /// is reported; what it holds is then read as the content of the element around it.

@@ -185,7 +185,7 @@ std::string_view XMLReader::takeText(strin_kt& room) {
     return room.view();
 }
 
-bool XMLReader::readNumbers(vect_kt<float>& out) {
+bool XMLReader::readNumbers(FloatList& out) {
     try {
         ReadNumbers(in_, out);
     } catch (rept_kt* report) {

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <new>
 
+#include "library/utilities/numbers.h"
 #include "library/utilities/system.h"
 
 namespace lumo {

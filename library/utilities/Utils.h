@@ -10,7 +10,6 @@
 
 #include "library/utilities/lock.h"
 #include "library/utilities/memory.h"
-#include "library/utilities/numbers.h"
 #include "library/utilities/vect.h"
 #include "library/utilities/vect3.h"
 
@@ -21,14 +20,15 @@ namespace LUMO_API lumo {
 /// A new[] copy of s (the caller owns it), with one spare byte after the terminating zero, so that
 /// the in-place name functions have room for a prefix letter. Null gives null.
 char* DupStr_kt(const char* s);
+/// Likewise; zero bytes are copied as well.
 char* DupStr_kt(std::string_view s);
 
 /// Owning handle of a new[] string, for strings on their way to the model.
 using OwnedStr = std::unique_ptr<char[]>;
 
-bool streql_kt(const char* a, const char* b);   ///< equal; null equals only null
-bool streqli_kt(const char* a, const char* b);  ///< equal ignoring ASCII letter case
-bool HasPrefix_kt(const char* prefix, const char* s);
+bool streql_kt(const char* a, const char* b);          ///< equal; null equals only null
+bool streqli_kt(const char* a, const char* b);         ///< equal ignoring ASCII letter case
+bool HasPrefix_kt(const char* prefix, const char* s);  ///< whether s begins so, case as written
 
 /// True when the strings are equal apart from a run of decimal digits at their ends (which may be
 /// empty on either side): "HR_State_" and "HR_State_12".
@@ -39,9 +39,10 @@ bool EqualStrsExceptNumericSuffix_kt(const char* a, const char* b);
 /// Returns whether anything was replaced.
 bool SubstStrWithStr_kt(char* s, int size, const char* find, const char* replacement);
 
-/// The number at the start of text (see ParseNumber for what is accepted; leading white space is
-/// skipped). *end is set to the first character after it, to text when there is none.
-/// *error becomes 0, or 1 when there is no number or it is too large for a double (result 0).
+/// The number at the start of text (sign, digits with an optional point, optional exponent,
+/// whatever the locale; leading white space is skipped). *end is set to the first character after
+/// it, to text when there is none. *error becomes 0, or 1 when there is no number or it is too
+/// large for a double (result 0).
 double strtod1_kt(const char* text, char** end, int* error);
 
 /// Reads one number at the start of text. Returns 0 and sets *result and *end, or returns -1
@@ -51,16 +52,17 @@ int strtodouble2_kt(const char* text, double* result, const char** end);
 /// Writes value in decimal, zero-terminated (12 bytes suffice); returns the number of characters.
 template <class CHAR, class INT>
 int sprint_int_kt(CHAR* buffer, INT value);
+/// Its one form.
 template <>
 int sprint_int_kt<char, int>(char* buffer, int value);
 
 /// Classifies an array by its null and empty strings: 0 no such entry, 1 some empty, 2 some null,
-/// 3 some of both, 4 none usable (all null or empty, or count 0). The last argument is 1.
-int StrsNullEmpty_kt(const char* const* array, int count, int);
+/// 3 some of both, 4 none usable (all null or empty, or count 0).
+int StrsNullEmpty_kt(const char* const* array, int count, int = 1);
 
 /// True when the arrays hold equal strings (null equals only null); a null array equals nothing but
 /// a null array.
-bool EqlArrStrs_kt(const char* const* a, const char* const* b, int count, bool);
+bool EqlArrStrs_kt(const char* const* a, const char* const* b, int count, bool = true);
 
 /// Frees each string and the array (both from new[]); null is allowed.
 void FreeArrStrings_kt(char** array, int count);
@@ -69,17 +71,21 @@ void FreeArrStrings_kt(char** array, int count);
 class OwnedStrs {
 public:
     OwnedStrs() = default;
+    /// Takes the array and its strings, of which there are n; null is none.
     OwnedStrs(char** strings, int n) : array_(strings), count_(n) {}
+    /// Takes the other's.
     OwnedStrs(OwnedStrs&& o) noexcept
         : array_(std::exchange(o.array_, nullptr)), count_(o.count_) {}
+    /// Exchanges with the other, which frees what was here.
     OwnedStrs& operator=(OwnedStrs&& o) noexcept {
         std::swap(array_, o.array_);
         std::swap(count_, o.count_);
         return *this;
     }
     ~OwnedStrs() { FreeArrStrings_kt(array_, count_); }
-    char** get() const { return array_; }
-    int count() const { return count_; }
+    char** get() const { return array_; }  ///< the array, which stays owned; null when none
+    int count() const { return count_; }   ///< how many strings it has
+    /// Hands the array over, to be freed with FreeArrStrings_kt.
     char** release() { return std::exchange(array_, nullptr); }
 
 private:
@@ -101,6 +107,7 @@ int VSPrintf(char* buffer, std::size_t size, const char* format, LUMO_VA_LIST ar
 
 /// printf formatting into a string of any length; independent of the locale's decimal comma.
 std::string VFormat(const char* format, LUMO_VA_LIST arguments);
+/// Likewise.
 std::string Format(const char* format, ...) LUMO_PRINTF(1);
 
 // ---- Legal names ---------------------------------------------------------------------------
@@ -109,40 +116,21 @@ std::string Format(const char* format, ...) LUMO_PRINTF(1);
 // underscore and puts a prefix letter before a leading digit or underscore; a text without any
 // usable character becomes the prefix letter alone.
 
-inline constexpr int MaxNameLength = 255;
+inline constexpr int MaxNameLength = 255;  ///< characters of a legal name
 
+/// Whether it is one as it stands.
 bool IsLegalName_kt(std::string_view name);
 
 /// Makes the name legal in place and returns it. A leading digit needs one spare byte, which
 /// strings from DupStr_kt and readStringNew have. The prefix letter is 'N'; ToLegalName1_kt lets
 /// one choose.
 char* ToLegalName_kt(char* name);
+/// Likewise; grows where it must.
 strin_kt& ToLegalName_kt(strin_kt& name);
+/// ToLegalName_kt with a prefix letter of the caller's.
 char* ToLegalName1_kt(char* name, char prefix);
+/// The legal form of a name that is only read.
 std::string LegalName(std::string_view name, char prefix = 'N');
-
-/// The names taken so far in one scope (hashed), for making many names distinct in linear time.
-class UniqueNames_kt {
-public:
-    UniqueNames_kt();
-    ~UniqueNames_kt();
-    UniqueNames_kt(const UniqueNames_kt&) = delete;
-    UniqueNames_kt& operator=(const UniqueNames_kt&) = delete;
-
-    bool contains(std::string_view name) const;
-    void add(std::string_view name);
-    void remove(std::string_view name);
-
-    /// A legal name made from `name` that is not taken: the legal form itself, or that with a
-    /// number appended (its tail cut so that the result has at most maxLength characters); where no
-    /// number has room, a short name beginning with the prefix if one is free. Empty when every
-    /// name that fits is taken. Does not add it.
-    std::string unique(std::string_view name, char prefix, int maxLength = MaxNameLength);
-
-private:
-    struct LUMO_HIDDEN Impl;
-    std::unique_ptr<Impl> impl_;
-};
 
 /// Makes `name` legal and different from the `count` existing names (null entries are passed over),
 /// in place, within `size` bytes, the terminating zero included; 0 means the length of name plus 2.
@@ -150,8 +138,6 @@ private:
 /// size below 7.
 char* ToLegalUniqueName_kt(char* name, const char* const* existing, int count, char prefix,
                            int size = 0);
-/// The same against a set of names, to which the result is added: linear over many names.
-char* ToLegalUniqueName_kt(char* name, UniqueNames_kt& existing, char prefix, int size);
 
 /// A new array of `count` new[] strings: the names made legal and mutually distinct.
 /// The caller owns array and strings (FreeArrStrings_kt).
@@ -163,12 +149,11 @@ char** MakeLegalUniqueNames_kt(const char* const* names, int count, char prefix)
 extern const char* const LumoFileExtension_sy;
 
 const char* FileNamePtr_kt(const char* path);  ///< the part after the last directory separator
-char* FileNamePtr_kt(char* path);
+char* FileNamePtr_kt(char* path);              ///< likewise
 void RemoveExtension_kt(char* path);  ///< cuts the extension in place; a leading dot is none
 
-/// Appends the extension in place; the buffer must have room. The third argument is null. Returns
-/// path.
-char* AddExtension_kt(char* path, const char* extension, const char*);
+/// Appends the extension in place; the buffer must have room. Returns path.
+char* AddExtension_kt(char* path, const char* extension, const char* = nullptr);
 
 /// Reads a whole file, at most maxLength bytes (-1: no limit), into a zero-terminated text from the
 /// library allocator (free with xfree_kt); *length (may be null) gets the number of bytes read.
@@ -183,8 +168,6 @@ void WarnZeroByte(const char* path, long long offset);
 
 // ---- Numbers -------------------------------------------------------------------------------
 
-// ParseNumber and ParseInteger: see numbers.h.
-
 /// The nearest int, halves up. A result outside the int range fails an assertion
 /// ("r >= INT_MIN", "Utils", 319; "r <= INT_MAX", "Utils", 320) and is then clamped; NaN gives 0.
 int RoundToInt_kt(double x);
@@ -193,18 +176,21 @@ int RoundToInt_kt(double x);
 
 /// A critical section object. Not recursive.
 struct critsec_kt {
-    Mutex mutex;
+    Mutex mutex;  ///< for EnterCriticalSection_fc and LeaveCriticalSection_fc alone
 };
 
 /// Serialises the Hugin, DSC, DXPress and Ergo imports of the process.
 extern critsec_kt Mut_ReadForeignFile;
 
+/// Waits until no thread is in the section, and enters it.
 void EnterCriticalSection_fc(critsec_kt* section);
+/// Leaves it, on the thread that entered.
 void LeaveCriticalSection_fc(critsec_kt* section);
 
 /// Holds a critical section for a scope.
 class CritSecHold {
 public:
+    /// Waits until no other thread is in the section, and enters it.
     explicit CritSecHold(critsec_kt& section) : section_(section) {
         EnterCriticalSection_fc(&section_);
     }

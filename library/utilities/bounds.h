@@ -18,6 +18,9 @@ public:
     /// last; else 0.
     static long long thatRefused();
 
+    /// Whether one lives in the thread: what it reads may be made to cost too much.
+    static bool holds();
+
 private:
     friend class BoundedBlocks;
     long long most_;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <functional>
+#include <cstdint>
 #include <iterator>
 #include <limits>
 
@@ -11,35 +11,53 @@
 
 namespace lumo {
 
-double ShortestDouble(float value) {
-    // Rounded to the fewest places with which it reads back; quotients of whole numbers are exact.
-    // Near the middle between two decimals the product may stand on the wrong side of it.
-    constexpr double fewDigits = 1e7, mostDigits = 1e9, mostPlaces = 1e22, nearMiddle = 1e-6;
-    const double exact = static_cast<double>(value);
-    double limit = fewDigits;
-    for (double places = 1e6; places < mostPlaces; places *= 10) {
-        const double scaled = std::fabs(exact) * places;
-        if (!(scaled < limit)) break;
-        const double whole = std::floor(scaled + 0.5);
-        if (scaled > fewDigits && std::fabs(whole - scaled) > 0.5 - nearMiddle) break;
-        const double decimal = std::copysign(whole / places, exact);
-        if (static_cast<float>(decimal) == value) return decimal;
-        limit = mostDigits;
-    }
-    if (!std::isfinite(value)) return exact;
-    // As writers write it: whole numbers in full.
-    char text[64];
-    const double size = std::fabs(exact);
+namespace {
+
+/// A number that fits an int rounded to the nearest whole one. (std::round is a call.)
+double Rounded(double number) {
+    return static_cast<double>(static_cast<std::int64_t>(number + 0.5));
+}
+
+/// The decimal as writers write it: whole numbers in full.
+double WrittenDouble(float value) {
+    constexpr double least = 1e-15, most = 1e15;  // that are written without an exponent
+    const double exact = static_cast<double>(value), size = std::fabs(exact);
     const auto format =
-        size >= 1e-15 && size < 1e15 ? std::chars_format::fixed : std::chars_format::scientific;
+        size >= least && size < most ? std::chars_format::fixed : std::chars_format::scientific;
+    char text[64];
     const char* end = std::to_chars(text, std::end(text), value, format).ptr;
     double decimal = exact;
     ParseNumber(text, end, decimal, end);
     return decimal;
 }
 
+}  // namespace
+
+double ShortestDouble(float value) {
+    if (value == 0) return static_cast<double>(value);  // as all are of a table not yet filled
+    // Rounded to the fewest places with which it reads back; quotients of whole numbers are exact.
+    // Near the middle between two decimals the product may stand on the wrong side of it.
+    constexpr double fewDigits = 1e7, mostDigits = 1e9, mostPlaces = 1e22, nearMiddle = 1e-6;
+    const double exact = static_cast<double>(value), size = std::fabs(exact);
+    double limit = fewDigits, places = 1e7;
+    while (size * places >= limit && places > 1) places /= 10;
+    for (; places < mostPlaces; places *= 10) {
+        const double scaled = size * places;
+        if (!(scaled < limit)) break;
+        const double whole = Rounded(scaled);
+        if (scaled > fewDigits && std::fabs(whole - scaled) > 0.5 - nearMiddle) break;
+        const double decimal = std::copysign(whole / places, exact);
+        if (static_cast<float>(decimal) == value) return decimal;
+        limit = mostDigits;
+    }
+    return std::isfinite(value) ? WrittenDouble(value) : exact;
+}
+
 void ShortestDoubles(const float* floats, long long count, double* out) {
-    std::transform(floats, floats + count, out, ShortestDouble);
+    // Tables that are not yet filled are all zeros, for which no call is made.
+    std::transform(floats, floats + count, out, [](float value) {
+        return value == 0 ? static_cast<double>(value) : ShortestDouble(value);
+    });
 }
 
 bool AreHeldByFloats(const double* exact, const float* floats, long long count) {
@@ -49,55 +67,53 @@ bool AreHeldByFloats(const double* exact, const float* floats, long long count) 
 
 double Tidied(double value) {
     constexpr double mostDigits = 1e13;
+    const double size = std::fabs(value);
     double places = 1e12;
-    while (std::fabs(value) * places > mostDigits && places > 1) places /= 10;
+    while (size * places > mostDigits && places > 1) places /= 10;
+    if (!(size < mostDigits)) return value;
     constexpr double noise = 2 * std::numeric_limits<double>::epsilon();
-    const double decimal = std::round(value * places) / places;
-    const bool close = std::fabs(decimal - value) <= noise * std::max(std::fabs(value), 1.0);
-    return close && decimal != 0 ? decimal : value;
+    const double decimal = Rounded(size * places) / places;
+    const bool close = std::fabs(decimal - size) <= noise * std::max(size, 1.0);
+    return close && decimal != 0 ? std::copysign(decimal, value) : value;
 }
 
 double ExactSum(const double* values, int count) {
-    double sum = 0, lost = 0;
-    for (int i = 0; i < count; ++i) {
-        const double next = sum + values[i];
-        lost += std::fabs(sum) >= std::fabs(values[i]) ? (sum - next) + values[i]
-                                                       : (values[i] - next) + sum;
-        sum = next;
+    // Of long rows so many sums, as each addition waits for the one before.
+    constexpr int lanes = 4;
+    double sums[lanes] = {}, lost[lanes] = {};
+    const auto add = [&](int lane, double value) {
+        const double sum = sums[lane], next = sum + value, added = next - sum;
+        lost[lane] += (sum - (next - added)) + (value - added);
+        sums[lane] = next;
+    };
+    int i = 0;
+    if (count >= 4 * lanes) {
+        for (; count - i >= lanes; i += lanes)
+            for (int lane = 0; lane < lanes; ++lane) add(lane, values[i + lane]);
+        for (int lane = 1; lane < lanes; ++lane) {
+            add(0, sums[lane]);
+            lost[0] += lost[lane];
+        }
     }
-    return sum + lost;
+    for (; i < count; ++i) add(0, values[i]);
+    return sums[0] + lost[0];
 }
 
 // ---- ExactNumbers --------------------------------------------------------------------------
 
-namespace {
-
-constexpr double unset = std::numeric_limits<double>::quiet_NaN();
-
-}  // namespace
-
-void ExactNumbers::over(const float* floats, long long size) {
-    floats_ = floats;
-    size_ = size;
-    any_ = false;
-}
-
 void ExactNumbers::moved(const float* floats, long long size) {
     floats_ = floats;
-    const long long before = size_;
+    any_ = any_ && reserve(size);
     size_ = size;
-    if (!any_ || size <= before) return;
-    if (reserve(size))
-        std::fill(values_.get() + before, values_.get() + size, unset);
-    else
-        any_ = false;
 }
 
 /// Room for so many, what is there kept. Without memory for it single precision has to do.
 bool ExactNumbers::reserve(long long size) {
     if (size <= capacity_) return true;
     const long long bytes = size * static_cast<long long>(sizeof(double));
-    void* const block = xreallocf_kt(values_.get(), bytes);
+    // Only a new block may be one that the thread has kept.
+    void* const block =
+        values_ == nullptr ? xmallocf_kt(bytes) : xreallocf_kt(values_.get(), bytes);
     if (block == nullptr) return false;
     static_cast<void>(values_.release());
     values_.reset(static_cast<double*>(block));
@@ -105,47 +121,42 @@ bool ExactNumbers::reserve(long long size) {
     return true;
 }
 
-void ExactNumbers::set(const float* place, double number) {
-    const std::less<> before;
-    if (floats_ == nullptr || before(place, floats_) || !before(place, floats_ + size_)) return;
-    if (!any_) {
-        any_ = reserve(size_);
-        if (any_) std::fill_n(values_.get(), size_, unset);
-    }
-    if (any_) values_[static_cast<std::size_t>(place - floats_)] = number;
+/// Begins with the doubles. False without memory for them.
+bool ExactNumbers::start() {
+    any_ = reserve(size_);
+    return any_;
 }
 
-const double* ExactNumbers::complete(long long count) {
-    if (!any_) return nullptr;
-    const auto held = [](double wide, float value) {
-        return std::isnan(wide) ? ShortestDouble(value) : wide;
-    };
-    double* const values = values_.get();
-    std::transform(values, values + count, floats_, values, held);
-    return values;
+/// The floats hold what is not set in front of the place.
+void ExactNumbers::passTo(long long index) {
+    if (index <= next_) return;
+    ShortestDoubles(floats_ + next_, index - next_, values_.get() + next_);
+    next_ = index;
 }
 
-XArray<double> ExactNumbers::take(long long count) {
-    XArray<double> taken;
-    if (complete(count) != nullptr) {
-        taken = std::move(values_);
-        if (count < capacity_) {
-            void* const less =
-                xreallocf_kt(taken.get(), count * static_cast<long long>(sizeof(double)));
-            if (less != nullptr) {
-                static_cast<void>(taken.release());
-                taken.reset(static_cast<double*>(less));
-            }
+double* ExactNumbers::completed(long long count) {
+    passTo(count);
+    return values_.get();
+}
+
+XArray<double> ExactNumbers::handedOver(long long count) {
+    completed(count);
+    XArray<double> taken = std::move(values_);
+    if (capacity_ - count > count / 32) {  // a block a little too long serves the next of its kind
+        void* const less =
+            xreallocf_kt(taken.get(), count * static_cast<long long>(sizeof(double)));
+        if (less != nullptr) {
+            static_cast<void>(taken.release());
+            taken.reset(static_cast<double*>(less));
         }
-        capacity_ = 0;
     }
-    over(nullptr, 0);
+    capacity_ = 0;
     return taken;
 }
 
 void ExactNumbers::give(XArray<double> values, long long count) {
     values_ = std::move(values);
-    capacity_ = count;
+    capacity_ = next_ = count;
     any_ = values_ != nullptr;
 }
 

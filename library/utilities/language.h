@@ -36,3 +36,6 @@
 #else
 #define LUMO_PRINTF(formatIndex) __attribute__((format(printf, formatIndex, (formatIndex) + 1)))
 #endif
+
+/// All names of the library.
+namespace LUMO_API lumo {}

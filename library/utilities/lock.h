@@ -16,6 +16,7 @@ struct Mutex {
     void unlock() {}
 };
 #else
+/// A mutex of the standard library, or the one above.
 using Mutex = std::mutex;
 #endif
 

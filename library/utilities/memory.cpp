@@ -10,6 +10,7 @@
 #include "library/utilities/bounds.h"
 #include "library/utilities/problems.h"
 #include "library/utilities/system.h"
+#include "library/utilities/threads.h"
 
 namespace lumo {
 
@@ -76,8 +77,6 @@ private:
     std::size_t total_ = 0;
 };
 
-thread_local KeptBlocks keptBlocks;
-
 thread_local MemoryBound* presentBound = nullptr;
 
 }  // namespace
@@ -94,6 +93,8 @@ long long MemoryBound::thatRefused() {
     if (presentBound == nullptr || !std::exchange(presentBound->refused_, false)) return 0;
     return presentBound->most_;
 }
+
+bool MemoryBound::holds() { return presentBound != nullptr; }
 
 /// The account of the present bound.
 class BoundedBlocks {
@@ -126,7 +127,7 @@ void* xmallocf_kt(long long bytes) {
 void* AllocateUnbounded(long long bytes) {
     const auto size = static_cast<std::size_t>(std::max(bytes, 0LL));
     if (size >= LeastKept && !keepsNoMore) {
-        if (void* const block = keptBlocks.take(size)) return block;
+        if (void* const block = OfThread<KeptBlocks>().take(size)) return block;
     }
     if (bytes >= LeastHuge) return system::NewHuge(size);
     void* const block = xreallocf_kt(nullptr, bytes);
@@ -143,11 +144,11 @@ void xfree_kt(void* block) {
     const std::size_t size = block == nullptr ? 0 : system::SizeOf(block);
     BoundedBlocks::remove(size);
     if (size < LeastKept || size > MostKept || keepsNoMore) return std::free(block);
-    keptBlocks.add(block, size);
+    OfThread<KeptBlocks>().add(block, size);
 }
 
 void ReleaseKeptMemory_kt() {
-    if (!keepsNoMore) keptBlocks.release();
+    if (!keepsNoMore) OfThread<KeptBlocks>().release();
 }
 
 void AcquiringVectMemory_kt(long long bytes) {

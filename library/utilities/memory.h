@@ -26,6 +26,7 @@ void ReleaseKeptMemory_kt();
 
 /// Deleter for owning a block of xmallocf_kt in a std::unique_ptr.
 struct XFree {
+    /// Frees the block.
     void operator()(void* block) const { xfree_kt(block); }
 };
 
@@ -42,6 +43,7 @@ XArray<T> NewXArray(long long count) {
 /// Accounts for container memory: acquiring is announced before the allocation, releasing after.
 /// Callable from any thread.
 void AcquiringVectMemory_kt(long long bytes);
+/// Likewise.
 void ReleasingVectMemory_kt(long long bytes);
 
 /// Bytes of container memory acquired and not yet released, over all threads.

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "library/utilities/Utils.h"
+#include "library/utilities/names.h"
 
 namespace lumo {
 

@@ -44,7 +44,8 @@ const char* NumberLimit(const char* text) {
 /// The double nearest to the number at [first, last), which has the form of one and no plus sign;
 /// false when it is out of range, of which standard libraries differ in what they call so.
 bool NearestDouble(const char* first, const char* last, double& value) {
-#ifdef __cpp_lib_to_chars  // with which std::from_chars knows floating numbers
+// Some libraries' std::from_chars knows no floating numbers, and those for i386 round them twice.
+#if defined(__cpp_lib_to_chars) && !defined(__i386__)
     return std::from_chars(first, last, value).ec == std::errc();
 #else
     value = system::NearestDouble(std::string(first, last).c_str());

@@ -155,10 +155,15 @@ inline constexpr auto Reciprocals = [] {
 
 /// The upper half of a product.
 inline std::uint64_t MultiplyHigh(std::uint64_t a, std::uint64_t b) {
+#ifdef __SIZEOF_INT128__
+    __extension__ typedef unsigned __int128 Wide;
+    return static_cast<std::uint64_t>(static_cast<Wide>(a) * b >> 64);
+#else
     constexpr std::uint64_t low = 0xFFFFFFFF;
     const std::uint64_t ah = a >> 32, al = a & low, bh = b >> 32, bl = b & low;
     const std::uint64_t middle = ah * bl + (al * bl >> 32);
     return ah * bh + (middle >> 32) + ((al * bh + (middle & low)) >> 32);
+#endif
 }
 
 /// A mantissa above 2^53 with so many decimal places, correctly rounded. False when the product
@@ -212,30 +217,48 @@ inline const char* TakeApart(const char* first, const char* last, Decimal& numbe
     return p;
 }
 
-/// Reads a number written as most in tables are: a digit, the point, and up to eight digits, from
-/// which one division gives it. Null when another may stand there. (Half the instructions of the
-/// general way.)
+/// Takes a number apart that is written as most in tables are: a digit, the point, and up to
+/// sixteen digits. Null when another may stand there. (Half the instructions of the general way.)
 inline const char* TakeShort(const char* first, const char* last, std::uint64_t& mantissa,
                              int& places) {
-    constexpr std::ptrdiff_t longest = 11;  // with the byte behind
+    constexpr int gathered = 8;
+    constexpr std::ptrdiff_t longest = 2 + gathered + 1;  // with the byte behind
     if (std::endian::native != std::endian::little || last - first < longest || first[1] != '.')
         return nullptr;
     mantissa = static_cast<unsigned>(first[0]) - unsigned{'0'};
     if (mantissa > 9) return nullptr;
     places = GatherEight(first + 2, mantissa);
-    const char* const after = first + 2 + places;
-    const bool more = static_cast<unsigned>(*after) - unsigned{'0'} <= 9;
-    if (more || (*after | 0x20) == 'e') return nullptr;
+    const char* after = first + 2 + places;
+    if (places == gathered) [[unlikely]] {
+        if (last - after <= gathered) return nullptr;
+        const int more = GatherEight(after, mantissa);
+        after += more;
+        places += more;
+        if (more == gathered && static_cast<unsigned>(*after) - unsigned{'0'} <= 9) return nullptr;
+    }
+    if ((*after | 0x20) == 'e') return nullptr;
     return after;
 }
 
-inline double ShortNumber(std::uint64_t mantissa, int places) {
-    return static_cast<double>(static_cast<std::int64_t>(mantissa)) / ExactPowers[places];
+/// The number of TakeShort. False when it takes more than a division.
+inline bool ShortNumber(std::uint64_t mantissa, int places, double& value) {
+    value = static_cast<double>(static_cast<std::int64_t>(mantissa)) / ExactPowers[places];
+    return mantissa <= MaxExactMantissa || DivideLong(mantissa, places, value);
 }
 
-/// Numbers of TakeShort below this have seven digits at most: there floats stand closer than such
-/// decimals, so that each is the shortest of its own.
+/// Mantissas below this have seven digits at most. Of numbers with nine places at most floats then
+/// stand closer than such decimals, so that each is the shortest of its own.
 inline constexpr std::uint64_t HeldByFloats = 10'000'000;
+inline constexpr std::int64_t MostHeldPlaces = 9;
+
+/// Whether a mantissa with a point in it, which a double holds, is seen at once to have more than
+/// the nine digits of the longest shortest decimal of a float, zeros at its end aside.
+inline bool IsLong(std::uint64_t mantissa) {
+    constexpr std::uint64_t ten = 1'000'000'000, thirteen = 1'000'000'000'000;  // digits
+    if (mantissa > MaxExactMantissa) return false;
+    if (mantissa >= thirteen) return mantissa % 10'000 != 0;
+    return mantissa >= ten && mantissa % 10 != 0;
+}
 
 }  // namespace detail
 
@@ -245,9 +268,9 @@ inline constexpr std::uint64_t HeldByFloats = 10'000'000;
 inline NumberEN ParseNumber(const char* first, const char* last, double& value, const char*& end) {
     std::uint64_t mantissa = 0;
     int places = 0;
-    if (const char* const after = detail::TakeShort(first, last, mantissa, places)) {
-        end = after;
-        value = detail::ShortNumber(mantissa, places);
+    const char* const quick = detail::TakeShort(first, last, mantissa, places);
+    if (quick != nullptr && detail::ShortNumber(mantissa, places, value)) {
+        end = quick;
         return NumberEN::ok;
     }
     detail::Decimal number;
@@ -262,31 +285,37 @@ inline NumberEN ParseFloat(const char* first, const char* last, float& value, do
                            const char*& end) {
     std::uint64_t mantissa = 0;
     int places = 0;
-    if (const char* const after = detail::TakeShort(first, last, mantissa, places)) {
-        end = after;
-        const double number = detail::ShortNumber(mantissa, places);
+    double number = 0;
+    const char* const quick = detail::TakeShort(first, last, mantissa, places);
+    if (quick != nullptr && detail::ShortNumber(mantissa, places, number)) {
+        end = quick;
         value = static_cast<float>(number);
-        if (mantissa < detail::HeldByFloats) return NumberEN::ok;
+        if (mantissa < detail::HeldByFloats && places <= detail::MostHeldPlaces)
+            return NumberEN::ok;
         wide = number;
+        if (detail::IsLong(mantissa)) return NumberEN::more;
         return detail::JudgeFloat(mantissa, -places, wide, value);
     }
-    detail::Decimal number;
-    const char* const after = detail::TakeApart(first, last, number);
+    detail::Decimal decimal;
+    const char* const after = detail::TakeApart(first, last, decimal);
     if (after == nullptr) return NumberEN::none;
     end = after;
-    double read = 0;
-    if (!number.toDouble(read)) {
-        if (const NumberEN result = detail::ParseNumberSlow(first, after, read);
+    if (!decimal.toDouble(number)) {
+        if (const NumberEN result = detail::ParseNumberSlow(first, after, number);
             result != NumberEN::ok) {
             return result;
         }
     }
-    wide = read;
-    if (std::fabs(read) >= detail::FloatLimit) return NumberEN::tooLarge;
-    value = static_cast<float>(read);
+    wide = number;
+    if (std::fabs(number) >= detail::FloatLimit) return NumberEN::tooLarge;
+    value = static_cast<float>(number);
     // Digits beyond those that fit do not make the mantissa shorter.
-    const bool whole = number.digits <= detail::MaxMantissaDigits;
-    return detail::JudgeFloat(whole ? number.mantissa : 0, number.exponent, wide, value);
+    const bool whole = decimal.digits <= detail::MaxMantissaDigits;
+    if (whole && decimal.mantissa < detail::HeldByFloats && decimal.exponent <= 0 &&
+        decimal.exponent >= -detail::MostHeldPlaces) {
+        return NumberEN::ok;
+    }
+    return detail::JudgeFloat(whole ? decimal.mantissa : 0, decimal.exponent, wide, value);
 }
 
 inline NumberEN ParseInteger(const char* first, const char* last, int& value, const char*& end) {

@@ -132,7 +132,15 @@ std::string WithoutLinks(const char* path) {
     return found != nullptr ? found.get() : "";
 }
 
-int OpenForWriting(const char* path) { return ::open(path, O_WRONLY | O_CLOEXEC | O_NOCTTY); }
+bool IsWritable(const char* path) {
+    constexpr unsigned anybody = S_IWUSR | S_IWGRP | S_IWOTH;
+    return (StatusOf(path).mode & anybody) != 0 &&
+           ::faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0;
+}
+
+int OpenForWriting(const char* path, bool emptied) {
+    return ::open(path, O_WRONLY | O_CLOEXEC | O_NOCTTY | (emptied ? O_TRUNC : 0));
+}
 
 int CreateNew(const char* path, unsigned mode, bool exact) {
     const int descriptor =

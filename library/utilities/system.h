@@ -62,11 +62,15 @@ struct PathStatus {
 PathStatus StatusOf(const char* path);
 PathStatus StatusOf(int descriptor);
 
+/// Whether the file may be written, and is not marked against that, which stops nobody who may do
+/// everything.
+bool IsWritable(const char* path);
+
 /// The path that leads there without links; empty when there is nothing.
 std::string WithoutLinks(const char* path);
 
 // Descriptors: these return one, or 0, and -1 with errno set on failure.
-int OpenForWriting(const char* path);  ///< what exists: a device, a pipe
+int OpenForWriting(const char* path, bool emptied);  ///< what exists: a device, a pipe, a file
 /// A new file with those permissions, whatever the process's mask says when they are exact; EEXIST
 /// when there is one.
 int CreateNew(const char* path, unsigned mode, bool exact);
@@ -77,6 +81,11 @@ int Replace(const char* file, const char* target);
 int Remove(const char* path);
 
 int ProcessNumber();
+
+#ifdef __MINGW32__
+/// Has the function called with the object when the calling thread ends, the last one first.
+void CallAtThreadEnd(void (*function)(void*), void* object);
+#endif
 
 /// Has the function called in the children that are forked from now on.
 void CallInChildren(void (*function)());

@@ -24,8 +24,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include "library/utilities/paths.h"
 
@@ -121,7 +124,9 @@ const char* LastSeparator(const char* path) {
 }
 
 InputFile::InputFile(const char* path, PipeEN)
-    : descriptor_(_wopen(Wide(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT)) {}
+    : descriptor_(_wopen(Wide(path).c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT)) {
+    if (descriptor_ < 0 && errno == EINVAL) errno = ENOENT;  // a pattern is no name
+}
 
 InputFile::~InputFile() {
     if (isOurs_ && descriptor_ >= 0) _close(descriptor_);
@@ -162,8 +167,14 @@ std::string WithoutLinks(const char* path) {
     return failed ? "" : Utf8(found);
 }
 
-int OpenForWriting(const char* path) {
-    return _wopen(Wide(path).c_str(), _O_WRONLY | _O_BINARY | _O_NOINHERIT);
+bool IsWritable(const char* path) {
+    constexpr int toWrite = 2;
+    return _waccess(Wide(path).c_str(), toWrite) == 0;
+}
+
+int OpenForWriting(const char* path, bool emptied) {
+    return _wopen(Wide(path).c_str(),
+                  _O_WRONLY | _O_BINARY | _O_NOINHERIT | (emptied ? _O_TRUNC : 0));
 }
 
 int CreateNew(const char* path, unsigned, bool) {
@@ -186,7 +197,11 @@ int Close(int descriptor) { return _close(descriptor); }
 
 int Replace(const char* file, const char* target) {
     constexpr DWORD how = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
-    if (::MoveFileExW(Wide(file).c_str(), Wide(target).c_str(), how) != 0) return 0;
+    const std::wstring there = Wide(target);
+    const DWORD marks = ::GetFileAttributesW(there.c_str());
+    if (marks != INVALID_FILE_ATTRIBUTES && (marks & FILE_ATTRIBUTE_READONLY) != 0)
+        ::SetFileAttributesW(there.c_str(), marks & ~FILE_ATTRIBUTE_READONLY);
+    if (::MoveFileExW(Wide(file).c_str(), there.c_str(), how) != 0) return 0;
     return Fail(::GetLastError());
 }
 
@@ -194,6 +209,30 @@ int Remove(const char* path) { return _wunlink(Wide(path).c_str()); }
 
 int ProcessNumber() { return _getpid(); }
 void CallInChildren(void (*)()) {}
+
+#ifdef __MINGW32__
+namespace {
+
+using EndCalls = std::vector<std::pair<void (*)(void*), void*>>;
+
+void WINAPI CallAll(void* calls) {
+    const std::unique_ptr<EndCalls> all(static_cast<EndCalls*>(calls));
+    while (!all->empty()) {
+        const auto [function, object] = all->back();
+        all->pop_back();
+        function(object);
+    }
+}
+
+}  // namespace
+
+void CallAtThreadEnd(void (*function)(void*), void* object) {
+    static const DWORD slot = ::FlsAlloc(CallAll);
+    auto* calls = static_cast<EndCalls*>(::FlsGetValue(slot));
+    if (calls == nullptr) ::FlsSetValue(slot, calls = new EndCalls);
+    calls->emplace_back(function, object);
+}
+#endif
 
 // ---- The process and its terminal ----------------------------------------------------------
 

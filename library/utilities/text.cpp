@@ -37,17 +37,6 @@ bool IsAscii(std::string_view text) {
     return std::ranges::none_of(text, [](char c) { return (c & '\x80') != 0; });
 }
 
-/// Whether the character would move, break or turn round the text around it: controls, line and
-/// paragraph separators, marks of writing direction.
-bool IsHidden(unsigned code) {
-    constexpr struct {
-        unsigned first, last;
-    } ranges[] = {{0, 0x1F},        {0x7F, 0x9F},     {0x61C, 0x61C},
-                  {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
-    return std::ranges::any_of(
-        ranges, [code](const auto& range) { return range.first <= code && code <= range.last; });
-}
-
 /// Bytes of the control character (or of U+FFFE and U+FFFF, which are no characters) that the valid
 /// UTF-8 text starts with; 0 when it starts with another one.
 std::size_t ControlLength(std::string_view utf8) {
@@ -70,6 +59,14 @@ int Utf8Length(std::string_view text) {
     const bool overlong = (lead == 0xE0 && second < 0xA0) || (lead == 0xF0 && second < 0x90);
     const bool noCharacter = (lead == 0xED && second > 0x9F) || (lead == 0xF4 && second > 0x8F);
     return overlong || noCharacter ? 0 : length;
+}
+
+std::string_view WithinBytes(std::string_view utf8, std::size_t most) {
+    if (utf8.size() <= most) return utf8;
+    const std::size_t least =
+        most - std::min<std::size_t>(most, 3);  // may follow a character's first
+    while (most > least && (byteAt(utf8, most) & 0xC0) == 0x80) --most;
+    return utf8.substr(0, most);
 }
 
 std::pair<char32_t, std::size_t> CodePoint(std::string_view utf8) {
@@ -96,6 +93,15 @@ std::string ToUtf8(std::string_view text) {
         text.remove_prefix(static_cast<std::size_t>(std::max(length, 1)));
     }
     return out;
+}
+
+bool IsHidden(char32_t code) {
+    constexpr struct {
+        char32_t first, last;
+    } ranges[] = {{0, 0x1F},        {0x7F, 0x9F},     {0x61C, 0x61C},   {0x200B, 0x200B},
+                  {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}};
+    return std::ranges::any_of(
+        ranges, [code](const auto& range) { return range.first <= code && code <= range.last; });
 }
 
 std::string Visible(std::string_view text) {

@@ -17,39 +17,47 @@ int GrownCapacity_kt(int count);
 template <class T>
 class vect_kt {
 public:
-    T* array = nullptr;
-    int N = 0;         ///< elements in use
-    int capacity = 0;  ///< elements that fit without growing
+    T* array = nullptr;  ///< the elements, owned; null when there is no storage
+    int N = 0;           ///< elements in use
+    int capacity = 0;    ///< elements that fit without growing
 
     vect_kt() = default;
+    /// Copies of the elements, in storage of their own.
     vect_kt(const vect_kt& other) { appendAll(other); }
+    /// Takes the storage; the other is empty afterwards.
     vect_kt(vect_kt&& other) noexcept { swap(other); }
+    /// Frees what was here; assign with std::move to take the other's storage instead of copying.
     vect_kt& operator=(vect_kt other) noexcept {
         swap(other);
         return *this;
     }
     ~vect_kt() { release(); }
 
-    bool hasSome() const { return N > 0; }
+    bool hasSome() const { return N > 0; }  ///< whether there is an element
+    /// The element of that index, from 0 and below N, which is not checked.
     T& operator[](int i) { return array[i]; }
+    /// Likewise, to be read.
     const T& operator[](int i) const { return array[i]; }
-    T* begin() { return array; }
-    T* end() { return array + N; }
-    const T* begin() const { return array; }
-    const T* end() const { return array + N; }
+    T* begin() { return array; }                ///< for loops; growing ends it
+    T* end() { return array + N; }              ///< behind the last; likewise
+    const T* begin() const { return array; }    ///< likewise, to be read
+    const T* end() const { return array + N; }  ///< likewise, to be read
 
+    /// Exchanges storage and elements; nothing is copied or allocated.
     void swap(vect_kt& other) noexcept {
         std::swap(array, other.array);
         std::swap(N, other.N);
         std::swap(capacity, other.capacity);
     }
 
+    /// Adds an element at the end; full storage grows. Throws std::bad_alloc, and nothing changes.
     void append(T element) {
         if (N == capacity) realloc_(GrownCapacity_kt(N));
         array[N] = std::move(element);
         ++N;
     }
 
+    /// Adds copies of the other's elements at the end, as append does.
     void appendAll(const vect_kt& other) {
         if (other.N == 0) return;
         if (capacity - N < other.N) realloc_(N + other.N);

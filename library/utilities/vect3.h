@@ -11,10 +11,12 @@ namespace LUMO_API lumo {
 template <class T>
 class vect3_kt;
 
+/// Its one form: bytes. Owns its storage, which is from new[] and announced to the memory
+/// accounting; the three pointers are null without storage.
 template <>
 class vect3_kt<char> {
 public:
-    char* first = nullptr;
+    char* first = nullptr;        ///< the first byte in use
     char* last = nullptr;         ///< one past the last byte in use
     char* capacityEnd = nullptr;  ///< one past the storage
 
@@ -22,8 +24,8 @@ public:
     vect3_kt(const vect3_kt&) = delete;
     vect3_kt& operator=(const vect3_kt&) = delete;
 
-    int num() const { return static_cast<int>(last - first); }
-    int capacity() const { return static_cast<int>(capacityEnd - first); }
+    int num() const { return static_cast<int>(last - first); }              ///< bytes in use
+    int capacity() const { return static_cast<int>(capacityEnd - first); }  ///< bytes that fit
 
     /// Changes the capacity to req_size bytes (0 frees the storage); the count stays.
     /// A req_size below the count is a failed assertion, and then nothing changes.
@@ -32,7 +34,7 @@ public:
     ~vect3_kt() { freeStorage(); }
 
 protected:
-    void freeStorage();
+    void freeStorage();  ///< leaves the pointers as they are
 };
 
 /// Growable byte string, not kept zero-terminated; getCStr terminates it on demand.
@@ -41,21 +43,26 @@ class strin_kt : public vect3_kt<char> {
 public:
     strin_kt() = default;
     ~strin_kt() = default;
+    /// Takes the text; the other is empty afterwards.
     strin_kt(strin_kt&& other) noexcept { swap(other); }
+    /// Takes the other's text; the other has what was here.
     strin_kt& operator=(strin_kt&& other) noexcept {
         swap(other);
         return *this;
     }
 
-    void swap(strin_kt& other) noexcept;
-    bool isEmpty() const { return first == last; }
+    void swap(strin_kt& other) noexcept;            ///< exchanges texts; nothing is copied
+    bool isEmpty() const { return first == last; }  ///< whether there is no byte
+    /// The text, until the string changes; zero bytes may be in it.
     std::string_view view() const { return {first, static_cast<std::size_t>(num())}; }
-    void clear() { last = first; }
+    void clear() { last = first; }  ///< empties the text and keeps the storage
 
+    /// Adds a byte at the end; throws std::bad_alloc when the text cannot grow, and is unchanged.
     void append(char c) {
         if (last == capacityEnd) realloc_(GrownCapacity_kt(num()));
         *last++ = c;  // NOLINT(clang-analyzer-core.NullDereference): there is room now
     }
+    /// Likewise a text, which may be a part of this one.
     void append(std::string_view text);
 
     /// The text, zero-terminated in place (16-bit text: with a 16-bit zero); the count is
