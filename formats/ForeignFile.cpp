@@ -36,8 +36,8 @@ OwnedNet NewNamedNet(const char* fileName) {
     RemoveExtension_kt(path.data());
     OwnedStr name(DupStr_kt(FileNamePtr_kt(path.data())));
     ToLegalName_kt(name.get());
-    OwnedNet net(NewVBNet(name.release(), false));
-    AddExtension_kt(path.data(), LumoFileExtension_sy, nullptr);
+    OwnedNet net(NewVBNet(name.release()));
+    AddExtension_kt(path.data(), LumoFileExtension_sy);
     delete[] net->fileName;
     net->fileName = DupStr_kt(path.c_str());
     net->savedChangeMarker = net->changeMarker;
@@ -80,6 +80,21 @@ void ShowLast(rept_kt* report) {
     }
 }
 
+/// Copies the text and two zeros, and returns where its first zero is. A block at a time, which is
+/// then at hand: the time of large texts is that of fetching them.
+std::size_t CopyToZero(std::string_view text, char* to) {
+    constexpr std::size_t block = 64 << 10;
+    std::size_t zero = text.size();
+    for (std::size_t at = 0; at < text.size(); at += block) {
+        const std::string_view part = text.substr(at, block);
+        if (const std::size_t found = part.find('\0'); found != part.npos)
+            zero = std::min(zero, at + found);
+        std::copy(part.begin(), part.end(), to + at);
+    }
+    std::fill_n(to + text.size(), 2, '\0');
+    return zero;
+}
+
 }  // namespace
 
 std::string FolderOf(const char* fileName) {
@@ -87,9 +102,10 @@ std::string FolderOf(const char* fileName) {
     return separator == nullptr ? "." : std::string(fileName, separator + 1);
 }
 
-OwnedNet ReadLoadedText(const char* text, const char* fileName, int format,
+OwnedNet ReadLoadedText(std::string_view text, const char* fileName, int format,
                         const ReadOptions& options, TurnsEN turns) {
-    const auto channel = std::make_unique<InChannel_CString_kt>(text, fileName);
+    const auto channel = std::make_unique<InChannel_CString_kt>(text.data(), fileName);
+    channel->end = text.data() + text.size();
     OwnedNet net = NewNamedNet(fileName);
     Vnet_kt& drawing = *net->vnets[0];
     drawing.setExtent({wholeDrawing, wholeDrawing});
@@ -97,8 +113,7 @@ OwnedNet ReadLoadedText(const char* text, const char* fileName, int format,
     const FormatInfo* const found = FindFormat(format);
     if (found == nullptr) throw NewReport(msg::import.unknownFormatCode, format);
     rept_kt* report = nullptr;
-    const MemoryBound bound(
-        std::max(options.mostMemory - static_cast<long long>(std::strlen(text)), 0LL));
+    const MemoryBound bound(std::max(options.mostMemory - std::ssize(text), 0LL));
     {
         std::optional<CritSecHold> turn;
         if (turns == TurnsEN::published && TakesTurns(format)) turn.emplace(Mut_ReadForeignFile);
@@ -166,13 +181,11 @@ Bnet_bn* ReadForeignNetText(std::string_view text, const char* fileName, int for
                             const ReadOptions& options) {
     if (fileName == nullptr) fileName = "";
     const auto work = [&] {
-        if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
-            WarnZeroByte(fileName, static_cast<long long>(zero));
-        }
         const XArray<char> copy = NewXArray<char>(std::ssize(text) + 2);  // ends 16-bit text too
         if (copy == nullptr) throw std::bad_alloc();
-        std::fill_n(std::copy(text.begin(), text.end(), copy.get()), 2, '\0');
-        return ReadLoadedText(copy.get(), fileName, format, options, TurnsEN::published);
+        const std::size_t length = CopyToZero(text, copy.get());
+        if (length < text.size()) WarnZeroByte(fileName, static_cast<long long>(length));
+        return ReadLoadedText({copy.get(), length}, fileName, format, options, TurnsEN::published);
     };
     return RunImport(fileName, std::cref(work));  // which takes no memory
 }

@@ -27,6 +27,7 @@ Bnet_bn* ReadForeignNetText_kt(std::string_view text, const char* fileName, int 
 
 /// The same with options.
 Bnet_bn* ReadForeignNetFile(const char* fileName, int format, const ReadOptions& options);
+/// Likewise.
 Bnet_bn* ReadForeignNetText(std::string_view text, const char* fileName, int format,
                             const ReadOptions& options);
 

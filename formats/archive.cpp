@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "formats/shared/start.h"
+#include "library/utilities/threads.h"
 
 namespace lumo {
 namespace {
@@ -95,7 +96,10 @@ std::shared_ptr<const Archive> Archive::open(const std::string& path) {
     const system::InputFile file(path.c_str());
     if (!file.isOpen() || !isOne(path, file)) return nullptr;
     // The files of an archive are mostly opened one after the other.
-    static thread_local std::shared_ptr<const Archive> last;
+    struct Last {
+        std::shared_ptr<const Archive> archive;
+    };
+    auto& last = OfThread<Last>().archive;
     std::string directory = ReadDirectory(file);
     if (last != nullptr && last->path_ == path && last->directory_ == directory) return last;
     auto archive = std::make_shared<Archive>();

@@ -54,7 +54,8 @@ std::string MessageOf(const MessageRow& row) {
             p += words.length - 1;
         } else if (*p == '%') {
             p += std::strcspn(p, "sdgcf");  // what ends a conversion
-            text += "...";
+            if (!text.ends_with("...")) text += "...";
+            if (p[1] >= 'a' && p[1] <= 'z') text += ' ';  // which comes with what stands before
         } else if (std::strncmp(p, ">-", 2) == 0) {
             ++p;
         } else {

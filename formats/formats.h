@@ -15,6 +15,7 @@ std::span<const FormatInfo> Formats();
 
 /// The format of that name or code; null when there is none.
 const FormatInfo* FindFormat(std::string_view name);
+/// Likewise (ForeignFormatEN).
 const FormatInfo* FindFormat(int code);
 
 /// The name of the text in a file of that name: without ".gz" or the like at its end.

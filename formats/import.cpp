@@ -12,6 +12,7 @@
 #include "formats/othertexts.h"
 #include "formats/packing.h"
 #include "formats/reading.h"
+#include "formats/reportpage.h"
 #include "formats/shared/messages.h"
 #include "formats/utf16.h"
 #include "library/utilities/loading.h"
@@ -104,8 +105,7 @@ void CondenseNoisyMax(Bnet_bn& net) {
     for (Bnode_bn* node : net.nodes) {
         const Reln_bn& relation = node->relation;
         if (relation.kind != RelnKindEN::noisyMax || relation.probs == nullptr) continue;
-        const std::vector<double> params(relation.params, relation.params + NumCIParams(*node));
-        ShowReport(node->makeIntoNoisyMax(params.data(), true));
+        ShowReport(node->makeIntoNoisyMax(relation.params, relation.order, true));
     }
 }
 
@@ -146,6 +146,7 @@ public:
           options_(options),
           result_(result),
           collector_(collector),
+          asked_(options.format),
           name_(result.file.c_str()) {}
 
     OwnedNet run() {
@@ -163,6 +164,8 @@ private:
     OwnedNet fromInput(const system::InputFile& input, system::PathKindEN kind);
     OwnedNet unpack(const Packing& packing, const ByteSource& source);
     OwnedNet fromText(GrowingText& text);
+    bool holdsOther(std::string_view start) const;
+    void takeOther(GrowingText& text);
     void findFormat(std::string_view start);
     OwnedNet read(GrowingText& text);
     ReadOptions reading() const;
@@ -171,6 +174,7 @@ private:
     const ImportOptions& options_;
     ImportResult& result_;
     Collector& collector_;
+    const FormatInfo* asked_;  // for
     const char* name_;
     const FormatInfo* format_ = nullptr;
     bool foundByContent_ = false;  // and the name does not say the same
@@ -237,7 +241,7 @@ OwnedNet OneImport::fromInput(const system::InputFile& input, system::PathKindEN
         return net;
     }
     // What is no net is not read to its end.
-    if (!(IsUtf16(text.text()) && !options_.strict)) findFormat(text.text());
+    if (!holdsOther(text.text())) findFormat(text.text());
     if (!ReadUpTo(input, text)) ThrowNotOpened(result_, errno);
     if (std::ssize(text.text()) == options_.mostMemory) {
         char more = 0;
@@ -279,20 +283,32 @@ OwnedNet OneImport::fromUnpacked(GrowingText& text, const Unpacking& unpacking) 
     return fromText(text);
 }
 
+/// Whether what is read leniently is not the text itself but another that it holds.
+bool OneImport::holdsOther(std::string_view start) const {
+    return !options_.strict && (IsUtf16(start) || IsReportPage(start));
+}
+
+/// Such a text's other one takes its place.
+void OneImport::takeOther(GrowingText& text) {
+    const bool isUtf16 = IsUtf16(text.text());
+    const std::string_view net = isUtf16 ? "" : NetOfReportPage(text.text()).value_or("");
+    if (!isUtf16 && net.empty()) return;
+    const std::string other = isUtf16 ? FromUtf16(text.text()) : std::string(net);
+    text = GrowingText(name_, std::ssize(other));
+    text.append(other);
+    if (!isUtf16) asked_ = nullptr;  // the format is that of all pages
+    NewReport(isUtf16 ? msg::import.readAsUtf16 : msg::import.readFromReport, name_);
+}
+
 OwnedNet OneImport::fromText(GrowingText& text) {
-    if (!options_.strict && IsUtf16(text.text())) {
-        const std::string decoded = FromUtf16(text.text());
-        text = GrowingText(name_, std::ssize(decoded));
-        text.append(decoded);
-        NewReport(msg::import.readAsUtf16, name_);
-    }
+    if (holdsOther(text.text())) takeOther(text);
     if (format_ == nullptr) findFormat(text.text().substr(0, DetectionWindow));
     return read(text);
 }
 
 /// Sets the format; throws when there is none.
 void OneImport::findFormat(std::string_view start) {
-    const FormatInfo* format = options_.format;
+    const FormatInfo* format = asked_;
     if (format == nullptr) format = CertainFormat(start);
     const bool isCertain = format != nullptr;
     const std::string other = isCertain ? std::string() : OtherText(start, name_);
@@ -303,22 +319,24 @@ void OneImport::findFormat(std::string_view start) {
     format_ = format;
     result_.format = format->name;
     result_.formatCode = format->code;
-    foundByContent_ = options_.format == nullptr && FormatOfExtension(name_) != format;
-    const bool byContent = options_.format == nullptr && DetectFormat(start, "") == format;
+    foundByContent_ = asked_ == nullptr && FormatOfExtension(name_) != format;
+    const bool byContent = isCertain || DetectFormat(start, "") == format;
     collector_.tell(std::string("read as ") + format->title + ", by " +
-                    (options_.format != nullptr ? options_.formatOption
-                     : byContent                ? "its content"
-                                                : "its extension"));
+                    (asked_ != nullptr ? options_.formatOption
+                     : byContent       ? "its content"
+                                       : "its extension"));
 }
 
 OwnedNet OneImport::read(GrowingText& text) {
     const long long length = std::ssize(text.text());
     whole_ = text.finish();
-    collector_.setText({whole_.get(), static_cast<std::size_t>(length)});
-    const void* const zero = std::memchr(whole_.get(), '\0', static_cast<std::size_t>(length));
-    if (zero != nullptr && !Is16Bit_kt(whole_.get()))
-        WarnZeroByte(name_, static_cast<const char*>(zero) - whole_.get());
-    OwnedNet net = ReadLoadedText(whole_.get(), name_, format_->code, reading(), TurnsEN::free);
+    const std::string_view all(whole_.get(), static_cast<std::size_t>(length));
+    collector_.setText(all);
+    const std::size_t zero = all.find('\0');
+    if (zero != std::string_view::npos && !Is16Bit_kt(whole_.get()))
+        WarnZeroByte(name_, static_cast<long long>(zero));
+    OwnedNet net =
+        ReadLoadedText(all.substr(0, zero), name_, format_->code, reading(), TurnsEN::free);
     if (net != nullptr && options_.condense == true) CondenseNoisyMax(*net);
     if (foundByContent_ && IsBare(net.get())) throw NewReport(msg::import.nothingOfANet, name_);
     return net;

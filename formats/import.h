@@ -20,14 +20,17 @@ namespace LUMO_API lumo {
 /// What is read (a file, also one in a zip archive, "a.zip/asia.net"), and the name under which
 /// reports have it and from which the net is named.
 struct ImportSource {
-    std::string name;
+    std::string name;                       ///< the file's path, or what stands for it
     std::optional<std::string_view> bytes;  ///< instead of the file of that name
     int descriptor = -1;                    ///< likewise: an open file or pipe
 };
+/// The file of that path.
 inline ImportSource FromFile(std::string path) { return {std::move(path), {}, -1}; }
+/// A file's bytes, compressed or not, which live until Import has returned.
 inline ImportSource FromBytes(std::string_view bytes, std::string name) {
     return {std::move(name), bytes, -1};
 }
+/// What an open file or pipe has from its position on; it stays open, and the caller's.
 inline ImportSource FromDescriptor(int descriptor, std::string name) {
     return {std::move(name), {}, descriptor};
 }
@@ -44,10 +47,11 @@ public:
     virtual bool ask(const char*) { return false; }  ///< a question; true is yes
     virtual void begin(const std::string&) {}        ///< "reading file asia.net"
     virtual void progress(long long, long long) {}   ///< bytes done and in all
-    virtual void end() {}
-    virtual bool cancelled() { return false; }  ///< true ends the import
+    virtual void end() {}                            ///< what begin told is over
+    virtual bool cancelled() { return false; }       ///< true ends the import
 };
 
+/// How Import reads; as it stands: leniently, whatever format it is, at most 2 GB.
 struct ImportOptions {
     const FormatInfo* format = nullptr;  ///< null: found out, from the content, then from the name
     bool strict = false;     ///< reads by the letter: nothing beyond a format's definition is kept
@@ -61,7 +65,7 @@ struct ImportOptions {
     long long mostMemory = DefaultMostMemory;  ///< bytes, for the file's text and the net's tables
     bool sourceLines = false;                  ///< reports hold the line of the file at their place
     const char* formatOption = "ImportOptions::format";  ///< how users name a format, for reports
-    ImportWatcher* watcher = nullptr;
+    ImportWatcher* watcher = nullptr;  ///< borrowed for the import; null: nobody listens
 };
 
 /// The start of the text of a file, also of one in an archive, unpacked: what detection looks at.

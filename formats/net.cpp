@@ -86,7 +86,7 @@ Outcome Node::setParents(std::span<const Node> parents) {
     BndList_bn list;
     for (const Node& parent : parents) list.append(parent.node_);
     const ReportScope scope;
-    return OutcomeOf(node_->changePreds(list, nullptr, true, 1, 1, false));
+    return OutcomeOf(node_->changePreds(list));
 }
 
 Outcome Node::setTable(std::span<const double> numbers) {
@@ -106,7 +106,7 @@ Outcome Node::setTable(std::span<const double> numbers) {
         std::copy(numbers.begin(), numbers.end(), exact.get());
     }
     const ReportScope scope;
-    return OutcomeOf(node_->setProbsTable(floats.release(), false, CheckFull, exact.release()));
+    return OutcomeOf(node_->setTable(std::move(floats), std::move(exact)));
 }
 
 Outcome Node::setRow(std::span<const int> parentStates, std::span<const double> numbers) {
@@ -122,16 +122,15 @@ Outcome Node::setRow(std::span<const int> parentStates, std::span<const double> 
     const ReportScope scope;
     // Of files, a row that is given twice is told.
     const bool told = std::exchange(node_->relation.rowAgainTold, true);
-    const Outcome outcome = OutcomeOf(node_->setProbsEntry2(
-        parentStates.data(), floats.data(), true, CheckFull, held ? nullptr : numbers.data()));
+    const Outcome outcome = OutcomeOf(
+        node_->setRow(parentStates.data(), floats.data(), held ? nullptr : numbers.data()));
     node_->relation.rowAgainTold = told;
     return outcome;
 }
 
 // ---- Nets ----------------------------------------------------------------------------------
 
-Net::Net(std::string_view name)
-    : net_(NewVBNet(DupStr_kt(std::string_view(LegalName(name))), false)) {
+Net::Net(std::string_view name) : net_(NewVBNet(DupStr_kt(std::string_view(LegalName(name))))) {
     net_->fileName = DupStr_kt(std::string_view());
 }
 

@@ -5,6 +5,7 @@
 #include <cctype>
 
 #include "formats/detect.h"
+#include "formats/reportpage.h"
 #include "formats/shared/start.h"
 #include "library/model/netmodel.h"
 
@@ -97,10 +98,13 @@ bool IsRootOfNet(std::string_view name) {
 
 std::string KindOfXML(std::string_view text) {
     const std::string start = Lower(text.substr(0, 200));
-    if (start.starts_with("<!doctype html") || start.starts_with("<html"))
-        return text.find("lumo-import/1") != std::string_view::npos
-                   ? "a report that lumo-import made of a net"
-                   : "an HTML page";
+    if (start.starts_with("<!doctype html") || start.starts_with("<html")) {
+        if (IsReportPage(text)) return "a report that lumo-import made of a net";
+        constexpr std::string_view comparison = "content=\"lumo-import, comparison of two nets\"";
+        if (text.substr(0, DetectionWindow).find(comparison) != text.npos)
+            return "a comparison that lumo-import made of two nets";
+        return "an HTML page";
+    }
     const std::string_view root = RootElement(text);
     if (root.empty() || IsRootOfNet(root)) return {};
     if (Lower(LocalName(root)) == "html") return "an HTML page";
@@ -120,8 +124,32 @@ bool IsDebianSource(const std::string& lower) {
            StartsLine(lower, "version:");
 }
 
+/// Lines of parts of a circuit, `r1 in out 10k`: a letter for the kind, the wires, a value.
+bool HasParts(std::string_view lower) {
+    constexpr std::string_view kinds = "rclvidqmxefgh";
+    int parts = 0;
+    for (std::string_view rest = lower; !rest.empty();) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        std::string_view line = rest.substr(0, end);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        if (line.empty() || kinds.find(line.front()) == std::string_view::npos) continue;
+        int words = 0;
+        for (bool between = true; const char c : line) {
+            const bool isBlank = blanks.find(c) != std::string_view::npos;
+            words += between && !isBlank ? 1 : 0;
+            between = isBlank;
+        }
+        constexpr int fewestWords = 4;
+        parts += words >= fewestWords ? 1 : 0;
+    }
+    return parts > 1;
+}
+
 /// A picture of a circuit as text.
 bool IsNetlist(const std::string& lower) {
+    const bool isSpice = lower.find_first_of("{};=") == std::string::npos &&
+                         (StartsLine(lower, ".end") || lower.starts_with('*')) && HasParts(lower);
+    if (isSpice) return true;
     return lower.starts_with("(export") || lower.starts_with("(netlist") ||
            lower.starts_with("(edif") || lower.starts_with("(kicad") ||
            StartsLine(lower, ".subckt ") ||

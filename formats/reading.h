@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "formats/ForeignFile.h"
 
@@ -14,8 +15,9 @@ Bnet_bn* RunImport(const char* fileName, const std::function<OwnedNet()>& work);
 
 enum class TurnsEN : unsigned char { published, free };
 
-/// Reads a text that two zeros end, in the course of an import. Throws what RunImport catches.
-OwnedNet ReadLoadedText(const char* text, const char* fileName, int format,
+/// Reads a text that two zeros end, or one that is the first in it, in the course of an import.
+/// Throws what RunImport catches.
+OwnedNet ReadLoadedText(std::string_view text, const char* fileName, int format,
                         const ReadOptions& options, TurnsEN turns);
 
 /// Where the file is.

@@ -132,9 +132,7 @@ private:
             in_.setTokenStart(here);
         }
         if (count == 0) {
-            if (counted)
-                ThrowIfError(
-                    node_->setStates(stated, nullptr, nullptr, nullptr, nullptr, CheckFull));
+            if (counted) ThrowIfError(node_->setStates(stated));
             return;
         }
         typed_ = true;
@@ -265,7 +263,7 @@ private:
             in_.report(msg::bif.definedTwice, node_->name());
             node_->relation.clear();
         }
-        rept_kt* const report = node_->changePreds(parents, nullptr, true, 1, 1, false);
+        rept_kt* const report = node_->changePreds(parents);
         in_.setError(report);
         return !IsError(report);
     }
@@ -328,7 +326,7 @@ private:
             !in_.lenient || !file_.order.isTurned(in_, *node_, numbers.data(), entries, true);
         XArray<float> table = inRows(numbers.data(), entries, slowest);
         XArray<double> exact = read != nullptr ? inRows(read, entries, slowest) : nullptr;
-        ThrowIfError(node_->setProbsTable(table.release(), false, CheckFull, exact.release()));
+        ThrowIfError(node_->setTable(std::move(table), std::move(exact)));
     }
 
     /// The numbers in rows.
@@ -384,8 +382,7 @@ private:
         if (!rowsGiven_ && tableGiven_) in_.report(msg::bif.tableAndRows, node_->name());
         rowsGiven_ = true;
         if (equalWords_) chooseAmongEqual();
-        ThrowIfError(
-            node_->setProbsEntry2(file_.states.data(), vector, true, CheckFull, exactVector()));
+        ThrowIfError(node_->setRow(file_.states.data(), vector, exactVector()));
         toNextRow();
     }
 
@@ -428,9 +425,9 @@ private:
         for (int i = 0; i < node_->parents.N; ++i)
             row = row * node_->parents[i]->numStates() + states[static_cast<std::size_t>(i)];
         const auto [last, isFirst] = equalRows_.try_emplace(row, states);
-        if (isFirst) return;
         if (!equalTold_) in_.report(msg::bif.equalStates, node_->name());
         equalTold_ = true;
+        if (isFirst) return;
         for (std::size_t i = states.size(); i-- > 0;) {
             int& state = last->second[i];
             const int next =
@@ -459,8 +456,8 @@ private:
     }
 
     void setDefault() {
-        ThrowIfError(node_->setProbsEntry2(file_.states.data(), default_.data(), true, CheckFull,
-                                           exactDefault_.empty() ? nullptr : exactDefault_.data()));
+        ThrowIfError(node_->setRow(file_.states.data(), default_.data(),
+                                   exactDefault_.empty() ? nullptr : exactDefault_.data()));
     }
 
     // ---- Noisy-max

@@ -84,7 +84,7 @@ struct BifMessages {
         "one word, and are taken for these in turn",
         "a parent has two states of one name. Name them apart, there and in the rows",
         {"variable a { type discrete [ 1 ] { x }; } variable b { type discrete [ 2 ] { y, y }; } "
-        "probability ( a | b ) { (y) 1; (y) 1; }", 1, 119}};
+        "probability ( a | b ) { (y) 1; (y) 1; }", 1, 112}};
     Message<const char*> tableAndRows{-5320, warning, "the probabilities of >-node '%s' are given "
         "both as a table and by rows; what comes later counts", "delete one of the two",
         {"variable a { type discrete [ 1 ] { x }; } probability ( a ) { table 1; () 1; }", 1, 72}};

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "formats/shared/describe.h"
+#include "formats/shared/keeping.h"
 #include "formats/shared/labels.h"
 #include "formats/shared/rows.h"
 #include "formats/shared/textout.h"
@@ -67,8 +68,7 @@ bool IsPropertyText(std::string_view text) {
     const bool plain = std::all_of(text.begin(), text.end(), [](char c) {
         return (c >= ' ' || c < 0) && c != '"' && c != '\\' && c != ';' && c != 0x7F;
     });
-    return plain && !text.empty() && text.front() != ' ' && text.back() != ' ' &&
-           text.find("//") == text.npos && text.find("/*") == text.npos;
+    return plain && !text.empty() && text.find("//") == text.npos && text.find("/*") == text.npos;
 }
 
 /// Whether a reader makes the same of the property: one of a node's fields, or a line of the net's
@@ -273,7 +273,7 @@ void WriteProbability(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     }
     out << " ) {\n";
     RowPrefix prefix(plan, node.parents);
-    AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
+    AllRows(plan.tables().of(node), node, {}, [&](HeldTable, const RowNumbers& row) {
         prefix.write(out);
         row.write(out, ", ");
         out << ";\n";

@@ -9,6 +9,7 @@
 #include "formats/dsc/belvec.h"
 #include "formats/dsc/blocks.h"
 #include "library/text/tokens.h"
+#include "library/utilities/exact.h"
 
 namespace lumo {
 
@@ -42,8 +43,7 @@ private:
         if (opened_) in_.skipChar();
     }
 
-    void add(float value) {
-        if (count_ < n_) out_[count_] = value;
+    void count() {
         if (count_ < std::numeric_limits<int>::max()) ++count_;
     }
 
@@ -78,7 +78,8 @@ private:
         do in_.skipChar();
         while (in_.peekChar() != '"' && in_.peekChar() != 0);
         in_.skipChar();
-        add(0);
+        if (count_ < n_) out_[count_] = 0;
+        count();
         return true;
     }
 
@@ -92,22 +93,26 @@ private:
         const std::string_view next = in_.peekWord();
         if (next.empty() || IsDefault(next) || dsc::AtBlock(in_)) return false;
         float extra = 0;
-        if (in_.readFloats(&extra, 1, CommasEN::may) == 0) {
+        // Of those at their place digits are kept that floats do not hold.
+        float* const to = count_ < n_ ? out_ + count_ : &extra;
+        if (in_.readFloats(to, 1, CommasEN::may) == 0) {
             refuse();
             skipWord();
+            *to = 0;
         }
-        add(extra);
+        count();
         return true;
     }
 
     void judge() {
         const std::span values(out_, static_cast<std::size_t>(n_));
-        double sum = 0;
+        int negative = 0;  // without a branch: many at a time
         for (float& value : values) {
-            if (value < 0) problems_ |= BelVecNegative;
-            if (value <= 0) value = 0;
-            sum += static_cast<double>(value);
+            negative |= value < 0 ? 1 : 0;
+            value = value > 0 ? value : 0.0F;
         }
+        if (negative != 0) problems_ |= BelVecNegative;
+        const double sum = SumOf(out_, n_);
         const auto isWhole = [](float value) { return value == std::floor(value); };
         if (sum == 0)
             problems_ |= BelVecZeroSum | BelVecDontNormalize;

@@ -256,7 +256,7 @@ Bnode_bn& CreateNode(const char* name, NodeValues& values, Bnet_bn& net, bool cr
     node->setTitle(values.title.release());
     ThrowIfError(
         SetStatesToLabels(*node, values.stateNames.release(), values.numStates, createNames));
-    if (values.continuous) ThrowIfError(node->setDiscrete(ContinuousVar, false, CheckFull));
+    if (values.continuous) ThrowIfError(node->setDiscrete(ContinuousVar));
     JoinSet(*node, values.label);
     JoinSet(*node, values.category);
     return *node;

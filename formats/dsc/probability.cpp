@@ -9,6 +9,7 @@
 #include "formats/dsc/belvec.h"
 #include "formats/dsc/blocks.h"
 #include "formats/shared/readers.h"
+#include "library/utilities/numbers.h"
 
 namespace lumo::dsc {
 
@@ -227,7 +228,8 @@ private:
     // Lenient reading.
     std::unique_ptr<NoisyMaxRows> noisyMax_;  // the block has `function: max`
     bool byOrder_ = false;                    // rows are placed by their order
-    XArray<double> exact_;                    // the row, where floats do not hold it
+    double* exact_ = nullptr;                 // the row, where floats do not hold it
+    XArray<double> scaled_;                   // likewise, once it is scaled
     ParserPos_kt firstPlace_ = nullptr;       // of such a block: its function or first row
     std::vector<float> firstRow_;
     bool rowsDiffer_ = false;
@@ -353,8 +355,7 @@ private:
             }
             rowsDiffer_ = rowsDiffer_ || probs_ != firstRow_;
         }
-        ThrowIfError(
-            child_.setProbsEntry2(states_.data(), probs_.data(), true, CheckFull, exact_.get()));
+        ThrowIfError(child_.setRow(states_.data(), probs_.data(), exact_));
     }
 
     void addCause() {
@@ -366,7 +367,7 @@ private:
         }
         std::vector<double> row(probs_.size());
         if (exact_ != nullptr)
-            std::copy_n(exact_.get(), row.size(), row.data());
+            std::copy_n(exact_, row.size(), row.data());
         else
             ShortestDoubles(probs_.data(), child_.numStates(), row.data());
         if (!noisyMax_->add(states_, row)) in_.report(msg::dsc.rowOfTwoCauses);
@@ -501,12 +502,18 @@ private:
             in_.report(msg::dsc.badVector,
                        CheckBelvecMesg_kt(static_cast<int>(problems & BelVecWarnMask), true, text));
         }
-        exact_ = in_.exact.take(child_.numStates());
+        exact_ = in_.exact.complete(child_.numStates());
         for (std::size_t i = 0; exact_ != nullptr && i < probs_.size(); ++i)
-            exact_[i] = std::max(exact_[i], 0.0);
-        if ((problems & BelVecDontNormalize) == 0)
-            NormalizeBelvecTable(probs_.data(), child_.numStates(), 1, &exact_);
+            exact_[i] = exact_[i] > 0 ? exact_[i] : 0;
+        if ((problems & BelVecDontNormalize) == 0) normalize();
         return true;
+    }
+
+    void normalize() {
+        if (exact_ != nullptr) return NormalizeRow(probs_.data(), exact_, child_.numStates());
+        scaled_.reset();
+        NormalizeBelvecTable(probs_.data(), child_.numStates(), 1, &scaled_);
+        exact_ = scaled_.get();
     }
 
     void readSemicolon() {

@@ -5,8 +5,8 @@
 #include <unordered_set>
 
 #include "formats/shared/describe.h"
+#include "formats/shared/keeping.h"
 #include "formats/shared/labels.h"
-#include "formats/shared/placing.h"
 #include "formats/shared/rows.h"
 #include "formats/shared/textout.h"
 
@@ -181,7 +181,7 @@ void WriteProbability(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     out << " ) {\n";
     if (hasTable) {
         RowPrefix prefix(node.parents);
-        AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
+        AllRows(plan.tables().of(node), node, {}, [&](HeldTable, const RowNumbers& row) {
             out << (node.parents.N > 0 ? "  " : "   ");
             prefix.write(out);
             row.write(out, ", ");

@@ -229,16 +229,16 @@ void SetStateTitle(Parser_CString_kt& in, States& states, int state, std::string
     const char* const* const names = node.variable.stateNames;
     if (states.titlesWait && text == names[state]) return;
     for (int i = 0; states.titlesWait && i < state; ++i)
-        in.setError(node.setStateTitle(i, DupStr_kt(names[i]), CheckFull));
+        in.setError(node.setStateTitle(i, DupStr_kt(names[i])));
     states.titlesWait = false;
-    in.setError(node.setStateTitle(state, DupStr_kt(text), CheckFull));
+    in.setError(node.setStateTitle(state, DupStr_kt(text)));
 }
 
 void ParseStateName(Parser_CString_kt& in, StateEntry& entry, const char*) {
     const std::string_view text = UpToZero(read_string_field(in));
     char* const name = ToLegalName1_kt(DupStr_kt(text.substr(0, shortWordSize)), 's');
     States& states = entry.states;
-    in.setError(states.node.setStateName(entry.state, name, 0, CheckFull));
+    in.setError(states.node.setStateName(entry.state, name));
     SetStateTitle(in, states, entry.state, text);
     if (!entry.isFault) return;
     if (!states.faultList.isEmpty()) states.faultList.append(", ");
@@ -310,7 +310,7 @@ void read_states(Parser_CString_kt& in, Bnode_bn& node) {
         return true;
     });
     const Varbl_bn& variable = node.variable;
-    if (EqlArrStrs_kt(variable.stateTitles, variable.stateNames, variable.numStates, true)) {
+    if (EqlArrStrs_kt(variable.stateTitles, variable.stateNames, variable.numStates)) {
         node.setStateTitles(nullptr);
     }
     if (strin_kt& faults = states.faultList; !faults.isEmpty()) {
@@ -381,7 +381,7 @@ void ParseNodeType(Parser_CString_kt& in, Bnode_bn& node, const char*) {
     Expect(in, "[", keepTypeRest, msg::dxpress.missingOpenBracket);
     const int states = in.readInt();
     if (!in.numberFailed) {
-        in.setError(node.setStates(states, nullptr, nullptr, nullptr, nullptr, CheckFull));
+        in.setError(node.setStates(states));
     }
     Expect(in, "]", keepTypeRest, msg::dxpress.missingCloseBracket);
     Expect(in, "=", keepTypeRest, msg::dxpress.missingEquals);
@@ -533,7 +533,7 @@ void ReadNetworkEntry(Parser_CString_kt& in, Bnet_bn& net, const char* type, int
         return;
     }
     const bool hadTable = node->relation.kind != RelnKindEN::none;
-    in.setError(node->changePreds(parents, nullptr, true, 1, 1, false));
+    in.setError(node->changePreds(parents));
     if (hadTable && node->relation.kind == RelnKindEN::none)
         in.report(msg::import.tableAgain, node->name());
     if (const auto* reader = FindKeyword(relationReaders, type)) {

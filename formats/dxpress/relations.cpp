@@ -29,11 +29,7 @@ struct Numbers {
         constexpr int bytesPerNumber = 2;
         const bool possible = n <= (in.bytesLeft() + 1) / bytesPerNumber;
         if (!possible || n > MaxTableEntries) return;
-        values = NewXArray<NUMBER>(n);
-        if (values == nullptr) {
-            in.setError(NewMemoryReport(msg::model.outOfMemoryForTable,
-                                        static_cast<double>(n) * sizeof(NUMBER), node.name()));
-        }
+        values = TryNewTable<NUMBER>(in, n, node);
     }
     /// Reads the next number, and those behind it that are separated from it by commas.
     void read(Parser_CString_kt& in) {
@@ -120,14 +116,13 @@ void ReadProb(Parser_CString_kt& in, Bnode_bn& node) {
     if (!table.complete()) return;
     table.exact = in.exact.take(table.wanted);
     if (node.relation.kind != RelnKindEN::none) in.report(msg::import.tableAgain, node.name());
-    rept_kt* report =
-        node.setProbsTable(table.values.release(), false, CheckFull, table.exact.release());
+    rept_kt* report = node.setTable(std::move(table.values), std::move(table.exact));
     if (IsError(report)) {
         in.makeError(*report, "%s reading conditional probabilites");
         return;
     }
     node.checkRowSums();
-    node.relation.makeDeterminFromProbs(false);
+    node.relation.makeDeterminFromProbs();
 }
 
 }  // namespace

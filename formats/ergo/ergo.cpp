@@ -23,6 +23,8 @@
 #include "formats/ergo/messages.h"
 #include "formats/shared/judging.h"
 #include "formats/shared/readers.h"
+#include "library/utilities/names.h"
+#include "library/utilities/numbers.h"
 
 namespace lumo {
 
@@ -204,7 +206,7 @@ private:
         if (possible && node.numStates() > 0) {
             NormalizeBelvecTable(table.get(), node.numStates(), NumProduct(node.parents), &exact);
         }
-        in_.setError(node.setProbsTable(table.release(), possible, CheckFull, exact.release()));
+        in_.setError(node.setTable(std::move(table), std::move(exact), possible));
         return true;
     }
 
@@ -287,13 +289,13 @@ private:
             for (int i = 0; i < stateNameSize - 1 && word[i] != '\0'; ++i) name[i] = word[i];
             ToLegalUniqueName_kt(name, taken, 's', stateNameSize);
             if (streql_kt(name, word)) continue;
-            in_.setError(node.setStateTitle(s, DupStr_kt(word), CheckFull));
+            in_.setError(node.setStateTitle(s, DupStr_kt(word)));
             Printf_kt(
                 "State of node %s renamed:  %.200s  ->  %s   (but it is titled with the old "
                 "name)\n",
                 node.name(), word, name);
         }
-        in_.setError(node.setStateNames(names.release(), CheckFull));
+        in_.setError(node.setStateNames(names.release()));
         return true;
     }
 
@@ -356,14 +358,13 @@ rept_kt* ParseErgoFile(InChannel_kt& channel, Bnet_bn& net, const ReadOptions& o
     in.lenient = options.lenient;
     const ParserContext context(in, "Ergo file");
     const auto isTold = [](const Bnode_bn&) { return true; };  // by the errors of its section
-    try {
-        rept_kt* const result = ErgoReader(in, net).read();
+    rept_kt* result = nullptr;
+    ReadToTheEnd(in, [&] {
+        rept_kt* const ending = ErgoReader(in, net).read();
         JudgeNodes(in, net, isTold);
-        return result;
-    } catch (rept_kt* report) {  // out of memory, or the user cancelled
-        in.setError(report);
-        return report;
-    }
+        result = ending;
+    });
+    return result != nullptr ? result : in.curReport;
 }
 
 }  // namespace lumo

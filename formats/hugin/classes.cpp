@@ -38,7 +38,7 @@ void PassClass(Parser_CString_kt& in, Words& instantiated) {
 }
 
 /// The file's classes, in its order.
-std::vector<Class> FindClasses(Parser_CString_kt& in, Words& instantiated) {
+std::vector<Class> FindClassesAndInstances(Parser_CString_kt& in, Words& instantiated) {
     std::vector<Class> classes;
     char word[ValueSize + 1];
     while (!in.isAtEnd()) {
@@ -67,13 +67,13 @@ std::string NamesOf(const std::vector<Class>& classes, const Class& without = {}
 
 std::vector<Class> FindClasses(Parser_CString_kt& in) {
     Words instantiated;
-    return FindClasses(in, instantiated);
+    return FindClassesAndInstances(in, instantiated);
 }
 
 bool ChooseClass(Parser_CString_kt& in, const ReadOptions& options) {
     const ParserPos_kt start = in.getPos();
     Words instantiated;
-    const std::vector<Class> classes = FindClasses(in, instantiated);
+    const std::vector<Class> classes = FindClassesAndInstances(in, instantiated);
     const std::string wanted(options.className);
     const auto chosen = std::ranges::find_if(classes, [&](const Class& each) {
         return wanted.empty() ? !instantiated.contains(each.name) : each.name == wanted;

@@ -12,6 +12,7 @@
 
 #include "formats/hugin/messages.h"
 #include "formats/hugin/state.h"
+#include "library/utilities/names.h"
 
 namespace lumo::hugin {
 
@@ -55,7 +56,7 @@ constexpr Field<Vnet_kt> NetFields[] = {
 constexpr const char* GroupPrefix = "HR_Group_";
 
 /// Those that are read leniently alone.
-constexpr Field<Vnet_kt> LenientFields[] = {
+constexpr Field<Vnet_kt> LenientNetFields[] = {
     {"name", ParseNetTitle},
     {"label", ParseNetTitle},
     {"inputs", PassNetList},
@@ -128,7 +129,7 @@ void JoinGroup(Parser_CString_kt& in, Bnode_bn& node, ParserPos_kt place,
     if (node.groupIndex < sets.N) {
         BndList_bn list;
         list.append(&node);
-        if (sets[node.groupIndex] != nullptr) sets[node.groupIndex]->addNodes(list, true);
+        if (sets[node.groupIndex] != nullptr) sets[node.groupIndex]->addNodes(list);
         return;
     }
     const ParserContext context(in, "node", node.name());
@@ -155,7 +156,7 @@ void BuildGroups(Parser_CString_kt& in, Bnet_bn& net, Vnet_kt& drawing) {
     vect_kt<nodeset_bn*> sets;
     for (int i = 0; i < count; ++i) {
         const std::string name = GroupName(groups, i);
-        sets.append(net.newNodeset(name.c_str(), nullptr, nullptr));
+        sets.append(net.newNodeset(name.c_str()));
         styles.append(GroupStyle(groups, name, i));
     }
     drawing.setNodesetStyles(styles, nullptr);
@@ -168,7 +169,7 @@ void BuildGroups(Parser_CString_kt& in, Bnet_bn& net, Vnet_kt& drawing) {
 
 FieldHandler<Vnet_kt> read_net_func(Parser_CString_kt& in, const char* name) {
     if (StateOf(in).lenient)
-        if (const FieldHandler<Vnet_kt> handler = FindField(LenientFields, name)) return handler;
+        if (const FieldHandler<Vnet_kt> handler = FindField(LenientNetFields, name)) return handler;
     if (const FieldHandler<Vnet_kt> handler = FindField(NetFields, name)) return handler;
     if (!HasPrefix_kt(GroupPrefix, name)) return nullptr;
     StateOf(in).groups.attribute = name + std::strlen(GroupPrefix);
@@ -234,7 +235,7 @@ void parse_net_HR_Propagate_Auto(Parser_CString_kt& in, Vnet_kt& drawing) {
     read_bool_string(in, on);
     const rept_kt* pending = in.curReport;
     if (pending == Okay_rept_kt || pending == nullptr || pending->severity < SeverityWarning) {
-        drawing.getBNet()->setAutoUpdate(on, true);
+        drawing.getBNet()->setAutoUpdate(on);
     }
 }
 

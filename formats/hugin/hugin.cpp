@@ -35,25 +35,25 @@ using ObjectReader = void(Parser_CString_kt& in, Vnet_kt& drawing, const char* k
 ObjectReader ReadNet, ReadTwoWords, ReadInstance;
 
 struct Object {
-    const char* word;
-    const char* second;  ///< the word that must follow, if any
-    const char* kind;    ///< what messages call it; null: the word as the file spells it
+    std::string_view word;
+    std::string_view second;  ///< the word that must follow, if any
+    const char* kind;         ///< what messages call it; null: the word as the file spells it
     ObjectReader* read;
     bool lenient = false;  ///< read leniently alone
 };
 
 constexpr Object Objects[] = {
-    {"net", nullptr, nullptr, ReadNet},
-    {"class", nullptr, nullptr, ReadNet},
-    {"node", nullptr, "node", ReadNode},
-    {"decision", nullptr, "decision node", ReadNode},
-    {"utility", nullptr, "utility node", ReadNode},
-    {"potential", nullptr, "potential", ReadPotential},
+    {"net", "", nullptr, ReadNet},
+    {"class", "", nullptr, ReadNet},
+    {"node", "", "node", ReadNode},
+    {"decision", "", "decision node", ReadNode},
+    {"utility", "", "utility node", ReadNode},
+    {"potential", "", "potential", ReadPotential},
     {"continuous", "node", "continuous node", ReadNode, true},
-    {"temporal", nullptr, "temporal node", ReadNode, true},
+    {"temporal", "", "temporal node", ReadNode, true},
     {"discrete", "node", "node", ReadTwoWords, true},
     {"discrete", "decision", "decision node", ReadTwoWords, true},
-    {"instance", nullptr, "instance", ReadInstance, true},
+    {"instance", "", "instance", ReadInstance, true},
 };
 
 /// Takes a ';' when one stands here.
@@ -135,8 +135,8 @@ void SkipUnknownObject(Parser_CString_kt& in, const char* word) {
 /// Whether the word just read, and the next if need be, start an object of that kind.
 bool Starts(Parser_CString_kt& in, const char* word, const Object& object) {
     if (!IsKeyword(word, object.word) || (object.lenient && !StateOf(in).lenient)) return false;
-    if (object.second == nullptr) return true;
-    if (!streqli_kt(std::string(in.peekWord()).c_str(), object.second)) return false;
+    if (object.second.empty()) return true;
+    if (!IsKeyword(in.peekWord(), object.second)) return false;
     SkipWord(in);
     return true;
 }
@@ -399,11 +399,7 @@ rept_kt* ParseHuginFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing,
     in.state = &state;
     StartRecovery(in);
     drawing.drawStyle = 7;
-    try {
-        ReadObjects(in, drawing, options);
-    } catch (rept_kt* report) {
-        in.setError(report);
-    }
+    ReadToTheEnd(in, [&] { ReadObjects(in, drawing, options); });
     RepeatNodes(in, net);
     ReportLists(in, net);
     JudgeNodes(in, net, IsExpressionOnly);

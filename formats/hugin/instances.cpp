@@ -13,6 +13,7 @@
 
 #include "formats/hugin/messages.h"
 #include "formats/shared/positions.h"
+#include "library/utilities/names.h"
 #include "library/utilities/system.h"
 
 namespace lumo::hugin {
@@ -27,6 +28,7 @@ constexpr long long mostText = 64LL * 1024 * 1024;  // of all classes, each time
 /// A text with classes: the file itself, or one beside it.
 struct Source {
     XArray<char> text;  // null for the file itself
+    std::string file;   // its name, likewise
     std::unique_ptr<InChannel_CString_kt> channel;
     OwnedParser parser;
     Parser_CString_kt* in = nullptr;
@@ -278,6 +280,7 @@ Source* FindBeside(Parser_CString_kt& in, const std::string& name) {
         if (text == nullptr || Is16Bit_kt(text.get())) continue;
         Source& source = AllOf(in)->sources.emplace_back();
         source.text = std::move(text);
+        source.file = name + extension;
         source.channel = std::make_unique<InChannel_CString_kt>(source.text.get(), file.c_str());
         source.parser.reset(source.channel->makeParser(in.options));
         source.in = &TextParser(*source.parser);
@@ -309,7 +312,7 @@ bool FindClass(Instance& instance) {
     const ParserContext context(in, "instance", instance.path.c_str());
     in.setTokenStart(instance.header);
     instance.source = FindSource(instance);
-    const std::string told = instance.path + " : " + instance.className;
+    std::string told = instance.path + " : " + instance.className;
     if (instance.source == nullptr) {
         ListNode(in, msg::hugin.instancesWithoutClass, told);
         for (const auto& [name, alias] : instance.outer->aliases)
@@ -328,6 +331,7 @@ bool FindClass(Instance& instance) {
         return false;
     }
     const bool beside = instance.source != &AllOf(in)->sources.front();
+    if (beside) told += " (" + instance.source->file + ")";
     ListNode(in, beside ? msg::hugin.instancesBeside : msg::hugin.instancesRead, told);
     return true;
 }
@@ -521,7 +525,7 @@ void MakeInstanceSets(Parser_CString_kt& in, Bnet_bn& net, Vnet_kt& drawing) {
         taken.add(name);
         BndList_bn list;
         for (Bnode_bn* node : instance.nodes) list.append(node);
-        net.newNodeset(name.c_str(), nullptr, nullptr)->addNodes(list, true);
+        net.newNodeset(name.c_str())->addNodes(list);
         styles.append(DefaultStyle(name));
     }
     drawing.setNodesetStyles(styles, nullptr);

@@ -184,8 +184,8 @@ struct HuginMessages {
         "or `interval` are the values of its states or the bounds of its intervals, and no user "
         "field. Nothing needs to be done", {"net { }\nnode A { subtype = number; states = (\"0\" "
         "\"5\"); state_values = (0 5); }", 2, 48, leniently}};
-    Message<const char*, int> stateValueCount{-5151, warning, "the state values of >-node '%s' are "
-        "not read: %d increasing numbers are wanted", "a node of the subtype `number` has "
+    Message<const char*, int, const char*> stateValueCount{-5151, warning, "the state values of "
+        ">-node '%s' are not read: %d %s are wanted", "a node of the subtype `number` has "
         "a value for each state, one of the subtype `interval` a bound more, of which the outermost "
         "may be `infinity`; the text is a user field. Correct the list", {"net { }\nnode A { subtype "
         "= interval; state_values = (0 5); }", 2, 30, leniently}};

@@ -13,6 +13,7 @@
 #include "formats/shared/judging.h"
 #include "formats/shared/positions.h"
 #include "formats/shared/statewords.h"
+#include "library/utilities/numbers.h"
 
 namespace lumo::hugin {
 
@@ -33,7 +34,7 @@ constexpr Field<Bnode_bn> NodeFields[] = {
 constexpr const char* StatePrefix = "HR_State_";
 
 /// Those that are read leniently alone.
-constexpr Field<Bnode_bn> LenientFields[] = {
+constexpr Field<Bnode_bn> LenientNodeFields[] = {
     {"subtype", parse_node_subtype},
     {"state_values", parse_node_state_values},
 };
@@ -58,13 +59,13 @@ void SetLevels(Varbl_bn& variable, const std::vector<double>& numbers) {
 void Repeat(Parser_CString_kt& in, Bnode_bn& node, const Bnode_bn& of) {
     const Varbl_bn& variable = of.variable;
     if (!variable.discrete && variable.numStates == 0)
-        return in.setError(node.setDiscrete(ContinuousVar, false, CheckFull));
-    in.setError(node.setStates(variable.numStates, CopyOf(variable.stateNames, variable.numStates),
-                               nullptr, nullptr, nullptr, CheckFull));
+        return in.setError(node.setDiscrete(ContinuousVar));
+    in.setError(
+        node.setStates(variable.numStates, CopyOf(variable.stateNames, variable.numStates)));
     node.setStateTitles(CopyOf(variable.stateTitles, variable.numStates));
     if (variable.levels != nullptr)
         SetLevels(node.variable, {variable.levels, variable.levels + variable.numLevels});
-    in.setError(node.setKind(of.kind, CheckFull));
+    in.setError(node.setKind(of.kind));
 }
 
 }  // namespace
@@ -124,13 +125,14 @@ Bnode_bn* read_node_header(Parser_CString_kt& in, Vnet_kt& drawing) {
         in.setError(error);
         return nullptr;
     }
-    if (*in.structKind == 'd') in.setError(node->setKind(DecisionNode, CheckFull));
+    if (IsInInstance(in)) node->setTitle(std::string_view(PathOf(in, name)));
+    if (*in.structKind == 'd') in.setError(node->setKind(DecisionNode));
     if (*in.structKind == 'u') {
-        in.setError(node->setDiscrete(ContinuousVar, false, CheckFull));
-        in.setError(node->setKind(UtilityNode, CheckFull));
+        in.setError(node->setDiscrete(ContinuousVar));
+        in.setError(node->setKind(UtilityNode));
     }
     if (*in.structKind == 'c') {
-        in.setError(node->setDiscrete(ContinuousVar, false, CheckFull));
+        in.setError(node->setDiscrete(ContinuousVar));
         ListNode(in, msg::hugin.continuousNodes, name);
     }
     in.structName = node->name();
@@ -147,7 +149,7 @@ FieldHandler<Bnode_bn> read_node_func(Parser_CString_kt& in, const char* name) {
         StateOf(in).nodes.stateNumber = name + std::strlen(StatePrefix);
         return parse_node_HR_State_;
     }
-    if (const auto handler = StateOf(in).lenient ? FindField(LenientFields, name) : nullptr)
+    if (const auto handler = StateOf(in).lenient ? FindField(LenientNodeFields, name) : nullptr)
         return handler;
     if (IsKeyword(name, "subtype") || HasPrefix_kt("HR_", name)) return nullptr;
     StateOf(in).nodes.userFieldName = name;
@@ -202,7 +204,8 @@ void FinishValues(Parser_CString_kt& in, Bnode_bn& node) {
             SetLevels(node.variable, numbers);
             return ListNode(in, msg::hugin.valuesRead, node.name());
         }
-        in.report(msg::hugin.stateValueCount, node.name(), wanted);
+        in.report(msg::hugin.stateValueCount, node.name(), wanted,
+                  intervals ? "increasing bounds" : "numbers");
     }
     const auto keep = [&node](const char* name, const std::string& text) {
         if (!text.empty()) node.setUserField(name, text.data(), static_cast<int>(text.size()));
@@ -253,13 +256,13 @@ void parse_node_states(Parser_CString_kt& in, Bnode_bn& node) {
     constexpr int mostlyUsable = 3;
     if (NameStates(node, StateOf(in).nodes.labels)) return;
     OwnedStrs labels(StateOf(in).nodes.labels.copies(), count);
-    if (StrsNullEmpty_kt(labels.get(), count, 1) > mostlyUsable) {
-        in.setError(node.setStates(count, nullptr, nullptr, nullptr, nullptr, CheckFull));
+    if (StrsNullEmpty_kt(labels.get(), count) > mostlyUsable) {
+        in.setError(node.setStates(count));
         return;
     }
     char** const names = MakeLegalUniqueNames_kt(labels.get(), count, 'N');
-    const bool equal = EqlArrStrs_kt(labels.get(), names, count, true);
-    rept_kt* const report = node.setStates(count, names, nullptr, nullptr, nullptr, CheckFull);
+    const bool equal = EqlArrStrs_kt(labels.get(), names, count);
+    rept_kt* const report = node.setStates(count, names);
     in.setError(report);
     if (!IsError(report) && !equal) node.setStateTitles(labels.release());
 }

@@ -9,6 +9,7 @@
 #include "formats/hugin/messages.h"
 #include "formats/hugin/nodetable.h"
 #include "formats/shared/commas.h"
+#include "formats/shared/readers.h"
 #include "library/text/tokens.h"
 
 namespace lumo {
@@ -222,12 +223,9 @@ private:
 
     template <class T>
     XArray<T> newTable() {
-        XArray<T> table = NewXArray<T>(wanted_);
-        if (table != nullptr) return table;
-        rept_kt* const error = NewMemoryReport(
-            msg::model.outOfMemoryForTable, static_cast<double>(wanted_) * sizeof(T), node_.name());
-        in_.setError(error);
-        throw error;
+        XArray<T> table = TryNewTable<T>(in_, wanted_, node_);
+        if (table == nullptr) throw in_.curReport;
+        return table;
     }
 
     /// Reads a table with a pair of brackets for each list of each level and nothing else, as

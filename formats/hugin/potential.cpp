@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "formats/hugin/counts.h"
 #include "formats/hugin/instances.h"
 #include "formats/hugin/messages.h"
 #include "formats/hugin/nodetable.h"
@@ -24,7 +25,7 @@ PotentialHandler parse_potential_data, ParsePotentialExperience, ParsePotentialM
 constexpr Field<Bnode_bn> PotentialFields[] = {{"data", parse_potential_data}};
 
 /// Those that are read leniently alone.
-constexpr Field<Bnode_bn> LenientFields[] = {
+constexpr Field<Bnode_bn> LenientPotentialFields[] = {
     {"experience", ParsePotentialExperience},
     {"model_nodes", ParsePotentialModel},
     {"model_data", ParsePotentialModel},
@@ -109,7 +110,7 @@ Bnode_bn* read_potential_header(Parser_CString_kt& in, Vnet_kt& drawing) {
 
 FieldHandler<Bnode_bn> read_potential_func(Parser_CString_kt& in, const char* name) {
     if (const FieldHandler<Bnode_bn> handler = FindField(PotentialFields, name)) return handler;
-    return StateOf(in).lenient ? FindField(LenientFields, name) : nullptr;
+    return StateOf(in).lenient ? FindField(LenientPotentialFields, name) : nullptr;
 }
 
 namespace {
@@ -134,9 +135,6 @@ bool AnyContinuous(const BndList_bn& nodes) {
     });
 }
 
-/// How near to a whole number a count, or to 1 the sum of probabilities, is taken to be it.
-constexpr double CountTolerance = 0.004;
-
 /// Experience values are counts: all but whole numbers become whole, and without any information
 /// left they go.
 void TidyExperience(Reln_bn& relation) {
@@ -147,12 +145,6 @@ void TidyExperience(Reln_bn& relation) {
         if (relation.exper[i] != 1.0F) return;
     }
     relation.setExperTable(nullptr);
-}
-
-/// Whether a row of that sum is rather one of probabilities with a slip than one of counts.
-bool LooksLikeSlip(double sum) {
-    constexpr double nearOne = 0.2 + 1e-6;  // the sum is a float
-    return sum > 0 && sum <= 1 + nearOne && std::abs(sum - 1) > CountTolerance;
 }
 
 /// Warns of the node's first row that looks so. The rows were scaled: what is their experience now
@@ -176,20 +168,20 @@ void parse_potential_data(Parser_CString_kt& in, Bnode_bn& node) {
     const ParserPos_kt place = in.getPos();
     unsigned char* bytes = nullptr;
     ParseNodeTable(in, &bytes, 10, hasStates, node, nullptr, 0, false, 14, StateOf(in).lenient);
-    float* const table = reinterpret_cast<float*>(bytes);
-    double* const exact =
-        in.exact.take(NumProduct(hasStates ? node.family : node.parents)).release();
+    XArray<float> table(reinterpret_cast<float*>(bytes));
+    XArray<double> exact;
+    if (in.exact.any()) exact = in.exact.take(NumProduct(hasStates ? node.family : node.parents));
     Reln_bn& relation = node.relation;
     if (!hasStates) {
-        in.setError(relation.setRealTable(table, nullptr, exact));
+        in.setError(relation.setReals(std::move(table), std::move(exact)));
         return;
     }
-    in.setError(node.setProbsTable(table, false, CheckFull, exact));
+    in.setError(node.setTable(std::move(table), std::move(exact)));
     if (!relation.rowsNormalized && relation.probs != nullptr) relation.normalize_(CountTolerance);
     if (StateOf(in).lenient && node.kind == NatureNode && relation.experFromCounts)
         JudgeCounts(in, node, place);
     TidyExperience(relation);
-    relation.makeDeterminFromProbs(false);
+    relation.makeDeterminFromProbs();
 }
 
 // ---- Experience ----------------------------------------------------------------------------

@@ -11,6 +11,7 @@
 #include "library/reports/message.h"
 #include "library/text/keywords.h"
 #include "library/text/parser.h"
+#include "library/utilities/names.h"
 
 namespace lumo {
 struct ReadOptions;

@@ -9,11 +9,13 @@
 #include <string>
 #include <unordered_map>
 
+#include "formats/hugin/counts.h"
 #include "formats/shared/describe.h"
+#include "formats/shared/keeping.h"
 #include "formats/shared/labels.h"
-#include "formats/shared/placing.h"
 #include "formats/shared/rows.h"
 #include "formats/shared/textout.h"
+#include "library/utilities/names.h"
 #include "library/utilities/text.h"
 
 namespace lumo {
@@ -246,9 +248,24 @@ bool IsWritable(const Bnode_bn& node, const UserField& field) {
 
 // ---- Tables --------------------------------------------------------------------------------
 
-/// A decision has none in the file.
+/// What the rows sum to: counts, where the file had such.
+HeldTable Weights(const Bnode_bn& node) {
+    return node.relation.experFromCounts ? Experience(node.relation) : HeldTable();
+}
+
+/// Whether the rows are counts that come back; when all of them sum to 1, readers cannot tell.
+bool KeepsCounts(const Plan& plan, const Bnode_bn& node) {
+    const float* const experience = node.relation.exper;
+    return node.relation.experFromCounts && plan.tables().has(node) &&
+           !std::all_of(experience, experience + NumProduct(node.parents),
+                        [](float value) { return value == 1; }) &&
+           AllRows(plan.tables().of(node), node, Weights(node),
+                   [](HeldTable, const RowNumbers& numbers) { return numbers.keepsWeight(); });
+}
+
+/// A decision has one where its rows are no probabilities: they say what may be chosen.
 bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
-    if (node.kind == DecisionNode) return false;
+    if (node.kind == DecisionNode && !KeepsCounts(plan, node)) return false;
     const bool real = node.relation.kind == RelnKindEN::real;
     if (!plan.tables().has(node) || (real ? node.numStates() > 1 : StatesOf(node) == 0))
         return false;
@@ -256,15 +273,10 @@ bool KeepsTable(const Plan& plan, const Bnode_bn& node) {
                        [](const Bnode_bn* parent) { return StatesOf(*parent) > 0; });
 }
 
-/// What the rows sum to: counts, where the file had such.
-Table Weights(const Bnode_bn& node) {
-    return node.relation.experFromCounts ? Experience(node.relation) : Table();
-}
-
 bool KeepsExactTable(const Plan& plan, const Bnode_bn& node) {
     if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return true;
     return AllRows(plan.tables().of(node), node, Weights(node),
-                   [](Table row, const RowNumbers& numbers) { return numbers.keepsRow(row); });
+                   [](HeldTable row, const RowNumbers& numbers) { return numbers.keepsRow(row); });
 }
 
 /// Experience as a field of its own stands for what no row tells by its sum; counts of 1 throughout
@@ -273,14 +285,11 @@ bool KeepsExperience(const Plan& plan, const Bnode_bn& node) {
     if (!KeepsTable(plan, node) || node.relation.kind == RelnKindEN::real) return false;
     const float* experience = node.relation.exper;
     const float* const end = experience + NumProduct(node.parents);
-    if (node.relation.experFromCounts)
-        return !std::all_of(experience, end, [](float value) { return value == 1; }) &&
-               AllRows(plan.tables().of(node), node, Weights(node),
-                       [](Table, const RowNumbers& numbers) { return numbers.keepsWeight(); });
+    if (node.relation.experFromCounts) return KeepsCounts(plan, node);
     return std::all_of(experience, end,
                        [](float value) { return value >= 0 && std::isfinite(value); }) &&
            AllRows(plan.tables().of(node), node, {},
-                   [](Table, const RowNumbers& numbers) { return numbers.keepsWeight(); });
+                   [](HeldTable, const RowNumbers& numbers) { return numbers.keepsWeight(); });
 }
 
 // ---- What is kept --------------------------------------------------------------------------
@@ -391,6 +400,11 @@ void WriteField(TextOut& out, std::string_view name, std::string_view text) {
     out << "  " << ToUtf8(name) << " = " << Quoted(text) << ";\n";
 }
 
+/// A text of which readers keep so much alone; they would cut it within a character.
+void WriteShortField(TextOut& out, std::string_view name, std::string_view text) {
+    WriteField(out, name, WithinBytes(ToUtf8(text), longestValue));
+}
+
 template <class T>
 void WriteNumberField(TextOut& out, std::string_view name, T value) {
     out << "  " << name << " = \"" << value << "\";\n";
@@ -407,7 +421,7 @@ void WriteDisplay(TextOut& out, const Bnet_bn& net) {
         WriteNumberField(out, "HR_Zoom_ZoomFactor", Percent(drawing.zoomFactor));
     if ((has & Bit(FeatureEN::autoUpdate)) != 0) WriteNumberField(out, "HR_Propagate_Auto", 1);
     if ((has & Bit(FeatureEN::font)) != 0) {
-        WriteField(out, "HR_Font_Name", font.face);
+        WriteShortField(out, "HR_Font_Name", font.face);
         WriteNumberField(out, "HR_Font_Size", font.size);
         WriteNumberField(out, "HR_Font_Weight", flag(fontspec_kt::Bold) ? 700 : 400);
         WriteNumberField(out, "HR_Font_Italic", flag(fontspec_kt::Italic) ? 1 : 0);
@@ -436,7 +450,7 @@ void WriteGroups(TextOut& out, Plan& plan) {
 void WriteNet(TextOut& out, Plan& plan) {
     const Bnet_bn& net = plan.net();
     out << "net\n{\n";
-    if (HasText(net.title)) WriteField(out, "name", net.title);
+    if (HasText(net.title)) WriteShortField(out, "name", net.title);
     if (HasText(net.comment)) WriteField(out, "HR_Desc", net.comment);
     WriteDisplay(out, net);
     WriteGroups(out, plan);
@@ -543,17 +557,19 @@ private:
 };
 
 /// Whether a row is written that a reader scales, its sum becoming experience which the net has
-/// not.
+/// not, or which was a slip of its file rather than counts.
 bool IsTakenForCounts(const Bnode_bn& node, const Plan& plan) {
-    constexpr double tolerance = 0.004;  // of readers
-    if (node.kind != NatureNode || node.relation.exper != nullptr || !KeepsTable(plan, node) ||
+    if (node.kind != NatureNode || !KeepsTable(plan, node) ||
         node.relation.kind == RelnKindEN::real)
         return false;
-    return !AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
-        const std::span<const double> numbers = row.numbers();
-        const double sum = std::accumulate(numbers.begin(), numbers.end(), 0.0);
-        return sum == 0 || std::abs(sum - 1) <= tolerance;
-    });
+    const bool areCounts = node.relation.experFromCounts;
+    return !AllRows(plan.tables().of(node), node, Weights(node),
+                    [areCounts](HeldTable, const RowNumbers& row) {
+                        const std::span<const double> numbers = row.numbers();
+                        const double sum = std::accumulate(numbers.begin(), numbers.end(), 0.0);
+                        if (areCounts) return !hugin::LooksLikeSlip(sum);
+                        return sum == 0 || std::abs(sum - 1) <= hugin::CountTolerance;
+                    });
 }
 
 void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
@@ -576,7 +592,7 @@ void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
                 table.row([&] { out << RealTable(node.relation)[row]; });
         } else {
             AllRows(plan.tables().of(node), node, Weights(node),
-                    [&](Table, const RowNumbers& numbers) {
+                    [&](HeldTable, const RowNumbers& numbers) {
                         table.row([&] { numbers.write(out, " "); });
                         return true;
                     });
@@ -585,7 +601,7 @@ void WritePotential(TextOut& out, const Bnode_bn& node, const Plan& plan) {
         if (node.relation.exper != nullptr && KeepsExperience(plan, node) &&
             !node.relation.experFromCounts) {
             out << "  experience = ";
-            const Table experience = Experience(node.relation);
+            const HeldTable experience = Experience(node.relation);
             TableWriter list(out, node, 0);
             for (int rows = NumProduct(node.parents), row = 0; row < rows; ++row)
                 list.row([&] { out << experience[row]; });

@@ -1,6 +1,5 @@
 // Reader of the project's own JSON, the schema "lumo-import/1": all of a net comes back as it was
-// (docs/json.md). Keys may stand in any order. Links and tables are read when all nodes are known,
-// from the places that were kept of them.
+// (docs/json.md). Keys may stand in any order. Links and tables are made when all nodes are known.
 #include "formats/json/json.h"
 
 #include <algorithm>
@@ -18,6 +17,8 @@
 #include "formats/json/messages.h"
 #include "formats/json/scanner.h"
 #include "formats/shared/describe.h"
+#include "formats/shared/judging.h"
+#include "formats/shared/keeping.h"
 #include "formats/shared/losses.h"
 #include "formats/shared/readers.h"
 
@@ -38,7 +39,7 @@ struct StateText {
 struct NodeText {
     Text name, title, comment, identity;
     NodeKindEN kind = NatureNode;
-    bool discrete = true;
+    bool discrete = true, titlesAreIds = false;
     std::vector<StateText> states;
     std::optional<std::vector<double>> levels;
     coord_kt position;
@@ -46,21 +47,31 @@ struct NodeText {
     std::vector<std::pair<std::string, std::string>> fields;
 };
 
-struct RelationPlace {
-    Bnode_bn* node = nullptr;
-    const char* parents = nullptr;   ///< null: none are written
-    const char* relation = nullptr;  ///< likewise
-    Text identity;                   ///< what it is known by, when that is not its name
+/// A list of numbers, in both precisions.
+struct FloatTable {
+    XArray<float> floats;
+    XArray<double> exact;  ///< null: the floats hold them
+    long long count = 0;
 };
 
 /// A relation as it is written.
 struct RelationText {
     std::string kind = "none";
-    std::optional<std::vector<double>> table, experience, parameters;
+    std::optional<FloatTable> table, experience;
+    std::optional<std::vector<double>> parameters, order;
     const char* tablePlace = nullptr;
     const char* experiencePlace = nullptr;
     const char* parametersPlace = nullptr;
+    const char* orderPlace = nullptr;
     bool fromCounts = false, declared = false;
+};
+
+/// Of a node what waits until all nodes are known.
+struct Dependence {
+    Bnode_bn* node = nullptr;
+    const char* parents = nullptr;           ///< where they stand; null: none are written
+    std::unique_ptr<RelationText> relation;  ///< null: none is written
+    Text identity;                           ///< what it is known by, when that is not its name
 };
 
 char* NewText(const Text& text) { return text ? DupStr_kt(std::string_view(*text)) : nullptr; }
@@ -81,9 +92,9 @@ public:
             if (report->severity >= SeverityFatal) throw;
         }
         in_.structKind = "node";
-        for (RelationPlace& place : relations_) readRelation(place);
+        for (Dependence& place : relations_) makeRelation(place);
         setIdentities();
-        in_.structName = nullptr;
+        in_.structKind = in_.structName = nullptr;
         makeGroups();
         if (net_.nodes.N > 0 && !isPlaced_ && !drawing_.laidOut) PlaceNodes(drawing_, false, 1.0);
         if (failure != nullptr) throw failure;
@@ -148,7 +159,11 @@ private:
                 json_.skip();
             areNumbers = false;
         });
-        if (isFull) tellNoMemory(list);
+        if (isFull) {
+            const std::size_t count = list.size();
+            std::vector<double>().swap(list);
+            tellNoMemory(static_cast<double>(count) * 2 * sizeof(double));
+        }
         return areNumbers && !isFull ? std::optional(std::move(list)) : std::nullopt;
     }
 
@@ -160,11 +175,36 @@ private:
         return false;
     }
 
-    void tellNoMemory(std::vector<double>& list) {
-        const double bytes = 2.0 * sizeof(double) * static_cast<double>(list.size());
-        std::vector<double>().swap(list);
+    /// A list of numbers for a table.
+    std::optional<FloatTable> table(const char* key) {
+        if (json_.takeWord("null")) return {};
+        if (json_.peek() != '[') return refuse(key, "a list of numbers or null"), std::nullopt;
+        const long long room = json_.countItems();
+        FloatTable table{NewXArray<float>(room), nullptr, 0};
+        ExactNumbers exact;
+        exact.over(table.floats.get(), room);
+        bool areNumbers = true;
+        json_.array([&] {
+            if (areNumbers && isNumber() && table.floats != nullptr) {
+                float* const next = table.floats.get() + table.count;
+                table.count += json_.floats(next, room - table.count, exact);
+                return;
+            }
+            if (areNumbers && !isNumber()) {
+                areNumbers = false;
+                return refuse(key, "a list of numbers");
+            }
+            json_.skip();
+        });
+        if (table.floats == nullptr) tellNoMemory(static_cast<double>(room) * sizeof(float));
+        if (!areNumbers || table.floats == nullptr) return {};
+        table.exact = exact.take(table.count);
+        return table;
+    }
+
+    void tellNoMemory(double bytes) {
         const char* const node = in_.structName == nullptr ? "" : in_.structName;
-        in_.setError(NewMemoryReport(msg::model.outOfMemoryForTable, bytes, node));
+        in_.setError(NoMemoryForTable(bytes, node));
     }
 
     std::vector<std::string> texts(const char* key) {
@@ -203,7 +243,7 @@ private:
     void readDocument() {
         const char* const start = (json_.peek(), json_.place());
         bool hasNet = false, hasSchema = false;
-        object("the document", [&](const std::string& key) {
+        object("the document", [&](std::string_view key) {
             if (key == "schema") {
                 hasSchema = true;
                 checkSchema();
@@ -241,7 +281,7 @@ private:
     }
 
     void readNet() {
-        object("net", [&](const std::string& key) {
+        object("net", [&](std::string_view key) {
             if (key == "name") {
                 if (const Text name = text("name"); name && IsLegalName_kt(*name)) {
                     delete[] std::exchange(net_.name, NewText(name));
@@ -251,7 +291,7 @@ private:
             } else if (key == "comment") {
                 if (const Text comment = text("comment")) net_.setComment(NewText(comment));
             } else if (key == "autoUpdate") {
-                net_.setAutoUpdate(boolean("autoUpdate", false), true);
+                net_.setAutoUpdate(boolean("autoUpdate", false));
             } else if (key == "nodes") {
                 list("nodes", [&] { readNode(); });
             } else if (key == "groups") {
@@ -273,9 +313,9 @@ private:
         json_.peek();
         const char* const start = json_.place();
         NodeText node;
-        RelationPlace place;
+        Dependence place;
         const ParserContext context(in_, "node");
-        object("a node", [&](const std::string& key) { return readNodeField(key, node, place); });
+        object("a node", [&](std::string_view key) { return readNodeField(key, node, place); });
         json_.pointAt(start);
         place.node = makeNode(node);
         if (place.node != nullptr) {
@@ -286,7 +326,7 @@ private:
         in_.checkError();
     }
 
-    bool readNodeField(const std::string& key, NodeText& node, RelationPlace& place) {
+    bool readNodeField(std::string_view key, NodeText& node, Dependence& place) {
         if (key == "name") {
             node.name = text("name");
         } else if (key == "title") {
@@ -312,9 +352,15 @@ private:
             });
         } else if (key == "identity") {
             node.identity = text("identity");
-        } else if (key == "parents" || key == "relation") {
-            (key == "parents" ? place.parents : place.relation) = json_.place();
+        } else if (key == "titlesAreIds") {
+            node.titlesAreIds = boolean("titlesAreIds", false);
+        } else if (key == "parents") {
+            place.parents = json_.place();
             json_.skip();
+        } else if (key == "relation") {
+            in_.structName = node.name ? node.name->c_str() : nullptr;
+            place.relation = readRelation();
+            in_.structName = nullptr;
         } else {
             return false;
         }
@@ -333,7 +379,7 @@ private:
     }
 
     void readState(StateText& state) {
-        object("a state", [&](const std::string& key) {
+        object("a state", [&](std::string_view key) {
             if (key == "name") {
                 state.name = text("name");
             } else if (key == "title") {
@@ -372,13 +418,14 @@ private:
             return nullptr;
         }
         in_.structName = node->name();
+        RememberPlace(in_, *node);
         if (text.name) named_.emplace(*text.name, node);
         if (text.title) node->setTitle(NewText(text.title));
         if (text.comment) node->setComment(NewText(text.comment));
-        in_.setError(node->setKind(text.kind, CheckFull));
-        in_.setError(
-            node->setDiscrete(text.discrete ? DiscreteVar : ContinuousVar, false, CheckFull));
+        in_.setError(node->setKind(text.kind));
+        in_.setError(node->setDiscrete(text.discrete ? DiscreteVar : ContinuousVar));
         makeStates(*node, text);
+        node->variable.titlesAreIds = text.titlesAreIds && node->variable.stateTitles != nullptr;
         for (const auto& [name, data] : text.fields)
             node->setUserField(name.c_str(), data.data(), static_cast<int>(data.size()));
         for (const std::string& group : text.groups) members_.emplace_back(node, group);
@@ -397,15 +444,14 @@ private:
         if (areNamed) names = OwnedStrs(new char*[text.states.size()](), count);
         for (int i = 0; areNamed && i < count; ++i)
             names.get()[i] = NewText(text.states[static_cast<std::size_t>(i)].name);
-        in_.setError(node.setStates(count, names.release(), newLevels(node, text), nullptr, nullptr,
-                                    CheckFull));
+        in_.setError(node.setStates(count, names.release(), newLevels(node, text)));
         if (node.numStates() != count) return;
         for (int i = 0; i < count; ++i) {
             const StateText& state = text.states[static_cast<std::size_t>(i)];
             if (state.name && areLegal && !areNamed)
-                in_.setError(node.setStateName(i, NewText(state.name), 0, CheckFull));
+                in_.setError(node.setStateName(i, NewText(state.name)));
             const Text& title = state.title || areLegal ? state.title : state.name;
-            if (title) in_.setError(node.setStateTitle(i, NewText(title), CheckFull));
+            if (title) in_.setError(node.setStateTitle(i, NewText(title)));
             if (state.comment) in_.setError(node.setStateComment(i, NewText(state.comment)));
         }
     }
@@ -424,23 +470,25 @@ private:
 
     /// When all nodes have their names: a text that one node is known by is no other's.
     void setIdentities() {
-        for (const RelationPlace& place : relations_)
+        for (const Dependence& place : relations_)
             if (place.identity && net_.findNodeLabeled(*place.identity) == nullptr)
                 SetNodeIdentity(*place.node, place.identity->c_str());
     }
 
     // ---- Relations
 
-    void readRelation(const RelationPlace& place) {
+    std::unique_ptr<RelationText> readRelation() {
+        auto relation = std::make_unique<RelationText>();
+        object("relation", [&](std::string_view key) { return readRelationField(key, *relation); });
+        return relation;
+    }
+
+    void makeRelation(Dependence& place) {
         Bnode_bn& node = *place.node;
         in_.structName = node.name();
         if (!readParents(node, place.parents) || place.relation == nullptr) return;
-        RelationText relation;
-        json_.moveTo(place.relation);
-        object("relation",
-               [&](const std::string& key) { return readRelationField(key, relation); });
-        makeRelation(node, relation);
-        in_.setPos(json_.place());
+        makeRelation(node, *place.relation);
+        place.relation.reset();
         in_.checkError();
     }
 
@@ -458,24 +506,27 @@ private:
             else
                 parents.append(found->second);
         }
-        in_.setError(node.changePreds(parents, nullptr, true, 1, 1, false));
+        in_.setError(node.changePreds(parents));
         return node.parents.N == static_cast<int>(names.size());
     }
 
-    bool readRelationField(const std::string& key, RelationText& relation) {
-        const auto read = [&](std::optional<std::vector<double>>& list, const char*& place) {
-            json_.peek();
-            place = json_.place();
-            list = numbers(key.c_str());
-        };
+    bool readRelationField(std::string_view key, RelationText& relation) {
+        json_.peek();
+        const char* const start = json_.place();
         if (key == "kind") {
             relation.kind = text("kind").value_or("none");
         } else if (key == "table") {
-            read(relation.table, relation.tablePlace);
+            relation.tablePlace = start;
+            relation.table = table("table");
         } else if (key == "experience") {
-            read(relation.experience, relation.experiencePlace);
+            relation.experiencePlace = start;
+            relation.experience = table("experience");
         } else if (key == "parameters") {
-            read(relation.parameters, relation.parametersPlace);
+            relation.parametersPlace = start;
+            relation.parameters = numbers("parameters");
+        } else if (key == "order") {
+            relation.orderPlace = start;
+            relation.order = numbers("order");
         } else if (key == "fromCounts") {
             relation.fromCounts = boolean("fromCounts", false);
         } else if (key == "declared") {
@@ -486,64 +537,61 @@ private:
         return true;
     }
 
-    void makeRelation(Bnode_bn& node, const RelationText& text) {
+    void makeRelation(Bnode_bn& node, RelationText& text) {
         const long long rows = NumProduct(node.parents);
         const long long entries = rows * std::max(node.numStates(), 1);
         if (text.kind == "noisy-max" && text.parameters) {
-            if (!hasCount(node, "parameters", *text.parameters, NumCIParams(node),
+            if (!hasCount(node, "parameters", std::ssize(*text.parameters), NumCIParams(node),
                           text.parametersPlace))
                 return;
-            in_.setError(node.makeIntoNoisyMax(text.parameters->data(), !text.table.has_value()));
+            const std::optional<std::vector<int>> order = orderOf(node, text);
+            if (order.has_value() == text.order.has_value())
+                in_.setError(node.makeIntoNoisyMax(text.parameters->data(),
+                                                   order ? order->data() : nullptr,
+                                                   !text.table.has_value()));
         } else if (text.table) {
             makeTable(node, text, entries);
         }
         Reln_bn& relation = node.relation;
         if (text.experience && relation.kind != RelnKindEN::none &&
-            hasCount(node, "experience", *text.experience, rows, text.experiencePlace)) {
-            auto [floats, exact] = tableOf(*text.experience);
-            if (floats != nullptr) relation.setExperTable(floats.release(), exact.release());
+            hasCount(node, "experience", text.experience->count, rows, text.experiencePlace)) {
+            relation.setExperTable(text.experience->floats.release(),
+                                   text.experience->exact.release());
         }
         relation.experFromCounts = text.fromCounts;
         relation.saidDeterministic = text.declared;
     }
 
-    bool hasCount(const Bnode_bn& node, const char* what, const std::vector<double>& numbers,
-                  long long wanted, const char* place) {
+    /// The states in the order that parameters have them in; none, with a report, for a wrong one.
+    std::optional<std::vector<int>> orderOf(const Bnode_bn& node, const RelationText& text) {
+        if (!text.order || !hasCount(node, "order", std::ssize(*text.order), NumFamilyStates(node),
+                                     text.orderPlace))
+            return std::nullopt;
+        std::vector<int> order;
+        for (const double number : *text.order)
+            order.push_back(number >= 0 && number < MaxStates ? static_cast<int>(number) : -1);
+        if (IsFamilyOrder(node, order)) return order;
+        in_.report(msg::json.wrongValue, "order", "each state of the node, then of each parent");
+        return std::nullopt;
+    }
+
+    bool hasCount(const Bnode_bn& node, const char* what, long long count, long long wanted,
+                  const char* place) {
         json_.pointAt(place);
-        const long long count = std::ssize(numbers);
         if (count != wanted) in_.report(msg::json.wrongCount, what, node.name(), wanted, count);
         return count == wanted;
     }
 
-    struct FloatTable {
-        XArray<float> floats;
-        XArray<double> exact;
-    };
-    FloatTable tableOf(const std::vector<double>& numbers) {
-        const long long count = std::ssize(numbers);
-        FloatTable table{NewXArray<float>(count), nullptr};
-        if (table.floats == nullptr) throw std::bad_alloc();
-        ExactNumbers exact;
-        exact.over(table.floats.get(), count);
-        for (std::size_t i = 0; i < numbers.size(); ++i) {
-            float& number = table.floats[i];
-            number = static_cast<float>(numbers[i]);
-            if (ShortestDouble(number) != numbers[i]) exact.set(&number, numbers[i]);
-        }
-        table.exact = exact.take(count);
-        return table;
-    }
-
-    void makeTable(Bnode_bn& node, const RelationText& text, long long entries) {
-        if (!hasCount(node, "table", *text.table, entries, text.tablePlace)) return;
+    void makeTable(Bnode_bn& node, RelationText& text, long long entries) {
+        if (!hasCount(node, "table", text.table->count, entries, text.tablePlace)) return;
         if (entries == 0) return;
-        auto [floats, exact] = tableOf(*text.table);
+        auto& [floats, exact, count] = *text.table;
         if (text.kind == "real")
-            in_.setError(node.relation.setRealTable(floats.release(), nullptr, exact.release()));
+            in_.setError(node.relation.setReals(std::move(floats), std::move(exact)));
         else
-            in_.setError(node.setProbsTable(floats.release(), false, CheckFull, exact.release()));
+            in_.setError(node.setTable(std::move(floats), std::move(exact)));
         if (node.relation.exact != nullptr) node.relation.keepPossible();
-        if (text.kind == "deterministic") node.relation.makeDeterminFromProbs(false);
+        if (text.kind == "deterministic") node.relation.makeDeterminFromProbs();
         node.checkRowSums();
     }
 
@@ -551,7 +599,7 @@ private:
 
     void readGroup() {
         Text name, color;
-        object("a group", [&](const std::string& key) {
+        object("a group", [&](std::string_view key) {
             if (key == "name")
                 name = text("name");
             else if (key == "color")
@@ -567,7 +615,7 @@ private:
     void makeGroups() {
         vect_kt<NodesetStyle> styles;
         for (const auto& [name, color] : groups_) {
-            if (net_.newNodeset(name.c_str(), nullptr, nullptr) == nullptr) break;
+            if (net_.newNodeset(name.c_str()) == nullptr) break;
             const std::optional<RGB> rgb = ColorOf(color);
             if (!rgb || IsDefaultColor(*rgb)) continue;
             NodesetStyle style;
@@ -595,7 +643,7 @@ private:
     }
 
     void readDrawing() {
-        object("drawing", [&](const std::string& key) {
+        object("drawing", [&](std::string_view key) {
             if (key == "drawStyle") {
                 drawing_.drawStyle = integer("drawStyle", drawing_.drawStyle);
             } else if (key == "labelStyle") {
@@ -632,7 +680,7 @@ private:
         const auto style = [&](const char* key, int flag) {
             if (boolean(key, false)) font.styleFlags |= flag;
         };
-        object("font", [&](const std::string& key) {
+        object("font", [&](std::string_view key) {
             if (key == "face") {
                 font.face = text("face").value_or(font.face);
             } else if (key == "size") {
@@ -650,7 +698,7 @@ private:
     }
 
     void readGrid() {
-        object("grid", [&](const std::string& key) {
+        object("grid", [&](std::string_view key) {
             if (key == "x") {
                 drawing_.grid.x = number("x").value_or(drawing_.grid.x);
             } else if (key == "y") {
@@ -671,7 +719,7 @@ private:
     Bnet_bn& net_;
     Vnet_kt& drawing_;
     bool isPlaced_ = false;  // some node is
-    std::vector<RelationPlace> relations_;
+    std::vector<Dependence> relations_;
     std::unordered_map<std::string, Bnode_bn*> named_;
     std::vector<std::pair<std::string, std::string>> groups_;  // names and colors
     std::vector<std::pair<Bnode_bn*, std::string>> members_;
@@ -685,11 +733,8 @@ rept_kt* ParseJsonFile(InChannel_kt& channel, Bnet_bn& net, Vnet_kt& drawing, co
     const OwnedParser parser(channel.makeParser(&options));
     Parser_CString_kt& in = TextParser(*parser);
     const ParserContext context(in, "JSON file");
-    try {
-        JsonReader(in, net, drawing).read();
-    } catch (rept_kt* report) {
-        in.setError(report);
-    }
+    ReadToTheEnd(in, [&] { JsonReader(in, net, drawing).read(); });
+    JudgeNodes(in, net);
     in.checkError();
     return in.curReport;
 }

@@ -1,6 +1,7 @@
 #include "formats/json/scanner.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "formats/shared/readers.h"
 #include "library/utilities/numbers.h"
@@ -76,6 +77,51 @@ double JsonScanner::number() {
     if (!starts || ParseNumber(at_, last_, value, end) != NumberEN::ok) fail("a number");
     at_ = end;
     return value;
+}
+
+long long JsonScanner::countItems() const {
+    constexpr std::ptrdiff_t atHand = 32 << 10;  // of the text, which is gone through twice
+    long long commas = 0;
+    const char* close = nullptr;
+    for (const char* p = at_; p < last_ && close == nullptr;) {
+        const std::ptrdiff_t size = std::min(last_ - p, atHand);
+        close = static_cast<const char*>(std::memchr(p, ']', static_cast<std::size_t>(size)));
+        for (const char* const end = close != nullptr ? close : p + size; p < end;) {
+            // Of so many bytes one byte counts them, which compilers do for sixteen at a time.
+            const char* const some = p + std::min<std::ptrdiff_t>(end - p, 128);
+            unsigned char commasThere = 0;
+            for (; p < some; ++p)
+                commasThere = static_cast<unsigned char>(commasThere + (*p == ',' ? 1 : 0));
+            commas += commasThere;
+        }
+    }
+    return commas + 1;
+}
+
+long long JsonScanner::floats(float* out, long long most, ExactNumbers& exact) {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto isBlank = [](char c) { return c <= ' ' && blanks.find(c) != blanks.npos; };
+    const char* p = at_;
+    long long n = 0;
+    while (n < most && p < last_ && (isDigit(*p) || *p == '-')) {
+        double wide = 0;
+        const char* end = p;
+        const NumberEN held = ParseFloat(p, last_, out[n], wide, end);
+        if (held == NumberEN::more)
+            exact.set(out + n, wide);
+        else if (held != NumberEN::ok)
+            break;
+        ++n;
+        p = at_ = end;
+        while (p < last_ && isBlank(*p)) ++p;
+        if (p >= last_ || *p != ',') return n;
+        for (++p; p < last_ && isBlank(*p);) ++p;
+    }
+    if (n > 0 || most == 0) return n;
+    const double wide = number();  // which no float holds
+    out[0] = static_cast<float>(wide);
+    exact.set(out, wide);
+    return 1;
 }
 
 // ---- Texts ---------------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 
 #include "formats/json/messages.h"
 #include "library/text/parser.h"
+#include "library/utilities/exact.h"
 
 namespace lumo {
 
@@ -39,6 +40,11 @@ public:
 
     std::string text();
     double number();
+    /// How many items the array that comes next has if they are numbers; else any number.
+    long long countItems() const;
+    /// Reads the number that comes next and those that follow it behind commas, up to `most`, as
+    /// floats, and what these do not hold as doubles. Returns how many.
+    long long floats(float* out, long long most, ExactNumbers& exact);
     /// Passes over a value of any depth.
     void skip();
     /// Consumes the word ("null", "true") if it comes next.

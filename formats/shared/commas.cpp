@@ -3,21 +3,12 @@
 #include <string_view>
 
 #include "formats/shared/messages.h"
+#include "library/text/tokens.h"
 
 namespace lumo {
 namespace {
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsOfNumber(char c) { return IsDigit(c) || c == '.' || c == ','; }
-
-/// Whether the text is digits, a comma, and digits; a comma at its end separates.
-bool IsDecimal(std::string_view text) {
-    if (text.ends_with(',')) text.remove_suffix(1);
-    const std::size_t comma = text.find(',');
-    return comma != text.npos && comma > 0 && comma + 1 < text.size() &&
-           text.find_first_not_of("0123456789") == comma &&
-           text.find_first_not_of("0123456789", comma + 1) == text.npos;
-}
+bool IsOfNumber(char c) { return (c >= '0' && c <= '9') || c == '.' || c == ','; }
 
 }  // namespace
 
@@ -30,7 +21,9 @@ void TellDecimalCommas(Parser_CString_kt& in, ParserPos_kt list, const char* nod
     for (const char* p = list; *p != '\0' && p < end && found < wanted;) {
         const char* const number = p;
         while (IsOfNumber(*p)) ++p;
-        found += IsDecimal({number, p}) ? 1 : 0;
+        std::string_view word(number, static_cast<std::size_t>(p - number));
+        if (word.ends_with(',')) word.remove_suffix(1);  // which separates
+        found += HasDecimalComma(word) ? 1 : 0;
         if (p == number) ++p;
     }
     if (found == wanted) in.report(msg::import.decimalCommas, nodeName);

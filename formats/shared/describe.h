@@ -22,6 +22,7 @@ std::string ContextText(const ReportRecord& report);
 
 /// What a person calls the node or net: its title, else its name. Bytes as in the file.
 const char* TitleOrName(const Bnode_bn& node);
+/// Likewise.
 const char* TitleOrName(const Bnet_bn& net);
 
 /// Whether the node has a title that says more than its name.

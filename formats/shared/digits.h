@@ -2,11 +2,9 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 
 #include "library/utilities/language.h"
 
@@ -31,32 +29,6 @@ inline char* WriteDigits(char* to, int value) {
 }
 inline char* WriteDigits(char* to, long long value) {
     return std::to_chars(to, to + MostDigits, value).ptr;
-}
-
-inline constexpr int MostPlaces = 15;
-inline constexpr auto PowersOf10 = [] {
-    std::array<std::int64_t, MostPlaces + 1> powers{1};
-    for (std::size_t i = 1; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
-    return powers;
-}();
-
-/// Writes a number that is not negative and has that many decimal places, without zeros at its end,
-/// and returns its end.
-inline char* WriteDecimal(char* to, std::int64_t number, int places) {
-    const std::int64_t one = PowersOf10[static_cast<std::size_t>(places)];
-    std::int64_t rest = number;
-    if (number < one) {
-        *to++ = '0';
-    } else {
-        to = std::to_chars(to, to + MostDigits, number / one).ptr;
-        rest = number % one;
-    }
-    if (rest == 0) return to;
-    for (; rest % 10 == 0; rest /= 10) --places;
-    *to = '.';
-    for (int place = places; place > 0; --place, rest /= 10)
-        to[place] = static_cast<char>('0' + rest % 10);
-    return to + places + 1;
 }
 
 }  // namespace lumo

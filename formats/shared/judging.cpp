@@ -50,8 +50,8 @@ bool MayHaveTable(const Bnode_bn& node) { return node.kind == NatureNode && node
 }  // namespace
 
 void RememberPlace(Parser_CString_kt& in, const Bnode_bn& node) {
-    in.nodePlaces.resize(static_cast<std::size_t>(node.place()) + 1);
-    in.nodePlaces.back() = in.tokenStart();
+    in.nodePlaces.resize(static_cast<std::size_t>(node.place()));
+    in.nodePlaces.push_back(in.tokenStart());
 }
 
 void JudgeNodes(Parser_CString_kt& in, const Bnet_bn& net, bool (*isTold)(const Bnode_bn&)) {

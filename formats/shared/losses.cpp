@@ -29,6 +29,8 @@ constexpr Words words[] = {
     {FeatureEN::continuous, ScopeEN::node, "continuous variables of %s"},
     {FeatureEN::stateNames, ScopeEN::node, "state names of %s"},
     {FeatureEN::stateTitles, ScopeEN::node, "state titles of %s"},
+    {FeatureEN::textlessStates, ScopeEN::node,
+     "missing state names (which become s0, s1 and so on) of %s"},
     {FeatureEN::stateComments, ScopeEN::node, "state comments of %s"},
     {FeatureEN::stateValues, ScopeEN::node, "numeric state values of %s"},
     {FeatureEN::levels, ScopeEN::node, "interval bounds of %s"},
@@ -94,6 +96,16 @@ bool HasEarlyChild(const Bnet_bn& net) {
     return false;
 }
 
+/// Whether a state goes by its number alone.
+bool HasTextless(const Varbl_bn& variable) {
+    const auto has = [](char* const* texts, int state) {
+        return texts != nullptr && HasText(texts[state]);
+    };
+    for (int s = 0; s < variable.numStates && variable.levels == nullptr; ++s)
+        if (!has(variable.stateNames, s) && !has(variable.stateTitles, s)) return true;
+    return false;
+}
+
 FeatureSet StateFeatures(const Varbl_bn& variable) {
     const int states = variable.numStates;
     FeatureSet set = 0;
@@ -133,7 +145,10 @@ FeatureSet FeaturesOf(const Bnode_bn& node) {
         set |= Bit(streql_kt(node.title, node.name()) ? FeatureEN::sameTitle : FeatureEN::title);
     if (HasText(node.comment)) set |= Bit(FeatureEN::comment);
     if (node.kind != NatureNode) set |= Bit(FeatureEN::kind);
-    if (node.kind == UtilityNode) set |= Bit(FeatureEN::utilityForm);
+    if (node.kind == UtilityNode)
+        set |= Bit(FeatureEN::utilityForm);
+    else if (HasTextless(node.variable))
+        set |= Bit(FeatureEN::textlessStates);
     if (!node.variable.discrete && node.kind != UtilityNode) set |= Bit(FeatureEN::continuous);
     if (!node.nodesets().empty()) set |= Bit(FeatureEN::groups);
     if (!node.userFields().empty()) set |= Bit(FeatureEN::userFields);

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "formats/shared/placing.h"
 #include "library/model/netmodel.h"
 
 namespace LUMO_API lumo {
@@ -26,6 +25,7 @@ enum class FeatureEN : unsigned char {
     unnamedStates,  // states without names stay so
     stateTitles,
     untitledStates,  // states without titles stay so
+    textlessStates,  // states that neither texts nor numbers tell apart stay so
     stateComments,
     stateValues,
     levels,
@@ -62,68 +62,28 @@ enum class FeatureEN : unsigned char {
 /// A set of features.
 using FeatureSet = std::uint64_t;
 
+/// The set of that feature alone.
 constexpr FeatureSet Bit(FeatureEN feature) {
     return FeatureSet{1} << static_cast<unsigned>(feature);
 }
 
 /// What is lost, by node, by group and of the net, each in the net's order.
 struct Losses {
-    std::vector<FeatureSet> nodes;
-    std::vector<FeatureSet> groups;
-    FeatureSet net = 0;
+    std::vector<FeatureSet> nodes;     ///< of each node, in the net's order
+    std::vector<FeatureSet> groups;    ///< of each node set, in the net's order
+    FeatureSet net = 0;                ///< of the net itself
     std::vector<std::string> remarks;  ///< what readers make of what is written
 };
 
 /// What the object has of the features; empty texts are none.
 FeatureSet FeaturesOf(const Bnode_bn& node);
+/// Likewise; its nodes and groups not included.
 FeatureSet FeaturesOf(const Bnet_bn& net);
 
 /// Whether a group's color is that of groups which were given none.
 constexpr bool IsDefaultColor(RGB color) {
     return color.red == DefaultNodesetColor.red && color.green == DefaultNodesetColor.green &&
            color.blue == DefaultNodesetColor.blue;
-}
-
-/// A feature that a format keeps when `of` says so; null: always. PLAN is what the writer knows of
-/// the net as a whole, OBJECT a node, a net, or the place of a group.
-template <class PLAN, class OBJECT>
-struct Kept {
-    FeatureEN feature;
-    bool (*of)(const PLAN& plan, const OBJECT& object) = nullptr;
-};
-
-template <class PLAN, class OBJECT, class LIST>
-FeatureSet LostOf(FeatureSet features, const PLAN& plan, const OBJECT& object, const LIST& kept) {
-    for (const Kept<PLAN, OBJECT>& entry : kept) {
-        const bool has = (features & Bit(entry.feature)) != 0;
-        if (has && (entry.of == nullptr || entry.of(plan, object))) features &= ~Bit(entry.feature);
-    }
-    return features;
-}
-
-/// The losses of a net in a format that keeps what the three lists say. What a node or group that
-/// is lost itself has is not counted.
-template <class PLAN, class NODES, class GROUPS, class NET>
-Losses FindLosses(const Bnet_bn& net, const PLAN& plan, const NODES& ofNodes,
-                  const GROUPS& ofGroups, const NET& ofNet) {
-    const auto whole = [](FeatureSet lost, FeatureEN itself) {
-        return (lost & Bit(itself)) != 0 ? Bit(itself) : lost;
-    };
-    const FeatureSet absent =
-        HasPlaces(net) ? 0 : Bit(FeatureEN::position) | Bit(FeatureEN::exactPosition);
-    Losses losses;
-    for (const Bnode_bn* node : net.nodes) {
-        losses.nodes.push_back(
-            whole(LostOf(FeaturesOf(*node) & ~absent, plan, *node, ofNodes), FeatureEN::node));
-    }
-    const int groups = static_cast<int>(net.nodesets().size());
-    for (int group = 0; group < groups; ++group) {
-        losses.groups.push_back(
-            whole(LostOf(Bit(FeatureEN::group) | Bit(FeatureEN::color), plan, group, ofGroups),
-                  FeatureEN::group));
-    }
-    losses.net = LostOf(FeaturesOf(net), plan, net, ofNet);
-    return losses;
 }
 
 /// One line a feature lost, "positions of 12 nodes are not kept by BIF"; features that no one

@@ -43,6 +43,9 @@ struct ImportMessages {
         "read leniently, a text that begins with a byte order mark of UTF-16 (\"Unicode\" to "
         "editors on Windows) is taken as UTF-8. Nothing needs to be done; to have other programs "
         "read it, save it as UTF-8"};
+    Message<const char*> readFromReport{-5448, notice, "'%s' is a report, and the net that it carries "
+        "is read", "read leniently, a page that `convert` made of a net, or an application, stands for "
+        "the net. Nothing needs to be done"};
     Message<const char*> nothingOfANet{-5435, error, "'%s' is not a net: read as what it looks "
         "like, it has no node, or no table and no link", notANet.cure};
     Message<const char*> outOfMemoryReading{-5000, memoryFatal, "while reading '%s'",
@@ -83,7 +86,7 @@ struct ImportMessages {
         {"net { } node A { } node B { } potential (A) { data = (1 0); }", 1, 25}};
     Message<int, const char*> repeatedStates{-5437, warning, "%d node[ has|s have] two states of "
         "the same name: %s", "which of them a row that is given by the name belongs to cannot be "
-        "told, so it is that of the first. Give each state a name of its own",
+        "told, so such rows are taken for these states in turn. Give each a name of its own",
         {"net { } node A { states = (\"x\" \"x\"); }", 1, 14}};
     Message<const char*, const char*> tableTurned{-5274, warning, "the rows of node '%s' sum to 1 "
         "only with the state of the node varying %s, so the table is read in that order",

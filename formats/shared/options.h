@@ -21,8 +21,10 @@ enum ForeignFormatEN : int {
     FormatJSON = 17,     ///< the JSON that this library's nets are written as, lumo-import/1
 };
 
-/// Preferences: when state titles are no legal names, make state names from them as well.
+/// Preference of the process: when state titles of DSC files are no legal names, make state names
+/// from them as well. The default of ReadOptions; set it while nothing is read.
 extern bool Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
+/// Likewise of XML BIF files.
 extern bool Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
 
 /// What a file's text and its net's tables may take, unless something else is said: 2 GB.
@@ -38,8 +40,9 @@ struct ReadOptions {
     /// Keeps tables in double precision where single precision does not hold what the file says;
     /// else the net is smaller.
     bool exact = true;
-    /// Make state names from titles that are no legal names (DSC, XML BIF).
+    /// Make state names of DSC files from titles that are no legal names.
     bool createStateNamesDsc = Read_BNIF_creates_state_names_if_titles_not_legal_IDnames_pref;
+    /// Likewise of XML BIF.
     bool createStateNamesXMLBIF = Read_XMLBif_creates_state_names_if_titles_not_legal_IDnames_pref;
     /// Whether noisy-max tables of DXPress keep their parameters alone; without an answer the
     /// application's handler is asked, once in the life of the process.

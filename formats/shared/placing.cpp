@@ -1,5 +1,7 @@
 #include "formats/shared/placing.h"
 
+#include "formats/shared/keeping.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>

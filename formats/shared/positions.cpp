@@ -18,19 +18,9 @@ int Clamped(double v) {
     return static_cast<int>(std::clamp<double>(std::floor(v + 0.5), INT_MIN, INT_MAX));
 }
 
-/// Moves the visual node to the place, in two steps where one offset would not fit an int. False
-/// when the place does not fit and is clamped.
+/// Moves the visual node to the place. False when that does not fit and is clamped.
 bool MoveTo(Vnode_kt& vnode, double x, double y) {
-    const auto clamped = [](long long v) {
-        return static_cast<int>(std::clamp<long long>(v, INT_MIN, INT_MAX));
-    };
-    const coord_kt target{Clamped(x), Clamped(y)};
-    while (vnode.position() != target) {
-        const coord_kt now = vnode.position();
-        vnode.moveBy({clamped(static_cast<long long>(target.x) - now.x),
-                      clamped(static_cast<long long>(target.y) - now.y)},
-                     1);
-    }
+    vnode.moveTo({Clamped(x), Clamped(y)});
     return std::max(std::abs(x), std::abs(y)) <= INT_MAX;
 }
 

@@ -40,14 +40,25 @@ inline void Charge(Parser_CString_kt& in, long long entries, const Message<int>&
     throw in.report(tooMuch, MaxTableEntries);
 }
 
+inline rept_kt* NoMemoryForTable(double bytes, const char* node) {
+    return NewMemoryReport(msg::model.outOfMemoryForTable, bytes, node);
+}
+
 /// A table of a node; an error is thrown when there is no memory for it.
 template <class NUMBER>
 XArray<NUMBER> NewTable(long long entries, const Bnode_bn& node) {
     XArray<NUMBER> table = NewXArray<NUMBER>(entries);
-    if (table == nullptr)
-        throw NewMemoryReport(msg::model.outOfMemoryForTable,
-                              static_cast<double>(entries) * sizeof(NUMBER), node.name());
-    return table;
+    if (table != nullptr) return table;
+    throw NoMemoryForTable(static_cast<double>(entries) * sizeof(NUMBER), node.name());
+}
+
+/// The same where the lack costs the table alone: null then, and the error is recorded.
+template <class NUMBER>
+XArray<NUMBER> TryNewTable(Parser_CString_kt& in, long long entries, const Bnode_bn& node) try {
+    return NewTable<NUMBER>(entries, node);
+} catch (rept_kt* report) {
+    in.setError(report);
+    return nullptr;
 }
 
 /// A character as messages name it.

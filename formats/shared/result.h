@@ -11,19 +11,20 @@ namespace LUMO_API lumo {
 
 /// A copy of a report that outlives its import; texts are without the marker.
 struct ReportRecord {
-    int number = 0;
-    int severity = 0;
-    std::string message;
-    std::string file;
-    int line = 0;  ///< 0: no place
-    int column = 0;
-    std::string structKind;
-    std::string structName;
-    std::string fieldName;
+    int number = 0;               ///< the message site, negative, as `explain` knows it
+    int severity = 0;             ///< SeverityEN
+    std::string message;          ///< one line; bytes as in the file
+    std::string file;             ///< its name as the importer was given it; may be empty
+    int line = 0;                 ///< from 1; 0: no place
+    int column = 0;               ///< from 1, in bytes
+    std::string structKind;       ///< what was being read ("node block"); may be empty
+    std::string structName;       ///< the name of that object; may be empty
+    std::string fieldName;        ///< the field being read; may be empty
     std::string sourceLine;       ///< the file's line, cut around the place; empty when not known
     std::size_t sourceCaret = 0;  ///< the place in it, in bytes
 
     ReportRecord() = default;
+    /// A copy; sourceLine stays empty.
     explicit ReportRecord(const rept_kt& report)
         : number(report.number),
           severity(report.severity),
@@ -38,8 +39,8 @@ struct ReportRecord {
 
 /// A word of the file that has no meaning here: it was passed over with what belongs to it.
 struct SkippedWord {
-    std::string word;
-    long long count = 0;
+    std::string word;     ///< bytes as in the file
+    long long count = 0;  ///< how often it occurred
 };
 
 /// Where the places of the nodes in what is written come from.
@@ -52,6 +53,7 @@ enum class LayoutEN : unsigned char {
 /// How an import went: the worst report counts, a missing net above all.
 enum class StatusEN : unsigned char { ok, warnings, errors, failed };
 
+/// What an import gave; move it, as the net is its own.
 struct ImportResult {
     std::string file;                   ///< as the user named it
     std::string format;                 ///< "hugin" ...; empty when it was not recognised
@@ -63,6 +65,7 @@ struct ImportResult {
     int error = 0;                      ///< errno, when the file could not be opened or read
     LayoutEN layout = LayoutEN::best;   ///< what was asked for
 
+    /// How it went, from the reports and the net as they are now.
     StatusEN status() const {
         int worst = SeverityOkay;
         for (const ReportRecord& report : reports) worst = std::max(worst, report.severity);

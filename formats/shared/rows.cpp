@@ -48,14 +48,11 @@ bool Tables::has(const Bnode_bn& node) const {
     return node.relation.kind != RelnKindEN::none && !leftOut_.contains(&node);
 }
 
-Table Tables::of(const Bnode_bn& node) const {
+HeldTable Tables::of(const Bnode_bn& node) const {
     if (!IsCondensed(node)) return {node.relation.probs, node.relation.exact};
     if (!has(node)) return {};
-    std::vector<int> parentStates;
-    for (const Bnode_bn* parent : node.parents) parentStates.push_back(parent->numStates());
     expanded_.resize(static_cast<std::size_t>(NumProduct(node.family)));
-    ExpandNoisyMax(node.relation.params, node.numStates(), parentStates.data(), node.parents.N,
-                   expanded_.data());
+    ExpandNoisyMax(node, node.relation.params, node.relation.order, expanded_.data());
     return {nullptr, expanded_.data()};
 }
 
@@ -68,7 +65,7 @@ bool AreClose(double a, double b) {
     return a == b || std::fabs(a - b) <= rounding * std::max(std::fabs(a), std::fabs(b));
 }
 
-void RowNumbers::choose(Table row, int count, double weight) {
+void RowNumbers::choose(HeldTable row, int count, double weight) {
     weight_ = weight;
     numbers_.resize(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) numbers_[static_cast<std::size_t>(i)] = row[i];
@@ -86,7 +83,7 @@ void RowNumbers::write(TextOut& out, std::string_view separator) const {
 
 char* RowNumbers::writeOne(char* to, std::size_t i) const { return WriteDigits(to, numbers_[i]); }
 
-bool RowNumbers::keepsRow(Table row) const {
+bool RowNumbers::keepsRow(HeldTable row) const {
     std::vector<double> read(numbers_);
     ScaleToOne(read.data(), static_cast<int>(read.size()));
     for (std::size_t i = 0; i < read.size(); ++i)
@@ -94,9 +91,9 @@ bool RowNumbers::keepsRow(Table row) const {
     return true;
 }
 
-bool KeepsRows(Table table, const Bnode_bn& node) {
+bool KeepsRows(HeldTable table, const Bnode_bn& node) {
     return AllRows(table, node, {},
-                   [](Table row, const RowNumbers& numbers) { return numbers.keepsRow(row); });
+                   [](HeldTable row, const RowNumbers& numbers) { return numbers.keepsRow(row); });
 }
 
 bool RowNumbers::keepsWeight() const {

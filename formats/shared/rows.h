@@ -14,7 +14,7 @@
 namespace LUMO_API lumo {
 
 /// A table as it is held: in single precision, and in double precision where that says more.
-struct Table {
+struct HeldTable {
     const float* floats = nullptr;
     const double* exact = nullptr;
 
@@ -23,14 +23,16 @@ struct Table {
     double operator[](std::ptrdiff_t i) const {
         return exact != nullptr ? exact[i] : ShortestDouble(floats[i]);
     }
-    Table from(std::ptrdiff_t i) const {
+    HeldTable from(std::ptrdiff_t i) const {
         return {floats != nullptr ? floats + i : nullptr, exact != nullptr ? exact + i : nullptr};
     }
 };
 
 /// The real table of a relation, and its experience.
-inline Table RealTable(const Reln_bn& relation) { return {relation.reals, relation.exact}; }
-inline Table Experience(const Reln_bn& relation) { return {relation.exper, relation.exactExper}; }
+inline HeldTable RealTable(const Reln_bn& relation) { return {relation.reals, relation.exact}; }
+inline HeldTable Experience(const Reln_bn& relation) {
+    return {relation.exper, relation.exactExper};
+}
 
 /// The probability tables of a net, those of condensed noisy-max relations expanded as long as
 /// they are not too large to be worth writing out.
@@ -39,7 +41,7 @@ public:
     explicit Tables(const Bnet_bn& net);
 
     /// The node's table, valid until the next call; none when it has none.
-    Table of(const Bnode_bn& node) const;
+    HeldTable of(const Bnode_bn& node) const;
     /// Whether there is something to write of a node's relation: its table is not left out.
     bool has(const Bnode_bn& node) const;
 
@@ -53,7 +55,7 @@ private:
 class RowNumbers {
 public:
     /// Takes the numbers of a row. They sum to the weight: counts, as far as it is not 1.
-    void choose(Table row, int count, double weight = 1);
+    void choose(HeldTable row, int count, double weight = 1);
     /// Writes the numbers, valid until the next choice.
     void write(TextOut& out, std::string_view separator) const;
     /// Writes one of them into MostDigits bytes, and returns its end.
@@ -62,7 +64,7 @@ public:
 
     /// Whether a reader that divides the numbers by their sum, where that is not 1, gets the row,
     /// and whether it gets the weight as the sum.
-    bool keepsRow(Table row) const;
+    bool keepsRow(HeldTable row) const;
     bool keepsWeight() const;
 
 private:
@@ -73,11 +75,11 @@ private:
 /// Hands every row of the node's table and its numbers to use(row, numbers) as long as that is
 /// true, and returns whether it was. Rows sum to their experience, when that is given.
 template <class USE>
-bool AllRows(Table table, const Bnode_bn& node, Table experience, USE use) {
+bool AllRows(HeldTable table, const Bnode_bn& node, HeldTable experience, USE use) {
     const int states = node.numStates();
     RowNumbers numbers;
     for (int rows = NumProduct(node.parents), row = 0; row < rows; ++row) {
-        const Table own = table.from(std::ptrdiff_t{row} * states);
+        const HeldTable own = table.from(std::ptrdiff_t{row} * states);
         numbers.choose(own, states, experience ? experience[row] : 1.0);
         if (!use(own, numbers)) return false;
     }
@@ -85,7 +87,7 @@ bool AllRows(Table table, const Bnode_bn& node, Table experience, USE use) {
 }
 
 /// Whether a reader that makes the rows of a table sum to 1 gets its numbers.
-bool KeepsRows(Table table, const Bnode_bn& node);
+bool KeepsRows(HeldTable table, const Bnode_bn& node);
 
 /// Whether the values are equal but for one unit in the last place.
 bool AreClose(float a, float b);

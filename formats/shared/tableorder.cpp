@@ -72,7 +72,7 @@ void TableOrder::finish(Parser_CString_kt& in) {
                                    ? XArray<double>()
                                    : OtherOrder(relation.exact, states, entries, unclear.slowest);
         in.setTokenStart(unclear.place);
-        in.setError(node.setProbsTable(table.release(), false, CheckFull, exact.release()));
+        in.setError(node.setTable(std::move(table), std::move(exact)));
         if (++count <= mostNames) (names += names.empty() ? "" : ", ") += node.name();
         if (count == mostNames) names += " ...";
     }

@@ -5,10 +5,10 @@
 namespace lumo {
 namespace {
 
-constexpr std::string_view blanks = " \t\n\v\f\r";
+constexpr std::string_view xmlBlanks = " \t\n\v\f\r";
 constexpr std::string_view replacement = "\xEF\xBF\xBD";
 
-bool IsBlank(char c) { return blanks.find(c) != std::string_view::npos; }
+bool IsBlank(char c) { return xmlBlanks.find(c) != std::string_view::npos; }
 
 /// The length of a character at the start of the text that no XML document may hold, 0 when it may
 /// stand there.

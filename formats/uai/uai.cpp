@@ -17,6 +17,7 @@
 #include "formats/uai/messages.h"
 #include "formats/uai/uai.h"
 #include "library/text/tokens.h"
+#include "library/utilities/numbers.h"
 
 namespace lumo {
 
@@ -161,7 +162,7 @@ private:
         OwnedStrs names(new char*[static_cast<std::size_t>(count)](), count);
         for (int s = 0; s < count; ++s)
             names.get()[s] = DupStr_kt(("s" + std::to_string(s)).c_str());
-        node.setStateNames(names.release(), CheckFull);
+        node.setStateNames(names.release());
     }
 
     // ---- Scopes
@@ -223,7 +224,7 @@ private:
         for (std::size_t k = 0; k + 1 < scope_.size(); ++k)
             parents_.append(nodes_[static_cast<std::size_t>(scope_[k])]);
         if (parents_.N == 0) return;
-        in_.setError(function.child->changePreds(parents_, nullptr, true, 1, 1, false));
+        in_.setError(function.child->changePreds(parents_));
         if (function.child->parents.N != parents_.N) function.child = nullptr;
     }
 
@@ -242,18 +243,15 @@ private:
             return passNumbers(count);
         }
         const ParserPos_kt place = in_.tokenStart();
-        XArray<float> table = NewXArray<float>(count);
-        if (table == nullptr) {
-            in_.setError(NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * count, node.name()));
-            return passNumbers(count);
-        }
+        XArray<float> table = TryNewTable<float>(in_, count, node);
+        if (table == nullptr) return passNumbers(count);
         in_.exact.over(table.get(), count);
         if (in_.readFloats(table.get(), count, CommasEN::none) != count)
             throw MakeNumberError(in_, false);
         XArray<double> exact = in_.exact.take(count);
         const ParserPos_kt end = in_.getPos();
         in_.setTokenStart(place);
-        in_.setError(node.setProbsTable(table.release(), false, CheckFull, exact.release()));
+        in_.setError(node.setTable(std::move(table), std::move(exact)));
         node.checkRowSums();
         in_.setPos(end);
     }

@@ -1,3 +1,4 @@
+#include "formats/shared/keeping.h"
 #include "formats/uai/uai.h"
 
 #include <algorithm>
@@ -110,7 +111,7 @@ void WriteTable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
         out << '\n';
     };
     if (plan.hasTable(node)) {
-        AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
+        AllRows(plan.tables().of(node), node, {}, [&](HeldTable, const RowNumbers& row) {
             writeRow(row);
             return true;
         });

@@ -7,6 +7,7 @@
 #include "formats/shared/readers.h"
 #include "formats/xdsl/parts.h"
 #include "library/text/tokens.h"
+#include "library/utilities/names.h"
 
 namespace lumo {
 
@@ -123,8 +124,8 @@ void DrawnNet::readRect(Place& at) {
     int* const sides[] = {&at.left, &at.top, &at.right, &at.bottom};
     bool outside = false;
     for (int i = 0; i < 4; ++i) {
-        const float side = std::clamp(corners_[i], -farthest, farthest);
-        outside = outside || side != corners_[i];
+        const float side = std::clamp(corners_.begin()[i], -farthest, farthest);
+        outside = outside || side != corners_.begin()[i];
         *sides[i] = static_cast<int>(side);
     }
     if (outside && !std::exchange(clampTold_, true)) {
@@ -180,7 +181,7 @@ void DrawnNet::makeSets(Vnet_kt& drawing) {
         const std::string name =
             names.unique(submodel.title.empty() ? submodel.id : submodel.title, 'G');
         names.add(name);
-        sets.push_back(net_.newNodeset(name.c_str(), nullptr, nullptr));
+        sets.push_back(net_.newNodeset(name.c_str()));
         NodesetStyle style;
         style.red = submodel.color.red;
         style.green = submodel.color.green;
@@ -192,7 +193,7 @@ void DrawnNet::makeSets(Vnet_kt& drawing) {
     std::vector<BndList_bn> members(sets.size());
     for (const Place& at : places_) members[static_cast<std::size_t>(at.submodel)].append(at.node);
     for (std::size_t i = 1; i < sets.size(); ++i)
-        if (sets[i] != nullptr) sets[i]->addNodes(members[i], true);
+        if (sets[i] != nullptr) sets[i]->addNodes(members[i]);
 }
 
 /// Nodes stand in the centers of their rectangles. When these say nothing, all are laid out.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -67,7 +68,7 @@ struct NodeValues {
     std::vector<std::pair<std::string, std::string>> fields;
     std::string lower, upper;    ///< bounds of a formula, as written
     std::vector<double> uppers;  ///< of the intervals
-    vect_kt<float> numbers;
+    FloatList numbers;
     XArray<double> exact;                 ///< where floats do not hold the numbers
     ParserPos_kt numbersPlace = nullptr;  ///< null: there are none
     bool damaged = false;                 ///< of the numbers
@@ -81,9 +82,15 @@ struct NodeValues {
 /// A bound of an interval, `none` where the text is empty or, with a warning, no number.
 double ReadBound(Parser_CString_kt& in, std::string_view text, double none);
 
-/// The full table of the noisy-max node with its parents. Null, with a report, when the parameters
-/// cannot be those of the node.
-XArray<double> ExpandStrengths(Parser_CString_kt& in, const NodeValues& values);
+/// A noisy-max as the model has it.
+struct NoisyMax {
+    std::vector<double> parameters;
+    std::vector<int> order;  ///< of the states
+};
+
+/// That of the node with its parents. None, with a report, when the strengths cannot be those of
+/// the node.
+std::optional<NoisyMax> ReadNoisyMax(Parser_CString_kt& in, const NodeValues& values);
 
 /// Collects how the network is drawn, and applies it when all nodes are there.
 class DrawnNet {
@@ -129,8 +136,8 @@ private:
     bool oneDrawing_ = false;             ///< places in submodels are those of the whole drawing
     bool clampTold_ = false;
     std::string title_, comment_;
-    strin_kt room_;           // of a text that had to be decoded
-    vect_kt<float> corners_;  // of the rectangle read last
+    strin_kt room_;      // of a text that had to be decoded
+    FloatList corners_;  // of the rectangle read last
 };
 
 }  // namespace lumo

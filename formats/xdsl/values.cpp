@@ -5,6 +5,7 @@
 #include "formats/shared/readers.h"
 #include "formats/xdsl/parts.h"
 #include "library/text/tokens.h"
+#include "library/utilities/numbers.h"
 
 namespace lumo {
 
@@ -29,7 +30,7 @@ void NotKept::report(Parser_CString_kt& in) const {
         "submodels in submodels",
         "cases",
         "observation costs",
-        "noisy-max parameters, which are written out as tables",
+        "noisy-max parameters that are no distributions, which are written out as tables",
         "ids that are no names, which the nodes have as titles",
         "equations",
         "sums and formulas of utilities",
@@ -99,59 +100,54 @@ double ReadBound(Parser_CString_kt& in, std::string_view text, double none) {
 
 namespace {
 
-/// The ranks of a parent's states, 0 for the strongest, from the numbers of its states in order of
-/// strength. False when these are not all states.
-bool ReadRanks(const Words& strengths, std::size_t first, std::vector<int>& ranks) {
-    std::ranges::fill(ranks, -1);
-    for (std::size_t rank = 0; rank < ranks.size(); ++rank) {
+/// A parent's states in order of strength, from the words there. False when these are not all.
+bool ReadStrengths(const Words& strengths, std::size_t first, std::vector<int>& states) {
+    std::vector<bool> seen(states.size(), false);
+    for (std::size_t rank = 0; rank < states.size(); ++rank) {
         const std::string& word = strengths[first + rank];
-        int state = 0;
+        int& state = states[rank];
         const char* end = nullptr;
         const char* const last = word.data() + word.size();
         if (ParseInteger(word.data(), last, state, end) != NumberEN::ok || end != last ||
-            state < 0 || state >= static_cast<int>(ranks.size()) ||
-            ranks[static_cast<std::size_t>(state)] >= 0)
+            state < 0 || state >= static_cast<int>(states.size()))
             return false;
-        ranks[static_cast<std::size_t>(state)] = static_cast<int>(rank);
+        if (seen[static_cast<std::size_t>(state)]) return false;
+        seen[static_cast<std::size_t>(state)] = true;
     }
     return true;
 }
 
-/// Expands a noisy-max whose child's last state and whose parents' weakest states are neutral. The
-/// model's noisy-max has the neutral states first: it is the same, with the states of the child
-/// and the ranks of each parent's counted from the other end.
-class StrengthExpansion {
+/// Reads a noisy-max whose child's last state and whose parents' weakest states are neutral. The
+/// model's has the neutral states first: it is the same, with the states of the child and those of
+/// each parent counted from the other end.
+class StrengthReader {
 public:
-    StrengthExpansion(Parser_CString_kt& in, const NodeValues& values)
+    StrengthReader(Parser_CString_kt& in, const NodeValues& values)
         : in_(in), values_(values), node_(*values.node), states_(node_.numStates()) {}
 
-    XArray<double> expand() {
-        if (!readRanks()) {
+    std::optional<NoisyMax> read() {
+        if (!readOrder()) {
             in_.report(msg::xdsl.wrongStrengths, node_.name());
-            return {};
+            return std::nullopt;
         }
         readParameters();
-        const int entries = NumProduct(node_.family);
-        XArray<double> turned = NewTable<double>(entries, node_);
-        XArray<double> table = NewTable<double>(entries, node_);
-        std::vector<int> parentStates;
-        for (const Bnode_bn* parent : node_.parents) parentStates.push_back(parent->numStates());
-        ExpandNoisyMax(params_.data(), states_, parentStates.data(), node_.parents.N, turned.get());
-        turnBack(turned.get(), table.get());
-        return table;
+        return std::move(made_);
     }
 
 private:
-    bool readRanks() {
+    /// The last states are the weakest where the file says nothing else.
+    bool readOrder() {
         std::size_t at = 0;
-        for (const Bnode_bn* parent : node_.parents) {
-            const auto count = static_cast<std::size_t>(parent->numStates());
-            std::vector<int>& ranks = ranks_.emplace_back(count);
-            for (std::size_t i = 0; i < count; ++i) ranks[i] = static_cast<int>(i);
-            if (values_.strengths.empty()) continue;
-            if (at + count > values_.strengths.size()) return false;
-            if (!ReadRanks(values_.strengths, at, ranks)) return false;
-            at += count;
+        for (const Bnode_bn* member : node_.family) {
+            const auto count = static_cast<std::size_t>(member->numStates());
+            std::vector<int> strongestFirst(count);
+            for (std::size_t i = 0; i < count; ++i) strongestFirst[i] = static_cast<int>(i);
+            if (member != &node_ && !values_.strengths.empty()) {
+                if (at + count > values_.strengths.size()) return false;
+                if (!ReadStrengths(values_.strengths, at, strongestFirst)) return false;
+                at += count;
+            }
+            made_.order.insert(made_.order.end(), strongestFirst.rbegin(), strongestFirst.rend());
         }
         return at == values_.strengths.size();
     }
@@ -163,20 +159,19 @@ private:
         if (values_.exact != nullptr)
             std::copy_n(values_.exact.get(), numbers.size(), numbers.data());
         else
-            ShortestDoubles(values_.numbers.array, values_.numbers.N, numbers.data());
+            ShortestDoubles(values_.numbers.begin(), values_.numbers.N, numbers.data());
         const double* block = numbers.data();
-        for (const std::vector<int>& ranks : ranks_) {
-            const std::size_t count = ranks.size();
-            for (std::size_t rank = count; rank-- > 0;) {
-                const double* const column = block + rank * static_cast<std::size_t>(states_);
+        for (const Bnode_bn* parent : node_.parents) {
+            const auto count = static_cast<std::ptrdiff_t>(parent->numStates());
+            for (std::ptrdiff_t rank = count; rank-- > 0;) {
+                const double* const column = block + rank * states_;
                 if (rank + 1 < count) {
                     appendReversed(column);
-                } else if (!isNeutral(column) && !neutralTold_) {
+                } else if (!isNeutral(column) && !std::exchange(neutralTold_, true)) {
                     in_.report(msg::xdsl.neutralCause, node_.name());
-                    neutralTold_ = true;
                 }
             }
-            block += count * static_cast<std::size_t>(states_);
+            block += count * states_;
         }
         appendReversed(block);
     }
@@ -187,43 +182,22 @@ private:
     }
 
     void appendReversed(const double* column) {
-        for (int k = states_ - 1; k >= 0; --k) params_.push_back(column[k]);
-    }
-
-    /// Puts rows and numbers into the order of the file.
-    void turnBack(const double* turned, double* table) const {
-        const auto parents = ranks_.size();
-        std::vector<int> state(parents, 0);
-        const int rows = NumProduct(node_.parents);
-        for (int row = 0; row < rows; ++row, table += states_) {
-            std::ptrdiff_t from = 0;
-            for (std::size_t i = 0; i < parents; ++i) {
-                const int count = static_cast<int>(ranks_[i].size());
-                const int rank = ranks_[i][static_cast<std::size_t>(state[i])];
-                from = from * count + (count - 1 - rank);
-            }
-            std::reverse_copy(turned + from * states_, turned + (from + 1) * states_, table);
-            for (std::size_t i = parents; i-- > 0;) {
-                if (++state[i] < static_cast<int>(ranks_[i].size())) break;
-                state[i] = 0;
-            }
-        }
+        for (int k = states_ - 1; k >= 0; --k) made_.parameters.push_back(column[k]);
     }
 
     Parser_CString_kt& in_;
     const NodeValues& values_;
     const Bnode_bn& node_;
     int states_;
-    std::vector<std::vector<int>> ranks_;  // by parent, by state
-    std::vector<double> params_;
+    NoisyMax made_;
     bool neutralTold_ = false;
 };
 
 }  // namespace
 
-XArray<double> ExpandStrengths(Parser_CString_kt& in, const NodeValues& values) {
-    if (values.node->numStates() == 0) return {};
-    return StrengthExpansion(in, values).expand();
+std::optional<NoisyMax> ReadNoisyMax(Parser_CString_kt& in, const NodeValues& values) {
+    if (values.node->numStates() == 0) return std::nullopt;
+    return StrengthReader(in, values).read();
 }
 
 }  // namespace lumo

@@ -8,10 +8,11 @@
 #include <unordered_set>
 
 #include "formats/shared/describe.h"
+#include "formats/shared/keeping.h"
 #include "formats/shared/labels.h"
-#include "formats/shared/placing.h"
 #include "formats/shared/rows.h"
 #include "formats/shared/xmlout.h"
+#include "formats/xdsl/distribution.h"
 #include "library/utilities/text.h"
 
 namespace lumo {
@@ -53,10 +54,26 @@ bool KeepsField(const UserField& field) {
 // ---- Nodes ---------------------------------------------------------------------------------
 
 /// What a node is written as.
-enum class ElementEN : unsigned char { none, cpt, deterministic, decision, utility, mau, equation };
+enum class ElementEN : unsigned char {
+    none,
+    cpt,
+    deterministic,
+    noisyMax,
+    decision,
+    utility,
+    mau,
+    equation
+};
 
-constexpr const char* elementNames[] = {"",        "cpt", "deterministic", "decision",
-                                        "utility", "mau", "equation"};
+constexpr const char* elementNames[] = {"",         "cpt",     "deterministic", "noisymax",
+                                        "decision", "utility", "mau",           "equation"};
+
+/// Whether the node is a noisy-max whose last state is the weakest, as the format has it.
+bool IsNoisyMax(const Bnode_bn& node) {
+    const int* const order = node.relation.order;
+    if (node.relation.kind != RelnKindEN::noisyMax || order == nullptr) return false;
+    return std::is_sorted(order, order + node.numStates(), std::greater<>());
+}
 
 /// A sum or formula of utilities, as the file had it.
 const UserField* FormulaOf(const Bnode_bn& node) {
@@ -66,22 +83,35 @@ const UserField* FormulaOf(const Bnode_bn& node) {
     return nullptr;
 }
 
+/// The formula of a continuous node, as the file had it.
+const UserField* DefinitionOf(const Bnode_bn& node) {
+    const UserField* const field = FieldOf(node, "definition");
+    const bool isFormula = field != nullptr && KeepsField(*field) && !FieldText(*field).empty();
+    return isFormula ? field : nullptr;
+}
+
 ElementEN ElementOf(const Bnode_bn& node) {
     if (node.kind == UtilityNode) {
         const UserField* const formula = FormulaOf(node);
         return formula != nullptr && KeepsField(*formula) ? ElementEN::mau : ElementEN::utility;
     }
     const bool isNature = node.kind == NatureNode;
-    const UserField* const formula = FieldOf(node, "definition");
-    if (isNature && !node.variable.discrete && node.relation.kind == RelnKindEN::none &&
-        formula != nullptr && KeepsField(*formula) && !FieldText(*formula).empty())
+    const bool isContinuous = isNature && !node.variable.discrete;
+    if (isContinuous && node.relation.kind == RelnKindEN::none && DefinitionOf(node) != nullptr)
         return ElementEN::equation;
-    if (node.numStates() == 0) return ElementEN::none;
+    // Without a formula it keeps its links, and those of its children.
+    if (node.numStates() == 0) return isContinuous ? ElementEN::equation : ElementEN::none;
     if (!isNature) return ElementEN::decision;
+    if (IsNoisyMax(node)) return ElementEN::noisyMax;
     // Few other programs know the element: a table of zeros and ones stays a table.
     const bool isFunction =
         node.relation.kind == RelnKindEN::deterministic && node.relation.saidDeterministic;
     return isFunction ? ElementEN::deterministic : ElementEN::cpt;
+}
+
+/// A nature node's element other than that of a table.
+bool IsOtherTable(ElementEN element) {
+    return element == ElementEN::deterministic || element == ElementEN::noisyMax;
 }
 
 bool HasBounds(const Varbl_bn& variable) {
@@ -117,8 +147,32 @@ bool HasPlaceOfItsOwn(const Bnode_bn& node, ElementEN element, const UserField& 
     if (IsAttribute(field)) return true;
     if (element == ElementEN::mau) return &field == FormulaOf(node);
     if (element != ElementEN::equation) return false;
-    return field.name == "definition" || &field == BoundOf(node, "lower") ||
+    return &field == DefinitionOf(node) || &field == BoundOf(node, "lower") ||
            &field == BoundOf(node, "upper");
+}
+
+/// The nodes, parents before children, else in the net's order.
+std::vector<const Bnode_bn*> ParentsFirst(const Bnet_bn& net) {
+    std::unordered_map<const Bnode_bn*, int> places;
+    std::vector<int> waits(static_cast<std::size_t>(net.nodes.N));
+    std::vector<std::vector<int>> children(waits.size());
+    std::priority_queue<int, std::vector<int>, std::greater<>> ready;
+    for (int i = 0; i < net.nodes.N; ++i) places.emplace(net.nodes[i], i);
+    for (int i = 0; i < net.nodes.N; ++i) {
+        for (const Bnode_bn* parent : net.nodes[i]->parents)
+            children[static_cast<std::size_t>(places.at(parent))].push_back(i);
+        waits[static_cast<std::size_t>(i)] = net.nodes[i]->parents.N;
+        if (net.nodes[i]->parents.N == 0) ready.push(i);
+    }
+    std::vector<const Bnode_bn*> nodes;
+    while (!ready.empty()) {
+        const int next = ready.top();
+        ready.pop();
+        nodes.push_back(net.nodes[next]);
+        for (const int child : children[static_cast<std::size_t>(next)])
+            if (--waits[static_cast<std::size_t>(child)] == 0) ready.push(child);
+    }
+    return nodes;
 }
 
 /// A net as the file will show it.
@@ -128,8 +182,9 @@ public:
         : placing_(*net.vnets[0], 1.0, false), tables_(net), colors_(NodesetColors(net)) {
         elements_.reserve(static_cast<std::size_t>(net.nodes.N));
         for (const Bnode_bn* node : net.nodes) elements_.emplace(node, ElementOf(*node));
+        findDistributions(net);
         for (auto& [node, element] : elements_)
-            if (element == ElementEN::deterministic && !hasTable(*node)) element = ElementEN::cpt;
+            if (IsOtherTable(element) && !hasTable(*node)) element = ElementEN::cpt;
         for (const auto& set : net.nodesets()) legalSets_.push_back(IsLegalName_kt(set->name()));
     }
 
@@ -139,6 +194,13 @@ public:
     bool keepsSet(int place) const { return legalSets_[static_cast<std::size_t>(place)]; }
     ElementEN element(const Bnode_bn& node) const { return elements_.at(&node); }
     bool isWritten(const Bnode_bn& node) const { return element(node) != ElementEN::none; }
+    /// The formula of an equation; empty when none is known.
+    std::string_view formula(const Bnode_bn& node) const {
+        const auto made = formulas_.find(&node);
+        if (made != formulas_.end()) return made->second;
+        const UserField* const given = DefinitionOf(node);
+        return given != nullptr ? FieldText(*given) : std::string_view();
+    }
 
     /// Whether the ids are the states' titles, as the file had them.
     bool hasTitlesAsIds(const Bnode_bn& node) const {
@@ -181,7 +243,7 @@ public:
         if (!tables_.has(node) || !hasAllParents(node) || rows(node) == 0) return false;
         const bool isReal = node.relation.kind == RelnKindEN::real;
         if (element == ElementEN::utility) return isReal && node.numStates() <= 1;
-        return !isReal && (element == ElementEN::cpt || element == ElementEN::deterministic);
+        return !isReal && (element == ElementEN::cpt || IsOtherTable(element));
     }
     /// Whether the node gets a uniform table, which the format demands.
     bool isUniform(const Bnode_bn& node) const {
@@ -191,37 +253,29 @@ public:
     }
 
 private:
+    /// Tells the distributions of continuous nodes as formulas, where they can be.
+    void findDistributions(const Bnet_bn& net) {
+        for (const Bnode_bn* node : ParentsFirst(net)) {
+            const UserField* const data = FieldOf(*node, "data");
+            if (data == nullptr || element(*node) != ElementEN::equation ||
+                node->numStates() != 0 || FieldOf(*node, "definition") != nullptr ||
+                !KeepsField(*data) || !hasAllParents(*node))
+                continue;
+            std::string formula = FormulaOf(*node, FieldText(*data),
+                                            [this](const Bnode_bn& of) { return states(of); });
+            if (formula.empty()) continue;
+            formulas_.emplace(node, std::move(formula));
+        }
+    }
+
     Placing placing_;
     Tables tables_;
     std::vector<RGB> colors_;
+    std::unordered_map<const Bnode_bn*, std::string> formulas_;
     std::vector<bool> legalSets_;
     std::unordered_map<const Bnode_bn*, ElementEN> elements_;
     mutable Texts states_;
 };
-
-/// The nodes, parents before children, else in the net's order.
-std::vector<const Bnode_bn*> ParentsFirst(const Bnet_bn& net) {
-    std::unordered_map<const Bnode_bn*, int> places;
-    std::vector<int> waits(static_cast<std::size_t>(net.nodes.N));
-    std::vector<std::vector<int>> children(waits.size());
-    std::priority_queue<int, std::vector<int>, std::greater<>> ready;
-    for (int i = 0; i < net.nodes.N; ++i) places.emplace(net.nodes[i], i);
-    for (int i = 0; i < net.nodes.N; ++i) {
-        for (const Bnode_bn* parent : net.nodes[i]->parents)
-            children[static_cast<std::size_t>(places.at(parent))].push_back(i);
-        waits[static_cast<std::size_t>(i)] = net.nodes[i]->parents.N;
-        if (net.nodes[i]->parents.N == 0) ready.push(i);
-    }
-    std::vector<const Bnode_bn*> nodes;
-    while (!ready.empty()) {
-        const int next = ready.top();
-        ready.pop();
-        nodes.push_back(net.nodes[next]);
-        for (const int child : children[static_cast<std::size_t>(next)])
-            if (--waits[static_cast<std::size_t>(child)] == 0) ready.push(child);
-    }
-    return nodes;
-}
 
 // ---- What is kept --------------------------------------------------------------------------
 
@@ -278,6 +332,10 @@ constexpr Kept<Plan, Bnode_bn> keptOfNodes[] = {
          return plan.element(node) == ElementEN::deterministic;
      }},
     {FeatureEN::zeroOneTable},
+    {FeatureEN::parameters,
+     [](const Plan& plan, const Bnode_bn& node) {
+         return plan.element(node) == ElementEN::noisyMax;
+     }},
 };
 
 constexpr Kept<Plan, int> keptOfGroups[] = {
@@ -318,6 +376,9 @@ public:
                 break;
             case ElementEN::mau:
                 writeField(node, FormulaOf(node)->name);
+                break;
+            case ElementEN::noisyMax:
+                writeNoisyMax(node);
                 break;
             case ElementEN::deterministic:
                 if (plan_.hasTable(node)) writeResults(node);
@@ -374,7 +435,7 @@ private:
         writeBound("lower", 0, "-inf");
         writeBound("upper", variable.numStates, "inf");
         out_ << '>';
-        WriteXmlContent(out_, FieldText(*FieldOf(node, "definition")));
+        WriteXmlContent(out_, plan_.formula(node));
         out_ << "</definition>\n";
         if (variable.numStates == 0) return;
         out_ << "\t\t\t<discretization>\n";
@@ -401,6 +462,37 @@ private:
         out_ << "</resultingstates>\n";
     }
 
+    /// States from the strongest, and of each a column of numbers from the strongest, with those of
+    /// the neutral ones, which the model does without.
+    void writeNoisyMax(const Bnode_bn& node) {
+        const int states = node.numStates();
+        const int* end = node.relation.order + states;
+        const char* separator = "\t\t\t<strengths>";
+        for (const Bnode_bn* parent : node.parents) {
+            const int* const first = end;
+            end += parent->numStates();
+            for (const int* at = end; at != first; separator = " ") out_ << separator << *--at;
+        }
+        if (node.parents.N > 0) out_ << "</strengths>\n";
+        out_ << "\t\t\t<parameters>";
+        const double* block = node.relation.params;
+        separator = "";
+        const auto writeColumn = [&](const double* column) {
+            for (int k = states; k-- > 0; separator = " ") {
+                out_ << separator;
+                column != nullptr ? out_ << column[k] : out_ << (k == 0 ? 1 : 0);
+            }
+        };
+        for (const Bnode_bn* parent : node.parents) {
+            const int columns = parent->numStates() - 1;
+            for (int i = columns; i-- > 0;) writeColumn(block + std::ptrdiff_t{i} * states);
+            writeColumn(nullptr);
+            block += std::ptrdiff_t{columns} * states;
+        }
+        writeColumn(block);
+        out_ << "</parameters>\n";
+    }
+
     void writeTable(const Bnode_bn& node) {
         if (plan_.hasTable(node)) {
             node.kind == UtilityNode ? writeUtilities(node) : writeProbabilities(node);
@@ -419,7 +511,7 @@ private:
 
     void writeProbabilities(const Bnode_bn& node) {
         const char* separator = "\t\t\t<probabilities>";
-        AllRows(plan_.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
+        AllRows(plan_.tables().of(node), node, {}, [&](HeldTable, const RowNumbers& row) {
             out_ << separator;
             row.write(out_, " ");
             separator = " ";

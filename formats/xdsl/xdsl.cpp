@@ -17,9 +17,11 @@
 #include "formats/shared/labels.h"
 #include "formats/shared/readers.h"
 #include "formats/shared/statewords.h"
+#include "formats/xdsl/distribution.h"
 #include "formats/xdsl/parts.h"
 #include "formats/xdsl/xdsl.h"
 #include "library/text/tokens.h"
+#include "library/utilities/names.h"
 
 namespace lumo {
 
@@ -198,11 +200,11 @@ public:
             notKept_.add(LossEN::otherIds, values.id);
         }
         for (const auto& [name, text] : values.fields)
-            values.node->setUserField(name.c_str(), text.data(), static_cast<int>(text.size()));
+            if (!isDistribution(values, name)) keepField(values, name, text);
         if (kind.loss != LossEN::count) notKept_.add(kind.loss, values.node->name());
-        if (kind.kind != NatureNode) ThrowIfError(values.node->setKind(kind.kind, CheckFull));
+        if (kind.kind != NatureNode) ThrowIfError(values.node->setKind(kind.kind));
         if (kind.kind == UtilityNode || values.element == "equation") {
-            ThrowIfError(values.node->setDiscrete(ContinuousVar, false, CheckFull));
+            ThrowIfError(values.node->setDiscrete(ContinuousVar));
             setIntervals(values);
         } else {
             setStates(values);
@@ -248,8 +250,9 @@ private:
     void linkFound(NodeValues& values, bool complete) {
         in_.structName = values.node->name();
         in_.setTokenStart(values.place);
-        rept_kt* const report = values.node->changePreds(parents_, nullptr, true, 1, 1, false);
+        rept_kt* const report = values.node->changePreds(parents_);
         in_.setError(report);
+        keepFormula(values);
         if (!complete || IsError(report)) return;
         if (values.numbersPlace != nullptr) in_.setTokenStart(values.numbersPlace);
         try {
@@ -265,6 +268,33 @@ private:
         node.variable.titlesAreIds = node.variable.stateTitles != nullptr &&
                                      std::ranges::all_of(values.states, IsStateId) &&
                                      AreDistinct(values.states);
+    }
+
+    static void keepField(NodeValues& values, const std::string& name, const std::string& text) {
+        values.node->setUserField(name.c_str(), text.data(), static_cast<int>(text.size()));
+    }
+
+    /// Whether the field may be what a formula was made of: that waits for the parents.
+    static bool isDistribution(const NodeValues& values, std::string_view name) {
+        return name == "definition" && values.element == "equation" &&
+               std::ranges::any_of(values.fields, [](const auto& f) { return f.first == "data"; });
+    }
+
+    /// Keeps a formula that waited, unless the node's distributions say the same.
+    static void keepFormula(NodeValues& values) {
+        const auto idsOf = [](const Bnode_bn& node) {
+            Texts ids;
+            StateLabels(node.variable, ids);
+            char* const* const names = node.variable.stateNames;
+            for (std::size_t i = 0; names != nullptr && i < ids.size(); ++i) ids[i] = names[i];
+            return ids;
+        };
+        for (const auto& [name, text] : values.fields) {
+            if (!isDistribution(values, name)) continue;
+            const auto data = std::ranges::find(values.fields, "data",
+                                                &std::pair<std::string, std::string>::first);
+            if (FormulaOf(*values.node, data->second, idsOf) != text) keepField(values, name, text);
+        }
     }
 
     /// The bounds of a formula that no interval has are user fields.
@@ -289,13 +319,13 @@ private:
                    finite && ReadBound(in_, values.upper, bounds.back()) == bounds.back());
         double* const levels = finite ? new double[bounds.size()] : nullptr;
         if (finite) std::ranges::copy(bounds, levels);
-        ThrowIfError(values.node->setStates(count, nullptr, levels, nullptr, nullptr, CheckFull));
+        ThrowIfError(values.node->setStates(count, nullptr, levels));
         UniqueNames_kt taken;
         for (int i = 0; i < count; ++i) {
             const std::string& label = values.states[static_cast<std::size_t>(i)];
             if (!IsLegalName_kt(label) || taken.contains(label)) continue;
             taken.add(label);
-            values.node->setStateName(i, DupStr_kt(label.c_str()), 0, CheckFull);
+            values.node->setStateName(i, DupStr_kt(label.c_str()));
         }
     }
 
@@ -318,10 +348,12 @@ private:
         Bnode_bn& node = *values.node;
         const int wanted = NumProduct(node.kind == UtilityNode ? node.parents : node.family);
         if (!checkCount(values, wanted, values.numbers.N)) return;
-        XArray<float> table = NewTable<float>(wanted, node);
-        std::ranges::copy(values.numbers, table.get());
-        double* const exact = std::move(values.exact).release();
-        ThrowIfError(node.setProbsTable(table.release(), false, CheckFull, exact));
+        XArray<float> table = values.numbers.takeLong();
+        if (table == nullptr) {
+            table = NewTable<float>(wanted, node);
+            std::copy_n(values.numbers.begin(), wanted, table.get());
+        }
+        ThrowIfError(node.setTable(std::move(table), std::move(values.exact)));
         node.checkRowSums();
     }
 
@@ -340,26 +372,35 @@ private:
             row[state] = 1;
             row += node.numStates();
         }
-        ThrowIfError(node.setProbsTable(table.release(), false, CheckFull));
-        node.relation.makeDeterminFromProbs(false);
+        ThrowIfError(node.setProbsTable(table.release()));
+        node.relation.makeDeterminFromProbs();
         node.relation.saidDeterministic = true;
     }
 
     void installNoisyMax(NodeValues& values) {
-        const Bnode_bn& node = *values.node;
+        Bnode_bn& node = *values.node;
         long long columns = 1;
         for (const Bnode_bn* parent : node.parents) columns += parent->numStates();
         if (!checkCount(values, columns * node.numStates(), values.numbers.N)) return;
         charge(NumProduct(node.family));
-        XArray<double> exact = ExpandStrengths(in_, values);
-        if (exact == nullptr) return;
+        const std::optional<NoisyMax> read = ReadNoisyMax(in_, values);
+        if (!read) return;
+        const double* const parameters = read->parameters.data();
+        if (IsError(node.makeIntoNoisyMax(parameters, read->order.data(), false)))
+            installExpanded(node, *read);
+    }
+
+    /// The table of parameters that are no distributions as they stand.
+    void installExpanded(Bnode_bn& node, const NoisyMax& read) {
+        notKept_.add(LossEN::noisyMax, node.name());
         const int entries = NumProduct(node.family);
+        XArray<double> exact = NewTable<double>(entries, node);
         XArray<float> table = NewTable<float>(entries, node);
+        ExpandNoisyMax(node, read.parameters.data(), read.order.data(), exact.get());
         std::copy_n(exact.get(), entries, table.get());
         if (AreHeldByFloats(exact.get(), table.get(), entries)) exact.reset();
-        ThrowIfError(
-            values.node->setProbsTable(table.release(), false, CheckFull, exact.release()));
-        values.node->checkRowSums();
+        ThrowIfError(node.setTable(std::move(table), std::move(exact)));
+        node.checkRowSums();
     }
 
     void leaveWithout(NodeValues&) {}
@@ -389,7 +430,7 @@ constexpr NodeMaker::Kind NodeMaker::kinds_[11] = {
     {"cpt", &NodeMaker::installTable, NatureNode},
     {"deterministic", &NodeMaker::installResults, NatureNode},
     {"truthtable", &NodeMaker::installResults, NatureNode},
-    {"noisymax", &NodeMaker::installNoisyMax, NatureNode, LossEN::noisyMax},
+    {"noisymax", &NodeMaker::installNoisyMax, NatureNode},
     {"decision", &NodeMaker::leaveWithout, DecisionNode},
     {"utility", &NodeMaker::installTable, UtilityNode},
     {"mau", &NodeMaker::checkWeights, UtilityNode, LossEN::sums},

@@ -103,7 +103,7 @@ void Applied::apply() {
     if (child_ == nullptr) throw in_.report(msg::xmlbif.noFor, definition.kind);
     gatherParents();
     warnWhenDefinedAgain();
-    ThrowIfError(child_->changePreds(document_.parents, nullptr, true, 1, 1, false));
+    ThrowIfError(child_->changePreds(document_.parents));
     if (read_.numbers.N == 0) return;
     const int wanted = NumProduct(child_->family);
     if (read_.numbers.N == wanted) return installTable();
@@ -139,32 +139,31 @@ bool Applied::isStateSlowest() const {
     const bool slowest = read_.stateSlowest;
     if (!document_.elements.lenient || document_.orderIsKnown) return slowest;
     return slowest !=
-           document_.order.isTurned(in_, *child_, read_.numbers.array, read_.numbers.N, slowest);
+           document_.order.isTurned(in_, *child_, read_.numbers.begin(), read_.numbers.N, slowest);
 }
 
 /// Hands the numbers over in the model's order: the child's state fastest, the first parent
 /// slowest.
 void Applied::installTable() {
-    const vect_kt<float>& numbers = read_.numbers;
-    XArray<float> table = NewXArray<float>(numbers.N);
+    FloatList& numbers = read_.numbers;
+    const int states = child_->numStates(), count = numbers.N;
+    const bool isTurned = states > 1 && isStateSlowest();
+    XArray<float> table = isTurned ? nullptr : numbers.takeLong();
     if (table == nullptr) {
-        in_.setError(
-            NewMemoryReport(msg::model.outOfMemoryForTable, 4.0 * numbers.N, child_->name()));
-        return;
+        table = TryNewTable<float>(in_, count, *child_);
+        if (table == nullptr) return;
+        if (isTurned)
+            TurnTable(numbers.begin(), states, count, table.get());
+        else
+            std::copy_n(numbers.begin(), count, table.get());
     }
-    const int states = child_->numStates();
     XArray<double> exact = std::move(read_.exact);
-    if (states > 1 && isStateSlowest()) {
-        TurnTable(numbers.array, states, numbers.N, table.get());
-        if (exact != nullptr) {
-            XArray<double> turned = NewXArray<double>(numbers.N);
-            if (turned != nullptr) TurnTable(exact.get(), states, numbers.N, turned.get());
-            exact = std::move(turned);
-        }
-    } else {
-        std::copy(numbers.begin(), numbers.end(), table.get());
+    if (isTurned && exact != nullptr) {
+        XArray<double> turned = NewXArray<double>(count);
+        if (turned != nullptr) TurnTable(exact.get(), states, count, turned.get());
+        exact = std::move(turned);
     }
-    ThrowIfError(child_->setProbsTable(table.release(), false, CheckFull, exact.release()));
+    ThrowIfError(child_->setTable(std::move(table), std::move(exact)));
     child_->checkRowSums();
 }
 

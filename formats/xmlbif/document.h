@@ -48,7 +48,7 @@ public:
     /// The text of the element, and through its end tag. It lives until the next one is read.
     std::string_view readText();
     /// Likewise its numbers. False (lenient) after an error.
-    bool readNumbers(vect_kt<float>& numbers);
+    bool readNumbers(FloatList& numbers);
     /// Passes over what is left of the numbers, when strict reading of them was broken off.
     void leaveNumbers();
     /// Passes over the element with the structure's warning.
@@ -126,7 +126,7 @@ struct Reference {
 struct Definition {
     Reference child;
     std::vector<Reference> parents;
-    vect_kt<float> numbers;
+    FloatList numbers;
     XArray<double> exact;          // where floats do not hold the numbers
     bool stateSlowest = false;     ///< the table's order
     ParserPos_kt place = nullptr;  ///< of the table, else of the element

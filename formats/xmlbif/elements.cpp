@@ -29,7 +29,7 @@ std::string_view Elements::readText() {
     return lenient ? walk.takeText(room_) : ReadText(in, tag_.name, room_);
 }
 
-bool Elements::readNumbers(vect_kt<float>& numbers) {
+bool Elements::readNumbers(FloatList& numbers) {
     if (lenient) return walk.readNumbers(numbers);
     ReadNumbers(in, numbers);
     ReadClosingTag(in, tag_.name);

@@ -210,7 +210,7 @@ void VariableReader::setKind(const std::string& type) {
             elements_.noteOnce(type, msg::xmlbif.otherCase, type.c_str(), known->type.data());
     }
     if (known != std::end(kinds)) {
-        ThrowIfError(node_.setKind(known->kind, CheckFull));
+        ThrowIfError(node_.setKind(known->kind));
     } else {
         elements_.in.reportUnknown(type, msg::xmlbif.unknownType, variable.kind,
                                    static_cast<int>(type.size()), type.c_str());
@@ -332,11 +332,11 @@ void VariableReader::setStates() {
     }
     if (intervals) {
         numeric.warnOfGaps(elements_.in);
-        ThrowIfError(node_.setDiscrete(ContinuousVar, false, CheckFull));
+        ThrowIfError(node_.setDiscrete(ContinuousVar));
     }
     double* levels = count == 0 ? nullptr : new double[static_cast<std::size_t>(numeric.values.N)];
     std::copy(numeric.values.begin(), numeric.values.end(), levels);
-    ThrowIfError(node_.setStates(count, nullptr, levels, nullptr, nullptr, CheckFull));
+    ThrowIfError(node_.setStates(count, nullptr, levels));
 }
 
 void VariableReader::warnOfEmptyOutcome() const {

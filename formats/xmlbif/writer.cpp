@@ -8,8 +8,8 @@
 #include <unordered_set>
 
 #include "formats/shared/describe.h"
+#include "formats/shared/keeping.h"
 #include "formats/shared/labels.h"
-#include "formats/shared/placing.h"
 #include "formats/shared/rows.h"
 #include "formats/shared/xmlout.h"
 #include "library/utilities/text.h"
@@ -252,7 +252,7 @@ void WriteVariable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
 
 void WriteUtilities(TextOut& out, const Bnode_bn& node) {
     const int rowLength = std::max(node.numStates(), 1);
-    const Table table = RealTable(node.relation);
+    const HeldTable table = RealTable(node.relation);
     std::ptrdiff_t at = 0;
     for (int rows = NumProduct(node.parents); rows > 0; --rows) {
         for (int i = 0; i < rowLength; ++i) out << (i == 0 ? '\n' : ' ') << table[at++];
@@ -264,7 +264,7 @@ void WriteTable(TextOut& out, const Bnode_bn& node, const Plan& plan) {
     if (node.relation.kind == RelnKindEN::real) {
         WriteUtilities(out, node);
     } else {
-        AllRows(plan.tables().of(node), node, {}, [&](Table, const RowNumbers& row) {
+        AllRows(plan.tables().of(node), node, {}, [&](HeldTable, const RowNumbers& row) {
             out << '\n';
             row.write(out, " ");
             return true;

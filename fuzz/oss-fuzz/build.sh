@@ -3,7 +3,7 @@
 # the programs, their dictionaries and their first inputs go into $OUT.
 source=$(cd "$(dirname "$0")/../.." && pwd)
 cmake -S "$source" -B "$WORK/lumo" -DCMAKE_BUILD_TYPE=None -DLUMO_BUILD_FUZZERS=ON -DLUMO_BUILD_APP=OFF \
-    -DLUMO_BUILD_TESTS=OFF -DLUMO_IMAGES=OFF -DLUMO_FUZZING_ENGINE="$LIB_FUZZING_ENGINE"
+    -DLUMO_BUILD_TESTS=OFF -DLUMO_IMAGES=OFF -DLUMO_UNITE=ON -DLUMO_FUZZING_ENGINE="$LIB_FUZZING_ENGINE"
 cmake --build "$WORK/lumo" -j "$(nproc)"
 
 for program in "$WORK"/lumo/fuzz/*_fuzz; do
