@@ -40,11 +40,11 @@ constexpr Aspect aspects[] = {
     {AspectEN::title, "title", "title", Of({title})},
     {AspectEN::comment, "comment", "comment", Of({comment})},
     {AspectEN::states, "states", "states",
-     Of({stateNames, unnamedStates, stateTitles, untitledStates, stateValues, levels,
-         utilityForm})},
+     Of({stateNames, unnamedStates, stateTitles, untitledStates, textlessStates, stateValues,
+         levels, utilityForm})},
     {AspectEN::stateOrder, "stateOrder", "order of states", 0},
     {AspectEN::stateTitles, "stateTitles", "title of state",
-     Of({stateTitles, untitledStates, utilityForm})},
+     Of({stateTitles, untitledStates, textlessStates, utilityForm})},
     {AspectEN::stateComments, "stateComments", "comment of state",
      Of({stateComments, utilityForm})},
     {AspectEN::stateValues, "stateValues", "values of states",
@@ -199,7 +199,7 @@ class Numbers {
 public:
     explicit Numbers(std::optional<double> tolerance) : tolerance_(tolerance) {}
 
-    bool areSame(Table a, std::ptrdiff_t i, Table b, std::ptrdiff_t j) const {
+    bool areSame(HeldTable a, std::ptrdiff_t i, HeldTable b, std::ptrdiff_t j) const {
         if (tolerance_) return std::fabs(a[i] - b[j]) <= *tolerance_;
         if (a.exact != nullptr && b.exact != nullptr) return AreClose(a.exact[i], b.exact[j]);
         if (a.exact == nullptr && b.exact == nullptr) return AreClose(a.floats[i], b.floats[j]);
@@ -207,14 +207,14 @@ public:
     }
 
     /// Compares two tables of so many rows, the columns in the order given.
-    NumbersDifference compare(Table before, Table after, int rows, RowMap map,
+    NumbersDifference compare(HeldTable before, HeldTable after, int rows, RowMap map,
                               std::vector<int> columns) const {
         NumbersDifference found;
         const auto states = static_cast<std::ptrdiff_t>(columns.size());
         found.all = 1LL * rows * states;
         found.columns = std::move(columns);
         for (int row = 0; row < rows; ++row, map.next()) {
-            const Table a = before.from(row * states), b = after.from(map.row() * states);
+            const HeldTable a = before.from(row * states), b = after.from(map.row() * states);
             RowDifference difference{row, map.row(), 0};
             bool differs = false;
             for (std::ptrdiff_t state = 0; state < states; ++state) {
@@ -312,6 +312,12 @@ private:
 
     static Text ownTitle(const Bnode_bn& node) {
         return HasOwnTitle(node) ? TextOf(node.title) : Text();
+    }
+
+    /// Likewise: formats that want one are given the name.
+    static Text ownTitle(const Bnet_bn& net) {
+        Text title = TextOf(net.title);
+        return title == TextOf(net.name) ? Text() : title;
     }
 
     // ---- States
@@ -486,25 +492,36 @@ private:
         };
         add(AspectEN::table, tableOf(tablesBefore_, before), tableOf(tablesAfter_, after), count,
             rows, std::move(columns), list);
-        const Table a = Experience(before.relation), b = Experience(after.relation);
+        const HeldTable a = Experience(before.relation), b = Experience(after.relation);
         if (static_cast<bool>(a) != static_cast<bool>(b)) {
-            const auto words = [](Table table) { return table ? Text("one a row") : Text(); };
+            const auto words = [](HeldTable table) { return table ? Text("one a row") : Text(); };
             Note(list, AspectEN::experience, words(a), words(b));
         } else {
             add(AspectEN::experience, a, b, count, rows, {0}, list);
         }
     }
 
+    /// Whether noisy-max parameters count the states in the same order.
+    static bool haveOneOrder(const Bnode_bn& before, const Bnode_bn& after) {
+        const int *a = before.relation.order, *b = after.relation.order;
+        if (a == nullptr || b == nullptr) return a == b;
+        return std::equal(a, a + NumFamilyStates(before), b, b + NumFamilyStates(after));
+    }
+
     void compareParameters(const Bnode_bn& before, const Bnode_bn& after,
                            std::vector<Difference>& list) {
         const int states = before.numStates();
         if (states == 0) return;
+        if (before.relation.params != nullptr && after.relation.params != nullptr &&
+            !haveOneOrder(before, after))
+            return Note(list, AspectEN::parameters, Text("in one order of states"),
+                        Text("in another"));
         add(AspectEN::parameters, {nullptr, before.relation.params},
             {nullptr, after.relation.params}, NumCIParams(before) / states, {},
             statesOf(before).after, list);
     }
 
-    void add(AspectEN aspect, Table before, Table after, int rows, const RowMap& map,
+    void add(AspectEN aspect, HeldTable before, HeldTable after, int rows, const RowMap& map,
              std::vector<int> columns, std::vector<Difference>& list) {
         if (!before || !after) return;
         NumbersDifference found = numbers_.compare(before, after, rows, map, std::move(columns));
@@ -536,7 +553,8 @@ private:
 
     void compareDisplay() {
         auto& list = found_.net;
-        Note(list, AspectEN::netTitle, TextOf(before_.title), TextOf(after_.title));
+        if (TextOf(before_.title) != TextOf(after_.title))
+            Note(list, AspectEN::netTitle, ownTitle(before_), ownTitle(after_));
         Note(list, AspectEN::netComment, TextOf(before_.comment), TextOf(after_.comment));
         const auto note = [&](AspectEN aspect, auto textOf) {
             Note(list, aspect, textOf(before_), textOf(after_));
@@ -627,7 +645,7 @@ std::string RowLabel(const Bnode_bn& node, int row) {
 
 std::vector<double> RowOf(const Bnode_bn& node, AspectEN aspect, int row) {
     const Reln_bn& relation = node.relation;
-    Table table{relation.probs, relation.exact};
+    HeldTable table{relation.probs, relation.exact};
     std::ptrdiff_t columns = std::max(node.numStates(), 1);
     if (relation.kind == RelnKindEN::real) table = RealTable(relation);
     if (aspect == AspectEN::parameters) table = {nullptr, relation.params};

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <set>
+#include <utility>
 
 #include "export/obstacles.h"
 
@@ -25,21 +26,6 @@ constexpr long long workOnSmall = 60'000'000;
 constexpr long long workOnLarge = 10'000'000;
 constexpr long long workPerLink = 10;
 
-double Length(Point a, Point b) {
-    const double x = b.x - a.x;
-    const double y = b.y - a.y;
-    return std::sqrt(x * x + y * y);
-}
-
-Point Along(Point from, Point direction, double way) {
-    return {from.x + direction.x * way, from.y + direction.y * way};
-}
-
-Point Direction(Point from, Point to) {
-    const double length = std::max(Length(from, to), 1e-9);
-    return {(to.x - from.x) / length, (to.y - from.y) / length};
-}
-
 int Side(Point from, Point to, Point at) {
     const double area = (to.x - from.x) * (at.y - from.y) - (to.y - from.y) * (at.x - from.x);
     return (area > 0) - (area < 0);
@@ -53,8 +39,9 @@ bool Cross(Point a, Point b, Point c, Point d) {
 class Detours {
 public:
     explicit Detours(const Picture& picture) : obstacles_(picture.nodes), work_(workOnSmall) {
+        simpleWork_ = workOnLarge + workPerLink * static_cast<long long>(picture.links.size());
         if (picture.links.size() > mostLinksCompared) {
-            work_ = workOnLarge + workPerLink * static_cast<long long>(picture.links.size());
+            work_ = std::exchange(simpleWork_, 0);
             return;
         }
         for (const PictureLink& link : picture.links)
@@ -81,6 +68,14 @@ public:
     }
 
     bool hasWorkLeft() const { return work_ > obstacles_.looked(); }
+
+    /// Goes on with less work a link, without looking at what links cross; false when that was
+    /// done.
+    bool simplify() {
+        work_ = obstacles_.looked() + simpleWork_;
+        drawn_.clear();
+        return std::exchange(simpleWork_, 0) > 0;
+    }
 
 private:
     bool isEnd(std::size_t node) const { return node == parent_ || node == child_; }
@@ -132,7 +127,7 @@ private:
             std::size_t next = places.size();
             double least = 1e299;
             for (std::size_t i = 0; i < places.size(); ++i) {
-                const double guess = places[i].way + Length(places[i].at, to);
+                const double guess = places[i].way + Distance(places[i].at, to);
                 if (places[i].done || guess >= least) continue;
                 least = guess;
                 next = i;
@@ -141,7 +136,7 @@ private:
             places[next].done = true;
             work_ -= static_cast<long long>(places.size());
             for (Place& place : places) {
-                double way = places[next].way + Length(places[next].at, place.at) + bendCost;
+                double way = places[next].way + Distance(places[next].at, place.at) + bendCost;
                 if (place.done || way >= place.way || !isFree(places[next].at, place.at)) continue;
                 way += crossingCost * crossings(places[next].at, place.at);
                 if (way >= place.way) continue;
@@ -170,28 +165,10 @@ private:
     /// A course through the points of the line, as round as the nodes let it be.
     std::vector<Point> smooth(const std::vector<Point>& line) {
         for (const double reach : {60.0, 37.0, 23.0, 14.0, 9.0, 6.0, 3.5}) {
-            std::vector<Point> course = rounded(line, reach);
+            std::vector<Point> course = Rounded(line, reach);
             if (isFree(course)) return course;
         }
-        return rounded(line, 0);
-    }
-
-    static std::vector<Point> rounded(const std::vector<Point>& line, double reach) {
-        std::vector<Point> course = {line.front()};
-        const auto tangent = [&](std::size_t i) {
-            return Direction(line[i == 0 ? 0 : i - 1], line[std::min(i + 1, line.size() - 1)]);
-        };
-        for (std::size_t i = 1; i < line.size(); ++i) {
-            const double third = Length(line[i - 1], line[i]) / 3;
-            const double way = reach > 0 ? std::min(third, reach) : third;
-            const Point straight = Direction(line[i - 1], line[i]);
-            const Point leaving = reach > 0 ? tangent(i - 1) : straight;
-            const Point arriving = reach > 0 ? tangent(i) : straight;
-            course.push_back(Along(line[i - 1], leaving, way));
-            course.push_back(Along(line[i], arriving, -way));
-            course.push_back(line[i]);
-        }
-        return course;
+        return Rounded(line, 0);
     }
 
     bool isFree(const std::vector<Point>& course) const {
@@ -224,14 +201,19 @@ private:
     std::vector<std::vector<Point>> drawn_;  ///< the links, of which few are to be crossed
     std::size_t link_ = 0, parent_ = 0, child_ = 0;
     long long work_;
+    long long simpleWork_ = 0;  ///< when that is used up
 };
 
 }  // namespace
 
 void BendRoundNodes(Picture& picture) {
     Detours detours(picture);
-    for (std::size_t i = 0; i < picture.links.size() && detours.hasWorkLeft(); ++i)
-        detours.bend(picture.links[i], i);
+    for (std::size_t i = 0; i < picture.links.size(); ++i) {
+        if (detours.hasWorkLeft()) detours.bend(picture.links[i], i);
+        if (detours.hasWorkLeft()) continue;
+        if (!detours.simplify()) return;
+        if (picture.links[i].isStraight()) detours.bend(picture.links[i], i);  // was left as it was
+    }
 }
 
 }  // namespace lumo

@@ -13,9 +13,6 @@
 #include "library/utilities/Utils.h"
 #include "library/utilities/text.h"
 
-/// The page around its title and body, made from diff/ when the project is built.
-extern const lumo::ReportPage TheDiffPage;
-
 namespace lumo {
 namespace {
 

@@ -94,7 +94,10 @@ void WriteGroup(const nodeset_bn& set, RGB color, std::ostream& out) {
 
 void WriteDot(const ImportResult& result, std::ostream& out) {
     const Bnet_bn& net = *result.net;
-    const Picture picture = MakePicture(net, result.layout);
+    PictureWish wish;
+    wish.layout = result.layout;
+    wish.keepsDrawing = true;
+    const Picture picture = MakePicture(net, wish);
     const PictureFont& font = picture.font;
     const std::string face =
         font.face + (font.bold ? " Bold" : "") + (font.italic ? " Italic" : "");

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <iosfwd>
+#include <string>
 
+#include "export/picture.h"
 #include "formats/shared/result.h"
 
 namespace lumo {
@@ -12,10 +14,15 @@ namespace lumo {
 const char* ImagesUnavailable();
 
 /// The picture of the net, which must be there, as a bitmap: two dots a pixel of the SVG where that
-/// is of a sensible size. Throws std::runtime_error when it cannot be drawn.
+/// is of a sensible size, 300 an inch on paper. Throws std::runtime_error when it cannot be drawn.
 void WritePng(const ImportResult& result, std::ostream& out);
+void DrawPng(const Bnet_bn& net, const Picture& picture, std::ostream& out);
 
 /// The same as a page of its size. The same net gives the same bytes.
 void WritePdf(const ImportResult& result, std::ostream& out);
+void DrawPdf(const Bnet_bn& net, const Picture& picture, std::ostream& out);
+
+/// What is to be said of characters of the picture that no installed font has; empty when nothing.
+std::string CharactersWithoutFont(const Picture& picture);
 
 }  // namespace lumo

@@ -52,6 +52,7 @@ void WriteRelation(JsonOut& json, const Bnode_bn& node) {
     json.key("parameters").numbers(relation.params, NumCIParams(node));
     json.key("declared").boolean(relation.saidDeterministic);
     json.key("fromCounts").boolean(relation.experFromCounts);
+    if (relation.order != nullptr) json.key("order").numbers(relation.order, NumFamilyStates(node));
     json.close('}');
 }
 
@@ -71,6 +72,7 @@ void WriteNode(JsonOut& json, const Bnode_bn& node) {
     WriteUserFields(json, node.userFields());
     WriteRelation(json, node);
     json.key("identity").textOrNull(node.identity());
+    if (node.variable.titlesAreIds) json.key("titlesAreIds").boolean(true);
     json.close('}');
 }
 
@@ -161,15 +163,19 @@ void WriteReportFields(JsonOut& json, const ReportRecord& report) {
     json.key("fieldName").textOrNull(report.fieldName);
 }
 
-void WriteJson(const ImportResult& result, std::ostream& out) {
-    JsonOut json(&out);
-    json.open('{');
+void WriteNetDocument(JsonOut& json, const ImportResult& result) {
     json.key("schema").text("lumo-import/1");
     WriteResultHead(json, result);
     json.line();
     json.key("net");
     result.net == nullptr ? json.null() : WriteNet(json, *result.net);
     json.line();
+}
+
+void WriteJson(const ImportResult& result, std::ostream& out) {
+    JsonOut json(&out);
+    json.open('{');
+    WriteNetDocument(json, result);
     json.key("reports").open('[');
     for (const ReportRecord& report : result.reports) {
         json.line();

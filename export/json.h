@@ -13,6 +13,8 @@ namespace lumo {
 void WriteJson(const ImportResult& result, std::ostream& out);
 
 class JsonOut;
+/// The document's keys but for the reports, into an open object.
+void WriteNetDocument(JsonOut& json, const ImportResult& result);
 /// The keys that say which file it was and how its import went, from "file" to "status", into an
 /// open object.
 void WriteResultHead(JsonOut& json, const ImportResult& result);

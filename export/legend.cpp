@@ -9,29 +9,30 @@
 namespace lumo {
 namespace {
 
-constexpr std::size_t mostEntries = 40;
-constexpr double margin = 20;
+constexpr std::size_t mostLegendEntries = 40;
+constexpr double legendMargin = 20;
 constexpr double betweenEntries = 18;
 constexpr double afterSwatch = 6;
 constexpr double widestNameEms = 20;
 
 /// The sets that give nodes their colour.
-std::unordered_set<const nodeset_bn*> ShownSets(const Bnet_bn& net) {
+std::unordered_set<const nodeset_bn*> ShownSets(const Picture& picture) {
     std::unordered_set<const nodeset_bn*> shown;
-    for (const Bnode_bn* node : net.nodes)
-        if (!node->nodesets().empty()) shown.insert(node->nodesets().front());
+    for (const PictureNode& drawn : picture.nodes)
+        if (!drawn.node->nodesets().empty()) shown.insert(drawn.node->nodesets().front());
     return shown;
 }
 
-std::vector<LegendEntry> Entries(const Bnet_bn& net, const PictureFont& font) {
-    const std::unordered_set<const nodeset_bn*> shown = ShownSets(net);
+std::vector<LegendEntry> Entries(const Bnet_bn& net, const Picture& picture) {
+    const PictureFont& font = picture.font;
+    const std::unordered_set<const nodeset_bn*> shown = ShownSets(picture);
     const std::vector<RGB> colors = DrawnNodesetColors(net);
     std::vector<LegendEntry> entries;
     std::size_t leftOut = 0;
     for (std::size_t i = 0; i < colors.size(); ++i) {
         const nodeset_bn& set = *net.nodesets()[i];
         if (!shown.contains(&set)) continue;
-        if (entries.size() == mostEntries) {
+        if (entries.size() == mostLegendEntries) {
             ++leftOut;
             continue;
         }
@@ -47,10 +48,10 @@ std::vector<LegendEntry> Entries(const Bnet_bn& net, const PictureFont& font) {
 
 Legend MakeLegend(const Bnet_bn& net, const Picture& picture) {
     const PictureFont& font = picture.font;
-    Legend legend{Entries(net, font), 0};
+    Legend legend{Entries(net, picture), 0};
     if (legend.entries.empty()) return legend;
-    const double left = picture.left + margin;
-    const double right = picture.left + picture.width - margin;
+    const double left = picture.left + legendMargin;
+    const double right = picture.left + picture.width - legendMargin;
     const double lineHeight = std::max(font.lineHeight(), LegendSwatch.y) + 4;
     double x = left;
     double middle = picture.top + picture.height + lineHeight / 2;
@@ -64,7 +65,7 @@ Legend MakeLegend(const Bnet_bn& net, const Picture& picture) {
         entry.text = {x + LegendSwatch.x + afterSwatch, middle + font.baseline()};
         x += width + betweenEntries;
     }
-    legend.height = middle + lineHeight / 2 + margin / 2 - (picture.top + picture.height);
+    legend.height = middle + lineHeight / 2 + legendMargin / 2 - (picture.top + picture.height);
     return legend;
 }
 

@@ -51,7 +51,7 @@ private:
             if (put < 0) error_ = errno;
             if (put <= 0) continue;
             text += put;
-            count -= put;
+            count -= static_cast<std::streamsize>(put);
         }
     }
 
@@ -64,6 +64,9 @@ std::optional<FileIdentity> IdentityIn(const system::PathStatus& status) {
     if (status.kind != system::PathKindEN::file) return std::nullopt;
     return FileIdentity{status.device, status.number};
 }
+
+/// How the name of an unfinished file begins, of that process.
+std::string UnfinishedPrefix(int process) { return ".lumo-" + std::to_string(process) + "-"; }
 
 /// A new file beside the target that takes its place when complete, or disappears.
 class Replacement {
@@ -128,35 +131,58 @@ private:
     int descriptor_ = -1;
 };
 
-/// The descriptor of this process that the path names, through links; -1 when it names none.
-int DescriptorNamed(fs::path path) {
+/// Where a path leads to.
+struct Place {
+    fs::path path;        ///< no link, as far as that can be told
+    int descriptor = -1;  ///< of this process, that the path names
+    int error = 0;
+};
+
+/// Follows links, the last of which may lead to nothing.
+Place PlaceOf(fs::path path) {
     constexpr int mostLinks = 40;
     std::error_code failure;
     const fs::path own = fs::canonical("/proc/self/fd", failure);
-    for (int links = 0; !failure && links < mostLinks; ++links) {
+    for (int links = 0; links < mostLinks; ++links) {
         const fs::path folder =
             fs::canonical(path.has_parent_path() ? path.parent_path() : ".", failure);
+        if (failure) return {path};
         const std::string name = path.filename().string();
-        if (!failure && folder == own) {
+        if (folder == own) {
             int descriptor = -1;
             std::from_chars(name.data(), name.data() + name.size(), descriptor);
-            return descriptor;
+            if (descriptor >= 0) return {path, descriptor};
         }
-        path = folder / fs::read_symlink(path, failure);
+        path = folder / path.filename();
+        const fs::path next = fs::read_symlink(path, failure);
+        if (failure) return {path};
+        path = folder / next;
     }
-    return -1;
+    return {path, -1, ELOOP};
 }
 
-int WriteDirectly(const std::string& path, const WriteFunction& write) {
-    const int descriptor = system::OpenForWriting(path.c_str());
+int WriteDirectly(const std::string& path, const WriteFunction& write, bool emptied) {
+    const int descriptor = system::OpenForWriting(path.c_str(), emptied);
     if (descriptor < 0) return errno;
     const int error = WriteToDescriptor(descriptor, write);
     return system::Close(descriptor) == 0 || error != 0 ? error : errno;
 }
 
-}  // namespace
+int WriteBeside(const std::string& path, const WriteFunction& write,
+                UnfinishedFunction unfinished) {
+    Replacement file(PathOf(path), unfinished);
+    if (file.error() != 0) return file.error();
+    const int error = WriteToDescriptor(file.descriptor(), write);
+    return error != 0 ? error : file.commit();
+}
 
-std::string UnfinishedPrefix(int process) { return ".lumo-" + std::to_string(process) + "-"; }
+/// Whether the error says that the folder takes no file, or not in the place of another: that may
+/// be a mount.
+bool IsClosedFolder(int error) {
+    return error == EACCES || error == EPERM || error == EROFS || error == EBUSY;
+}
+
+}  // namespace
 
 std::optional<FileIdentity> IdentityOf(const std::string& path) {
     return IdentityIn(system::StatusOf(path.c_str()));
@@ -174,19 +200,29 @@ int WriteToDescriptor(int descriptor, const WriteFunction& write) {
     return buffer.error();
 }
 
-int WriteToFile(const std::string& path, const WriteFunction& write,
-                UnfinishedFunction unfinished) {
-    const fs::path place = PathOf(path);
-    if (const int own = DescriptorNamed(place); own >= 0) return WriteToDescriptor(own, write);
-    const system::PathStatus status = system::StatusOf(path.c_str());
-    if (status.kind == system::PathKindEN::folder) return EISDIR;
-    if (status.kind == system::PathKindEN::other) return WriteDirectly(path, write);
-    std::error_code failure;
-    const fs::path real = fs::weakly_canonical(place, failure);
-    Replacement file(failure ? place : real, unfinished);
-    if (file.error() != 0) return file.error();
-    const int error = WriteToDescriptor(file.descriptor(), write);
-    return error != 0 ? error : file.commit();
+WrittenFile WriteToFile(const std::string& path, const WriteFunction& write,
+                        const FileWriting& how) {
+    const Place place = PlaceOf(PathOf(path));
+    if (place.error != 0) return {place.error};
+    if (place.descriptor >= 0) return {WriteToDescriptor(place.descriptor, write)};
+    const std::string real = Utf8(place.path);
+    const system::PathKindEN kind = system::StatusOf(real.c_str()).kind;
+    if (kind == system::PathKindEN::folder) return {EISDIR};
+    if (kind == system::PathKindEN::other) return {WriteDirectly(real, write, false)};
+    const bool isWritable = kind == system::PathKindEN::file && system::IsWritable(real.c_str());
+    if (kind == system::PathKindEN::file && !isWritable && !how.replacesReadOnly) return {EACCES};
+    const int error = WriteBeside(real, write, how.unfinished);
+    if (!isWritable || !IsClosedFolder(error)) return {error};
+    return {WriteDirectly(real, write, true), true};
+}
+
+void RemoveUnfinished(const std::string& path, int process) {
+    const std::string start = UnfinishedPrefix(process);
+    std::error_code failed;
+    const fs::path folder = PlaceOf(PathOf(path)).path.parent_path();
+    for (fs::directory_iterator at(folder, failed), end; !failed && at != end; at.increment(failed))
+        if (Utf8(at->path().filename()).starts_with(start))
+            system::Remove(Utf8(at->path()).c_str());
 }
 
 }  // namespace lumo

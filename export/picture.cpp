@@ -4,9 +4,11 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <numeric>
 #include <unordered_map>
 
 #include "export/detour.h"
+#include "export/fans.h"
 #include "formats/shared/describe.h"
 #include "formats/shared/placing.h"
 #include "library/utilities/text.h"
@@ -19,6 +21,24 @@ constexpr double lineEms = 13;     ///< a label wider than this is broken
 constexpr double fixedEms = 0.61;  ///< a character of a font whose characters are equally wide
 constexpr std::size_t mostLines = 3;
 constexpr std::size_t maxLabelBytes = 400;  ///< no label that long is drawn whole
+
+constexpr double margin = 20;  ///< around what is drawn
+
+// Paper.
+constexpr double millimetresPerPoint = 25.4 / 72;
+constexpr double pointsPerPixel = 0.75;
+constexpr double usualLetters = 8;  ///< points, where only the width is wished
+
+// When a file's drawing is hard to read: by how much smaller its letters are in a window than those
+// of the automatic layout, and how often more its links cross.
+constexpr double windowWidth = 700, windowHeight = 500;
+constexpr double smallerLetters = 1.3;
+constexpr double littleRoom = 0.4;  ///< times the usual, to which such a drawing is scaled down
+constexpr double longestShape = 4;  ///< times as long one way as the other, of what that saves
+constexpr long long moreCrossings = 3;
+constexpr long long fewCrossings = 10;  ///< are no reason
+constexpr long long mostCrossingsCounted = 1'000'000;
+constexpr double worthFolding = 1.1;  ///< times larger letters, for fans of leaves in two rows
 
 // Shapes.
 constexpr double sidePadding = 8;
@@ -206,29 +226,134 @@ std::unordered_map<const nodeset_bn*, RGB> ColorOfSets(const Bnet_bn& net) {
 
 // ---- Links and the whole -------------------------------------------------------------------
 
-double Distance(Point a, Point b) { return std::hypot(b.x - a.x, b.y - a.y); }
+/// The number, which is positive, with so many decimals, independent of the locale.
+std::string FixedText(double value, int decimals) {
+    const std::string digits = std::to_string(std::llround(value * std::pow(10, decimals)));
+    const auto behind = static_cast<std::size_t>(decimals);
+    const std::string padded =
+        std::string(behind + 1, '0').substr(std::min(digits.size(), behind + 1)) + digits;
+    return padded.substr(0, padded.size() - behind) + "." + padded.substr(padded.size() - behind);
+}
+
+/// The states that are shown of a distribution: the likeliest when there are many, in their order.
+std::vector<int> ShownStates(const std::vector<double>& belief) {
+    std::vector<int> states(belief.size());
+    std::iota(states.begin(), states.end(), 0);
+    const auto of = [&](int state) { return belief[static_cast<std::size_t>(state)]; };
+    std::ranges::stable_sort(states, [&](int a, int b) { return of(a) > of(b); });
+    states.resize(std::min(states.size(), MostBars));
+    std::ranges::sort(states);
+    return states;
+}
+
+/// Makes the node a box as the page draws it.
+void MakeRoomForBars(PictureNode& drawn) {
+    const BarSizes sizes(PictureFont{});
+    const bool isValued =
+        !HasBeliefs(*drawn.node) && drawn.node->numStates() + (drawn.node->kind == UtilityNode) > 0;
+    const auto states = static_cast<std::size_t>(drawn.node->numStates());
+    drawn.shape = ShapeEN::rectangle;
+    drawn.halfWidth = sizes.halfWidth();
+    drawn.halfHeight = sizes.height(isValued ? 1 : std::min(states, MostBars)) / 2;
+}
+
+/// Makes the node a box with its title and the bars of its distribution.
+void AddBars(PictureNode& drawn, const std::vector<double>& belief, const PictureFont& font) {
+    const BarSizes sizes(font);
+    const double width = 2 * (sizes.halfWidth() - sizes.inset());
+    drawn.lines = {CutText(OneLine(TitleOrName(*drawn.node)), width, font)};
+    drawn.shape = ShapeEN::rectangle;
+    drawn.doubled = false;
+    PictureFont letters = font;
+    letters.size = sizes.letters();
+    for (const int state : ShownStates(belief)) {
+        const double part = belief[static_cast<std::size_t>(state)];
+        const double room = width - TextWidth(PercentText(part), letters) - sizes.letters();
+        const std::string label = OneLine(StateLabel(drawn.node->variable, state));
+        drawn.bars.push_back({CutText(label, room, letters), part, false});
+    }
+    drawn.halfWidth = sizes.halfWidth();
+    drawn.halfHeight = sizes.height(drawn.bars.size()) / 2;
+}
+
+void MakeNodes(const Bnet_bn& net, const PictureWish& wish, Picture& picture) {
+    const auto colors = ColorOfSets(net);
+    const auto fillOf = [&](const Bnode_bn& node) {
+        const RGB fill =
+            node.nodesets().empty() ? KindFill(node.kind) : colors.at(node.nodesets().front());
+        return wish.isGrey ? GreyOf(fill) : fill;
+    };
+    const auto add = [&](const Bnode_bn* node) {
+        PictureNode& drawn = picture.nodes.emplace_back();
+        drawn.node = node;
+        drawn.shape = ShapeOf(node->kind);
+        drawn.doubled = node->relation.kind == RelnKindEN::deterministic;
+        drawn.fill = fillOf(*node);
+        drawn.ink = InkOn(drawn.fill);
+        if (wish.roomForBars) return MakeRoomForBars(drawn);
+        const bool hasBars = wish.beliefs != nullptr && wish.beliefs->of.contains(node);
+        if (hasBars) return AddBars(drawn, wish.beliefs->of.at(node), picture.font);
+        drawn.lines = NodeLines(*node, net.vnets[0]->labelStyle, picture.font);
+        Size(drawn, picture.font);
+    };
+    if (wish.only.empty())
+        std::ranges::for_each(net.nodes, add);
+    else
+        std::ranges::for_each(wish.only, add);
+    if (wish.beliefs == nullptr) return;
+    for (const Observation& seen : wish.beliefs->evidence)
+        for (PictureNode& drawn : picture.nodes)
+            if (drawn.node == seen.node)
+                for (PictureBar& bar : drawn.bars) bar.isGiven = bar.part == 1;
+}
 
 /// All links between the nodes, without courses yet.
 void ReadLinks(Picture& picture) {
+    std::unordered_map<const Bnode_bn*, int> places;
+    for (const PictureNode& drawn : picture.nodes)
+        places.emplace(drawn.node, static_cast<int>(places.size()));
     for (const PictureNode& to : picture.nodes) {
-        for (const Bnode_bn* parent : to.node->parents)
-            picture.links.push_back({parent->place(), to.node->place(), {}});
+        for (const Bnode_bn* parent : to.node->parents) {
+            const auto from = places.find(parent);
+            if (from != places.end())
+                picture.links.push_back({from->second, places.at(to.node), {}});
+        }
     }
 }
 
-/// Places nodes and links by the automatic layout.
-void DrawAnew(Picture& picture) {
+/// How wide the paper is in units of the picture, at the size of letters that is wished; 0 where
+/// nothing is wished.
+double UnitsOn(const PictureWish& wish, const PictureFont& font) {
+    const double letters = wish.letters > 0 ? wish.letters : usualLetters;
+    return wish.width / millimetresPerPoint / letters * font.size;
+}
+
+/// Gives the picture its size on paper. Letters have the wished size where it is not too wide.
+void PutOnPaper(const PictureWish& wish, Picture& picture) {
+    if (wish.width <= 0 && wish.letters <= 0) return;
+    const double wished = UnitsOn(wish, picture.font);
+    if (wish.width <= 0) {
+        picture.paperWidth = picture.width * wish.letters / picture.font.size * millimetresPerPoint;
+        return;
+    }
+    if (picture.width < wished) {
+        picture.left -= (wished - picture.width) / 2;
+        picture.width = wished;
+    }
+    picture.paperWidth = wish.width;
+    if (wish.letters > 0 && picture.letters() < 0.99 * wish.letters)
+        picture.notes.push_back("letters have " + FixedText(picture.letters(), 1) + " pt, not " +
+                                Decimal(wish.letters) + ": the picture is too wide");
+}
+
+layout::Diagram DiagramOf(const Picture& picture, double mostWidth) {
     layout::Diagram diagram;
+    diagram.mostWidth = std::max(0.0, mostWidth - 2 * margin);
     for (const PictureNode& node : picture.nodes)
         diagram.sizes.push_back({2 * node.halfWidth, 2 * node.halfHeight});
     for (const PictureLink& link : picture.links)
         diagram.links.push_back({link.parent, link.child});
-    layout::Drawing drawing = layout::Draw(diagram);
-    for (std::size_t i = 0; i < picture.nodes.size(); ++i)
-        picture.nodes[i].centre = drawing.centres[i];
-    for (std::size_t i = 0; i < picture.links.size(); ++i)
-        picture.links[i].course = std::move(drawing.courses[i]);
-    picture.laidOut = true;
+    return diagram;
 }
 
 /// Ends the courses, which run from centre to centre, at the borders.
@@ -242,7 +367,6 @@ void ClipLinks(Picture& picture) {
 /// Sets what is shown: nodes and links with a margin, and the net's drawing extent when that is
 /// about as large.
 void Frame(Picture& picture, double extentWidth, double extentHeight) {
-    constexpr double margin = 20;
     if (picture.nodes.empty()) {
         picture.width = 200;
         picture.height = 100;
@@ -281,7 +405,81 @@ void Frame(Picture& picture, double extentWidth, double extentHeight) {
     picture.height = bottom - top;
 }
 
+/// The picture at the positions of the file, where they make one.
+std::optional<Picture> DrawnAsInFile(const Bnet_bn& net, const PictureWish& wish, bool isForced,
+                                     double room, Picture picture) {
+    const double scale = PlaceAsInNet(isForced, room, picture);
+    if (scale == 0) return std::nullopt;
+    for (PictureLink& link : picture.links)
+        link.course = {picture.parentOf(link).centre, picture.childOf(link).centre};
+    BendRoundNodes(picture);
+    ClipLinks(picture);
+    const coord_kt extent = wish.only.empty() ? net.vnets[0]->extent() : coord_kt();
+    Frame(picture, scale * extent.x, scale * extent.y);
+    PutOnPaper(wish, picture);
+    return picture;
+}
+
+/// The picture with nodes and links where the automatic layout has them.
+Picture Finished(layout::Drawing drawing, const PictureWish& wish, Picture picture) {
+    for (std::size_t i = 0; i < picture.nodes.size(); ++i)
+        picture.nodes[i].centre = drawing.centres[i];
+    for (std::size_t i = 0; i < picture.links.size(); ++i)
+        picture.links[i].course = std::move(drawing.courses[i]);
+    picture.laidOut = true;
+    ClipLinks(picture);
+    Frame(picture, 0, 0);
+    PutOnPaper(wish, picture);
+    return picture;
+}
+
+/// How large the letters are where the whole is fitted into a window; 1 at most.
+double ZoomInWindow(const Picture& picture) {
+    return std::min({1.0, windowWidth / picture.width, windowHeight / picture.height});
+}
+
+/// By the automatic layout, with fans of leaves in rows where that makes letters larger in a window
+/// and on paper, and no more links cross.
+Picture DrawnAnew(const PictureWish& wish, const Picture& start) {
+    const layout::Diagram diagram = DiagramOf(start, UnitsOn(wish, start.font));
+    Picture plain = Finished(layout::Draw(diagram), wish, start);
+    const bool isWide = windowWidth / plain.width * worthFolding < windowHeight / plain.height;
+    if (!isWide || ZoomInWindow(plain) == 1 || plain.nodes.size() > MostNodesLaidOutTwice)
+        return plain;
+    std::optional<layout::Drawing> inRows = DrawFansInRows(diagram);
+    if (!inRows) return plain;
+    Picture folded = Finished(std::move(*inRows), wish, start);
+    const bool isLarger = ZoomInWindow(folded) > worthFolding * ZoomInWindow(plain) &&
+                          folded.letters() >= plain.letters();
+    if (!isLarger) return plain;
+    const long long crossings = CountCrossings(plain, mostCrossingsCounted);
+    return CountCrossings(folded, crossings) > crossings ? plain : folded;
+}
+
+/// Whether it is worth to compare a drawing with the automatic one.
+bool MayBeHardToRead(const Picture& own) {
+    return ZoomInWindow(own) * smallerLetters < 1 ||
+           CountCrossings(own, fewCrossings) > fewCrossings;
+}
+
+/// Whether it leaves most of a window empty, however large its letters are.
+bool IsStrip(const Picture& picture) {
+    return std::max(picture.width, picture.height) >
+           longestShape * std::min(picture.width, picture.height);
+}
+
+/// Why the file's drawing gives way to the automatic one; empty when it does not.
+std::string WhyHardToRead(const Picture& own, const Picture& automatic) {
+    if (ZoomInWindow(own) * smallerLetters < ZoomInWindow(automatic))
+        return "letters would be much smaller";
+    const long long few = moreCrossings * CountCrossings(automatic, mostCrossingsCounted);
+    const long long most = std::max(few, fewCrossings);
+    return CountCrossings(own, most + 1) > most ? "links would cross much more" : "";
+}
+
 }  // namespace
+
+double Distance(Point a, Point b) { return std::hypot(b.x - a.x, b.y - a.y); }
 
 std::string PictureFont::families() const {
     const std::string own = face.empty() ? std::string() : "'" + face + "', ";
@@ -376,39 +574,65 @@ std::string Decimal(double value) {
     return {text, end};
 }
 
+double Picture::letters() const {
+    const double pointsPerUnit =
+        paperWidth > 0 ? paperWidth / width / millimetresPerPoint : pointsPerPixel;
+    return font.size * pointsPerUnit;
+}
+
+RGB GreyOf(RGB color) {
+    const double light = 0.2126 * color.red + 0.7152 * color.green + 0.0722 * color.blue;
+    const auto grey = static_cast<unsigned char>(std::lround(light));
+    return {grey, grey, grey};
+}
+
+std::string PercentText(double part) {
+    if (part == 0 || part > 1 - 1e-9) return Decimal(std::round(100 * part)) + "%";
+    if (part < 0.00001) return "<0.001%";
+    return FixedText(100 * part, part < 0.001 ? 3 : 1) + "%";
+}
+
 Picture MakePicture(const Bnet_bn& net, LayoutEN layout) {
-    const Vnet_kt& drawing = *net.vnets[0];
-    Picture picture;
-    picture.font = FontOf(drawing);
-    const auto colors = ColorOfSets(net);
-    picture.nodes.reserve(static_cast<std::size_t>(net.nodes.N));
-    for (const Bnode_bn* node : net.nodes) {
-        PictureNode& drawn = picture.nodes.emplace_back();
-        drawn.node = node;
-        drawn.lines = NodeLines(*node, drawing.labelStyle, picture.font);
-        drawn.shape = ShapeOf(node->kind);
-        drawn.doubled = node->relation.kind == RelnKindEN::deterministic;
-        drawn.fill =
-            node->nodesets().empty() ? KindFill(node->kind) : colors.at(node->nodesets().front());
-        drawn.ink = InkOn(drawn.fill);
-        Size(drawn, picture.font);
+    PictureWish wish;
+    wish.layout = layout;
+    return MakePicture(net, wish);
+}
+
+Picture MakePicture(const Bnet_bn& net, const PictureWish& wish) {
+    return MakePictures(net, wish, false).shown;
+}
+
+Pictures MakePictures(const Bnet_bn& net, const PictureWish& wish, bool wantsOther) {
+    Picture start;
+    start.font = FontOf(*net.vnets[0]);
+    start.isGrey = wish.isGrey;
+    MakeNodes(net, wish, start);
+    ReadLinks(start);
+    const bool isPart = !wish.only.empty(), isForced = wish.layout == LayoutEN::file;
+    const bool mayBeTwo = start.nodes.size() > 1 && net.nodes.N <= MostNodesLaidOutTwice;
+    const bool isAsked = isPart || wish.layout == LayoutEN::automatic;
+    std::optional<Picture> own;
+    if (start.nodes.size() < 2 || isForced || (HasPlaces(net) && (!isAsked || wantsOther)))
+        own = DrawnAsInFile(net, wish, isForced || start.nodes.size() < 2, 1, start);
+    const bool compares = own && wish.layout == LayoutEN::best && !wish.keepsDrawing && mayBeTwo &&
+                          MayBeHardToRead(*own);
+    std::optional<Picture> automatic;
+    if (!own || isAsked || (mayBeTwo && (compares || wantsOther)))
+        automatic = DrawnAnew(wish, start);
+    if (!own) return {std::move(*automatic), {}};
+    if (!automatic) return {std::move(*own), {}};
+    std::string why = compares ? WhyHardToRead(*own, *automatic) : std::string();
+    if (!why.empty()) {
+        std::optional<Picture> closer = DrawnAsInFile(net, wish, false, littleRoom, start);
+        if (closer && !IsStrip(*closer) && WhyHardToRead(*closer, *automatic).empty()) {
+            own = std::move(closer);
+            why.clear();
+        }
     }
-    ReadLinks(picture);
-    const bool anew =
-        picture.nodes.size() > 1 && (layout == LayoutEN::automatic || !HasPlaces(net));
-    const double scale = anew ? 0 : PlaceAsInNet(net, layout == LayoutEN::file, picture);
-    if (scale == 0) {
-        DrawAnew(picture);
-    } else {
-        for (PictureLink& link : picture.links)
-            link.course = {picture.parentOf(link).centre, picture.childOf(link).centre};
-        BendRoundNodes(picture);
-    }
-    ClipLinks(picture);
-    const Point extent =
-        scale == 0 ? Point{} : Point{scale * drawing.extent().x, scale * drawing.extent().y};
-    Frame(picture, extent.x, extent.y);
-    return picture;
+    if (!why.empty()) automatic->insteadOf = why;
+    if (!isAsked && why.empty()) std::swap(own, automatic);
+    if (!wantsOther) own.reset();
+    return {std::move(*automatic), std::move(own)};
 }
 
 }  // namespace lumo

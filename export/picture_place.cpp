@@ -178,11 +178,12 @@ double PutScaled(std::vector<PictureNode>& nodes, const std::vector<Point>& plac
     return scale;
 }
 
-std::vector<Point> NetPlaces(const Bnet_bn& net) {
+std::vector<Point> NetPlaces(const std::vector<PictureNode>& nodes) {
     std::vector<Point> places;
-    places.reserve(static_cast<std::size_t>(net.nodes.N));
-    for (const Bnode_bn* node : net.nodes) {
-        const coord_kt at = node->vns.hasSome() ? node->vns[0]->position() : coord_kt();
+    places.reserve(nodes.size());
+    for (const PictureNode& drawn : nodes) {
+        const VisualNodes_bn& visual = drawn.node->vns;
+        const coord_kt at = visual.hasSome() ? visual[0]->position() : coord_kt();
         places.push_back({static_cast<double>(at.x), static_cast<double>(at.y)});
     }
     return places;
@@ -190,14 +191,14 @@ std::vector<Point> NetPlaces(const Bnet_bn& net) {
 
 }  // namespace
 
-double PlaceAsInNet(const Bnet_bn& net, bool force, Picture& picture) {
+double PlaceAsInNet(bool force, double room, Picture& picture) {
     std::vector<PictureNode>& nodes = picture.nodes;
     if (nodes.empty()) return 1;
-    const std::vector<Point> places = NetPlaces(net);
+    const std::vector<Point> places = NetPlaces(nodes);
     const double root = RootOfCovered(nodes);
     const Point span = Span(places);
     const double roomy =
-        std::min(1.0, (roomyRoots * root + roomyMore) / std::max({span.x, span.y, 1.0}));
+        std::min(1.0, room * (roomyRoots * root + roomyMore) / std::max({span.x, span.y, 1.0}));
     double scale = PutScaled(nodes, places, roomy);
     if (IsVast({span.x * scale, span.y * scale}, root)) scale = 0;
     if (scale == 0) {

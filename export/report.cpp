@@ -2,6 +2,8 @@
 
 #include <ostream>
 
+#include "export/json.h"
+#include "formats/reportpage.h"
 #include "formats/shared/describe.h"
 #include "library/utilities/Utils.h"
 #include "library/utilities/text.h"
@@ -30,6 +32,16 @@ void WriteReport(const ImportResult& result, std::ostream& out) {
     JsonOut json(&out, true);
     WriteReportData(result, json);
     json.flush();
+    out << BeforeNetOfPage;
+    JsonOut net(&out, true);
+    if (CarriesNet(result)) {
+        net.open('{');
+        WriteNetDocument(net, result);
+        net.close('}');
+    } else {
+        net.null();
+    }
+    net.flush();
     out << TheReportPage.afterData;
 }
 

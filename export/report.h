@@ -17,21 +17,23 @@ inline constexpr long long MostReportNumbers = 4'000'000;
 /// does not grow with the tables.
 void WriteReport(const ImportResult& result, std::ostream& out);
 
-/// Nodes of a net whose report has both the file's and the automatic layout at most.
-inline constexpr std::size_t MostNodesLaidOutTwice = 3000;
-
 /// The file's name without the folders that it lay in.
 std::string FileTitle(const ImportResult& result);
 
-/// Writes what the page shows as one JSON object (see report/ for what reads it).
+/// Whether the page has room for all numbers of the net; it carries the net's JSON document then.
+bool CarriesNet(const ImportResult& result);
+
+/// Writes what the page shows as one JSON object (see report/ for what reads it), without the
+/// numbers of a net that the page carries.
 void WriteReportData(const ImportResult& result, JsonOut& json);
 
-/// The page around the title and the data, made from report/ when the project is built.
+/// A page around the title and the data, made from report/ when the project is built.
 struct ReportPage {
     const char* beforeTitle;
     const char* beforeData;
     const char* afterData;
 };
 extern const ReportPage TheReportPage;
+extern const ReportPage TheDiffPage;  ///< likewise of two nets that differ, from diff/
 
 }  // namespace lumo

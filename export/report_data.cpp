@@ -6,6 +6,7 @@
 #include "export/report.h"
 #include "formats/catalogue.h"
 #include "formats/shared/describe.h"
+#include "formats/shared/rows.h"
 #include "library/utilities/text.h"
 
 namespace lumo {
@@ -13,6 +14,8 @@ namespace {
 
 using GroupPlaces = std::unordered_map<const nodeset_bn*, int>;
 using NodePlaces = std::unordered_map<const Bnode_bn*, int>;
+
+constexpr int mostWithBars = 1000;  ///< nodes of a net that is laid out with room for bars
 
 /// A number that is rounded to a tenth: enough for a picture.
 void Place(JsonOut& json, double value) {
@@ -24,10 +27,29 @@ void WriteBox(JsonOut& json, const PictureNode& node) {
         Place(json, value);
 }
 
+long long NumEntries(const Bnode_bn& node) {
+    return static_cast<long long>(NumProduct(node.parents)) * std::max(node.numStates(), 1);
+}
+
+/// How many numbers a node's relation has.
+struct Numbers {
+    long long table = 0, experience = 0, parameters = 0;
+};
+
+Numbers NumbersOf(const Bnode_bn& node) {
+    const Reln_bn& relation = node.relation;
+    Numbers numbers;
+    if (relation.probs != nullptr || relation.reals != nullptr) numbers.table = NumEntries(node);
+    if (relation.exper != nullptr) numbers.experience = NumProduct(node.parents);
+    if (relation.params != nullptr) numbers.parameters = NumCIParams(node);
+    return numbers;
+}
+
 /// Writes the parts of nodes and counts the numbers that the page has room for.
 class NodeWriter {
 public:
-    NodeWriter(JsonOut& json, const Bnet_bn& net) : json_(json) {
+    NodeWriter(JsonOut& json, const Bnet_bn& net, bool carriesNet)
+        : json_(json), carriesNet_(carriesNet) {
         for (const Bnode_bn* node : net.nodes)
             places_.emplace(node, static_cast<int>(places_.size()));
         for (const auto& set : net.nodesets())
@@ -112,19 +134,22 @@ private:
     void writeRelation(const Bnode_bn& node) {
         const Reln_bn& relation = node.relation;
         const bool real = relation.kind == RelnKindEN::real;
-        const float* table = real ? relation.reals : relation.probs;
-        const long long rows = NumProduct(node.parents);
-        const long long size = table == nullptr ? 0 : rows * std::max(node.numStates(), 1);
-        const long long experience = relation.exper == nullptr ? 0 : rows;
-        const long long parameters = relation.params == nullptr ? 0 : NumCIParams(node);
+        if (carriesNet_) return;
+        const HeldTable table{real ? relation.reals : relation.probs, relation.exact};
+        const Numbers counts = NumbersOf(node);
+        const long long size = table ? NumEntries(node) : 0;
         json_.key("relation").open('{');
         json_.key("kind").text(RelationName(relation.kind));
-        if (parameters > 0 && fits(parameters))
-            json_.key("parameters").numbers(relation.params, parameters);
-        if (size > 0 && fits(size + experience)) {
-            json_.key("table").numbers(table, relation.exact, size);
-            if (experience > 0)
-                json_.key("experience").numbers(relation.exper, relation.exactExper, experience);
+        if (counts.parameters > 0 && fits(counts.parameters)) {
+            json_.key("parameters").numbers(relation.params, counts.parameters);
+            if (relation.order != nullptr)
+                json_.key("order").numbers(relation.order, NumFamilyStates(node));
+        }
+        if (size > 0 && fits(size + counts.experience)) {
+            json_.key("table").numbers(table.floats, table.exact, size);
+            if (counts.experience > 0)
+                json_.key("experience")
+                    .numbers(relation.exper, relation.exactExper, counts.experience);
         }
         if (leftOut_ > 0) json_.key("leftOut").number(static_cast<double>(leftOut_));
         leftOut_ = 0;
@@ -139,6 +164,7 @@ private:
     }
 
     JsonOut& json_;
+    const bool carriesNet_;
     NodePlaces places_;
     GroupPlaces groups_;
     long long room_ = MostReportNumbers;
@@ -146,7 +172,6 @@ private:
 };
 
 void WriteFrame(JsonOut& json, const Picture& picture) {
-    json.key("laidOut").boolean(picture.laidOut);
     json.key("left").number(picture.left);
     json.key("top").number(picture.top);
     json.key("width").number(picture.width);
@@ -162,25 +187,34 @@ void WriteFrame(JsonOut& json, const Picture& picture) {
     json.close(']');
 }
 
-/// The layout that is not shown at first: the automatic one, or the file's where that is a drawing.
-void WriteOtherLayout(JsonOut& json, const ImportResult& result, const Picture& shown) {
-    const bool single = shown.laidOut && result.layout == LayoutEN::best;
-    if (single || shown.nodes.size() > MostNodesLaidOutTwice) return;
-    const Picture other =
-        MakePicture(*result.net, shown.laidOut ? LayoutEN::best : LayoutEN::automatic);
-    if (other.laidOut == shown.laidOut) return;
-    json.key("other").open('{');
-    WriteFrame(json, other);
+void WriteBoxes(JsonOut& json, const Picture& picture) {
     json.key("at").open('[');
-    for (const PictureNode& node : other.nodes) WriteBox(json, node);
-    json.close(']').close('}');
+    for (const PictureNode& node : picture.nodes) WriteBox(json, node);
+    json.close(']');
 }
 
-void WritePicture(JsonOut& json, const ImportResult& result, const Picture& picture) {
+/// Whether the layout is automatic, and the picture by it with room for bars in the nodes.
+void WriteLayout(JsonOut& json, const Bnet_bn* net, bool laidOut) {
+    json.key("laidOut").boolean(laidOut);
+    if (net == nullptr || net->nodes.N > mostWithBars) return;
+    PictureWish wish;
+    wish.layout = laidOut ? LayoutEN::automatic : LayoutEN::file;
+    wish.roomForBars = true;
+    const Picture picture = MakePicture(*net, wish);
+    json.key("believed").open('{');
+    WriteFrame(json, picture);
+    WriteBoxes(json, picture);
+    json.close('}');
+}
+
+void WritePicture(JsonOut& json, const Bnet_bn* net, const Pictures& pictures) {
+    const Picture& picture = pictures.shown;
     const PictureFont& font = picture.font;
     json.line();
     json.key("picture").open('{');
     WriteFrame(json, picture);
+    WriteLayout(json, net, picture.laidOut);
+    if (!picture.insteadOf.empty()) json.key("insteadOf").text(picture.insteadOf);
     json.key("font").open('{');
     json.key("families").text(font.families());
     json.key("size").number(font.size);
@@ -195,7 +229,13 @@ void WritePicture(JsonOut& json, const ImportResult& result, const Picture& pict
     json.number(ArrowLength);
     json.number(ArrowHalfWidth);
     json.close(']');
-    if (result.net != nullptr) WriteOtherLayout(json, result, picture);
+    if (pictures.other) {
+        json.key("other").open('{');
+        WriteFrame(json, *pictures.other);
+        WriteBoxes(json, *pictures.other);
+        WriteLayout(json, net, pictures.other->laidOut);
+        json.close('}');
+    }
     json.close('}');
 }
 
@@ -285,9 +325,22 @@ Picture EmptyPicture() {
 
 }  // namespace
 
+bool CarriesNet(const ImportResult& result) {
+    if (result.net == nullptr) return false;
+    long long all = 0;
+    for (const Bnode_bn* node : result.net->nodes) {
+        const Numbers numbers = NumbersOf(*node);
+        all += numbers.table + numbers.experience + numbers.parameters;
+    }
+    return all <= MostReportNumbers;
+}
+
 void WriteReportData(const ImportResult& result, JsonOut& json) {
     const Bnet_bn* net = result.net.get();
-    const Picture picture = net == nullptr ? EmptyPicture() : MakePicture(*net, result.layout);
+    PictureWish wish;
+    wish.layout = result.layout;
+    const Pictures pictures =
+        net == nullptr ? Pictures{EmptyPicture(), {}} : MakePictures(*net, wish, true);
     json.open('{');
     json.key("file").text(FileTitle(result));
     json.key("format").textOrNull(result.format);
@@ -307,12 +360,12 @@ void WriteReportData(const ImportResult& result, JsonOut& json) {
     json.key("nodes").open('[');
     NodePlaces places;
     if (net != nullptr) {
-        NodeWriter writer(json, *net);
-        for (const PictureNode& node : picture.nodes) writer.write(node);
+        NodeWriter writer(json, *net, CarriesNet(result));
+        for (const PictureNode& node : pictures.shown.nodes) writer.write(node);
         places = writer.takePlaces();
     }
     json.close(']');
-    WritePicture(json, result, picture);
+    WritePicture(json, net, pictures);
     json.line();
     json.key("reports").open('[');
     for (const ReportRecord& report : result.reports) {

@@ -139,7 +139,7 @@ private:
 
     /// Each number with the states that it is of.
     Hash numbersOf(const Bnode_bn& node) const {
-        const Table table =
+        const HeldTable table =
             node.relation.kind == RelnKindEN::real ? RealTable(node.relation) : tables_.of(node);
         if (!table) return 0;
         std::vector<std::vector<Hash>> given;  // of each parent, each state
@@ -168,7 +168,7 @@ private:
         return sum;
     }
 
-    static Hash bits(const Table& table, std::ptrdiff_t place) {
+    static Hash bits(const HeldTable& table, std::ptrdiff_t place) {
         const float number =
             table.floats != nullptr ? table.floats[place] : static_cast<float>(table.exact[place]);
         return std::bit_cast<std::uint32_t>(number == 0 ? 0.0F : number);

@@ -9,19 +9,29 @@
 namespace lumo {
 namespace {
 
-constexpr std::string_view lineColor = "#5c6670";
-constexpr std::string_view inkColor = "#3c4650";
+constexpr RGB lineColor{0x5c, 0x66, 0x70};
+constexpr RGB inkColor{0x3c, 0x46, 0x50};
+constexpr RGB barColor{0xb9, 0xd3, 0xf3};
+constexpr RGB givenColor{0x0b, 0x62, 0xc4};
+constexpr RGB white{255, 255, 255};
+constexpr RGB black{0, 0, 0};
 
 /// Writes the elements of a drawing.
 class SvgOut {
 public:
-    SvgOut(std::ostream& out, const PictureFont& font, const NodeMarks& marks,
+    SvgOut(std::ostream& out, const Picture& picture, const NodeMarks& marks,
            std::string_view prefix)
-        : out_(out), font_(font), marks_(marks), prefix_(prefix) {}
+        : out_(out), font_(picture.font), isGrey_(picture.isGrey), marks_(marks), prefix_(prefix) {}
 
     void head(const Picture& picture, double height, std::string_view title) {
         out_ << "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\"";
-        box({{"width", picture.width}, {"height", height}});
+        if (picture.paperWidth > 0) {
+            const double unit = picture.paperWidth / picture.width;
+            out_ << " width=\"" << Decimal(picture.paperWidth) << "mm\" height=\""
+                 << Decimal(height * unit) << "mm\"";
+        } else {
+            box({{"width", picture.width}, {"height", height}});
+        }
         out_ << " viewBox=\"";
         pair({picture.left, picture.top});
         out_ << ' ';
@@ -35,13 +45,13 @@ public:
     }
 
     void links(const Picture& picture) {
-        out_ << "<g fill=\"none\" stroke=\"" << lineColor << "\" stroke-width=\"1.2\">\n";
+        out_ << "<g fill=\"none\" stroke=\"" << color(lineColor) << "\" stroke-width=\"1.2\">\n";
         for (const PictureLink& link : picture.links) course(link);
         out_ << "</g>\n";
     }
 
     void nodes(const Picture& picture) {
-        out_ << "<g stroke=\"" << inkColor << "\" text-anchor=\"middle\"";
+        out_ << "<g stroke=\"" << color(inkColor) << "\" text-anchor=\"middle\"";
         fontAttributes();
         out_ << ">\n";
         for (const PictureNode& drawn : picture.nodes) node(drawn);
@@ -49,7 +59,7 @@ public:
     }
 
     void arrowHeads(const Picture& picture) {
-        out_ << "<g fill=\"" << inkColor << "\">\n";
+        out_ << "<g fill=\"" << color(inkColor) << "\">\n";
         for (const PictureLink& link : picture.links) {
             out_ << "<path d=\"";
             corners(ArrowHead(link));
@@ -69,7 +79,7 @@ public:
                  {"y", entry.swatch.y},
                  {"width", LegendSwatch.x},
                  {"height", LegendSwatch.y}});
-            out_ << " stroke=\"" << inkColor << "\" fill=\"" << ColorText(entry.color)
+            out_ << " stroke=\"" << color(inkColor) << "\" fill=\"" << color(entry.color)
                  << "\"/><text";
             box({{"x", entry.text.x}, {"y", entry.text.y}});
             out_ << '>' << XmlText(entry.name) << "</text>\n";
@@ -143,16 +153,58 @@ private:
         if (const auto mark = marks_.find(node.node); mark != marks_.end())
             out_ << " class=\"" << mark->second << '"';
         out_ << "><title>" << XmlText(NodeSummary(*node.node)) << "</title>";
-        outline(node, 0, ColorText(node.fill));
+        outline(node, 0, color(node.fill));
         if (node.doubled) outline(node, InnerBorder, "none");
-        for (std::size_t i = 0; i < node.lines.size(); ++i) {
-            out_ << "<text";
-            box({{"x", node.centre.x}, {"y", node.lineMiddle(i, font_) + font_.baseline()}});
-            out_ << " stroke=\"none\" fill=\"" << ColorText(node.ink) << "\">"
-                 << XmlText(node.lines[i]) << "</text>";
+        if (node.bars.empty()) {
+            for (std::size_t i = 0; i < node.lines.size(); ++i)
+                text(node.lines[i], {node.centre.x, node.lineMiddle(i, font_) + font_.baseline()},
+                     node.ink);
+        } else {
+            bars(node);
         }
         out_ << "</g>\n";
     }
+
+    void bars(const PictureNode& node) {
+        const BarSizes sizes(font_);
+        const double top = node.centre.y - node.halfHeight;
+        const double left = node.centre.x - node.halfWidth + sizes.inset();
+        const double width = 2 * (node.halfWidth - sizes.inset());
+        if (!node.lines.empty())
+            text(node.lines[0], {node.centre.x, top + 1.08 * font_.size}, node.ink);
+        double y = top + sizes.top();
+        out_ << "<g stroke=\"none\"";
+        box({{"font-size", sizes.letters()}});
+        out_ << '>';
+        for (const PictureBar& bar : node.bars) {
+            const double high = 0.85 * sizes.high();
+            const RGB fill = bar.isGiven ? givenColor : barColor;
+            const RGB ink = bar.isGiven ? white : black;
+            area(left, y, width, high, white);
+            area(left, y, width * bar.part, high, fill);
+            const double base = y + high / 2 + 0.35 * sizes.letters();
+            const double edge = 0.3 * sizes.letters();
+            text(bar.label, {left + edge, base}, ink, "start");
+            text(PercentText(bar.part), {left + width - edge, base}, ink, "end");
+            y += sizes.high();
+        }
+        out_ << "</g>";
+    }
+
+    void area(double x, double y, double width, double height, RGB fill) {
+        out_ << "<rect";
+        box({{"x", x}, {"y", y}, {"width", width}, {"height", height}});
+        out_ << " fill=\"" << color(fill) << "\"/>";
+    }
+
+    void text(const std::string& line, Point at, RGB ink, std::string_view anchor = {}) {
+        out_ << "<text";
+        box({{"x", at.x}, {"y", at.y}});
+        if (!anchor.empty()) out_ << " text-anchor=\"" << anchor << '"';
+        out_ << " stroke=\"none\" fill=\"" << color(ink) << "\">" << XmlText(line) << "</text>";
+    }
+
+    std::string color(RGB of) const { return ColorText(isGrey_ ? GreyOf(of) : of); }
 
     void fontAttributes() {
         out_ << " font-family=\"" << XmlText(font_.families()) << '"';
@@ -163,15 +215,15 @@ private:
 
     TextOut out_;
     const PictureFont& font_;
+    const bool isGrey_;
     const NodeMarks& marks_;
     const std::string_view prefix_;
 };
 
-void WriteElement(const Bnet_bn& net, LayoutEN layout, const NodeMarks& marks,
+void WriteElement(const Bnet_bn& net, const Picture& picture, const NodeMarks& marks,
                   std::string_view prefix, std::ostream& out) {
-    const Picture picture = MakePicture(net, layout);
     const Legend legend = MakeLegend(net, picture);
-    SvgOut svg(out, picture.font, marks, prefix);
+    SvgOut svg(out, picture, marks, prefix);
     svg.head(picture, picture.height + legend.height, TitleOrName(net));
     svg.links(picture);
     svg.nodes(picture);
@@ -183,13 +235,19 @@ void WriteElement(const Bnet_bn& net, LayoutEN layout, const NodeMarks& marks,
 }  // namespace
 
 void WriteSvg(const ImportResult& result, std::ostream& out) {
+    DrawSvg(*result.net, MakePicture(*result.net, result.layout), out);
+}
+
+void DrawSvg(const Bnet_bn& net, const Picture& picture, std::ostream& out) {
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    WriteElement(*result.net, result.layout, {}, {}, out);
+    WriteElement(net, picture, {}, {}, out);
 }
 
 void WriteInlineSvg(const Bnet_bn& net, const NodeMarks& marks, std::string_view prefix,
                     std::ostream& out) {
-    WriteElement(net, LayoutEN::best, marks, prefix, out);
+    PictureWish wish;
+    wish.keepsDrawing = true;  // for pictures side by side
+    WriteElement(net, MakePicture(net, wish), marks, prefix, out);
 }
 
 }  // namespace lumo

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "export/picture.h"
 #include "formats/shared/result.h"
 
 namespace lumo {
@@ -13,6 +14,9 @@ namespace lumo {
 /// as hexagons, deterministic ones with a double border; node-set colours, the net's font and label
 /// style, a tooltip a node. Linear in nodes and links.
 void WriteSvg(const ImportResult& result, std::ostream& out);
+
+/// The picture of the net as it is.
+void DrawSvg(const Bnet_bn& net, const Picture& picture, std::ostream& out);
 
 /// Classes of some nodes, for the style of the page around a picture.
 using NodeMarks = std::unordered_map<const Bnode_bn*, const char*>;

@@ -17,11 +17,13 @@ namespace {
 // What is no net to be read again.
 constexpr Writer views[] = {
     Writer{"json", "JSON", ".json", true, WriteJson},
-    Writer{"svg", "SVG", ".svg", false, WriteSvg},
+    Writer{"svg", "SVG", ".svg", false, WriteSvg, nullptr, nullptr, DrawSvg},
     Writer{"html", "HTML", ".html", true, WriteReport},
     Writer{"dot", "DOT", ".dot", false, WriteDot},
-    Writer{"png", "PNG", ".png", false, WritePng, nullptr, ImagesUnavailable},
-    Writer{"pdf", "PDF", ".pdf", false, WritePdf, nullptr, ImagesUnavailable},
+    Writer{"png", "PNG", ".png", false, WritePng, nullptr, ImagesUnavailable, DrawPng,
+           CharactersWithoutFont},
+    Writer{"pdf", "PDF", ".pdf", false, WritePdf, nullptr, ImagesUnavailable, DrawPdf,
+           CharactersWithoutFont},
 };
 
 std::vector<Writer> AllWriters() {

@@ -30,7 +30,7 @@ function startInference() {
     const net = nodes.map((node) => ({
         states: statesOf(node), parents: node.parents, kind: factorKind(node), utility: node.kind === 'utility',
         table: node.relation.table ? Float64Array.from(node.relation.table) : null,
-        parameters: node.relation.parameters || null, weights: weightsOf(node),
+        parameters: node.relation.parameters || null, rising: risingStates(node), weights: weightsOf(node),
     }));
     const address = URL.createObjectURL(new Blob([byId('worker').textContent], {type: 'text/javascript'}));
     try {

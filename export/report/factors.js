@@ -16,33 +16,41 @@ function normalizedTable(table, states, notes) {
     return result;
 }
 
+/** The place of every state among those from the weakest up. */
+function ranksOf(rising) {
+    const ranks = [];
+    rising.forEach((state, rank) => { ranks[state] = rank; });
+    return ranks;
+}
+
 /**
  * Noisy-max: the largest of independent draws, one of each parent and the leak's. Its distributions,
- * of every state but the first of every parent, then the leak, stand in `parameters`.
+ * of every state but the weakest of every parent, then the leak, stand in `parameters`. `rising` has
+ * the states from the weakest up, the node's and then each parent's, in which parameters count them.
  */
 class NoisyMax {
-    constructor({parameters, states}, parentStates, notes) {
+    constructor({parameters, states, rising: [own, ...parents]}, parentStates, notes) {
         this.states = states;
         this.parentStates = parentStates;
-        this.draws = normalizedTable(parameters, states, notes);
-        this.causes = [];  // where a parent's distributions start
+        this.rising = own;
+        const draws = normalizedTable(parameters, states, notes);
+        const rank = ranksOf(own);
+        this.draws = draws.map((_, i) => draws[i - i % states + rank[i % states]]);
+        this.starts = [];  // where the draw of a parent's state stands; -1: the weakest draws nothing
         this.leak = 0;
-        for (const count of parentStates) {
-            this.causes.push(this.leak);
-            this.leak += (count - 1) * states;
+        for (const parent of parents) {
+            this.starts.push(ranksOf(parent).map((r) => (r === 0 ? -1 : this.leak + (r - 1) * states)));
+            this.leak += (parent.length - 1) * states;
         }
     }
 
-    /** Where the draw of a parent's state stands; -1: the first state draws nothing. */
-    drawOf(parent, state) {
-        return state === 0 ? -1 : this.causes[parent] + (state - 1) * this.states;
-    }
+    drawOf(parent, state) { return this.starts[parent][state]; }
 
     /** The distribution of the larger of a draw and one that is distributed as told, from `at` of result. */
     larger(told, draw, result, at) {
         let upToDraw = 0, upToTold = 0;
-        for (let s = 0; s < this.states; ++s) {
-            const p = draw < 0 ? Number(s === 0) : this.draws[draw + s], before = upToDraw;
+        for (const s of this.rising) {
+            const p = draw < 0 ? Number(s === this.rising[0]) : this.draws[draw + s];
             upToDraw += p;
             result[at + s] = told[s] * upToDraw + p * upToTold;  // as sums of what is positive: nothing cancels
             upToTold += told[s];

@@ -129,12 +129,13 @@ function nameBesideNode(index, zoom, room, bounds, longest) {
     return null;
 }
 
-/** Where the names of the nodes in that region are at that zoom; beside nodes within the bounds alone. */
+/** Where the names of the nodes in that region are at that zoom; beside nodes within the bounds alone, and not where these say it is taken. */
 function placeNames(region, zoom, bounds) {
     byImportance ??= nodes.map((_, i) => i).sort((a, b) =>
         nodes[b].parents.length + children[b].length - nodes[a].parents.length - children[a].length);
     const room = new Room(40 / zoom), placed = [], without = [];
     const drawn = byImportance.filter((i) => isIn(region, i));
+    if (bounds.taken) room.take(bounds.taken);
     for (const i of drawn) {
         const [x, y, w, h] = boxes[i];
         room.take([x - w, y - h, x + w, y + h]);
@@ -161,6 +162,12 @@ function placeNames(region, zoom, bounds) {
 
 const everywhere = {left: -Infinity, top: -Infinity, right: Infinity, bottom: Infinity};
 
+/** What of a view of the whole net names may take. */
+function roomForNames(target) {
+    const [left, top, right, bottom] = inNet(belowBars(), target);
+    return {left, top, right, bottom, taken: inNet(underTools(), target)};
+}
+
 /** The names for what is visible, placed for more than that: they stay where they are while it moves. */
 function namesFor(visible) {
     const {left, top, right, bottom, zoom} = visible;
@@ -168,7 +175,7 @@ function namesFor(visible) {
     const same = known && namesPlaced.zoom === zoom && namesPlaced.boxes === boxes && namesPlaced.selected === selected && namesPlaced.lit === lit &&
         namesPlaced.fitted === fitted && left >= known.left && right <= known.right && top >= known.top && bottom <= known.bottom;
     if (!same) {
-        const bounds = fitted ? {...visible, top: top + barsAbove() / zoom} : everywhere;
+        const bounds = fitted ? roomForNames(view) : everywhere;
         const moreX = (right - left) / 2, moreY = (bottom - top) / 2;
         const region = {left: left - moreX, top: top - moreY, right: right + moreX, bottom: bottom + moreY};
         namesPlaced = {region, zoom, boxes, selected, lit, fitted, names: placeNames(region, zoom, bounds)};
@@ -196,16 +203,15 @@ function drawNames(visible) {
 
 const mostNodesFitted = 500;
 
-/** The frame with so much room around it that the most nodes have their whole names when all of it is seen. */
-function frameForNames() {
+/** The frame with so much around it that the most nodes have their whole names when all of it is seen in the room. */
+function frameForNames(room) {
     let best = null, most = -1;
     for (const part of [0, 0.06, 0.12]) {
         const x = frame.width * part, y = Math.min(frame.height * part, x / 2);
         const around = {left: frame.left - x, top: frame.top - y, width: frame.width + 2 * x, height: frame.height + 2 * y};
-        const {zoom, x: left, y: top} = viewOf(around.left, around.top, around.width, around.height);
-        if (part === 0 && (isReadable(zoom) || nodes.length > mostNodesFitted)) return around;
-        const seen = {left, top: top + barsAbove() / zoom, right: left + canvas.clientWidth / zoom, bottom: top + canvas.clientHeight / zoom};
-        const whole = placeNames(seen, zoom, seen).filter((name) => name.whole).length;
+        const target = viewOf(around, room), seen = roomForNames(target);
+        if (part === 0 && (isReadable(target.zoom) || nodes.length > mostNodesFitted)) return around;
+        const whole = placeNames(seen, target.zoom, seen).filter((name) => name.whole).length;
         if (whole > most) [best, most] = [around, whole];
     }
     return best;

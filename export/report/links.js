@@ -67,11 +67,10 @@ function drawLinks(visible) {
     const isLit = (i) => !lit || (stays(links[i]) && stays(links[i + 1]));
     const bright = drawn.filter(isLit);
     if (lit) paint(drawn.filter((i) => !isLit(i)), colors.link, 1, 0.12 * alpha);
-    if (strengthClass.size > 0) paintByStrength(bright, paint);
-    else paint(bright, colors.link, 1, lit ? 1 : alpha);
     const isChosen = trail ? (i) => isOnTrail(links[i], links[i + 1]) : (i) => (links[i] === selected || links[i + 1] === selected) && isLit(i);
-    const chosen = linkStarts.filter(isChosen);
-    if (strengthClass.size === 0 || trail) paint(chosen, colors.accent, trail ? 3 : 2, 1);
+    if (strengthClass.size > 0) paintByStrength(bright, paint);
+    else paint(bright.filter((i) => !isChosen(i)), colors.link, 1, lit ? 1 : alpha);
+    if (strengthClass.size === 0 || trail) paint(linkStarts.filter(isChosen), colors.accent, trail ? 3 : 2, 1);
 }
 
 /** Draws the links by their strength, the weak ones first. */

@@ -80,18 +80,27 @@ function probabilityModel(node, relation) {
     };
 }
 
-/** Noisy-max: a distribution for every state but the first of every parent, and the leak's. */
+/** The states of the node and of each parent from the weakest up, as noisy-max parameters count them. */
+function risingStates(node) {
+    const {order} = node.relation;
+    let at = 0;
+    return [node, ...node.parents.map((parent) => nodes[parent])].map((one) =>
+        Array.from({length: statesOf(one)}, (_, s) => (order ? order[at++] : s)));
+}
+
+/** Noisy-max: a distribution for every state but the weakest of every parent, and the leak's. */
 function parameterModel(node, parameters) {
-    const causes = [];
-    node.parents.forEach((parent) => {
-        for (let s = 1; s < statesOf(nodes[parent]); ++s) causes.push([titleOf(nodes[parent]), stateLabel(nodes[parent], s)]);
+    const causes = [], [own, ...parents] = risingStates(node);
+    parents.forEach((rising, k) => {
+        const parent = nodes[node.parents[k]];
+        for (const s of rising.slice(1)) causes.push([titleOf(parent), stateLabel(parent, s)]);
     });
     causes.push(['leak', '']);
     const states = statesOf(node);
     const key = (r, c) => parameters[r * states + c];
     return {
         rows: {count: causes.length, titles: ['cause', 'state'], digit: (level, i) => causes[i][level], label: (level, i) => causes[i][level]},
-        columns: simpleAxis(states, '', (c) => stateLabel(node, c)), key, value: (r, c) => String(key(r, c)), part: key,
+        columns: simpleAxis(states, '', (c) => stateLabel(node, own[c])), key, value: (r, c) => String(key(r, c)), part: key,
     };
 }
 

@@ -3,11 +3,12 @@
 // The report's page. Everything that comes from the file becomes text nodes or is drawn: no string
 // of it is ever parsed as markup.
 
-// Marks of writing direction and line separators in it are shown as such, as in diagnostics.
-const visible = (json) => json.replace(/[\u061C\u200E\u200F\u2028-\u202E\u2066-\u2069]/g,
-    (mark) => '\\\\u' + mark.codePointAt(0).toString(16).padStart(4, '0'));
+// What would not be seen or turn the text round is escaped in it, and shown as such, as in diagnostics.
+const visible = (json) => json.replace(/\\(?:(u(?!00[0-7])[0-9a-f]{4})|.)/g, (all, hidden) => hidden ? '\\\\' + hidden : all);
 const data = JSON.parse(visible(document.getElementById('data').textContent));
 const nodes = data.nodes;
+// The net as programs read it, which has the tables.
+JSON.parse(document.getElementById('net').textContent)?.net.nodes.forEach(({relation}, i) => nodes[i].relation = {...relation, ...nodes[i].relation});
 const byId = (id) => document.getElementById(id);
 const titleOf = (node) => node.title || node.name;
 const nameBeside = (node) => Boolean(node.title) && node.title !== node.name;

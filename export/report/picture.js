@@ -80,8 +80,8 @@ function spreadPicture() {
     const middleX = view.x + canvas.clientWidth / 2 / view.zoom - frame.left;
     const middleY = view.y + canvas.clientHeight / 2 / view.zoom - frame.top;
     const before = frame;
-    const made = isScene() || hasRowsOfItsOwn() ? arrangeScene() : null;
-    if (made && (isScene() || isAsLarge(made.frame))) {
+    const made = isScene() ? arrangeScene() : inPicture && believedPicture();
+    if (made) {
         ({boxes, links, frame} = made);
         linkStarts = startsOf(links);
     } else {
@@ -96,16 +96,23 @@ function spreadPicture() {
     redraw();
 }
 
+/** The picture with room for distributions, where it was made beforehand. */
+function believedPicture() {
+    const {believed} = picture;
+    return believed && {boxes: nodes.map((_, i) => believed.at.slice(4 * i, 4 * i + 4)), links: believed.links, frame: believed};
+}
+
 /** Exchanges the layout with the other one: the file's and the automatic one. */
 function switchLayout() {
-    const {other, left, top, width, height, links: own, laidOut} = picture;
+    const {other, left, top, width, height, links: own, laidOut, believed} = picture;
     if (!other) return;
-    Object.assign(picture, other, {other: {left, top, width, height, links: own, laidOut, at: nodes.flatMap((node) => node.at)}});
+    Object.assign(picture, other, {other: {left, top, width, height, links: own, laidOut, believed, at: nodes.flatMap((node) => node.at)}, insteadOf: null});
     nodes.forEach((node, i) => { node.at = other.at.slice(4 * i, 4 * i + 4); });
     byId('layout').setAttribute('aria-pressed', String(picture.laidOut));
     switched = !switched;
     spreadPicture();
     fit();
+    showScene();
     stateChanged();
     say(picture.laidOut ? 'Automatic layout' : "The file's layout");
 }

@@ -7,14 +7,28 @@ const mostPrintedCells = 100000;
 const mostRowsBeside = 30;  // of a table in two columns
 const mostDrawnNodes = 3000;  // more are painted
 const paperWidth = 1020;  // in letters of the screen's size
+const smallLetters = 1.3;  // times as much stands beside each other in them
+
+/** A table too wide for the paper, most of whose cells are 0: every row lists its others. */
+function listedTable({rows, columns, value}) {
+    const cells = (r) => Array.from({length: columns.count}, (_, c) => [columns.label(0, c), value(r, c)]).filter(([, text]) => text !== '0');
+    const listed = Array.from({length: rows.count}, (_, r) => cells(r));
+    if (listed.flat().length > rows.count * columns.count / 2) return null;
+    const line = (made, heads, text) => el('tr', {}, ...heads.map((head) => el('th', {text: head})), el(made, {class: 'listed', text}));
+    return el('table', {}, el('thead', {}, line('th', rows.titles, 'all that is not 0')), el('tbody', {}, ...listed.map((row, r) =>
+        line('td', rows.titles.map((_, level) => rows.label(level, r)), row.map((cell) => cell.join('\xa0')).join(', ')))));
+}
 
 /** The whole table in parts that are as wide as the paper; each has all row heads. */
-function printedTable({rows, columns, value}) {
+function printedTable(model) {
+    const {rows, columns, value} = model;
     const heads = rows.titles.map((title, level) => widest(rows.count, (i) => rows.label(level, i), textWidth(title), 190));
     const head = heads.reduce((a, b) => a + b, 0);
     const cell = widest(rows.count, (r) => value(r, 0), widest(columns.count, (c) => columns.label(0, c), 40, 110), 110);
-    const atOnce = Math.max(2, Math.floor((paperWidth - head) / cell));
-    const parts = [];
+    const isSmall = head + cell * columns.count > paperWidth;
+    const atOnce = Math.max(2, Math.floor((paperWidth * (isSmall ? smallLetters : 1) - head) / cell));
+    const parts = [], listed = columns.count > atOnce && listedTable(model);
+    if (listed) return Object.assign([listed], {wide: true});
     for (let from = 0; from < columns.count; from += atOnce) {
         const to = Math.min(columns.count, from + atOnce);
         const top = el('tr', {}, ...rows.titles.map((text) => el('th', {text})));
@@ -25,9 +39,9 @@ function printedTable({rows, columns, value}) {
             for (let c = from; c < to; ++c) row.append(el('td', {text: value(r, c)}));
             body.append(row);
         }
-        parts.push(el('table', {}, el('thead', {}, top), body));
+        parts.push(el('table', {class: isSmall ? 'small' : ''}, el('thead', {}, top), body));
     }
-    parts.wide = columns.count > atOnce || head + cell * columns.count > paperWidth * 0.48 || rows.count > mostRowsBeside;
+    parts.wide = isSmall || head + cell * columns.count > paperWidth * 0.48 || rows.count > mostRowsBeside;
     return parts;
 }
 

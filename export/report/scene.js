@@ -29,16 +29,6 @@ function representatives() {
     });
 }
 
-const mostInRows = 500;
-/** Whether the boxes with distributions are put into rows of their own: where no place is the file's, so that links go round them. */
-const hasRowsOfItsOwn = () => inPicture && Boolean(picture.laidOut) && nodes.length <= mostInRows;
-
-/** Whether what has that frame can be read about as well as the picture spread out. */
-function isAsLarge({width, height}) {
-    const {x, y} = roomForBeliefs(), spread = frameOf(nodes.map((node) => beliefBox(node, x, y)));
-    return Math.max(width, height) <= (nodes.length <= 60 ? 2.5 : 1.6) * Math.max(spread.width, spread.height);
-}
-
 /** Sizes, links and places of what is shown: {boxes, links, frame}. */
 function arrangeScene() {
     const standsFor = representatives(), shown = [...new Set(standsFor.filter((box) => box >= 0))], place = new Map(shown.map((box, i) => [box, i]));
@@ -135,6 +125,7 @@ function revealSelected(index) {
 /** Says above the picture what part is shown. */
 function showScene() {
     const parts = [];
+    if (picture.insteadOf) parts.push(button('× automatic layout', switchLayout, {class: 'chip', title: `Where the file has the nodes, ${picture.insteadOf}: see them there (l)`}));
     if (part) parts.push(button(`× ${part.size.toLocaleString('en')} of ${count(nodes.length, 'node')}`, () => showPart(null), {class: 'chip', title: 'Show all nodes (n)'}));
     if (foldedGroups.size > 0) parts.push(button(`× ${count(foldedGroups.size, 'group')} folded`, () => { foldedGroups.clear(); sceneChanged(); if (selected < 0) showDetails(-1); },
         {class: 'chip', title: 'Unfold all groups (g)'}));

@@ -101,6 +101,7 @@ function start() {
     });
     byId('help').addEventListener('click', showKeys);
     byId('layout').hidden = !picture.other;
+    showScene();
     byId('layout').setAttribute('aria-pressed', String(Boolean(picture.laidOut)));
     byId('layout').addEventListener('click', switchLayout);
     matchMedia('(prefers-color-scheme: dark)').addEventListener('change', recolor);

@@ -3,6 +3,7 @@
 
 const view = {x: 0, y: 0, zoom: 1};  // the net's point at the canvas's top left corner
 let fitted = true;  // the whole net is to stay in view
+let fittedIn = '';  // the room that it was shown in
 let awaited = false;  // the selected node is to be shown once the picture is there again
 let travel = 0;  // counts the journeys of the view, so that a new one ends the one before
 
@@ -15,12 +16,26 @@ function barsAbove() {
     return Math.min(canvas.clientHeight * 0.4, Math.max(28, lowest) + 8);
 }
 
-/** The view that shows the rectangle as large as it can, within mostZoom, below the buttons. */
-function viewOf(left, top, width, height) {
-    const covered = barsAbove(), free = canvas.clientHeight - covered;
-    const zoom = Math.min(canvas.clientWidth / width, free / height, mostZoom);
+/** Pixels of the picture [left, top, right, bottom]: below the buttons at its upper edge, above the evidence at its lower one. */
+function belowBars() {
+    const told = matchMedia('(max-width: 900px)').matches ? byId('evidence').offsetHeight : 0;
+    return [0, barsAbove(), canvas.clientWidth, canvas.clientHeight - (told > 4 ? told + 12 : 0)];
+}
+
+/** What the zoom buttons cover, with a little around. */
+function underTools() {
+    const {offsetLeft: x, offsetTop: y, offsetWidth: w, offsetHeight: h} = byId('tools');
+    return [x - 4, y - 4, x + w + 4, y + h + 4];
+}
+
+/** Pixels of the picture as the view has them in the net. */
+const inNet = ([left, top, right, bottom], {x, y, zoom}) => [x + left / zoom, y + top / zoom, x + right / zoom, y + bottom / zoom];
+
+/** The view that shows the rectangle in the room as large as it can, within mostZoom. */
+function viewOf({left, top, width, height}, [roomLeft, roomTop, roomRight, roomBottom] = belowBars()) {
+    const zoom = Math.min((roomRight - roomLeft) / width, (roomBottom - roomTop) / height, mostZoom);
     return {
-        zoom, x: left + width / 2 - canvas.clientWidth / 2 / zoom, y: top + height / 2 - (covered + free / 2) / zoom,
+        zoom, x: left + width / 2 - (roomLeft + roomRight) / 2 / zoom, y: top + height / 2 - (roomTop + roomBottom) / 2 / zoom,
     };
 }
 
@@ -31,11 +46,21 @@ function moveTo(target, stay = false) {
     redraw();
 }
 
+/** The view of the whole net: where the zoom buttons would cover a node, it keeps below or beside them. */
+function wholeView() {
+    const room = belowBars(), [left, top, right, bottom] = room, tools = underTools();
+    const within = (free) => viewOf(frameForNames(free), free);
+    const all = within(room), [l, t, r, b] = inNet(tools, all);
+    if (!boxes.some(([x, y, w, h]) => x + w > l && x - w < r && y + h > t && y - h < b)) return all;
+    const below = within([left, Math.max(top, tools[3]), right, bottom]), beside = within([left, top, tools[0], bottom]);
+    return below.zoom > beside.zoom ? below : beside;
+}
+
 function fit() {
     viewChosen = false;
     if (canvas.clientWidth === 0 || canvas.clientHeight === 0) return;
-    const {left, top, width, height} = frameForNames();
-    moveTo(viewOf(left, top, width, height), true);
+    fittedIn = String(belowBars());
+    moveTo(wholeView(), true);
 }
 
 /** Moves the view there in a short while, at once where motion is not wanted. */
@@ -81,8 +106,8 @@ function nodeAt(x, y) {
 function bringIntoView(index) {
     awaited = canvas.clientWidth === 0;
     if (awaited) return;
-    const {left, top, width, height} = frameOf([index, ...nodes[index].parents, ...children[index]].map((i) => boxes[i]));
-    const target = viewOf(left, top, width, height);
+    const around = frameOf([index, ...nodes[index].parents, ...children[index]].map((i) => boxes[i])), {left, top, width, height} = around;
+    const target = viewOf(around);
     const legible = readable / picture.font.size, slack = 10;
     const inside = left + slack >= view.x && left + width - slack <= view.x + canvas.clientWidth / view.zoom &&
         top + slack >= view.y && top + height - slack <= view.y + canvas.clientHeight / view.zoom;
@@ -195,6 +220,7 @@ new ResizeObserver(() => {
     else redraw();
     if (awaited && selected >= 0) bringIntoView(selected);
 }).observe(canvas);
+beliefListeners.push(() => { if (fitted && String(belowBars()) !== fittedIn) fit(); });  // the evidence takes room
 listeners.push((index) => {
     if (index >= 0) bringIntoView(index);
     redraw();

@@ -1,6 +1,6 @@
 
 // ---- The worker ----------------------------------------------------------------------------
-// In:  {net: [{states, parents, kind, table, parameters, utility, weights}]}, once (kind: chance, decision or value), then
+// In:  {net: [{states, parents, kind, table, parameters, rising, utility, weights}]}, once (kind: chance, decision or value), then
 //      {evidence: [[node, weights of its states]], target: a node or -1}, or {question, evidence, ...}
 // Out: {plan}, then {beliefs} for every evidence (again and better while it samples), {answer} for every question.
 
