@@ -57,8 +57,13 @@ std::string Baseline::placeOf(const std::string& file) const {
 }
 
 std::string Baseline::read() {
+    const auto unreadable = [this](int error) {
+        return "cannot read '" + file_ + "': " + std::generic_category().message(error);
+    };
+    std::error_code unknown;
+    if (fs::is_directory(PathOf(file_), unknown)) return unreadable(EISDIR);
     std::ifstream in(PathOf(file_));
-    if (!in) return "cannot read '" + file_ + "': " + std::generic_category().message(errno);
+    if (!in) return unreadable(errno);
     std::string line;
     for (int number = 1; std::getline(in, line); ++number) {
         if (line.ends_with('\r')) line.pop_back();
@@ -75,12 +80,12 @@ std::string Baseline::read() {
 
 std::string Baseline::write() const {
     const int failed = WriteToFile(file_, [this](std::ostream& out) {
-        out << head;
-        for (const auto& [file, problems] : files_)
-            for (const auto& [problem, count] : problems)
-                out << file << '\t' << problem.first << '\t' << count << '\t' << problem.second
-                    << '\n';
-    });
+                           out << head;
+                           for (const auto& [file, problems] : files_)
+                               for (const auto& [problem, count] : problems)
+                                   out << file << '\t' << problem.first << '\t' << count << '\t'
+                                       << problem.second << '\n';
+                       }).error;
     if (failed == 0) return {};
     return "cannot write '" + Visible(file_) + "': " + std::generic_category().message(failed);
 }

@@ -1,28 +1,12 @@
 #include "app/batch.h"
 
-#ifdef __linux__
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
-
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <iostream>
 #include <map>
 #include <memory>
-#include <new>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -31,16 +15,15 @@
 #include "app/summary.h"
 #include "app/terminal.h"
 #include "export/output.h"
-#include "library/utilities/paths.h"
+#include "library/utilities/Utils.h"
 #include "library/utilities/system.h"
+#include "library/utilities/system_processes.h"
 #include "library/utilities/text.h"
 
 namespace lumo::app {
 namespace {
 
-namespace fs = std::filesystem;
-
-#ifdef __linux__  // elsewhere one file is read after the other
+#ifdef LUMO_HAS_PROCESSES  // elsewhere one file is read after the other
 
 /// What is printed about finished files whose turn to be shown has not come lies in memory, so
 /// there is a limit to them.
@@ -58,8 +41,8 @@ struct Run {
 /// How a file went, and where what is printed of it ends.
 struct Done {
     int exitCode = ExitNothing;
-    off_t out = 0, error = 0;
-    off_t told = 0;          ///< which follows what is printed on standard output
+    long long out = 0, error = 0;
+    long long told = 0;      ///< which follows what is printed on standard output
     WorstReport worst = {};  ///< of all files of the worker
 };
 
@@ -67,14 +50,7 @@ struct Done {
 class Records {
 public:
     explicit Records(std::size_t files)
-        : size_(files * sizeof(Record)),
-          records_(static_cast<Record*>(
-              ::mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {
-        if (records_ == MAP_FAILED) throw std::bad_alloc();
-    }
-    ~Records() { ::munmap(records_, size_); }
-    Records(const Records&) = delete;
-    Records& operator=(const Records&) = delete;
+        : memory_(files * sizeof(Record)), records_(static_cast<Record*>(memory_.data())) {}
 
     void write(std::size_t place, const Done& done) {
         records_[place].done = done;
@@ -91,22 +67,13 @@ private:
         Done done;
         std::atomic<bool> written;
     };
-    std::size_t size_;
+    system::SharedMemory memory_;
     Record* records_;
 };
 
-/// The two streams of a worker, files in memory.
+/// The two streams of a worker.
 struct Printed {
-    const int out = ::memfd_create("out", MFD_CLOEXEC);
-    const int error = ::memfd_create("error", MFD_CLOEXEC);
-
-    Printed() = default;
-    Printed(const Printed&) = delete;
-    Printed& operator=(const Printed&) = delete;
-    ~Printed() {
-        for (const int descriptor : {out, error})
-            if (descriptor >= 0) ::close(descriptor);
-    }
+    system::MemoryFile out, error;
 };
 
 /// A finished file: what was printed of it stands between the two marks.
@@ -115,53 +82,14 @@ struct Result {
     Done from, to;
 };
 
-/// A process that works on runs of files.
+/// A process that works on runs of files; the batch sends them, and it sends a byte when there are
+/// new records.
 struct Worker {
-    pid_t process = -1;  ///< -1 when there is none
-    int channel = -1;    ///< sends runs, receives a byte when there are new records
-    Run run;             ///< what it has to do still
+    system::Child process;
+    Run run;  ///< what it has to do still
     std::shared_ptr<const Printed> printed;
     Done before;  ///< where what is printed of the present file begins
 };
-
-void GiveBack(int file, off_t from, off_t to) {
-    if (from < to) ::fallocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, from, to - from);
-}
-
-/// That part of the file, whose memory is given back.
-std::string ReadBack(int file, off_t from, off_t to) {
-    std::string text(static_cast<std::size_t>(to - from), '\0');
-    std::size_t have = 0;
-    while (have < text.size()) {
-        const ssize_t got =
-            ::pread(file, text.data() + have, text.size() - have, from + static_cast<off_t>(have));
-        if (got <= 0) break;
-        have += static_cast<std::size_t>(got);
-    }
-    text.resize(have);
-    GiveBack(file, from, to);
-    return text;
-}
-
-/// Copies that part of the file, and gives its memory back. Returns 0, or the error.
-int Forward(int file, off_t from, off_t to, int target) {
-    int error = 0;
-    char buffer[16 * 1024];
-    const off_t begin = from;
-    while (from < to && error == 0) {
-        const auto size = std::min<std::size_t>(sizeof buffer, static_cast<std::size_t>(to - from));
-        const ssize_t got = ::pread(file, buffer, size, from);
-        if (got <= 0) return got < 0 ? errno : EIO;
-        from += got;
-        for (ssize_t put = 0; put < got && error == 0;) {
-            const ssize_t n = ::write(target, buffer + put, static_cast<std::size_t>(got - put));
-            if (n < 0 && errno != EINTR) error = errno;
-            put += std::max<ssize_t>(n, 0);
-        }
-    }
-    GiveBack(file, begin, to);
-    return error;
-}
 
 /// The processes of one batch.
 class Pool {
@@ -178,7 +106,7 @@ public:
 private:
     void giveWork(Worker& worker);
     bool start(Worker& worker);
-    [[noreturn]] void runWorker(const Worker& worker, int channel);
+    void runWorker(const Worker& worker, const system::Channel& channel);
     Done workOn(const InputFile& file, Console& console) const;
     void waitForSome();
     void hear(Worker& worker);
@@ -190,7 +118,6 @@ private:
     const Options& options_;
     const FileWork work_;
     const TellFunction& tell_;
-    const pid_t batch_ = ::getpid();
     Records records_;
     std::vector<Worker> workers_;
     std::map<std::size_t, Result> finished_;  ///< by place, not shown yet
@@ -203,7 +130,7 @@ private:
 /// that died goes to the one that takes its place.
 void Pool::giveWork(Worker& worker) {
     const bool again = !worker.run.empty();
-    if (again && worker.process > 0) return;
+    if (again && worker.process.isRunning()) return;
     if (!again) {
         const std::size_t end = std::min(options_.files.size(), shown_ + maxAhead);
         if (next_ >= end) return;
@@ -211,47 +138,32 @@ void Pool::giveWork(Worker& worker) {
         worker.run = {next_, std::min(end, next_ + std::clamp<std::size_t>(share, 1, longestRun))};
         next_ = worker.run.last;
     }
-    if (worker.process < 0 && !start(worker)) {
+    if (!worker.process.isRunning() && !start(worker)) {
         std::cerr << "lumo-import: cannot start a process\n";
         while (!worker.run.empty()) finish(worker, {});
         return;
     }
     // A worker that is dead already is found when it is waited for.
-    ::send(worker.channel, &worker.run, sizeof worker.run, MSG_NOSIGNAL);
+    worker.process.channel().send(&worker.run, sizeof worker.run);
 }
 
 bool Pool::start(Worker& worker) {
-    int channels[2] = {-1, -1};
-    auto printed = std::make_shared<const Printed>();
-    worker.printed = printed;
+    worker.printed = std::make_shared<const Printed>();
     worker.before = {};
-    if (printed->out < 0 || printed->error < 0 ||
-        ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, channels) != 0)
-        return false;
+    if (!worker.printed->out.isOpen() || !worker.printed->error.isOpen()) return false;
     std::cout.flush();
-    worker.process = ::fork();
-    if (worker.process == 0) {
-        ::close(channels[0]);  // else it would never see the batch's end
-        runWorker(worker, channels[1]);
-    }
-    ::close(channels[1]);
-    worker.channel = channels[0];
-    if (worker.process > 0) return true;
-    ::close(worker.channel);
-    return false;
+    return worker.process.start(
+        [&](const system::Channel& channel) { runWorker(worker, channel); });
 }
 
-void Pool::runWorker(const Worker& worker, int channel) {
-    // Ends with the batch, whatever ends that.
-    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    if (::getppid() != batch_) ::_exit(ExitNothing);
-    for (const Worker& other : workers_)
-        if (&other != &worker && other.process > 0) ::close(other.channel);
+void Pool::runWorker(const Worker& worker, const system::Channel& channel) {
+    for (Worker& other : workers_)
+        if (&other != &worker) other.process.close();
     Console console(options_, false);  // looks at the real standard error
-    ::dup2(worker.printed->out, STDOUT_FILENO);
-    ::dup2(worker.printed->error, STDERR_FILENO);
+    worker.printed->out.replace(system::StandardOutput);
+    worker.printed->error.replace(system::StandardError);
     Run run;
-    while (::recv(channel, &run, sizeof run, 0) == sizeof run) {
+    while (channel.receive(&run, sizeof run)) {
         auto told = std::chrono::steady_clock::now();
         while (!run.empty()) {
             records_.write(run.first, workOn(options_.files[run.first], console));
@@ -259,10 +171,9 @@ void Pool::runWorker(const Worker& worker, int channel) {
             const auto now = std::chrono::steady_clock::now();
             if (!run.empty() && now - told < longestSilence) continue;
             told = now;
-            if (::send(channel, "", 1, MSG_NOSIGNAL) < 0) ::_exit(ExitNothing);
+            if (!channel.send("", 1)) return;
         }
     }
-    ::_exit(ExitRead);
 }
 
 Done Pool::workOn(const InputFile& file, Console& console) const {
@@ -271,66 +182,48 @@ Done Pool::workOn(const InputFile& file, Console& console) const {
     done.exitCode = work_(file, options_, console, told);
     std::cout.flush();
     std::cerr.flush();
-    done.out = ::lseek(STDOUT_FILENO, 0, SEEK_CUR);
+    done.out = system::Written(system::StandardOutput);
     WriteStandardOutput(told);
-    done.told = ::lseek(STDOUT_FILENO, 0, SEEK_CUR);
-    done.error = ::lseek(STDERR_FILENO, 0, SEEK_CUR);
+    done.told = system::Written(system::StandardOutput);
+    done.error = system::Written(system::StandardError);
     done.worst = console.worst();
     return done;
 }
 
 void Pool::waitForSome() {
-    std::vector<pollfd> channels;
+    std::vector<const system::Child*> processes;
     std::vector<Worker*> busy;
     for (Worker& worker : workers_) {
         if (worker.run.empty()) continue;
-        channels.push_back({worker.channel, POLLIN, 0});
+        processes.push_back(&worker.process);
         busy.push_back(&worker);
     }
-    if (busy.empty() || ::poll(channels.data(), channels.size(), -1) <= 0) return;
-    for (std::size_t i = 0; i < busy.size(); ++i)
-        if (channels[i].revents != 0) hear(*busy[i]);
+    for (const std::size_t i : system::Child::waitForNews(processes)) hear(*busy[i]);
 }
 
 void Pool::hear(Worker& worker) {
-    char byte = 0;
-    const ssize_t got = ::recv(worker.channel, &byte, 1, MSG_DONTWAIT);
+    const bool lives = worker.process.channel().takeNews();
     while (!worker.run.empty()) {
         const Done* const done = records_.read(worker.run.first);
         if (done == nullptr) break;
         finish(worker, *done);
     }
-    if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR)) bury(worker);
-}
-
-/// Removes what a process that is no more has left beside an output.
-void RemoveUnfinished(pid_t process, const std::string& output) {
-    const std::string start = UnfinishedPrefix(process);
-    std::error_code failed;
-    const fs::path folder = fs::weakly_canonical(PathOf(output), failed).parent_path();
-    for (fs::directory_iterator at(folder, failed), end; !failed && at != end; at.increment(failed))
-        if (Utf8(at->path().filename()).starts_with(start))
-            system::Remove(Utf8(at->path()).c_str());
+    if (!lives) bury(worker);
 }
 
 /// The worker died of the file that it worked on.
 void Pool::bury(Worker& worker) {
-    int status = 0;
-    ::waitpid(worker.process, &status, 0);
-    ::close(worker.channel);
-    const pid_t process = std::exchange(worker.process, -1);
+    const system::Child::End end = worker.process.join();
     if (worker.run.empty()) return;
+    const InputFile& file = options_.files[worker.run.first];
     if (options_.command == CommandEN::convert)
-        RemoveUnfinished(process, OutputFor(options_, options_.files[worker.run.first]));
-    const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    ::dprintf(worker.printed->error, "%s: fatal: reading it ended with signal %d (%s)\n",
-              Visible(options_.files[worker.run.first].path).c_str(), signal, strsignal(signal));
-    if (options_.json) {
-        const std::string line = BrokenSummaryJson(options_.files[worker.run.first].path);
-        ::dprintf(worker.printed->out, "%s", line.c_str());
-    }
-    const off_t end = ::lseek(worker.printed->out, 0, SEEK_END);
-    finish(worker, {ExitNothing, end, ::lseek(worker.printed->error, 0, SEEK_END), end});
+        RemoveUnfinished(OutputFor(options_, file), end.number);
+    const auto& [out, error] = *worker.printed;
+    error.append(Format("%s: fatal: reading it ended with signal %d (%s)\n",
+                        Visible(file.path).c_str(), end.signal, end.reason.c_str()));
+    if (options_.json && options_.command != CommandEN::list)
+        out.append(BrokenSummaryJson(file.path));
+    finish(worker, {ExitNothing, out.size(), error.size(), out.size()});
 }
 
 void Pool::finish(Worker& worker, const Done& done) {
@@ -344,20 +237,20 @@ void Pool::stop(int error) {
                      "\n";
     totals_.stopped = true;
     for (const Worker& worker : workers_)
-        if (worker.process > 0) ::kill(worker.process, SIGTERM);
+        if (worker.process.isRunning()) worker.process.stop();
 }
 
 /// Shows what was printed of the finished files whose turn has come.
 void Pool::showFinished() {
     for (; !finished_.empty() && finished_.begin()->first == shown_; ++shown_) {
         const auto& [printed, from, to] = finished_.begin()->second;
-        int error = Forward(printed->out, from.told, to.out, STDOUT_FILENO);
+        int error = printed->out.forward(from.told, to.out, system::StandardOutput);
         if (error == 0) {
-            error = Forward(printed->error, from.error, to.error, STDERR_FILENO);
+            error = printed->error.forward(from.error, to.error, system::StandardError);
             if (error == EBADF) error = 0;  // nobody wants to hear it
         }
         if (error != 0) return stop(error);
-        tell_(options_.files[shown_], to.exitCode, ReadBack(printed->out, to.out, to.told));
+        tell_(options_.files[shown_], to.exitCode, printed->out.take(to.out, to.told));
         ++totals_.files[to.exitCode];
         totals_.worst.add(to.worst);
         finished_.erase(finished_.begin());
@@ -375,11 +268,8 @@ Totals Pool::run() {
         progress.update("files", static_cast<long long>(shown_ + finished_.size()),
                         std::ssize(options_.files));
     }
-    for (const Worker& worker : workers_) {
-        if (worker.process < 0) continue;
-        ::close(worker.channel);
-        ::waitpid(worker.process, nullptr, 0);
-    }
+    for (Worker& worker : workers_)
+        if (worker.process.isRunning()) worker.process.join();
     return totals_;
 }
 
@@ -395,7 +285,8 @@ Totals RunSerially(const Options& options, FileWork work, const TellFunction& te
         std::string told;
         const int exitCode = work(file, options, console, told);
         ++totals.files[exitCode];
-        if (const int error = StandardOutputError()) {
+        const int error = StandardOutputError() != 0 ? StandardOutputError() : StandardErrorError();
+        if (error != 0) {
             if (error == EPIPE) system::EndByClosedPipe();
             totals.stopped = true;
             break;
@@ -424,13 +315,16 @@ std::string Totals::text() const {
     long long all = 0;
     for (const auto& [code, count] : files) all += count;
     for (const auto& [code, words] : texts)
-        if (const auto found = files.find(code); found != files.end())
-            text += (text.empty() ? "" : ", ") + std::to_string(found->second) + " " + words;
+        if (const auto found = files.find(code); found != files.end()) {
+            std::string_view which = words;
+            if (code == ExitNoNet && found->second == 1) which.remove_suffix(1);
+            (text += (text.empty() ? "" : ", ") + std::to_string(found->second) + " ") += which;
+        }
     return std::to_string(all) + (all == 1 ? " file: " : " files: ") + text;
 }
 
 Totals RunBatch(const Options& options, FileWork work, const TellFunction& tell) {
-#ifdef __linux__
+#ifdef LUMO_HAS_PROCESSES
     Totals totals =
         options.jobs > 1 ? Pool(options, work, tell).run() : RunSerially(options, work, tell);
 #else

@@ -1,11 +1,11 @@
 #include "app/check.h"
 
 #include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <string_view>
 
 #include "app/convert.h"
+#include "app/fields.h"
 #include "export/facts.h"
 #include "formats/catalogue.h"
 #include "library/utilities/text.h"
@@ -14,34 +14,6 @@ namespace lumo::app {
 namespace {
 
 constexpr std::size_t mostNumbers = 5;  ///< in the total
-
-// ---- Packing: the fields one after the other, each with a zero byte behind it ---------------
-
-void Put(std::string& text, std::string_view field) {
-    for (const char c : field) text += c == '\0' ? ' ' : c;
-    text += '\0';
-}
-void Put(std::string& text, long long number) { Put(text, std::to_string(number)); }
-
-class Fields {
-public:
-    explicit Fields(std::string_view text) : left_(text) {}
-
-    void get(std::string& field) {
-        const std::size_t end = std::min(left_.find('\0'), left_.size());
-        field = left_.substr(0, end);
-        left_.remove_prefix(std::min(end + 1, left_.size()));
-    }
-    template <class NUMBER>
-    void get(NUMBER& number) {
-        std::string field;
-        get(field);
-        std::from_chars(field.data(), field.data() + field.size(), number);
-    }
-
-private:
-    std::string_view left_;
-};
 
 /// Does the same to all fields of a report.
 template <class REPORT, class DO>
@@ -150,8 +122,8 @@ std::string Checker::total() const {
     if (allowed_ > 0) problems += ", " + Digits(allowed_) + " allowed";
     const std::string notRead = notRead_ > 0 ? ", " + Digits(notRead_) + " not read" : "";
     return Count(files_ + options_.noNets, "file") + notRead +
-           (options_.noNets > 0 ? ", " + Digits(options_.noNets) + " no nets" : "") + ": " +
-           problems + "\n";
+           (options_.noNets > 0 ? ", " + Count(options_.noNets, "no net") : "") + ": " + problems +
+           "\n";
 }
 
 std::string Checker::mostFrequent() const {
@@ -175,7 +147,7 @@ int Checker::end(int exitCode) {
     if (form_ != nullptr)
         write(form_->end(exitCode));
     else if (files_ + options_.noNets > 1 && !options_.quiet && !options_.jsonDiagnostics)
-        std::cerr << total() + mostFrequent();
+        Say(total() + mostFrequent());
     if (failure_.empty()) return exitCode;
     std::cerr << "lumo-import: " + failure_ + "\n";
     return ExitWriteFailed;

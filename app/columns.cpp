@@ -8,7 +8,6 @@ namespace lumo::app {
 namespace {
 
 using Line = std::vector<std::string>;
-constexpr std::string_view between = "  ";
 constexpr std::size_t widestInPipe = 40;
 constexpr std::size_t leastWidth = 8;  ///< that a column keeps on a narrow terminal
 
@@ -18,7 +17,7 @@ std::vector<std::size_t> Widths(const std::vector<Line>& lines, std::size_t colu
     for (const Line& line : lines)
         for (std::size_t i = 0; i < line.size(); ++i)
             widths[i] = std::max(widths[i], std::min(DisplayWidth(line[i]), most));
-    std::size_t all = (widths.size() - 1) * between.size();
+    std::size_t all = (widths.size() - 1) * betweenColumns.size();
     for (const std::size_t width : widths) all += width;
     while (columns > 0 && all > columns) {
         std::size_t& widest = *std::ranges::max_element(widths);
@@ -41,7 +40,7 @@ std::string Aligned(const std::vector<Line>& lines, std::size_t columns,
             const std::size_t room = widths[i] - std::min(DisplayWidth(cell), widths[i]);
             const bool isNumber = i < areNumbers.size() && areNumbers[i];
             row.append(isNumber ? room : 0, ' ').append(cell).append(isNumber ? 0 : room, ' ');
-            row.append(between);
+            row.append(betweenColumns);
         }
         row.erase(row.find_last_not_of(' ') + 1);
         text += row + "\n";

@@ -2,9 +2,13 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace lumo::app {
+
+/// What is between two cells of a line.
+constexpr std::string_view betweenColumns = "  ";
 
 /// The lines, the heads first. On a terminal of so many columns a line has room, as wide cells give
 /// way; elsewhere (0) a long cell moves what follows in its line, and not all lines. Cells of

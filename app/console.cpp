@@ -1,6 +1,7 @@
 #include "app/console.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -24,7 +25,6 @@ constexpr const char* red = "\x1b[1;31m";
 constexpr const char* magenta = "\x1b[1;35m";
 constexpr const char* cyan = "\x1b[1;36m";
 constexpr const char* green = "\x1b[1;32m";
-constexpr const char* plain = "\x1b[0m";
 
 const char* ColorOf(int severity) {
     if (severity > SeverityWarning) return red;
@@ -78,6 +78,19 @@ std::string MessageText(const ReportRecord& report) {
     return report.number == 0 ? text : text + " [" + std::to_string(report.number) + "]";
 }
 
+namespace {
+
+int standardErrorError = 0;
+
+}  // namespace
+
+void Say(const std::string& text) {
+    std::cerr << text;
+    if (std::cerr.bad() && standardErrorError == 0 && errno != EBADF) standardErrorError = errno;
+}
+
+int StandardErrorError() { return standardErrorError; }
+
 void ShowHint(const WorstReport& worst, const Options& options) {
     if (worst.number == 0 || options.jsonDiagnostics || options.form != CheckFormEN::text ||
         !IsTerminal(system::StandardError))
@@ -127,7 +140,7 @@ void Console::give(const ReportRecord& report) {
         return;
     }
     progress_.clear();
-    std::cerr << (options_.jsonDiagnostics ? ReportToJson(report) + '\n' : lineOf(report, headed_));
+    Say(options_.jsonDiagnostics ? ReportToJson(report) + '\n' : lineOf(report, headed_));
 }
 
 void Console::finish() {
@@ -149,7 +162,7 @@ void Console::finish() {
     }
     held_.clear();
     progress_.clear();
-    std::cerr << text;
+    Say(text);
 }
 
 /// Whether one line above all tells a person where they are. What is read by a program, such as an
@@ -184,7 +197,7 @@ std::string Console::sourceLines(const ReportRecord& report, const std::string& 
 }
 
 std::string Console::paint(const char* code, const std::string& text) const {
-    return colors_ ? code + text + plain : text;
+    return colors_ ? code + text + endOfColor : text;
 }
 
 void Console::note(const std::string& text) {

@@ -45,6 +45,11 @@ std::string PlaceText(const ReportRecord& report);
 /// The message with what was being read, and the number.
 std::string MessageText(const ReportRecord& report);
 
+/// Writes to standard error.
+void Say(const std::string& text);
+/// The errno of the first that could not be written; 0 when all was, or nobody listens.
+int StandardErrorError();
+
 /// Whether what is written to that descriptor shall have colors.
 bool WantsColors(ColorEN choice, int descriptor);
 

@@ -9,13 +9,20 @@
 
 namespace lumo::app {
 
-/// Writes the net in the format and to the place asked for, and says what the format does not keep.
-/// Empty when it worked, else what went wrong.
-std::string Convert(const ImportResult& result, const InputFile& file, const Options& options,
-                    Console& console);
+/// What went wrong after reading; nothing when the text is empty.
+struct Failure {
+    std::string text;
+    int exitCode = ExitWriteFailed;
+};
 
-/// Writes to the file, or to standard output ("-"); likewise.
-std::string WriteOutput(const std::string& output, const WriteFunction& write);
+/// Writes the net in the format and to the place asked for, and says what the format does not keep.
+Failure Convert(const ImportResult& result, const InputFile& file, const Options& options,
+                Console& console);
+
+/// Writes to the file, with force a read-only one as well, or to standard output ("-"). Empty when
+/// it worked, else what went wrong. Says whether the file was written in place.
+std::string WriteOutput(const std::string& output, const WriteFunction& write, bool force = false,
+                        bool* isInPlace = nullptr);
 
 /// Writes to standard output; likewise.
 std::string WriteStandardOutput(const WriteFunction& write);

@@ -17,8 +17,6 @@ namespace {
 
 enum DiffExitEN : int { ExitSame = 0, ExitDifferent = 1, ExitTrouble = 2 };
 
-constexpr const char* plain = "\x1b[0m";
-
 const char* ColorOf(char sign) {
     switch (sign) {
         case '-':
@@ -42,7 +40,7 @@ void WriteText(const NetDiff& diff, const Options& options, std::ostream& out) {
         options.output.empty() && WantsColors(options.color, system::StandardOutput);
     const auto line = [&](char sign, const std::string& text) {
         const std::string_view color = colors ? ColorOf(sign) : "";
-        out << color << text << (color.empty() ? "" : plain) << '\n';
+        out << color << text << (color.empty() ? "" : endOfColor) << '\n';
     };
     if (!diff.found.isSame()) {
         line('-', "--- " + Head(diff.before));

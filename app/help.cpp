@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "app/packer.h"
+#include "export/part.h"
 #include "export/writers.h"
 #include "formats/detect.h"
+#include "formats/packing.h"
 #include "library/utilities/Utils.h"
 
 namespace lumo::app {
@@ -38,6 +40,8 @@ constexpr CommandInfo commands[] = {
     {convert, "convert", "FILE... -o OUT", "Writes the nets in another format.",
      "  lumo-import convert asia.net -o asia.json     the whole net as JSON\n"
      "  lumo-import convert asia.net --to json -o -   the same on standard output\n"
+     "  lumo-import convert asia.net -o dysp.pdf --only dysp --around blanket --width 85mm\n"
+     "  lumo-import convert asia.net -o asia.svg --beliefs --evidence smoke=yes\n"
      "  lumo-import convert -j 4 nets/*.xml --to json -o out/\n"},
     {diff, "diff", "FILE FILE", "How two nets differ, in any two formats.",
      "  lumo-import diff asia.net asia.xml            how two nets differ\n"
@@ -90,11 +94,23 @@ constexpr OptionInfo options[] = {
     {"    --to", "FORMAT", "format or extension to write, instead of OUT's: %s", Of(convert),
      [] { return Listed(Writers()); }},
     {"    --force", "",
-     "write over what is there, without asking; over the input, if it was read "
-     "without error",
+     "write over what is there, without asking, and over what is read-only; over the input, if it "
+     "was read without error",
      Of(convert)},
     {"    --no-clobber", "", "leave files that are there as they are", Of(convert)},
     {"    --verify", "", "read what was written, and compare it with the net", Of(convert)},
+    {"    --plain", "", "write names, states and tables alone, which more programs read",
+     Of(convert)},
+    {"    --only-nature", "", "leave out decisions, utilities and what depends on them",
+     Of(convert)},
+    {"    --only", "NODE", "a picture of the node alone; several times, of several", Of(convert)},
+    {"    --around", "WHAT", "and of what is around it: %s", Of(convert),
+     [] { return Listed(Arounds()); }},
+    {"    --beliefs", "", "a picture with the nodes' distributions", Of(convert)},
+    {"    --evidence", "FACT", "the distributions when that is known: NODE=STATE", Of(convert)},
+    {"    --width", "SIZE", "of the picture on paper: 85mm, 3.3in ...", Of(convert)},
+    {"    --font-size", "SIZE", "of its letters on paper, in points", Of(convert)},
+    {"    --grey", "", "a picture without colours", Of(convert)},
     {"    --layout", "auto|file", "where nodes are drawn, instead of the file where it says so",
      Of(convert)},
     {"    --from", "FORMAT", "format of the files, instead of detecting it: %s", ofReaders,
@@ -112,7 +128,7 @@ constexpr OptionInfo options[] = {
     {"    --color", "WHEN", "colored diagnostics: auto, always, never", ofReaders},
     {"-q, --quiet", "", "show errors only", ofReaders},
     {"-v, --verbose", "", "show also what was done, and lists as long as they are", ofReaders},
-    {"-j, --jobs", "N", "read N files at the same time", ofMany},
+    {"-j, --jobs", "N", "read N files at the same time", ofMany | Of(list)},
     {"    --version", "", "show the version", ofAll},
     {"-h, --help", "", "show this help, or after a command that command's", ofAll},
 };
@@ -208,6 +224,8 @@ std::string VersionText() {
         if (why == nullptr) text += std::exchange(comma, ", ") + std::string(writer.name);
     }
     text += "\n";
+    if (const std::string packings = PackingsRead(); !packings.empty())
+        text += "unpacks " + packings + "\n";
     if (WhyNotPacked() == nullptr)
         text += "packs   gzip\n";
     else

@@ -4,9 +4,11 @@
 #include <iostream>
 #include <map>
 
+#include "app/batch.h"
 #include "app/columns.h"
 #include "app/console.h"
 #include "app/convert.h"
+#include "app/fields.h"
 #include "app/read.h"
 #include "app/suggest.h"
 #include "app/terminal.h"
@@ -20,7 +22,7 @@ namespace lumo::app {
 namespace {
 
 /// A line of the list: a value for each column, and last the file that has the same net.
-using Row = std::vector<SurveyValue>;
+using ListRow = std::vector<SurveyValue>;
 
 std::size_t ColumnOf(std::string_view name) {
     const auto columns = SurveyColumns();
@@ -57,7 +59,7 @@ bool Holds(const T& a, std::string_view order, const T& b) {
     return order == ">" ? isMore : !isLess;
 }
 
-bool Meets(const Row& row, const ListCondition& condition) {
+bool Meets(const ListRow& row, const ListCondition& condition) {
     const SurveyValue& value = row[condition.column];
     if (const auto* text = std::get_if<std::string>(&value))
         return Holds(*text, condition.order, condition.value);
@@ -69,14 +71,64 @@ bool Meets(const Row& row, const ListCondition& condition) {
     return number != nullptr && Holds(static_cast<double>(*number), condition.order, wanted);
 }
 
-void Sort(std::vector<Row>& rows, const std::string& by) {
+void Sort(std::vector<ListRow>& rows, const std::string& by) {
     if (by.empty()) return;
     const bool isDown = by.front() == '-';
     const std::size_t column = ColumnOf(std::string_view(by).substr(isDown ? 1 : 0));
-    std::ranges::stable_sort(rows, [&](const Row& a, const Row& b) {
+    std::ranges::stable_sort(rows, [&](const ListRow& a, const ListRow& b) {
         return isDown ? b[column] < a[column] : a[column] < b[column];
     });
 }
+
+// ---- Reading -------------------------------------------------------------------------------
+
+/// What is told of the file: a letter and the text of each value, the content last.
+int Survey(const InputFile& file, const Options& options, Console& console, std::string& told) try {
+    const ImportResult result = ReadOne(file.path, options, console);
+    if (options.walked && IsNoNet(result)) return ExitNoNet;
+    const NetSurvey survey(result);
+    for (const SurveyColumn& column : SurveyColumns()) {
+        const SurveyValue value = column.of(survey);
+        constexpr std::string_view kinds[] = {"-", "n", "t"};
+        Put(told, std::string(kinds[value.index()]) + TextOf(value, ""));
+    }
+    Put(told, survey.nodes > 0 ? survey.content : std::string());
+    return survey.hasNet ? ExitRead : ExitNothing;
+} catch (const std::exception& error) {
+    console.finish();
+    std::cerr << "lumo-import: " + Visible(file.path) + ": " + error.what() + "\n";
+    return ExitNothing;
+}
+
+/// The rows, as the files come.
+class List {
+public:
+    void add(const InputFile& file, const std::string& told) {
+        ListRow& row = rows_.emplace_back();
+        Fields fields(told);
+        for (std::size_t i = 0; i < SurveyColumns().size(); ++i) row.push_back(valueOf(fields));
+        if (told.empty()) {  // reading it broke down
+            row[ColumnOf("file")] = file.path;
+            row[ColumnOf("status")] = "failed";
+        }
+        std::string content;
+        fields.get(content);
+        const auto [known, isNew] = first_.try_emplace(content, TextOf(row[ColumnOf("file")], ""));
+        row.push_back(isNew || content.empty() ? SurveyValue() : SurveyValue(known->second));
+    }
+    std::vector<ListRow> take() { return std::move(rows_); }
+
+private:
+    static SurveyValue valueOf(Fields& fields) {
+        std::string field;
+        fields.get(field);
+        if (field.starts_with('n')) return std::stoll(field.substr(1));
+        return field.starts_with('t') ? SurveyValue(field.substr(1)) : SurveyValue();
+    }
+
+    std::vector<ListRow> rows_;
+    std::map<std::string, std::string> first_;  // file of each content
+};
 
 // ---- Writing -------------------------------------------------------------------------------
 
@@ -88,20 +140,20 @@ std::vector<std::string> Heads() {
 }
 
 /// For people the content is only seen in what is the same.
-std::string AsText(const std::vector<Row>& rows) {
+std::string AsText(const std::vector<ListRow>& rows) {
     const std::size_t content = ColumnOf("content");
     std::vector<std::vector<std::string>> lines = {Heads()};
-    for (const Row& row : rows) {
+    for (const ListRow& row : rows) {
         auto& line = lines.emplace_back();
         for (const SurveyValue& value : row) line.push_back(Visible(TextOf(value, "-")));
         if (line.back() == "-") line.back().clear();
     }
     const bool anySame =
-        std::ranges::any_of(rows, [](const Row& row) { return row.back().index() > 0; });
+        std::ranges::any_of(rows, [](const ListRow& row) { return row.back().index() > 0; });
     std::vector<bool> areNumbers;
     for (std::size_t i = 0; i < lines[0].size(); ++i)
         areNumbers.push_back(std::ranges::any_of(
-            rows, [i](const Row& row) { return std::holds_alternative<long long>(row[i]); }));
+            rows, [i](const ListRow& row) { return std::holds_alternative<long long>(row[i]); }));
     for (auto& line : lines) {
         if (!anySame) line.pop_back();
         line.erase(line.begin() + static_cast<std::ptrdiff_t>(content));
@@ -118,7 +170,7 @@ std::string CsvField(const std::string& text) {
     return quoted + '"';
 }
 
-std::string AsCsv(const std::vector<Row>& rows) {
+std::string AsCsv(const std::vector<ListRow>& rows) {
     std::string text;
     const auto line = [&text](const auto& cells, auto textOf) {
         for (std::size_t i = 0; i < cells.size(); ++i)
@@ -126,15 +178,15 @@ std::string AsCsv(const std::vector<Row>& rows) {
         text += "\r\n";
     };
     line(Heads(), [](const std::string& head) { return head; });
-    for (const Row& row : rows)
+    for (const ListRow& row : rows)
         line(row, [](const SurveyValue& value) { return TextOf(value, ""); });
     return text;
 }
 
-std::string AsJson(const std::vector<Row>& rows) {
+std::string AsJson(const std::vector<ListRow>& rows) {
     std::string text;
     const std::vector<std::string> heads = Heads();
-    for (const Row& row : rows) {
+    for (const ListRow& row : rows) {
         JsonOut json;
         json.open('{');
         json.key("schema").text("lumo-import-list/1");
@@ -180,27 +232,19 @@ std::string CheckSorting(const std::string& text) {
 }
 
 int RunList(const Options& options) {
-    Console console(options);
-    std::vector<Row> rows;
-    std::map<std::string, std::string> first;  // file of each content
-    bool anyRead = false;
-    for (const InputFile& file : options.files) {
-        const ImportResult result = ReadOne(file.path, options, console);
-        if (options.walked && IsNoNet(result)) continue;
-        const NetSurvey survey(result);
-        anyRead = anyRead || survey.hasNet;
-        Row& row = rows.emplace_back();
-        for (const SurveyColumn& column : SurveyColumns()) row.push_back(column.of(survey));
-        const auto [known, isNew] = first.try_emplace(survey.content, survey.file);
-        row.push_back(isNew || survey.nodes == 0 ? SurveyValue() : SurveyValue(known->second));
-    }
+    List list;
+    const Totals totals = RunBatch(
+        options, Survey, [&list](const InputFile& file, int code, const std::string& told) {
+            if (code != ExitNoNet) list.add(file, told);
+        });
+    std::vector<ListRow> rows = list.take();
     for (const ListCondition& condition : options.conditions)
-        std::erase_if(rows, [&](const Row& row) { return !Meets(row, condition); });
+        std::erase_if(rows, [&](const ListRow& row) { return !Meets(row, condition); });
     Sort(rows, options.sorting);
     const std::string failure = WriteStandardOutput(options.json  ? AsJson(rows)
                                                     : options.csv ? AsCsv(rows)
                                                                   : AsText(rows));
-    if (failure.empty()) return anyRead ? ExitRead : ExitNothing;
+    if (failure.empty()) return totals.files.contains(ExitRead) ? ExitRead : ExitNothing;
     std::cerr << "lumo-import: " + failure + "\n";
     return ExitWriteFailed;
 }

@@ -1,4 +1,5 @@
 // lumo-import: summarises, checks and converts the files of other Bayes-net programs.
+#include <algorithm>
 #include <cerrno>
 #include <exception>
 #include <iostream>
@@ -25,12 +26,6 @@
 namespace lumo::app {
 namespace {
 
-/// What went wrong after reading; nothing when the text is empty.
-struct Failure {
-    std::string text;
-    int exitCode = ExitWriteFailed;
-};
-
 /// All tables that were asked for, or none.
 Failure ShowTables(const Bnet_bn& net, const Options& options) {
     std::vector<const Bnode_bn*> nodes;
@@ -48,7 +43,7 @@ Failure Write(const ImportResult& result, const InputFile& file, const Options& 
               Console& console) {
     switch (options.command) {
         case CommandEN::convert:
-            return {Convert(result, file, options, console)};
+            return Convert(result, file, options, console);
         case CommandEN::nodes:
             return {result.net == nullptr ? "" : WriteNodes(*result.net)};
         case CommandEN::table:
@@ -187,4 +182,9 @@ int Run(int argc, char** argv) {
 }  // namespace
 }  // namespace lumo::app
 
-int main(int argc, char** argv) { return lumo::app::Run(argc, argv); }
+int main(int argc, char** argv) {
+    using namespace lumo::app;
+    const int exitCode = Run(argc, argv);
+    const int failure = StandardErrorError();  // which cannot be told
+    return failure == 0 || failure == EPIPE ? exitCode : std::max<int>(exitCode, ExitWriteFailed);
+}

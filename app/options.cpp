@@ -16,6 +16,7 @@
 #include "app/packer.h"
 #include "app/suggest.h"
 #include "export/explain.h"
+#include "library/utilities/numbers.h"
 #include "library/utilities/paths.h"
 #include "library/utilities/text.h"
 
@@ -68,6 +69,7 @@ struct Raw {
     std::vector<std::string> conditions;  // of list
     std::string format, writer, condense, layout, maxMemory, diagnostics, color = "auto";
     std::string form, maxSeverity, failOn, baseline;  // of check
+    std::string around, width, letters;               // of pictures
     std::vector<std::string> allowed;
     bool strict = false, createStateNames = false;
 };
@@ -108,6 +110,68 @@ void AddOptions(CLI::App& app, Options& options, Raw& raw) {
                    ? std::string()
                    : "'" + text + "' is no number from 1 to " + std::to_string(mostJobs);
     });
+}
+
+/// A positive length in millimetres: "85mm", "3.3in"; none when it is no such text.
+std::optional<double> MillimetresOf(const std::string& text) {
+    constexpr std::pair<std::string_view, double> units[] = {
+        {"", 1}, {"mm", 1}, {"cm", 10}, {"in", 25.4}, {"pt", 25.4 / 72}, {"px", 25.4 / 96}};
+    double length = 0;
+    const char* end = nullptr;
+    const char* const last = text.data() + text.size();
+    if (ParseNumber(text.data(), last, length, end) != NumberEN::ok) return std::nullopt;
+    for (const auto& [unit, millimetres] : units)
+        if (std::string_view(end, last) == unit && length > 0) return length * millimetres;
+    return std::nullopt;
+}
+
+constexpr double widestPaper = 5000, largestLetters = 500;  // millimetres, points
+
+/// Options of convert that say what a picture is to show, and how.
+void AddPictureOptions(CLI::App& convert, Options& options, Raw& raw) {
+    PictureOptions& picture = options.picture;
+    const auto several = [&](const char* name, std::vector<std::string>& values) {
+        convert.add_option(name, values)->allow_extra_args(false);
+    };
+    const auto length = [&](const char* name, std::string& value, double most, const char* hint) {
+        convert.add_option(name, value)->check([most, hint](const std::string& text) {
+            const std::optional<double> millimetres = MillimetresOf(text);
+            return millimetres && *millimetres <= most
+                       ? std::string()
+                       : "'" + text + "' is no size, such as " + hint;
+        });
+    };
+    several("--only", picture.only);
+    AddChoice(convert, "--around", raw.around, Names(Arounds()));
+    convert.add_flag("--beliefs", picture.beliefs);
+    several("--evidence", picture.evidence);
+    length("--width", raw.width, widestPaper, "85mm");
+    length("--font-size", raw.letters, largestLetters, "8");
+    convert.add_flag("--grey", picture.grey);
+}
+
+/// Takes over what was wished of a picture; the first mistake, empty when there is none.
+std::string CheckPicture(Options& options, const Raw& raw) {
+    PictureOptions& picture = options.picture;
+    picture.beliefs = picture.beliefs || !picture.evidence.empty();
+    if (!raw.width.empty()) picture.width = *MillimetresOf(raw.width);
+    if (!raw.letters.empty()) {
+        const bool hasUnit = std::isalpha(static_cast<unsigned char>(raw.letters.back())) != 0;
+        picture.letters = *MillimetresOf(raw.letters) * (hasUnit ? 72 / 25.4 : 1);
+    }
+    if (!raw.around.empty())
+        picture.around = &*std::ranges::find_if(
+            Arounds(), [&](const Around& around) { return raw.around == around.name; });
+    if (picture.around != nullptr && picture.only.size() < picture.around->nodes)
+        return "--around " + raw.around + " takes " +
+               (picture.around->nodes > 1 ? "two nodes: --only NODE --only NODE"
+                                          : "a node: --only NODE");
+    if (!picture.areThere() || options.writer->draw != nullptr) return {};
+    std::vector<std::string> pictures;
+    for (const Writer& writer : Writers())
+        if (writer.draw != nullptr) pictures.emplace_back(writer.name);
+    return "--only, --beliefs, --width, --font-size and --grey are of pictures: " +
+           Listed(pictures);
 }
 
 constexpr const char* forms[] = {"text", "json", "sarif", "github", "junit"};
@@ -196,6 +260,8 @@ std::string CheckConvert(Options& options, const Raw& raw) {
                    ? "convert: no format for '" + options.output + "': name one with --to"
                    : "--to: " + NotAmong(raw.writer, Names(Writers()));
     }
+    if (std::string mistake = CheckPicture(options, raw); !mistake.empty())
+        return "convert: " + mistake;
     if (options.verify && options.output == "-")
         return "convert: --verify reads a file, which standard output is not";
     if (options.verify && FindFormat(std::string_view(options.writer->name)) == nullptr)
@@ -205,9 +271,11 @@ std::string CheckConvert(Options& options, const Raw& raw) {
     if (unavailable != nullptr && unavailable() != nullptr)
         return std::string("convert: ") + unavailable();
     options.intoFolder = IsFolder(options.output) || BecomesFolder(options);
-    if (options.many() && !options.intoFolder)
-        return "convert: '" + options.output + "' is no folder, which many files need; '" +
-               options.output + "/' makes one";
+    if (options.many() && !options.intoFolder) {
+        const bool isTaken = Exists(options.output);
+        return "convert: '" + options.output + "' is no folder, which many files need; " +
+               (isTaken ? "another name makes one" : "'" + options.output + "/' makes one");
+    }
     const bool isPacked = !options.intoFolder && PlainName(options.output) != options.output;
     if (isPacked && !IsNamedPacked(options.output))
         return "convert: '" + options.output + "' would not be compressed so, only as .gz";
@@ -389,6 +457,9 @@ std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Opt
     convert->add_flag("--force", options.force)
         ->excludes(convert->add_flag("--no-clobber", options.noClobber));
     convert->add_flag("--verify", options.verify);
+    convert->add_flag("--plain", options.reduction.plain);
+    convert->add_flag("--only-nature", options.reduction.onlyNature);
+    AddPictureOptions(*convert, options, raw);
     CLI::App* const diff = command("diff", CommandEN::diff);
     diff->add_option("FILE", raw.files);
     diff->add_option("-o,--output", options.output);
@@ -397,7 +468,7 @@ std::optional<int> ParseArguments(const std::vector<std::string>& arguments, Opt
     CLI::App* const list = command("list", CommandEN::list);
     list->add_option("FILE", raw.files);
     list->add_flag("--csv", options.csv);
-    list->add_option("--where", raw.conditions)->take_all();
+    list->add_option("--where", raw.conditions)->allow_extra_args(false)->take_all();
     list->add_option("--sort", options.sorting);
     command("explain", CommandEN::explain)->add_option("NUMBER", options.numbers);
     command("formats", CommandEN::formats);

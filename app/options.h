@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "app/baseline.h"
+#include "export/part.h"
+#include "export/reduce.h"
 #include "export/writers.h"
 #include "formats/import.h"
 
@@ -52,6 +54,18 @@ struct ListCondition {
     std::string value;
 };
 
+/// What is wished of a picture.
+struct PictureOptions {
+    std::vector<std::string> only;      ///< nodes
+    const Around* around = nullptr;     ///< what else is drawn of the net; null: the nodes alone
+    bool beliefs = false;               ///< bars in the nodes
+    std::vector<std::string> evidence;  ///< "smoke=yes"
+    double width = 0, letters = 0;      ///< millimetres, points; 0: as they come
+    bool grey = false;
+
+    bool areThere() const { return !only.empty() || beliefs || width > 0 || letters > 0 || grey; }
+};
+
 struct Options {
     CommandEN command = CommandEN::summary;
     std::vector<InputFile> files;
@@ -74,7 +88,9 @@ struct Options {
     bool force = false;                     ///< convert: write over what is there
     bool noClobber = false;                 ///< convert: leave what is there
     bool verify = false;                    ///< convert: read what was written, and compare
+    Reduction reduction;                    ///< convert: what is left out of what is written
     LayoutEN layout = LayoutEN::best;       ///< of the nodes in what is written
+    PictureOptions picture;                 ///< convert
     ImportOptions import;                   ///< how files are read
     bool quiet = false;                     ///< errors only
     bool verbose = false;                   ///< what was done as well

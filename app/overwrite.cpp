@@ -42,8 +42,10 @@ std::string AskToWriteOver(const Options& options) {
 }
 
 std::string WhyNotWrittenOver(const std::string& output, const Options& options) {
-    if (!options.noClobber || !IsThere(output)) return {};
-    return "'" + Visible(output) + "' is there already, and is not written over";
+    if (options.force || !IsThere(output)) return {};
+    const std::string name = "'" + Visible(output) + "'";
+    if (options.noClobber) return name + " is there already, and is not written over";
+    return system::IsWritable(output.c_str()) ? "" : name + " is read-only; --force replaces it";
 }
 
 }  // namespace lumo::app

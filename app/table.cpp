@@ -5,6 +5,7 @@
 #include <iostream>
 #include <vector>
 
+#include "app/columns.h"
 #include "app/convert.h"
 #include "app/suggest.h"
 #include "app/terminal.h"
@@ -24,7 +25,6 @@ constexpr std::size_t mostNamesListed = 100;
 constexpr std::size_t leastLabel = 6;   // columns that a label keeps on a narrow terminal
 constexpr std::size_t widestHead = 16;  // columns of a state's label on a terminal
 constexpr std::size_t mostBlocks = 20;  // of states below each other on a terminal
-constexpr std::string_view between = "  ";
 constexpr std::string_view divider = " | ";
 
 // ---- What is shown -------------------------------------------------------------------------
@@ -50,9 +50,9 @@ struct Sheet {
     std::vector<std::string> heads;  ///< of the columns of numbers, the experience among them
     long long rows = 0;
     std::size_t values = 0;  ///< numbers of a row, the experience apart
-    Table table;             ///< row by row; or else
+    HeldTable table;         ///< row by row; or else
     const double* params = nullptr;
-    Table experience;
+    HeldTable experience;
 
 private:
     void labelRows(const Bnode_bn& node);
@@ -83,11 +83,21 @@ void Sheet::labelRows(const Bnode_bn& node) {
     }
 }
 
-/// A row for each parent's states from 1 up, then the leak.
+/// A row for each parent's states but the neutral one, then the leak.
 void Sheet::labelParameters(const Bnode_bn& node) {
     labels = {{"parent", {}}, {"state", {}}};
+    const int* order = node.relation.order;
+    const auto statesByStrength = [&](const Bnode_bn& of) {
+        std::vector<std::string> states = statesOf(of);
+        if (order == nullptr) return states;
+        std::vector<std::string> ordered;
+        for (std::size_t i = 0; i < states.size(); ++i)
+            ordered.push_back(states[static_cast<std::size_t>(*order++)]);
+        return ordered;
+    };
+    std::ranges::copy(statesByStrength(node), heads.begin());
     for (const Bnode_bn* parent : node.parents) {
-        const std::vector<std::string> states = statesOf(*parent);
+        const std::vector<std::string> states = statesByStrength(*parent);
         for (std::size_t state = 1; state < states.size(); ++state) {
             labels[0].texts.push_back(textOf_(parent->name()));
             labels[1].texts.push_back(states[state]);
@@ -195,18 +205,20 @@ void Page::measureLabels() {
         std::size_t width = DisplayWidth(column.head);
         for (const std::string& text : column.texts) width = std::max(width, DisplayWidth(text));
         labelWidths_.push_back(width);
-        all += width + between.size();
+        all += width + betweenColumns.size();
     }
     const std::size_t room = columns_ / 2;
     if (columns_ > 0 && all > room) {
         const std::size_t share = room / labelWidths_.size();
-        const std::size_t most = std::max(leastLabel, share - std::min(share, between.size()));
+        const std::size_t most =
+            std::max(leastLabel, share - std::min(share, betweenColumns.size()));
         for (std::size_t& width : labelWidths_) {
             cut_ = cut_ || width > most;
             width = std::min(width, most);
         }
     }
-    for (const std::size_t width : labelWidths_) left_ += width + (left_ == 0 ? 0 : between.size());
+    for (const std::size_t width : labelWidths_)
+        left_ += width + (left_ == 0 ? 0 : betweenColumns.size());
     if (left_ > 0) left_ += divider.size();
 }
 
@@ -232,7 +244,7 @@ void Page::measureNumbers() {
 std::size_t Page::endOfBlock(std::size_t first) const {
     std::size_t used = left_, last = first;
     while (last < widths_.size()) {
-        used += widths_[last].all() + (last > first ? between.size() : 0);
+        used += widths_[last].all() + (last > first ? betweenColumns.size() : 0);
         if (columns_ > 0 && used > columns_ && last > first) break;
         ++last;
     }
@@ -241,7 +253,7 @@ std::size_t Page::endOfBlock(std::size_t first) const {
 
 void Page::writeLabel(TextOut& out, const std::string& label, std::size_t column) const {
     const std::string text = CutEnd(label, labelWidths_[column]);
-    if (column > 0) out << between;
+    if (column > 0) out << betweenColumns;
     out << text;
     Pad(out, labelWidths_[column] - DisplayWidth(text));
 }
@@ -264,7 +276,7 @@ void Page::writeBlock(TextOut& out, std::size_t first, std::size_t last) {
         writeLabel(out, sheet_.labels[column].head, column);
     if (!sheet_.labels.empty()) out << divider;
     for (std::size_t column = first; column < last; ++column) {
-        if (column > first) out << between;
+        if (column > first) out << betweenColumns;
         Pad(out, widths_[column].all() - widths_[column].head);
         out << heads_[column];
     }
@@ -277,7 +289,7 @@ void Page::writeBlock(TextOut& out, std::size_t first, std::size_t last) {
             const NumberWidth& width = widths_[column];
             const std::string_view text = digits_.of(column);
             const std::size_t whole = std::min(text.find('.'), text.size());
-            if (column > first) owed += between.size();
+            if (column > first) owed += betweenColumns.size();
             Pad(out, owed + width.all() - width.rest - whole);
             out << text;
             owed = width.rest - (text.size() - whole);
@@ -409,9 +421,9 @@ void WriteCsvOf(const Bnode_bn& node, bool isNamed, TextOut& out) {
 
 // ---- Nodes ---------------------------------------------------------------------------------
 
-using TextOf = const char* (*)(const Bnode_bn& node);
+using KnownBy = const char* (*)(const Bnode_bn& node);
 
-constexpr TextOf knownBy[] = {
+constexpr KnownBy knownBy[] = {
     [](const Bnode_bn& node) { return node.name(); },
     [](const Bnode_bn& node) { return node.identity(); },
     [](const Bnode_bn& node) { return static_cast<const char*>(node.title); },
@@ -422,7 +434,7 @@ constexpr TextOf knownBy[] = {
 const Bnode_bn* FindNode(const Bnet_bn& net, const std::string& text, std::string& mistake) {
     const std::string wanted = ToUtf8(text);
     std::vector<std::string> known, names;
-    for (const TextOf textOf : knownBy) {
+    for (const KnownBy textOf : knownBy) {
         std::vector<const Bnode_bn*> found;
         for (const Bnode_bn* node : net.nodes) {
             const char* const its = textOf(*node);

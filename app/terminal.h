@@ -7,6 +7,9 @@
 
 namespace lumo::app {
 
+/// What ends a color or bold letters.
+constexpr const char* endOfColor = "\x1b[0m";
+
 /// Whether a person is looking at that descriptor.
 bool IsTerminal(int descriptor);
 

@@ -22,7 +22,7 @@ _lumo_import() {
     elif [[ $word == -* ]]; then
         values=$(sed -nE 's/^ +(-., )?(--[a-z-]+).*/\2/p; s/^ +(-.), .*/\1/p' <<<"$help")
         COMPREPLY=($(compgen -W "$values" -- "$word"))
-    elif [ "$command" = table ] && values=$(_lumo_import_nodes "$1") && [ -n "$values" ]; then
+    elif { [ "$command" = table ] || [ "$before" = --only ]; } && values=$(_lumo_import_nodes "$1") && [ -n "$values" ]; then
         COMPREPLY=($(compgen -W "$values" -- "$word"))
     else
         [ "$COMP_CWORD" -gt 1 ] || values=$commands

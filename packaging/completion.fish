@@ -27,6 +27,8 @@ function __lumo_import_options
             case ''
             case OUT FILE
                 set -a option -r -F
+            case NODE
+                set -a option -x -a '(__lumo_import_nodes)'
             case '*'
                 set -a option -x -a "(__lumo_import_values $long)"
         end

@@ -19,6 +19,7 @@ for line in ${(f)"$(_call_program options $words[1] $command --help 2>/dev/null)
     case $argument in
         '') ;;
         OUT | FILE) argument=:output:_files ;;
+        NODE) argument=':node:->nodes' ;;
         *) argument=":${argument//|/ or }:($values)" ;;
     esac
     text="[${text//:/\\:}]"
@@ -30,8 +31,8 @@ for line in ${(f)"$(_call_program options $words[1] $command --help 2>/dev/null)
 done
 
 _arguments -s -S $specs '*: :->operands'
-if [[ $state == operands ]]; then
-    if [[ $command == table ]]; then
+if [[ $state == (operands|nodes) ]]; then
+    if [[ $command == table || $state == nodes ]]; then
         # The nodes of the first file before the word.
         for line in ${(Q)words[3,CURRENT-1]}; do
             [[ -f $line ]] || continue
