@@ -134,9 +134,20 @@ void SetComment(const Node& node, const OptionalText& comment) {
     Change(node.net).of(node).setComment(NewText(comment));
 }
 
-void SetPosition(const Node& node, const std::pair<int, int>& position) {
+coord_kt PlaceOf(const py::object& position) {
+    try {
+        const auto [x, y] = position.cast<std::pair<int, int>>();
+        return {x, y};
+    } catch (const py::cast_error&) {
+        throw py::value_error("a position is two whole numbers (x, y), not " +
+                              py::repr(position).cast<std::string>());
+    }
+}
+
+void SetPosition(const Node& node, const py::object& position) {
+    const coord_kt place = PlaceOf(position);
     Change change(node.net);
-    SetNodeVisPosition_ibn(change.of(node), {position.first, position.second}, nullptr);
+    SetNodeVisPosition_ibn(change.of(node), place, nullptr);
 }
 
 NodeKindEN KindNamed(const std::string& name) {
@@ -151,7 +162,7 @@ void SetKind(const Node& node, const std::string& name) {
     Bnode_bn& changed = change.of(node);
     if (changed.kind == kind) return;
     changed.relation.clear();  // of another meaning
-    Change::check(changed.setKind(kind, CheckFull));
+    Change::check(changed.setKind(kind));
 }
 
 struct StateList {
@@ -222,8 +233,7 @@ void SetStates(Change& change, Bnode_bn& node, const StateList& list) {
             throw py::value_error("two states are '" + *twice->name + "'");
         return Change::check(SetStatesToLabels(node, labels.release(), count, false));
     }
-    Change::check(node.setStates(count, list.texts(&State::name).release(), nullptr, nullptr,
-                                 nullptr, CheckFull));
+    Change::check(node.setStates(count, list.texts(&State::name).release()));
     if (OwnedStrs titles = list.texts(&State::title); titles.get() != nullptr)
         node.setStateTitles(titles.release());
     for (int i = 0; i < count; ++i)
@@ -246,9 +256,9 @@ void SetParents(Change& change, Bnode_bn& node, const std::vector<Bnode_bn*>& pa
                                   "' is named twice as a parent");
     change.keepViews(node);
     const BndList_bn before = node.parents;
-    rept_kt* const report = node.changePreds(ListOf(parents), nullptr, true, 1, 1, false);
+    rept_kt* const report = node.changePreds(ListOf(parents));
     if (!IsError(report)) return;
-    node.changePreds(before, nullptr, true, 1, 1, false);
+    node.changePreds(before);
     Change::check(report);
 }
 
@@ -284,6 +294,16 @@ Numbers NumbersOf(const Node& node, const Values<double>& given,
     return numbers;
 }
 
+/// What is given as numbers.
+Values<double> ArrayOf(const Node& node, const py::object& given,
+                       const std::vector<py::ssize_t>& shape) {
+    Values<double> array = Values<double>::ensure(given);
+    if (!array)
+        throw py::value_error("node '" + std::string(node->name()) +
+                              "' needs an array of numbers of the shape " + ShapeText(shape));
+    return array;
+}
+
 /// A Python warning about the first row that does not sum to 1.
 void WarnOfSums(const Bnode_bn& node, const Values<double>& table) {
     const int states = node.numStates();
@@ -300,29 +320,31 @@ void WarnOfSums(const Bnode_bn& node, const Values<double>& table) {
     }
 }
 
-void SetTable(const Node& node, const std::optional<Values<double>>& table) {
+void SetTable(const Node& node, const py::object& given) {
     Change change(node.net);
     Bnode_bn& changed = change.of(node);
-    if (!table) return changed.relation.clear();
+    if (given.is_none()) return changed.relation.clear();
     const auto shape = TableShape(node, node->numStates());
-    Numbers numbers = NumbersOf(node, *table, shape);
-    if (table->size() == 0)
+    const Values<double> table = ArrayOf(node, given, shape);
+    Numbers numbers = NumbersOf(node, table, shape);
+    if (table.size() == 0)
         throw py::value_error("node '" + std::string(changed.name()) +
                               "' or a parent has no states, and so no table");
-    Change::check(
-        changed.setProbsTable(numbers.floats.release(), false, CheckFull, numbers.exact.release()));
+    Change::check(changed.setTable(std::move(numbers.floats), std::move(numbers.exact)));
     changed.relation.keepPossible();
-    WarnOfSums(changed, *table);
+    WarnOfSums(changed, table);
 }
 
-void SetExperience(const Node& node, const std::optional<Values<double>>& experience) {
+void SetExperience(const Node& node, const py::object& given) {
     Change change(node.net);
     Bnode_bn& changed = change.of(node);
-    if (!experience) return changed.relation.setExperTable(nullptr);
+    if (given.is_none()) return changed.relation.setExperTable(nullptr);
     if (changed.relation.kind == RelnKindEN::none)
         throw py::value_error("node '" + std::string(changed.name()) + "' has no table");
-    Numbers numbers = NumbersOf(node, *experience, TableShape(node, 0));
-    const bool usable = std::all_of(numbers.floats.get(), numbers.floats.get() + experience->size(),
+    const auto shape = TableShape(node, 0);
+    const Values<double> experience = ArrayOf(node, given, shape);
+    Numbers numbers = NumbersOf(node, experience, shape);
+    const bool usable = std::all_of(numbers.floats.get(), numbers.floats.get() + experience.size(),
                                     [](float n) { return n >= 0 && std::isfinite(n); });
     if (!usable) throw py::value_error("experience is finite and not negative");
     changed.relation.setExperTable(numbers.floats.release(), numbers.exact.release());
@@ -333,7 +355,7 @@ void SetExperience(const Node& node, const std::optional<Values<double>>& experi
 SharedNet NewNet(const std::string& name, const OptionalText& title) {
     auto net = std::make_shared<Net>();
     const std::string legal = LegalName(name);
-    net->net.reset(NewVBNet(DupStr_kt(std::string_view(legal)), false));
+    net->net.reset(NewVBNet(DupStr_kt(std::string_view(legal))));
     net->net->fileName = DupStr_kt(std::string_view());
     SetNetLabel(*net->net, NewText(title ? title : legal == name ? OptionalText() : name));
     return net;
@@ -350,16 +372,14 @@ coord_kt FreePlace(const Bnet_bn& net) {
 }
 
 Node AddNode(const SharedNet& net, const std::string& name, const py::object& states,
-             const py::object& parents, const std::optional<Values<double>>& table,
-             const std::string& kind, const OptionalText& title, const OptionalText& comment,
-             const std::optional<std::pair<int, int>>& position) {
+             const py::object& parents, const py::object& table, const std::string& kind,
+             const OptionalText& title, const OptionalText& comment, const py::object& position) {
     const StateList list = StatesOf(states);
     const std::vector<Bnode_bn*> above = NodesOf(net, parents);
     const NodeKindEN wanted = KindNamed(kind);
     if (net->net->findNodeLabeled(std::string_view(name)) != nullptr)
         throw py::value_error("there is a node '" + name + "' already");
-    const coord_kt at =
-        position ? coord_kt{position->first, position->second} : FreePlace(*net->net);
+    const coord_kt at = position.is_none() ? FreePlace(*net->net) : PlaceOf(position);
     Change change(net);
     Bnode_bn* const made = NewNode_ibn(nullptr, 0, *net->net, at);
     if (made == nullptr) throw py::value_error("the net has no room for another node");
@@ -371,7 +391,7 @@ Node AddNode(const SharedNet& net, const std::string& name, const py::object& st
         SetStates(change, *made, list);
         SetParents(change, *made, above);
         net->changed();
-        if (table) SetTable({net, made}, table);
+        if (!table.is_none()) SetTable({net, made}, table);
     } catch (...) {
         RemoveNodes_ibn(*net->net, ListOf({made}));
         throw;
@@ -401,7 +421,8 @@ void SetNetName(const SharedNet& net, const std::string& name) {
 
 /// Makes a property that was read alone one that can be set.
 void AddSetter(const py::object& type, const char* name, auto set) {
-    type.attr(name) = type.attr(name).attr("setter")(py::cpp_function(set, py::is_method(type)));
+    const py::cpp_function setter(set, py::name(name), py::is_method(type));
+    type.attr(name) = type.attr(name).attr("setter")(setter);
 }
 
 /// Makes calling the class call the function, so that no object is ever there that was not made

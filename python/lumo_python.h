@@ -85,6 +85,9 @@ struct State {
     std::string label;
 };
 
+/// A net of its own with all that the net has.
+SharedNet CopyOf(Net& net);
+
 /// The node that the key is, or names; a KeyError when the net has none.
 Node NodeOf(const SharedNet& net, const py::object& key);
 

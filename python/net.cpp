@@ -1,9 +1,12 @@
 // Nets, their nodes as a sequence, and writing them.
 #include <pybind11/stl/filesystem.h>
 
+#include <algorithm>
+#include <iterator>
 #include <sstream>
 
 #include "export/json.h"
+#include "export/reduce.h"
 #include "export/writers.h"
 #include "formats/shared/describe.h"
 #include "python/lumo_python.h"
@@ -166,7 +169,8 @@ std::string Summary(const Net& net) {
     long long links = 0;
     for (const Bnode_bn* node : net.net->nodes) links += node->parents.N;
     return ToUtf8(net.net->name) + ": " + Counted(net.net->nodes.N, "node") + ", " +
-           Counted(links, "link") + ", " + net.format + ", " + StatusName(net.status());
+           Counted(links, "link") + (net.format.empty() ? "" : ", " + net.format) + ", " +
+           StatusName(net.status());
 }
 
 /// The first names, and how many more there are.
@@ -193,9 +197,18 @@ py::dict Drawing(const Net& net) {
                     "laidOut"_a = drawing.laidOut);
 }
 
+void WarnInPlace(const fs::path& path) {
+    const std::string text =
+        "'" + ToUtf8(path.string()) +
+        "' is written where it stands, not in one step: its folder takes no new file";
+    if (PyErr_WarnEx(PyExc_RuntimeWarning, text.c_str(), 1) != 0) throw py::error_already_set();
+}
+
 /// Returns what the format does not keep, a line each.
-std::vector<std::string> WriteFile(const Net& net, const fs::path& path, const OptionalText& format,
-                                   bool force) {
+std::vector<std::string> WriteFile(const SharedNet& given, const fs::path& path,
+                                   const OptionalText& format, bool force, bool plain,
+                                   bool onlyNature) {
+    const Net& net = *given;
     const Writer* writer = format ? FindWriter(*format) : FindWriterForFile(path.string());
     if (writer == nullptr)
         throw py::value_error("no format to write '" + ToUtf8(format.value_or(path.string())) +
@@ -209,14 +222,20 @@ std::vector<std::string> WriteFile(const Net& net, const fs::path& path, const O
         PyErr_SetString(PyExc_FileExistsError, text.c_str());
         throw py::error_already_set();
     }
-    int error = 0;
+    WrittenFile file;
+    const SharedNet written = plain || onlyNature ? CopyOf(*given) : given;
     std::vector<std::string> lost;
     {
         const py::gil_scoped_release release;
-        error = WriteToFile(path, [&](std::ostream& out) { writer->write(net, out); });
-        if (writer->losses != nullptr) lost = LossNotes(writer->losses(*net.net), writer->title);
+        if (written != given) lost = Reduce(*written->net, {plain, onlyNature});
+        file = WriteToFile(path, [&](std::ostream& out) { writer->write(*written, out); },
+                           {.replacesReadOnly = force});
+        if (writer->losses != nullptr)
+            std::ranges::copy(LossNotes(writer->losses(*written->net), writer->title),
+                              std::back_inserter(lost));
     }
-    if (error != 0) RaiseOSError(error, path);
+    if (file.error != 0) RaiseOSError(file.error, path);
+    if (file.isInPlace) WarnInPlace(path);
     return lost;
 }
 
@@ -304,15 +323,19 @@ void DefineNet(py::module_& module) {
         .def(
             "to_json", ToJson,
             "The net and its reports as the JSON document of the command line, in dicts and lists.")
-        .def("write", WriteFile, "path"_a, "format"_a = py::none(), py::kw_only(),
-             "force"_a = false,
-             "Writes the net in the format, or in that of the path's extension (keys and values "
-             "of lumo.writers); returns what the format does not keep, a line each. What was "
-             "there stays when it fails.\n\nRaises ValueError for a format that is not written, "
-             "FileExistsError for the file that the net was read from unless force is true and "
-             "it was read without an error, and OSError when the file cannot be written.")
+        .def(
+            "write", WriteFile, "path"_a, "format"_a = py::none(), py::kw_only(), "force"_a = false,
+            "plain"_a = false, "only_nature"_a = false,
+            "Writes the net in the format, or in that of the path's extension (keys and values "
+            "of lumo.writers); returns what the format does not keep, a line each. What was "
+            "there stays when it fails.\n\nplain: names, states, links and tables alone, for "
+            "programs that refuse more. only_nature: without decisions, utilities and what depends "
+            "on them. The net itself stays as it is.\n\nRaises ValueError for a format that is not "
+            "written, "
+            "FileExistsError for the file that the net was read from unless force is true and "
+            "it was read without an error, and OSError when the file cannot be written.")
         .def("save", WriteFile, "path"_a, "format"_a = py::none(), py::kw_only(), "force"_a = false,
-             "The same as write().")
+             "plain"_a = false, "only_nature"_a = false, "The same as write().")
         .def("_repr_svg_", Picture, "The picture of the net for notebooks; None above 500 nodes.")
         .def("__repr__", [](const Net& n) { return "<lumo.Net " + Summary(n) + ">"; });
 }

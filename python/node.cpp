@@ -179,7 +179,22 @@ void DefineNode(py::module_& module) {
             [](const Node& n) { return View(n, n->relation.params, {NumCIParams(*n.node)}); },
             "The parameters of a noisy-max node, or None: a read-only float64 array of states x "
             "(1 + the sum over parents of (their states - 1)); each parent's states from 1 up, a "
-            "distribution each, then the leak distribution.")
+            "distribution each, then the leak distribution. States are counted in parameter_order.")
+        .def_property_readonly(
+            "parameter_order",
+            [](const Node& n) -> py::object {
+                const int* at = n->relation.order;
+                if (at == nullptr) return py::none();
+                py::list order;
+                for (const Bnode_bn* member : n->family) {
+                    order.append(py::cast(std::vector<int>(at, at + member->numStates())));
+                    at += member->numStates();
+                }
+                return py::tuple(order);
+            },
+            "The places of the node's states, then of each parent's, from the weakest up, where "
+            "the parameters of a noisy-max node count states in another order than theirs; else "
+            "None.")
         .def(
             "__eq__",
             [](const Node& n, const py::object& other) {

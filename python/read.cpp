@@ -9,10 +9,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Ends an import when a signal handler of Python raises. Such a handler may read files itself.
+/// Whether this is the thread that Python's signal handlers run in.
+bool IsMainThread() {
+    static const py::handle mainThread =
+        py::object(py::module_::import("threading").attr("main_thread")).release();
+    return mainThread().attr("ident").cast<unsigned long>() == PyThread_get_thread_ident();
+}
+
+/// Ends an import when a signal handler of Python raises. Such a handler may read files itself. The
+/// other threads do not wait for Python's lock meanwhile.
 class SignalWatcher : public ImportWatcher {
 public:
     void progress(long long, long long) override {
+        if (!isMainThread_) return;
         const py::gil_scoped_acquire python;
         interrupted_ = interrupted_ || PyErr_CheckSignals() != 0;
     }
@@ -20,6 +29,7 @@ public:
     bool interrupted() const { return interrupted_; }
 
 private:
+    const bool isMainThread_ = IsMainThread();
     bool interrupted_ = false;
 };
 

@@ -26,7 +26,7 @@ struct NodeState {
     coord_kt position{};
     NodeKindEN kind = NatureNode;
     int groupIndex = -1, states = 0;
-    bool discrete = true;
+    bool discrete = true, titlesAreIds = false;
     std::optional<std::vector<Text>> stateNames, stateTitles, stateComments;
     std::vector<double> levels;
     std::vector<std::pair<std::string, std::string>> userFields;
@@ -38,6 +38,7 @@ struct RelationState {
     bool saidDeterministic = false, experFromCounts = false;
     std::vector<float> probs, reals, exper;
     std::vector<double> exact, exactExper, params;
+    std::vector<int> order;
 };
 
 struct SetState {
@@ -96,11 +97,12 @@ void EachField(Of<ReportRecord> auto& r, auto& archive) {
 }
 void EachField(Of<NodeState> auto& n, auto& archive) {
     archive(n.name, n.identity, n.title, n.comment, n.position, n.kind, n.groupIndex, n.states,
-            n.discrete, n.stateNames, n.stateTitles, n.stateComments, n.levels, n.userFields);
+            n.discrete, n.titlesAreIds, n.stateNames, n.stateTitles, n.stateComments, n.levels,
+            n.userFields);
 }
 void EachField(Of<RelationState> auto& r, auto& archive) {
     archive(r.parents, r.kind, r.saidDeterministic, r.experFromCounts, r.probs, r.reals, r.exper,
-            r.exact, r.exactExper, r.params);
+            r.exact, r.exactExper, r.params, r.order);
 }
 void EachField(Of<SetState> auto& set, auto& archive) { archive(set.name, set.nodes); }
 void EachField(Of<StyleState> auto& s, auto& archive) {
@@ -124,7 +126,7 @@ namespace {
 constexpr auto require = ArchiveIn::require;
 
 Text TextOf(const char* text) { return text == nullptr ? Text() : Text(text); }
-char* NewText(const Text& text) { return text ? DupStr_kt(std::string_view(*text)) : nullptr; }
+char* CopyText(const Text& text) { return text ? DupStr_kt(std::string_view(*text)) : nullptr; }
 
 // ---- From a net ----------------------------------------------------------------------------
 
@@ -163,6 +165,7 @@ NodeState StateOf(const Bnode_bn& node, AskEN ask) {
                     node.groupIndex,
                     v.numStates,
                     v.discrete,
+                    v.titlesAreIds,
                     TextsOf(v.stateNames, v.numStates),
                     TextsOf(v.stateTitles, v.numStates),
                     TextsOf(v.stateComments, v.numStates),
@@ -194,6 +197,7 @@ RelationState RelationOf(Net& net, const Bnode_bn& node) {
     state.saidDeterministic = relation.saidDeterministic;
     state.experFromCounts = relation.experFromCounts;
     state.params = NumbersOf(relation.params, NumCIParams(node));
+    state.order = NumbersOf(relation.order, NumFamilyStates(node));
     return state;
 }
 
@@ -248,17 +252,18 @@ NetState StateOf(Net& net, AskEN ask = AskEN::no) {
 void Check(rept_kt* report) { require(!IsError(report)); }
 
 /// An array for the model, null for none.
-OwnedStrs NewTexts(const std::optional<std::vector<Text>>& texts, int count) {
+OwnedStrs CopyTexts(const std::optional<std::vector<Text>>& texts, int count) {
     if (!texts) return {};
     require(std::ssize(*texts) == count);
     OwnedStrs array(
         new char* [texts->size()] {}, count);
-    for (int i = 0; i < count; ++i) array.get()[i] = NewText((*texts)[static_cast<std::size_t>(i)]);
+    for (int i = 0; i < count; ++i)
+        array.get()[i] = CopyText((*texts)[static_cast<std::size_t>(i)]);
     return array;
 }
 
 void MakeStates(Bnode_bn& node, const NodeState& state) {
-    if (!state.discrete) Check(node.setDiscrete(ContinuousVar, false, CheckFull));
+    if (!state.discrete) Check(node.setDiscrete(ContinuousVar));
     const int count = state.states;
     const bool hasLevels = !state.levels.empty();
     const auto levels = std::ssize(state.levels);
@@ -266,14 +271,14 @@ void MakeStates(Bnode_bn& node, const NodeState& state) {
     require(std::ranges::none_of(state.levels, [](double level) { return std::isnan(level); }));
     auto numbers = std::make_unique<double[]>(state.levels.size());
     std::ranges::copy(state.levels, numbers.get());
-    OwnedStrs names = NewTexts(state.stateNames, count);
-    Check(node.setStates(count, names.release(), hasLevels ? numbers.release() : nullptr, nullptr,
-                         nullptr, CheckFull));
-    node.setStateTitles(NewTexts(state.stateTitles, count).release());
-    const OwnedStrs comments = NewTexts(state.stateComments, count);
+    OwnedStrs names = CopyTexts(state.stateNames, count);
+    Check(node.setStates(count, names.release(), hasLevels ? numbers.release() : nullptr));
+    node.setStateTitles(CopyTexts(state.stateTitles, count).release());
+    node.variable.titlesAreIds = state.titlesAreIds;
+    const OwnedStrs comments = CopyTexts(state.stateComments, count);
     for (int i = 0; state.stateComments && i < count; ++i)
         if (const Text& text = (*state.stateComments)[static_cast<std::size_t>(i)])
-            Check(node.setStateComment(i, NewText(text)));
+            Check(node.setStateComment(i, CopyText(text)));
 }
 
 void MakeNode(Bnet_bn& net, const NodeState& state,
@@ -285,8 +290,8 @@ void MakeNode(Bnet_bn& net, const NodeState& state,
         require(identities.insert(*state.identity).second);
         SetNodeIdentity(*node, state.identity->c_str());
     }
-    if (state.title) node->setTitle(NewText(state.title));
-    node->setComment(NewText(state.comment));
+    if (state.title) node->setTitle(CopyText(state.title));
+    node->setComment(CopyText(state.comment));
     node->kind = state.kind;
     node->groupIndex = state.groupIndex;
     MakeStates(*node, state);
@@ -331,7 +336,7 @@ void MakeRelation(Bnode_bn& node, const RelationState& state) {
         require(place >= 0 && place < nodes.N);
         parents.append(nodes[place]);
     }
-    Check(node.changePreds(parents, nullptr, true, 1, 1, false));
+    Check(node.changePreds(parents));
     require(node.parents.N == parents.N && Fits(state));
     Reln_bn& relation = node.relation;
     const TableSizes sizes(node);
@@ -344,6 +349,9 @@ void MakeRelation(Bnode_bn& node, const RelationState& state) {
     relation.saidDeterministic = state.saidDeterministic;
     relation.experFromCounts = state.experFromCounts;
     relation.params = NewNumbers(state.params, NumCIParams(node));
+    require(state.order.empty() ||
+            (relation.kind == RelnKindEN::noisyMax && IsFamilyOrder(node, state.order)));
+    relation.order = NewNumbers(state.order, NumFamilyStates(node));
 }
 
 /// One side of the membership of nodes in sets: the others in their order.
@@ -369,7 +377,7 @@ void MakeSets(Bnet_bn& net, const NetState& state) {
     std::vector<Side> sets, nodes;
     for (const SetState& set : state.sets) {
         require(net.findNodeset(set.name) == nullptr);
-        require(net.newNodeset(set.name.c_str(), nullptr, nullptr) != nullptr);
+        require(net.newNodeset(set.name.c_str()) != nullptr);
         sets.emplace_back(set.nodes, state.nodes.size());
     }
     require(state.setsOfNodes.size() == state.nodes.size());
@@ -388,7 +396,7 @@ void MakeSets(Bnet_bn& net, const NetState& state) {
             if (!set.nextIs(place)) break;
             BndList_bn alone;
             alone.append(net.nodes[place]);
-            net.nodesets()[joined]->addNodes(alone, true);
+            net.nodesets()[joined]->addNodes(alone);
             set.advance();
             if (!set.isDone()) waiting.push_back(set.next());
         }
@@ -424,9 +432,9 @@ void MakeDrawing(Vnet_kt& drawing, const DrawingState& state) {
 
 std::unique_ptr<Bnet_bn> NetOf(const NetState& state) {
     require(IsLegalName_kt(state.name));
-    std::unique_ptr<Bnet_bn> net(NewVBNet(DupStr_kt(std::string_view(state.name)), false));
-    SetNetLabel(*net, NewText(state.title));
-    net->setComment(NewText(state.comment));
+    std::unique_ptr<Bnet_bn> net(NewVBNet(DupStr_kt(std::string_view(state.name))));
+    SetNetLabel(*net, CopyText(state.title));
+    net->setComment(CopyText(state.comment));
     net->fileName = DupStr_kt(std::string_view(state.fileName));
     net->autoUpdate = state.autoUpdate;
     std::unordered_set<std::string_view> identities;
@@ -454,6 +462,7 @@ std::string BytesOfContent(Net& net, AskEN ask) {
     NetState state = StateOf(net, ask);
     state.fileName.clear();
     state.drawing.laidOut = false;
+    state.drawing.extent = {};  // follows from the places of the nodes
     for (NodeState& node : state.nodes) {
         node.identity.reset();
         node.groupIndex = -1;
@@ -480,6 +489,8 @@ SharedNet NetOfBytes(std::string_view bytes) {
 }
 
 }  // namespace
+
+SharedNet CopyOf(Net& net) { return NetOfBytes(BytesOf(net)); }
 
 void DefineState(py::module_& module) {
     module.def("net_state", [](const SharedNet& net) { return py::bytes(BytesOf(*net)); });

@@ -1,10 +1,11 @@
-write_net <- function(net, path, format = NULL, force = FALSE) {
+write_net <- function(net, path, format = NULL, force = FALSE, plain = FALSE, only_nature = FALSE) {
     net <- complete(net)
     native <- native_path(path)
     # What was read with errors is not all of its file.
     may_replace <- flag(force, "force") && !identical(net$status, "errors")
     source <- if (may_replace || is.null(net$source)) "" else net$source
-    lost <- .Call(lumo_write, flat_net(net), native, format_name(format, "write"), source)
+    lost <- .Call(lumo_write, flat_net(net), native, format_name(format, "write"), source,
+                  flag(plain, "plain"), flag(only_nature, "only_nature"), flag(force, "force"))
     for (line in lost) {
         message(structure(class = c("lumo_loss", "message", "condition"),
                           list(message = paste0(line, "\n"), call = NULL)))
@@ -114,6 +115,7 @@ flat_node <- function(net, i, names, counts) {
     flat <- list(name = names[i], title = text_or_null(node$title, "title"),
                  comment = text_or_null(node$comment, "comment"),
                  identity = text_or_null(node$identity, "identity"),
+                 titles_are_ids = isTRUE(node$titles_are_ids),
                  declared = isTRUE(node$declared), from_counts = isTRUE(node$from_counts),
                  kind = word(node$kind, "kind"),
                  discrete = !isFALSE(node$discrete), count = counts[[i]], parents = parents,
@@ -122,7 +124,8 @@ flat_node <- function(net, i, names, counts) {
                  relation = text_or_null(node$relation, "relation"),
                  prob = table("prob", c(i, parents)), utility = table("utility", c(own, parents)),
                  experience = table("experience", parents),
-                 parameters = numbers_or_null(node$parameters))
+                 parameters = numbers_or_null(node$parameters),
+                 parameter_order = numbers_or_null(node$parameter_order))
     c(flat, states)
 }
 

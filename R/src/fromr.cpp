@@ -54,6 +54,12 @@ coord_kt CoordAt(const cpp11::list& list, const char* name) {
     return {pair[0], pair[1]};
 }
 
+/// A table as the model keeps it: floats, and doubles where they say more.
+struct Table {
+    XArray<float> floats;
+    XArray<double> exact;
+};
+
 // ---- The model's refusals ------------------------------------------------------------------
 
 /// Keeps what the model says while a net is built.
@@ -81,7 +87,7 @@ private:
     void setFields(Bnode_bn& node, const cpp11::list& list);
     void setParents(Bnode_bn& node, const cpp11::list& list);
     void setRelation(Bnode_bn& node, const cpp11::list& list);
-    void setNoisyMax(Bnode_bn& node, const cpp11::list& list, const float* table);
+    void setNoisyMax(Bnode_bn& node, const cpp11::list& list, const Table& table);
     void setGroups(const cpp11::list& list);
     void setDrawing(const cpp11::list& list);
     void placeNodes(const cpp11::list& nodes);
@@ -111,14 +117,13 @@ void Builder::addNode(const cpp11::list& list) {
     rept_kt* error = nullptr;
     Bnode_bn* const node = NewNode_ibn(name.c_str(), 0, *net_, CoordAt(list, "position"), &error);
     if (node == nullptr) check(error);
-    check(node->setKind(WordAt(list, "kind", {NatureNode, DecisionNode, UtilityNode}, KindName),
-                        CheckFull));
+    check(node->setKind(WordAt(list, "kind", {NatureNode, DecisionNode, UtilityNode}, KindName)));
     setStates(*node, list);
     setFields(*node, list);
 }
 
 void Builder::setStates(Bnode_bn& node, const cpp11::list& list) {
-    if (!ValueAt<bool>(list, "discrete")) check(node.setDiscrete(ContinuousVar, false, CheckFull));
+    if (!ValueAt<bool>(list, "discrete")) check(node.setDiscrete(ContinuousVar));
     const int count = ValueAt<int>(list, "count");
     if (list["labels"] != R_NilValue) {
         check(SetStatesToLabels(node, TextsAt(list, "labels").release(), count, false));
@@ -129,8 +134,7 @@ void Builder::setStates(Bnode_bn& node, const cpp11::list& list) {
             levels = std::make_unique<double[]>(static_cast<std::size_t>(numbers.size()));
             std::copy(numbers.begin(), numbers.end(), levels.get());
         }
-        check(node.setStates(count, TextsAt(list, "state_names").release(), levels.release(),
-                             nullptr, nullptr, CheckFull));
+        check(node.setStates(count, TextsAt(list, "state_names").release(), levels.release()));
     }
     if (OwnedStrs titles = TextsAt(list, "state_titles"); titles.get() != nullptr)
         node.setStateTitles(titles.release());
@@ -160,16 +164,10 @@ void Builder::setFields(Bnode_bn& node, const cpp11::list& list) {
 void Builder::setParents(Bnode_bn& node, const cpp11::list& list) {
     BndList_bn parents;
     for (const int place : cpp11::integers(list["parents"])) parents.append(net_->nodes[place - 1]);
-    check(node.changePreds(parents, nullptr, true, 1, 1, false));
+    check(node.changePreds(parents));
 }
 
 // ---- Relations -----------------------------------------------------------------------------
-
-/// A table as the model keeps it: floats, and doubles where they say more.
-struct Table {
-    XArray<float> floats;
-    XArray<double> exact;
-};
 
 /// Takes over a row of R's: floats, and the doubles that they stand for where they were not
 /// changed.
@@ -207,30 +205,45 @@ Table TableAt(const cpp11::list& list, const char* name, const Bnode_bn& node, i
 }
 
 /// Parameters whose table is not the one given do not count: it was changed since.
-void Builder::setNoisyMax(Bnode_bn& node, const cpp11::list& list, const float* table) {
-    constexpr float tolerance = 1e-6F;
+void Builder::setNoisyMax(Bnode_bn& node, const cpp11::list& list, const Table& table) {
     const cpp11::doubles params(list["parameters"]);
     if (params.size() != NumCIParams(node))
         throw std::runtime_error("parameters of node '" + std::string(node.name()) +
                                  "' should have " + std::to_string(NumCIParams(node)) + " numbers");
-    check(node.makeIntoNoisyMax(REAL(params), table == nullptr));
-    if (table != nullptr &&
-        !std::equal(table, table + NumProduct(node.family), node.relation.probs,
-                    [](float a, float b) { return std::abs(a - b) <= tolerance; }))
-        node.relation.clear();
+    std::vector<int> order;
+    if (const cpp11::sexp given = list["parameter_order"]; given != R_NilValue)
+        for (const double place : cpp11::doubles(given))
+            order.push_back(place >= 0 && place < MaxStates ? static_cast<int>(place) : -1);
+    if (!order.empty() && !IsFamilyOrder(node, order))
+        throw std::runtime_error("parameter_order of node '" + std::string(node.name()) +
+                                 "' should be the places of its states, then of its parents'");
+    check(node.makeIntoNoisyMax(REAL(params), order.empty() ? nullptr : order.data(),
+                                table.floats == nullptr));
+    if (table.floats == nullptr) return;
+    constexpr double rounding = 1e-12;
+    const auto number = [](const float* floats, const double* exact, int i) {
+        return exact != nullptr ? exact[i] : ShortestDouble(floats[i]);
+    };
+    for (int i = NumProduct(node.family); i-- > 0;) {
+        const double given = number(table.floats.get(), table.exact.get(), i);
+        const double own = number(node.relation.probs, node.relation.exact, i);
+        if (std::abs(given - own) > rounding) return node.relation.clear();
+    }
 }
 
 void Builder::setRelation(Bnode_bn& node, const cpp11::list& list) {
     Table table = TableAt(list, "prob", node, node.numStates(), true);
-    if (list["parameters"] != R_NilValue) setNoisyMax(node, list, table.floats.get());
+    if (list["parameters"] != R_NilValue) setNoisyMax(node, list, table);
     if (table.floats != nullptr && node.relation.kind == RelnKindEN::none) {
-        check(node.setProbsTable(table.floats.release(), false, CheckFull, table.exact.release()));
-        if (TextAt(list, "relation") == "deterministic") node.relation.makeDeterminFromProbs(false);
+        check(node.setTable(std::move(table.floats), std::move(table.exact)));
+        if (TextAt(list, "relation") == "deterministic") node.relation.makeDeterminFromProbs();
     }
     if (Table reals = TableAt(list, "utility", node, std::max(node.numStates(), 1)); reals.floats)
-        check(node.relation.setRealTable(reals.floats.release(), nullptr, reals.exact.release()));
+        check(node.relation.setReals(std::move(reals.floats), std::move(reals.exact)));
     if (Table experience = TableAt(list, "experience", node, 1); experience.floats)
         node.relation.setExperTable(experience.floats.release(), experience.exact.release());
+    node.variable.titlesAreIds =
+        ValueAt<bool>(list, "titles_are_ids") && node.variable.stateTitles != nullptr;
     node.relation.saidDeterministic = ValueAt<bool>(list, "declared");
     node.relation.experFromCounts = ValueAt<bool>(list, "from_counts");
 }
@@ -241,7 +254,7 @@ void Builder::setGroups(const cpp11::list& list) {
     const OwnedStrs names = TextsAt(list, "name"), colors = TextsAt(list, "color");
     vect_kt<NodesetStyle> styles;
     for (int i = 0; i < names.count(); ++i) {
-        if (net_->newNodeset(names.get()[i], nullptr, nullptr) == nullptr)
+        if (net_->newNodeset(names.get()[i]) == nullptr)
             throw std::runtime_error("there are too many groups");
         RGB color{};
         if (std::sscanf(colors.get()[i], "#%2hhx%2hhx%2hhx", &color.red, &color.green,
@@ -294,7 +307,7 @@ void Builder::placeNodes(const cpp11::list& nodes) {
 
 Builder::Builder(const cpp11::list& list) {
     const std::string name = TextAt(list, "name").value_or("net");
-    net_.reset(NewVBNet(DupStr_kt(LegalName(name)), false));
+    net_.reset(NewVBNet(DupStr_kt(LegalName(name))));
     SetNetLabel(*net_, NewTextAt(list, "title"));
     net_->setComment(NewTextAt(list, "comment"));
     net_->autoUpdate = ValueAt<bool>(list, "auto_update");

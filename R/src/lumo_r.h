@@ -66,7 +66,8 @@ ImportResult FromR(const cpp11::list& net);
 
 extern "C" {
 SEXP lumo_read(SEXP path, SEXP options);
-SEXP lumo_write(SEXP net, SEXP path, SEXP format, SEXP source);
+SEXP lumo_write(SEXP net, SEXP path, SEXP format, SEXP source, SEXP plain, SEXP onlyNature,
+                SEXP force);
 SEXP lumo_positions(SEXP net);
 SEXP lumo_explain(SEXP number);
 SEXP lumo_formats();

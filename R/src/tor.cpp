@@ -211,6 +211,8 @@ void AddRelation(Record& record, const Bnode_bn& node, const AllLabels& labels) 
     record.add("experience",
                Array(node, {relation.exper, relation.exactExper, 1}, nullptr, labels));
     record.add("parameters", Numbers(relation.params, NumCIParams(node)));
+    if (relation.order != nullptr)
+        record.add("parameter_order", Numbers(relation.order, NumFamilyStates(node)));
 }
 
 // ---- Nodes and net -------------------------------------------------------------------------
@@ -241,6 +243,7 @@ cpp11::sexp NodeToR(const Bnode_bn& node, const AllLabels& labels) {
     record.add("discrete", Flag(variable.discrete));
     record.add("states", states);
     record.add("state_info", StateInfo(variable, cpp11::strings(states)));
+    if (variable.titlesAreIds) record.add("titles_are_ids", Flag(true));
     record.add("levels", HasValues(variable) ? cpp11::sexp(R_NilValue)
                                              : Numbers(variable.levels, variable.numLevels));
     record.add("parents",

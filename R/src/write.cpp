@@ -2,6 +2,7 @@
 #include <lumo/detect.h>
 #include <lumo/output.h>
 #include <lumo/placing.h>
+#include <lumo/reduce.h>
 #include <lumo/writers.h>
 
 #include <ostream>
@@ -14,7 +15,7 @@ namespace {
 
 /// What the format does not keep, a line each.
 cpp11::sexp Write(const cpp11::list& net, const std::string& path, const std::string& format,
-                  const std::string& source) {
+                  const std::string& source, const Reduction& reduction, bool force) {
     const Writer* const writer = format.empty() ? FindWriterForFile(path) : FindWriter(format);
     if (writer == nullptr)
         throw std::runtime_error("no format to write '" + (format.empty() ? path : format) +
@@ -26,11 +27,17 @@ cpp11::sexp Write(const cpp11::list& net, const std::string& path, const std::st
             "the net was read from '" + path +
             "'; force = TRUE writes over it, where it was read without errors");
     const ImportResult result = FromR(net);
-    const int error = WriteToFile(path, [&](std::ostream& out) { writer->write(result, out); });
-    if (error != 0)
-        throw std::runtime_error("cannot write '" + path +
-                                 "': " + std::generic_category().message(error));
     cpp11::writable::strings notes;
+    for (const std::string& note : Reduce(*result.net, reduction)) notes.push_back(Text(note));
+    const WrittenFile written = WriteToFile(
+        path, [&](std::ostream& out) { writer->write(result, out); }, {.replacesReadOnly = force});
+    if (written.error != 0)
+        throw std::runtime_error("cannot write '" + path +
+                                 "': " + std::generic_category().message(written.error));
+    if (written.isInPlace)
+        cpp11::warning(
+            "'%s' is written where it stands, not in one step: its folder takes no new file",
+            path.c_str());
     if (writer->losses == nullptr) return notes;
     for (const std::string& note : LossNotes(writer->losses(*result.net), writer->title))
         notes.push_back(Text(note));
@@ -90,10 +97,13 @@ cpp11::sexp FormatTable() {
 }  // namespace
 }  // namespace lumo::r
 
-SEXP lumo_write(SEXP net, SEXP path, SEXP format, SEXP source) {
+SEXP lumo_write(SEXP net, SEXP path, SEXP format, SEXP source, SEXP plain, SEXP onlyNature,
+                SEXP force) {
     BEGIN_CPP11
     return lumo::r::Write(cpp11::list(net), CHAR(STRING_ELT(path, 0)),
-                          cpp11::as_cpp<std::string>(format), CHAR(STRING_ELT(source, 0)));
+                          cpp11::as_cpp<std::string>(format), CHAR(STRING_ELT(source, 0)),
+                          {cpp11::as_cpp<bool>(plain), cpp11::as_cpp<bool>(onlyNature)},
+                          cpp11::as_cpp<bool>(force));
     END_CPP11
 }
 
@@ -114,7 +124,7 @@ extern "C" void R_init_lumo(DllInfo* library) {
         return R_CallMethodDef{name, reinterpret_cast<DL_FUNC>(function), arguments};
     };
     const R_CallMethodDef entries[] = {
-        entry("lumo_read", lumo_read, 2),           entry("lumo_write", lumo_write, 4),
+        entry("lumo_read", lumo_read, 2),           entry("lumo_write", lumo_write, 7),
         entry("lumo_positions", lumo_positions, 1), entry("lumo_explain", lumo_explain, 1),
         entry("lumo_formats", lumo_formats, 0),     {nullptr, nullptr, 0}};
     R_registerRoutines(library, nullptr, entries, nullptr, nullptr);

@@ -125,6 +125,8 @@ class Node(_Read):
     def experience(self, value: ArrayLike | None) -> None: ...
     @property
     def parameters(self) -> NDArray[numpy.float64] | None: ...
+    @property
+    def parameter_order(self) -> tuple[list[int], ...] | None: ...
     def to_frame(self, *, normalize: bool = False) -> pandas.DataFrame: ...
     def to_xarray(self, *, normalize: bool = False) -> xarray.DataArray: ...
 
@@ -194,10 +196,22 @@ class Net:
     ) -> Node: ...
     def remove(self, *nodes: Node | str) -> None: ...
     def write(
-        self, path: _Path, format: str | None = None, *, force: bool = False
+        self,
+        path: _Path,
+        format: str | None = None,
+        *,
+        force: bool = False,
+        plain: bool = False,
+        only_nature: bool = False,
     ) -> list[str]: ...
     def save(
-        self, path: _Path, format: str | None = None, *, force: bool = False
+        self,
+        path: _Path,
+        format: str | None = None,
+        *,
+        force: bool = False,
+        plain: bool = False,
+        only_nature: bool = False,
     ) -> list[str]: ...
 
 class Diff:
@@ -223,6 +237,8 @@ def convert(
     format: str | None = None,
     *,
     force: bool = False,
+    plain: bool = False,
+    only_nature: bool = False,
     **options: Any,
 ) -> list[str]: ...
 def read(

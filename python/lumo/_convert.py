@@ -213,7 +213,8 @@ def from_pgmpy(model, name=None):
     return net
 
 
-def convert(source, target, format=None, *, force=False, **options):
+def convert(source, target, format=None, *, force=False, plain=False, only_nature=False, **options):
     """Reads a file and writes its net to another, in the format or in that of its extension; returns what that format
-    does not keep, a line each. The options are those of read(), `format` and `force` those of Net.write()."""
-    return read(source, **options).write(target, format, force=force)
+    does not keep, a line each. The options are those of read(), the others those of Net.write()."""
+    net = read(source, **options)
+    return net.write(target, format, force=force, plain=plain, only_nature=only_nature)

@@ -72,15 +72,16 @@ def diff(before, after, *, tolerance=None):
 
 
 def _files(paths):
-    """Of a folder the files below it that have the extension of a format; of a single path a list of it."""
-    if not isinstance(paths, (str, bytes, os.PathLike)):
-        return list(paths)
-    path = pathlib.Path(os.fsdecode(paths))
-    if not path.is_dir():
-        return [path]
+    """A list of the paths, in the place of a folder the files below it that have the extension of a format."""
     endings = tuple(end for extensions in _core.formats.values() for end in extensions)
     endings += tuple(end + ".gz" for end in endings)
-    return sorted(file for file in path.rglob("*") if file.name.lower().endswith(endings) and file.is_file())
+    files = []
+    for path in [paths] if isinstance(paths, (str, bytes, os.PathLike)) else paths:
+        folder = pathlib.Path(os.fsdecode(path))
+        below = folder.rglob("*") if folder.is_dir() else ()
+        found = sorted(file for file in below if file.name.lower().endswith(endings) and file.is_file())
+        files += found if folder.is_dir() else [path]
+    return files
 
 
 def survey(paths, jobs=None, **options):
@@ -88,7 +89,7 @@ def survey(paths, jobs=None, **options):
     free parameters, numbers of the largest table, nodes of the largest clique of a min-fill order, links of the longest
     path, errors and warnings; `content` is the same text for the same net, `same` the first file that has it.
 
-    paths: of files, or one folder, whose files are taken, also those in folders below.
+    paths: of files, or of folders, whose files are taken, also those in folders below; or one such path.
     The further options are those of read_many().
 
     Raises ImportError without pandas."""

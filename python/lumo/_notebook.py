@@ -15,17 +15,21 @@ def _more(count, shown, what):
     return f"<div>and {count - shown} more {what}</div>" if count > shown else ""
 
 
+def _counted(count, noun):
+    return f"{count} {noun}{'' if count == 1 else 's'}"
+
+
 def _head(thing, facts):
     """What it is called, then facts about it."""
     title = f" {escape(thing.title)}" if thing.title else ""
-    return f"<div><b>{escape(thing.name)}</b>{title} <small>{escape(', '.join(facts))}</small></div>"
+    return f"<div><b>{escape(thing.name)}</b>{title} <small>{escape(', '.join(filter(None, facts)))}</small></div>"
 
 
 @method_of(Net, "_repr_html_")
 def net_repr_html(self):
     """The picture of the net and its first reports, for notebooks."""
     links = sum(len(node.parents) for node in self)
-    html = _head(self, [f"{len(self)} nodes", f"{links} links", self.format, self.status])
+    html = _head(self, [_counted(len(self), "node"), _counted(links, "link"), self.format, self.status])
     svg = self._repr_svg_()
     if svg is not None:  # as an image, so that its styles and names stay its own
         data = base64.b64encode(svg.encode()).decode()

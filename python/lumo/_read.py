@@ -8,7 +8,9 @@ import warnings
 from lumo import _core
 from lumo._core import ReadError
 
-RUN = 16  # files that a thread reads before it hands them over: small ones take less than handing over
+# What a thread reads before it hands it over, since small files take less than handing over: files, and bytes.
+RUN = 16
+RUN_BYTES = 1 << 18
 
 
 class LumoWarning(UserWarning):
@@ -85,13 +87,21 @@ def _read_run(paths, options):
     return results
 
 
+def _size(path):
+    try:
+        return os.path.getsize(path)
+    except (OSError, TypeError, ValueError):  # an open file, or what reading will name
+        return 0
+
+
 def _runs(paths):
-    run = []
+    run, size = [], 0
     for path in paths:
         run.append(path)
-        if len(run) == RUN:
+        size += _size(path)
+        if len(run) == RUN or size >= RUN_BYTES:
             yield run
-            run = []
+            run, size = [], 0
     if run:
         yield run
 

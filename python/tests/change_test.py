@@ -38,6 +38,33 @@ class Making(unittest.TestCase):
         self.assertEqual(node.probabilities[0], 1e-50)
         self.assertGreater(node.table[0], 0)
 
+    def test_what_is_no_array_says_which_is_wanted(self):
+        net = garden()
+        rain, grass = net
+        for table in ([[0.1, 0.9], [1]], "abc", [["x", "y"], ["z", "w"]], [0.1, 0.9], numpy.zeros((2, 3)), 5, object()):
+            with self.assertRaisesRegex(ValueError, r"'wet_grass' needs an array .*\(2, 2\)"):
+                grass.table = table
+            with self.assertRaisesRegex(ValueError, r"'d' needs an array .*\(2, 2\)"):
+                net.add_node("d", ["yes", "no"], [rain], table)
+        for experience in ([[1], [2, 3]], "x", [1]):
+            with self.assertRaisesRegex(ValueError, r"needs an array .*\(2,\)"):
+                grass.experience = experience
+        for position in ((1,), "ab", (1e20, 2), 5):
+            with self.assertRaisesRegex(ValueError, r"two whole numbers"):
+                grass.position = position
+            with self.assertRaisesRegex(ValueError, r"two whole numbers"):
+                net.add_node("d", position=position)
+        with self.assertRaisesRegex(TypeError, "title"):
+            grass.title = 5
+        self.assertEqual(net, garden())
+
+    def test_what_is_made_has_no_format(self):
+        self.assertEqual(repr(garden()), "<lumo.Net garden: 2 nodes, 1 link, ok>")
+        self.assertIn("<small>2 nodes, 1 link, ok</small>", garden()._repr_html_())
+
+    def test_what_is_made_is_its_json(self):
+        self.assertEqual(lumo.from_json(garden().to_json()), garden())
+
     def test_what_is_made_is_read_again(self):
         net = garden()
         with tempfile.TemporaryDirectory() as folder:
@@ -52,6 +79,20 @@ class Making(unittest.TestCase):
         self.assertEqual((net["wet grass"].name, net["wet grass"].title), ("wet_grass", "wet grass"))
         utility = net.add_node("U", parents=["rain"], table=[1.5, -2], kind="utility")
         self.assertEqual((utility.relation, utility.table.tolist()), ("real", [1.5, -2]))
+
+    def test_less_is_written_than_the_net_has(self):
+        net = lumo.read(SAMPLES / "hugin/umbrella.net")
+        before = pickle.dumps(net)
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder, "umbrella.dsc")
+            told = net.write(path, plain=True, only_nature=True)
+            self.assertEqual(told[0], "1 decision node and 2 utility nodes are left out")
+            self.assertNotIn("position", path.read_text())
+            nature = [node.name for node in net if node.kind == "nature"]
+            self.assertEqual([node.name for node in lumo.read(path)], nature)
+            lumo.convert(ASIA, path, plain=True)
+            self.assertNotIn("name :", path.read_text())
+        self.assertEqual(pickle.dumps(net), before)
 
     def test_what_is_refused_changes_nothing(self):
         net = garden()

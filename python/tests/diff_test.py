@@ -2,12 +2,13 @@
 
 import json
 import pathlib
+import sys
 import tempfile
 import unittest
 
 import lumo
 
-SAMPLES = pathlib.Path(__file__).resolve().parent.parent.parent / "samples"
+SAMPLES = pathlib.Path(sys.argv.pop()) / "samples"
 ASIA = SAMPLES / "hugin/asia.net"
 
 try:
@@ -76,6 +77,7 @@ class Survey(unittest.TestCase):
             self.assertEqual(frame.same[1], str(ASIA))
             self.assertEqual(frame.content[0], frame.content[1])
             self.assertEqual(frame.status[2], "failed")
+            self.assertEqual(list(lumo.survey([ASIA, folder]).file), [str(ASIA), str(broken), str(copy)])
 
 
 class Json(unittest.TestCase):

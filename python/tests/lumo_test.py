@@ -5,6 +5,8 @@ import gc
 import multiprocessing
 import os
 import pathlib
+import re
+import shutil
 import signal
 import sys
 import tempfile
@@ -123,6 +125,22 @@ class Access(unittest.TestCase):
         result = doctest.testfile(str(ROOT / "docs/python.md"), module_relative=False)
         self.assertEqual(result.failed, 0)
         self.assertGreater(result.attempted, 10)
+
+    def test_readme(self):
+        code = re.search(r"^```python$(.*?)^```$", (ROOT / "README.md").read_text(), re.M | re.S)[1]
+        folder = os.getcwd()
+        self.addCleanup(os.chdir, folder)
+        with tempfile.TemporaryDirectory() as place:
+            os.chdir(place)
+            os.mkdir("old")
+            shutil.copy(ASIA, ".")
+            shutil.copy(SAMPLES / "hugin/umbrella.net", "old")
+            names = {}
+            exec(code, names)
+            os.chdir(folder)
+            garden = lumo.read(pathlib.Path(place, "garden.xdsl"))
+        self.assertFalse(lumo.diff(garden, names["garden"]))
+        self.assertEqual([node.title for node in garden], ["Rain at night", None])
 
 
 class Tables(unittest.TestCase):

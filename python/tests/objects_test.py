@@ -12,6 +12,7 @@ import re
 import subprocess
 import sys
 import tempfile
+import threading
 import types
 import unittest
 import warnings
@@ -235,6 +236,14 @@ class Many(unittest.TestCase):
         taken = []
         next(lumo.read_many((taken.append(path) or path for path in FILES * 100), 2))
         self.assertLess(len(taken), 100)  # the rest of the paths was not asked for
+
+    def test_large_files_are_read_side_by_side(self):
+        both = threading.Barrier(2, timeout=30)  # broken when one thread reads all
+        with tempfile.TemporaryDirectory() as folder, mock.patch("lumo._read.read", lambda path: both.wait()):
+            paths = [pathlib.Path(folder, name) for name in ("a.net", "b.net")]
+            for path in paths:
+                path.write_bytes(b"%" * (1 << 18))
+            self.assertEqual(set(lumo.read_many(paths, 2)), {0, 1})
 
     def test_progress(self):
         shown = []

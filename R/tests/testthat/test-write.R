@@ -11,6 +11,20 @@ test_that("a net is written as the command line converts it", {
     }
 })
 
+test_that("parameters behind a table that was changed a little are not written", {
+    file <- file_of(paste0('<smile version="1.0" id="n"><nodes><cpt id="a"><state id="x"/><state id="y"/>',
+        '<probabilities>0.5 0.5</probabilities></cpt><noisymax id="b"><state id="s"/><state id="t"/><parents>a</parents>',
+        '<parameters>0.75 0.25 0 1 0.5 0.5</parameters></noisymax></nodes></smile>'), ".xdsl")
+    net <- quiet(read_net(file))
+    out <- tempfile(fileext = ".xdsl")
+    quiet(write_net(net, out))
+    expect_match(paste(readLines(out), collapse = ""), "noisymax")
+    row <- c(0.5000001, 0.4999999)
+    net$nodes$b$prob[, 2] <- row
+    quiet(write_net(net, out))
+    expect_equal(unname(quiet(read_net(out))$nodes$b$prob[, 2]), row, tolerance = 1e-12)
+})
+
 test_that("a net that was saved or changed is written", {
     file <- tempfile(fileext = ".rds")
     on.exit(unlink(file))
@@ -32,6 +46,16 @@ test_that("a net that was saved or changed is written", {
     expect_identical(dimnames(again$nodes$Cloud$prob)$Rain, c("much", "none"))
     expect_equal(unname(c(again$nodes$Sprinkler$prob)), c(0.4, 0.5, 0.1))
     expect_equal(c(again$nodes$Cloud$prob), c(0.5, 0.25, 0.25, 0, 0, 1))
+})
+
+test_that("less is written than the net has", {
+    net <- quiet(read_net(grep("umbrella.net$", samples(), value = TRUE)))
+    out <- tempfile(fileext = ".dsc")
+    on.exit(unlink(out))
+    told <- quiet(write_net(net, out, plain = TRUE, only_nature = TRUE))
+    expect_identical(told[1], "1 decision node and 2 utility nodes are left out")
+    expect_false(any(grepl("position", readLines(out))))
+    expect_error(write_net(net, out, plain = NA), "plain")
 })
 
 test_that("a net made by hand has what it lacks completed", {
