@@ -7,8 +7,6 @@ import tempfile
 import time
 from pathlib import Path
 
-HUGIN = "8"  # the format's code
-
 
 def formats(program):
     """The names of the formats that are read."""
@@ -98,7 +96,7 @@ def rows(folder, program):
                 files[-1].write_text(bif_net(30, positions))
 
         def import_alone():
-            told = subprocess.run([folder / "import_once", large, HUGIN], stdout=subprocess.PIPE,
+            told = subprocess.run([folder / "import_once", large, "hugin"], stdout=subprocess.PIPE,
                                   check=True).stdout
             return int(told.split()[0]) / 1e6
 

@@ -1,7 +1,5 @@
 // How fast DSC files are read, beside a bare pass over their numbers: of_bare is to be at least 0.6
 // on number-heavy files and 0.2 on node-heavy ones.
-#include <random>
-
 #include "bench/support.h"
 
 namespace lumo::bench {
@@ -9,7 +7,10 @@ namespace {
 
 class Writer {
 public:
-    Writer() { text_ = "belief network \"bench\"\n\n"; }
+    explicit Writer(int digits = 7) : digits_(digits) {
+        text_ = "belief network \"bench\"\n\n";
+        for (int i = 0; i < digits; ++i) whole_ *= 10;
+    }
 
     const std::string& text() const { return text_; }
 
@@ -41,13 +42,16 @@ public:
         text_ += "): ";
     }
 
-    /// A row of random numbers with seven digits that sum to 1.
+    /// A row of random numbers that sum to 1.
     void row(int states) {
-        int rest = 10'000'000;
+        long long rest = whole_;
         for (int s = 0; s < states; ++s) {
             const int left = states - s;
-            const int part = left == 1 ? rest : static_cast<int>(next() * rest * 2 / (left + 1));
-            put("%s%d.%07d", s > 0 ? ", " : "", part / 10'000'000, part % 10'000'000);
+            const long long part =
+                left == 1
+                    ? rest
+                    : static_cast<long long>(next() * static_cast<double>(rest) * 2 / (left + 1));
+            put("%s%lld.%0*lld", s > 0 ? ", " : "", part / whole_, digits_, part % whole_);
             rest -= part;
         }
         text_ += ";\n";
@@ -62,16 +66,18 @@ private:
     double next() { return static_cast<double>(random_()) / 4294967296.0; }
 
     std::string text_;
+    int digits_;
+    long long whole_ = 1;
     std::mt19937 random_{20};
 };
 
-/// A child with 500 states under a parent with 1000.
-std::string NumberHeavy() {
-    Writer out;
-    out.node(0, 1000);
+/// A child with 500 states under a parent with so many.
+std::string NumberHeavy(int rows, int digits) {
+    Writer out(digits);
+    out.node(0, rows);
     out.node(1, 500);
     out.open(1, {0});
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < rows; ++i) {
         out.tuple(i);
         out.row(500);
     }
@@ -126,7 +132,14 @@ std::string NodeHeavy(int count) {
     return out.text();
 }
 
-void NumberHeavyFile(benchmark::State& state) { MeasureImport(state, NumberHeavy(), FormatDsc); }
+void NumberHeavyFile(benchmark::State& state) {
+    MeasureImport(state, NumberHeavy(static_cast<int>(state.range(0)), 7), FormatDsc);
+}
+
+void NumberHeavyExactFile(benchmark::State& state) {
+    MeasureImport(state, NumberHeavy(static_cast<int>(state.range(0)), ManyDigits), FormatDsc,
+                  ManyDigits);
+}
 
 void RowsOf10File(benchmark::State& state) { MeasureImport(state, RowsOf10(), FormatDsc); }
 
@@ -140,7 +153,12 @@ void NodeHeavyUnplacedFile(benchmark::State& state) {
     MeasureImport(state, Unplaced(NodeHeavy(static_cast<int>(state.range(0)))), FormatDsc);
 }
 
-BENCHMARK(NumberHeavyFile)->Name("NumberHeavy")->Unit(benchmark::kMillisecond);
+BENCHMARK(NumberHeavyFile)->Name("NumberHeavy")->Arg(50)->Arg(1000)->Unit(benchmark::kMillisecond);
+BENCHMARK(NumberHeavyExactFile)
+    ->Name("NumberHeavyExact")
+    ->Arg(50)
+    ->Arg(1000)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(RowsOf10File)->Name("RowsOf10")->Unit(benchmark::kMillisecond);
 BENCHMARK(RowHeavyFile)->Name("RowHeavy")->Unit(benchmark::kMillisecond);
 BENCHMARK(NodeHeavyFile)

@@ -1,26 +1,20 @@
 // DXPress import beside the bare number pass: tables that hold most of the file, and many nodes.
-#include <random>
-
 #include "bench/support.h"
 
 namespace lumo::bench {
 namespace {
 
-/// Appends a row of `states` probabilities with six decimals that sum to 1.
-void AppendRow(std::string& out, int states, std::mt19937& random) {
-    int left = 1'000'000;
+/// Appends a row of `states` probabilities that sum to 1.
+void AppendRow(std::string& out, int states, std::mt19937& random, int digits) {
     out += "(;";
-    for (int s = states - 1; s >= 0; --s) {
-        const int part =
-            s == 0 ? left : static_cast<int>(random() % static_cast<unsigned>(left / 2 + 1));
-        left -= part;
-        out += Format(" %d.%06d%c", part / 1'000'000, part % 1'000'000, s == 0 ? ';' : ',');
-    }
+    for (const std::string& number : RandomNumbers(states, random, digits))
+        out += ' ' + number + ',';
+    out.back() = ';';
     out += '\n';
 }
 
 /// A knowledge base of `nodes` nodes, each with the `parents` nodes before it as parents.
-std::string KnowledgeBase(int nodes, int states, int parents) {
+std::string KnowledgeBase(int nodes, int states, int parents, int digits = FewDigits) {
     std::mt19937 random(7);
     std::string out = "diagnostic network \"bench\"\nnodes {\n";
     for (int i = 0; i < nodes; ++i) {
@@ -39,7 +33,7 @@ std::string KnowledgeBase(int nodes, int states, int parents) {
             out += Format("%s\"N%d\"", p > 1 ? ", " : "", i - p);
         }
         out += ") { prob: {\n";
-        for (int r = 0; r < rows; ++r) AppendRow(out, states, random);
+        for (int r = 0; r < rows; ++r) AppendRow(out, states, random, digits);
         out += "} }\n";
     }
     return out + "}\n";
@@ -49,6 +43,12 @@ void NumberHeavy(benchmark::State& state) {
     MeasureImport(state, KnowledgeBase(4, static_cast<int>(state.range(0)), 3), FormatDXPress);
 }
 BENCHMARK(NumberHeavy)->Arg(10)->Arg(30)->Arg(40)->Unit(benchmark::kMillisecond);
+
+void NumberHeavyExact(benchmark::State& state) {
+    const int states = static_cast<int>(state.range(0));
+    MeasureImport(state, KnowledgeBase(4, states, 3, ManyDigits), FormatDXPress, ManyDigits);
+}
+BENCHMARK(NumberHeavyExact)->Arg(10)->Arg(30)->Arg(40)->Unit(benchmark::kMillisecond);
 
 void NodeHeavy(benchmark::State& state) {
     MeasureImport(state, KnowledgeBase(static_cast<int>(state.range(0)), 2, 3), FormatDXPress);

@@ -1,5 +1,6 @@
 // Ergo imports beside the bare number pass: many nodes, and few nodes with huge tables.
-#include <random>
+
+#include <utility>
 
 #include "bench/support.h"
 
@@ -38,22 +39,31 @@ std::string ManyNodes(int n) {
     return text;
 }
 
-/// One child of `states` states with two parents of as many: states^3 numbers.
-std::string HugeTable(int states) {
+/// One child of `states` states with two parents of as many: states^3 numbers. Rows sum to 1 where
+/// digits are given, else to anything, so that they are scaled.
+std::string HugeTable(int states, int digits = 0) {
     std::mt19937 random(7);
     const std::string s = std::to_string(states);
     std::string text = "3\n" + s + ' ' + s + ' ' + s + "\n0\n0\n2 1 2\n/* Probabilities */\n";
-    const auto numbers = [&](int count) {
-        text += std::to_string(count);
-        for (int i = 0; i < count; ++i) {
-            text += i % states == 0 ? '\n' : ' ';
-            text += "0." + std::to_string(1000000 + random() % 9000000);
+    const auto anyNumbers = [&] {
+        std::vector<std::string> numbers(static_cast<std::size_t>(states));
+        for (std::string& number : numbers)
+            number = "0." + std::to_string(1000000 + random() % 9000000);
+        return numbers;
+    };
+    const auto rows = [&](int count) {
+        text += std::to_string(count * states);
+        for (; count > 0; --count) {
+            char separator = '\n';
+            for (const std::string& number :
+                 digits == 0 ? anyNumbers() : RandomNumbers(states, random, digits))
+                text += std::exchange(separator, ' ') + number;
         }
         text += '\n';
     };
-    numbers(states);
-    numbers(states);
-    numbers(states * states * states);
+    rows(1);
+    rows(1);
+    rows(states * states);
     text += "A B C\n";
     for (int i = 0; i < 3 * states; ++i) text += "s" + std::to_string(i) + ' ';
     return text + "0 0 0 0 0 0\n";
@@ -68,6 +78,20 @@ void NumberHeavy(benchmark::State& state) {
     MeasureImport(state, HugeTable(static_cast<int>(state.range(0))), FormatErgo);
 }
 BENCHMARK(NumberHeavy)->Arg(50)->Arg(150)->Unit(benchmark::kMillisecond);
+
+void NumberHeavySummed(benchmark::State& state, int digits) {
+    MeasureImport(state, HugeTable(static_cast<int>(state.range(0)), digits), FormatErgo, digits);
+}
+BENCHMARK_CAPTURE(NumberHeavySummed, few, FewDigits)
+    ->Name("NumberHeavySummed")
+    ->Arg(50)
+    ->Arg(150)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(NumberHeavySummed, many, ManyDigits)
+    ->Name("NumberHeavyExact")
+    ->Arg(50)
+    ->Arg(150)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace lumo::bench

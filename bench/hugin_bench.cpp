@@ -1,38 +1,30 @@
 // Hugin import beside the bare number pass over the same bytes: tables that hold most of the file,
 // and nets of many nodes with three parents each.
-#include <random>
-
 #include "bench/support.h"
 
 namespace lumo::bench {
 namespace {
 
-/// Appends one row of `states` probabilities with six decimals that sum to 1.
-void AppendRow(std::string& out, int states, std::mt19937& random) {
-    int left = 1'000'000;
+/// Appends one row of `states` probabilities that sum to 1.
+void AppendRow(std::string& out, int states, std::mt19937& random, int digits) {
     out += "( ";
-    for (int s = states - 1; s >= 0; --s) {
-        const int part =
-            s == 0 ? left : static_cast<int>(random() % static_cast<unsigned>(left / 2 + 1));
-        left -= part;
-        out += part == 1'000'000 ? "1 " : Format("0.%06d ", part);
-    }
+    for (const std::string& number : RandomNumbers(states, random, digits)) out += number + ' ';
     out += ")";
 }
 
 /// Appends the table of a node whose parents all have `states` states, nested by parent.
-void AppendTable(std::string& out, int parents, int states, std::mt19937& random) {
-    if (parents == 0) return AppendRow(out, states, random);
+void AppendTable(std::string& out, int parents, int states, std::mt19937& random, int digits) {
+    if (parents == 0) return AppendRow(out, states, random, digits);
     out += '(';
     for (int s = 0; s < states; ++s) {
         if (s > 0) out += "\n\t";
-        AppendTable(out, parents - 1, states, random);
+        AppendTable(out, parents - 1, states, random, digits);
     }
     out += ')';
 }
 
 /// A net of `nodes` nodes; each has the nodes before it, `parents` at most, as its parents.
-std::string Net(int nodes, int states, int parents) {
+std::string Net(int nodes, int states, int parents, int digits = FewDigits) {
     std::mt19937 random(7);
     std::string out = "net\n{\n    node_size = (80 40);\n}\n";
     std::string labels;
@@ -48,7 +40,7 @@ std::string Net(int nodes, int states, int parents) {
         out += Format("\npotential (N%d |", i);
         for (int p = 1; p <= known; ++p) out += Format(" N%d", i - p);
         out += ")\n{\n    data = ";
-        AppendTable(out, known, states, random);
+        AppendTable(out, known, states, random, digits);
         out += ";\n}\n";
     }
     return out;
@@ -58,6 +50,12 @@ void NumberHeavy(benchmark::State& state) {
     MeasureImport(state, Net(4, static_cast<int>(state.range(0)), 3), FormatHugin);
 }
 BENCHMARK(NumberHeavy)->Arg(10)->Arg(30)->Arg(40)->Unit(benchmark::kMillisecond);
+
+void NumberHeavyExact(benchmark::State& state) {
+    const int states = static_cast<int>(state.range(0));
+    MeasureImport(state, Net(4, states, 3, ManyDigits), FormatHugin, ManyDigits);
+}
+BENCHMARK(NumberHeavyExact)->Arg(10)->Arg(30)->Arg(40)->Unit(benchmark::kMillisecond);
 
 void NodeHeavy(benchmark::State& state) {
     MeasureImport(state, Net(static_cast<int>(state.range(0)), 2, 3), FormatHugin);

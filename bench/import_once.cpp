@@ -2,13 +2,14 @@
 // processor that it takes, the process's peak of memory in bytes, the net's nodes, and the bytes of
 // its tables.
 //
-// usage: import_once FILE FORMAT_CODE
+// usage: import_once FILE FORMAT
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
 
 #include "bench/checked.h"
+#include "formats/formats.h"
 
 namespace {
 
@@ -25,15 +26,17 @@ long long PeakBytes() {
 int main(int argc, char** argv) {
     using namespace lumo;
     const double start = bench::ProcessorSeconds();
-    if (argc != 3) return 64;
+    const FormatInfo* const format = argc == 3 ? FindFormat(argv[2]) : nullptr;
+    if (format == nullptr) return 64;
     const char* const path = argv[1];
-    const int format = std::atoi(argv[2]);
-    const OwnedNet net = bench::Checked([&] { return ReadForeignNetFile_kt(path, format, false); });
+    const OwnedNet net =
+        bench::Checked([&] { return ReadForeignNetFile_kt(path, format->code, false); });
     const double time = 1e9 * (bench::ProcessorSeconds() - start);
     const long long peak = PeakBytes();
     long long tables = 0;
     for (const Bnode_bn* node : net->nodes)
-        if (node->relation.probs != nullptr) tables += 4LL * NumProduct(node->family);
+        tables += NumProduct(node->family) * ((node->relation.probs != nullptr ? 4LL : 0) +
+                                              (node->relation.exact != nullptr ? 8LL : 0));
     std::printf("%.0f %lld %d %lld\n", time, peak, net->nodes.N, tables);
     return 0;
 }

@@ -1,16 +1,14 @@
 // Networks for the benchmarks of formats, written by a callback for each node.
 #pragma once
 
-#include <random>
-#include <string>
-#include <vector>
+#include <utility>
 
 #include "bench/support.h"
 
 namespace lumo::bench {
 
 /// A node as the generators hand it to a format: its number, states, parents, and rows of
-/// probabilities with six decimals that sum to 1, the last parent fastest.
+/// probabilities that sum to 1, separated by blanks, the last parent fastest.
 struct BenchNode {
     int number;
     int states;
@@ -18,28 +16,21 @@ struct BenchNode {
     std::vector<std::string> rows;
 };
 
-/// Rows whose numbers are separated by blanks.
-inline std::vector<std::string> RandomRows(int rows, int states, std::mt19937& random) {
-    std::vector<std::string> out;
-    for (int row = 0; row < rows; ++row) {
-        std::string& text = out.emplace_back();
-        int left = 1'000'000;
-        for (int i = states - 1; i >= 0; --i) {
-            const int part =
-                i == 0 ? left : static_cast<int>(random() % static_cast<unsigned>(left / 2 + 1));
-            left -= part;
-            text +=
-                Format("%s%d.%06d", i + 1 < states ? " " : "", part / 1'000'000, part % 1'000'000);
-        }
+inline std::vector<std::string> RandomRows(int rows, int states, std::mt19937& random,
+                                           int digits = FewDigits) {
+    std::vector<std::string> out(static_cast<std::size_t>(rows));
+    for (std::string& row : out) {
+        for (const std::string& number : RandomNumbers(states, random, digits))
+            row += (row.empty() ? "" : " ") + number;
     }
     return out;
 }
 
-/// A node of 500 states under one of 1000.
-inline std::vector<BenchNode> NumberHeavy() {
+/// A node of 500 states under one of so many.
+inline std::vector<BenchNode> NumberHeavy(int rows, int digits) {
     std::mt19937 random(7);
-    std::vector<BenchNode> nodes{{0, 1000, {}, RandomRows(1, 1000, random)}};
-    nodes.push_back({1, 500, {0}, RandomRows(1000, 500, random)});
+    std::vector<BenchNode> nodes{{0, rows, {}, RandomRows(1, rows, random, digits)}};
+    nodes.push_back({1, 500, {0}, RandomRows(rows, 500, random, digits)});
     return nodes;
 }
 
@@ -58,9 +49,18 @@ inline std::vector<BenchNode> NodeHeavy(int count) {
 /// The benchmarks of a format, whose files `write` makes.
 template <class WRITE>
 void Register(WRITE write, int format) {
-    benchmark::RegisterBenchmark("NumberHeavy", [=](benchmark::State& state) {
-        MeasureImport(state, write(NumberHeavy()), format);
-    })->Unit(benchmark::kMillisecond);
+    for (const auto& [name, digits] :
+         {std::pair("NumberHeavy", FewDigits), std::pair("NumberHeavyExact", ManyDigits)}) {
+        benchmark::RegisterBenchmark(name,
+                                     [=, digits = digits](benchmark::State& state) {
+                                         const int rows = static_cast<int>(state.range(0));
+                                         MeasureImport(state, write(NumberHeavy(rows, digits)),
+                                                       format, digits);
+                                     })
+            ->Arg(50)
+            ->Arg(1000)
+            ->Unit(benchmark::kMillisecond);
+    }
     const auto nodeHeavy = [=](const char* name, bool placed) {
         benchmark::RegisterBenchmark(
             name,

@@ -58,7 +58,7 @@ void Numbers(benchmark::State& state) {
                                       benchmark::DoNotOptimize(numbers.data());
                                   },
                                   1));
-        bare = std::min(bare, Fastest([&] { benchmark::DoNotOptimize(BarePass(text)); }, 1));
+        bare = std::min(bare, Fastest([&] { benchmark::DoNotOptimize(BarePass<float>(text)); }, 1));
     }
     state.counters["of_bare"] = bare / mine;
 }
@@ -72,7 +72,7 @@ std::vector<std::string> Names(int n) {
 }
 
 OwnedNet NewNodes(const std::vector<std::string>& names) {
-    OwnedNet net(NewVBNet(DupStr_kt("bench"), false));
+    OwnedNet net(NewVBNet(DupStr_kt("bench")));
     for (const std::string& name : names) NewNode_ibn(name.c_str(), 2, *net, {0, 0});
     return net;
 }

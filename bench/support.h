@@ -8,25 +8,51 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "bench/checked.h"
+#include "formats/formats.h"
 
 namespace lumo::bench {
 
-/// The limit: every number of the text with std::from_chars<float>, all else passed over byte by
-/// byte.
-inline double BarePass(std::string_view text) {
+/// Decimal places of the numbers of tables: those that floats hold, and those that take doubles.
+constexpr int FewDigits = 6, ManyDigits = 16;
+
+/// Random numbers with so many places that sum to 1, larger ones first unless digits are many.
+inline std::vector<std::string> RandomNumbers(int count, std::mt19937& random, int digits) {
+    long long whole = 1;
+    for (int i = 0; i < digits; ++i) whole *= 10;
+    std::vector<std::string> numbers;
+    long long left = whole;
+    for (int i = count - 1; i >= 0; --i) {
+        unsigned long long any = random(), most = static_cast<unsigned long long>(left / 2);
+        if (digits == ManyDigits) {  // all of them large enough to have the digits
+            any = any << 32 | random();
+            most = static_cast<unsigned long long>(2 * left / (i + 1));
+        }
+        const long long part = i == 0 ? left : static_cast<long long>(any % (most + 1));
+        left -= part;
+        numbers.push_back(Format("%lld.%0*lld", part / whole, digits, part % whole));
+    }
+    return numbers;
+}
+
+/// The limit: every number of the text with std::from_chars, all else passed over byte by byte.
+template <class FLOAT>
+double BarePass(std::string_view text) {
     double sum = 0;
     const char* at = text.data();
     const char* const end = at + text.size();
     while (at < end) {
         if ((*at >= '0' && *at <= '9') || *at == '-' || *at == '.') {
-            float value = 0;
+            FLOAT value = 0;
             const auto got = std::from_chars(at, end, value);
             if (got.ptr != at) {
                 sum += static_cast<double>(value);
@@ -93,7 +119,7 @@ struct FreshImport {
 inline FreshImport ImportInFreshProcess(const char* path, int format) {
     const auto program = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     const std::string command =
-        Format("exec '%s/import_once' '%s' %d", program.c_str(), path, format);
+        Format("exec '%s/import_once' '%s' %s", program.c_str(), path, FindFormat(format)->name);
     FreshImport got;
     std::FILE* const pipe = popen(command.c_str(), "r");
     if (pipe == nullptr) return {};
@@ -105,13 +131,22 @@ inline FreshImport ImportInFreshProcess(const char* path, int format) {
 /// Measures the import from memory, from a file and in a fresh process beside the bare pass, in
 /// turn. Counters: the nanoseconds of each (the fastest), of_bare, the bare pass's time divided by
 /// that of the import from memory (1.0: as fast as the bare pass); the nodes; and what the fresh
-/// process needs beyond the file and its tables.
-inline void MeasureImport(benchmark::State& state, const std::string& text, int format) {
+/// process needs beyond the file and its tables. The bare pass reads what the table keeps: doubles
+/// where the numbers have many digits.
+///
+/// With LUMO_BENCH_TEXT set, the text is written there, and nothing is measured.
+inline void MeasureImport(benchmark::State& state, const std::string& text, int format,
+                          int digits = FewDigits) {
+    if (const char* const path = std::getenv("LUMO_BENCH_TEXT")) {
+        for ([[maybe_unused]] auto _ : state) std::ofstream(path) << text;
+        return;
+    }
     constexpr int freshRuns = 3;
+    const auto barePass = digits == ManyDigits ? BarePass<double> : BarePass<float>;
     const TextFile file(text);
     double fromText = 1e100, fromFile = 1e100, bare = 1e100, fresh = 1e100;
     for ([[maybe_unused]] auto _ : state) {
-        bare = std::min(bare, Fastest([&] { benchmark::DoNotOptimize(BarePass(text)); }, 1));
+        bare = std::min(bare, Fastest([&] { benchmark::DoNotOptimize(barePass(text)); }, 1));
         fromText = std::min(fromText, Fastest([&] { ImportForBench(text, format); }, 1));
         fromFile = std::min(
             fromFile,

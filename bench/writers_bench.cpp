@@ -13,14 +13,14 @@ namespace {
 /// Nodes of two states with three parents among the sixteen before them.
 std::unique_ptr<Bnet_bn> NewNet(int nodes) {
     std::mt19937 random(7);
-    std::unique_ptr<Bnet_bn> net(NewVBNet(DupStr_kt("bench"), false));
+    std::unique_ptr<Bnet_bn> net(NewVBNet(DupStr_kt("bench")));
     for (int i = 0; i < nodes; ++i) {
         const std::string name = "node" + std::to_string(i);
         Bnode_bn& node =
             *NewNode_ibn(name.c_str(), 2, *net, {40 + i % 300 * 90, 40 + i / 300 * 45});
         node.setTitle(DupStr_kt("Node number " + std::to_string(i)));
         char** states = new char* [2] { DupStr_kt("yes"), DupStr_kt("no") };
-        node.setStates(2, states, nullptr, nullptr, nullptr, CheckFull);
+        node.setStates(2, states);
         int parent = i;
         for (int parents = 0; parents < 3 && parent > 0; ++parents) {
             parent -= 1 + static_cast<int>(random() % static_cast<unsigned>(std::min(parent, 16)));
@@ -32,7 +32,7 @@ std::unique_ptr<Bnet_bn> NewNet(int nodes) {
             row[0] = static_cast<float>(random() % 1'000'000) / 1e6F;
             row[1] = 1 - row[0];
         }
-        node.setProbsTable(table.release(), false, CheckFull);
+        node.setProbsTable(table.release());
     }
     return net;
 }

@@ -1,7 +1,6 @@
 // XML BIF import beside the bare number pass over the same bytes: number-heavy files, and nets of
 // many nodes with three parents each, placed by the file or laid out.
 #include <chrono>
-#include <random>
 #include <thread>
 
 #include "bench/support.h"
@@ -9,17 +8,9 @@
 namespace lumo::bench {
 namespace {
 
-/// Appends one row of `states` probabilities with six decimals that sum to 1.
-void AppendRow(std::string& out, int states, std::mt19937& random) {
-    int left = 1'000'000;
-    for (int i = states - 1; i >= 0; --i) {
-        const int part =
-            i == 0 ? left : static_cast<int>(random() % static_cast<unsigned>(left / 2 + 1));
-        left -= part;
-        char text[16];
-        out.append(text, static_cast<std::size_t>(SPrintf(
-                             text, sizeof text, part == 1'000'000 ? "1.0 " : "0.%06d ", part)));
-    }
+/// Appends one row of `states` probabilities that sum to 1.
+void AppendRow(std::string& out, int states, std::mt19937& random, int digits = FewDigits) {
+    for (const std::string& number : RandomNumbers(states, random, digits)) out += number + ' ';
 }
 
 void AppendVariable(std::string& out, int index, int states, bool placed) {
@@ -39,14 +30,14 @@ std::string InNetwork(const std::string& content) {
 }
 
 /// One node of many parents: 2^parents rows of `states` numbers.
-std::string NumberHeavy(int parents, int states) {
+std::string NumberHeavy(int parents, int states, int digits) {
     std::mt19937 random(7);
     std::string out;
     for (int i = 0; i <= parents; ++i) AppendVariable(out, i, i == parents ? states : 2, true);
     out += "<DEFINITION>\n\t<FOR>node" + std::to_string(parents) + "</FOR>\n";
     for (int i = 0; i < parents; ++i) out += "\t<GIVEN>node" + std::to_string(i) + "</GIVEN>\n";
     out += "\t<TABLE>";
-    for (int row = 0; row < 1 << parents; ++row) AppendRow(out, states, random);
+    for (int row = 0; row < 1 << parents; ++row) AppendRow(out, states, random, digits);
     return InNetwork(out + "</TABLE>\n</DEFINITION>\n");
 }
 
@@ -70,10 +61,20 @@ std::string NodeHeavy(int nodes, bool placed) {
     return InNetwork(out);
 }
 
-void BM_NumberHeavy(benchmark::State& state) {
-    MeasureImport(state, NumberHeavy(static_cast<int>(state.range(0)), 4), FormatXMLBIF);
+void BM_NumberHeavy(benchmark::State& state, int digits) {
+    MeasureImport(state, NumberHeavy(static_cast<int>(state.range(0)), 4, digits), FormatXMLBIF,
+                  digits);
 }
-BENCHMARK(BM_NumberHeavy)->Name("NumberHeavy")->Arg(12)->Arg(18)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_NumberHeavy, few, FewDigits)
+    ->Name("NumberHeavy")
+    ->Arg(12)
+    ->Arg(18)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_NumberHeavy, many, ManyDigits)
+    ->Name("NumberHeavyExact")
+    ->Arg(12)
+    ->Arg(18)
+    ->Unit(benchmark::kMillisecond);
 
 void BM_NodeHeavyPlaced(benchmark::State& state) {
     MeasureImport(state, NodeHeavy(static_cast<int>(state.range(0)), true), FormatXMLBIF);
