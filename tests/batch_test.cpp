@@ -64,6 +64,14 @@ TEST_F(Batch, StreamsThatAreNotThereAreNotTakenForFiles) {
             }
         }
     EXPECT_EQ(run("$L good.erg >&-").code, 74);
+    for (const char* files : {"errors.dsc", "errors.dsc good.erg", "-j 2 errors.dsc good.erg"}) {
+        EXPECT_EQ(run(std::string("$L check ") + files + " 2>/dev/full").code, 74) << files;
+        EXPECT_EQ(run(std::string("$L check ") + files + " 2>&-").code, 1) << files;
+    }
+    // "head" ends first; what is said behind it goes nowhere.
+    EXPECT_EQ(
+        run("{ (sleep 0.2; $L check -v good.erg errors.dsc 2>&1; echo $? >&3) | :; } 3>&1").out,
+        "141\n");
     EXPECT_EQ(run("$L --help >/dev/full").code, 74);
     EXPECT_EQ(run("$L --version >/dev/full").code, 74);
 }

@@ -74,6 +74,19 @@ def large_net(count):
     return "".join(parts)
 
 
+def labelled_net():
+    """60 nodes without places, whose labels take more room than there is from afar."""
+    chance = random.Random(4)
+    words = ["Pressure", "Left valve", "Temperature outside", "pH", "Flow", "Maintenance overdue \U0001f469\u200d\U0001f527"]
+    parts = ["net\n{\n}\n"]
+    for i in range(60):
+        parts.append(node_text("n%d" % i, 3, " label = %s;\n" % hugin_text("%s %d" % (chance.choice(words), i))))
+    for i in range(1, 60):
+        parents = sorted(chance.sample(range(max(0, i - 12), i), min(i, chance.choice((1, 1, 2)))))
+        parts.append("potential ( n%d | %s )\n{\n}\n" % (i, " ".join("n%d" % p for p in parents)))
+    return "".join(parts)
+
+
 # ---- The tests
 
 
@@ -320,9 +333,11 @@ class Report(ReportCase):
         for dark in (False, True):
             self.browser.look(1300, 760, dark)
             self.browser.open(page)
-            for width, height in ((360, 740), (400, 800), (768, 1024), (900, 700), (1280, 800), (1920, 1000)):
+            for width, height in ((360, 740), (400, 800), (768, 1024), (900, 700), (1000, 640), (1280, 800), (1920, 1000)):
                 with self.subTest(width=width, dark=dark):
                     self.browser.look(width, height, dark)
+                    self.assertLess(*self.script("return ['#strength', '#tools'].map((name) => document.querySelector(name)"
+                                                 ".getBoundingClientRect()).flatMap((box, i) => i ? box.left : box.right)"))
                     self.script("select(1, 'list')")
                     seen = set()
                     for tab in ("problems", "nodes", "details"):
@@ -391,6 +406,31 @@ class Report(ReportCase):
             return all.flatMap((a, i) => all.slice(0, i).filter((b) => cross(a, b)).map((b) => [a, b]));""")
         self.assertEqual(apart, [])
 
+    def test_buttons_and_evidence_cover_neither_nodes_nor_names(self):
+        covered = """
+            const tools = [...document.querySelectorAll('#tools button, #evidence > *')].map((e) => e.getBoundingClientRect()), {left, top} = canvas.getBoundingClientRect();
+            const visible = {left: view.x, top: view.y, right: view.x + canvas.clientWidth / view.zoom, bottom: view.y + canvas.clientHeight / view.zoom, zoom: view.zoom};
+            const names = namesFor(visible).map(({lines, size, x, y, align}) => {
+                const width = Math.max(...lines.map(textUnits)) * size;
+                return [x + width * {left: 0.5, center: 0, right: -0.5}[align], y, width / 2, lines.length * size / 2];
+            });
+            return [...boxes, ...names].filter(([x, y, w, h]) => tools.some((tool) =>
+                (x + w - view.x) * view.zoom + left > tool.left && (x - w - view.x) * view.zoom + left < tool.right &&
+                (y + h - view.y) * view.zoom + top > tool.top && (y - h - view.y) * view.zoom + top < tool.bottom)).length;"""
+        pages = [self.convert(os.path.join(SAMPLES, *path), "html") for path in (("hugin", "asia.net"), ("hugin", "umbrella.net"))]
+        pages.append(self.convert(self.write(labelled_net()), "html"))
+        for page in pages:
+            for size in ((320, 568), (360, 740), (768, 1024), (1280, 800)):
+                self.browser.look(*size)
+                self.browser.open(page)
+                for step in ("", "byId('beliefs').click(); fit()", "toggleEvidence(0, 0)"):
+                    self.script(step)
+                    self.browser.settled()
+                    self.frame()
+                    self.assertEqual(self.script(covered), 0, (page, size, step))
+                    zoom = self.script("return [view.zoom, canvas.clientWidth / frame.width]")
+                    self.assertGreater(zoom[0], 0.4 * min(zoom[1], 1))  # the room costs little
+
     def test_the_systems_own_colours(self):
         self.open_sample("hugin", "umbrella.net")
         own = self.script("return [colors.canvas, colors.text, fillOf(nodes[0])]")
@@ -410,15 +450,7 @@ class Report(ReportCase):
 
     def test_names_from_afar_hide_nothing(self):
         """Every node with room has its name, none over a node or cut at the edge; distributions keep the title and a bar."""
-        chance = random.Random(4)
-        words = ["Pressure", "Left valve", "Temperature outside", "pH", "Flow", "Maintenance overdue \U0001f469\u200d\U0001f527"]
-        parts = ["net\n{\n}\n"]
-        for i in range(60):
-            parts.append(node_text("n%d" % i, 3, " label = %s;\n" % hugin_text("%s %d" % (chance.choice(words), i))))
-        for i in range(1, 60):
-            parents = sorted(chance.sample(range(max(0, i - 12), i), min(i, chance.choice((1, 1, 2)))))
-            parts.append("potential ( n%d | %s )\n{\n}\n" % (i, " ".join("n%d" % p for p in parents)))
-        page = self.convert(self.write("".join(parts)), "html")
+        page = self.convert(self.write(labelled_net()), "html")
         look = """
             const visible = {left: view.x, top: view.y, right: view.x + canvas.clientWidth / view.zoom,
                 bottom: view.y + canvas.clientHeight / view.zoom, zoom: view.zoom};
@@ -638,7 +670,7 @@ class Report(ReportCase):
         self.id("save-svg").click()
         self.assertNotIn(b"<img", self.saved("made.svg"))
         self.assertEqual(self.script("return [document.scripts.length, document.images.length,"
-                                     "document.querySelectorAll('[onfocus], b').length]"), [3, 0, 0])
+                                     "document.querySelectorAll('[onfocus], b').length]"), [4, 0, 0])
 
     def test_policy_refuses_what_is_not_the_pages_own(self):
         self.open_sample("hugin", "asia.net")
@@ -654,7 +686,8 @@ class Report(ReportCase):
         numbers = [0.004] * 199 + [0.204]
         tall = [v for r in range(200) for v in (round(0.3 + r / 1000, 3), round(0.7 - r / 1000, 3))]
         self.open(self.write("net\n{\n}\n" + node_text("a", states) + node_text("b", 2)
-                             + node_text("c", 3) + node_text("d", 2) + potential_text("a", [], numbers)
+                             + node_text("c", 3) + node_text("d", 2) + node_text("e", 120) + potential_text("a", [], numbers)
+                             + potential_text("e", ["c"], ([0.25, 0.75] + [0] * 118) * 2 + [0] * 119 + [1])
                              + potential_text("b", ["a"], tall) + potential_text("c", [], [0.2, 0.3, 0.5])
                              + potential_text("d", ["a", "c"], [0.123, 0.877] * 600)))
         self.script("toggleEvidence(2, 1)")
@@ -667,6 +700,7 @@ class Report(ReportCase):
         self.assertRegex(text, r"s199 +0\.499 +0\.501")  # the last row of b
         self.assertRegex(text, r"s199 +0\.204")
         self.assertGreater(len([line for line in text.split("\n") if line.split() == ["a", "s0", "s1"]]), 2)  # its head, again
+        self.assertRegex(text, r"c +all that is not 0\s+s0 +s0\s0.25, s1\s0.75\s+s1 +s0\s0.25, s1\s0.75\s+s2 +s119\s1\s")
         self.assertIn("600 rows, not printed", text)
         self.assertNotIn("0.877", text)
         for word in ("Transpose", "Fit", "Widen"):
@@ -688,6 +722,22 @@ class Report(ReportCase):
             self.assertEqual(self.saved("made.svg").count(b'text-anchor="start"'), self.script("return nodes.reduce((n, _, i) => n + shownStates(i).length, 0)"))
             self.id("beliefs").click()
             self.assertTrue(self.script("return boxes.every((b, i) => b === nodes[i].at)"))
+
+    def test_a_layout_of_the_file_that_is_hard_to_read_comes_second(self):
+        """The page says so, has the file's a press away, and links go round distributions in both."""
+        chance = random.Random(3)
+        places = chance.sample(range(40), 40)
+        parts = ["net\n{\n}\n"] + [node_text("n%d" % i, 3, " position = (%d %d);\n" % (p % 8 * 110, p // 8 * 70)) for i, p in enumerate(places)]
+        parts += ["potential ( n%d | n%d )\n{\n}\n" % (i, i - 1) for i in range(1, 40)]
+        self.open(self.write("".join(parts)))
+        self.assertEqual([self.script("return picture.laidOut"), self.texts("#scene button")], [True, ["× automatic layout"]])
+        self.id("beliefs").click()
+        self.assertEqual([self.links_through_nodes(), self.script(HEADS)], [[], 0])
+        self.button("× automatic layout").click()
+        self.assertEqual([self.script("return picture.laidOut"), self.texts("#scene button")], [False, []])
+        self.assertEqual([self.links_through_nodes(), self.script(HEADS)], [[], 0])
+        self.id("layout").click()
+        self.assertTrue(self.script("return picture.laidOut"))
 
     def links_through_nodes(self):
         """Links whose course meets a box that is not an end of theirs, of what is shown."""
@@ -786,7 +836,8 @@ class Report(ReportCase):
         self.open_sample("hugin", "asia.net")
         with open(os.path.join(self.folder.name, "out.html"), encoding="utf-8") as file:
             page = file.read()
-        self.assertLess(len(page.encode()) - self.script("return byId('data').textContent.length"), 200000)
+        self.assertLess(len(page.encode()) - self.script(
+            "return byId('data').textContent.length + byId('net').textContent.length"), 200000)
 
     def test_pictures_are_saved(self):
         self.open_sample("hugin", "umbrella.net")

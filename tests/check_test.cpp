@@ -249,6 +249,13 @@ TEST_F(Check, Baseline) {
     EXPECT_EQ(more.err.find("warns.net:6:10: warning: "), 0U) << more.err;
     EXPECT_EQ(std::ranges::count(more.err, '\n'), 2) << more.err;
     EXPECT_EQ(run("$L check wide.dsc --write-baseline no/such").code, 74);
+    // What cannot be read is no baseline that lets nothing pass.
+    write("odd", "0.5\n");
+    for (const char* file : {"no/such", "sub", "odd"}) {
+        const Outcome bad = run("$L check --baseline " + std::string(file) + " wide.dsc");
+        EXPECT_EQ(bad.code, 64) << file << bad.err;
+        EXPECT_NE(bad.err.find(std::string("'") + file + "'"), std::string::npos) << bad.err;
+    }
 }
 
 }  // namespace

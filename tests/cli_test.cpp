@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "app/terminal.h"
+#include "formats/packing.h"
 #include "tests/commandline.h"
 #include "tests/places.h"
 
@@ -85,6 +86,8 @@ TEST_F(Cli, HelpAndVersionGoToStandardOutput) {
     EXPECT_NE(version.find("\nreads   hugin, "), std::string::npos) << version;
     EXPECT_NE(version.find("png"), std::string::npos) << version;
     EXPECT_NE(version.find("gzip"), std::string::npos) << version;
+    EXPECT_EQ(version.find("unpacks ") != std::string::npos, !lumo::PackingsRead().empty())
+        << version;
 }
 
 TEST_F(Cli, SummaryOnOutputDiagnosticsOnError) {
@@ -567,6 +570,55 @@ TEST_F(Cli, WritesThatFailLeaveNothing) {
     EXPECT_EQ(Slurp(folder / "kept"), "old");
 }
 
+TEST_F(Cli, OutputsGoWhereTheirPathLeads) {
+    fs::create_directory(folder / "there");
+    fs::create_symlink("there/second", folder / "first");
+    fs::create_symlink("new.json", folder / "there/second");
+    EXPECT_EQ(run("$L convert good.erg --to json -o first").code, 0);
+    EXPECT_TRUE(fs::is_symlink(folder / "first") && fs::is_symlink(folder / "there/second"));
+    EXPECT_TRUE(nlohmann::json::accept(Slurp(folder / "there/new.json")));
+    fs::create_symlink("round", folder / "round");
+    const Outcome round = run("$L convert good.erg --to json -o round");
+    EXPECT_EQ(round.code, 74);
+    EXPECT_TRUE(fs::is_symlink(folder / "round"));
+
+    write("kept.json", "old");
+    chmod(path("kept.json").c_str(), 0444);
+    const Outcome refused = run("$L convert good.erg -o kept.json");
+    EXPECT_EQ(refused.code, 74);
+    EXPECT_EQ(refused.err, "lumo-import: 'kept.json' is read-only; --force replaces it\n");
+    EXPECT_NE(run("$L diff good.erg good.erg -o kept.json").err.find("Permission denied"),
+              std::string::npos);
+    EXPECT_EQ(Slurp(folder / "kept.json"), "old");
+    EXPECT_EQ(run("$L convert good.erg -o kept.json --force").code, 0);
+    EXPECT_TRUE(nlohmann::json::accept(Slurp(folder / "kept.json")));
+}
+
+TEST_F(Cli, FilesInClosedFoldersAreWrittenWhereTheyStand) {
+    fs::create_directory(folder / "closed");
+    write("closed/mine.json", std::string(100'000, 'x'));
+    write("closed/other.json", "old");
+    chmod(path("closed/mine.json").c_str(), 0666);
+    chmod(path("closed/other.json").c_str(), 0644);
+    chmod(path("closed").c_str(), 0555);
+    chmod(folder.c_str(), 0777);
+    // Whoever may do everything is somebody else for this.
+    const std::string lumo = geteuid() == 0 ? "setpriv --reuid=65534 --clear-groups $L" : "$L";
+    const Outcome written = run(lumo + " convert good.erg -o closed/mine.json");
+    EXPECT_EQ(written.code, 0);
+    EXPECT_EQ(
+        written.err,
+        "good.erg: notice: 'closed/mine.json' is written where it stands, not in one step: its "
+        "folder takes no new file\n");
+    EXPECT_TRUE(nlohmann::json::accept(Slurp(folder / "closed/mine.json")));
+    EXPECT_EQ(run(lumo + " convert good.erg -o closed/new.json").code, 74);
+    if (geteuid() == 0) {
+        EXPECT_EQ(run(lumo + " convert good.erg -o closed/other.json").code, 74);
+        EXPECT_EQ(Slurp(folder / "closed/other.json"), "old");
+    }
+    chmod(path("closed").c_str(), 0755);
+}
+
 TEST_F(Cli, LossesAreToldOnStandardError) {
     const std::string convert = "$L convert " + Samples() + "/hugin/umbrella.net --to dsc -o x.dsc";
     const Outcome told = run(convert);
@@ -581,6 +633,21 @@ TEST_F(Cli, LossesAreToldOnStandardError) {
     EXPECT_EQ(first["message"], "kinds (decision, utility) of 3 nodes are not kept by DSC");
 }
 
+TEST_F(Cli, LessIsWrittenWhereThatIsAskedFor) {
+    const std::string convert =
+        "$L convert --plain --only-nature --verify " + Samples() + "/hugin/umbrella.net -o ";
+    for (const char* out : {"x.dsc", "x.bif", "x.xml", "x.net", "x.json"}) {
+        const Outcome told = run(convert + out);
+        EXPECT_EQ(told.code, 0) << out;
+        EXPECT_NE(told.err.find(
+                      "umbrella.net: notice: 1 decision node and 2 utility nodes are left out\n"),
+                  std::string::npos)
+            << told.err;
+        EXPECT_EQ(Slurp(folder / out).find("position = "), std::string::npos) << out;
+        EXPECT_EQ(run(convert + out + " --force --quiet").err, "");
+    }
+}
+
 TEST_F(Cli, ManyFilesKeepTheirOrder) {
     std::string command = "$L";
     for (int i = 0; i < 500; ++i) command += i % 2 == 0 ? " good.erg" : " errors.dsc";
@@ -593,9 +660,12 @@ TEST_F(Cli, ManyFilesKeepTheirOrder) {
 
 TEST_F(Cli, WorkersThatDieCostOneFileAndNoneOutlivesTheBatch) {
     // The second of two workers waits for the pipe.
-    const std::string batch =
-        "mkfifo p.erg; $L -j 2 good.erg p.erg errors.dsc good.erg & P=$!; "
-        "until set -- $(cat /proc/$P/task/$P/children) && [ $# = 2 ]; do :; done; ";
+    const auto batchOf = [](const std::string& command) {
+        return "mkfifo p.erg; " + command +
+               " & P=$!; "
+               "until set -- $(cat /proc/$P/task/$P/children) && [ $# = 2 ]; do :; done; ";
+    };
+    const std::string batch = batchOf("$L -j 2 good.erg p.erg errors.dsc good.erg");
     const Outcome died = run(batch + "kill -9 $2; wait $P");
     EXPECT_EQ(died.code, 2);
     EXPECT_EQ(died.err.find("p.erg: fatal: reading it ended with signal 9 (Killed)\n"), 0U);
@@ -606,6 +676,15 @@ TEST_F(Cli, WorkersThatDieCostOneFileAndNoneOutlivesTheBatch) {
                               "kill $P; wait $P; echo $?; "
                               "while grep 'State:.[^ZX]' /proc/$2/status >/dev/null; do :; done");
     EXPECT_TRUE(ended.out.ends_with("143\n")) << ended.out;
+
+    // What it left half written goes with it, wherever a link leads.
+    fs::remove(folder / "p.erg");
+    fs::create_directories(folder / "there");
+    fs::create_directories(folder / "out");
+    fs::create_symlink("../there/p.json", folder / "out/p.json");
+    run(batchOf("$L convert -j 2 good.erg p.erg none.net --to json -o out") +
+        "touch there/.lumo-$2-0 there/.lumo-1$2-0; kill -9 $2; wait $P");
+    EXPECT_EQ(run("ls -A there | wc -l").out, "1\n");
 }
 
 TEST_F(Cli, NoisyMaxQuestion) {
@@ -772,6 +851,9 @@ TEST_F(Cli, ListIsATableOfNets) {
         while (std::getline(lines, line)) files += line.substr(0, line.find(',')) + " ";
         EXPECT_EQ(files, wanted) << options << csv.err;
     }
+    EXPECT_EQ(run("$L list -j 3 nets").out, text.out);
+    EXPECT_EQ(run("$L list --where 'nodes > 0' --sort file nets").out,
+              run("$L list nets --sort file --where 'nodes > 0'").out);
     const Outcome json = run("$L list --json nets/asia.net nets/b.xml");
     std::istringstream lines(json.out);
     std::string one, two;

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "export/report.h"
 #include "formats/detect.h"
+#include "formats/import.h"
 #include "tests/places.h"
 #include "tests/random_net.h"
 #include "tests/roundtrip.h"
@@ -217,6 +219,28 @@ TEST(Compare, ExportsAreTheSameNet) {
         const ImportResult first = ReadBack(text, format->code, "test");
         if (first.net != nullptr) ExpectSameExports(first);
     }
+}
+
+TEST(Compare, ReportsOfNetsAreReadAsTheNets) {
+    for (const std::filesystem::path& file : FilesIn(Samples())) {
+        SCOPED_TRACE(file);
+        const ImportResult first = Import(FromFile(file.string()));
+        if (first.net == nullptr) continue;
+        std::ostringstream page;
+        WriteReport(first, page);
+        for (const char* asked : {"", "hugin"}) {  // a page has but one format
+            ImportOptions options;
+            options.format = FindFormat(std::string_view(asked));
+            const ImportResult again =
+                Import(FromBytes(page.str(), file.filename().string()), options);
+            ASSERT_NE(again.net, nullptr);
+            const Comparison found = CompareNets(*first.net, *again.net);
+            EXPECT_TRUE(found.isSame()) << Told(found);
+        }
+    }
+    std::ostringstream page;
+    WriteReport(ImportResult(), page);
+    EXPECT_EQ(Import(FromBytes(page.str(), "x.html")).net, nullptr);
 }
 
 }  // namespace

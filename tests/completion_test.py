@@ -139,6 +139,7 @@ class Completion(unittest.TestCase):
         asia = str(ROOT / "samples/hugin/asia.net")
         self.check({"tub"}, "table", asia, "tu")
         self.check({"bronc"}, "table", "--csv", asia, "asia", "br")
+        self.check({"bronc"}, "convert", asia, "--only", "br")
 
     def test_commands(self):
         self.check({"check"}, "che")

@@ -93,7 +93,7 @@ TEST(Detect, NamesOtherTexts) {
     using namespace std::string_view_literals;
     const std::pair<std::string_view, const char*> cases[] = {
         {"\n<!DOCTYPE html><html>", "an HTML page"},
-        {"<!DOCTYPE HTML><html><script>{\"schema\":\"lumo-import/1\"}",
+        {"<!DOCTYPE HTML><html><meta name=generator content=\"lumo-import, report of a net\">",
          "a report that lumo-import made of a net"},
         {"<?xml version=\"1.0\"?><!DOCTYPE x [<!ENTITY y \"z\">]><!-- a > --><ProbModelXML a=''>",
          "XML of another kind, its root element 'ProbModelXML'"},
@@ -106,6 +106,8 @@ TEST(Detect, NamesOtherTexts) {
         {"PK\3\4....[Content_Types].xml", "a document of an office program"},
         {"*Vertices 3\n1 \"a\"", "a graph of the Pajek format"},
         {"(export (version D)", "a netlist of a circuit"},
+        {"amplifier\nR1 in out 10k\nC1 out 0 1u\n.end\n", "a netlist of a circuit"},
+        {"* amplifier\nR1 in out 10k\nV1 in 0 DC 5\n", "a netlist of a circuit"},
         {"-----BEGIN PGP SIGNED MESSAGE-----\nFormat: 3.0\nSource: x\nBinary: x\nVersion: 1",
          "a description of a Debian source package"},
         {"net Fire\n{\n HEADER = { ID = x; };\n node A { TYPE = CPT; ID = A; };",
@@ -119,7 +121,8 @@ TEST(Detect, NamesOtherTexts) {
     EXPECT_EQ(OtherText("1 2 0", "a.uai.evid"), "evidence for a net, without the net");
     for (const std::string_view text :
          {"net\0"sv, "net { }"sv, "net { node A }"sv, "<BIF>"sv, "<?xml?><x:network>"sv, "<9"sv,
-          "2 3\n"sv, "\xFF\xFEn\0"sv, "% net, x, y\n% a, b, c\nnet"sv, ""sv})
+          "2 3\n"sv, "\xFF\xFEn\0"sv, "% net, x, y\n% a, b, c\nnet"sv,
+          "* a note\nnet { }\nrain is a b c\nmore of a b\n"sv, ""sv})
         EXPECT_EQ(OtherText(text, "x"), "") << text;
     for (const auto& path : FilesIn(Samples())) {
         std::ifstream in(path, std::ios::binary);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <thread>
 #include <utility>
@@ -256,6 +257,7 @@ TEST(TableWithoutMemory, CostsItself) {
             text = written.str();
             const Imported whole = ImportText(text, format.code, "x", false, options);
             EXPECT_NE(whole.net->nodes[1]->relation.probs, nullptr);
+            ReleaseKeptMemory_kt();
             allocations.tooLarge = 2'400'000;  // bytes of the table
             const Imported got = ImportText(text, format.code, "x", false, options);
             allocations = {};

@@ -57,6 +57,9 @@ TEST_F(EntryTest, NamesTheNetAfterTheFile) {
 }
 
 TEST_F(EntryTest, LongPathsWork) {
+#ifdef _WIN32
+    GTEST_SKIP() << "a path has at most 260 characters";
+#endif
     std::string deep;
     for (const char c : {'a', 'b', 'c', 'd'}) deep.append(100, c) += '/';
     const Imported got = ImportFile(write(deep + std::string(200, 'n') + ".erg", tiny), FormatErgo);
@@ -260,7 +263,7 @@ struct Placed {
     Collector seen;
     HandlerScope handler{seen};
     ReportScope scope;
-    OwnedNet net{NewVBNet(DupStr_kt("n"), false)};
+    OwnedNet net{NewVBNet(DupStr_kt("n"))};
 
     std::vector<coord_kt> fix(const std::vector<coord_kt>& at, double scale, bool turnOver) {
         for (const coord_kt& p : at) NewNode_ibn(nullptr, 2, *net, p);

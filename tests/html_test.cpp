@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "export/json.h"
 #include "export/report.h"
 #include "library/utilities/text.h"
 #include "tests/picture_support.h"
@@ -26,7 +27,19 @@ json Data(const ImportResult& result) {
     JsonOut data(&out);
     WriteReportData(result, data);
     data.flush();
-    return json::parse(out.str());
+    json parsed = json::parse(out.str());
+    if (!CarriesNet(result)) return parsed;
+    // As the page puts the two together.
+    std::ostringstream document;
+    WriteJson(result, document);
+    const json nodes = json::parse(document.str())["net"]["nodes"];
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        json relation = nodes[i]["relation"];
+        if (parsed["nodes"][i].contains("relation"))
+            relation.update(parsed["nodes"][i]["relation"]);
+        parsed["nodes"][i]["relation"] = relation;
+    }
+    return parsed;
 }
 
 int Count(const std::string& text, const std::string& part) {
@@ -72,7 +85,7 @@ TEST(Html, HoldsTheNodeAsAPersonNamesIt) {
     Bnode_bn& cause = AddNode(*result.net, "cause", {0, 0});
     Bnode_bn& effect = AddNode(*result.net, "effect", {0, 200});
     AddLink_ibn(cause, effect);
-    cause.setStateTitle(1, DupStr_kt("often"), CheckFull);
+    cause.setStateTitle(1, DupStr_kt("often"));
     cause.setStateComment(1, DupStr_kt("a remark"));
     const double params[] = {0.25, 0.75, 0.5, 0.5};
     ASSERT_FALSE(IsError(effect.makeIntoNoisyMax(params, false)));
@@ -130,16 +143,16 @@ TEST(Html, TablesBeyondTheRoomOfThePageAreNamed) {
     constexpr int states = 1'500'000 / 2;
     for (const char* name : {"a", "b", "c", "d", "e", "f"}) {
         Bnode_bn& node = AddNode(*result.net, name, {});
-        node.setStates(states, nullptr, nullptr, nullptr, nullptr, CheckFull);
+        node.setStates(states);
         XArray<float> table = NewXArray<float>(states);
         std::fill_n(table.get(), states, 0.0F);
         table.get()[0] = 1;
-        node.setProbsTable(table.release(), true, CheckFull);
+        node.setProbsTable(table.release(), true);
     }
     Bnode_bn& small = AddNode(*result.net, "small", {});
     XArray<float> table = NewXArray<float>(2);
     table.get()[0] = table.get()[1] = 0.5F;
-    small.setProbsTable(table.release(), true, CheckFull);
+    small.setProbsTable(table.release(), true);
     const json nodes = Data(result)["nodes"];
     EXPECT_EQ(nodes[4]["relation"]["table"].size(), static_cast<std::size_t>(states));
     EXPECT_FALSE(nodes[5]["relation"].contains("table"));

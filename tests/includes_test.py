@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Holds every #include of the tree to the table of the house in CONTRIBUTING.md, headers of the platform to
-library/utilities/system*.cpp, and what not every standard library has to where there is another way."""
+library/utilities/system*, and what not every standard library has to where there is another way."""
 import glob
 import os
 import re
@@ -35,7 +35,6 @@ def folder_of(path):
 platform = re.compile(r"#include <(sys/.*|arpa/.*|netinet/.*|(unistd|fcntl|poll|dlfcn|malloc|malloc/malloc|locale|xlocale|"
                       r"signal|termios|pthread|windows|io|fcntl|process|shellapi|direct|strings)\.h|csignal)>")
 without = ("library/", "formats/", "export/", "app/", "python/", "R/", "web/")
-places = ("library/utilities/system", "app/batch.cpp")  # of the machine; the processes of Linux
 
 
 def floating_from_chars(text):
@@ -64,7 +63,7 @@ for path in files:
             faults += 1
             print("%s:%d: not every standard library reads floating numbers so; ParseNumber does" % (path, number))
     for number, line in enumerate(text.splitlines(), 1):
-        if platform.match(line) and path.startswith(without) and not path.startswith(places):
+        if platform.match(line) and path.startswith(without) and not path.startswith("library/utilities/system"):
             faults += 1
             print("%s:%d: only library/utilities/system knows the platform" % (path, number))
         if line.startswith("#include <filesystem>") and path.startswith(("library/", "formats/")) and not path.startswith(

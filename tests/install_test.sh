@@ -49,10 +49,15 @@ for compiler in g++ clang++-14 clang++-16; do
     done
 done
 
+# Pages can be made of them: every member is explained.
+if command -v doxygen >/dev/null; then
+    (cd "$source" && LUMO_HEADERS=$place/static/include/lumo LUMO_PAGES=$place LUMO_VERSION=0 doxygen cmake/Doxyfile)
+fi
+
 # A program that detects, reads and writes; nothing internal is installed; C++17 is refused in words.
 (cd "$source/samples/hugin" && "$place/user-static" asia.net "$place/asia.xdsl" >/dev/null)
 grep -q '<smile' "$place/asia.xdsl"
-! find "$place/static/include" -name 'access.h' -o -name 'state.h' -o -name 'blocks.h' | grep .
+! find "$place/static/include" -name 'access.h' -o -name 'numbers.h' -o -name 'state.h' -o -name 'blocks.h' | grep .
 echo '#include <lumo/ForeignFile.h>' >"$place/old.cpp"
 ! c++ -std=c++17 -fsyntax-only -I "$place/static/include" "$place/old.cpp" 2>"$place/said"
 grep -q 'Lumo import needs C++20' "$place/said"

@@ -48,7 +48,7 @@ ReportRecord Report(int severity, int line) {
 Bnode_bn& NewNode(Bnet_bn& net, const char* name, std::initializer_list<const char*> states) {
     const int count = static_cast<int>(states.size());
     Bnode_bn* node = NewNode_ibn(name, count, net, {40, 50});
-    node->setStates(count, Strings(states), nullptr, nullptr, nullptr, CheckFull);
+    node->setStates(count, Strings(states));
     return *node;
 }
 
@@ -75,25 +75,25 @@ TEST(Json, NoisyMaxHasParametersAndATableUnlessCondensed) {
 TEST(Json, LevelsAreValuesOrBounds) {
     ImportResult result = NewResult();
     Bnode_bn& values = *NewNode_ibn("values", 2, *result.net, {});
-    values.setStates(2, nullptr, new double[2]{0.5, 3}, nullptr, nullptr, CheckFull);
+    values.setStates(2, nullptr, new double[2]{0.5, 3});
     EXPECT_NE(Json(result).find(
                   R"("states":[{"name":null,"title":null,"comment":null,"value":0.5},)"
                   R"({"name":null,"title":null,"comment":null,"value":3.0}],"levels":null)"),
               std::string::npos);
     Bnode_bn& bounds = *NewNode_ibn("bounds", 2, *result.net, {});
-    bounds.setDiscrete(ContinuousVar, false, CheckFull);
-    bounds.setStates(2, nullptr, new double[3]{0, 1.25, 4e30}, nullptr, nullptr, CheckFull);
+    bounds.setDiscrete(ContinuousVar);
+    bounds.setStates(2, nullptr, new double[3]{0, 1.25, 4e30});
     EXPECT_NE(Json(result).find(R"("value":null}],"levels":[0.0,1.25,4e30])"), std::string::npos);
 }
 
 TEST(Json, FloatsReadBackToTheSameFloat) {
     ImportResult result = NewResult();
     Bnode_bn& gain = NewNode(*result.net, "gain", {"a"});
-    gain.setKind(UtilityNode, CheckFull);
+    gain.setKind(UtilityNode);
     using Limits = std::numeric_limits<float>;
     for (const float value : {1.0F / 3, 0.1F, 16777216.0F, 1e-10F, 1.1e-15F, 9e-16F, 9.9e14F, 2e15F,
                               Limits::min(), Limits::denorm_min(), -Limits::max()}) {
-        gain.relation.setRealTable(Table({value}), nullptr);
+        gain.relation.setRealTable(Table({value}));
         const std::string relation = NodeJson(result, "\"real\"");
         const std::string digits = relation.substr(relation.find('[') + 1);
         EXPECT_EQ(std::strtof(digits.c_str(), nullptr), value) << relation;
@@ -158,6 +158,14 @@ TEST(Text, BytesThatAreNotUtf8AreWindows1252) {
         {"cut \xE2\x82", "cut â‚"},
     };
     for (const auto& [bytes, utf8] : cases) EXPECT_EQ(ToUtf8(bytes), utf8);
+}
+
+TEST(Text, NoTextHidesOnATerminal) {
+    ReportRecord report;
+    report.message = "é\xC2\x9B[31m\u202E\u200B\uFEFF\u2028✓";
+    EXPECT_NE(ReportToJson(report).find(R"("é\u009b[31m\u202e\u200b\ufeff\u2028✓")"),
+              std::string::npos);
+    EXPECT_EQ(Visible(report.message), R"(é\x9b[31m\u202e\u200b\ufeff\u2028✓)");
 }
 
 TEST(Text, JsonEscapesControlCharacters) {

@@ -12,7 +12,7 @@ namespace lumo::test {
 namespace {
 
 struct Picture {
-    OwnedNet net{NewVBNet(DupStr_kt("test"), false)};
+    OwnedNet net{NewVBNet(DupStr_kt("test"))};
     VnodeList_kt& vnodes = net->vnets[0]->vnodes;
     rect_kt area;
 

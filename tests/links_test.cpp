@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "library/model/messages.h"
+#include "library/utilities/bounds.h"
 #include "tests/support.h"
 
 namespace lumo::test {
@@ -13,7 +14,7 @@ struct Graph {
     Collector seen;
     HandlerScope handler{seen};
     ReportScope reports;
-    OwnedNet net{NewVBNet(DupStr_kt("test"), false)};
+    OwnedNet net{NewVBNet(DupStr_kt("test"))};
 
     explicit Graph(int nodes) {
         for (int i = 0; i < nodes; ++i) NewNode_ibn(("n" + std::to_string(i)).c_str(), 2, *net, {});
@@ -25,7 +26,7 @@ struct Graph {
     rept_kt* setParents(int child, const std::vector<int>& parents) {
         BndList_bn list;
         for (int p : parents) list.append(&(*this)[p]);
-        return (*this)[child].changePreds(list, nullptr, true, 1, 1, false);
+        return (*this)[child].changePreds(list);
     }
     std::string parents(int child) const {
         std::string out;
@@ -36,7 +37,7 @@ struct Graph {
         const int size = NumProduct((*this)[child].family);
         XArray<float> table = NewXArray<float>(size);
         std::fill_n(table.get(), size, 0.5F);
-        (*this)[child].setProbsTable(table.release(), false, CheckFull);
+        (*this)[child].setProbsTable(table.release());
     }
     bool hasTable(int child) const { return (*this)[child].relation.probs != nullptr; }
 };
@@ -180,6 +181,49 @@ TEST(Links, ManyLinksInManyPatterns) {
         pattern([&](int parent, int child) { refused += !g.link(parent, child); });
         EXPECT_EQ(refused, 0) << &pattern - patterns;
     }
+}
+
+TEST(Links, CyclesOfManyChildrenInTurnCostNoSearchEach) {
+    // From the first nodes a chain leads through all others, and its end is to be their parent.
+    for (const int children : {2, 50}) {
+        const MemoryBound reading(1LL << 30);
+        Graph g(Many);
+        for (int i = 0; i < children; ++i) g.link(i, children);
+        for (int i = children; i + 1 < Many; ++i) g.link(i, i + 1);
+        const auto closesOne = [&](int round) {
+            return std::string(AddLink_ibn(g[Many - 1], g[round % children])->message);
+        };
+        EXPECT_NE(closesOne(0).find("would close a cycle"), std::string::npos);
+        for (int round = 0; round < 20'000; ++round) closesOne(round);
+        EXPECT_NE(closesOne(0).find("it is not known whether it would close a cycle"),
+                  std::string::npos);
+        // What is near is still found.
+        EXPECT_FALSE(g.link(children + 1, 0));
+        EXPECT_TRUE(g.link(0, Many - 1));
+    }
+}
+
+TEST(Links, ChainsPutInFrontOfEachOtherInTurnCostNoSearchEach) {
+    constexpr int half = Many / 2;
+    Graph g(Many);
+    for (int i = 0; i + 1 < half; ++i) {
+        g.link(i, i + 1);
+        g.link(half + i, half + i + 1);
+    }
+    const auto swap = [&](int rounds) {
+        int refused = 0;
+        for (int round = 0; round < rounds; ++round) {
+            refused += IsError(g.setParents(0, {Many - 1}));
+            g.setParents(0, {});
+            refused += IsError(g.setParents(half, {half - 1}));
+            g.setParents(half, {});
+        }
+        return refused;
+    };
+    EXPECT_EQ(swap(30), 0) << "a net that is built may be changed at any cost";
+    const MemoryBound reading(1LL << 30);
+    EXPECT_GT(swap(500), 450);
+    EXPECT_EQ(g.parents(1) + g.parents(half + 1), "n0 n50000 ");
 }
 
 TEST(Links, ParentsNamedAgainAmongVeryMany) {

@@ -128,6 +128,7 @@ bool Fits(const MessageRow& row, std::string_view message) {
         if (at == message.npos) return false;
         message.remove_prefix(at + literal.size());
         text.erase(0, dots == std::string::npos ? text.size() : dots + 3);
+        if (text.starts_with(' ')) text.erase(0, 1);  // which what differs may bring along
     }
     return true;
 }

@@ -26,7 +26,7 @@ protected:
     Collector seen;
     HandlerScope handler{seen};
     ReportScope reports;
-    OwnedNet net{NewVBNet(DupStr_kt("test"), false)};
+    OwnedNet net{NewVBNet(DupStr_kt("test"))};
 
     Bnode_bn& make(const char* name, int states = 2) {
         return *NewNode_ibn(name, states, *net, {1, 2});
@@ -45,7 +45,7 @@ protected:
 TEST_F(NetModel, NodesMadeWithALabelAreNamedLikeThoseLabelledLater) {
     std::string expected;
     for (const bool atOnce : {false, true}) {
-        net.reset(NewVBNet(DupStr_kt("test"), false));
+        net.reset(NewVBNet(DupStr_kt("test")));
         int made = 0;
         for (const char* label : {"x", "", "two words", "x", "y", "two_words", "Node_9", "z"}) {
             if (atOnce && NewLabeledNode(label, 2, *net, {1, 2}) != nullptr) {
@@ -130,16 +130,15 @@ TEST_F(NetModel, RefusedNodesLeaveTheNetAsItWas) {
 }
 
 TEST_F(NetModel, StatesOfAWholeNetAreLimited) {
-    for (int i = 0; i < MaxNetStates / MaxStates; ++i)
-        make(nullptr).setStates(MaxStates, nullptr, nullptr, nullptr, nullptr, CheckFull);
+    for (int i = 0; i < MaxNetStates / MaxStates; ++i) make(nullptr).setStates(MaxStates);
     rept_kt* error = nullptr;
     EXPECT_EQ(NewNode_ibn("more", 1, *net, {}, &error), nullptr);
     EXPECT_EQ(error->number, msg::model.tooManyNetStates.number);
     Bnode_bn& node = *net->nodes[0];
-    EXPECT_EQ(node.setStates(7, nullptr, nullptr, nullptr, nullptr, CheckFull), Okay_rept_kt);
+    EXPECT_EQ(node.setStates(7), Okay_rept_kt);
     EXPECT_NE(NewNode_ibn("more", 9, *net, {}), nullptr);
 
-    make("rest").setStates(MaxStates - 16, nullptr, nullptr, nullptr, nullptr, CheckFull);
+    make("rest").setStates(MaxStates - 16);
     constexpr std::string_view eight[] = {"a", "b", "c", "d", "e", "f", "g", "h"};
     EXPECT_FALSE(node.setFewStates(eight));
     reports.end();
@@ -185,31 +184,28 @@ TEST_F(NetModel, StatesFromLabels) {
 
 TEST_F(NetModel, RefusedStatesChangeNothing) {
     Bnode_bn& node = make("A");
-    node.setStates(2, Strings({"yes", "no"}), nullptr, nullptr, nullptr, CheckFull);
+    node.setStates(2, Strings({"yes", "no"}));
     const struct {
         int number;
         std::function<rept_kt*()> call;
     } cases[] = {
         {msg::model.badStateName.number,
          [&] {
-             return node.setStates(2, Strings({"a", "a"}), new double[2]{}, nullptr, nullptr,
-                                   CheckFull);
+             return node.setStates(2, Strings({"a", "a"}), new double[2]{});
          }},
         {msg::model.badStateName.number,
          [&] {
-             return node.setStateNames(Strings({"a", "b c"}), CheckFull);
+             return node.setStateNames(Strings({"a", "b c"}));
          }},
-        {msg::model.badStateName.number,
-         [&] { return node.setStateName(0, DupStr_kt("b c"), 0, CheckFull); }},
-        {msg::model.badStateCount.number,
-         [&] { return node.setStates(-1, nullptr, nullptr, nullptr, nullptr, CheckFull); }},
+        {msg::model.badStateName.number, [&] { return node.setStateName(0, DupStr_kt("b c")); }},
+        {msg::model.badStateCount.number, [&] { return node.setStates(-1); }},
         {msg::model.badStateCount.number,
          [&] { return SetStatesToLabels(node, nullptr, MaxStates + 1, false); }},
     };
     for (const auto& c : cases) EXPECT_EQ(c.call()->number, c.number);
 
-    EXPECT_EQ(node.setStateName(2, DupStr_kt("c"), 0, CheckFull), Okay_rept_kt);
-    EXPECT_EQ(node.setStateTitle(-1, DupStr_kt("c"), CheckFull), Okay_rept_kt);
+    EXPECT_EQ(node.setStateName(2, DupStr_kt("c")), Okay_rept_kt);
+    EXPECT_EQ(node.setStateTitle(-1, DupStr_kt("c")), Okay_rept_kt);
     EXPECT_EQ(node.setStateComment(99, DupStr_kt("c")), Okay_rept_kt);
     EXPECT_EQ(seen.count(msg::model.badStateIndex.number), 3);
     EXPECT_EQ(NodeText(node), "nature A at 1,2\n  states yes no\n  none\n");
@@ -217,15 +213,15 @@ TEST_F(NetModel, RefusedStatesChangeNothing) {
 
 TEST_F(NetModel, StatesNamedOneByOne) {
     Bnode_bn& node = make("A", 3);
-    for (int state : {0, 1, 2}) node.setStateName(state, DupStr_kt("s"), 0, CheckFull);
-    node.setStateName(0, DupStr_kt("s"), 0, CheckFull);  // its own name is no other's
-    node.setStateTitle(1, DupStr_kt("Title"), CheckFull);
+    for (int state : {0, 1, 2}) node.setStateName(state, DupStr_kt("s"));
+    node.setStateName(0, DupStr_kt("s"));  // its own name is no other's
+    node.setStateTitle(1, DupStr_kt("Title"));
     node.setStateComment(2, DupStr_kt("remark"));
     EXPECT_EQ(NodeText(node), "nature A at 1,2\n  states s s2='Title' s3(remark)\n  none\n");
 
     constexpr int many = 200'000;
     Bnode_bn& large = make("B", many);
-    for (int i = 0; i < many; ++i) large.setStateName(i, DupStr_kt("s"), 0, CheckFull);
+    for (int i = 0; i < many; ++i) large.setStateName(i, DupStr_kt("s"));
     EXPECT_STREQ(large.variable.stateNames[many - 1], "s200000");
 }
 
@@ -237,17 +233,17 @@ TEST_F(NetModel, AStateInWords) {
         return std::string(statetostr1(state, node.variable, buffer));
     };
     EXPECT_EQ(text(1), "#1");
-    node.setStates(3, nullptr, new double[3]{1, 2.5, 5}, nullptr, nullptr, CheckFull);
-    node.setStateTitle(0, DupStr_kt(longTitle), CheckFull);
+    node.setStates(3, nullptr, new double[3]{1, 2.5, 5});
+    node.setStateTitle(0, DupStr_kt(longTitle));
     EXPECT_EQ(text(0), longTitle.substr(0, MaxNameLength));
     EXPECT_EQ(text(1), "2.5");
-    node.setStateName(1, DupStr_kt("mid"), 0, CheckFull);
+    node.setStateName(1, DupStr_kt("mid"));
     EXPECT_EQ(text(1), "mid");
     EXPECT_EQ(text(3), "#3");
 
-    node.setDiscrete(ContinuousVar, false, CheckFull);
+    node.setDiscrete(ContinuousVar);
     EXPECT_EQ(node.numStates(), 0);
-    node.setStates(2, nullptr, new double[3]{0, 10, 20}, nullptr, nullptr, CheckFull);
+    node.setStates(2, nullptr, new double[3]{0, 10, 20});
     EXPECT_EQ(text(1), "10 to 20");
     EXPECT_EQ(node.variable.numLevels, 3);
 }
@@ -258,11 +254,11 @@ TEST_F(NetModel, AChangedCountOfStatesDropsTheTablesThatDependOnIt) {
     for (Bnode_bn* node : {&parent, &child, &other}) {
         float* table = static_cast<float*>(xmallocf_kt(16));
         std::fill_n(table, 4, 0.5F);
-        node->setProbsTable(table, false, CheckFull);
+        node->setProbsTable(table);
     }
-    parent.setStates(2, Strings({"a", "b"}), nullptr, nullptr, nullptr, CheckFull);
+    parent.setStates(2, Strings({"a", "b"}));
     EXPECT_NE(child.relation.probs, nullptr);
-    parent.setStates(3, nullptr, nullptr, nullptr, nullptr, CheckFull);
+    parent.setStates(3);
     EXPECT_EQ(parent.relation.kind, RelnKindEN::none);
     EXPECT_EQ(child.relation.kind, RelnKindEN::none);
     EXPECT_EQ(other.relation.kind, RelnKindEN::table);
@@ -293,11 +289,11 @@ TEST_F(NetModel, NodeSets) {
     nodeset_bn* first = net->findNodeset("first");
     EXPECT_EQ(first->nodes().N, 1);
     EXPECT_EQ(node.nodesets().size(), 2U);
-    EXPECT_EQ(net->newNodeset("first", nullptr, nullptr), first);
+    EXPECT_EQ(net->newNodeset("first"), first);
     while (net->nodesets().size() < std::size_t{MaxNodesets}) {
         net->newNodeset(("set" + std::to_string(net->nodesets().size())).c_str(), nullptr, nullptr);
     }
-    EXPECT_EQ(net->newNodeset("more", nullptr, nullptr), nullptr);
+    EXPECT_EQ(net->newNodeset("more"), nullptr);
     EXPECT_EQ(AddNodeToNodeset_ibn(node, "more")->number, msg::model.tooManyGroups.number);
     EXPECT_EQ(AddNodeToNodeset_ibn(node, "second"), Okay_rept_kt);
 }
@@ -325,7 +321,7 @@ TEST_F(NetModel, NamesInWordsAndProducts) {
 // ------------------------------------------------------------------------------------
 
 struct Drawing {
-    OwnedNet net{NewVBNet(DupStr_kt("test"), false)};
+    OwnedNet net{NewVBNet(DupStr_kt("test"))};
     Vnet_kt& vnet = *net->vnets[0];
 
     explicit Drawing(std::vector<coord_kt> places) {

@@ -152,7 +152,7 @@ public:
     Bnode_bn* node;
 
 private:
-    std::unique_ptr<Bnet_bn> net_{NewVBNet(DupStr_kt("n"), false)};
+    std::unique_ptr<Bnet_bn> net_{NewVBNet(DupStr_kt("n"))};
 };
 
 /// The table as text, or the report thrown.

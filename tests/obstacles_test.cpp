@@ -57,6 +57,10 @@ TEST(Obstacles, AreHitByWhatRunsThroughThem) {
             const auto isIt = [i](std::size_t node) { return node == i; };
             EXPECT_TRUE(!isHit || obstacles.anyNear(from, to, distance, isIt));
             EXPECT_EQ(obstacles.covers(i, from), nodes[i].reach(from) < 1);
+            // One that passes by, in other cells than the node's.
+            const Point middle = nodes[i].centre;
+            const double above = middle.y - nodes[i].halfHeight - 9;
+            EXPECT_TRUE(obstacles.anyNear({middle.x - 3, above}, {middle.x + 3, above}, 10, isIt));
         }
     }
     for (int shape = 0; shape < 3; ++shape)

@@ -21,14 +21,14 @@ inline ImportResult NewResult(const char* name = "net") {
     result.file = std::string(name) + ".net";
     result.format = "hugin";
     result.formatCode = 8;
-    result.net.reset(NewVBNet(DupStr_kt(name), false));
+    result.net.reset(NewVBNet(DupStr_kt(name)));
     return result;
 }
 
 inline Bnode_bn& AddNode(Bnet_bn& net, const char* name, coord_kt at,
                          NodeKindEN kind = NatureNode) {
     Bnode_bn* node = NewNode_ibn(name, 2, net, at);
-    node->setKind(kind, CheckFull);
+    node->setKind(kind);
     return *node;
 }
 
@@ -62,7 +62,7 @@ inline ImportResult HostileResult() {
         Bnode_bn* node = NewNode_ibn(nullptr, 2, net, {place % 4 * 150, place / 4 * 90});
         SetNodeLabel(*node, DupStr_kt(text));
         node->setComment(DupStr_kt(text));
-        node->setStateTitle(0, DupStr_kt(text), CheckFull);
+        node->setStateTitle(0, DupStr_kt(text));
         node->setUserField("field", text.data(), static_cast<int>(text.size()));
         AddNodeToNodeset_ibn(*node, text.c_str());
         if (before != nullptr) AddLink_ibn(*before, *node);

@@ -93,7 +93,7 @@ TEST(Positions, AreThoseOfTheLayoutHoweverOneAsks) {
     EXPECT_LE(extent.right, 30 + 346);
     EXPECT_LE(extent.bottom, 10 + 173);
     const std::pair<const char*, std::function<void(Vnet_kt&)>> ways[] = {
-        {"reformed", [](Vnet_kt& drawing) { drawing.reformAllAndRedraw(true, true, -1); }},
+        {"reformed", [](Vnet_kt& drawing) { drawing.reformAllAndRedraw(); }},
         {"settled", [](Vnet_kt& drawing) { drawing.settle(); }},
         {"extent first", [](Vnet_kt& drawing) { static_cast<void>(drawing.extent()); }},
         {"moved by nothing",

@@ -40,7 +40,7 @@ public:
     explicit RandomNet(unsigned seed) : random_(seed) {}
 
     std::unique_ptr<Bnet_bn> make() {
-        std::unique_ptr<Bnet_bn> net(NewVBNet(DupStr_kt("test"), false));
+        std::unique_ptr<Bnet_bn> net(NewVBNet(DupStr_kt("test")));
         net_ = net.get();
         net->fileName = DupStr_kt("test.lumo");
         const int nodes = upTo(40);
@@ -92,7 +92,7 @@ inline void RandomNet::makeDrawing() {
     Vnet_kt& drawing = *net_->vnets[0];
     if (!once(3)) SetNetLabel(*net_, newText());
     if (once(3)) net_->setComment(newText());
-    if (once(4)) net_->setAutoUpdate(true, true);
+    if (once(4)) net_->setAutoUpdate(true);
     if (once(3)) drawing.labelStyle = once(2) ? 0 : 3;
     if (once(3)) drawing.zoomFactor = once(2) ? 0.8 : unit() * 4 + 0.01;
     if (once(3)) drawing.grid = {unit() * 100, 12.5};
@@ -107,7 +107,7 @@ inline void RandomNet::makeDrawing() {
     vect_kt<NodesetStyle> styles;
     for (int i = upTo(5); i > 0; --i) {
         const std::string set = once(8) ? text() + name("x") : name("Group");
-        net_->newNodeset(set.c_str(), nullptr, nullptr);
+        net_->newNodeset(set.c_str());
         NodesetStyle style;
         style.setName(set.c_str());
         const int levels[] = {255, 198, 132, 0, 77};
@@ -131,8 +131,8 @@ inline void RandomNet::makeStates(Bnode_bn& node, int count) {
         labels = new char*[size];
         for (char*& label : std::span(labels, size)) label = DupStr_kt(name("s"));
     }
-    node.setStates(count, labels, values, nullptr, nullptr, CheckFull);
-    for (int i = 0; i < count && once(2); ++i) node.setStateTitle(i, newText(), CheckFull);
+    node.setStates(count, labels, values);
+    for (int i = 0; i < count && once(2); ++i) node.setStateTitle(i, newText());
     for (int i = 0; i < count && once(3); ++i) node.setStateComment(i, newText());
     if (once(6) && values == nullptr) {
         char** texts = new char*[size];
@@ -159,12 +159,12 @@ inline void RandomNet::makeNode(int number) {
     if (once(3)) node.setTitle(once(4) ? DupStr_kt(node.name()) : newText());
     if (once(4)) node.setComment(newText());
     const bool utility = once(8);
-    if (utility || once(10)) node.setDiscrete(ContinuousVar, false, CheckFull);
+    if (utility || once(10)) node.setDiscrete(ContinuousVar);
     if (!utility || once(4)) makeStates(node, once(10) ? upTo(1) : 1 + upTo(number % 7 + 1));
     if (utility) {
-        node.setKind(UtilityNode, CheckFull);
+        node.setKind(UtilityNode);
     } else if (once(6)) {
-        node.setKind(DecisionNode, CheckFull);
+        node.setKind(DecisionNode);
     }
     makeUserFields(node);
     const auto& sets = net_->nodesets();
@@ -204,14 +204,17 @@ inline void RandomNet::relate(Bnode_bn& node) {
     if (once(6) || entries == 0 || entries > 10'000) return;
     if (node.kind != UtilityNode && node.parents.N > 0 && once(5)) {
         std::vector<double> parameters(static_cast<std::size_t>(NumCIParams(node)), 1.0 / states);
-        node.makeIntoNoisyMax(parameters.data(), once(2));
+        std::vector<int> order;
+        for (const Bnode_bn* member : node.family)
+            for (int s = member->numStates(); s-- > 0;) order.push_back(s);
+        node.makeIntoNoisyMax(parameters.data(), once(2) ? order.data() : nullptr, once(2));
         return;
     }
     XArray<float> table = NewXArray<float>(entries);
     if (node.kind == UtilityNode) {
         for (int i = 0; i < entries; ++i)
             table[static_cast<std::size_t>(i)] = static_cast<float>(unit() * 2e3 - 1e3);
-        node.setProbsTable(table.release(), false, CheckFull);
+        node.setProbsTable(table.release());
         return;
     }
     const bool deterministic = once(5);
@@ -227,8 +230,8 @@ inline void RandomNet::relate(Bnode_bn& node) {
         exact = NewXArray<double>(entries);
         std::copy_n(table.get(), entries, exact.get());
     }
-    node.setProbsTable(table.release(), false, CheckFull, exact.release());
-    if (once(2)) node.relation.makeDeterminFromProbs(false);
+    node.setTable(std::move(table), std::move(exact));
+    if (once(2)) node.relation.makeDeterminFromProbs();
     if (!once(4)) return;
     const bool fractions = once(3);
     XArray<float> experience = NewXArray<float>(rows);

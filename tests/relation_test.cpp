@@ -23,7 +23,7 @@ protected:
     Collector seen;
     HandlerScope handler{seen};
     ReportScope reports;
-    OwnedNet net{NewVBNet(DupStr_kt("test"), false)};
+    OwnedNet net{NewVBNet(DupStr_kt("test"))};
     Bnode_bn& a = make("A", {"yes", "no"});
     Bnode_bn& b = make("B", {"low", "mid", "high"});
     Bnode_bn& c = make("C", {"on", "off"});
@@ -37,16 +37,16 @@ protected:
         const int count = static_cast<int>(states.size());
         Bnode_bn& node = *NewNode_ibn(name, count, *net, {});
         for (int s = 0; s < count; ++s) {
-            node.setStateName(s, DupStr_kt(states[static_cast<std::size_t>(s)]), 0, CheckFull);
+            node.setStateName(s, DupStr_kt(states[static_cast<std::size_t>(s)]));
         }
         return node;
     }
     rept_kt* set(const std::vector<float>& values, bool normalized = false) {
-        return c.setProbsTable(Table(values).release(), normalized, CheckFull);
+        return c.setProbsTable(Table(values).release(), normalized);
     }
     rept_kt* setRow(int stateOfA, int stateOfB, const std::vector<float>& row) {
         const int states[] = {stateOfA, stateOfB};
-        return c.setProbsEntry2(states, row.data(), true, CheckFull);
+        return c.setProbsEntry2(states, row.data());
     }
     std::string probs() const {
         return relation.probs == nullptr ? "none" : TableText(relation.probs, NumProduct(c.family));
@@ -77,15 +77,15 @@ TEST_F(Relation, BadEntriesAreRefused) {
 }
 
 TEST_F(Relation, RealTablesTakeAnyFiniteNumbers) {
-    c.setKind(UtilityNode, CheckFull);
+    c.setKind(UtilityNode);
     EXPECT_EQ(set({-1, 2, -3, 4, -5, 6, -7, 8, -9, 10, -11, 12}), Okay_rept_kt);
     EXPECT_EQ(relation.kind, RelnKindEN::real);
     EXPECT_FLOAT_EQ(relation.reals[10], -11);
-    c.setDiscrete(ContinuousVar, false, CheckFull);
+    c.setDiscrete(ContinuousVar);
     EXPECT_EQ(relation.reals, nullptr);
     EXPECT_EQ(set({-1, 2, -3, 4, -5, 6}), Okay_rept_kt);
-    EXPECT_FALSE(relation.makeDeterminFromProbs(false));
-    EXPECT_STREQ(relation.setRealTable(Table({1, 2, 3, 4, NaN, 6}).release(), nullptr)->message,
+    EXPECT_FALSE(relation.makeDeterminFromProbs());
+    EXPECT_STREQ(relation.setRealTable(Table({1, 2, 3, 4, NaN, 6}).release())->message,
                  "the table of node 'C' holds nan for state #0, row A=no, B=mid");
     EXPECT_FLOAT_EQ(relation.reals[0], -1);
 }
@@ -97,7 +97,7 @@ TEST_F(Relation, TooLargeTablesAreRefusedBeforeAnythingIsMade) {
     const float row[] = {0.5, 0.5};
     const char* message =
         "the table of node 'C' wants 12884901888 entries, but the limit is 134217728";
-    EXPECT_STREQ(c.setProbsEntry2(states.data(), row, true, CheckFull)->message, message);
+    EXPECT_STREQ(c.setProbsEntry2(states.data(), row)->message, message);
     EXPECT_STREQ(set({1})->message, message);
     const std::vector<double> params(static_cast<std::size_t>(NumCIParams(c)), 0.5);
     EXPECT_STREQ(c.makeIntoNoisyMax(params.data(), false)->message, message);
@@ -107,20 +107,19 @@ TEST_F(Relation, TooLargeTablesAreRefusedBeforeAnythingIsMade) {
     // A parent without states leaves no rows, whatever the others would make.
     AddLink_ibn(*NewNode_ibn("none", 0, *net, {}), c);
     const std::vector<int> all(33, Any);
-    EXPECT_EQ(c.setProbsEntry2(all.data(), row, true, CheckFull), Okay_rept_kt);
+    EXPECT_EQ(c.setProbsEntry2(all.data(), row), Okay_rept_kt);
     EXPECT_EQ(relation.probs, nullptr);
 }
 
 TEST_F(Relation, DefaultsOfAShortFileBuyNoEndlessTables) {
     Bnode_bn& wide = make("W", {"w"});
-    wide.setStates(2, nullptr, nullptr, nullptr, nullptr, CheckFull);
+    wide.setStates(2);
     for (int i = 0; i < 24; ++i)
         AddLink_ibn(make(("P" + std::to_string(i)).c_str(), {"x", "y"}), wide);
     const std::vector<int> states(24, Any);
     const float row[] = {0.5, 0.5};
     int fills = 0;
-    while (fills < 1000 && !IsError(wide.setProbsEntry2(states.data(), row, true, CheckFull)))
-        ++fills;
+    while (fills < 1000 && !IsError(wide.setProbsEntry2(states.data(), row))) ++fills;
     EXPECT_GT(fills, 8);
     EXPECT_LT(fills, 32);
 }
@@ -201,7 +200,7 @@ TEST_F(Relation, DeterministicRowsHoldASingleOne) {
     };
     for (const auto& each : cases) {
         set(each.table);
-        EXPECT_EQ(relation.makeDeterminFromProbs(false), each.deterministic);
+        EXPECT_EQ(relation.makeDeterminFromProbs(), each.deterministic);
         EXPECT_EQ(relation.kind,
                   each.deterministic ? RelnKindEN::deterministic : RelnKindEN::table);
     }
@@ -228,14 +227,14 @@ TEST_F(Relation, RowSumsAreChecked) {
         {{1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1}, UtilityNode, ""},
     };
     for (const auto& each : cases) {
-        c.setKind(each.kind, CheckFull);
+        c.setKind(each.kind);
         set(each.table);
         c.checkRowSums();
         EXPECT_EQ(seen.text(), each.reports);
         seen.reports.clear();
     }
     const float row[] = {0.2F, 0.7F};
-    a.setProbsEntry2(nullptr, row, true, CheckFull);
+    a.setProbsEntry2(nullptr, row);
     a.checkRowSums();
     EXPECT_EQ(seen.text(), "-5091 0:0 row of node 'A' sums to 0.9\n");
 }
@@ -302,7 +301,7 @@ TEST(NoisyMax, IsTheDistributionOfTheMaximum) {
     const std::vector<int> families[] = {{}, {2}, {4}, {2, 3}, {3, 1, 2}, {2, 3, 4}, {4, 3, 2, 2}};
     for (const std::vector<int>& parents : families) {
         for (int states = 1; states <= 4; ++states) {
-            OwnedNet net(NewVBNet(DupStr_kt("net"), false));
+            OwnedNet net(NewVBNet(DupStr_kt("net")));
             Bnode_bn& child = *NewNode_ibn("child", states, *net, {});
             for (int n : parents) AddLink_ibn(*NewNode_ibn(nullptr, n, *net, {}), child);
             const int count = NumCIParams(child);
@@ -313,7 +312,7 @@ TEST(NoisyMax, IsTheDistributionOfTheMaximum) {
             for (std::size_t i = 0; i < expected.size(); ++i) {
                 ASSERT_NEAR(child.relation.probs[i], expected[i], 1e-6) << i;
             }
-            EXPECT_FALSE(child.relation.makeDeterminFromProbs(false));
+            EXPECT_FALSE(child.relation.makeDeterminFromProbs());
             ASSERT_EQ(child.makeIntoNoisyMax(params.data(), true), Okay_rept_kt);
             EXPECT_EQ(child.relation.probs, nullptr);
             EXPECT_EQ(std::vector<double>(child.relation.params, child.relation.params + count),

@@ -12,7 +12,7 @@ cd "$place"
 reads() { "$@" "$asia" 2>log | grep -q '8 nature' || fail "$* does not read: $(cat log)"; }
 
 sums() { (cd "$files" && sha256sum --quiet -c SHA256SUMS); }
-page() { python3 "$source/tests/web_test.py" "$files/lumo.html" "$source/build/release/lumo-import" "$source/samples" >log 2>&1; }
+page() { /usr/bin/python3 "$source/tests/web_test.py" "$files/lumo.html" "$source/build/release/lumo-import" "$source/samples" >log 2>&1; }
 windows() {
     unzip -q "$files"/lumo-import-*-windows-x64.zip
     WINEDEBUG=-all WINEPREFIX=$place/wine reads /usr/lib/wine/wine64 lumo-import-*-windows-x64/lumo-import.exe
@@ -27,7 +27,7 @@ debian() {
     LD_LIBRARY_PATH=$(echo root/usr/lib/*-linux-gnu*) reads root/usr/bin/lumo-import
 }
 wheel() {
-    python3 -m venv --system-site-packages env
+    /usr/bin/python3 -m venv --system-site-packages env
     env/bin/python -m pip -q --disable-pip-version-check install --no-index --no-deps "$files"/lumo-*.whl
     reads env/bin/lumo-import
     env/bin/python -c "import lumo; assert len(lumo.read('$asia')) == 8"

@@ -91,7 +91,7 @@ rept_kt* Wrap(rept_kt& inner, const char* format, ...) {
     return report;
 }
 
-class Place : public PlaceSource {
+class Place final : public PlaceSource {
 public:
     explicit Place(int line) : line_(line) {}
     void describePlace(rept_kt& report) const override { report.line = line_; }

@@ -81,8 +81,8 @@ inline const std::vector<Explanation> nodeKeys = {
     {"kind", Of({kind})},
     {"discrete", Of({continuous, utilityForm, stateTitles})},
     {"stateCount", Of({utilityForm})},
-    {"state.name", Of({stateNames, unnamedStates, utilityForm})},
-    {"state.title", Of({stateTitles, untitledStates, utilityForm})},
+    {"state.name", Of({stateNames, unnamedStates, textlessStates, utilityForm})},
+    {"state.title", Of({stateTitles, untitledStates, textlessStates, utilityForm})},
     {"state.comment", Of({stateComments, utilityForm})},
     {"state.value", Of({stateValues, stateTitles, utilityForm})},
     {"levels", Of({levels, stateTitles})},
@@ -225,7 +225,7 @@ inline std::vector<std::string> Unexplained(Json before, Json after, Losses loss
         DropMargin(after);
     }
     Json& nodes = before["nodes"];
-    const Json& read = after["nodes"];
+    Json& read = after["nodes"];
     if ((losses.net & Bit(nodeOrder)) != 0) SortLike(nodes, after["nodes"]);
     if (nodes.size() != read.size()) {
         faults.push_back(Format("%zu nodes became %zu", nodes.size(), read.size()));
@@ -233,6 +233,9 @@ inline std::vector<std::string> Unexplained(Json before, Json after, Losses loss
     }
     RenameParents(nodes, read);
     for (std::size_t i = 0; i < nodes.size(); ++i) {
+        // Whether a noisy-max is condensed is up to who reads it.
+        const bool isNoisyMax = read[i]["relation.parameters"].is_array();
+        if (isNoisyMax && nodes[i]["relation.table"].is_null()) read[i]["relation.table"] = nullptr;
         CompareObjects(nodes[i]["name"].get<std::string>(), nodes[i], read[i], nodeKeys,
                        losses.nodes[i], faults);
         moved = moved || (losses.nodes[i] & Of({position, exactPosition})) != 0;
@@ -301,7 +304,9 @@ inline std::vector<std::string> RoundTrip(const Trip& first, const FormatInfo& f
     std::vector<std::string> faults;
     const Trip second = OneTrip(first, format, name, faults);
     if (second.result.net == nullptr) return faults;
-    const std::vector<std::string> notes = LossNotes(format.losses(*second.result.net), "");
+    Losses losses = format.losses(*second.result.net);
+    losses.remarks.clear();
+    const std::vector<std::string> notes = LossNotes(losses, "");
     for (const std::string& note : notes) {
         const bool rounding = note.find("exact numbers") != std::string::npos;
         if (!rounding) faults.push_back("of what was read " + note);

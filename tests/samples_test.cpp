@@ -104,7 +104,8 @@ TEST_P(Sample, EveryByteChanged) {
 }
 
 std::string Name(const testing::TestParamInfo<fs::path>& file) {
-    std::string name = file.param.parent_path().filename() / file.param.filename();
+    std::string name =
+        file.param.parent_path().filename().string() + "_" + file.param.filename().string();
     std::ranges::replace_if(
         name, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0; }, '_');
     return name;

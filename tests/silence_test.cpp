@@ -160,7 +160,7 @@ TEST_P(Silence, IsNeverKept) {
 std::vector<Case> Cases() {
     std::vector<Case> cases;
     for (const fs::path& path : FilesIn(Samples()))
-        for (const bool lenient : {false, true}) cases.push_back({path, lenient});
+        for (const bool lenient : {false, true}) cases.push_back({path.string(), lenient});
     return cases;
 }
 

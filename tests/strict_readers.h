@@ -6,11 +6,14 @@
 #include <charconv>
 #include <cmath>
 #include <map>
+#include <numeric>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "tests/fromchars.h"
 
 namespace lumo::test {
 
@@ -20,6 +23,7 @@ struct StrictNode {
     std::vector<std::size_t> parents;  ///< places in the file
     bool isPlaced = false;
     bool hasTable = false;
+    bool isComputed = false;   ///< the table, from the parameters of a noisy-max
     std::vector<float> table;  ///< last parent's state fastest but for the node's own
 };
 using StrictNet = std::vector<StrictNode>;
@@ -147,7 +151,7 @@ private:
     bool takeNumber() {
         float value = 0;
         const char* const first = left_.data();
-        const auto [end, error] = std::from_chars(first, first + left_.size(), value);
+        const auto [end, error] = FromChars(first, first + left_.size(), value);
         const std::string_view digits(first, static_cast<std::size_t>(end - first));
         const float size = std::fabs(value);
         const bool mayBePositional = size == 0 || (size >= 1e-15F && size < 1e15F);
@@ -314,6 +318,46 @@ inline StrictNet ReadStrictXml(std::string_view text) {
     return file.net;
 }
 
+/// The table of a noisy-max, by its definition: P(at most as strong as a state) is the product of
+/// the leak's and the causes', which have their states in the order of strength.
+inline void TakeNoisyMax(StrictBuilder& file, StrictNode& node) {
+    Scan& in = file.in;
+    std::vector<float> strengths;
+    if (!node.parents.empty()) {
+        in.expect("\t\t\t<strengths>$N</strengths>\n");
+        strengths = in.numbers;
+    }
+    in.expect("\t\t\t<parameters>$N</parameters>\n");
+    const std::size_t states = node.states.size();
+    in.expect(in.numbers.size() == states * (strengths.size() + 1), "all parameters");
+    const auto upTo = [&](std::size_t column, std::size_t state) {
+        double sum = 0;
+        for (; state < states; ++state)
+            sum += static_cast<double>(in.numbers[column * states + state]);
+        return sum;
+    };
+    for (std::size_t row = 0; row < file.rows(node); ++row) {
+        std::vector<std::size_t> columns{strengths.size()};
+        std::size_t rest = row, end = strengths.size();
+        for (std::size_t i = node.parents.size(); i-- > 0;) {
+            const std::size_t count = file.net[node.parents[i]].states.size();
+            const auto state = static_cast<float>(rest % count);
+            rest /= count, end -= count;
+            const auto block = strengths.begin() + static_cast<std::ptrdiff_t>(end);
+            columns.push_back(
+                end + static_cast<std::size_t>(std::find(block, strengths.end(), state) - block));
+        }
+        const auto all = [&](std::size_t state) {
+            double product = state < states ? 1 : 0;
+            for (const std::size_t column : columns) product *= upTo(column, state);
+            return product;
+        };
+        for (std::size_t state = 0; state < states; ++state)
+            node.table.push_back(static_cast<float>(all(state) - all(state + 1)));
+    }
+    node.hasTable = node.isComputed = true;
+}
+
 /// An element of `nodes`, of which the first tag was taken.
 inline void TakeXdslNode(StrictBuilder& file, StrictNode& node, const std::string& element) {
     Scan& in = file.in;
@@ -328,6 +372,8 @@ inline void TakeXdslNode(StrictBuilder& file, StrictNode& node, const std::strin
         (element == "utility" && in.take("\t\t\t<utilities>$N</utilities>\n"))) {
         node.table = in.numbers;
         node.hasTable = true;
+    } else if (element == "noisymax") {
+        TakeNoisyMax(file, node);
     } else if (element == "deterministic") {
         in.expect("\t\t\t<resultingstates>$W</resultingstates>\n");
         node.hasTable = true;
@@ -364,7 +410,8 @@ inline StrictNet ReadStrictXdsl(std::string_view text) {
     while (in.take("\t\t<$w id=\"$w\"")) {
         static const std::map<std::string, std::string> kinds = {
             {"cpt", "nature"},        {"deterministic", "nature"}, {"equation", "nature"},
-            {"decision", "decision"}, {"utility", "utility"},      {"mau", "utility"}};
+            {"decision", "decision"}, {"utility", "utility"},      {"mau", "utility"},
+            {"noisymax", "nature"}};
         const std::string element = in.texts[0], id = in.texts[1];
         in.expect(kinds.contains(element), "a kind");
         while (in.take(" $w=\"$w\"")) continue;  // marks of diagnosis
@@ -451,6 +498,16 @@ inline void TakeNested(Scan& in, const std::vector<std::size_t>& sizes, std::siz
     in.expect(")");
 }
 
+/// Whether a row sums to something else than 1.
+inline bool HasCounts(const StrictNode& node) {
+    for (auto row = node.table.begin(); row != node.table.end();) {
+        const auto end = row + static_cast<std::ptrdiff_t>(node.states.size());
+        if (std::fabs(std::accumulate(row, end, 0.0F) - 1) > 1e-4F) return true;
+        row = end;
+    }
+    return false;
+}
+
 inline StrictNet ReadStrictHugin(std::string_view text) {
     StrictBuilder file(text, " ");
     Scan& in = file.in;
@@ -482,8 +539,8 @@ inline StrictNet ReadStrictHugin(std::string_view text) {
         node.hasTable = !isText && in.take("  data = ");
         if (isText) in.take("  data = $l;\n");
         if (node.hasTable) {
-            in.expect(node.kind != "decision", "no table of a decision");
             TakeNested(in, sizes, 0, node.table);
+            in.expect(node.kind != "decision" || HasCounts(node), "no table of a decision");
             in.expect(";\n");
         }
         if (in.take("  experience = ")) {

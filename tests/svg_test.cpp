@@ -265,6 +265,24 @@ TEST(Images, AreDrawnWithTheSameBytesEveryTime) {
     EXPECT_GT(out.str().size(), 100U);
 }
 
+TEST(Images, CharactersThatNoFontHasAreTold) {
+    if (ImagesUnavailable() != nullptr) GTEST_SKIP() << ImagesUnavailable();
+    ImportResult result = NewResult();
+    AddNode(*result.net, "a", {});
+    EXPECT_EQ(CharactersWithoutFont(MakePicture(*result.net)), "");
+    result.net->nodes[0]->setTitle(std::string_view("a \xF4\x8F\xBF\xBD b"));  // U+10FFFD, private
+    EXPECT_EQ(CharactersWithoutFont(MakePicture(*result.net)),
+              "no installed font has 1 character of the picture: \xF4\x8F\xBF\xBD");
+    // Such texts are not centred: a sign is drawn instead.
+    const auto png = [&](std::string_view title) {
+        result.net->nodes[0]->setTitle(title);
+        std::ostringstream out;
+        WritePng(result, out);
+        return std::move(out).str();
+    };
+    EXPECT_EQ(png("a \xF4\x8F\xBF\xBD b"), png("a \uFFFD b"));
+}
+
 TEST(Svg, AnEmptyNetAndALargeOneAreDrawn) {
     ImportResult empty = NewResult();
     EXPECT_EQ(test::XmlFault(Svg(empty)), "");

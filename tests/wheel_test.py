@@ -66,7 +66,7 @@ def check_installed(python, place):
     assert version in run(python, "-m", "pip", "show", "lumo", cwd=place)
     assert "liblumo" not in said, said
     sample = SOURCE / "samples/hugin/asia.net"
-    for command in ((place / "env/bin/lumo-import",), (python, "-m", "lumo")):
+    for command in ((place / "env/bin/lumo-import",), (place / "env/bin/lumo",), (python, "-m", "lumo")):
         assert "8 nature" in run(*command, sample, cwd=place)
         assert run(*command, "--version", cwd=place).startswith(f"lumo-import {version}")
 

@@ -142,6 +142,19 @@ TEST(Writers, HuginRowsThatAreTakenForCounts) {
         "rows of 1 node do not sum to 1, so that readers of Hugin files take them for counts";
     EXPECT_EQ(std::ranges::count(remarks("(x) 0.5, 0.4; (y) 1, 0;"), remark), 1);
     EXPECT_EQ(std::ranges::count(remarks("(x) 0.5, 0.499; (y) 1, 0;"), remark), 0);
+    // The same of rows that a Hugin file had so, but not of its counts.
+    const auto again = [](const char* data) {
+        return WriteAs("hugin",
+                       std::string("net { } node a { states = (\"x\" \"y\"); }\n"
+                                   "potential (a) { data = (") +
+                           data + "); }",
+                       FormatHugin)
+            .notes;
+    };
+    EXPECT_EQ(again("0.5 0.4"), std::vector<std::string>({remark}));
+    EXPECT_EQ(again("0.6 0.6"), std::vector<std::string>({remark}));
+    for (const char* row : {"5 4", "1 0", "0.5 0.499", "1 1"})
+        EXPECT_EQ(again(row), std::vector<std::string>()) << row;
 }
 
 TEST(Writers, NothingIsWithoutAText) {
@@ -159,8 +172,12 @@ TEST(Writers, NothingIsWithoutAText) {
     const Written hugin = WriteAs("hugin", blank, FormatXMLBIF);
     EXPECT_TRUE(hugin.text.ends_with("}\n")) << hugin.text;
     EXPECT_EQ(hugin.text.find("data"), std::string::npos);
+    const std::string made = "missing state names (which become s0, s1 and so on) of 1 node are ";
     EXPECT_EQ(hugin.notes, std::vector<std::string>({"state titles of 1 node are not kept by Hugin",
+                                                     made + "not kept by Hugin",
                                                      "tables of 1 node are not kept by Hugin"}));
+    const Written dsc = WriteAs("dsc", "belief network x node a { type: discrete[2]; }", FormatDsc);
+    EXPECT_EQ(dsc.notes, std::vector<std::string>({made + "not kept by DSC"}));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // The XDSL reader: samples, noisy-max against its definition, places, and texts made to hurt.
+#include "formats/xdsl/xdsl.h"
 #include "tests/roundtrip.h"
 #include "tests/support.h"
 
@@ -64,7 +65,11 @@ TEST(Xdsl, GoesBackAsItCame) {
                                  R"(<interval label="low" upper="0.5" />)",
                                  R"(<interval upper="7" />)",
                                  R"(<maux id="M">)",
-                                 R"(<expression>U+V</expression>)"};
+                                 R"(<expression>U+V</expression>)",
+                                 R"(<noisymax id="X">)",
+                                 R"(<strengths>1 0 2 0 1</strengths>)",
+                                 R"(<parameters>0.5 0.3 0.2 0.2 0.2 0.6 0 0 1 0.1 0.2 0.7 0 0 1 )"
+                                 R"(0.01 0.04 0.95</parameters>)"};
     std::string text = "<smile version='1.0' id='Network1'><nodes>";
     const char* ends[] = {"",
                           "",
@@ -78,7 +83,11 @@ TEST(Xdsl, GoesBackAsItCame) {
                           "</discretization></equation><utility id='U'><utilities>1</utilities>"
                           "</utility><utility id='V'><utilities>1</utilities></utility>",
                           "<parents>U V</parents>",
-                          "</maux>"};
+                          "</maux><cpt id='B'><state id='p'/><state id='q'/><state id='r'/>"
+                          "<probabilities>.2 .3 .5</probabilities></cpt>",
+                          "<state id='s'/><state id='t'/><state id='u'/><parents>B A</parents>",
+                          "",
+                          "</noisymax>"};
     for (std::size_t i = 0; i < std::size(nodes); ++i) text += nodes[i] + ends[i];
     text += "</nodes><extensions><genie name='A title'/></extensions></smile>";
     ImportResult result;
@@ -90,6 +99,86 @@ TEST(Xdsl, GoesBackAsItCame) {
     EXPECT_NE(once.find(" id=\"Network1\""), once.npos);
     result.net = ImportText(once, FormatXDSL, "second.xdsl").net;
     EXPECT_EQ(Write(result, "xdsl"), once);
+    EXPECT_EQ(result.net->findNodeLabeled("X")->relation.kind, RelnKindEN::noisyMax);
+}
+
+/// What a noisy-max is, it stays when its parameters alone are kept, and through JSON; other
+/// formats get its table, and so does what is no distribution.
+TEST(Xdsl, NoisyMaxInOtherHands) {
+    const auto textOf = [](const char* parameters) {
+        return InNodes(
+            "<cpt id='a'><state id='x'/><state id='y'/><probabilities>.5 .5"
+            "</probabilities></cpt><noisymax id='c'><state id='s'/><state id='t'/>"
+            "<parents>a</parents><strengths>1 0</strengths><parameters>" +
+            std::string(parameters) + "</parameters></noisymax>");
+    };
+    ImportResult result = ReadBack(textOf(".75 .25 0 1 .5 .5"), FormatXDSL, "n");
+    Bnode_bn& node = *result.net->nodes[1];
+    const std::string whole = Write(result, "xdsl"), table = Write(result, "bif");
+    EXPECT_NE(table.find("(y) 0.875, 0.125;"), table.npos) << table;
+    const ImportResult again = ReadBack(Write(result, "json"), FormatJSON, "n");
+    EXPECT_EQ(Write(again, "xdsl"), whole);
+    ASSERT_FALSE(IsError(node.makeIntoNoisyMax(node.relation.params, node.relation.order, true)));
+    EXPECT_EQ(Write(result, "xdsl"), whole);
+    EXPECT_EQ(Write(result, "bif"), table);
+    EXPECT_EQ(XdslLosses(*result.net).nodes[1] & Bit(parameters), 0U);
+    EXPECT_NE(Write(result, "html").find("\"order\":[1,0,0,1]"), table.npos);
+    const double own[] = {0.25, 0.75, 0.5, 0.5};  // with the weakest states first
+    ASSERT_FALSE(IsError(node.makeIntoNoisyMax(own, false)));
+    EXPECT_EQ(Write(result, "xdsl").find("noisymax"), table.npos);
+    EXPECT_NE(XdslLosses(*result.net).nodes[1] & Bit(parameters), 0U);
+    const ImportResult odd = ReadBack(textOf(".75 .5 0 1 .5 .5"), FormatXDSL, "n");
+    EXPECT_EQ(odd.net->nodes[1]->relation.kind, RelnKindEN::table);
+}
+
+/// Distributions of Hugin's continuous nodes are formulas, which leave nothing behind when they are
+/// read: the distributions stand beside them.
+TEST(Xdsl, WritesDistributionsAsFormulas) {
+    const std::string net = R"(net { }
+node A { states = ("x" "5 y" "z"); } node B { states = ("p" "q"); }
+continuous node C { } continuous node D { } continuous node E { }
+potential (C | A B) { data = ((normal(0, 4) normal(1e-3, 0)) (Normal(2,2) normal(-3,1))
+ (normal(4,1) normal(5,1))); }
+potential (D | C) { data = normal(2 + 3.5 * C, 0.25); }
+)";
+    const auto written = [](const std::string& text) {
+        return ReadBack(text, FormatHugin, "n.net");
+    };
+    const ImportResult read = written(net + "potential (E | C D) { data = normal(C-(D), D*D); }");
+    const std::string text = Write(read, "xdsl");
+    for (const char* formula :
+         {"C=If(A=\"x\",If(B=\"p\",Normal(0,2),1e-3),If(A=\"N5_y\",If(B=\"p\","
+          "Normal(2,1.4142135623730951),Normal(-3,1)),If(B=\"p\",Normal(4,1),Normal(5,1))))",
+          "D=Normal(2+3.5*C,0.5)", "E=Normal(C-(D),Sqrt(D*D))"})
+        EXPECT_NE(text.find('>' + std::string(formula) + "</definition>"), std::string::npos)
+            << text;
+    const ImportResult again = ReadBack(text, FormatXDSL, "n.xdsl");
+    for (const int node : {2, 3, 4}) {
+        const auto& fields = again.net->nodes[node]->userFields();
+        ASSERT_EQ(fields.size(), 1U);
+        EXPECT_EQ(fields[0].data, read.net->nodes[node]->userFields()[0].data);
+    }
+    const std::size_t at = text.find("D=Normal(2");
+    const ImportResult changed =
+        ReadBack(std::string(text).replace(at, 10, "D=Normal(3"), FormatXDSL, "n.xdsl");
+    EXPECT_EQ(changed.net->nodes[3]->userFields().size(), 2U);
+    // What is no such distribution is no formula; the node, its links and its text come back.
+    for (const char* data :
+         {"normal(F, 1)", "normal(A, 1)", "(normal(0, 1) normal(1, 1))", "gamma(1, 1)", "normal(1)",
+          "normal(1, 1", "normal(, 1)", "normal(1 1)) (", ""}) {
+        const ImportResult other =
+            written(net + "potential (E | C) { data = " + std::string(data) + "; }");
+        const std::string without = Write(other, "xdsl");
+        EXPECT_NE(without.find("inf\"></definition>"), std::string::npos) << without;
+        const ImportResult back = ReadBack(without, FormatXDSL, "n.xdsl");
+        ASSERT_EQ(back.net->nodes.N, 5) << data;
+        const Bnode_bn& node = *back.net->nodes[4];
+        ASSERT_EQ(node.parents.N, 1) << data;
+        EXPECT_EQ(node.parents[0]->name(), std::string("C"));
+        const auto& fields = other.net->nodes[4]->userFields();
+        ASSERT_EQ(node.userFields().size(), fields.size()) << data;
+        for (const UserField& field : fields) EXPECT_EQ(node.userFields()[0].data, field.data);
+    }
 }
 
 TEST(Xdsl, PlacesNodesWhereTheFileSaysSomething) {

@@ -41,7 +41,7 @@ TEST(XmlBif, ElementReadersThatReadTheirOwnStartTag) {
     ParserOptions_kt options{properties.get(), '/', '/', 1, 1, true, true};
     for (const auto& c : cases) {
         const ReportScope scope;
-        const OwnedNet net(NewVBNet(DupStr_kt("net"), false));
+        const OwnedNet net(NewVBNet(DupStr_kt("net")));
         Parser_CString_kt in(&options, InChannel_CString_kt(c.text, "test.xml"));
         std::string thrown;
         try {

@@ -202,7 +202,7 @@ std::string Walk(Reading& r) {
         for (const XMLAttribute& a : xml.tag().attributes)
             out += " " + std::string(a.name) + "=" + a.value;
         strin_kt text;
-        vect_kt<float> numbers;
+        FloatList numbers;
         const char action = xml.tag().name[0];
         if (action == 't') xml.readText(text);
         if (action == 'n') out += xml.readNumbers(numbers) ? "+" : "-";
