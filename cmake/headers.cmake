@@ -10,11 +10,11 @@ set(LUMO_PUBLIC_HEADERS
     library/text/parser.h
     library/reports/reports.h library/reports/message.h
     library/utilities/Utils.h library/utilities/exact.h library/utilities/geometry.h library/utilities/language.h library/utilities/lock.h
-    library/utilities/memory.h library/utilities/numbers.h library/utilities/text.h
+    library/utilities/memory.h library/utilities/text.h
     library/utilities/vect.h library/utilities/vect3.h)
 if(TARGET lumo_export)
     list(APPEND LUMO_PUBLIC_HEADERS
-        export/writers.h export/explain.h export/output.h)
+        export/writers.h export/explain.h export/output.h export/reduce.h)
 endif()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${LUMO_PUBLIC_HEADERS})
 

@@ -1,7 +1,7 @@
-# PNG and PDF: only the headers of librsvg are needed here, the program loads it when it draws.
+# PNG and PDF: only the headers of librsvg are needed here, and of fontconfig, which comes with it; the program loads them when it draws.
 find_package(PkgConfig)
 if(PkgConfig_FOUND)
-    pkg_check_modules(RSVG librsvg-2.0>=2.52 cairo-pdf)
+    pkg_check_modules(RSVG librsvg-2.0>=2.52 cairo-pdf fontconfig)
 endif()
 if(RSVG_FOUND)
     set_source_files_properties(export/image.cpp PROPERTIES COMPILE_DEFINITIONS LUMO_HAS_RSVG)

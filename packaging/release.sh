@@ -78,11 +78,11 @@ wheel() {
     git archive HEAD | tar -x -C "$work/wheel"
     (cd "$work/wheel" && LUMO_BUILD_DIR=$OLDPWD/build/wheel /usr/bin/python3 -m pip wheel -q --no-build-isolation \
         --no-index --no-deps -w "$work/wheels" . >&2)
-    (cd "$work" && unzip -q wheels/*.whl -d unpacked)
+    unzip -q "$work"/wheels/*.whl -d "$work/unpacked"
     glibc=$(glibc_of "$work"/unpacked/lumo/_core*.so "$work/unpacked/lumo/lumo-import")
     ! objdump -p "$work"/unpacked/lumo/_core*.so | grep 'NEEDED.*libstdc++'
-    /usr/bin/python3 -m wheel tags --remove --platform-tag "manylinux_${glibc/./_}_x86_64" "$work"/wheels/*.whl >&2
-    cp "$work"/wheels/*.whl "$place"
+    sed -i "s/^\(Tag: .*-\)linux_x86_64/\1manylinux_${glibc/./_}_x86_64/" "$work"/unpacked/*.dist-info/WHEEL
+    /usr/bin/python3 -m wheel pack -d "$place" "$work/unpacked" >&2
 }
 
 # As R makes it, but for the times and names of who made it.
