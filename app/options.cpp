@@ -1,11 +1,13 @@
 #include "app/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <climits>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <map>
 #include <sstream>
 
@@ -177,18 +179,27 @@ std::string CheckPicture(Options& options, const Raw& raw) {
 constexpr const char* forms[] = {"text", "json", "sarif", "github", "junit"};
 constexpr const char* severities[] = {"none", "notice", "warning", "error", "fatal"};
 
+using Texts = std::vector<std::string>;
+
 void AddCheckOptions(CLI::App& check, Options& options, Raw& raw) {
     const std::vector<std::string> words(std::begin(severities), std::end(severities));
     AddChoice(check, "--format", raw.form, {std::begin(forms), std::end(forms)});
     AddChoice(check, "--max-severity", raw.maxSeverity, {words.begin(), words.end() - 1});
     AddChoice(check, "--fail-on", raw.failOn, {words.begin() + 1, words.end()});
     check.get_option("--max-severity")->excludes("--fail-on");
-    check.add_option("--allow,--ignore", raw.allowed)
-        ->allow_extra_args(false)
-        ->delimiter(',')
-        ->check([](const std::string& text) {
-            return ReportNumber(text) == 0 ? "there is no report '" + text + "'" : std::string();
-        });
+    for (const char* name : {"--allow", "--ignore"})  // each is told by its own name
+        check
+            .add_option_function<Texts>(name,
+                                        [&](const Texts& numbers) {
+                                            std::ranges::copy(numbers,
+                                                              std::back_inserter(raw.allowed));
+                                        })
+            ->allow_extra_args(false)
+            ->delimiter(',')
+            ->check([](const std::string& text) {
+                return ReportNumber(text) == 0 ? "there is no report '" + text + "'"
+                                               : std::string();
+            });
     check.add_option("--baseline", raw.baseline);
     check.add_option("--write-baseline", options.newBaseline);
 }

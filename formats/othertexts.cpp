@@ -189,10 +189,12 @@ bool IsTable(std::string_view text) {
             const std::string_view line = rest.substr(0, end);
             const auto count = static_cast<std::size_t>(std::ranges::count(line, separator));
             if (lines++ == 0) wanted = count;
-            same = count == wanted && count > 0;
+            const std::size_t last = line.find_last_not_of(blanks);
+            const bool ends = separator == ';' && count == 1 && last == line.rfind(separator);
+            same = count == wanted && count > 0 && !ends;  // a statement has one at its end
             rest.remove_prefix(std::min(end, rest.size() - 1) + 1);
         }
-        if (same && lines > 1 && (wanted > 1 || separator != ';')) return true;
+        if (same && lines > 1) return true;
     }
     return false;
 }

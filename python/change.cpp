@@ -94,8 +94,17 @@ char* NewText(const OptionalText& text) {
     return DupStr_kt(std::string_view(*text));
 }
 
+/// A text is a list of letters to Python, and never meant as one here.
+void CheckList(const py::object& given, const char* wanted) {
+    if (PyUnicode_Check(given.ptr()) != 0)
+        throw py::type_error(std::string(wanted) + ", not one text");
+    if (!py::isinstance<py::iterable>(given))
+        throw py::type_error(std::string(wanted) + ", not " + Py_TYPE(given.ptr())->tp_name);
+}
+
 /// The nodes that nodes or names of the net stand for.
 std::vector<Bnode_bn*> NodesOf(const SharedNet& net, const py::object& keys) {
+    CheckList(keys, "parents are a list of nodes, or of their names");
     std::vector<Bnode_bn*> nodes;
     for (const py::handle& key : keys) {
         const Node node = NodeOf(net, py::reinterpret_borrow<py::object>(key));
@@ -180,8 +189,7 @@ struct StateList {
 };
 
 StateList StatesOf(const py::object& given) {
-    if (PyUnicode_Check(given.ptr()) != 0)
-        throw py::type_error("states are a list of texts, not one text");
+    CheckList(given, "states are a list of texts, or of lumo.State");
     StateList list;
     for (const py::handle& item : given) {
         if (py::isinstance<State>(item)) {

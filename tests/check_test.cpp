@@ -212,6 +212,7 @@ TEST_F(Check, WhatFailsAndWhatIsLetPass) {
         {"--ignore [-4016] wide.dsc", 0},
         {"--allow 3037,E4016 --fail-on notice wide.dsc warns.net -j 2", 0},
         {"--allow 3037 --allow 4016 --fail-on notice wide.dsc warns.net", 0},
+        {"--allow 3037 --ignore 4016 --fail-on notice wide.dsc warns.net", 0},
         {"--allow 3037 wide.dsc", 1},
         {"--allow 3468 missing", 0},
         {"--fail-on warning --max-severity error wide.dsc", 64},

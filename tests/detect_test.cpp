@@ -102,6 +102,7 @@ TEST(Detect, NamesOtherTexts) {
         {"[1, 2]", "JSON"},
         {"a,b,c\n1,2,3\n4,5,6\n7", "a table of values, as CSV"},
         {"a\tb\n1\t2\n", "a table of values, as CSV"},
+        {"1;2\r\n3;4\r\n", "a table of values, as CSV"},
         {"PK\3\4....mimetype", "a ZIP archive; unpack it first"},
         {"PK\3\4....[Content_Types].xml", "a document of an office program"},
         {"*Vertices 3\n1 \"a\"", "a graph of the Pajek format"},

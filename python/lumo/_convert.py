@@ -197,7 +197,11 @@ def from_pgmpy(model, name=None):
     """The net of a pgmpy model of discrete variables: a node for each of its nodes, in their order, with the states and
     the table of its TabularCPD. A node without one has states named after its cardinality, or none.
 
-    name: of the net; None: the model's. Names that are no legal ones become titles."""
+    name: of the net; None: the model's. Names that are no legal ones become titles.
+
+    Raises TypeError for what is no model of tables."""
+    if not (hasattr(model, "get_cpds") and hasattr(model, "predecessors")):
+        raise TypeError(f"a model of pgmpy's with tables is wanted, not {type(model).__name__}")
     net = Net(str(name or getattr(model, "name", None) or "net"))
     made = {}
     for variable in model.nodes():

@@ -172,6 +172,15 @@ class Changing(unittest.TestCase):
         net.add_node("either", ["a", "b"])
         self.assertEqual(len(pickle.loads(pickle.dumps(net))), 7)
 
+    def test_other_types_are_named(self):
+        net = lumo.read(ASIA)
+        for wrong, make in (("str|one text", lambda: net.add_node("n", "yes")), ("int", lambda: net.add_node("n", 2)),
+                            ("one text", lambda: net.add_node("n", ["a"], "smoke")),
+                            ("int", lambda: setattr(net["dysp"], "parents", 2)),
+                            ("pgmpy.* not int", lambda: lumo.from_pgmpy(5))):
+            self.assertRaisesRegex(TypeError, f"not ({wrong})|{wrong}", make)
+        self.assertEqual(net, lumo.read(ASIA))
+
     def test_any_changes(self):
         rng = random.Random(5)
         net = lumo.Net()
