@@ -247,6 +247,25 @@ CATECHOL 2 ARTCO2 INSUFFANESTH SAO2 TPR, HR 3 CATECHOL, HRBP 3 ERRLOWOUTPUT HR, 
 HRSAT 3 ERRCAUTER HR, CO 3 HR STROKEVOLUME, BP 3 CO TPR"""
 
 
+# Its part that is computed by hand: a node and its parents, a distribution for each row of theirs, what is
+# believed of it.
+ALARM_AS_PUBLISHED = (
+    ("HYPOVOLEMIA", [[.2, .8]], [.2, .8]),
+    ("LVFAILURE", [[.05, .95]], [.05, .95]),
+    ("ANAPHYLAXIS", [[.01, .99]], [.01, .99]),
+    ("PULMEMBOLUS", [[.01, .99]], [.01, .99]),
+    ("INTUBATION", [[.92, .03, .05]], [.92, .03, .05]),
+    ("HISTORY LVFAILURE", [[.9, .1], [.01, .99]], [.0545, .9455]),
+    ("LVEDVOLUME HYPOVOLEMIA LVFAILURE", [[.95, .04, .01], [.01, .09, .9], [.98, .01, .01], [.05, .9, .05]], [.0886, .7019, .2095]),
+    ("STROKEVOLUME HYPOVOLEMIA LVFAILURE", [[.98, .01, .01], [.5, .49, .01], [.95, .04, .01], [.05, .9, .05]], [.1808, .7788, .0404]),
+    ("CVP LVEDVOLUME", [[.95, .04, .01], [.04, .95, .01], [.01, .29, .7]], [.114341, .731104, .154555]),
+    ("PCWP LVEDVOLUME", [[.95, .04, .01], [.04, .95, .01], [.01, .04, .95]], [.114341, .678729, .20693]),
+    ("TPR ANAPHYLAXIS", [[.98, .01, .01], [.3, .4, .3]], [.3068, .3961, .2971]),
+    ("PAP PULMEMBOLUS", [[.01, .19, .8], [.05, .9, .05]], [.0496, .8929, .0575]),
+    ("SHUNT INTUBATION PULMEMBOLUS", [[.1, .9], [.95, .05], [.1, .9], [.95, .05], [.01, .99], [.05, .95]], [.896905, .103095]),
+)
+
+
 def alarm_net(chance):
     parts, states = ["net\n{\n}\n"], {}
     for name, count, *parents in (line.split() for line in ALARM.split(",")):
@@ -701,6 +720,19 @@ class Numbers(ReportCase):
             got = self.beliefs(evidence)["nodes"]
             for name, belief in eliminated(net, evidence).items():
                 numpy.testing.assert_allclose(got[name], belief, atol=1e-9, err_msg=name)
+
+    def test_alarm_as_published(self):
+        text = "net\n{\n}\n"
+        for named, rows, _ in ALARM_AS_PUBLISHED:
+            name, *parents = named.split()
+            text += node_text(name, len(rows[0])) + potential_text(name, parents, [p for row in rows for p in row])
+        self.open(self.write(text))
+        got = self.beliefs({})["nodes"]
+        for named, _, belief in ALARM_AS_PUBLISHED:
+            numpy.testing.assert_allclose(got[named.split()[0]], belief, atol=1e-12, err_msg=named)
+        for evidence, name, belief in (({"LVEDVOLUME": 2}, "HYPOVOLEMIA", .1711 / .2095), ({"HISTORY": 0}, "LVFAILURE", .045 / .0545),
+                                       ({"PAP": 2, "SHUNT": 0}, "PULMEMBOLUS", .01 * .8 * .0955 / (.01 * .8 * .0955 + .99 * .05 * .905))):
+            self.assertAlmostEqual(self.beliefs(evidence)["nodes"][name][0], belief, places=12)
 
     def test_what_is_taken_for_what_is_said(self):
         self.open(self.write("net\n{\n}\n" + node_text("d", 2, kind="decision") + node_text("z", 3) + node_text("y", 2)
