@@ -408,7 +408,7 @@ class Report(ReportCase):
 
     def test_buttons_and_evidence_cover_neither_nodes_nor_names(self):
         covered = """
-            const tools = [...document.querySelectorAll('#tools button, #evidence > *')].map((e) => e.getBoundingClientRect()), {left, top} = canvas.getBoundingClientRect();
+            const tools = [...document.querySelectorAll('#tools button, #evidence > *, #scene > *')].map((e) => e.getBoundingClientRect()), {left, top} = canvas.getBoundingClientRect();
             const visible = {left: view.x, top: view.y, right: view.x + canvas.clientWidth / view.zoom, bottom: view.y + canvas.clientHeight / view.zoom, zoom: view.zoom};
             const names = namesFor(visible).map(({lines, size, x, y, align}) => {
                 const width = Math.max(...lines.map(textUnits)) * size;
@@ -420,16 +420,17 @@ class Report(ReportCase):
         pages = [self.convert(os.path.join(SAMPLES, *path), "html") for path in (("hugin", "asia.net"), ("hugin", "umbrella.net"))]
         pages.append(self.convert(self.write(labelled_net()), "html"))
         for page in pages:
-            for size in ((320, 568), (360, 740), (768, 1024), (1280, 800)):
+            for size in ((320, 200), (320, 568), (360, 740), (768, 1024), (1280, 800)):
                 self.browser.look(*size)
                 self.browser.open(page)
-                for step in ("", "byId('beliefs').click(); fit()", "toggleEvidence(0, 0)"):
+                for step in ("", "byId('beliefs').click(); fit()", "showPart(new Set([0, 1])); fit()", "showPart(null); fit(); toggleEvidence(0, 0)"):
                     self.script(step)
                     self.browser.settled()
                     self.frame()
                     self.assertEqual(self.script(covered), 0, (page, size, step))
                     zoom = self.script("return [view.zoom, canvas.clientWidth / frame.width]")
-                    self.assertGreater(zoom[0], 0.4 * min(zoom[1], 1))  # the room costs little
+                    if size[1] > 200:
+                        self.assertGreater(zoom[0], 0.4 * min(zoom[1], 1))  # the room costs little
 
     def test_the_systems_own_colours(self):
         self.open_sample("hugin", "umbrella.net")
@@ -492,8 +493,14 @@ class Report(ReportCase):
         shape = self.script("return beliefShape(5, view.zoom)")
         self.assertTrue(shape["named"] and 1 <= shape["states"] < 3, shape)
         self.assertGreaterEqual(min(shape["title"], shape["letters"]) * 0.45, 7.9)
+        below = self.script("setFont(100); const {actualBoundingBoxDescent: g} = pen.measureText('gjpqy');"
+                            "return [0.45, 1.2].map((zoom) => { const s = beliefShape(5, zoom); return s.base + g / 100 * s.title - s.top; })")
+        self.assertLess(max(below), 0.01)  # letters hang down to the bars, not under them
         self.click_at(*self.place_of("n5", self.script("const s = beliefShape(5, view.zoom); return s.top + s.bar / 2 - boxes[5][3]")))
         self.assertEqual(self.script("return [...evidence.keys()]"), [5])
+        self.open_sample("hugin", "umbrella.net")
+        titled = self.script("toggleInPicture(); return nodes.flatMap((n, i) => n.kind === 'utility' ? [beliefShape(i, 16 / 2 / boxes[i][3]).named] : [])")
+        self.assertTrue(titled and all(titled), titled)  # within the box, where there is room for it
 
     # ---- Tables
 
@@ -592,8 +599,9 @@ class Report(ReportCase):
         states = ["The pressure of the water in the second tank is %s than it should be" % w for w in ("much lower", "a little lower", "higher")]
         listed = " ".join(map(hugin_text, states))
         parts = "net\n{\n name = \"unknown\";\n}\n" + "".join("node %s\n{\n states = (%s);\n}\n" % (n, listed) for n in "abc") \
-            + "node f\n{\n states = (\"=1+1\" \"@x\" \"-3\");\n}\n" \
-            + potential_text("c", ["a", "b"], [0.2, 0.3, 0.5] * 9) + potential_text("f", [], [0.2, 0.3, 0.5])
+            + "node g\n{\n states = (\"%s\" \"%s\");\n}\n" % ("Well below what is normal", "Well above what is normal") + "node f\n{\n states = (\"=1+1\" \"@x\" \"-3\");\n}\n" \
+            + "potential ( c | a b )\n{\n data = (%s);\n}\n" % ("0.2345678901234567 0.2654321098765432 0.5000000000000001 " * 9) \
+            + potential_text("f", [], [0.2, 0.3, 0.5]) + potential_text("g", [], [0.2, 0.8])
         for width, height in ((1280, 800), (360, 740)):
             self.browser.look(width, height)
             self.open(self.write(parts, "tanks.net"))
@@ -603,6 +611,8 @@ class Report(ReportCase):
             room = self.script("const right = byId('details').clientWidth + byId('details').getBoundingClientRect().left;"
                                "return [...document.querySelectorAll('#distribution .part')].map((e) => right - e.getBoundingClientRect().right)")
             self.assertTrue(room and min(room) >= 0, room)
+            self.assertEqual(self.script("return [...document.querySelectorAll('.grid td')].filter((e) => e.scrollWidth > e.clientWidth)"
+                                         ".map((e) => e.textContent)"), [])  # no number is cut
             rows = self.rows()
             heads = [tuple(self.script("return [...document.querySelectorAll('.grid tbody tr')[arguments[0]].querySelectorAll('th')].map("
                                        "(e) => e.textContent)", i)) for i in range(len(rows) - 1)]
@@ -612,6 +622,13 @@ class Report(ReportCase):
         self.frame()
         self.assertEqual(self.script("return document.body.dataset.panel"), "full")
         self.browser.look(1280, 800)
+        self.select("g")
+        self.assertEqual(len(self.rows()), 2)
+        for turn in range(2):
+            self.assertEqual(self.script("return [...document.querySelectorAll('.grid th')].filter((e) => /…/.test(e.textContent)"
+                                         " || e.scrollWidth > e.clientWidth).map((e) => e.textContent)"), [], turn)  # where there is room
+            self.button("Transpose").click()
+            self.frame()
         self.script("widen('')")
         self.select("f")
         self.script("navigator.clipboard.writeText = async (text) => { window.copied = text; }")

@@ -32,7 +32,7 @@ function listRow(place) {
         'aria-selected': String(index === selected), 'aria-setsize': shown.length,
         'aria-posinset': place + 1, title: titleOf(node),
         onclick: () => { current = place; select(index, 'list'); goToPanel('details'); },
-    }, swatch(node), el('span', {text: titleOf(node)}),
+    }, swatch(node), el('span', {class: 'title', text: titleOf(node)}),
     besideTitle(index), worst ? el('span', {class: `mark ${worst}`, text: '!', 'aria-label': `has ${worst}s`}) : null);
     row.style.top = `${place * rowHeight}px`;
     row.style.height = `${rowHeight}px`;

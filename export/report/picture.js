@@ -134,31 +134,31 @@ function shownStates(index, most = statesInPicture) {
     return best.sort((a, b) => a - b);
 }
 
-/** How many bars have room from afar below the title, in letters that can be read; 0: not even the title. */
+/** How many bars have room from afar below the title, in letters that can be read; 0: not even the title. What has a value needs none for its title. */
 function beliefRows(index, zoom) {
-    const [, , w, h] = boxes[index];
+    const [, , w, h] = boxes[index], room = (2 * h * zoom - smallTitle - 2) / smallBar;
     if (2 * w * zoom < 20) return 0;
-    return Math.min(barsOf(nodes[index]), Math.floor((2 * h * zoom - smallTitle - 2) / smallBar));
+    return isValued(nodes[index]) ? Number(room >= 0) : Math.min(barsOf(nodes[index]), Math.floor(room));
 }
 
 /** The sizes of a node with its distribution: of letters and bars; from afar smaller, with the leading bars alone. */
 function beliefShape(index, zoom) {
-    if (isReadable(zoom)) return {title: 12, top: 18, bar: barHeight, letters: beliefLetters, states: barsOf(nodes[index]), named: true};
+    if (isReadable(zoom)) return {title: 12, base: 13, top: 18, bar: barHeight, letters: beliefLetters, states: barsOf(nodes[index]), named: true};
     const rows = beliefRows(index, zoom), high = 2 * boxes[index][3];
-    if (rows <= 0) return {title: 0, top: high / 8, bar: high * 3 / 4 / barsOf(nodes[index]), letters: 0, states: barsOf(nodes[index]), named: false};
-    const top = (smallTitle + 0.5) / zoom;
-    return {title: 8.5 / zoom, top, bar: (high - top - 1.5 / zoom) / rows, letters: 8 / zoom, states: rows, named: true};
+    if (rows <= 0) return {title: 0, base: 0, top: high / 8, bar: high * 3 / 4 / barsOf(nodes[index]), letters: 0, states: barsOf(nodes[index]), named: false};
+    const top = (smallTitle + 0.5) / zoom, bar = (high - top - 1.5 / zoom) / rows;  // letters hang down below the base
+    return {title: 8.5 / zoom, base: 7.8 / zoom, top, bar, letters: Math.min(8 / zoom, bar), states: rows, named: true};
 }
 
 function drawBeliefs(index, zoom) {
     const node = nodes[index], belief = beliefOf(index);
-    const [x, y, w, h] = boxes[index], {title, top, bar, letters, states, named} = beliefShape(index, zoom);
+    const [x, y, w, h] = boxes[index], {title, base: titleBase, top, bar, letters, states, named} = beliefShape(index, zoom);
     const left = x - w + 4, width = 2 * w - 8;
-    if (named) writeText(titleOf(node), x, y - h + title * 1.08, title, width, 'center', inkOf(node));
+    if (named) writeText(titleOf(node), x, y - h + titleBase, title, width, 'center', inkOf(node));
     if (isValued(node)) {
         const values = expectations.get(index);
         const text = values ? values.map(shortNumber).join(', ') : '';
-        if (named) writeText(text, x, y - h + top + letters, letters, width, 'center', inkOf(node));
+        if (named && letters * zoom > 6) writeText(text, x, y - h + top + letters, letters, width, 'center', inkOf(node));
         return;
     }
     shownStates(index, states).forEach((state, i) => {

@@ -8,6 +8,8 @@
 
 const cellHeight = 24;
 const scrollBar = 16;
+const mostNumber = 210;  // pixels of its column: one of 17 digits is shown whole
+const mostLabels = [[400, 400], [400, 130], [150, 130]];  // pixels of a label before a row and above a column, where there is room
 const mostScroll = 12e6;  // pixels that browsers scroll without loss
 const measure = document.createElement('canvas').getContext('2d');
 
@@ -155,9 +157,14 @@ class NumberTable {
         const widths = (axis, most) => axis.titles.map((title, level) => Math.max(
             widest(axis.count, (i) => axis.label(level, i), 30, most), widest(1, () => title, 30, most)));
         const sum = (numbers) => numbers.reduce((a, b) => a + b, 0);
-        let heads = widths(rows, 150);
-        const cell = Math.max(...widths(columns, 130), widest(Math.min(rows.count * columns.count, 1e6),
-            (i) => view.value(Math.floor(i / columns.count), i % columns.count), 46, 130));
+        const number = widest(Math.min(rows.count * columns.count, 1e6),
+            (i) => view.value(Math.floor(i / columns.count), i % columns.count), 46, mostNumber);
+        let heads, cell;
+        for (const [most, mostAbove] of mostLabels) {
+            heads = widths(rows, most);
+            cell = Math.max(...widths(columns, mostAbove), number);
+            if (sum(heads) + cell * columns.count <= available) break;
+        }
         const most = Math.max(available - cell * columns.count, available * (available < 600 ? 0.5 : 0.6));
         const wraps = sum(heads) > most && fingers.matches;
         if (sum(heads) > most) heads = narrowed(heads, sum(heads) - most, 56);

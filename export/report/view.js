@@ -13,7 +13,7 @@ const mostZoom = 1.5;
 function barsAbove() {
     const rows = matchMedia('(max-width: 900px)').matches ? ['shown', 'scene'] : ['told'];
     const lowest = Math.max(...rows.map((name) => byId(name)).map(({offsetTop, offsetHeight}) => (rows.length > 1 ? offsetTop : 0) + offsetHeight));
-    return Math.min(canvas.clientHeight * 0.4, Math.max(28, lowest) + 8);
+    return Math.min(canvas.clientHeight / 2, Math.max(28, lowest) + 8);
 }
 
 /** Pixels of the picture [left, top, right, bottom]: below the buttons at its upper edge, above the evidence at its lower one. */
