@@ -182,6 +182,12 @@ class Report(ReportCase):
         self.assertEqual(self.focused_id(), "list")
         self.keys(Keys.ESCAPE)
         self.assertEqual(self.heading(), "asia")
+        for key, found in (("/", "search"), ("1", "list"), ("2", "canvas"), ("4", "problems")):  # what is gone to is seen
+            for width in ("wide", "full"):
+                self.script("focusDetails(); widen(arguments[0])", width)
+                self.keys(key)
+                self.assertTrue(self.id(found).is_displayed() and (key == "4" or self.focused_id() == found), (key, width))
+                self.script("widen('')")
         # The picture: from Smoker? down to a child, by what is drawn.
         self.select("smoke")
         self.keys("2", Keys.ARROW_DOWN)
@@ -498,6 +504,17 @@ class Report(ReportCase):
         self.assertLess(max(below), 0.01)  # letters hang down to the bars, not under them
         self.click_at(*self.place_of("n5", self.script("const s = beliefShape(5, view.zoom); return s.top + s.bar / 2 - boxes[5][3]")))
         self.assertEqual(self.script("return [...evidence.keys()]"), [5])
+        # A name stands where it covers no arrow head.
+        parts = "net\n{\n}\n"
+        for name, x, y in (("a", 0, 0), ("b", 150, 0), ("c", 300, 0), ("p", 150, -150)):
+            parts += node_text(name, 2, " label = \"Pressure at %s\";\n position = (%d %d);\n" % (name, x, y))
+        self.open(self.write(parts + "potential ( b | p )\n{\n}\n"))
+        above = self.script("""
+            moveTo({zoom: 0.4, x: boxes[1][0] - 500, y: boxes[1][1] - 300});
+            const name = namesFor({left: view.x, top: view.y, right: view.x + 2000, bottom: view.y + 1500, zoom: view.zoom}).find((name) => name.index === 1);
+            const tip = links.slice(-2), high = name.size * 0.6;
+            return [name.beside, name.align, Math.abs(tip[1] - name.y) < high + picture.arrow[0], tip[1] > boxes[1][1]];""")
+        self.assertEqual(above, [True, "center", False, True])
         self.open_sample("hugin", "umbrella.net")
         titled = self.script("toggleInPicture(); return nodes.flatMap((n, i) => n.kind === 'utility' ? [beliefShape(i, 16 / 2 / boxes[i][3]).named] : [])")
         self.assertTrue(titled and all(titled), titled)  # within the box, where there is room for it

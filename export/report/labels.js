@@ -4,6 +4,7 @@
 // stands; else cut short within it. The best linked nodes choose first, as towns do on a map.
 
 const namesBeside = 400;  // at once
+const mostHeads = 2000;  // of links that names keep clear of
 const mostFailures = 250;  // nodes without room, after which it is not looked for
 const withinSizes = [9, 8];  // pixels of the letters
 const besideSizes = [10, 9];
@@ -109,8 +110,8 @@ function nameCut(index, zoom) {
     return {index, lines: [text], size, x: boxes[index][0], y: boxes[index][1], align: 'center', whole: text === titleOf(nodes[index])};
 }
 
-/** The name, as far as it may be that long, at a side of the node where nothing else stands, which it takes then; or null. */
-function nameBesideNode(index, zoom, room, bounds, longest) {
+/** The name, as far as it may be that long, at a side of the node where nothing else stands (nor arrow heads, where one is without), which it takes then; or null. */
+function nameBesideNode(index, zoom, room, heads, bounds, longest) {
     const [x, y, w, h] = boxes[index], text = cutText(titleOf(nodes[index]), longest);
     for (const pixels of besideSizes) {
         const size = pixels / zoom, width = textUnits(text) * size, high = size * 1.15, gap = 3 / zoom;
@@ -118,10 +119,13 @@ function nameBesideNode(index, zoom, room, bounds, longest) {
             ['left', x + w + gap, y], ['right', x - w - gap, y], ['center', x, y + h + gap / 2 + high / 2], ['center', x, y - h - gap / 2 - high / 2],
             ['left', x - w, y + h + gap / 2 + high / 2], ['right', x + w, y - h - gap / 2 - high / 2],
         ];
-        for (const [align, at, middle] of sides) {
-            const left = at - width * {left: 0, center: 0.5, right: 1}[align], rectangle = [left, middle - high / 2, left + width, middle + high / 2];
-            const inside = rectangle[0] >= bounds.left && rectangle[2] <= bounds.right && rectangle[1] >= bounds.top && rectangle[3] <= bounds.bottom;
-            if (!inside || !room.isFree(rectangle)) continue;
+        const free = sides.map(([align, at, middle]) => {
+            const left = at - width * {left: 0, center: 0.5, right: 1}[align];
+            return {align, at, middle, rectangle: [left, middle - high / 2, left + width, middle + high / 2]};
+        }).filter(({rectangle}) => rectangle[0] >= bounds.left && rectangle[2] <= bounds.right && rectangle[1] >= bounds.top && rectangle[3] <= bounds.bottom &&
+            room.isFree(rectangle));
+        if (free.length > 0) {
+            const {align, at, middle, rectangle} = free.find((side) => heads.isFree(side.rectangle)) ?? free[0];
             room.take([rectangle[0] - gap, rectangle[1], rectangle[2] + gap, rectangle[3]]);
             return {index, lines: [text], size, x: at, y: middle, align, beside: true, whole: longest === longestName || text === titleOf(nodes[index])};
         }
@@ -133,13 +137,14 @@ function nameBesideNode(index, zoom, room, bounds, longest) {
 function placeNames(region, zoom, bounds) {
     byImportance ??= nodes.map((_, i) => i).sort((a, b) =>
         nodes[b].parents.length + children[b].length - nodes[a].parents.length - children[a].length);
-    const room = new Room(40 / zoom), placed = [], without = [];
+    const room = new Room(40 / zoom), heads = new Room(40 / zoom), placed = [], without = [];
     const drawn = byImportance.filter((i) => isIn(region, i));
     if (bounds.taken) room.take(bounds.taken);
     for (const i of drawn) {
         const [x, y, w, h] = boxes[i];
         room.take([x - w, y - h, x + w, y + h]);
     }
+    if (linkStarts.length <= mostHeads) for (const i of linkStarts) heads.take(headBox(i));
     const named = drawn.filter((i) => !lit || lit.has(i));
     if (named.includes(selected)) named.unshift(...named.splice(named.indexOf(selected), 1));
     for (const i of named) {
@@ -151,7 +156,7 @@ function placeNames(region, zoom, bounds) {
     let beside = 0, failures = 0;
     for (const i of without) {
         const mayStand = beside < namesBeside && failures < mostFailures;
-        const atSide = (longest) => (mayStand ? nameBesideNode(i, zoom, room, bounds, longest) : null);
+        const atSide = (longest) => (mayStand ? nameBesideNode(i, zoom, room, heads, bounds, longest) : null);
         const found = atSide(longestName) ?? (inPicture ? null : nameCut(i, zoom)) ?? atSide(shortName);
         beside += Number(Boolean(found?.beside));
         failures += Number(mayStand && !found);

@@ -116,6 +116,13 @@ function course(i, before) {
     for (let at = 2; at < points.length; at += 6) pen.bezierCurveTo(...points.slice(at, at + 6));
 }
 
+/** The rectangle [left, top, right, bottom] of a link's arrow head. */
+function headBox(i) {
+    const end = i + 3 + 2 * links[i + 2], half = picture.arrow[0] / 2, [x, y] = directionOf(i);
+    const middleX = links[end - 2] - x * half, middleY = links[end - 1] - y * half;
+    return [middleX - half, middleY - half, middleX + half, middleY + half];
+}
+
 function arrowHead(i, larger) {
     const end = i + 3 + 2 * links[i + 2], [tipX, tipY] = links.slice(end - 2, end), [x, y] = directionOf(i);
     const baseX = tipX - x * picture.arrow[0] * larger, baseY = tipY - y * picture.arrow[0] * larger;

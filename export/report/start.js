@@ -9,6 +9,15 @@ function goToPanel(name) {
         tab.setAttribute('aria-selected', String(chosen));
         tab.tabIndex = chosen ? 0 : -1;
     }
+    if (isHidden(byId(name))) widen('');
+}
+
+/** Whether the wide details leave no room for it. */
+const isHidden = (element) => element.offsetWidth === 0 || getComputedStyle(element).visibility === 'hidden';
+
+function focusPicture() {
+    if (isHidden(canvas)) widen('');
+    canvas.focus();
 }
 
 byId('tabs').addEventListener('click', ({target}) => { if (target.id.startsWith('tab-')) goToPanel(target.id.slice(4)); });
@@ -30,7 +39,7 @@ function focusPanel(name) {
 const pageKeys = [
     ['/', 'search', () => { goToPanel('nodes'); byId('search').focus(); byId('search').select(); }],
     ['1', 'to the list', () => focusPanel('nodes')],
-    ['2', 'to the picture', () => canvas.focus()],
+    ['2', 'to the picture', focusPicture],
     ['3', 'to the details', () => focusDetails()],
     ['4', 'to the problems', () => focusPanel('problems')],
     ...relations.map((relation) => [relation.key, `${relation.title}, the rest dimmed`, () => toggleRelation(relation)]),
