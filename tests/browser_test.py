@@ -720,7 +720,8 @@ class Report(ReportCase):
         numbers = [0.004] * 199 + [0.204]
         tall = [v for r in range(200) for v in (round(0.3 + r / 1000, 3), round(0.7 - r / 1000, 3))]
         self.open(self.write("net\n{\n}\n" + node_text("a", states) + node_text("b", 2)
-                             + node_text("c", 3) + node_text("d", 2) + node_text("e", 120) + potential_text("a", [], numbers)
+                             + node_text("c", 3) + node_text("d", 2) + node_text("e", 120) + node_text("f", 3)
+                             + potential_text("a", [], numbers) + "potential ( f )\n{\n data = (0.2345678901234567 0.2654321098765432 0.5000000000000001);\n}\n"
                              + potential_text("e", ["c"], ([0.25, 0.75] + [0] * 118) * 2 + [0] * 119 + [1])
                              + potential_text("b", ["a"], tall) + potential_text("c", [], [0.2, 0.3, 0.5])
                              + potential_text("d", ["a", "c"], [0.123, 0.877] * 600)))
@@ -735,6 +736,7 @@ class Report(ReportCase):
         self.assertRegex(text, r"s199 +0\.204")
         self.assertGreater(len([line for line in text.split("\n") if line.split() == ["a", "s0", "s1"]]), 2)  # its head, again
         self.assertRegex(text, r"c +all that is not 0\s+s0 +s0\s0.25, s1\s0.75\s+s1 +s0\s0.25, s1\s0.75\s+s2 +s119\s1\s")
+        self.assertRegex(text, r"0\.2345678901234567 +0\.2654321098765432 +0\.5000000000000001")  # side by side
         self.assertIn("600 rows, not printed", text)
         self.assertNotIn("0.877", text)
         for word in ("Transpose", "Fit", "Widen"):

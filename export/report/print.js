@@ -24,7 +24,8 @@ function printedTable(model) {
     const {rows, columns, value} = model;
     const heads = rows.titles.map((title, level) => widest(rows.count, (i) => rows.label(level, i), textWidth(title), 190));
     const head = heads.reduce((a, b) => a + b, 0);
-    const cell = widest(rows.count, (r) => value(r, 0), widest(columns.count, (c) => columns.label(0, c), 40, 110), 110);
+    const cell = widest(rows.count * columns.count, (i) => value(Math.floor(i / columns.count), i % columns.count),
+        widest(columns.count, (c) => columns.label(0, c), 40, 110), mostNumber);
     const isSmall = head + cell * columns.count > paperWidth;
     const atOnce = Math.max(2, Math.floor((paperWidth * (isSmall ? smallLetters : 1) - head) / cell));
     const parts = [], listed = columns.count > atOnce && listedTable(model);
