@@ -124,9 +124,12 @@ public:
     std::optional<Drawing> drawn() {
         small_ = layout::Draw(diagram_);
         for (std::size_t i = 0; i < small_.centres.size(); ++i) {
-            double& half = halves_[small_.centres[i].y];
-            half = std::max(half, diagram_.sizes[i].y / 2);
+            Row& row = rows_[small_.centres[i].y];
+            row.half = std::max(row.half, diagram_.sizes[i].y / 2);
+            row.nodes.push_back(i);
         }
+        for (auto& [middle, row] : rows_)
+            std::ranges::sort(row.nodes, {}, [&](std::size_t i) { return small_.centres[i].x; });
         Drawing all;
         all.centres.resize(boxes_.size());
         for (std::size_t i = 0; i < boxes_.size(); ++i)
@@ -166,19 +169,21 @@ private:
         return static_cast<int>(diagram_.sizes.size()) - 1;
     }
     /// Of the row that has its middle there.
-    double half(double middle) const { return halves_.at(middle); }
+    double half(double middle) const { return rows_.at(middle).half; }
+    double leftEdge(std::size_t i) const { return small_.centres[i].x - diagram_.sizes[i].x / 2; }
+    double rightEdge(std::size_t i) const { return small_.centres[i].x + diagram_.sizes[i].x / 2; }
 
     /// Whether nothing stands between the node and the fan, which is below it.
     bool isNextTo(std::size_t parent, std::size_t fan) const {
         const Point from = small_.centres[parent], to = small_.centres[fan];
         if (to.y - half(to.y) < from.y + half(from.y) + leastWay) return false;
-        const double left = std::min(from.x, to.x - diagram_.sizes[fan].x / 2);
-        const double right = std::max(from.x, to.x + diagram_.sizes[fan].x / 2);
-        for (std::size_t i = 0; i < small_.centres.size(); ++i) {
-            const Point at = small_.centres[i], size = diagram_.sizes[i];
-            if (at.y > from.y && at.y < to.y && at.x + size.x / 2 > left &&
-                at.x - size.x / 2 < right)
-                return false;
+        const double left = std::min(from.x, leftEdge(fan));
+        const double right = std::max(from.x, rightEdge(fan));
+        for (auto row = rows_.upper_bound(from.y); row->first < to.y; ++row) {
+            const auto& nodes = row->second.nodes;
+            const auto next = std::ranges::partition_point(
+                nodes, [&](std::size_t i) { return rightEdge(i) <= left; });
+            if (next != nodes.end() && leftEdge(*next) < right) return false;
         }
         return true;
     }
@@ -186,13 +191,11 @@ private:
     /// What is free beside the node in its row.
     double room(std::size_t node, bool toTheRight) const {
         const Point from = small_.centres[node];
-        double room = 1e6;
-        for (std::size_t i = 0; i < small_.centres.size(); ++i) {
-            const Point at = small_.centres[i];
-            if (at.y != from.y || i == node || (at.x > from.x) != toTheRight) continue;
-            room = std::min(room, std::abs(at.x - from.x) - diagram_.sizes[i].x / 2 - clearance);
-        }
-        return room;
+        const auto& nodes = rows_.at(from.y).nodes;
+        const auto own = std::ranges::lower_bound(
+            nodes, from.x, {}, [&](std::size_t i) { return small_.centres[i].x; });
+        if (toTheRight) return own + 1 == nodes.end() ? 1e6 : leftEdge(own[1]) - from.x - clearance;
+        return own == nodes.begin() ? 1e6 : from.x - rightEdge(own[-1]) - clearance;
     }
 
     /// Out of the parent's row, within what is free to its left and right, to the leaf's place at
@@ -219,7 +222,11 @@ private:
     Diagram diagram_;
     std::vector<int> boxes_;  ///< of every node of the whole
     Drawing small_;
-    std::map<double, double> halves_;  ///< of the rows' depths, by their middles
+    struct Row {
+        double half = 0;                 ///< of its depth
+        std::vector<std::size_t> nodes;  ///< from left to right
+    };
+    std::map<double, Row> rows_;  ///< by their middles
 };
 
 }  // namespace
