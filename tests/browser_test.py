@@ -429,7 +429,7 @@ class Report(ReportCase):
             for size in ((320, 200), (320, 568), (360, 740), (768, 1024), (1280, 800)):
                 self.browser.look(*size)
                 self.browser.open(page)
-                for step in ("", "byId('beliefs').click(); fit()", "showPart(new Set([0, 1])); fit()", "showPart(null); fit(); toggleEvidence(0, 0)"):
+                for step in ("", "byId('beliefs').click(); fit()", "picture.insteadOf = 'they are'; showPart(new Set([0, 1])); fit()", "showPart(null); fit(); toggleEvidence(0, 0)"):
                     self.script(step)
                     self.browser.settled()
                     self.frame()
