@@ -516,8 +516,18 @@ class Report(ReportCase):
             return [name.beside, name.align, Math.abs(tip[1] - name.y) < high + picture.arrow[0], tip[1] > boxes[1][1]];""")
         self.assertEqual(above, [True, "center", False, True])
         self.open_sample("hugin", "umbrella.net")
-        titled = self.script("toggleInPicture(); return nodes.flatMap((n, i) => n.kind === 'utility' ? [beliefShape(i, 16 / 2 / boxes[i][3]).named] : [])")
-        self.assertTrue(titled and all(titled), titled)  # within the box, where there is room for it
+        titled = self.script("""
+            toggleInPicture();
+            nodes[1].states = 0;
+            return nodes.flatMap((n, i) => n.kind === 'utility' || i === 1 ? [beliefShape(i, 12 / 2 / boxes[i][3]).named] : []);""")
+        self.assertTrue(len(titled) > 1 and all(titled), titled)  # within the box, where there is room for it
+        self.script("toggleInPicture()")
+        self.browser.settled()
+        self.select(self.script("return nodes[[...policies.values()].find((policy) => policy.given.length > 0).node].name"))
+        self.script("widen('full')")
+        self.frame()
+        widths = self.script("return [content.clientWidth, document.querySelector('#distribution').clientWidth]")
+        self.assertGreater(widths[1], widths[0] / 2)  # the policy has the room that a table has
 
     # ---- Tables
 

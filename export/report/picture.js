@@ -134,11 +134,12 @@ function shownStates(index, most = statesInPicture) {
     return best.sort((a, b) => a - b);
 }
 
-/** How many bars have room from afar below the title, in letters that can be read; 0: not even the title. What has a value needs none for its title. */
+/** How many bars have room from afar below the title, in letters that can be read; 0: not even the title. What has no bars needs none for its title. */
 function beliefRows(index, zoom) {
     const [, , w, h] = boxes[index], room = (2 * h * zoom - smallTitle - 2) / smallBar;
     if (2 * w * zoom < 20) return 0;
-    return isValued(nodes[index]) ? Number(room >= 0) : Math.min(barsOf(nodes[index]), Math.floor(room));
+    const bars = isValued(nodes[index]) ? 0 : barsOf(nodes[index]);
+    return bars > 0 ? Math.min(bars, Math.floor(room)) : Number(room >= 0);
 }
 
 /** The sizes of a node with its distribution: of letters and bars; from afar smaller, with the leading bars alone. */
