@@ -366,6 +366,29 @@ double FewestDigits(float value) {
     return number;
 }
 
+// Rooms that double at least are new blocks, others the old one made longer.
+TEST(Numbers, AreKeptAsTheirFloatsMove) {
+    std::vector<float> floats;
+    ExactNumbers exact;
+    const auto number = [](long long i) {
+        return i % 3 == 0 ? 1.0 / static_cast<double>(i + 3) : 0.5;
+    };
+    for (const std::size_t room : {4, 5, 64, 80, 40'000, 41'000}) {
+        const std::size_t before = floats.size();
+        floats.resize(room);
+        if (before == 0)
+            exact.over(floats.data(), 4);
+        else
+            exact.moved(floats.data(), static_cast<long long>(room));
+        for (std::size_t i = before; i < room; ++i) {
+            floats[i] = static_cast<float>(number(static_cast<long long>(i)));
+            if (i % 3 == 0) exact.set(floats.data() + i, number(static_cast<long long>(i)));
+        }
+    }
+    const double* const kept = exact.complete(std::ssize(floats));
+    for (long long i = 0; i < std::ssize(floats); ++i) ASSERT_EQ(kept[i], number(i)) << i;
+}
+
 // LUMO_NUMBERS in the environment says how many, for a longer run.
 TEST(Numbers, AgreeWithTheStandardLibrary) {
     const char* const wanted = std::getenv("LUMO_NUMBERS");

@@ -110,13 +110,18 @@ void ExactNumbers::moved(const float* floats, long long size) {
 /// Room for so many, what is there kept. Without memory for it single precision has to do.
 bool ExactNumbers::reserve(long long size) {
     if (size <= capacity_) return true;
-    const long long bytes = size * static_cast<long long>(sizeof(double));
-    // Only a new block may be one that the thread has kept.
-    void* const block =
-        values_ == nullptr ? xmallocf_kt(bytes) : xreallocf_kt(values_.get(), bytes);
-    if (block == nullptr) return false;
-    static_cast<void>(values_.release());
-    values_.reset(static_cast<double*>(block));
+    // Only a new block may be one that the thread has kept, or stand on huge pages.
+    const bool isFew = next_ <= size / 2;
+    XArray<double> more = isFew
+                              ? NewXArray<double>(size)
+                              : XArray<double>(static_cast<double*>(xreallocf_kt(
+                                    values_.get(), size * static_cast<long long>(sizeof(double)))));
+    if (more == nullptr) return false;
+    if (isFew)
+        std::copy_n(values_.get(), next_, more.get());
+    else
+        static_cast<void>(values_.release());
+    values_ = std::move(more);
     capacity_ = size;
     return true;
 }
