@@ -21,11 +21,13 @@ public:
     BelVecReader(Parser_CString_kt& in, float* out, int n) : in_(in), out_(out), n_(n) {}
 
     int read() {
-        std::fill_n(out_, n_, 0.0F);
         start();
         while (more()) {
         }
-        if (count_ < n_) problems_ |= BelVecTooFew;
+        if (count_ < n_) {
+            problems_ |= BelVecTooFew;
+            std::fill(out_ + count_, out_ + n_, 0.0F);
+        }
         if (count_ > n_) problems_ |= BelVecTooMany;
         if (n_ > 0 && count_ == 2LL * n_) problems_ |= BelVecTwice;
         judge();
