@@ -97,7 +97,8 @@ struct ReportBudget {
 void MakePermanentReports();
 
 struct Context : ReportBudget {
-    Context() { MakePermanentReports(); }
+    // Not inlined into what every report of an error so far asks for.
+    [[gnu::noinline]] Context() { MakePermanentReports(); }
 
     int depth = 0;  ///< of scopes
     std::deque<rept_kt> reports;
