@@ -141,21 +141,21 @@ inline void MeasureImport(benchmark::State& state, const std::string& text, int 
         for ([[maybe_unused]] auto _ : state) std::ofstream(path) << text;
         return;
     }
-    constexpr int freshRuns = 3;
+    constexpr int runs = 3;  // a process finds no memory at hand in its first
     const auto barePass = digits == ManyDigits ? BarePass<double> : BarePass<float>;
     const TextFile file(text);
     double fromText = 1e100, fromFile = 1e100, bare = 1e100, fresh = 1e100;
     for ([[maybe_unused]] auto _ : state) {
-        bare = std::min(bare, Fastest([&] { benchmark::DoNotOptimize(barePass(text)); }, 1));
-        fromText = std::min(fromText, Fastest([&] { ImportForBench(text, format); }, 1));
+        bare = std::min(bare, Fastest([&] { benchmark::DoNotOptimize(barePass(text)); }, runs));
+        fromText = std::min(fromText, Fastest([&] { ImportForBench(text, format); }, runs));
         fromFile = std::min(
             fromFile,
             Fastest(
                 [&] { Checked([&] { return ReadForeignNetFile_kt(file.path(), format, false); }); },
-                1));
+                runs));
     }
     FreshImport last;
-    for (int i = 0; i < freshRuns; ++i) {
+    for (int i = 0; i < runs; ++i) {
         last = ImportInFreshProcess(file.path(), format);
         fresh = std::min(fresh, static_cast<double>(last.nanoseconds));
     }
