@@ -98,7 +98,7 @@ void MakePermanentReports();
 
 struct Context : ReportBudget {
     // Not inlined into what every report of an error so far asks for.
-    [[gnu::noinline]] Context() { MakePermanentReports(); }
+    LUMO_NOINLINE Context() { MakePermanentReports(); }
 
     int depth = 0;  ///< of scopes
     std::deque<rept_kt> reports;

@@ -20,6 +20,13 @@
 #define LUMO_HIDDEN [[gnu::visibility("hidden")]]
 #endif
 
+/// Marks what is rare, and is not to make its callers larger.
+#if defined(_MSC_VER)
+#define LUMO_NOINLINE __declspec(noinline)
+#else
+#define LUMO_NOINLINE [[gnu::noinline]]
+#endif
+
 /// The type behind va_list, without a header.
 #if defined(_MSC_VER)
 #define LUMO_VA_LIST char*
