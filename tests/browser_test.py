@@ -188,6 +188,15 @@ class Report(ReportCase):
                 self.keys(key)
                 self.assertTrue(self.id(found).is_displayed() and (key == "4" or self.focused_id() == found), (key, width))
                 self.script("widen('')")
+        # What a key asks is answered where it is seen.
+        self.browser.look(1000, 500)
+        self.select("dysp")
+        self.keys("i")
+        self.driver.execute_async_script("const done = arguments[0], wait = () => (document.querySelector('#answer li') ? done() : setTimeout(wait, 5)); wait();")
+        self.frame()
+        edges = self.script("return ['answer', 'details'].map((name) => byId(name).getBoundingClientRect()).map(({top, bottom}) => [top, bottom])")
+        self.assertTrue(edges[0][0] >= edges[1][0] and edges[0][1] <= edges[1][1] + 1, edges)
+        self.browser.look(1300, 760)
         # The picture: from Smoker? down to a child, by what is drawn.
         self.select("smoke")
         self.keys("2", Keys.ARROW_DOWN)

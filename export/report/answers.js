@@ -23,11 +23,13 @@ function receiveAnswer(answer) {
 const given = () => (evidence.size > 0 ? ` given ${[...evidence.keys()].map(evidenceText).join(', ')}` : '');
 const hasDistribution = (index) => index >= 0 && !isValued(nodes[index]) && statesOf(nodes[index]) > 0;
 
-/** Shows an answer below the questions' buttons, and says it. */
+/** Shows an answer below the questions' buttons, where it is seen, and says it. */
 function showAnswer(...parts) {
-    byId('answer')?.replaceChildren(...parts);
-    const text = byId('answer')?.firstChild?.textContent;
-    if (text) say(text);
+    const box = byId('answer'), first = parts[0];
+    box?.replaceChildren(...parts);
+    if (!box || !first) return;
+    for (const part of [box, first]) part.scrollIntoView({block: 'nearest'});
+    say(first.textContent);
 }
 const answerText = (text) => el('p', {text});
 
@@ -76,7 +78,7 @@ function askTrail() {
     showAnswer(answerText('To which other node? Select it in the picture or the list.'));
     picking = (to) => {
         if (to < 0 || to === from) return showAnswer();
-        askAndShow('trail', {from, to}, (answer) => [answerText(trailText(from, to, answer.trail))]).then(() => byId('answer')?.scrollIntoView({block: 'nearest'}));
+        askAndShow('trail', {from, to}, (answer) => [answerText(trailText(from, to, answer.trail))]);
     };
 }
 

@@ -172,7 +172,7 @@ function drawBeliefs(index, zoom) {
         pen.fillRect(left, at, width * belief[state], high);
         if (!named) return;
         const ink = given ? colors.canvas : colors.text, base = at + high / 2 + letters * 0.35;
-        const share = percent(belief[state]), shareWidth = textUnits(share) * letters + letters / 2;
+        const share = percent(belief[state]), shareWidth = (textUnits(share) + 0.8) * letters;
         const room = width - shareWidth > 2.5 * letters ? width - shareWidth : width;
         writeText(stateLabel(node, state), left + letters * 0.3, base, letters, room - letters * 0.3, 'left', ink);
         if (room < width) writeText(share, left + width - letters * 0.3, base, letters, shareWidth, 'right', ink);
