@@ -9,7 +9,7 @@
 const cellHeight = 24;
 const scrollBar = 16;
 const mostNumber = 210;  // pixels of its column: one of 17 digits is shown whole
-const mostLabels = [[400, 400], [400, 130], [150, 130]];  // pixels of a label before a row and above a column, where there is room
+const mostLabels = [[400, 400], [400, 130], [220, 200], [220, 130], [150, 130]];  // pixels of a label before a row and above a column, where there is room
 const mostScroll = 12e6;  // pixels that browsers scroll without loss
 const measure = document.createElement('canvas').getContext('2d');
 
