@@ -373,7 +373,7 @@ TEST(Numbers, AreKeptAsTheirFloatsMove) {
     const auto number = [](long long i) {
         return i % 3 == 0 ? 1.0 / static_cast<double>(i + 3) : 0.5;
     };
-    for (const std::size_t room : {4, 5, 64, 80, 40'000, 41'000}) {
+    for (const unsigned room : {4U, 5U, 64U, 80U, 40'000U, 41'000U}) {
         const std::size_t before = floats.size();
         floats.resize(room);
         if (before == 0)
