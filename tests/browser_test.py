@@ -635,9 +635,11 @@ class Report(ReportCase):
         states = ["The pressure of the water in the second tank is %s than it should be" % w for w in ("much lower", "a little lower", "higher")]
         listed = " ".join(map(hugin_text, states))
         parts = "net\n{\n name = \"unknown\";\n}\n" + "".join("node %s\n{\n states = (%s);\n}\n" % (n, listed) for n in "abc") \
-            + "node g\n{\n states = (\"%s\" \"%s\");\n}\n" % ("Well below what is normal", "Well above what is normal") + "node f\n{\n states = (\"=1+1\" \"@x\" \"-3\");\n}\n" \
+            + "node g\n{\n states = (\"%s\" \"%s\");\n}\n" % ("Well below what is normal", "Well above what is normal") \
+            + node_text("h", 2).replace("s1", "A state of a long name") + "node f\n{\n states = (\"=1+1\" \"@x\" \"-3\");\n}\n" \
             + "potential ( c | a b )\n{\n data = (%s);\n}\n" % ("0.2345678901234567 0.2654321098765432 0.5000000000000001 " * 9) \
-            + potential_text("f", [], [0.2, 0.3, 0.5]) + potential_text("g", [], [0.2, 0.8])
+            + potential_text("f", [], [0.2, 0.3, 0.5]) + potential_text("g", [], [0.2, 0.8]) \
+            + "potential ( h )\n{\n data = (0.2345678901234567 0.7654321098765433);\n}\n"
         for width, height in ((1280, 800), (360, 740)):
             self.browser.look(width, height)
             self.open(self.write(parts, "tanks.net"))
@@ -657,6 +659,11 @@ class Report(ReportCase):
         self.button("Fill the window").click()
         self.frame()
         self.assertEqual(self.script("return document.body.dataset.panel"), "full")
+        self.select("h")
+        self.button("Transpose").click()
+        self.frame()
+        edges = self.script("return ['.grid td', '.grid'].map((e) => document.querySelector(e).getBoundingClientRect().right)")
+        self.assertLessEqual(*edges)  # one column is seen whole, beside its labels
         self.browser.look(1280, 800)
         self.select("g")
         self.assertEqual(len(self.rows()), 2)

@@ -165,7 +165,8 @@ class NumberTable {
             cell = Math.max(...widths(columns, mostAbove), number);
             if (sum(heads) + cell * columns.count <= available) break;
         }
-        const most = Math.max(available - cell * columns.count, available * (available < 600 ? 0.5 : 0.6));
+        const beside = available - cell * columns.count;
+        const most = columns.count === 1 && beside > 80 ? beside : Math.max(beside, available * (available < 600 ? 0.5 : 0.6));
         const wraps = sum(heads) > most && fingers.matches;
         if (sum(heads) > most) heads = narrowed(heads, sum(heads) - most, 56);
         if (sum(heads) > most) {
