@@ -21,6 +21,8 @@ constexpr std::size_t SmallDrawing = 30;
 /// Times as high as wide, of a drawing turned to be less wide.
 constexpr double TallestTurned = 2.5;
 constexpr int Tries = 5;
+/// Parts that get the work on a part each, by their links; more of them share it.
+constexpr double FullEfforts = 64;
 /// Steps from row to row up to which nodes are tried in other rows.
 constexpr long long FewSteps = 500;
 
@@ -235,6 +237,8 @@ Drawing Draw(const Diagram& diagram) {
     std::vector<PartDrawing> drawings;
     std::vector<Box> boxes;
     for (Part& part : parts) {
+        part.effort = std::min(1.0, FullEfforts * static_cast<double>(part.links.size()) /
+                                        static_cast<double>(diagram.links.size() + 1));
         drawings.push_back(DrawPart(diagram, part, diagram.sizes.size() <= SmallDrawing));
         boxes.push_back({drawings.back().width, drawings.back().height});
     }

@@ -274,6 +274,7 @@ Layered MakeLayered(const Part& part, std::vector<int> layers) {
         std::max(FreeWayPoints, WayPointsPerLink * static_cast<long long>(part.links.size())));
     Layered graph;
     graph.nodes = part.size();
+    graph.effort = part.effort;
     Pairs downward;
     for (const Link& link : part.links) {
         const int last = layers[static_cast<std::size_t>(link.child)];

@@ -8,6 +8,7 @@
 // same picture.
 #pragma once
 
+#include <cmath>
 #include <span>
 #include <utility>
 #include <vector>
@@ -22,6 +23,7 @@ struct Part {
     std::vector<Link> links;
     std::vector<int> members;  ///< its nodes in the whole net
     std::vector<int> linkIds;  ///< its links in the whole list, also those that are taken out
+    double effort = 1;  ///< the share of the work on a part that it gets, where there are many
     int size() const { return static_cast<int>(widths.size()); }
 };
 
@@ -58,6 +60,11 @@ struct Layered {
     Rows rows;
     Adjacency up, down;
     long long steps = 0;  ///< links between neighbouring rows
+    double effort = 1;    ///< as the part's
+    /// So much of work that is bounded.
+    long long share(long long work) const {
+        return std::llround(effort * static_cast<double>(work));
+    }
     int size() const { return static_cast<int>(layer.size()); }
     bool isLarge() const { return size() > LargePart || steps > 2 * LargePart; }
 };

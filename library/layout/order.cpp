@@ -53,7 +53,7 @@ struct RowOrder {
     explicit RowOrder(Layered& layered)
         : graph(layered),
           positions(layered.layer.size()),
-          work(SmallWork + WorkPerVertex * (layered.size() + layered.steps)) {}
+          work(layered.share(SmallWork) + WorkPerVertex * (layered.size() + layered.steps)) {}
 
     int position(int v) const { return positions[static_cast<std::size_t>(v)]; }
     void number(const std::vector<int>& row) {
@@ -256,11 +256,12 @@ void OrderBlocks(RowOrder& order, Best& best) {
     };
     Dice dice;
     blocks.readRows(best.rows);
-    long long work = BlockWork;
+    long long work = order.graph.share(BlockWork);
     blocks.improve(work);
     long long count = record();
     std::vector<int> reachedOrder = blocks.order();
-    for (int i = 0; i < BlockAttempts && work > 0 && best.count > 0; ++i) {
+    const long long attempts = order.graph.share(BlockAttempts);
+    for (long long i = 0; i < attempts && work > 0 && best.count > 0; ++i) {
         blocks.setOrder(reachedOrder);
         blocks.disturb(dice);
         blocks.improve(work);
@@ -278,7 +279,10 @@ void OrderBlocks(RowOrder& order, Best& best) {
 class RowMover {
 public:
     RowMover(const Part& part, Layered start)
-        : part_(part), best_(std::move(start)), crossings_(CountStepCrossings(best_)) {
+        : part_(part),
+          best_(std::move(start)),
+          crossings_(CountStepCrossings(best_)),
+          work_(best_.share(RowWork)) {
         BlockOrder blocks(best_);
         blocks.readRows(best_.rows);
         places_ = blocks.places();
@@ -329,7 +333,7 @@ private:
     Layered best_;
     long long crossings_;
     BlockOrder::Places places_;
-    long long work_ = RowWork;
+    long long work_;
 };
 
 }  // namespace
